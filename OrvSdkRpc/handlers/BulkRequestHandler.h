@@ -1,0 +1,36 @@
+// Many requests in one message, served in one go under one lock.
+//
+// Thread-safety: pump thread only. A long bulk holds the SDK's lock, and with it the main loop, for its whole length.
+#pragma once
+
+#include "OrvSdkRpc/handlers/GenericRequestHandler.h"
+#include "OrvSdkRpc/handlers/MethodTraits.h"
+
+namespace OrvSdkRpc {
+
+// Definition is a structure without state:
+//
+//    struct BulkAclSet {
+//       static constexpr auto method = &Generated::AsyncService::Requestbulk_acl_set;
+//       static void impl(const Item& item, Svc& service);
+//    };
+//
+// Rq has `repeated Item requests`, Rp the fields `status` and `count`.
+template <class Definition, class Rq, class Rp, class Svc>
+class BulkRequestHandler final
+     : public GenericRequestHandler<BulkRequestHandler<Definition, Rq, Rp, Svc>, Rq, Rp, Svc, false, ArenaMessages> {
+   using Base = GenericRequestHandler<BulkRequestHandler, Rq, Rp, Svc, false, ArenaMessages>;
+
+  public:
+   BulkRequestHandler(OpaqueId tag, grpc::Server& server, grpc::ServerCompletionQueue& cq, Svc& service)
+        : Base(tag, server, cq, service) {
+      this->post(service, Definition::method);
+   }
+
+   void process(OpaqueId) override {
+      this->bulk_respond(this->request_->requests(),
+                         [](const auto& item, Svc& service) { Definition::impl(item, service); });
+   }
+};
+
+}  // namespace OrvSdkRpc

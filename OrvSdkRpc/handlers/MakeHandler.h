@@ -1,0 +1,18 @@
+// How every handler comes into being: one allocation, counted per type.
+//
+// Thread-safe.
+#pragma once
+
+#include <memory>
+#include <utility>
+
+#include "pavo/Allocator.h"
+
+namespace OrvSdkRpc {
+
+template <class Handler, class... Args>
+std::shared_ptr<Handler> makeHandler(Args&&... args) {
+   return std::allocate_shared<Handler>(Pavo::Allocator<Handler>(), std::forward<Args>(args)...);
+}
+
+}  // namespace OrvSdkRpc

@@ -1,0 +1,49 @@
+// What the generated code says of an RPC, read from the member function that asks for its next call:
+//
+//    &Generated::AsyncService::Request<rpc name>
+//
+// Thread-safe: types only.
+#pragma once
+
+#include <grpcpp/completion_queue.h>
+#include <grpcpp/server_context.h>
+#include <grpcpp/support/async_stream.h>
+#include <grpcpp/support/async_unary_call.h>
+
+namespace OrvSdkRpc {
+
+template <class Service, class Rq, class Rp>
+using UnaryMethod = void (Service::*)(grpc::ServerContext*, Rq*, grpc::ServerAsyncResponseWriter<Rp>*,
+                                      grpc::CompletionQueue*, grpc::ServerCompletionQueue*, void*);
+template <class Service, class Rq, class Rp>
+using StreamMethod = void (Service::*)(grpc::ServerContext*, Rq*, grpc::ServerAsyncWriter<Rp>*,
+                                       grpc::CompletionQueue*, grpc::ServerCompletionQueue*, void*);
+
+namespace detail {
+
+template <class Method>
+struct MethodTypes;
+
+template <class S, class Rq, class Rp>
+struct MethodTypes<UnaryMethod<S, Rq, Rp>> {
+   using Service = S;
+   using Request = Rq;
+   using Response = Rp;
+   static constexpr bool streaming = false;
+};
+
+template <class S, class Rq, class Rp>
+struct MethodTypes<StreamMethod<S, Rq, Rp>> {
+   using Service = S;
+   using Request = Rq;
+   using Response = Rp;
+   static constexpr bool streaming = true;
+};
+
+}  // namespace detail
+
+// Service, Request, Response and streaming of one RPC.
+template <auto method>
+struct MethodTraits : detail::MethodTypes<decltype(method)> {};
+
+}  // namespace OrvSdkRpc

@@ -1,0 +1,36 @@
+// One request, one SDK operation, one response.
+//
+// Thread-safety: pump thread only.
+#pragma once
+
+#include "OrvSdkRpc/handlers/GenericRequestHandler.h"
+#include "OrvSdkRpc/handlers/MethodTraits.h"
+
+namespace OrvSdkRpc {
+
+// Definition is a structure without state:
+//
+//    struct AclSet {
+//       static constexpr auto method = &Generated::AsyncService::Requestacl_set;
+//       static Rp impl(const Rq& request, Svc& service);
+//    };
+//
+// impl runs under the SDK's lock and lets every exception pass.
+template <class Definition, class Rq, class Rp, class Svc>
+class UnaryRequestHandler final
+     : public GenericRequestHandler<UnaryRequestHandler<Definition, Rq, Rp, Svc>, Rq, Rp, Svc, false> {
+   using Base = GenericRequestHandler<UnaryRequestHandler, Rq, Rp, Svc, false>;
+
+  public:
+   UnaryRequestHandler(OpaqueId tag, grpc::Server& server, grpc::ServerCompletionQueue& cq, Svc& service)
+        : Base(tag, server, cq, service) {
+      this->post(service, Definition::method);
+   }
+
+   void process(OpaqueId) override {
+      this->respond([](const Rq& request, Svc& service) -> Rp { return Definition::impl(request, service); },
+                    *this->request_, this->service_);
+   }
+};
+
+}  // namespace OrvSdkRpc

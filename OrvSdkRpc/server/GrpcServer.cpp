@@ -1,0 +1,173 @@
+#include "OrvSdkRpc/server/GrpcServer.h"
+
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
+#include <chrono>
+#include <cstdio>
+#include <utility>
+
+namespace OrvSdkRpc {
+namespace {
+
+// How often the draining pump looks again, should the last count be taken back without an event.
+constexpr std::chrono::milliseconds drainPoll{10};
+
+}  // namespace
+
+GrpcServer::GrpcServer(std::unique_ptr<ServerProperties> properties,
+                       std::shared_ptr<grpc::ServerCredentials> credentials)
+     : tracer_("rpc-server"), properties_(std::move(properties)) {
+   downTag_ = tags_.nextId();
+   for (const std::string& address : properties_->addresses) {
+      builder_.AddListeningPort(address, credentials, nullptr);
+   }
+}
+
+GrpcServer::GrpcServer(std::unique_ptr<ServerProperties> properties,
+                       std::vector<std::unique_ptr<GrpcService>> services,
+                       std::shared_ptr<grpc::ServerCredentials> credentials)
+     : GrpcServer(std::move(properties), std::move(credentials)) {
+   services_.reserve(services.size());
+   for (auto& service : services) {
+      service->grpcServer_ = this;
+      service->properties_ = properties_.get();
+      service->selfRegister(services_.size(), builder_);
+      services_.push_back(std::move(service));
+   }
+   if (properties_->accountingEnabled) {
+      orv::fmttrace(tracer_, 0, "Accounting is not available in this build");
+   }
+}
+
+GrpcServer::~GrpcServer() = default;
+
+GrpcServer::State GrpcServer::state() const {
+   std::lock_guard lock(stateMutex_);
+   return state_;
+}
+
+void GrpcServer::setState(State state) {
+   {
+      std::lock_guard lock(stateMutex_);
+      state_ = state;
+   }
+   stateChanged_.notify_all();
+}
+
+bool GrpcServer::waitUntilServing() {
+   std::unique_lock lock(stateMutex_);
+   stateChanged_.wait(lock, [this] { return state_ != State::Constructed; });
+   return state_ == State::Pumping;
+}
+
+void GrpcServer::run() {
+   if (start()) {
+      pump();
+      if (shutdownThread_.joinable()) shutdownThread_.join();
+   }
+   setState(State::Stopped);
+}
+
+bool GrpcServer::start() {
+   cq_ = builder_.AddCompletionQueue();
+   server_ = builder_.BuildAndStart();
+   if (!server_) {
+      const std::string words =
+           fmt::format("gRPC server did not start on: {}", fmt::join(properties_->addresses, ", "));
+      orv::fmttrace(tracer_, 0, "{}", words);
+      std::fprintf(stderr, "OrvSdkRpc: %s\n", words.c_str());
+      cq_->Shutdown();
+      void* tag = nullptr;
+      bool ok = false;
+      while (cq_->Next(&tag, &ok)) {
+      }
+      return false;
+   }
+   for (auto& service : services_) {
+      service->cq_ = cq_.get();
+      service->startHandlers();
+   }
+   {
+      std::lock_guard lock(stateMutex_);
+      state_ = State::Pumping;
+      // A stop that came before there was anything to stop.
+      if (stopRequested_) beginShutdown();
+   }
+   stateChanged_.notify_all();
+   return true;
+}
+
+void GrpcServer::stop() {
+   {
+      std::lock_guard lock(stateMutex_);
+      if (stopRequested_) return;
+      stopRequested_ = true;
+      events_.close();
+      for (auto& service : services_) service->closing_.store(true);
+      if (state_ == State::Pumping) beginShutdown();
+   }
+   stateChanged_.notify_all();
+}
+
+// Shutdown waits for calls that only the pump can end, and the thread that stops the server may hold the SDK's lock
+// that the pump waits for. So neither of them may be the one that waits.
+void GrpcServer::beginShutdown() {
+   state_ = State::Draining;
+   shutdownThread_ = std::thread([this] {
+      // No grace: an open stream never ends by itself.
+      server_->Shutdown(std::chrono::system_clock::now());
+      events_.begin();
+      serverDown_.store(true);
+      downAlarm_.Set(cq_.get(), std::chrono::system_clock::now(), downTag_);
+   });
+}
+
+void GrpcServer::pump() {
+   OpaqueId tag = nullptr;
+   bool ok = false;
+   while (!serverDown_.load()) {
+      // The queue cannot be down yet: only the loop below shuts it down.
+      if (cq_->Next(&tag, &ok)) dispatch(tag, ok);
+   }
+   while (!events_.none()) {
+      const auto deadline = std::chrono::system_clock::now() + drainPoll;
+      if (cq_->AsyncNext(&tag, &ok, deadline) == grpc::CompletionQueue::GOT_EVENT) dispatch(tag, ok);
+   }
+   // Nothing is outstanding and nobody may post, so no operation can meet a queue that is shut down.
+   cq_->Shutdown();
+   while (cq_->Next(&tag, &ok)) {
+   }
+}
+
+void GrpcServer::dispatch(OpaqueId tag, bool ok) {
+   events_.end();
+   if (tag == downTag_) return;
+   std::size_t serviceId = 0;
+   const std::shared_ptr<RequestHandler> handler = tags_.find(tag, serviceId);
+   if (!handler) return;
+   handler->pending_.fetch_sub(1, std::memory_order_relaxed);
+   if (!handler->arrived_) {
+      handleArrival(handler, serviceId, ok);
+   } else if (tag == handler->doneTag_) {
+      handler->callDone();
+   } else if (ok && handler->state_ == 1) {
+      // A unary call stays in state 0 and is over with its finish; one in state 2 only waits for its last events;
+      // after a failed write the stream is broken and its done event, if it asked for one, is on its way.
+      handler->process(tag);
+   }
+   if (handler->pending_.load(std::memory_order_acquire) == 0) tags_.removeAll(*handler);
+}
+
+// The first event under a main tag: a call has arrived, or none ever will.
+void GrpcServer::handleArrival(const std::shared_ptr<RequestHandler>& handler, std::size_t serviceId, bool ok) {
+   if (!ok) return;
+   handler->arrived_ = true;
+   // gRPC delivers the done notification for a call that has arrived, and only for such a one.
+   if (handler->doneTag_) handler->beginEvent();
+   // The successor first, so that the same RPC waits for its next call before this one is served.
+   tags_.add(serviceId, handler->chain(tags_.nextId()));
+   handler->process(handler->tag_);
+}
+
+}  // namespace OrvSdkRpc

@@ -1,0 +1,7 @@
+#include "OrvSdkRpc/server/RequestHandler.h"
+
+namespace OrvSdkRpc {
+
+RequestHandler::~RequestHandler() = default;
+
+}  // namespace OrvSdkRpc

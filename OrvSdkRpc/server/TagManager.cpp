@@ -1,0 +1,83 @@
+#include "OrvSdkRpc/server/TagManager.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace OrvSdkRpc {
+
+TagManager::~TagManager() { clear(); }
+
+OpaqueId TagManager::nextId() noexcept {
+   return reinterpret_cast<OpaqueId>(lastId_.fetch_add(1, std::memory_order_relaxed) + 1);
+}
+
+void TagManager::add(std::size_t serviceId, std::shared_ptr<RequestHandler> handler) {
+   const OpaqueId tag = handler->tag();
+   const OpaqueId done = handler->doneTag();
+   MutexLock lock(mutex_);
+   if (done) tags_.insert_or_assign(done, Tag{serviceId, handler});
+   tags_.insert_or_assign(tag, Tag{serviceId, std::move(handler)});
+}
+
+OpaqueId TagManager::addExtra(std::size_t serviceId, const std::shared_ptr<RequestHandler>& handler) {
+   const OpaqueId tag = nextId();
+   MutexLock lock(mutex_);
+   tags_.insert_or_assign(tag, Tag{serviceId, handler});
+   handler->extraTags_.push_back(tag);
+   return tag;
+}
+
+std::shared_ptr<RequestHandler> TagManager::find(OpaqueId tag) const {
+   MutexLock lock(mutex_);
+   const auto i = tags_.find(tag);
+   return i == tags_.end() ? nullptr : i->second.handler;
+}
+
+std::shared_ptr<RequestHandler> TagManager::find(OpaqueId tag, std::size_t& serviceId) const {
+   MutexLock lock(mutex_);
+   const auto i = tags_.find(tag);
+   if (i == tags_.end()) return nullptr;
+   serviceId = i->second.serviceId;
+   return i->second.handler;
+}
+
+void TagManager::remove(OpaqueId tag) {
+   // A handler's destructor may take locks that come before this one, so it runs outside.
+   std::shared_ptr<RequestHandler> last;
+   MutexLock lock(mutex_);
+   const auto i = tags_.find(tag);
+   if (i == tags_.end()) return;
+   last = std::move(i->second.handler);
+   tags_.erase(i);
+   std::erase(last->extraTags_, tag);
+   lock.unlock();
+}
+
+void TagManager::removeAll(RequestHandler& handler) {
+   std::shared_ptr<RequestHandler> last;
+   MutexLock lock(mutex_);
+   for (const OpaqueId tag : handler.extraTags_) tags_.erase(tag);
+   handler.extraTags_.clear();
+   if (handler.doneTag()) tags_.erase(handler.doneTag());
+   const auto i = tags_.find(handler.tag());
+   if (i == tags_.end()) return;
+   last = std::move(i->second.handler);
+   tags_.erase(i);
+   lock.unlock();
+}
+
+void TagManager::clear() {
+   Map all;
+   {
+      MutexLock lock(mutex_);
+      all.swap(tags_);
+      for (auto& [tag, entry] : all) entry.handler->extraTags_.clear();
+   }
+}
+
+std::size_t TagManager::size() const {
+   MutexLock lock(mutex_);
+   return tags_.size();
+}
+
+}  // namespace OrvSdkRpc

@@ -1,0 +1,286 @@
+#include "Measurements.h"
+
+#include <signal.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <fstream>
+#include <stdexcept>
+#include <thread>
+
+#include "Servers.h"
+
+namespace bench {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using Arguments = std::vector<std::string>;
+
+// What one server showed over the rounds of one figure.
+struct Samples {
+   std::vector<double> rates;
+   std::vector<double> p99Us;
+   // Share of one core that the server used.
+   std::vector<double> cpu;
+   std::vector<double> clientCpu;
+   nlohmann::json last;
+};
+
+void sample(const Setup& setup, const std::string& address, pid_t server, const Arguments& arguments,
+            Samples& into) {
+   const double before = cpuSecondsOf(server);
+   into.last = runLoad(setup.loadProgram, address, arguments);
+   const double seconds = into.last["seconds"];
+   into.rates.push_back(into.last["items_per_second"]);
+   into.p99Us.push_back(into.last["p99_us"]);
+   into.cpu.push_back((cpuSecondsOf(server) - before) / seconds);
+   into.clientCpu.push_back(into.last["client_cpu_seconds"].get<double>() / seconds);
+}
+
+std::string noteOf(const Samples& ours, const Samples& floor) {
+   char text[160];
+   std::snprintf(text, sizeof text, "p99 %.0f us (floor %.0f), cpu %.1f (floor %.1f), client cpu %.1f",
+                 median(ours.p99Us), median(floor.p99Us), median(ours.cpu), median(floor.cpu),
+                 median(ours.clientCpu));
+   return text;
+}
+
+Figure figureOf(const std::string& key, const std::string& unit, const Samples& ours, const Samples& floor,
+                std::optional<double> target, const std::string& how) {
+   Figure figure{.key = key,
+                 .ours = median(ours.rates),
+                 .floor = median(floor.rates),
+                 .unit = unit,
+                 .target = std::nullopt,
+                 .note = how + "; " + noteOf(ours, floor)};
+   if (target) figure.target = Target{.kind = Target::Kind::ratioAtLeast, .value = *target};
+   return figure;
+}
+
+Arguments bulkArguments(const Setup& setup) {
+   return {"--workload",  "route-bulk",
+           "--total",     std::to_string(setup.routes),
+           "--per-bulk",  std::to_string(setup.perBulk),
+           "--groups",    std::to_string(setup.groups),
+           "--in-flight", std::to_string(setup.bulksInFlight),
+           "--requests",  std::to_string(setup.routes / setup.perBulk)};
+}
+
+Arguments with(Arguments arguments, std::initializer_list<std::string> more) {
+   arguments.insert(arguments.end(), more);
+   return arguments;
+}
+
+// Cost per route over the last bulks, where the table is full, over the cost
+// right after the first 10,000 routes.
+double flatness(const std::vector<std::uint64_t>& repliesAt) {
+   constexpr std::size_t early = 10;
+   const std::size_t window = std::min<std::size_t>(20, (repliesAt.size() - early) / 2);
+   if (repliesAt.size() < early + 2) throw std::runtime_error("too few bulks for the flatness of the cost");
+   const auto spent = [&](std::size_t from) {
+      return static_cast<double>(repliesAt[from + window] - repliesAt[from]);
+   };
+   return spent(repliesAt.size() - 1 - window) / spent(early - 1);
+}
+
+// Fills a daemon with the setup's groups and routes.
+void fill(const Setup& setup, const std::string& address) {
+   runLoad(setup.loadProgram, address, with(bulkArguments(setup), {"--program-groups"}));
+}
+
+// Until the memory stands still: the forwarding plane is programmed behind the replies.
+Resident settledResident(pid_t pid) {
+   Resident resident = residentOf(pid);
+   for (int still = 0; still < 5;) {
+      std::this_thread::sleep_for(std::chrono::milliseconds(200));
+      const Resident now = residentOf(pid);
+      still = now.total > resident.total + 0.5 ? 0 : still + 1;
+      resident = now;
+   }
+   return resident;
+}
+
+struct Ping {
+   std::uint64_t startedNs;
+   std::uint64_t tookNs;
+};
+
+std::vector<Ping> readPings(const std::string& path) {
+   std::ifstream file(path);
+   std::vector<Ping> pings;
+   for (Ping ping; file >> ping.startedNs >> ping.tookNs;)
+      pings.push_back(ping);
+   return pings;
+}
+
+}  // namespace
+
+void measureUnary(const Setup& setup, Report& report, const std::string& key, std::size_t inFlight,
+                  double target) {
+   const FloorServer floorServer(setup.floorProgram);
+   FreshDaemon daemon(setup.daemonProgram);
+   Samples ours;
+   Samples floor;
+   for (int round = 0; round < setup.rounds; ++round) {
+      // A round never meets a route of an earlier one.
+      const Arguments arguments = {"--workload",      "route",
+                                   "--groups",        std::to_string(setup.groups),
+                                   "--in-flight",     std::to_string(inFlight),
+                                   "--seconds",       std::to_string(setup.seconds),
+                                   "--first",         std::to_string(round * 2'000'000),
+                                   "--program-groups"};
+      sample(setup, daemon.address(), daemon.pid(), arguments, ours);
+      sample(setup, floorServer.address(), floorServer.pid(), arguments, floor);
+   }
+   report.add(figureOf(key, "calls/s", ours, floor, target,
+                       "distinct sequential /32, " + std::to_string(inFlight) + " in flight"));
+}
+
+void measureBulkRoutes(const Setup& setup, Report& report) {
+   const FloorServer floorServer(setup.floorProgram);
+   Samples ours, again, random, floor, floorRandom;
+   std::vector<double> flat;
+   for (int round = 0; round < setup.rounds; ++round) {
+      const auto first = with(bulkArguments(setup), {"--program-groups", "--progress"});
+      const auto spread = with(bulkArguments(setup), {"--program-groups", "--random"});
+      {
+         FreshDaemon daemon(setup.daemonProgram);
+         sample(setup, daemon.address(), daemon.pid(), first, ours);
+         flat.push_back(flatness(ours.last["replies_at_ns"].get<std::vector<std::uint64_t>>()));
+         sample(setup, floorServer.address(), floorServer.pid(), first, floor);
+         sample(setup, daemon.address(), daemon.pid(), bulkArguments(setup), again);
+      }
+      FreshDaemon daemon(setup.daemonProgram);
+      sample(setup, daemon.address(), daemon.pid(), spread, random);
+      sample(setup, floorServer.address(), floorServer.pid(), spread, floorRandom);
+   }
+   const auto count = std::to_string(setup.routes);
+   const auto inFlight = ", " + std::to_string(setup.bulksInFlight) + " bulks in flight";
+   report.add(figureOf("bulk_ip_route_1000", "routes/s", ours, floor, 0.20,
+                       count + " distinct sequential /32 into an empty switch" + inFlight));
+   report.add(figureOf("bulk_ip_route_1000_again", "routes/s", again, floor, std::nullopt,
+                       "the same routes a second time" + inFlight));
+   report.add(figureOf("bulk_ip_route_1000_random", "routes/s", random, floorRandom, std::nullopt,
+                       count + " distinct spread /32 into an empty switch" + inFlight));
+   report.add(Figure{.key = "scale_flatness",
+                     .ours = median(flat),
+                     .floor = std::nullopt,
+                     .unit = "ratio",
+                     .target = Target{.kind = Target::Kind::oursAtMost, .value = 1.3},
+                     .note = "cost per route at " + count + " over cost at 10000, same runs"});
+}
+
+void measureBulkGroups(const Setup& setup, Report& report) {
+   const FloorServer floorServer(setup.floorProgram);
+   FreshDaemon daemon(setup.daemonProgram);
+   const std::uint64_t total = 10 * setup.perBulk;
+   const Arguments arguments = {"--workload",  "group-bulk",
+                                "--total",     std::to_string(total),
+                                "--per-bulk",  std::to_string(setup.perBulk),
+                                "--nexthops",  "4",
+                                "--in-flight", std::to_string(setup.bulksInFlight),
+                                "--seconds",   std::to_string(setup.seconds)};
+   Samples ours;
+   Samples floor;
+   for (int round = 0; round < setup.rounds; ++round) {
+      sample(setup, daemon.address(), daemon.pid(), arguments, ours);
+      sample(setup, floorServer.address(), floorServer.pid(), arguments, floor);
+   }
+   report.add(figureOf("bulk_nexthop_group_1000", "groups/s", ours, floor, 0.15,
+                       std::to_string(total) + " groups of 4 nexthops, changed on every pass, " +
+                            std::to_string(setup.bulksInFlight) + " bulks in flight"));
+}
+
+void measurePing(const Setup& setup, Report& report) {
+   std::vector<double> p99;
+   std::vector<double> worst;
+   std::size_t count = 0;
+   for (int round = 0; round < setup.rounds; ++round) {
+      const systest::TempDir directory("orv-bench-ping-");
+      const auto pingFile = directory / "pings";
+      FreshDaemon host(setup.hostProgram, {"--ping-file", pingFile});
+      const auto load = runLoad(
+           setup.loadProgram, host.address(),
+           {"--workload", "route-bulk", "--total", std::to_string(setup.routes), "--per-bulk",
+            std::to_string(setup.perBulk), "--groups", std::to_string(setup.groups), "--program-groups",
+            "--in-flight", std::to_string(setup.bulksInFlight), "--seconds", std::to_string(setup.seconds)});
+      if (host.daemon().terminate() != systest::Ending{.exitCode = 0}) {
+         throw std::runtime_error("the bench host did not end in order: " + host.daemon().child().log());
+      }
+      const auto from = load["started_ns"].get<std::uint64_t>();
+      const auto until = from + static_cast<std::uint64_t>(load["seconds"].get<double>() * 1e9);
+      std::vector<double> milliseconds;
+      for (const auto& ping : readPings(pingFile)) {
+         if (ping.startedNs >= from && ping.startedNs < until) {
+            milliseconds.push_back(static_cast<double>(ping.tookNs) / 1e6);
+         }
+      }
+      if (milliseconds.empty()) throw std::runtime_error("no ping was answered under load");
+      std::sort(milliseconds.begin(), milliseconds.end());
+      count += milliseconds.size();
+      p99.push_back(milliseconds[(milliseconds.size() - 1) * 99 / 100]);
+      worst.push_back(milliseconds.back());
+   }
+   char note[160];
+   std::snprintf(note, sizeof note,
+                 "main-loop round trip while route bulks saturate the pump, %zu pings, worst %.2f ms", count,
+                 *std::max_element(worst.begin(), worst.end()));
+   report.add(Figure{.key = "ping_under_load_ms",
+                     .ours = median(p99),
+                     .floor = std::nullopt,
+                     .unit = "ms",
+                     .target = Target{.kind = Target::Kind::oursAtMost, .value = 10},
+                     .note = note});
+}
+
+void measureRestart(const Setup& setup, Report& report) {
+   FreshDaemon server(setup.daemonProgram);
+   fill(setup, server.address());
+   const auto filled = settledResident(server.pid());
+   auto& daemon = server.daemon();
+
+   const auto restart = [&daemon] {
+      const auto start = Clock::now();
+      daemon.start();
+      return std::chrono::duration<double>(Clock::now() - start).count();
+   };
+   std::vector<double> afterKill;
+   std::vector<double> afterStop;
+   const int rounds = std::min(setup.rounds, 3);
+   Resident reloaded;
+   for (int round = 0; round < rounds; ++round) {
+      daemon.kill();
+      afterKill.push_back(restart());
+      if (daemon.terminate() != systest::Ending{.exitCode = 0}) {
+         throw std::runtime_error("the daemon did not end in order: " + daemon.child().log());
+      }
+      afterStop.push_back(restart());
+      if (round == 0) reloaded = settledResident(server.pid());
+   }
+   const auto count = std::to_string(setup.routes);
+   char note[200];
+   std::snprintf(note, sizeof note,
+                 "%s routes, exec until an RPC is answered, after kill -9; after a clean stop %.2f s",
+                 count.c_str(), median(afterStop));
+   report.add(Figure{.key = "restart_1m_routes_s",
+                     .ours = median(afterKill),
+                     .floor = std::nullopt,
+                     .unit = "s",
+                     .target = Target{.kind = Target::Kind::oursAtMost, .value = 3},
+                     .note = note});
+   const auto& larger = filled.total > reloaded.total ? filled : reloaded;
+   std::snprintf(
+        note, sizeof note,
+        "%s routes, %s groups: programmed %.0f MiB, reloaded %.0f MiB; %.0f MiB without mapped files",
+        count.c_str(), std::to_string(setup.groups).c_str(), filled.total, reloaded.total, larger.anonymous);
+   report.add(Figure{.key = "rss_1m_routes_mib",
+                     .ours = larger.total,
+                     .floor = std::nullopt,
+                     .unit = "MiB",
+                     .target = Target{.kind = Target::Kind::oursAtMost, .value = 800},
+                     .note = note});
+}
+
+}  // namespace bench

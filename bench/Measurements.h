@@ -1,0 +1,40 @@
+// One function per group of figures. Each starts the servers it needs, takes its
+// rounds in turn between daemon and floor, and adds medians to the report.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "Report.h"
+
+namespace bench {
+
+struct Setup {
+   std::string daemonProgram;
+   std::string floorProgram;
+   std::string loadProgram;
+   std::string hostProgram;
+   // Rounds per figure and server.
+   int rounds = 5;
+   // Length of a round that is limited by time, seconds.
+   double seconds = 2;
+   // Distinct routes of the bulk, restart and memory figures.
+   std::uint64_t routes = 1'000'000;
+   std::uint64_t groups = 1000;
+   std::size_t perBulk = 1000;
+   // Bulks outstanding at any moment. One already keeps the floor's thread busy;
+   // two leave it no gap between a reply and the next request.
+   std::size_t bulksInFlight = 2;
+};
+
+void measureUnary(const Setup& setup, Report& report, const std::string& key, std::size_t inFlight,
+                  double target);
+// bulk_ip_route_1000 and scale_flatness, sequential prefixes; also the figures of
+// a second pass over the same routes and of spread prefixes.
+void measureBulkRoutes(const Setup& setup, Report& report);
+void measureBulkGroups(const Setup& setup, Report& report);
+void measurePing(const Setup& setup, Report& report);
+// restart_1m_routes_s and rss_1m_routes_mib.
+void measureRestart(const Setup& setup, Report& report);
+
+}  // namespace bench

@@ -1,0 +1,70 @@
+#include "Servers.h"
+
+#include <unistd.h>
+
+#include <fstream>
+#include <sstream>
+#include <stdexcept>
+
+namespace bench {
+
+using namespace std::chrono_literals;
+
+FloorServer::FloorServer(const std::string& program)
+     : child_({program, "--listen", address()}, directory_ / "floor.log") {
+   systest::waitServing(child_, directory_ / "rpc.sock", 10s);
+}
+
+FreshDaemon::FreshDaemon(const std::string& program, std::vector<std::string> extra)
+     : daemon_(program, directory_.path(), std::move(extra)) {
+   daemon_.start();
+}
+
+FreshDaemon::~FreshDaemon() {
+   daemon_.kill();
+}
+
+nlohmann::json runLoad(const std::string& program, const std::string& address,
+                       std::vector<std::string> arguments) {
+   const systest::TempDir directory("orv-bench-load-");
+   std::vector<std::string> argv = {program, "--target", address};
+   argv.insert(argv.end(), arguments.begin(), arguments.end());
+   systest::Child child(std::move(argv), directory / "output");
+   const auto ending = child.wait();
+   if (ending != systest::Ending{.exitCode = 0}) {
+      throw std::runtime_error("the load client ended with " + to_string(ending) + ": " + child.log());
+   }
+   return nlohmann::json::parse(child.log());
+}
+
+double cpuSecondsOf(pid_t pid) {
+   std::ifstream file("/proc/" + std::to_string(pid) + "/stat");
+   std::string line;
+   std::getline(file, line);
+   // The program's name, in parentheses, may hold anything; the fields are counted behind it.
+   std::istringstream fields(line.substr(line.rfind(')') + 1));
+   std::string skipped;
+   for (int i = 0; i < 11; ++i)
+      fields >> skipped;
+   double user = 0;
+   double system = 0;
+   fields >> user >> system;
+   return (user + system) / static_cast<double>(::sysconf(_SC_CLK_TCK));
+}
+
+Resident residentOf(pid_t pid) {
+   std::ifstream file("/proc/" + std::to_string(pid) + "/status");
+   Resident resident;
+   for (std::string line; std::getline(file, line);) {
+      std::istringstream fields(line);
+      std::string name;
+      double kibibytes = 0;
+      fields >> name >> kibibytes;
+      if (name == "VmRSS:") resident.total = kibibytes / 1024;
+      if (name == "RssAnon:") resident.anonymous = kibibytes / 1024;
+   }
+   if (resident.total == 0) throw std::runtime_error("no VmRSS of process " + std::to_string(pid));
+   return resident;
+}
+
+}  // namespace bench

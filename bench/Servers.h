@@ -1,0 +1,58 @@
+// The two servers that are compared, and the load client that compares them,
+// each a child process with a temporary directory of its own.
+//
+// Thread-safety: one thread at a time.
+#pragma once
+
+#include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
+
+#include "Child.h"
+#include "Daemon.h"
+#include "TempDir.h"
+
+namespace bench {
+
+class FloorServer {
+public:
+   explicit FloorServer(const std::string& program);
+   std::string address() const { return "unix://" + (directory_ / "rpc.sock"); }
+   pid_t pid() const { return child_.pid(); }
+
+private:
+   systest::TempDir directory_{"orv-bench-floor-"};
+   systest::Child child_;
+};
+
+// A daemon on an empty state directory.
+class FreshDaemon {
+public:
+   explicit FreshDaemon(const std::string& program, std::vector<std::string> extra = {});
+   ~FreshDaemon();
+   std::string address() const { return daemon_.address(); }
+   pid_t pid() { return daemon_.child().pid(); }
+   systest::Daemon& daemon() { return daemon_; }
+   const systest::TempDir& directory() const { return directory_; }
+
+private:
+   systest::TempDir directory_{"orv-bench-"};
+   systest::Daemon daemon_;
+};
+
+// Runs the load client against `address` and returns the object that it prints.
+// Throws std::runtime_error with its words when it fails.
+nlohmann::json runLoad(const std::string& program, const std::string& address,
+                       std::vector<std::string> arguments);
+
+// CPU time that a process has used so far, seconds.
+double cpuSecondsOf(pid_t pid);
+
+// Resident memory in MiB: all of it, and the part that is not backed by a file.
+struct Resident {
+   double total = 0;
+   double anonymous = 0;
+};
+Resident residentOf(pid_t pid);
+
+}  // namespace bench

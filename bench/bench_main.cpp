@@ -1,0 +1,106 @@
+// orv_bench: the daemon against the floor, in alternating rounds in one run.
+#include <CLI/CLI.hpp>
+#include <cstdio>
+#include <exception>
+#include <fstream>
+#include <functional>
+#include <thread>
+
+#include "Daemon.h"
+#include "Measurements.h"
+#include "Report.h"
+
+namespace {
+
+struct Measurement {
+   std::string name;
+   std::function<void(const bench::Setup&, bench::Report&)> run;
+};
+
+const std::vector<Measurement>& measurements() {
+   static const std::vector<Measurement> list = {
+        {"unary_ip_route_64",
+         [](const auto& setup, auto& report) {
+            bench::measureUnary(setup, report, "unary_ip_route_64", 64, 0.80);
+         }},
+        {"unary_ip_route_1",
+         [](const auto& setup, auto& report) {
+            bench::measureUnary(setup, report, "unary_ip_route_1", 1, 0.90);
+         }},
+        {"bulk_ip_route_1000", bench::measureBulkRoutes},
+        {"bulk_nexthop_group_1000", bench::measureBulkGroups},
+        {"ping_under_load_ms", bench::measurePing},
+        {"restart_1m_routes_s", bench::measureRestart},
+   };
+   return list;
+}
+
+std::vector<std::string> names() {
+   std::vector<std::string> list;
+   for (const auto& measurement : measurements())
+      list.push_back(measurement.name);
+   return list;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+   CLI::App app(
+        "Measures the daemon and a server that does nothing behind the same messages.\n"
+        "Each figure is a median over rounds that alternate between the two.");
+   bench::Setup setup;
+   std::string jsonFile;
+   std::vector<std::string> only;
+   bool quick = false;
+   bool check = false;
+   app.add_option("--json", jsonFile, "Write the figures to this file, one JSON object");
+   app.add_option("--rounds", setup.rounds, "Rounds per figure and server")->check(CLI::PositiveNumber);
+   app.add_option("--seconds", setup.seconds, "Length of a timed round")->check(CLI::PositiveNumber);
+   app.add_option("--routes", setup.routes, "Distinct routes of the bulk, restart and memory figures");
+   app.add_option("--only", only,
+                  "Measure these alone (scale_flatness comes with bulk_ip_route_1000, "
+                  "rss_1m_routes_mib with restart_1m_routes_s)")
+        ->check(CLI::IsMember(names()));
+   app.add_flag("--quick", quick,
+                "One short round with few routes: shows that everything runs, measures nothing");
+   app.add_flag("--check", check, "End with 1 when a target is missed");
+   CLI11_PARSE(app, argc, argv);
+   if (quick) {
+      setup.rounds = 1;
+      setup.seconds = 0.2;
+      setup.routes = 50'000;
+   }
+   if (setup.routes == 0 || setup.routes % setup.perBulk != 0 || setup.routes < 20 * setup.perBulk) {
+      std::fprintf(stderr, "--routes %llu: expected a multiple of %zu, at least %zu\n",
+                   static_cast<unsigned long long>(setup.routes), setup.perBulk, 20 * setup.perBulk);
+      return 2;
+   }
+   try {
+      setup.daemonProgram = systest::programPath("orvsdkrpcd");
+      setup.floorProgram = systest::programPath("floor_server");
+      setup.loadProgram = systest::programPath("bench_load");
+      setup.hostProgram = systest::programPath("bench_host");
+      if (quick) std::printf("A quick run: the figures below are no measurement.\n");
+      std::printf("%u cores; unix sockets; client, daemon and floor in processes of their own; %d rounds\n",
+                  std::thread::hardware_concurrency(), setup.rounds);
+      bench::Report report;
+      for (const auto& measurement : measurements()) {
+         if (only.empty() || std::find(only.begin(), only.end(), measurement.name) != only.end()) {
+            measurement.run(setup, report);
+         }
+      }
+      if (!jsonFile.empty()) {
+         std::ofstream file(jsonFile);
+         file << report.json().dump(2) << '\n';
+         file.close();
+         if (!file) throw std::runtime_error("cannot write " + jsonFile);
+      }
+      const auto missed = report.missed();
+      for (const auto& key : missed)
+         std::printf("%s misses its target\n", key.c_str());
+      return check && !missed.empty() ? 1 : 0;
+   } catch (const std::exception& error) {
+      std::fprintf(stderr, "%s\n", error.what());
+      return 2;
+   }
+}

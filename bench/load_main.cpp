@@ -1,0 +1,113 @@
+// The load client as a program: runs one workload against one address and prints
+// one JSON object with what it saw.
+#include <CLI/CLI.hpp>
+#include <cstdio>
+#include <exception>
+#include <nlohmann/json.hpp>
+
+#include "LoadClient.h"
+
+namespace {
+
+struct Options {
+   std::string target;
+   std::string workload;
+   std::size_t inFlight = 1;
+   double seconds = 0;
+   std::uint64_t requests = 0;
+   std::uint64_t first = 0;
+   std::uint64_t total = 1'000'000;
+   std::size_t perBulk = 1000;
+   std::uint64_t groups = 1000;
+   std::size_t nexthops = 4;
+   bool random = false;
+   bool programGroups = false;
+   bool progress = false;
+};
+
+std::unique_ptr<bench::Workload> workloadOf(const Options& options) {
+   const auto order = options.random ? bench::Order::random : bench::Order::sequential;
+   if (options.workload == "route") return bench::unaryRoutes(options.first, options.groups, order);
+   if (options.workload == "route-bulk") {
+      return bench::bulkRoutes(options.first, options.total, options.perBulk, options.groups, order);
+   }
+   if (options.workload == "group-bulk") {
+      return bench::bulkGroups(options.total, options.perBulk, options.nexthops);
+   }
+   return bench::emptyCalls();
+}
+
+nlohmann::json run(const Options& options) {
+   const auto workload = workloadOf(options);
+   bench::LoadClient client(options.target);
+   client.init();
+   if (options.programGroups) {
+      const auto perBulk = std::min<std::uint64_t>(options.groups, 1000);
+      const auto groups = bench::bulkGroups(options.groups, perBulk, options.nexthops);
+      client.run(*groups, 1, {.requests = options.groups / perBulk});
+   }
+   // Not measured: the first calls pay for the connection's set-up.
+   const auto warmUp = bench::emptyCalls();
+   client.run(*warmUp, options.inFlight, {.requests = 2 * options.inFlight + 50});
+
+   const auto seconds = std::chrono::duration<double>(options.seconds);
+   const auto result =
+        client.run(*workload, options.inFlight,
+                   {.requests = options.requests,
+                    .duration = std::chrono::duration_cast<std::chrono::nanoseconds>(seconds)});
+   const auto microseconds = [&](double fraction) {
+      return static_cast<double>(result.latency.quantile(fraction)) / 1e3;
+   };
+   nlohmann::json report = {
+        {"items", result.items},
+        {"seconds", result.seconds},
+        // On the machine's monotonic clock, which every process shares.
+        {"started_ns", result.started.time_since_epoch().count()},
+        {"items_per_second", result.itemsPerSecond()},
+        {"client_cpu_seconds", result.clientCpuSeconds},
+        {"p50_us", microseconds(0.5)},
+        {"p99_us", microseconds(0.99)},
+        {"p999_us", microseconds(0.999)},
+   };
+   if (options.progress) report["replies_at_ns"] = result.repliesAt;
+   return report;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+   CLI::App app("Puts load on a programming service and prints what it saw as JSON");
+   Options options;
+   app.add_option("--target", options.target, "Server's address, as gRPC writes it")->required();
+   app.add_option("--workload", options.workload, "What to send")
+        ->required()
+        ->check(CLI::IsMember({"route", "route-bulk", "group-bulk", "empty"}));
+   app.add_option("--in-flight", options.inFlight, "Requests outstanding at any moment")
+        ->check(CLI::PositiveNumber);
+   auto* seconds =
+        app.add_option("--seconds", options.seconds, "End after this time")->check(CLI::PositiveNumber);
+   auto* requests = app.add_option("--requests", options.requests, "End after so many requests")
+                         ->check(CLI::PositiveNumber);
+   app.add_option("--first", options.first, "Number of the first route");
+   app.add_option("--total", options.total, "Distinct routes or groups in the bulks")
+        ->check(CLI::PositiveNumber);
+   app.add_option("--per-bulk", options.perBulk, "Items in a bulk")->check(CLI::PositiveNumber);
+   app.add_option("--groups", options.groups, "Groups that the routes point at")->check(CLI::PositiveNumber);
+   app.add_option("--nexthops", options.nexthops, "Nexthops of a group")->check(CLI::PositiveNumber);
+   app.add_flag("--random", options.random, "Spread the prefixes instead of counting up");
+   app.add_flag("--program-groups", options.programGroups, "Program the groups before the clock starts");
+   app.add_flag("--progress", options.progress, "Tell when each reply came in (needs --requests)")
+        ->needs(requests);
+   CLI11_PARSE(app, argc, argv);
+   if (seconds->count() + requests->count() == 0) {
+      std::fprintf(stderr, "one of --seconds and --requests is needed\n");
+      return 2;
+   }
+   try {
+      std::printf("%s\n", run(options).dump().c_str());
+      return 0;
+   } catch (const std::exception& error) {
+      std::fprintf(stderr, "%s\n", error.what());
+      return 1;
+   }
+}

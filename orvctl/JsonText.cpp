@@ -1,0 +1,118 @@
+#include "orvctl/JsonText.h"
+
+#include <absl/strings/escaping.h>
+#include <fmt/format.h>
+#include <google/protobuf/util/json_util.h>
+
+#include <nlohmann/json.hpp>
+
+#include "OrvSdkRpcProtos/orvsdk.pb.h"
+#include "orvctl/ExitCode.h"
+#include "orvctl/Values.h"
+
+namespace orvctl {
+namespace {
+
+using Json = nlohmann::ordered_json;
+using google::protobuf::Descriptor;
+using google::protobuf::FieldDescriptor;
+
+bool isAddress(const Descriptor& type) { return &type == OrvSdkRpc::pb::ip_address_msg::descriptor(); }
+bool isPrefix(const Descriptor& type) { return &type == OrvSdkRpc::pb::ip_prefix_msg::descriptor(); }
+
+Json addressObject(const std::string& bytes) { return Json{{"address", absl::Base64Escape(bytes)}}; }
+
+// The canonical form of the value of a field of type `type`.
+void toCanonical(std::string_view where, const Descriptor& type, Json& value) {
+   if (value.is_string() && isAddress(type)) {
+      value = addressObject(parseAddressBytes(where, value.get<std::string>()));
+      return;
+   }
+   if (value.is_string() && isPrefix(type)) {
+      const auto prefix = parsePrefix(where, value.get<std::string>());
+      value = Json{{"network", addressObject(prefix.network().address())}, {"prefix_length", prefix.prefix_length()}};
+      return;
+   }
+   if (!value.is_object()) return;
+   for (auto& [key, inner] : value.items()) {
+      const FieldDescriptor* field = type.FindFieldByName(key);
+      if (!field) field = type.FindFieldByCamelcaseName(key);
+      if (!field || field->cpp_type() != FieldDescriptor::CPPTYPE_MESSAGE || field->is_map()) continue;
+      if (inner.is_array()) {
+         for (Json& element : inner) toCanonical(key, *field->message_type(), element);
+      } else {
+         toCanonical(key, *field->message_type(), inner);
+      }
+   }
+}
+
+std::string decodedAddress(const Json& object) {
+   std::string bytes;
+   if (auto it = object.find("address"); it != object.end()) absl::Base64Unescape(it->get<std::string>(), &bytes);
+   return bytes;
+}
+
+// The reverse, on what the JSON printer made: field names are the .proto's and the shapes are known.
+void toFriendly(const Descriptor& type, Json& value) {
+   if (isAddress(type)) {
+      OrvSdkRpc::pb::ip_address_msg address;
+      address.set_address(decodedAddress(value));
+      value = addressText(address);
+      return;
+   }
+   if (isPrefix(type)) {
+      OrvSdkRpc::pb::ip_prefix_msg prefix;
+      if (auto it = value.find("network"); it != value.end()) {
+         prefix.mutable_network()->set_address(decodedAddress(*it));
+      }
+      prefix.set_prefix_length(value.value("prefix_length", 0U));
+      value = prefixText(prefix);
+      return;
+   }
+   for (auto& [key, inner] : value.items()) {
+      const FieldDescriptor* field = type.FindFieldByName(key);
+      if (!field || field->cpp_type() != FieldDescriptor::CPPTYPE_MESSAGE || field->is_map()) continue;
+      if (inner.is_array()) {
+         for (Json& element : inner) toFriendly(*field->message_type(), element);
+      } else if (inner.is_object()) {
+         toFriendly(*field->message_type(), inner);
+      }
+   }
+}
+
+}  // namespace
+
+void messageFromJson(std::string_view what, std::string_view json, google::protobuf::Message& message) {
+   const std::string& typeName = message.GetDescriptor()->name();
+   Json tree;
+   try {
+      tree = Json::parse(json);
+   } catch (const Json::parse_error& error) {
+      throw UsageError(fmt::format("{} is '{}', expected JSON of {}: error at byte {}", what, json, typeName, error.byte));
+   }
+   if (!tree.is_object()) {
+      throw UsageError(fmt::format("{} is '{}', expected a JSON object of {}", what, json, typeName));
+   }
+   toCanonical(what, *message.GetDescriptor(), tree);
+   message.Clear();
+   auto status = google::protobuf::util::JsonStringToMessage(tree.dump(), &message);
+   if (!status.ok()) {
+      throw UsageError(fmt::format("{} is '{}', expected JSON of {}: {}", what, json, typeName, status.message().as_string()));
+   }
+}
+
+std::string messageToJson(const google::protobuf::Message& message) {
+   google::protobuf::util::JsonPrintOptions options;
+   options.preserve_proto_field_names = true;
+   options.always_print_primitive_fields = true;
+   std::string canonical;
+   auto status = google::protobuf::util::MessageToJsonString(message, &canonical, options);
+   if (!status.ok()) {
+      throw CallError(fmt::format("cannot print {}: {}", message.GetDescriptor()->name(), status.message().as_string()));
+   }
+   Json tree = Json::parse(canonical);
+   toFriendly(*message.GetDescriptor(), tree);
+   return tree.dump(-1, ' ', false, Json::error_handler_t::replace);
+}
+
+}  // namespace orvctl

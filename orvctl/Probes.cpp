@@ -1,0 +1,153 @@
+#include <functional>
+#include <optional>
+
+#include "orvctl/Catalog.h"
+
+namespace orvctl {
+namespace pb = OrvSdkRpc::pb;
+using Stub = Connection::Programming::StubInterface;
+
+namespace {
+
+// The words with which a server refuses an RPC that its build does not have.
+constexpr std::string_view kNotInThisBuild = "Error: not available in this build";
+
+bool saysNotInThisBuild(const pb::rpc_status_msg& status) {
+   return status.status() == pb::RPC_STATUS_ERROR && status.debug_string().starts_with(kNotInThisBuild);
+}
+
+// A prefix that no address family has, refused before the switch is asked.
+pb::ip_prefix_msg impossiblePrefix() {
+   pb::ip_prefix_msg prefix;
+   prefix.mutable_network()->set_address(std::string(4, '\0'));
+   prefix.set_prefix_length(129);
+   return prefix;
+}
+
+pb::ip_route_msg refusedRoute() {
+   pb::ip_route_msg route;
+   *route.mutable_prefix() = impossiblePrefix();
+   return route;
+}
+
+pb::nexthop_group_tunnel_msg refusedTunnel() {
+   pb::nexthop_group_tunnel_msg tunnel;
+   *tunnel.mutable_prefix() = impossiblePrefix();
+   return tunnel;
+}
+
+pb::sbfd_echo_session_msg refusedSession() {
+   pb::sbfd_echo_session_msg session;
+   session.mutable_key()->set_dscp(256);
+   return session;
+}
+
+template <typename Bulk, typename Item>
+Bulk bulkOf(Item item) {
+   Bulk bulk;
+   *bulk.add_bulk() = std::move(item);
+   return bulk;
+}
+
+Availability judge(const pb::rpc_status_msg& reply) {
+   return saysNotInThisBuild(reply) ? Availability::notInThisBuild : Availability::available;
+}
+
+Availability judge(const pb::rpc_status_bulk_msg& reply) {
+   return reply.statuses_size() == 1 ? judge(reply.statuses(0)) : Availability::available;
+}
+
+Availability judge(const pb::rpc_server_state_status_msg&) { return Availability::available; }
+
+Availability judge(const grpc::Status& status) {
+   return status.error_code() == grpc::StatusCode::UNIMPLEMENTED ? Availability::notInThisBuild : Availability::available;
+}
+
+template <typename Request, typename Reply>
+Availability ask(Connection& connection, const char* name,
+                 grpc::Status (Stub::*method)(grpc::ClientContext*, const Request&, Reply*), const Request& request) {
+   grpc::ClientContext context;
+   connection.prepare(context);
+   Reply reply;
+   const grpc::Status status = (connection.programming().*method)(&context, request, &reply);
+   if (status.error_code() == grpc::StatusCode::UNIMPLEMENTED) return Availability::notInThisBuild;
+   connection.require(name, status);
+   return judge(reply);
+}
+
+// A watch has no answer of its own. It is opened, and a call behind it on the same connection is answered; a watch that
+// the server does not have has ended by then.
+Availability askWatch(Connection& connection, const std::string& path, const google::protobuf::Message& request,
+                      google::protobuf::Message& reply) {
+   return judge(connection.streamEndsAtOnce(path, request, reply));
+}
+
+constexpr std::string_view kService = "OrvSdkRpc.pb.orvsdk_service";
+
+Availability probeRpc(Connection& connection, const std::string& name) {
+   // Groups and labels: an empty message is refused for its missing name or forwarding.
+   if (name == "nexthop_group") return ask(connection, "nexthop_group", &Stub::nexthop_group, {});
+   if (name == "nexthop_group_bulk") {
+      return ask(connection, "nexthop_group_bulk", &Stub::nexthop_group_bulk,
+                 bulkOf<pb::nexthop_group_bulk_msg>(pb::nexthop_group_msg()));
+   }
+   if (name == "ip_route") return ask(connection, "ip_route", &Stub::ip_route, refusedRoute());
+   if (name == "ip_route_bulk") {
+      return ask(connection, "ip_route_bulk", &Stub::ip_route_bulk, bulkOf<pb::ip_route_bulk_msg>(refusedRoute()));
+   }
+   if (name == "nexthop_group_tunnel") {
+      return ask(connection, "nexthop_group_tunnel", &Stub::nexthop_group_tunnel, refusedTunnel());
+   }
+   if (name == "nexthop_group_tunnel_bulk") {
+      return ask(connection, "nexthop_group_tunnel_bulk", &Stub::nexthop_group_tunnel_bulk,
+                 bulkOf<pb::nexthop_group_tunnel_bulk_msg>(refusedTunnel()));
+   }
+   if (name == "mpls_route") return ask(connection, "mpls_route", &Stub::mpls_route, {});
+   if (name == "mpls_route_bulk") {
+      return ask(connection, "mpls_route_bulk", &Stub::mpls_route_bulk,
+                 bulkOf<pb::mpls_route_bulk_msg>(pb::mpls_route_msg()));
+   }
+   if (name == "cbf_nexthop_group_redirect") {
+      return ask(connection, "cbf_nexthop_group_redirect", &Stub::cbf_nexthop_group_redirect, {});
+   }
+   if (name == "cbf_nexthop_group_redirect_bulk") {
+      // Any bulk of redirects commits, so it is asked only where the single form is missing too.
+      const auto single = ask(connection, "cbf_nexthop_group_redirect", &Stub::cbf_nexthop_group_redirect, {});
+      if (single != Availability::notInThisBuild) return single;
+      return ask(connection, "cbf_nexthop_group_redirect_bulk", &Stub::cbf_nexthop_group_redirect_bulk,
+                 bulkOf<pb::cbf_nexthop_group_redirect_bulk_msg>(pb::cbf_nexthop_group_redirect_msg()));
+   }
+   if (name == "sbfd_echo_session") {
+      return ask(connection, "sbfd_echo_session", &Stub::sbfd_echo_session, refusedSession());
+   }
+   if (name == "sbfd_echo_session_bulk") {
+      return ask(connection, "sbfd_echo_session_bulk", &Stub::sbfd_echo_session_bulk,
+                 bulkOf<pb::sbfd_echo_session_bulk_msg>(refusedSession()));
+   }
+   // Notes: nothing to set, nothing to read.
+   if (name == "rpc_server_state") return ask(connection, "rpc_server_state", &Stub::rpc_server_state, {});
+   if (name == "get_rpc_server_state") {
+      return ask(connection, "get_rpc_server_state", &Stub::get_rpc_server_state, {});
+   }
+   if (name == "watch_rpc_server_alive") {
+      pb::rpc_server_alive_msg reply;
+      return askWatch(connection, "/OrvSdkRpc.pb.orvsdk_service/watch_rpc_server_alive", pb::rpc_server_alive_msg(), reply);
+   }
+   if (name == "watch_sbfd_echo_session_status_msgs") {
+      pb::watch_sbfd_echo_session_status_msg reply;
+      return askWatch(connection, "/OrvSdkRpc.pb.orvsdk_service/watch_sbfd_echo_session_status_msgs",
+                      pb::watch_sbfd_echo_session_config_msg(), reply);
+   }
+   return Availability::notProbed;
+}
+
+}  // namespace
+
+void probe(Connection& connection, Catalog& catalog) {
+   for (auto& service : catalog.services) {
+      if (service.name != kService) continue;
+      for (auto& rpc : service.rpcs) rpc.availability = probeRpc(connection, rpc.name);
+   }
+}
+
+}  // namespace orvctl

@@ -1,0 +1,23 @@
+// One function per command; each adds its subcommand, flags and action to the program.
+#pragma once
+
+#include "orvctl/Context.h"
+
+namespace orvctl {
+
+// Assembles the program.
+void buildApp(CLI::App& app, Context& context);
+
+void addListCommand(CLI::App& app, Context& context);
+void addCallCommand(CLI::App& app, Context& context);
+void addConsoleCommand(CLI::App& app, Context& context);
+void addInitCommand(CLI::App& app, Context& context);
+void addResyncCommand(CLI::App& app, Context& context);
+void addNexthopGroupCommand(CLI::App& app, Context& context);
+void addRouteCommand(CLI::App& app, Context& context);
+void addStateCommand(CLI::App& app, Context& context);
+void addAliveCommand(CLI::App& app, Context& context);
+void addBenchCommand(CLI::App& app, Context& context);
+void addCompletionCommand(CLI::App& app, Context& context);
+
+}  // namespace orvctl

@@ -1,0 +1,9 @@
+#pragma once
+
+#include <string>
+
+namespace Pavo {
+
+using String = std::string;
+
+}  // namespace Pavo

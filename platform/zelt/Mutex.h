@@ -1,0 +1,37 @@
+#pragma once
+
+// A std::mutex that clang's thread-safety analysis knows.
+// Thread-safety: it is a mutex. Not recursive.
+
+#include <mutex>
+
+#include "zelt/ThreadAnnotations.h"
+
+namespace Zelt {
+
+class ZELT_CAPABILITY("mutex") Mutex {
+public:
+   constexpr Mutex() = default;
+   Mutex(const Mutex&) = delete;
+   Mutex& operator=(const Mutex&) = delete;
+
+   void lock() ZELT_ACQUIRE() { mutex_.lock(); }
+   void unlock() ZELT_RELEASE() { mutex_.unlock(); }
+
+private:
+   std::mutex mutex_;
+};
+
+/// Holds a Mutex for its scope.
+class ZELT_SCOPED_CAPABILITY MutexAnchor {
+public:
+   explicit MutexAnchor(Mutex& mutex) ZELT_ACQUIRE(mutex) : mutex_(mutex) { mutex_.lock(); }
+   ~MutexAnchor() ZELT_RELEASE() { mutex_.unlock(); }
+   MutexAnchor(const MutexAnchor&) = delete;
+   MutexAnchor& operator=(const MutexAnchor&) = delete;
+
+private:
+   Mutex& mutex_;
+};
+
+}  // namespace Zelt

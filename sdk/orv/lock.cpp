@@ -1,0 +1,101 @@
+#include "orv/lock.h"
+
+#include <cstdio>
+#include <mutex>
+#include <sstream>
+#include <string>
+#include <thread>
+
+#include "orv/error.h"
+
+namespace orv {
+namespace {
+
+class mutex_backend : public host::lock_backend {
+public:
+   void acquire() override { mutex_.lock(); }
+   void release() noexcept override { mutex_.unlock(); }
+
+private:
+   std::recursive_mutex mutex_;
+};
+
+host::lock_backend& default_backend() {
+   // Never destroyed: threads may still use the lock while the process ends.
+   static auto* const backend = new mutex_backend;
+   return *backend;
+}
+
+constinit std::atomic<host::lock_backend*> installed{nullptr};
+
+// For the report of a missing lock only; written by the holder.
+constinit std::atomic<std::thread::id> owner{};
+constinit std::atomic<std::uint32_t> owner_count{0};
+constinit std::atomic<std::thread::id> main_thread{};
+
+constinit std::atomic<std::uint32_t> last_epoch{0};
+
+host::lock_backend& backend() {
+   host::lock_backend* const set = installed.load(std::memory_order_acquire);
+   return set != nullptr ? *set : default_backend();
+}
+
+}  // namespace
+
+namespace host {
+
+void lock_backend_is(lock_backend* backend) noexcept {
+   installed.store(backend, std::memory_order_release);
+}
+
+void main_thread_is() noexcept {
+   const std::uint32_t epoch = last_epoch.fetch_add(1, std::memory_order_relaxed) + 1;
+   detail::this_thread_lock.main_epoch = epoch;
+   detail::main_epoch.store(epoch, std::memory_order_relaxed);
+   main_thread.store(std::this_thread::get_id(), std::memory_order_relaxed);
+}
+
+void main_thread_clear() noexcept {
+   main_thread.store(std::thread::id{}, std::memory_order_relaxed);
+   detail::main_epoch.store(0, std::memory_order_relaxed);
+}
+
+}  // namespace host
+
+namespace detail {
+
+void lock_acquire() {
+   lock_state& mine = this_thread_lock;
+   if (mine.depth == 0) {
+      backend().acquire();
+      owner.store(std::this_thread::get_id(), std::memory_order_relaxed);
+   }
+   ++mine.depth;
+   owner_count.store(mine.depth, std::memory_order_relaxed);
+}
+
+void lock_release() noexcept {
+   lock_state& mine = this_thread_lock;
+   --mine.depth;
+   owner_count.store(mine.depth, std::memory_order_relaxed);
+   if (mine.depth == 0) {
+      owner.store(std::thread::id{}, std::memory_order_relaxed);
+      backend().release();
+   }
+}
+
+void lock_missing() {
+   std::ostringstream text;
+   text << "[ORV SDK ERROR] Thread did not grab orv::sdk_scoped_lock:\n"
+        << "  mainThreadId: " << main_thread.load(std::memory_order_relaxed) << '\n'
+        << "  scopedLockOwner: " << owner.load(std::memory_order_relaxed) << '\n'
+        << "  scopedLockOwnerCount: " << owner_count.load(std::memory_order_relaxed) << '\n'
+        << "  myThreadId: " << std::this_thread::get_id() << '\n';
+   const std::string report = text.str();
+   std::fwrite(report.data(), 1, report.size(), stderr);
+   std::fflush(stderr);
+   throw no_scoped_lock_obtained_error();
+}
+
+}  // namespace detail
+}  // namespace orv

@@ -1,0 +1,26 @@
+#include "softswitch/callbacks.h"
+
+#include <utility>
+
+namespace softswitch {
+
+void Callbacks::taskExecute() {
+   while (!calls_.empty()) {
+      // Taken out first: the call may post, or throw.
+      auto call = std::move(calls_.front());
+      calls_.pop_front();
+      // Before the call, so that one that throws does not strand those behind it.
+      if (!calls_.empty()) scheduleTask();
+      taskWorkCountInc(1);
+      call();
+      if (taskShouldYield()) break;
+   }
+   taskWorkPendingIs(calls_.size());
+   if (calls_.empty()) {
+      unscheduleTask();
+   } else {
+      scheduleTask();
+   }
+}
+
+}  // namespace softswitch

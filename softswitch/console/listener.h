@@ -1,0 +1,40 @@
+// The listening socket of the console and its file.
+//
+// Thread-safety: one thread at a time.
+#pragma once
+
+#include <sys/socket.h>
+#include <sys/types.h>
+
+#include "softswitch/console/address.h"
+
+namespace softswitch::console {
+
+// A non-blocking listening socket; closed by the destructor, which removes the socket file if it is still
+// ours.
+class Listener {
+public:
+   // Throws std::runtime_error, one line with the address and the reason.
+   explicit Listener(Address address);
+   ~Listener();
+   Listener(const Listener&) = delete;
+   Listener& operator=(const Listener&) = delete;
+
+   int fd() const { return fd_; }
+
+   // With the port that the system chose, where it was to choose.
+   const Address& address() const { return address_; }
+
+private:
+   void listenUnix();
+   void listenTcp();
+   void bindAndListen(const void* socketAddress, socklen_t length);
+   [[noreturn]] void refuse(std::string_view reason) const;
+
+   Address address_;
+   int fd_ = -1;
+   dev_t fileDevice_ = 0;  // identity of the socket file that was made here
+   ino_t fileInode_ = 0;
+};
+
+}  // namespace softswitch::console

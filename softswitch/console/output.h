@@ -1,0 +1,88 @@
+// What commands write: a sink for text, and a document that is a table or JSON by the asker's wish.
+//
+// Thread-safety: one thread per object. An Output may wait for a slow reader, so nothing here is called
+// with the SDK's lock held, except on an Output that never waits (StringOutput).
+#pragma once
+
+#include <cstddef>
+#include <nlohmann/json.hpp>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "softswitch/console/words.h"
+
+namespace softswitch::console {
+
+// Thrown out of Output::write when the reader is gone or the console stops; it ends the command.
+class OutputClosed : public std::runtime_error {
+public:
+   using std::runtime_error::runtime_error;
+};
+
+class Output {
+public:
+   virtual ~Output() = default;
+
+   // Takes all of `text`, waiting for the reader where it must.
+   virtual void write(std::string_view text) = 0;
+};
+
+// Keeps everything in memory.
+class StringOutput final : public Output {
+public:
+   void write(std::string_view text) override { text_ += text; }
+   const std::string& text() const { return text_; }
+
+private:
+   std::string text_;
+};
+
+// Keeps the order in which members are given.
+using Json = nlohmann::ordered_json;
+
+struct Column {
+   std::string_view title;
+   std::string_view key;   // the row's member shown here
+   std::size_t width = 0;  // at least this many characters
+};
+
+// The output of one command: sections, each a listing of rows or a few named fields. In JSON it is one object
+// with a member per section; as text, tables and "name: value" lines, with headings when there are several.
+// Rows are passed on in chunks, never gathered. finish() ends it; a document that is dropped
+// before (an error in between) is cut off, which the reader sees by the error that follows.
+class Document {
+public:
+   // With `headings` each section's text begins with its name.
+   Document(Output& out, Form form, bool headings = false) : out_(out), form_(form), headings_(headings) {}
+
+   // Begins a section of rows.
+   void listing(std::string_view name, std::vector<Column> columns);
+   void row(const Json& row);
+
+   // A whole section of its own: an object, as text one "key: value" line per member.
+   void fields(std::string_view name, const Json& object);
+
+   void finish();
+
+private:
+   void section(std::string_view name);
+   void endListing();
+   void flushIfLong();
+
+   Output& out_;
+   Form form_;
+   bool headings_;
+   bool anySection_ = false;
+   bool inListing_ = false;
+   bool anyRow_ = false;
+   std::vector<Column> columns_;
+   std::string buffer_;
+};
+
+// How a value stands in a table: a string as it is, a boolean as yes or no, a list joined by ", ", null as
+// "-".
+std::string cellText(const Json& value);
+
+}  // namespace softswitch::console

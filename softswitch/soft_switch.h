@@ -1,0 +1,93 @@
+// The software switch: an orv::sdk that keeps its state in a directory and forwards in memory.
+//
+//    softswitch::SoftSwitch sw({.stateDirectory = "/var/lib/switch"});   // this thread is the main thread
+//    OrvSdkRpc::Agent agent(sw, "unix:///run/switch", true, true);
+//    sw.mainLoop();                                                      // until sw.stop()
+//
+// mainLoop() first calls on_initialized of every agent handler. After stop() it calls on_agent_enabled(false)
+// of each, waits until each has acknowledged, and returns once the state is on the disk and marked clean.
+//
+// Thread-safety: constructed, run and destroyed by one thread, the SDK's main thread. The managers are called
+// from any thread under orv::sdk_scoped_lock. stop() may be called from any thread and from a signal handler.
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <map>
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "orv/sdk.h"
+#include "softswitch/limits.h"
+#include "softswitch/store/state_directory.h"
+#include "softswitch/topology.h"
+
+namespace softswitch {
+
+class AclMgr;
+class AgentMgr;
+class BfdSessionMgr;
+class ClassMapMgr;
+class FibMgr;
+class Hardware;
+class IntfMgr;
+class IpRouteMgr;
+class MplsRouteMgr;
+class MplsVrfLabelMgr;
+class NexthopGroupMgr;
+class NexthopGroupTunnelMgr;
+class PolicyMapMgr;
+class VrfMgr;
+namespace store {
+class Store;
+}
+
+struct Options {
+   std::filesystem::path stateDirectory;
+   store::Durability durability = store::Durability::process;
+   Topology topology = Topology::builtIn();
+   Limits limits;
+   std::string name = "OrvSdkRpc";                   // the agent's, what orv::sdk::name() answers
+   std::map<std::string, std::string> agentOptions;  // what agent_option() answers
+   std::function<void(std::string_view)> log;        // one line for the operator; empty: standard error
+};
+
+class SoftSwitch final : public orv::sdk {
+  public:
+   // Throws store::StoreError when the state directory cannot be used; it is left as it was.
+   explicit SoftSwitch(Options options);
+   ~SoftSwitch() override;
+   SoftSwitch(const SoftSwitch&) = delete;
+   SoftSwitch& operator=(const SoftSwitch&) = delete;
+
+   // Runs until stop(). Once in the life of a switch.
+   void mainLoop();
+   // Ends mainLoop() in order.
+   void stop() noexcept;
+
+   // The managers as themselves, for the console.
+   AclMgr& acls();
+   AgentMgr& agent();
+   BfdSessionMgr& bfdSessions();
+   ClassMapMgr& classMaps();
+   FibMgr& fib();
+   Hardware& hardware();
+   IntfMgr& intfs();
+   IpRouteMgr& ipRoutes();
+   MplsRouteMgr& mplsRoutes();
+   MplsVrfLabelMgr& mplsVrfLabels();
+   NexthopGroupMgr& nexthopGroups();
+   NexthopGroupTunnelMgr& nexthopGroupTunnels();
+   PolicyMapMgr& policyMaps();
+   VrfMgr& vrfs();
+   store::Store& store();
+   const Options& options() const;
+
+  private:
+   struct Parts;
+   std::unique_ptr<Parts> parts_;
+};
+
+}  // namespace softswitch

@@ -1,0 +1,315 @@
+#include "softswitch/store/store.h"
+
+#include <fcntl.h>
+#include <fmt/format.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <exception>
+
+#include "softswitch/store/codec.h"
+#include "softswitch/store/verify.h"
+
+namespace softswitch::store {
+namespace {
+
+constexpr unsigned maxDatabases = 128;
+constexpr std::size_t sumBytes = sizeof(std::uint32_t);
+
+// LMDB's own two tables.
+constexpr MDB_dbi freeList = 0;
+constexpr MDB_dbi tableOfTables = 1;
+
+std::size_t treePages(const MDB_stat& s) {
+   return s.ms_branch_pages + s.ms_leaf_pages + s.ms_overflow_pages;
+}
+
+}  // namespace
+
+Store::Store(StoreOptions options)
+     : options_(std::move(options)), directory_(options_.directory, options_.bootId, options_.log) {
+   try {
+      openEnvironment();
+   } catch (...) {
+      close();
+      throw;
+   }
+}
+
+Store::~Store() {
+   if (env_ == nullptr) return;
+   commit();
+   close();
+}
+
+void Store::openEnvironment() {
+   const auto facts = verifyDataFile(directory_.dataFile());
+   bytesFound_ = facts.bytes;
+   if (facts.bytes != 0) pageBytes_ = facts.pageBytes;
+   openCheck(mdb_env_create(&env_));
+   openCheck(mdb_env_set_maxdbs(env_, maxDatabases));
+   openCheck(mdb_env_set_mapsize(env_, std::max<std::size_t>(options_.mapBytes, facts.pages * pageBytes_)));
+   unsigned flags = MDB_NOSUBDIR | MDB_NOLOCK | MDB_NOTLS;
+   if (options_.durability == Durability::process) flags |= MDB_WRITEMAP | MDB_NOSYNC | MDB_NOMETASYNC;
+   openCheck(mdb_env_open(env_, directory_.dataFile().c_str(), flags, 0644));
+   openCheck(mdb_env_get_fd(env_, &fd_));
+   MDB_stat stat;
+   openCheck(mdb_env_stat(env_, &stat));
+   pageBytes_ = stat.ms_psize;
+   // On a full disk the switch still starts, so that something can be deleted.
+   if (!allocateUpTo(pagesNow() + spare_) && !allocateUpTo(pagesNow())) {
+      throw StoreError(Trouble::noSpace, fmt::format("state directory '{}': no space left for its tables",
+                                                     path().string()));
+   }
+}
+
+// Puts the file back to the length it had, if nothing was written: what was refused stays as it was.
+void Store::close() noexcept {
+   if (env_ == nullptr) return;
+   if (!marked_ && fd_ >= 0 && bytesFound_ != 0 && ::ftruncate(fd_, static_cast<off_t>(bytesFound_)) != 0) {
+      // The longer file reads the same; only its size differs.
+      std::fprintf(stderr, "'%s' keeps its new size: %s\n", directory_.dataFile().c_str(), std::strerror(errno));
+   }
+   mdb_env_close(env_);
+   env_ = nullptr;
+}
+
+void Store::openCheck(int rc) const {
+   if (rc == 0) return;
+   throw StoreError(rc == ENOSPC ? Trouble::noSpace : Trouble::unusable,
+                    fmt::format("state directory '{}' cannot be opened: {}", path().string(), mdb_strerror(rc)));
+}
+
+void Store::check(int rc, const char* what) const noexcept {
+   if (rc == 0) [[likely]]
+      return;
+   fatal(rc, what);
+}
+
+void Store::fatal(int rc, const char* what) const noexcept {
+   std::fprintf(stderr,
+                "state directory '%s': %s failed: %s. The process ends before anything is acknowledged that "
+                "is not stored.\n",
+                path().c_str(), what, mdb_strerror(rc));
+   std::fflush(stderr);
+   // No destructor may run: other threads are alive and would acknowledge.
+   std::_Exit(EXIT_FAILURE);
+}
+
+Store::Database Store::open(std::string_view name) {
+   databases_.push_back({.name = std::string(name)});
+   auto& slot = databases_.back();
+   MDB_txn* read = nullptr;
+   openCheck(mdb_txn_begin(env_, nullptr, MDB_RDONLY, &read));
+   const int rc = mdb_dbi_open(read, slot.name.c_str(), 0, &slot.dbi);
+   // A handle opened in a transaction is kept only if that is committed.
+   openCheck(mdb_txn_commit(read));
+   if (rc != MDB_NOTFOUND) {
+      openCheck(rc);
+      slot.there = true;
+   }
+   return Database{databases_.size() - 1};
+}
+
+MDB_dbi Store::handle(Database db) {
+   auto& slot = databases_[db.index];
+   if (!slot.there) [[unlikely]] {
+      check(mdb_dbi_open(txn_, slot.name.c_str(), MDB_CREATE, &slot.dbi), "creation of a table");
+      slot.there = true;
+   }
+   return slot.dbi;
+}
+
+void Store::begin() {
+   if (!marked_) {
+      if (options_.durability == Durability::sync && directory_.mustSync()) check(mdb_env_sync(env_, 1), "sync");
+      directory_.markInUse(options_.durability);
+      marked_ = true;
+   }
+   check(mdb_txn_begin(env_, nullptr, 0, &txn_), "begin of a transaction");
+   MDB_envinfo info;
+   check(mdb_env_info(env_, &info), "query of the environment");
+   basePages_ = info.me_last_pgno + 1;
+}
+
+void Store::put(Database db, std::string_view key, std::string_view row) {
+   if (key.size() > maxKeyBytes) {
+      throw StoreError(Trouble::tooLong, fmt::format("a key of {} bytes is longer than the store takes ({})",
+                                                     key.size(), maxKeyBytes));
+   }
+   makeRoom(worstPages(1, row.size()), spare_);
+   if (txn_ == nullptr) begin();
+   MDB_val k{key.size(), const_cast<char*>(key.data())};
+   MDB_val v{row.size() + sumBytes, nullptr};
+   check(mdb_put(txn_, handle(db), &k, &v, MDB_RESERVE), "write of a row");
+   std::memcpy(v.mv_data, row.data(), row.size());
+   const auto sum = rowSum(key, row);
+   std::memcpy(static_cast<char*>(v.mv_data) + row.size(), &sum, sumBytes);
+   ++writes_;
+}
+
+void Store::del(Database db, std::string_view key) {
+   if (key.size() > maxKeyBytes || !databases_[db.index].there) return;
+   makeRoom(worstPages(1, 0), 0);
+   if (txn_ == nullptr) begin();
+   MDB_val k{key.size(), const_cast<char*>(key.data())};
+   const int rc = mdb_del(txn_, handle(db), &k, nullptr);
+   if (rc != MDB_NOTFOUND) check(rc, "removal of a row");
+   ++writes_;
+}
+
+void Store::clear(Database db) {
+   if (!databases_[db.index].there) return;
+   const bool fresh = txn_ == nullptr;
+   if (fresh) {
+      makeRoom(worstPages(1, 0), 0);
+      begin();
+   }
+   MDB_stat stat;
+   check(mdb_stat(txn_, handle(db), &stat), "query of a table");
+   // The list of the pages that become free is written too.
+   makeRoom(worstPages(2, 0) + treePages(stat) / 128, 0);
+   check(mdb_drop(txn_, handle(db), 0), "removal of all rows");
+   writes_ += treePages(stat);
+}
+
+void Store::scan(Database db, const std::function<void(std::string_view, std::string_view)>& row) const {
+   const auto& slot = databases_[db.index];
+   if (!slot.there) return;
+   MDB_txn* read = nullptr;
+   openCheck(mdb_txn_begin(env_, nullptr, MDB_RDONLY, &read));
+   MDB_cursor* cursor = nullptr;
+   struct Guard {
+      MDB_txn* txn;
+      MDB_cursor*& cursor;
+      ~Guard() {
+         if (cursor != nullptr) mdb_cursor_close(cursor);
+         mdb_txn_abort(txn);
+      }
+   } guard{read, cursor};
+   openCheck(mdb_cursor_open(read, slot.dbi, &cursor));
+   MDB_val k, v;
+   int rc = 0;
+   for (rc = mdb_cursor_get(cursor, &k, &v, MDB_FIRST); rc == 0; rc = mdb_cursor_get(cursor, &k, &v, MDB_NEXT)) {
+      const std::string_view key(static_cast<const char*>(k.mv_data), k.mv_size);
+      const std::string_view data(static_cast<const char*>(v.mv_data), v.mv_size);
+      if (data.size() < sumBytes) throw damaged(fmt::format("table '{}' has a row that is too short", slot.name));
+      try {
+         row(key, data.substr(0, data.size() - sumBytes));
+      } catch (const StoreError& e) {
+         if (e.trouble() != Trouble::damaged) throw;
+         throw damaged(fmt::format("table '{}': {}", slot.name, e.what()));
+      }
+   }
+   if (rc != MDB_NOTFOUND) openCheck(rc);
+}
+
+void Store::commit() noexcept {
+   for (const auto& flush : flushes_)
+      flush();
+   if (txn_ == nullptr) return;
+   auto* txn = txn_;
+   txn_ = nullptr;
+   writes_ = 0;
+   taken_ = 0;
+   ++commits_;
+   check(mdb_txn_commit(txn), "commit");
+}
+
+void Store::closeClean() {
+   commit();
+   if (const int rc = mdb_env_sync(env_, 1); rc != 0) {
+      throw StoreError(Trouble::unusable,
+                       fmt::format("state directory '{}' cannot be synced: {}", path().string(), mdb_strerror(rc)));
+   }
+   // The map's unused tail goes, so that the file is as long as what is in it.
+   if (::ftruncate(fd_, static_cast<off_t>(pagesNow() * pageBytes_)) != 0 || ::fsync(fd_) != 0) {
+      throw StoreError(Trouble::unusable, fmt::format("state directory '{}' cannot be synced: {}",
+                                                      path().string(), std::strerror(errno)));
+   }
+   marked_ = true;
+   mdb_env_close(env_);
+   env_ = nullptr;
+   directory_.markClean();
+}
+
+std::size_t Store::bytesInUse() const { return pagesNow() * pageBytes_; }
+
+StoreError Store::damaged(std::string_view what) const {
+   return {Trouble::damaged, fmt::format("state directory '{}' is damaged: {}", path().string(), what)};
+}
+
+// An upper bound of the pages from the start of the file that the open span may have reached.
+std::size_t Store::pagesNow() const {
+   MDB_envinfo info;
+   check(mdb_env_info(env_, &info), "query of the environment");
+   const std::size_t committed = info.me_last_pgno + 1;
+   if (txn_ == nullptr) return committed;
+   // A page is copied once in a span, so it cannot have taken more than its tables now consist of, twice
+   // over for pages that it has made and left again.
+   std::size_t reach = 64;
+   MDB_stat stat;
+   const auto add = [&](MDB_dbi dbi) {
+      check(mdb_stat(txn_, dbi, &stat), "query of a table");
+      reach += 2 * treePages(stat);
+   };
+   add(freeList);
+   add(tableOfTables);
+   for (const auto& slot : databases_) {
+      if (slot.there) add(slot.dbi);
+   }
+   return basePages_ + std::min(taken_, reach);
+}
+
+// Pages of the free list that the next transaction may take.
+std::size_t Store::reusablePages() {
+   if (txn_ != nullptr) return 0;
+   MDB_envinfo info;
+   check(mdb_env_info(env_, &info), "query of the environment");
+   MDB_txn* read = nullptr;
+   check(mdb_txn_begin(env_, nullptr, MDB_RDONLY, &read), "begin of a transaction");
+   MDB_cursor* cursor = nullptr;
+   check(mdb_cursor_open(read, freeList, &cursor), "query of the free list");
+   std::size_t pages = 0;
+   MDB_val k, v;
+   while (mdb_cursor_get(cursor, &k, &v, MDB_NEXT) == 0) {
+      std::size_t txn = 0, count = 0;
+      std::memcpy(&txn, k.mv_data, sizeof txn);
+      std::memcpy(&count, v.mv_data, sizeof count);
+      if (txn < info.me_last_txnid) pages += count;
+   }
+   mdb_cursor_close(cursor);
+   mdb_txn_abort(read);
+   return pages;
+}
+
+bool Store::allocateUpTo(std::size_t pages) {
+   if (pages <= allocatedPages_) return true;
+   const std::size_t bytes = pages * pageBytes_;
+   if (bytes > options_.mapBytes) return false;
+   if (::posix_fallocate(fd_, 0, static_cast<off_t>(bytes)) != 0) return false;
+   allocatedPages_ = pages;
+   return true;
+}
+
+void Store::findRoom(std::size_t pages, std::size_t spare) {
+   const std::size_t now = pagesNow();
+   const std::size_t need = now + pages + spare;
+   const std::size_t step = std::max<std::size_t>(options_.stepBytes / pageBytes_, 1);
+   // Ahead of the need, so that a file near the end of its blocks is not asked about at every write.
+   if (need + step / 4 > allocatedPages_ && !allocateUpTo((need + step / 4) / step * step + step))
+      static_cast<void>(allocateUpTo(need));
+   std::size_t room = allocatedPages_ - std::min(allocatedPages_, now);
+   if (room < pages + spare && pages <= 2 * pagesPerWrite) room += reusablePages();
+   if (room < pages + spare) {
+      throw StoreError(Trouble::noSpace,
+                       fmt::format("no space left in state directory '{}' for the write", path().string()));
+   }
+   room_ = room;
+}
+
+}  // namespace softswitch::store

@@ -1,0 +1,53 @@
+#include "Report.h"
+
+#include <gtest/gtest.h>
+
+namespace bench {
+namespace {
+
+Figure ratioFigure(double ours, double floor, double target) {
+   return {.key = "rate",
+           .ours = ours,
+           .floor = floor,
+           .unit = "calls/s",
+           .target = Target{.kind = Target::Kind::ratioAtLeast, .value = target},
+           .note = ""};
+}
+
+Figure limitFigure(double ours, double limit) {
+   return {.key = "limit",
+           .ours = ours,
+           .floor = std::nullopt,
+           .unit = "ms",
+           .target = Target{.kind = Target::Kind::oursAtMost, .value = limit},
+           .note = ""};
+}
+
+TEST(Report, ARatioMustReachItsTarget) {
+   EXPECT_TRUE(ratioFigure(80, 100, 0.8).reached());
+   EXPECT_FALSE(ratioFigure(79, 100, 0.8).reached());
+}
+
+TEST(Report, ALimitMustNotBePassed) {
+   EXPECT_TRUE(limitFigure(10, 10).reached());
+   EXPECT_FALSE(limitFigure(10.1, 10).reached());
+}
+
+TEST(Report, JsonHoldsTheFourFieldsOfEachKey) {
+   Report report;
+   report.add(ratioFigure(80, 100, 0.8));
+   report.add(limitFigure(12, 10));
+   EXPECT_EQ(report.json(), nlohmann::json::parse(R"({
+      "rate": {"ours": 80.0, "floor": 100.0, "ratio": 0.8, "unit": "calls/s"},
+      "limit": {"ours": 12.0, "floor": null, "ratio": null, "unit": "ms"}})"));
+   EXPECT_EQ(report.missed(), std::vector<std::string>{"limit"});
+}
+
+TEST(Report, Median) {
+   EXPECT_EQ(median({3, 1, 2}), 2);
+   EXPECT_EQ(median({4, 1, 2, 3}), 2.5);
+   EXPECT_THROW(median({}), std::invalid_argument);
+}
+
+}  // namespace
+}  // namespace bench

@@ -1,0 +1,90 @@
+#include "Workload.h"
+
+#include <gtest/gtest.h>
+
+#include <set>
+
+#include "OrvSdkRpcProtos/orvsdk.pb.h"
+
+namespace bench {
+namespace {
+
+namespace pb = OrvSdkRpc::pb;
+
+template <class Message>
+Message parse(const grpc::ByteBuffer& buffer) {
+   std::vector<grpc::Slice> slices;
+   EXPECT_TRUE(buffer.Dump(&slices).ok());
+   std::string bytes;
+   for (const auto& slice : slices)
+      bytes.append(reinterpret_cast<const char*>(slice.begin()), slice.size());
+   Message message;
+   EXPECT_TRUE(message.ParseFromString(bytes));
+   return message;
+}
+
+TEST(Workload, PrefixesDoNotRepeat) {
+   for (const auto order : {Order::sequential, Order::random}) {
+      std::set<std::uint32_t> seen;
+      for (std::uint64_t i = 0; i < 100'000; ++i)
+         seen.insert(routeAddress(i, order));
+      EXPECT_EQ(seen.size(), 100'000u);
+   }
+}
+
+TEST(Workload, UnaryRoutesCountUpAndTakeTurnsBetweenTheGroups) {
+   const auto workload = unaryRoutes(255, 3, Order::sequential);
+   EXPECT_EQ(workload->method(), "/OrvSdkRpc.pb.orvsdk_service/ip_route");
+   EXPECT_EQ(workload->itemsPerRequest(), 1u);
+   const auto first = parse<pb::ip_route_msg>(workload->next());
+   const auto second = parse<pb::ip_route_msg>(workload->next());
+   EXPECT_EQ(first.prefix().network().address(), std::string("\x10\x00\x00\xff", 4));
+   EXPECT_EQ(first.prefix().prefix_length(), 32u);
+   EXPECT_EQ(first.nexthop_group_name(), groupName(255 % 3));
+   EXPECT_EQ(second.prefix().network().address(), std::string("\x10\x00\x01\x00", 4));
+   EXPECT_EQ(second.nexthop_group_name(), groupName(256 % 3));
+}
+
+TEST(Workload, BulkRoutesNameEachRouteOnceAndStartOver) {
+   const auto workload = bulkRoutes(0, 300, 100, 7, Order::random);
+   std::set<std::string> seen;
+   grpc::ByteBuffer first;
+   for (int bulk = 0; bulk < 3; ++bulk) {
+      const auto message = parse<pb::ip_route_bulk_msg>(workload->next());
+      EXPECT_EQ(message.bulk_size(), 100);
+      for (const auto& route : message.bulk())
+         seen.insert(route.prefix().network().address());
+   }
+   EXPECT_EQ(seen.size(), 300u);
+   const auto again = parse<pb::ip_route_bulk_msg>(workload->next());
+   EXPECT_TRUE(seen.contains(again.bulk(0).prefix().network().address()));
+}
+
+TEST(Workload, BulkGroupsChangeFromPassToPass) {
+   const auto workload = bulkGroups(20, 10, 4);
+   const auto first = parse<pb::nexthop_group_bulk_msg>(workload->next());
+   workload->next();
+   const auto again = parse<pb::nexthop_group_bulk_msg>(workload->next());
+   ASSERT_EQ(first.bulk_size(), 10);
+   ASSERT_EQ(again.bulk_size(), 10);
+   EXPECT_EQ(first.bulk(3).nexthops_size(), 4);
+   EXPECT_EQ(first.bulk(3).name(), again.bulk(3).name());
+   EXPECT_NE(first.bulk(3).nexthops(0).mpls_labels(0), again.bulk(3).nexthops(0).mpls_labels(0));
+   EXPECT_LE(again.bulk(3).nexthops(0).mpls_labels(0), 1048575u);
+}
+
+TEST(Workload, TheExpectedReplyAcceptsEveryItem) {
+   pb::rpc_status_bulk_msg reply;
+   ASSERT_TRUE(reply.ParseFromString(bulkRoutes(0, 100, 50, 1, Order::sequential)->expectedReply()));
+   ASSERT_EQ(reply.statuses_size(), 50);
+   for (const auto& status : reply.statuses())
+      EXPECT_EQ(status.status(), pb::RPC_STATUS_OK);
+}
+
+TEST(Workload, APartialBulkIsRefused) {
+   EXPECT_THROW(bulkRoutes(0, 150, 100, 1, Order::sequential), std::invalid_argument);
+   EXPECT_THROW(bulkGroups(0, 100, 4), std::invalid_argument);
+}
+
+}  // namespace
+}  // namespace bench
