@@ -14,6 +14,8 @@ enum class Availability {
    available,
    // The server said that this build does not have it.
    notInThisBuild,
+   // Asked, but the server tells only after an init.
+   notKnownBeforeInit,
    // Not asked: every request of it has an effect, or it is not one of ours.
    notProbed,
 };

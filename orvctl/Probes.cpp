@@ -1,7 +1,5 @@
-#include <functional>
-#include <optional>
-
 #include "orvctl/Catalog.h"
+#include "orvctl/HeldStream.h"
 
 namespace orvctl {
 namespace pb = OrvSdkRpc::pb;
@@ -50,6 +48,7 @@ Bulk bulkOf(Item item) {
 }
 
 Availability judge(const pb::rpc_status_msg& reply) {
+   if (reply.status() == pb::RPC_STATUS_NOT_INITIALIZED) return Availability::notKnownBeforeInit;
    return saysNotInThisBuild(reply) ? Availability::notInThisBuild : Availability::available;
 }
 
@@ -58,10 +57,6 @@ Availability judge(const pb::rpc_status_bulk_msg& reply) {
 }
 
 Availability judge(const pb::rpc_server_state_status_msg&) { return Availability::available; }
-
-Availability judge(const grpc::Status& status) {
-   return status.error_code() == grpc::StatusCode::UNIMPLEMENTED ? Availability::notInThisBuild : Availability::available;
-}
 
 template <typename Request, typename Reply>
 Availability ask(Connection& connection, const char* name,
@@ -77,9 +72,12 @@ Availability ask(Connection& connection, const char* name,
 
 // A watch has no answer of its own. It is opened, and a call behind it on the same connection is answered; a watch that
 // the server does not have has ended by then.
-Availability askWatch(Connection& connection, const std::string& path, const google::protobuf::Message& request,
-                      google::protobuf::Message& reply) {
-   return judge(connection.streamEndsAtOnce(path, request, reply));
+Availability askWatch(Connection& connection, const std::string& path, const google::protobuf::Message& request) {
+   HeldStream stream(connection, path, request);
+   // The end, where there is one, is on its way already; it may reach this queue a moment after the other answer.
+   const auto end = stream.waitForEnd(std::chrono::system_clock::now() + std::chrono::milliseconds(50));
+   return end && end->error_code() == grpc::StatusCode::UNIMPLEMENTED ? Availability::notInThisBuild
+                                                                     : Availability::available;
 }
 
 constexpr std::string_view kService = "OrvSdkRpc.pb.orvsdk_service";
@@ -130,13 +128,11 @@ Availability probeRpc(Connection& connection, const std::string& name) {
       return ask(connection, "get_rpc_server_state", &Stub::get_rpc_server_state, {});
    }
    if (name == "watch_rpc_server_alive") {
-      pb::rpc_server_alive_msg reply;
-      return askWatch(connection, "/OrvSdkRpc.pb.orvsdk_service/watch_rpc_server_alive", pb::rpc_server_alive_msg(), reply);
+      return askWatch(connection, "/OrvSdkRpc.pb.orvsdk_service/watch_rpc_server_alive", pb::rpc_server_alive_msg());
    }
    if (name == "watch_sbfd_echo_session_status_msgs") {
-      pb::watch_sbfd_echo_session_status_msg reply;
       return askWatch(connection, "/OrvSdkRpc.pb.orvsdk_service/watch_sbfd_echo_session_status_msgs",
-                      pb::watch_sbfd_echo_session_config_msg(), reply);
+                      pb::watch_sbfd_echo_session_config_msg());
    }
    return Availability::notProbed;
 }

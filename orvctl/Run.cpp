@@ -31,7 +31,7 @@ void addGlobals(CLI::App& app, Context& context) {
         ->envname("ORVCTL_TARGET")
         ->capture_default_str()
         ->type_name("ADDRESS");
-   app.add_option("--console", context.consoleText, "Console of the server [the target's socket path + \".console\"]")
+   app.add_option("--console", context.consoleText, "Console of the server [console.sock beside the target's socket]")
         ->type_name("ADDRESS");
    app.add_option_function<std::string>(
            "--timeout",
@@ -88,6 +88,13 @@ int run(const std::vector<std::string>& arguments, const Streams& streams) {
       // Help and version, asked for.
       app.exit(success, context.out, context.err);
       return kOk;
+   } catch (const CLI::RequiredError& error) {
+      // A mistyped command is left over; CLI11 tells only that one is missing.
+      const auto left = app.remaining(true);
+      context.err << "orvctl: "
+                  << (left.empty() ? oneLine(error.what()) : fmt::format("'{}' is none of the commands", left.front()))
+                  << "; see 'orvctl --help'\n";
+      return kUsage;
    } catch (const CLI::ParseError& error) {
       context.err << "orvctl: " << oneLine(error.what()) << "; see 'orvctl --help'\n";
       return kUsage;

@@ -96,12 +96,13 @@ Target parseTarget(std::string_view what, std::string_view text) {
 }
 
 Target consoleBeside(const Target& server) {
-   if (server.kind == Target::Kind::tcp) {
-      throw UsageError(fmt::format("--console is missing: the target '{}' is no unix socket, so no console stands beside it; "
-                                   "expected --console ADDRESS", server.text()));
+   if (server.kind != Target::Kind::unixPath) {
+      throw UsageError(fmt::format("--console is missing: no console stands beside '{}', expected --console ADDRESS",
+                                   server.text()));
    }
    Target console = server;
-   console.name += ".console";
+   console.name.resize(console.name.rfind('/') + 1);
+   console.name += "console.sock";
    return console;
 }
 

@@ -31,8 +31,8 @@ struct Target {
 // `what` names the flag in the error. Throws UsageError.
 Target parseTarget(std::string_view what, std::string_view text);
 
-// The console beside a server: its socket's path with ".console" behind it.
-// Throws UsageError for a TCP target, which has no such neighbour.
+// The console beside a server: "console.sock" in the directory of its socket. Throws UsageError for a target without a
+// path, which has no such neighbour.
 Target consoleBeside(const Target& server);
 
 }  // namespace orvctl

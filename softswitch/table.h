@@ -176,6 +176,10 @@ class Table {
       bool ended_ = false;
    };
 
+   // The first row at or behind `key`, and the first one behind it.
+   Item lowerBound(const Key& key) const { return itemAt(rows_.lower_bound(key)); }
+   Item upperBound(const Key& key) const { return itemAt(rows_.upper_bound(key)); }
+
    // For a plain loop that changes nothing.
    template <class Visit>
    void forEach(Visit&& visit) const {
@@ -189,6 +193,11 @@ class Table {
       Row row;
       std::uint32_t mark;
    };
+
+   template <class Position>
+   Item itemAt(Position at) const {
+      return at == rows_.end() ? Item{} : Item{&at->first, &at->second.row};
+   }
 
    void load(std::string_view keyBytes, std::string_view rowBytes) {
       store::Reader key(keyBytes);
@@ -244,33 +253,35 @@ class Table {
    std::string rowBytes_;
 };
 
-// An SDK iterator over a table: `Make` turns an Item into what the iterator yields, an optional, empty to
+// An SDK iterator over a table. `Make` turns an Item into an optional of what the iterator yields, empty to
 // skip the row.
-template <class T, class TableType, class Make>
-class TableIter final : public orv::iter_impl<T> {
+template <class Iter, class TableType, class Make>
+class TableIter final : public Iter::impl_type {
   public:
+   using Value = typename Iter::value_type;
+
    TableIter(const TableType& table, Make make) : cursor_(table), make_(std::move(make)) {}
 
-   bool next(T& row) override {
+   bool next(Value& row) override {
       while (const auto item = cursor_.next()) {
-         std::optional<T> made = make_(item);
+         std::optional<Value> made = make_(item);
          if (!made) continue;
          row = *std::move(made);
          return true;
       }
       return false;
    }
-   std::unique_ptr<orv::iter_impl<T>> clone() const override { return std::make_unique<TableIter>(*this); }
+   std::unique_ptr<orv::iter_impl<Value>> clone() const override { return std::make_unique<TableIter>(*this); }
 
   private:
    typename TableType::Cursor cursor_;
    Make make_;
 };
 
-// makeTableIter<orv::vrf_t>(table, [](auto item) { return std::optional(orv::vrf_t(*item.key)); })
-template <class T, class TableType, class Make>
-std::unique_ptr<orv::iter_impl<T>> makeTableIter(const TableType& table, Make make) {
-   return std::make_unique<TableIter<T, TableType, Make>>(table, std::move(make));
+// makeTableIter<orv::vrf_iter_t>(table, [](auto item) { return std::optional(*item.key); })
+template <class Iter, class TableType, class Make>
+Iter makeTableIter(const TableType& table, Make make) {
+   return Iter(std::make_unique<TableIter<Iter, TableType, Make>>(table, std::move(make)));
 }
 
 }  // namespace softswitch

@@ -53,7 +53,12 @@ class GenericRequestHandler : public RequestHandler,
       }
    }
 
-   std::shared_ptr<RequestHandler> chain(OpaqueId nextTag) override {
+   std::shared_ptr<RequestHandler> chain(OpaqueId nextTag) final {
+      return static_cast<Hc&>(*this).successor(nextTag);
+   }
+
+   // The handler that chain returns. A handler whose constructor takes more has a successor of its own.
+   std::shared_ptr<Hc> successor(OpaqueId nextTag) {
       return makeHandler<Hc>(nextTag, server_, cq_, service_);
    }
 

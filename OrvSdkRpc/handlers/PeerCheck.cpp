@@ -37,9 +37,8 @@ bool takePrefix(std::string_view& text, std::string_view prefix) {
 
 // The host in "host:port", "[host]:port", "host" or "[host]"; gRPC writes a peer's brackets as %5B and %5D.
 std::string_view hostPart(std::string_view text) {
-   for (const auto [open, close] : {std::pair<std::string_view, std::string_view>{"[", "]"}, {"%5B", "%5D"}}) {
-      if (takePrefix(text, open)) return text.substr(0, text.find(close));
-   }
+   if (takePrefix(text, "[")) return text.substr(0, text.find(']'));
+   if (takePrefix(text, "%5B")) return text.substr(0, text.find("%5D"));
    const std::size_t colon = text.rfind(':');
    // More than one colon without brackets: an IPv6 address without a port.
    if (colon == std::string_view::npos || text.find(':') != colon) return text;

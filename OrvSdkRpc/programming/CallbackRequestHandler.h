@@ -48,7 +48,7 @@ class CallbackRequestHandler final
       this->finish(*response_, grpc::Status::OK);
    }
 
-   std::shared_ptr<RequestHandler> chain(OpaqueId nextTag) override {
+   std::shared_ptr<CallbackRequestHandler> successor(OpaqueId nextTag) {
       return makeHandler<CallbackRequestHandler>(nextTag, this->server_, this->cq_, this->service_, method_,
                                                  programmer_, callback_);
    }

@@ -43,7 +43,7 @@ unsigned TaskScheduler::runReady(std::int64_t sliceNanos) {
       if (readyMask_ == 0) break;
       execute(*ready_[static_cast<std::size_t>(std::countr_zero(readyMask_))].first, now);
       ++executions;
-      if (now >= end || lock_.handOverDue() || stopRequested()) break;
+      if (now >= end || lock_.handOverDue(now) || stopRequested()) break;
    }
    if (readyMask_ == 0) {
       wakeAt_ = timers_.empty() ? never : timers_.earliestDeadline();
@@ -175,10 +175,10 @@ void TaskScheduler::execute(Task& task, std::int64_t& now) {
 }
 
 bool TaskScheduler::shouldYield(const Task& task) const {
-   if (lock_.handOverDue() || task.retired_ || stopRequested()) return true;
+   if (task.retired_ || stopRequested()) return true;
    if ((readyMask_ & ((1U << task.priority_) - 1)) != 0) return true;
    const std::int64_t now = Clock::steadyNanos();
-   if (now >= task.runEnd_) return true;
+   if (now >= task.runEnd_ || lock_.handOverDue(now)) return true;
    return !timers_.empty() && timers_.earliestDeadline() <= now &&
           timers_.earliest().priority() < task.priority_;
 }

@@ -14,28 +14,25 @@ constinit ActivityLock processActivityLock;
 
 namespace {
 
-// The life of a waiter's word: asleep until its slice is over, then polling, then asleep again if the holder
-// does not come to its release soon; granted from any of them. A granter wakes only a sleeper.
-constexpr std::uint32_t asleep = 0;
-constexpr std::uint32_t polling = 1;
-constexpr std::uint32_t granted = 2;
-
 // A poll takes 20 to 50 ns. Before it queues, a newcomer polls for a few microseconds, which outlasts a short
 // holder; it takes the lock once it has looked free for about half a microsecond, which is longer than the
 // gap of a holder that comes back at once.
 constexpr int newcomerPolls = 100;
 constexpr int freePollsToTake = 12;
-// A waiter that has just demanded the lock runs already, and the holder releases within microseconds.
-constexpr int demandPolls = 400;
+
+constexpr std::int64_t napNanos = ActivityLock::sliceNanos / 4;
+
+constexpr std::uint32_t waiting = 0;
+constexpr std::uint32_t granted = 1;
 
 }  // namespace
 
 struct ActivityLock::Waiter {
-   std::atomic<std::uint32_t> word{asleep};
+   const std::int64_t sliceEnd;
+   std::atomic<std::uint32_t> word{waiting};
    // Guarded by the lock's queueMutex_.
    Waiter* newer = nullptr;
    Waiter* older = nullptr;
-   bool demands = false;
 };
 
 unsigned ActivityLock::releaseAll() noexcept {
@@ -63,10 +60,29 @@ void ActivityLock::setReleaseHook(ReleaseHook hook, void* argument) noexcept {
    }
 }
 
-bool ActivityLock::acquireSpinning() noexcept {
+std::uint32_t ActivityLock::waiters() const noexcept {
+   MutexAnchor guard(queueMutex_);
+   std::uint32_t count = 0;
+   for (const Waiter* waiter = oldest_; waiter != nullptr; waiter = waiter->newer)
+      ++count;
+   return count;
+}
+
+bool ActivityLock::tryTake() noexcept {
+   std::uint32_t state = state_.load(std::memory_order_relaxed);
+   while ((state & held) == 0) {
+      if (state_.compare_exchange_weak(state, state | held, std::memory_order_acquire,
+                                       std::memory_order_relaxed)) {
+         return true;
+      }
+   }
+   return false;
+}
+
+bool ActivityLock::tryTakeSpinning() noexcept {
    int freePolls = 0;
    for (int poll = 0; poll < newcomerPolls; ++poll) {
-      if (state_.load(std::memory_order_relaxed) != 0) {
+      if ((state_.load(std::memory_order_relaxed) & held) != 0) {
          freePolls = 0;
       } else if (++freePolls >= freePollsToTake && tryTake()) {
          return true;
@@ -76,101 +92,94 @@ bool ActivityLock::acquireSpinning() noexcept {
    return false;
 }
 
-bool ActivityLock::tryTake() noexcept {
-   std::uint32_t expected = 0;
-   return state_.compare_exchange_strong(expected, held, std::memory_order_seq_cst,
-                                         std::memory_order_relaxed);
+bool ActivityLock::looksAbandoned() const noexcept {
+   for (int poll = 0; poll < freePollsToTake; ++poll) {
+      if ((state_.load(std::memory_order_relaxed) & held) != 0) return false;
+      spinPause();
+   }
+   return true;
 }
 
 void ActivityLock::acquireSlow() noexcept {
-   if (acquireSpinning()) return;
+   if (tryTake() || tryTakeSpinning()) return;
 
-   Waiter self;
+   Waiter self{.sliceEnd = Clock::steadyNanos() + sliceNanos};
    {
       MutexAnchor guard(queueMutex_);
-      self.older = newest_;
-      (newest_ != nullptr ? newest_->newer : oldest_) = &self;
-      newest_ = &self;
-      waiting_.fetch_add(1, std::memory_order_seq_cst);
-      // A holder that left for good just before the line above did not see us.
+      link(self);
+      // Every later release sees us in the list; an earlier one has left the lock free.
       if (tryTake()) {
          unlink(self);
          return;
       }
    }
 
-   const std::int64_t sliceEnd = Clock::steadyNanos() + sliceNanos;
-   while (self.word.load(std::memory_order_acquire) != granted) {
-      if (!futexWait(self.word, asleep, sliceEnd - Clock::steadyNanos())) break;
-   }
+   std::int64_t nap = napNanos;
+   for (;;) {
+      while (self.word.load(std::memory_order_acquire) != granted && futexWait(self.word, waiting, nap)) {
+      }
+      if (self.word.load(std::memory_order_acquire) == granted) return;
+      const bool sliceOver = Clock::steadyNanos() >= self.sliceEnd;
+      if (!sliceOver && !looksAbandoned()) continue;
 
-   {
       MutexAnchor guard(queueMutex_);
       if (self.word.load(std::memory_order_acquire) == granted) return;
-      std::uint32_t state = state_.load(std::memory_order_relaxed);
-      for (;;) {
-         if ((state & held) == 0) {
-            if (state_.compare_exchange_weak(state, state | held, std::memory_order_acquire,
-                                             std::memory_order_relaxed)) {
-               unlink(self);
-               return;
-            }
-         } else if (state_.compare_exchange_weak(state, state | demanded, std::memory_order_relaxed)) {
-            break;
-         }
+      if (oldest_ == &self && tryTake()) {
+         unlink(self);
+         return;
       }
-      self.demands = true;
-      ++demands_;
-      self.word.store(polling, std::memory_order_relaxed);
+      // With the slice over, the release of whoever holds it now passes it on, to us or to an older waiter,
+      // whose release does the same.
+      const bool isHeld = (state_.load(std::memory_order_relaxed) & held) != 0;
+      nap = sliceOver && isHeld ? noTimeout : napNanos;
    }
-
-   for (int poll = 0; poll < demandPolls; ++poll) {
-      if (self.word.load(std::memory_order_acquire) == granted) return;
-      spinPause();
-   }
-   std::uint32_t expected = polling;
-   if (!self.word.compare_exchange_strong(expected, asleep, std::memory_order_acquire)) return;
-   while (self.word.load(std::memory_order_acquire) != granted)
-      futexWait(self.word, asleep, noTimeout);
 }
 
-ActivityLock::Waiter* ActivityLock::unlinkOldest() noexcept {
-   Waiter* const waiter = oldest_;
-   if (waiter != nullptr) unlink(*waiter);
-   return waiter;
+void ActivityLock::setFreeContended(HandOver how) noexcept {
+   if (how == HandOver::bySlice && Clock::steadyNanos() < sliceEnd_.load(std::memory_order_relaxed)) {
+      state_.fetch_and(~held, std::memory_order_release);
+   } else {
+      passOn();
+   }
+}
+
+void ActivityLock::passOn() noexcept {
+   const std::atomic<std::uint32_t>* word = nullptr;
+   {
+      MutexAnchor guard(queueMutex_);
+      // Not empty: only a taker leaves the list by itself, and the lock is still held.
+      Waiter& next = *oldest_;
+      unlink(next);
+      // Under the same mutex as the unlinking: a waiter whose slice ends now finds itself in the list or
+      // granted.
+      next.word.store(granted, std::memory_order_release);
+      word = &next.word;
+   }
+   // The waiter may be gone with its stack frame; waking a word that nobody sleeps on is harmless.
+   futexWake(word);
+}
+
+void ActivityLock::link(Waiter& waiter) noexcept {
+   waiter.older = newest_;
+   newest_ = &waiter;
+   if (waiter.older != nullptr) {
+      waiter.older->newer = &waiter;
+   } else {
+      oldest_ = &waiter;
+      sliceEnd_.store(waiter.sliceEnd, std::memory_order_relaxed);
+      // Publishes the slice's end to the holder that sees the bit.
+      state_.fetch_or(contended, std::memory_order_release);
+   }
 }
 
 void ActivityLock::unlink(Waiter& waiter) noexcept {
    (waiter.older != nullptr ? waiter.older->newer : oldest_) = waiter.newer;
    (waiter.newer != nullptr ? waiter.newer->older : newest_) = waiter.older;
-   if (waiter.demands) --demands_;
-   waiting_.fetch_sub(1, std::memory_order_relaxed);
-}
-
-void ActivityLock::grant(Waiter& waiter) noexcept {
-   const std::atomic<std::uint32_t>* const word = &waiter.word;
-   // From here on the waiter may be gone with its stack frame; waking a word that nobody sleeps on is
-   // harmless.
-   if (waiter.word.exchange(granted, std::memory_order_release) == asleep) futexWake(word);
-}
-
-void ActivityLock::passOn() noexcept {
-   if (waiting_.load(std::memory_order_seq_cst) == 0) {
-      // Nobody to pass it to, so nobody demands it either. The store comes before the second look, as a
-      // newcomer enters the list before its own second look at the state: one of the two sees the other.
-      state_.store(0, std::memory_order_seq_cst);
-      if (waiting_.load(std::memory_order_seq_cst) == 0 || !tryTake()) return;
+   if (oldest_ != nullptr) {
+      sliceEnd_.store(oldest_->sliceEnd, std::memory_order_relaxed);
+   } else {
+      state_.fetch_and(~contended, std::memory_order_relaxed);
    }
-   Waiter* next = nullptr;
-   {
-      MutexAnchor guard(queueMutex_);
-      next = unlinkOldest();
-      // While it is held, nobody else changes the word but those who demand, and they do so under the mutex.
-      std::uint32_t state = 0;
-      if (next != nullptr) state = demands_ != 0 ? held | demanded : held;
-      state_.store(state, std::memory_order_seq_cst);
-   }
-   if (next != nullptr) grant(*next);
 }
 
 void ActivityLock::refuseRelease() noexcept {

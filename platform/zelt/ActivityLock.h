@@ -2,10 +2,15 @@
 
 // The activity lock: whoever holds it may touch the state of the main loop (tasks, timers, managers, tables).
 //
-// Recursive, and fair by time slices. A thread that releases and takes it again in a tight loop keeps it, at
-// the price of two atomic operations a round, until somebody has waited for one slice; the first release
-// after that hands the lock directly to the thread that has waited longest. The clock is read by the waiter
-// alone: it sleeps for its slice, then marks the lock as demanded, and the holder's release sees the mark.
+// Recursive, and fair by time slices. A thread that releases and takes it again in a tight loop keeps it,
+// without a system call, until the oldest waiter has waited for one slice; the first release after that hands
+// the lock directly to that waiter. A holder reads the clock at a release only while somebody waits. The
+// oldest waiter also looks up from its sleep now and then, so that it gets a lock that was freed and left
+// alone.
+//
+// It is the holder who looks at the clock, since on a busy machine a sleeping waiter's timer may be served a
+// scheduler tick late, while a holder that has passed the lock on blocks at its next acquire and thereby
+// lends the waiter its processor.
 //
 // Thread-safety: every operation may be called from any thread, except where "owner" is said.
 //
@@ -74,12 +79,15 @@ public:
    /// Owner: how many acquires are open. 0 for everybody else.
    unsigned depth() const noexcept { return ownedByMe() ? depth_ : 0; }
 
-   /// Whether somebody has waited for a slice, so that a long piece of work should come to a release. Costs
-   /// one plain load.
-   bool handOverDue() const noexcept { return (state_.load(std::memory_order_relaxed) & demanded) != 0; }
+   /// Whether somebody has waited for a slice, so that a long piece of work should come to a release. `now`
+   /// is Clock::steadyNanos(). Costs two plain loads.
+   bool handOverDue(std::int64_t now) const noexcept {
+      return (state_.load(std::memory_order_relaxed) & contended) != 0 &&
+             now >= sliceEnd_.load(std::memory_order_relaxed);
+   }
 
    /// How many threads are in the waiting list. It may have changed when the caller looks at it.
-   std::uint32_t waiters() const noexcept { return waiting_.load(std::memory_order_relaxed); }
+   std::uint32_t waiters() const noexcept;
 
    /// Installs the function that the owner calls just before the lock becomes free: once per full release, in
    /// release at depth 1 and in releaseAll, still holding the lock at depth 1. It may acquire and release
@@ -97,9 +105,9 @@ private:
    struct Waiter;
 
    static constexpr std::uint32_t held = 1;
-   /// Set only together with `held`, and only while a waiter whose slice is over is in the list. A release
-   /// that finds it does not free the lock but passes it on.
-   static constexpr std::uint32_t demanded = 2;
+   /// The waiting list is not empty. Set and cleared under queueMutex_. A release that finds it has a choice
+   /// to make; an acquire that finds it alone may take the lock.
+   static constexpr std::uint32_t contended = 2;
 
    void leave(HandOver how) noexcept {
       if (hook_ != nullptr) hook_(hookArgument_);
@@ -109,29 +117,24 @@ private:
    void setFree(HandOver how) noexcept {
       depth_ = 0;
       owner_.store(nullptr, std::memory_order_relaxed);
-      if (how == HandOver::now) {
-         passOn();
-         return;
-      }
       std::uint32_t expected = held;
       if (!state_.compare_exchange_strong(expected, 0, std::memory_order_release, std::memory_order_relaxed))
            [[unlikely]] {
-         passOn();
+         setFreeContended(how);
       }
    }
 
    void acquireSlow() noexcept;
-   bool acquireSpinning() noexcept;
    bool tryTake() noexcept;
+   bool tryTakeSpinning() noexcept;
+   bool looksAbandoned() const noexcept;
+   void setFreeContended(HandOver how) noexcept;
    void passOn() noexcept;
-   Waiter* unlinkOldest() noexcept ZELT_REQUIRES(queueMutex_);
+   void link(Waiter& waiter) noexcept ZELT_REQUIRES(queueMutex_);
    void unlink(Waiter& waiter) noexcept ZELT_REQUIRES(queueMutex_);
-   static void grant(Waiter& waiter) noexcept;
    [[noreturn]] static void refuseRelease() noexcept;
 
    std::atomic<std::uint32_t> state_{0};
-   /// Length of the waiting list, readable without its mutex.
-   std::atomic<std::uint32_t> waiting_{0};
    std::atomic<const void*> owner_{nullptr};
 
    // Guarded by the lock itself: read and written by the owner.
@@ -139,10 +142,12 @@ private:
    ReleaseHook hook_ = nullptr;
    void* hookArgument_ = nullptr;
 
-   Mutex queueMutex_;
+   /// When the oldest waiter's slice is over, steady nanoseconds. Written under queueMutex_; of no meaning
+   /// while the list is empty.
+   std::atomic<std::int64_t> sliceEnd_{0};
+   mutable Mutex queueMutex_;
    Waiter* oldest_ ZELT_GUARDED_BY(queueMutex_) = nullptr;
    Waiter* newest_ ZELT_GUARDED_BY(queueMutex_) = nullptr;
-   unsigned demands_ ZELT_GUARDED_BY(queueMutex_) = 0;
 };
 
 namespace detail {

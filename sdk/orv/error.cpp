@@ -36,6 +36,7 @@ void panic(const error& e) {
    }
    if (handler) handler(e);
    e.raise();
+   std::terminate();  // raise never returns
 }
 
 }  // namespace orv

@@ -58,7 +58,7 @@ public:
       std::uint64_t low = 0;
       std::memcpy(&high, bytes_.data(), sizeof high);
       std::memcpy(&low, bytes_.data() + sizeof high, sizeof low);
-      return detail::mix(detail::mix(high + af_) ^ low);
+      return detail::mix(detail::mix(high + af_ * 0x9e3779b97f4a7c15ULL) ^ low);
    }
    // RFC 5952; the empty text for the null address.
    [[nodiscard]] std::string to_string() const;

@@ -31,14 +31,13 @@ public:
 
    ip_route_key_t() = default;
    explicit ip_route_key_t(const ip_prefix_t& prefix) : prefix_(prefix) {}
+   ip_route_key_t(const ip_prefix_t& prefix, std::uint8_t preference)
+        : prefix_(prefix), preference_(preference) {}
 
    [[nodiscard]] const ip_prefix_t& prefix() const noexcept { return prefix_; }
    void prefix_is(const ip_prefix_t& v) { prefix_ = v; }
    [[nodiscard]] std::uint8_t preference() const noexcept { return preference_; }
    void preference_is(std::uint8_t v) { preference_ = v; }
-
-   ip_route_key_t(const ip_prefix_t& prefix, std::uint8_t preference)
-        : prefix_(prefix), preference_(preference) {}
 
    auto operator<=>(const ip_route_key_t&) const = default;
    [[nodiscard]] std::size_t hash() const noexcept { return detail::hash_of(prefix_, preference_); }

@@ -1,10 +1,11 @@
 #include "orv/lock.h"
 
+#include <fmt/format.h>
+#include <pthread.h>
+
 #include <cstdio>
 #include <mutex>
-#include <sstream>
 #include <string>
-#include <thread>
 
 #include "orv/error.h"
 
@@ -28,10 +29,14 @@ host::lock_backend& default_backend() {
 
 constinit std::atomic<host::lock_backend*> installed{nullptr};
 
-// For the report of a missing lock only; written by the holder.
-constinit std::atomic<std::thread::id> owner{};
+// For the report of a missing lock only; 0 stands for no thread.
+using thread_number = std::uintptr_t;
+thread_number this_thread() noexcept {
+   return static_cast<thread_number>(::pthread_self());
+}
+constinit std::atomic<thread_number> owner{0};
 constinit std::atomic<std::uint32_t> owner_count{0};
-constinit std::atomic<std::thread::id> main_thread{};
+constinit std::atomic<thread_number> main_thread{0};
 
 constinit std::atomic<std::uint32_t> last_epoch{0};
 
@@ -52,11 +57,11 @@ void main_thread_is() noexcept {
    const std::uint32_t epoch = last_epoch.fetch_add(1, std::memory_order_relaxed) + 1;
    detail::this_thread_lock.main_epoch = epoch;
    detail::main_epoch.store(epoch, std::memory_order_relaxed);
-   main_thread.store(std::this_thread::get_id(), std::memory_order_relaxed);
+   main_thread.store(this_thread(), std::memory_order_relaxed);
 }
 
 void main_thread_clear() noexcept {
-   main_thread.store(std::thread::id{}, std::memory_order_relaxed);
+   main_thread.store(0, std::memory_order_relaxed);
    detail::main_epoch.store(0, std::memory_order_relaxed);
 }
 
@@ -68,7 +73,7 @@ void lock_acquire() {
    lock_state& mine = this_thread_lock;
    if (mine.depth == 0) {
       backend().acquire();
-      owner.store(std::this_thread::get_id(), std::memory_order_relaxed);
+      owner.store(this_thread(), std::memory_order_relaxed);
    }
    ++mine.depth;
    owner_count.store(mine.depth, std::memory_order_relaxed);
@@ -79,19 +84,20 @@ void lock_release() noexcept {
    --mine.depth;
    owner_count.store(mine.depth, std::memory_order_relaxed);
    if (mine.depth == 0) {
-      owner.store(std::thread::id{}, std::memory_order_relaxed);
+      owner.store(0, std::memory_order_relaxed);
       backend().release();
    }
 }
 
 void lock_missing() {
-   std::ostringstream text;
-   text << "[ORV SDK ERROR] Thread did not grab orv::sdk_scoped_lock:\n"
-        << "  mainThreadId: " << main_thread.load(std::memory_order_relaxed) << '\n'
-        << "  scopedLockOwner: " << owner.load(std::memory_order_relaxed) << '\n'
-        << "  scopedLockOwnerCount: " << owner_count.load(std::memory_order_relaxed) << '\n'
-        << "  myThreadId: " << std::this_thread::get_id() << '\n';
-   const std::string report = text.str();
+   const std::string report = fmt::format(
+        "[ORV SDK ERROR] Thread did not grab orv::sdk_scoped_lock:\n"
+        "  mainThreadId: {}\n"
+        "  scopedLockOwner: {}\n"
+        "  scopedLockOwnerCount: {}\n"
+        "  myThreadId: {}\n",
+        main_thread.load(std::memory_order_relaxed), owner.load(std::memory_order_relaxed),
+        owner_count.load(std::memory_order_relaxed), this_thread());
    std::fwrite(report.data(), 1, report.size(), stderr);
    std::fflush(stderr);
    throw no_scoped_lock_obtained_error();

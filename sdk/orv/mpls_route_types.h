@@ -88,13 +88,13 @@ public:
 
    mpls_route_t() = default;
    explicit mpls_route_t(const mpls_route_key_t& key) : key_(key) {}
+   mpls_route_t(const mpls_route_key_t& key, std::uint16_t version_id) : key_(key), version_id_(version_id) {}
 
    [[nodiscard]] const mpls_route_key_t& key() const noexcept { return key_; }
    void key_is(const mpls_route_key_t& v) { key_ = v; }
    // Version that its owner gives to the route; 0 for an unversioned one.
    [[nodiscard]] std::uint16_t version_id() const noexcept { return version_id_; }
    void version_id_is(std::uint16_t v) { version_id_ = v; }
-   mpls_route_t(const mpls_route_key_t& key, std::uint16_t version_id) : key_(key), version_id_(version_id) {}
 
    bool operator==(const mpls_route_t&) const = default;
    [[nodiscard]] std::size_t hash() const;
@@ -113,6 +113,8 @@ public:
 
    mpls_route_via_t() = default;
    explicit mpls_route_via_t(const mpls_route_key_t& route_key) : route_key_(route_key) {}
+   mpls_route_via_t(const mpls_route_key_t& route_key, mpls_action_t label_action)
+        : route_key_(route_key), label_action_(label_action) {}
 
    // The route that the via belongs to.
    [[nodiscard]] const mpls_route_key_t& route_key() const noexcept { return route_key_; }
@@ -137,8 +139,6 @@ public:
    // Name of a nexthop group, in place of hop and interface.
    [[nodiscard]] const std::string& nexthop_group() const noexcept { return nexthop_group_; }
    void nexthop_group_is(std::string v) { nexthop_group_ = std::move(v); }
-   mpls_route_via_t(const mpls_route_key_t& route_key, mpls_action_t label_action)
-        : route_key_(route_key), label_action_(label_action) {}
 
    bool operator==(const mpls_route_via_t&) const = default;
    [[nodiscard]] std::size_t hash() const;

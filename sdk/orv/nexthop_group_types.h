@@ -62,7 +62,7 @@ public:
 
    [[nodiscard]] mpls_action_t action_type() const noexcept { return action_type_; }
    void action_type_is(mpls_action_t v) { action_type_ = v; }
-   // Labels to put on, the outermost last.
+   // Labels to put on, outermost first.
    [[nodiscard]] const std::forward_list<mpls_label_t>& label_stack() const noexcept { return label_stack_; }
    void label_stack_is(std::forward_list<mpls_label_t> v) { label_stack_ = std::move(v); }
 
@@ -119,6 +119,8 @@ public:
 
    nexthop_group_t() = default;
    nexthop_group_t(std::string name, nexthop_group_encap_t type) : name_(std::move(name)), type_(type) {}
+   nexthop_group_t(std::string name, nexthop_group_encap_t type, nexthop_group_gre_key_t gre_key_type)
+        : name_(std::move(name)), type_(type), gre_key_type_(gre_key_type) {}
 
    [[nodiscard]] const std::string& name() const noexcept { return name_; }
    [[nodiscard]] nexthop_group_encap_t type() const noexcept { return type_; }
@@ -159,8 +161,6 @@ public:
    // Version that the manager or the owner gave; 0 for none.
    [[nodiscard]] std::uint16_t version_id() const noexcept { return version_id_; }
    void version_id_is(std::uint16_t v) { version_id_ = v; }
-   nexthop_group_t(std::string name, nexthop_group_encap_t type, nexthop_group_gre_key_t gre_key_type)
-        : name_(std::move(name)), type_(type), gre_key_type_(gre_key_type) {}
 
    // Sets one slot, in place of what may be there.
    void nexthop_set(std::uint16_t slot, nexthop_group_entry_t entry) {

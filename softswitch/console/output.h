@@ -57,6 +57,8 @@ public:
    // With `headings` each section's text begins with its name.
    Document(Output& out, Form form, bool headings = false) : out_(out), form_(form), headings_(headings) {}
 
+   Form form() const { return form_; }
+
    // Begins a section of rows.
    void listing(std::string_view name, std::vector<Column> columns);
    void row(const Json& row);

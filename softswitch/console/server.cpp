@@ -64,7 +64,8 @@ struct Server::Client final : Output {
 
    void write(std::string_view text) override {
       // Waiting for a reader with the lock held would hold up the switch.
-      if (Zelt::activityLock().ownedByMe()) throw std::logic_error("console output written with the lock held");
+      if (Zelt::activityLock().ownedByMe())
+         throw std::logic_error("console output written with the lock held");
       // A command with much to say is ended by a stop even if its reader keeps up.
       if (isReadable(stopFd)) throw OutputClosed("the console stops");
       while (!text.empty()) {

@@ -47,8 +47,8 @@ public:
    // With the port that the system chose, where it was to choose.
    const Address& address() const { return address_; }
 
-   // Ends all clients' commands and threads and removes the socket file. Repeated calls do nothing. A caller that
-   // holds the activity lock gives it up meanwhile, since a command may be waiting for it.
+   // Ends all clients' commands and threads and removes the socket file. Repeated calls do nothing. A caller
+   // that holds the activity lock gives it up meanwhile, since a command may be waiting for it.
    void stop();
 
 private:

@@ -124,12 +124,15 @@ MDB_dbi Store::handle(Database db) {
    return slot.dbi;
 }
 
+// The directory is marked before anything is written to it for the first time.
+void Store::mark() {
+   if (options_.durability == Durability::sync && directory_.mustSync()) check(mdb_env_sync(env_, 1), "sync");
+   directory_.markInUse(options_.durability);
+   marked_ = true;
+}
+
 void Store::begin() {
-   if (!marked_) {
-      if (options_.durability == Durability::sync && directory_.mustSync()) check(mdb_env_sync(env_, 1), "sync");
-      directory_.markInUse(options_.durability);
-      marked_ = true;
-   }
+   if (!marked_) mark();
    check(mdb_txn_begin(env_, nullptr, 0, &txn_), "begin of a transaction");
    MDB_envinfo info;
    check(mdb_env_info(env_, &info), "query of the environment");
@@ -143,6 +146,16 @@ void Store::put(Database db, std::string_view key, std::string_view row) {
    }
    makeRoom(worstPages(1, row.size()), spare_);
    if (txn_ == nullptr) begin();
+   write(db, key, row);
+}
+
+void Store::putReserved(Database db, std::string_view key, std::string_view row) noexcept {
+   if (key.size() > maxKeyBytes) fatal(MDB_BAD_VALSIZE, "write of a row");
+   if (txn_ == nullptr) begin();
+   write(db, key, row);
+}
+
+void Store::write(Database db, std::string_view key, std::string_view row) noexcept {
    MDB_val k{key.size(), const_cast<char*>(key.data())};
    MDB_val v{row.size() + sumBytes, nullptr};
    check(mdb_put(txn_, handle(db), &k, &v, MDB_RESERVE), "write of a row");
@@ -211,11 +224,15 @@ void Store::scan(Database db, const std::function<void(std::string_view, std::st
 void Store::commit() noexcept {
    for (const auto& flush : flushes_)
       flush();
-   if (txn_ == nullptr) return;
+   if (txn_ == nullptr) {
+      taken_ = reserved_ = 0;
+      return;
+   }
    auto* txn = txn_;
    txn_ = nullptr;
    writes_ = 0;
    taken_ = 0;
+   reserved_ = 0;
    ++commits_;
    check(mdb_txn_commit(txn), "commit");
 }
@@ -298,12 +315,12 @@ bool Store::allocateUpTo(std::size_t pages) {
 
 void Store::findRoom(std::size_t pages, std::size_t spare) {
    const std::size_t now = pagesNow();
-   const std::size_t need = now + pages + spare;
+   const std::size_t need = now + reserved_ + pages + spare;
    const std::size_t step = std::max<std::size_t>(options_.stepBytes / pageBytes_, 1);
    // Ahead of the need, so that a file near the end of its blocks is not asked about at every write.
    if (need + step / 4 > allocatedPages_ && !allocateUpTo((need + step / 4) / step * step + step))
       static_cast<void>(allocateUpTo(need));
-   std::size_t room = allocatedPages_ - std::min(allocatedPages_, now);
+   std::size_t room = allocatedPages_ - std::min(allocatedPages_, now + reserved_);
    if (room < pages + spare && pages <= 2 * pagesPerWrite) room += reusablePages();
    if (room < pages + spare) {
       throw StoreError(Trouble::noSpace,

@@ -67,13 +67,17 @@ class Store {
    // Removes all rows.
    void clear(Database db);
 
-   // Throws unless that many further rows with so many bytes in all can be written in this span: for a
-   // table that writes its rows at the end of the span and must refuse them before.
-   void reserve(std::size_t rows, std::size_t bytes) {
-      const auto pages = worstPages(rows, bytes);
-      if (pages + spare_ > room_) [[unlikely]]
-         findRoom(pages, spare_);
+   // For a table that writes its rows at the end of the span but must refuse them before: sets room aside for
+   // one row, until the span ends; `shrinks` as for a delete. Throws StoreError (noSpace).
+   void reserve(std::size_t rowBytes, bool shrinks = false) {
+      if (!marked_) [[unlikely]]
+         mark();
+      const auto pages = worstPages(1, rowBytes);
+      makeRoom(pages, shrinks ? 0 : spare_);
+      reserved_ += pages;
    }
+   // put() of a row that room was set aside for; does not throw.
+   void putReserved(Database db, std::string_view key, std::string_view row) noexcept;
 
    // Hands every row of `db` in key order to `row`, outside a span. A StoreError (damaged) that `row` throws
    // comes out with the directory's and the table's name in it.
@@ -113,7 +117,9 @@ class Store {
    void openEnvironment();
    void close() noexcept;
    MDB_dbi handle(Database db);
+   void mark();
    void begin();
+   void write(Database db, std::string_view key, std::string_view row) noexcept;
    std::size_t worstPages(std::size_t rows, std::size_t bytes) const {
       return rows * pagesPerWrite + bytes / pageBytes_ * 2;
    }
@@ -147,6 +153,7 @@ class Store {
    std::size_t allocatedPages_ = 0;  // blocks exist for this many from the start of the file
    std::size_t room_ = 0;            // pages that writes may still take, counted down by the worst case
    std::size_t spare_ = 256;         // pages that only deletes may take
+   std::size_t reserved_ = 0;        // pages set aside in this span, not in room_
    std::size_t basePages_ = 0;       // the file's reach when the span began
    std::size_t taken_ = 0;           // worst case of what the span has taken since
    std::size_t writes_ = 0;          // of this span

@@ -14,6 +14,7 @@ TempDir::TempDir(std::string_view prefix) {
 }
 
 TempDir::~TempDir() {
+   if (keep_) return;
    std::error_code ignored;
    std::filesystem::remove_all(path_, ignored);
 }

@@ -1,0 +1,110 @@
+#include "OrvSdkRpc/programming/ClientInit.h"
+
+#include "OrvSdkRpc/programming/BfdProgrammer.h"
+#include "OrvSdkRpc/programming/CbfNhgRedirectProgrammer.h"
+#include "OrvSdkRpc/programming/IpRouteProgrammer.h"
+#include "OrvSdkRpc/programming/Reply.h"
+#include "OrvSdkRpc/server/Assert.h"
+#include "orv/ip_route.h"
+#include "orv/lock.h"
+#include "orv/mpls_route.h"
+#include "orv/mpls_vrf_label.h"
+#include "orv/nexthop_group.h"
+#include "orv/nexthop_group_tunnel.h"
+
+namespace OrvSdkRpc {
+namespace {
+
+// Each manager call under a scope of its own: the main loop gets its turn between them.
+template <class Call>
+auto locked(Call&& call) {
+   orv::sdk_scoped_lock lock;
+   return call();
+}
+
+void reportError(const orv::error& e, pb::rpc_status_msg& status) {
+   orv::fmttrace(programmingTracer(), 0, "{}",
+                 setReplyStatusWithDebugString(status, pb::RPC_STATUS_ERROR, "Error: exception {}", e.what()));
+}
+
+}  // namespace
+
+void ClientInit::processInitRequest(const pb::rpc_server_config_msg& request,
+                                    pb::rpc_server_init_status_msg& response) {
+   programmers_.ipRoute->ipRouteTagIs(request.ip_route_tag());
+   const bool cbfRedirectsExist =
+        programmers_.cbf->cbrPolicyMapNameIs(request.cbf_nexthop_group_redirect_policy_map_name());
+   // Present also when there is nothing but OK to tell.
+   pb::rpc_status_msg& status = *response.mutable_status();
+   try {
+      lookAtManagers(response);
+   } catch (const orv::error& e) {
+      reportError(e, status);
+      return;
+   }
+   response.set_cbf_redirects_exist(cbfRedirectsExist);
+   initialized_ = true;
+   status.set_status(pb::RPC_STATUS_OK);
+}
+
+void ClientInit::lookAtManagers(pb::rpc_server_init_status_msg& response) const {
+   response.set_ip_routes_exist(locked([&] { return static_cast<bool>(ipRouteMgr_->ip_route_iter()); }));
+   // A switch may hold nothing but a label that is popped and looked up in a VRF.
+   response.set_mpls_routes_exist(
+        locked([&] { return static_cast<bool>(mplsRouteMgr_->mpls_route_iter()); }) ||
+        locked([&] { return static_cast<bool>(mplsVrfLabelMgr_->mpls_vrf_label_iter()); }));
+   response.set_nexthop_groups_exist(
+        locked([&] { return static_cast<bool>(nexthopGroupMgr_->nexthop_group_iter()); }));
+   response.set_nexthop_group_tunnels_exist(
+        locked([&] { return static_cast<bool>(tunnelMgr_->nexthop_group_tunnel_iter()); }));
+}
+
+void ClientInit::processResync(const pb::rpc_server_resync_msg& request, pb::rpc_status_msg& response) {
+   const auto phase = request.resync_phase();
+   assertThat(phase != pb::rpc_server_resync_msg_resync_phase_enum_rpc_server_resync_msg_resync_phase_enum_INT_MIN_SENTINEL_DO_NOT_USE_ &&
+                   phase != pb::rpc_server_resync_msg_resync_phase_enum_rpc_server_resync_msg_resync_phase_enum_INT_MAX_SENTINEL_DO_NOT_USE_,
+              "resync_phase is no sentinel");
+   try {
+      if (phase == pb::rpc_server_resync_msg::RESYNC_START) {
+         resyncStart();
+      } else if (resyncInProgress_) {
+         resyncEnd();
+      } else {
+         orv::fmttrace(programmingTracer(), 0, "{}",
+                       setReplyStatusWithDebugString(response, pb::RPC_STATUS_ERROR,
+                                                     "Error: resync state is already {}", resyncInProgress_));
+         return;
+      }
+   } catch (const orv::error& e) {
+      reportError(e, response);
+      return;
+   }
+   response.set_status(pb::RPC_STATUS_OK);
+}
+
+void ClientInit::resyncStart() {
+   resyncInProgress_ = true;
+   orv::fmttrace(programmingTracer(), 0, "Resync start");
+   locked([&] { ipRouteMgr_->resync_init(); });
+   locked([&] { mplsRouteMgr_->resync_init(); });
+   locked([&] { mplsVrfLabelMgr_->resync_init(); });
+   locked([&] { nexthopGroupMgr_->resync_init(); });
+   locked([&] { tunnelMgr_->resync_init(); });
+   programmers_.cbf->resyncStart();
+   programmers_.bfd->resyncStart();
+}
+
+// Not the order of the start: what points at next-hop groups goes first, the groups themselves last of all.
+void ClientInit::resyncEnd() {
+   resyncInProgress_ = false;
+   orv::fmttrace(programmingTracer(), 0, "Resync end");
+   locked([&] { ipRouteMgr_->resync_complete(); });
+   locked([&] { mplsRouteMgr_->resync_complete(); });
+   locked([&] { mplsVrfLabelMgr_->resync_complete(); });
+   locked([&] { tunnelMgr_->resync_complete(); });
+   programmers_.cbf->resyncEnd();
+   programmers_.bfd->resyncEnd();
+   locked([&] { nexthopGroupMgr_->resync_complete(); });
+}
+
+}  // namespace OrvSdkRpc

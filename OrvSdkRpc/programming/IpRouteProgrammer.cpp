@@ -1,0 +1,68 @@
+#include "OrvSdkRpc/programming/IpRouteProgrammer.h"
+
+#include "OrvSdkRpc/programming/Convert.h"
+#include "OrvSdkRpc/programming/Reply.h"
+#include "orv/ip_route.h"
+#include "orv/lock.h"
+
+namespace OrvSdkRpc {
+
+void IpRouteProgrammer::ipRouteTagIs(std::uint32_t tag) {
+   tag_ = tag;
+   if (tag == 0) return;
+   orv::sdk_scoped_lock lock;
+   mgr_->tag_is(tag);
+}
+
+void IpRouteProgrammer::processIpRouteRequest(const pb::ip_route_msg& request, pb::rpc_status_msg& response) {
+   serveRequest(client_, request, response, [&](std::string& errorText) {
+      // The default of an unset oneof is the empty name: both delete.
+      return request.nexthop_group_name().empty() ? delRibRoute(request, errorText)
+                                                  : addRibRoute(request, errorText);
+   });
+}
+
+void IpRouteProgrammer::processIpRouteBulkRequest(const pb::ip_route_bulk_msg& request,
+                                                  pb::rpc_status_bulk_msg& response) {
+   serveBulk(request, response,
+             [this](const auto& item, auto& status) { processIpRouteRequest(item, status); });
+}
+
+int IpRouteProgrammer::addRibRoute(const pb::ip_route_msg& request, std::string& errorText) {
+   const orv::ip_prefix_t prefix = ipPrefixToPrefix(request.prefix());
+   if (tag_ != 0 && tag_ != request.tag()) {
+      errorText = fmt::format("Error: Create {} route with tag {} != rpc_server_init::ip_route_tag {}", prefix,
+                              request.tag(), tag_);
+      orv::fmttrace(programmingTracer(), 0, "{}", errorText);
+      return pb::RPC_STATUS_ERROR;
+   }
+   orv::fmttrace(programmingTracer(), 1, "create {} route", prefix);
+   const orv::ip_route_key_t key(prefix);
+   orv::ip_route_t route(key);
+   route.tag_is(request.tag());
+   orv::ip_route_via_t via(key);
+   if (request.forwarding_case() == pb::ip_route_msg::FORWARDING_NOT_SET) {
+      errorText = fmt::format("Error: ip route {} must specify Forwarding nexthop", prefix);
+      orv::fmttrace(programmingTracer(), 0, "{}", errorText);
+      return pb::RPC_STATUS_ERROR;
+   }
+   via.nexthop_group_is(request.nexthop_group_name());
+   orv::sdk_scoped_lock lock;
+   mgr_->ip_route_set(route, orv::ip_route_action_t::nexthop_group);
+   mgr_->ip_route_via_set(via);
+   return pb::RPC_STATUS_OK;
+}
+
+int IpRouteProgrammer::delRibRoute(const pb::ip_route_msg& request, std::string&) {
+   const orv::ip_prefix_t prefix = ipPrefixToPrefix(request.prefix());
+   orv::fmttrace(programmingTracer(), 1, "delete {} route", prefix);
+   const orv::ip_route_key_t key(prefix);
+   // The look-up is a call of the SDK like the writes.
+   orv::sdk_scoped_lock lock;
+   if (!mgr_->exists(key)) return pb::RPC_STATUS_NOT_FOUND;
+   mgr_->ip_route_via_del(orv::ip_route_via_t(key));
+   mgr_->ip_route_del(key);
+   return pb::RPC_STATUS_OK;
+}
+
+}  // namespace OrvSdkRpc

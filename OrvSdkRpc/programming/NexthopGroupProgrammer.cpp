@@ -1,0 +1,127 @@
+#include "OrvSdkRpc/programming/NexthopGroupProgrammer.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <forward_list>
+#include <utility>
+
+#include "OrvSdkRpc/programming/Convert.h"
+#include "OrvSdkRpc/programming/Reply.h"
+#include "OrvSdkRpc/server/Assert.h"
+#include "orv/lock.h"
+#include "orv/nexthop_group.h"
+#include "toggles/Toggles.h"
+
+namespace OrvSdkRpc {
+namespace {
+
+constexpr std::uint32_t implicitNull = 3;
+
+orv::nexthop_group_encap_t convertType(pb::nexthop_group_type_enum type) {
+   assertThat(type == pb::NEXTHOP_GROUP_TYPE_MPLS, "type == NEXTHOP_GROUP_TYPE_MPLS");
+   return orv::nexthop_group_encap_t::mpls;
+}
+
+orv::nexthop_group_mpls_action_t convertAction(const pb::nexthop_msg& nexthop) {
+   orv::nexthop_group_mpls_action_t action;
+   action.action_type_is(mplsOpToMplsAction(nexthop.mpls_operation()));
+   const auto& labels = nexthop.mpls_labels();
+   if (labels.size() == 1 && labels[0] == implicitNull) {
+      // Implicit null asks for no operation in the forwarding plane.
+      action.action_type_is(orv::mpls_action_t::none);
+   } else if (!labels.empty()) {
+      std::forward_list<orv::mpls_label_t> stack;
+      for (const std::uint32_t label : labels) stack.emplace_front(label);
+      action.label_stack_is(std::move(stack));
+   }
+   return action;
+}
+
+orv::nexthop_group_entry_t convertEntry(const pb::nexthop_msg& nexthop) {
+   orv::nexthop_group_entry_t entry;
+   entry.mpls_action_is(convertAction(nexthop));
+   entry.nexthop_is(ipAddressToIpAddr(nexthop.address()));
+   entry.intf_is(orv::intf_id_t(nexthop.intf()));
+   if (nexthop.has_sbfd_session()) entry.sbfd_session_key_is(convertMsg(nexthop.sbfd_session()));
+   return entry;
+}
+
+// Calls set(slot, entry) for each slot that the nexthops fill, in order. The slot is 16 bits wide and wraps.
+template <class Nexthops, class Set>
+void fillSlots(const Nexthops& nexthops, Set&& set) {
+   // A nexthop that goes round more than once overwrites itself: one round leaves the same.
+   constexpr std::uint32_t allSlots = 65536;
+   std::uint16_t slot = 0;
+   for (const pb::nexthop_msg& nexthop : nexthops) {
+      orv::nexthop_group_entry_t entry = convertEntry(nexthop);
+      const std::uint32_t weight = nexthop.weight();
+      if (weight == 0) continue;
+      const std::uint32_t writes = std::min(weight, allSlots);
+      for (std::uint32_t i = 0; i + 1 < writes; ++i) set(static_cast<std::uint16_t>(slot + i), entry);
+      set(static_cast<std::uint16_t>(slot + writes - 1), std::move(entry));
+      slot = static_cast<std::uint16_t>(slot + weight);
+   }
+}
+
+bool backupNexthopsEnabled() {
+   static const bool enabled = getToggleState("NHGBackupNexthops", "NexthopGroup.json", true);
+   return enabled;
+}
+
+}  // namespace
+
+void NexthopGroupProgrammer::processNexthopGroupRequest(const pb::nexthop_group_msg& request,
+                                                        pb::rpc_status_msg& response) {
+   serveRequest(client_, request, response, [&](std::string& errorText) {
+      orv::sdk_scoped_lock lock;
+      return request.delete_() ? deleteNhg(request, errorText) : addUpdateNhg(request, errorText);
+   });
+}
+
+void NexthopGroupProgrammer::processNexthopGroupBulkRequest(const pb::nexthop_group_bulk_msg& request,
+                                                            pb::rpc_status_bulk_msg& response) {
+   orv::fmttrace(programmingTracer(), 1, "processNexthopGroupBulkRequest NHGs");
+   serveBulk(request, response,
+             [this](const auto& item, auto& status) { processNexthopGroupRequest(item, status); });
+}
+
+int NexthopGroupProgrammer::addUpdateNhg(const pb::nexthop_group_msg& request, std::string& errorText) {
+   if (request.name().empty()) {
+      errorText = fmt::format("Error: NHG name required, request {}", pb::toString(request));
+      orv::fmttrace(programmingTracer(), 0, "{}", errorText);
+      return pb::RPC_STATUS_ERROR;
+   }
+   if (request.nexthops().empty()) {
+      errorText =
+           fmt::format("Error: NHG {} has no nexthops, request {}", request.name(), pb::toString(request));
+      orv::fmttrace(programmingTracer(), 0, "{}", errorText);
+      return pb::RPC_STATUS_ERROR;
+   }
+   orv::fmttrace(programmingTracer(), 1, "Programming {}", pb::Lazy{request});
+   orv::nexthop_group_t group(request.name(), convertType(request.type()));
+   group.counters_unshared_is(request.counters_unshared());
+   group.autosize_is(request.autosize());
+   fillSlots(request.nexthops(), [&](std::uint16_t slot, orv::nexthop_group_entry_t entry) {
+      group.nexthop_set(slot, std::move(entry));
+   });
+   if (backupNexthopsEnabled()) {
+      fillSlots(request.backup_nexthops(), [&](std::uint16_t slot, orv::nexthop_group_entry_t entry) {
+         group.backup_nexthop_set(slot, std::move(entry));
+      });
+   }
+   mgr_->nexthop_group_set(group);
+   return pb::RPC_STATUS_OK;
+}
+
+int NexthopGroupProgrammer::deleteNhg(const pb::nexthop_group_msg& request, std::string& errorText) {
+   if (mgr_->exists(request.name())) {
+      orv::fmttrace(programmingTracer(), 1, "Delete NHG {}", request.name());
+      mgr_->nexthop_group_del(request.name());
+      return pb::RPC_STATUS_OK;
+   }
+   orv::fmttrace(programmingTracer(), 1, "Delete NHG {} ignored, not found", request.name());
+   errorText = fmt::format("NHG {} not found", request.name());
+   return pb::RPC_STATUS_NOT_FOUND;
+}
+
+}  // namespace OrvSdkRpc

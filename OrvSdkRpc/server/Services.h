@@ -1,0 +1,36 @@
+// The mirror services that a host can ask for.
+//
+// Thread-safe: plain values.
+#pragma once
+
+#include <cstdint>
+
+namespace OrvSdkRpc::Server {
+
+// One value per SDK manager that is mirrored. The programming service and the FIB service have none: only an agent that
+// is given its address creates them.
+enum class Services : std::uint8_t {
+   Acl = 0,
+   Agent = 1,
+   BgpPath = 2,
+   Bgp = 3,
+   ClassMap = 4,
+   Cmdapi = 5,
+   EthLagIntf = 6,
+   EthPhyIntf = 7,
+   EthPhyIntfCounters = 8,
+   Intf = 9,
+   IntfCounter = 10,
+   IpRoute = 11,
+   IpIntf = 12,
+   Macsec = 13,
+   MplsRoute = 14,
+   MplsVrfLabel = 15,
+   NexthopGroup = 16,
+   PolicyMap = 17,
+   PolicyMapCounters = 18,
+};
+
+inline constexpr std::uint8_t servicesCount = 19;
+
+}  // namespace OrvSdkRpc::Server

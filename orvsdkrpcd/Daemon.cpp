@@ -1,0 +1,192 @@
+#include "orvsdkrpcd/Daemon.h"
+
+#include <sys/resource.h>
+
+#include <atomic>
+#include <csignal>
+#include <cstring>
+#include <fstream>
+#include <memory>
+#include <thread>
+
+#include "OrvSdkRpc/server/Agent.h"
+#include "orvsdkrpcd/ServerPlugins.h"
+#include "orvsdkrpcd/StopSignals.h"
+#include "orvsdkrpcd/SystemdNotify.h"
+#include "orvsdkrpcd/UsageError.h"
+#include "softswitch/console/commands.h"
+#include "softswitch/console/server.h"
+#include "softswitch/soft_switch.h"
+#include "softswitch/store/error.h"
+
+namespace orvsdkrpcd {
+namespace {
+
+// State, lock, console, gRPC's own and a handful of clients.
+constexpr rlim_t kLeastFiles = 64;
+
+// The agent, with a word to the daemon once the SDK has initialised it.
+class HostedAgent final : public OrvSdkRpc::Agent {
+public:
+   HostedAgent(orv::sdk& sdk, const Settings& settings, std::function<void()> onInitialized)
+        : Agent(sdk, settings.listen.text, settings.bfd, settings.fib), onInitialized_(std::move(onInitialized)) {}
+
+   void on_initialized() override {
+      Agent::on_initialized();
+      onInitialized_();
+   }
+
+private:
+   std::function<void()> onInitialized_;
+};
+
+std::unique_ptr<softswitch::SoftSwitch> openSwitch(const Settings& settings, const Log& log) {
+   softswitch::Options options;
+   options.stateDirectory = settings.stateDir;
+   options.durability = settings.durability;
+   options.topology = settings.topology;
+   options.log = log;
+   try {
+      return std::make_unique<softswitch::SoftSwitch>(std::move(options));
+   } catch (const softswitch::store::StoreError& error) {
+      throw UsageError(fmt::format("--state-dir: {}", error.what()));
+   }
+}
+
+// The console listens before the state directory is opened, so that an address that is refused leaves nothing behind; its
+// commands are answered once there is a switch.
+class Console {
+public:
+   explicit Console(const Settings& settings) {
+      if (!settings.console) return;
+      try {
+         server_ = std::make_unique<softswitch::console::Server>(
+              *settings.console, [this](std::string_view line, softswitch::console::Output& out) {
+                 auto* const commands = commands_.load(std::memory_order_acquire);
+                 if (!commands) throw std::runtime_error("the switch is still starting");
+                 commands->run(line, out);
+              });
+      } catch (const std::runtime_error& error) {
+         throw UsageError(fmt::format("--console: {}", error.what()));
+      }
+   }
+
+   // Serves `commands` for the life of the returned guard, at whose end the console stops.
+   auto serve(softswitch::console::Commands& commands) {
+      commands_.store(&commands, std::memory_order_release);
+      const auto stop = [](Console* console) {
+         if (console->server_) console->server_->stop();
+      };
+      return std::unique_ptr<Console, decltype(stop)>(this, stop);
+   }
+
+private:
+   std::atomic<softswitch::console::Commands*> commands_{nullptr};
+   std::unique_ptr<softswitch::console::Server> server_;
+};
+
+// Whoever wrote the lock file beside a unix socket; empty when nobody is named.
+std::string lockOwner(const ListenAddress& listen) {
+   std::string owner;
+   if (!listen.socketPath.empty()) std::getline(std::ifstream(listen.socketPath + ".lock"), owner);
+   return owner.find_first_not_of("0123456789") == std::string::npos ? owner : std::string();
+}
+
+// Waits, on a thread of its own, for the server to take calls or to fail.
+class StartWatch {
+public:
+   StartWatch(const Settings& settings, const Log& log, softswitch::SoftSwitch& sdk)
+        : settings_(settings), log_(log), switch_(sdk) {}
+   ~StartWatch() { join(); }
+   StartWatch(const StartWatch&) = delete;
+   StartWatch& operator=(const StartWatch&) = delete;
+
+   void start(OrvSdkRpc::Agent& agent) {
+      thread_ = std::thread([this, &agent] { watch(agent); });
+   }
+   // From here on a server that is not there is no failure.
+   void stopping() { stopping_ = true; }
+   void join() {
+      if (thread_.joinable()) thread_.join();
+   }
+   bool failed() const { return failed_; }
+
+private:
+   void watch(OrvSdkRpc::Agent& agent) {
+      if (agent.waitUntilServing()) {
+         log_(fmt::format("serving on {}", settings_.listen.text));
+         notifyServiceManager("READY=1");
+         return;
+      }
+      if (stopping_) return;
+      if (agent.addresses().empty()) {
+         const std::string owner = lockOwner(settings_.listen);
+         log_(fmt::format("--listen is '{}', expected an address that is not in use{}", settings_.listen.text,
+                          owner.empty() ? "" : ": process " + owner + " has it"));
+      } else {
+         log_(fmt::format("--listen is '{}', expected an address that can be bound", settings_.listen.text));
+      }
+      if (settings_.stay) {
+         log_("nothing is served; staying up without a server, as --stay asks");
+         notifyServiceManager("READY=1");
+         return;
+      }
+      log_("nothing is served; ending");
+      failed_ = true;
+      switch_.stop();
+   }
+
+   const Settings& settings_;
+   const Log& log_;
+   softswitch::SoftSwitch& switch_;
+   std::thread thread_;
+   std::atomic<bool> stopping_{false};
+   std::atomic<bool> failed_{false};
+};
+
+}  // namespace
+
+void raiseFileLimit() {
+   rlimit limit{};
+   if (getrlimit(RLIMIT_NOFILE, &limit) != 0) return;
+   if (limit.rlim_max < kLeastFiles) {
+      throw UsageError(fmt::format("the limit of open files is {}, expected at least {}", limit.rlim_max, kLeastFiles));
+   }
+   limit.rlim_cur = limit.rlim_max;
+   setrlimit(RLIMIT_NOFILE, &limit);
+}
+
+int serve(const Settings& settings, const Log& log) {
+   std::signal(SIGPIPE, SIG_IGN);
+   StopSignals signals;
+   HealthService& health = installServerPlugins();
+   Console console(settings);
+   const auto sdk = openSwitch(settings, log);
+   softswitch::console::Commands commands(*sdk);
+   auto serving = console.serve(commands);
+   StartWatch watch(settings, log, *sdk);
+   HostedAgent agent(*sdk, settings, [&] { watch.start(agent); });
+   signals.start([&](int number) {
+      log(fmt::format("{}, stopping", number == SIGTERM ? "TERM" : "INT"));
+      notifyServiceManager("STOPPING=1");
+      watch.stopping();
+      health.stop();
+      sdk->stop();
+   });
+   int code = kStopped;
+   try {
+      sdk->mainLoop();
+   } catch (const std::exception& error) {
+      // The agent's server thread still runs, so nothing can be taken down in order.
+      log(fmt::format("the switch failed: {}", error.what()));
+      std::_Exit(kFailed);
+   }
+   watch.join();
+   signals.stop();
+   serving.reset();
+   if (watch.failed()) code = kFailed;
+   if (code == kStopped) log("stopped");
+   return code;
+}
+
+}  // namespace orvsdkrpcd

@@ -1,0 +1,44 @@
+#include "orvsdkrpcd/ServerPlugins.h"
+
+#include <grpcpp/ext/proto_server_reflection_plugin.h>
+#include <grpcpp/impl/server_builder_plugin.h>
+#include <grpcpp/impl/server_initializer.h>
+#include <grpcpp/server_builder.h>
+
+namespace orvsdkrpcd {
+namespace {
+
+// gRPC asks for plugins through a plain function, so what they share is the process's.
+const std::shared_ptr<HealthService>& health() {
+   static const auto service = std::make_shared<HealthService>();
+   return service;
+}
+
+class HealthPlugin final : public grpc::ServerBuilderPlugin {
+public:
+   std::string name() override { return "orvsdkrpcd_health"; }
+   void InitServer(grpc::ServerInitializer* server) override { server->RegisterService(health()); }
+   void Finish(grpc::ServerInitializer* server) override {
+      const auto* names = server->GetServiceList();
+      health()->servingIs({names->begin(), names->end()});
+   }
+   void ChangeArguments(const std::string&, void*) override {}
+   bool has_sync_methods() const override { return true; }
+};
+
+std::unique_ptr<grpc::ServerBuilderPlugin> makeHealthPlugin() { return std::make_unique<HealthPlugin>(); }
+
+}  // namespace
+
+HealthService& installServerPlugins() {
+   static const bool once = [] {
+      grpc::EnableDefaultHealthCheckService(false);
+      grpc::reflection::InitProtoReflectionServerBuilderPlugin();
+      grpc::ServerBuilder::InternalAddPluginFactory(&makeHealthPlugin);
+      return true;
+   }();
+   static_cast<void>(once);
+   return *health();
+}
+
+}  // namespace orvsdkrpcd

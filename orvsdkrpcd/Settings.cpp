@@ -1,0 +1,103 @@
+#include "orvsdkrpcd/Settings.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+
+#include "orv/error.h"
+#include "orv/tracer.h"
+#include "orvsdkrpcd/UsageError.h"
+#include "toggles/Toggles.h"
+
+namespace orvsdkrpcd {
+namespace {
+
+namespace fs = std::filesystem;
+
+// The switch makes the directory, but not the way to it.
+std::string checkStateDir(const std::string& value) {
+   if (value.empty()) refuse("--state-dir", value, "the directory of the switch's state");
+   struct stat info{};
+   if (stat(value.c_str(), &info) == 0) {
+      if (!S_ISDIR(info.st_mode)) refuse("--state-dir", value, "a directory, and there is something else");
+      if (access(value.c_str(), R_OK | W_OK | X_OK) != 0) {
+         refuse("--state-dir", value, fmt::format("a readable and writable directory: {}", std::strerror(errno)));
+      }
+      return value;
+   }
+   if (errno != ENOENT) refuse("--state-dir", value, fmt::format("a directory: {}", std::strerror(errno)));
+   fs::path path = fs::absolute(value);
+   if (!path.has_filename()) path = path.parent_path();
+   const std::string parent = path.parent_path().string();
+   if (access(parent.c_str(), W_OK | X_OK) != 0) {
+      refuse("--state-dir", value, fmt::format("a directory, or a place to make one: {}: {}", parent, std::strerror(errno)));
+   }
+   return value;
+}
+
+std::optional<softswitch::console::Address> checkConsole(const std::string& value, const ListenAddress& listen) {
+   if (value.empty()) return std::nullopt;
+   try {
+      auto address = softswitch::console::Address::parse(value);
+      if (!address.isUnix()) return address;
+      address.path = fs::absolute(address.path).string();
+      requireSocketPlace("--console", value, address.path);
+      if (address.path == listen.socketPath || address.path == listen.socketPath + ".lock") {
+         refuse("--console", value, "another path than the server's socket and its lock file");
+      }
+      return address;
+   } catch (const std::invalid_argument& error) {
+      throw UsageError(fmt::format("--console: {}", error.what()));
+   }
+}
+
+}  // namespace
+
+Settings checkFlags(const Flags& flags) {
+   Settings settings;
+   settings.bfd = flags.bfd;
+   settings.fib = flags.fib;
+   settings.stay = flags.stay;
+   if (flags.listen.empty()) refuse("--listen", "", "unix:PATH, unix-abstract:NAME or IPV4:PORT");
+   settings.listen = parseListenAddress("--listen", flags.listen);
+   if (!settings.listen.socketPath.empty()) {
+      requireSocketPlace("--listen", flags.listen, settings.listen.socketPath);
+      struct stat info{};
+      if (lstat((settings.listen.socketPath + ".lock").c_str(), &info) == 0 && !S_ISREG(info.st_mode)) {
+         refuse("--listen", flags.listen, fmt::format("a lock file at '{}.lock', and there is something else",
+                                                      settings.listen.socketPath));
+      }
+   }
+   settings.stateDir = checkStateDir(flags.stateDir);
+   settings.console = checkConsole(flags.console, settings.listen);
+   if (flags.durability == "sync") {
+      settings.durability = softswitch::store::Durability::sync;
+   } else if (flags.durability != "lazy") {
+      refuse("--durability", flags.durability, "lazy or sync");
+   }
+   if (!flags.topology.empty()) {
+      try {
+         settings.topology = softswitch::Topology::load(flags.topology);
+      } catch (const softswitch::TopologyError& error) {
+         throw UsageError(fmt::format("--topology: {}", error.what()));
+      }
+   }
+   if (!flags.toggles.empty()) {
+      try {
+         toggleDirectoryIs(flags.toggles);
+      } catch (const std::runtime_error& error) {
+         throw UsageError(fmt::format("--toggles: {}", error.what()));
+      }
+   }
+   try {
+      orv::trace_setting_is(flags.trace);
+   } catch (const orv::error& error) {
+      throw UsageError(fmt::format("--trace is '{}': {}", flags.trace, error.what()));
+   }
+   return settings;
+}
+
+}  // namespace orvsdkrpcd

@@ -1,0 +1,50 @@
+// What the command line and the config file say, read and then checked as a whole.
+// Plain values; the functions are for the main thread, before anything else runs.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "orvsdkrpcd/ListenAddress.h"
+#include "softswitch/console/address.h"
+#include "softswitch/store/state_directory.h"
+#include "softswitch/topology.h"
+
+namespace orvsdkrpcd {
+
+// As written by the operator.
+struct Flags {
+   std::string listen;
+   std::string stateDir;
+   bool bfd = false;
+   bool fib = false;
+   std::string console;
+   std::string toggles;
+   std::string topology;
+   std::string trace;
+   std::string durability = "lazy";
+   bool stay = false;
+};
+
+// As understood.
+struct Settings {
+   ListenAddress listen;
+   std::string stateDir;
+   bool bfd = false;
+   bool fib = false;
+   std::optional<softswitch::console::Address> console;
+   softswitch::Topology topology = softswitch::Topology::builtIn();
+   softswitch::store::Durability durability = softswitch::store::Durability::process;
+   bool stay = false;
+};
+
+// Reads the command line, without the program's name, and the config file that it may name. Returns nothing when the
+// line asked for help or the version, which is then in `answer`. Throws UsageError.
+std::optional<Flags> readFlags(const std::vector<std::string>& arguments, std::string& answer);
+
+// Checks every value and reads the files that flags name; creates nothing. Feature toggles and trace levels, which are
+// settings of the process, are in force afterwards. Throws UsageError.
+Settings checkFlags(const Flags& flags);
+
+}  // namespace orvsdkrpcd

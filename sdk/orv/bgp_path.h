@@ -1,0 +1,16 @@
+// BGP paths.
+//
+// The manager carries no operation yet: it is the place where they go.
+//
+// Thread-safety: every operation is a call of the SDK and needs the main thread or
+// sdk_scoped_lock (lock.h).
+#pragma once
+
+namespace orv {
+
+class bgp_path_mgr {
+public:
+   virtual ~bgp_path_mgr() = default;
+};
+
+}  // namespace orv

@@ -1,0 +1,16 @@
+// Show and configuration commands.
+//
+// The manager carries no operation yet: it is the place where they go.
+//
+// Thread-safety: every operation is a call of the SDK and needs the main thread or
+// sdk_scoped_lock (lock.h).
+#pragma once
+
+namespace orv {
+
+class cmdapi_mgr {
+public:
+   virtual ~cmdapi_mgr() = default;
+};
+
+}  // namespace orv

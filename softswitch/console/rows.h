@@ -1,0 +1,58 @@
+// Walking a table of any length without holding the SDK's lock for long.
+//
+// Thread-safety: called without the lock by any thread.
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <utility>
+#include <vector>
+
+#include "orv/lock.h"
+
+namespace softswitch::console {
+
+// Rows that are read under one lock span: enough to make the price of the lock small, few enough that it is
+// held for about a millisecond at most.
+inline constexpr std::size_t rowsPerSpan = 1000;
+
+// Makes an iterator with `begin()`, reads each row with `take(*iterator)` into a value of its own, all that
+// under the lock, and hands the values to `show` without it. `show` may wait for a reader.
+template <typename Begin, typename Take, typename Show>
+void forEachRow(Begin begin, Take take, Show show) {
+   using Iter = decltype(begin());
+   using Row = decltype(take(*std::declval<const Iter&>()));
+
+   // An iterator refers to the switch's tables, so it goes under the lock too, also when `show` throws.
+   struct Walk {
+      std::optional<Iter> iter;
+      ~Walk() {
+         const orv::sdk_scoped_lock lock;
+         iter.reset();
+      }
+   } walk;
+
+   std::vector<Row> rows;
+   rows.reserve(rowsPerSpan);
+   for (bool more = true; more;) {
+      rows.clear();
+      {
+         const orv::sdk_scoped_lock lock;
+         if (!walk.iter) walk.iter.emplace(begin());
+         for (; *walk.iter && rows.size() < rowsPerSpan; ++*walk.iter)
+            rows.push_back(take(**walk.iter));
+         more = static_cast<bool>(*walk.iter);
+      }
+      for (const auto& row : rows)
+         show(row);
+   }
+}
+
+// Reads a value under the lock.
+template <typename Read>
+auto locked(Read read) {
+   const orv::sdk_scoped_lock lock;
+   return read();
+}
+
+}  // namespace softswitch::console

@@ -1,0 +1,24 @@
+// What the show commands put into a document, one function per command.
+//
+// Each first reads its arguments to the end and refuses what it cannot take, and only then writes. All are
+// called without the SDK's lock and take it for short spans (rows.h).
+//
+// Thread-safety: any thread.
+#pragma once
+
+#include "softswitch/console/output.h"
+#include "softswitch/console/words.h"
+
+namespace softswitch {
+class SoftSwitch;
+}
+
+namespace softswitch::console {
+
+using Show = void(SoftSwitch& target, Args& args, Document& document);
+
+Show showVersion, showInterfaces, showVrf, showAgentStatus, showCounters;                 // show_switch.cpp
+Show showNexthopGroup, showIpRoute, showMplsRoute, showTunnel, showFibRoute, showFibFec;  // show_routes.cpp
+Show showAcl, showClassMap, showPolicyMap, showBfd;                                       // show_policy.cpp
+
+}  // namespace softswitch::console

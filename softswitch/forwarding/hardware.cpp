@@ -1,0 +1,35 @@
+#include "softswitch/forwarding/hardware.h"
+
+#include <algorithm>
+
+namespace softswitch {
+
+Hardware::Hardware(const Pavo::Ptr<Gorm::TaskScheduler>& scheduler, std::unique_ptr<ForwardingPlane> plane)
+     : Pavo::TimerTask(scheduler, "hardware programming", Gorm::priorityBatch), plane_(std::move(plane)) {}
+
+bool Hardware::idle() const {
+   return std::all_of(clients_.begin(), clients_.end(), [](const auto* c) { return c->hardwareIdle(); });
+}
+
+void Hardware::taskExecute() {
+   // Asked for before the work, so that a handler that throws does not strand what is left.
+   requested_ = false;
+   request();
+   for (auto* client : clients_) {
+      while (!client->hardwareIdle()) {
+         client->hardwareStep(*plane_);
+         taskWorkCountInc(1);
+         if (taskShouldYield()) {
+            scheduleTask();
+            return;
+         }
+      }
+   }
+   // A later client may have given an earlier one something to do.
+   if (idle()) {
+      unscheduleTask();
+      requested_ = false;
+   }
+}
+
+}  // namespace softswitch

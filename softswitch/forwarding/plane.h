@@ -1,0 +1,98 @@
+// The forwarding plane: what the switch programs, be it memory, a kernel or a chip.
+//
+// The switch hands over what is configured and hears by the answers what came of it, at once or later. It
+// hands over an object again when it has changed, whether or not the plane has answered; a plane answers
+// each time, in the order in which it was asked. Deletes are not answered.
+//
+// Thread-safety: everything here happens on the main loop, under the SDK's lock.
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <string_view>
+
+#include "orv/mpls_route_types.h"
+#include "orv/nexthop_group_types.h"
+#include "softswitch/managers/ip_route_table.h"
+#include "softswitch/names.h"
+
+namespace softswitch {
+
+struct PlaneRoute {
+   RouteIndex token;  // comes back in the answer
+   RouteKey key;
+   orv::ip_route_action_t action;
+   NameId group;           // Names::none for a route with hops
+   const RouteVias* vias;  // null for a route with a group; good during the call
+};
+
+struct PlaneMplsRoute {
+   const orv::mpls_route_key_t& key;
+   std::uint16_t version;
+   std::span<const orv::mpls_route_via_t> vias;  // good during the call
+};
+
+struct GroupAnswer {
+   bool programmed = false;
+   bool counted = false;  // its entries have counters
+};
+
+class GroupAnswers {
+  public:
+   virtual void groupAnswer(NameId group, std::uint16_t version, GroupAnswer answer) = 0;
+
+  protected:
+   ~GroupAnswers() = default;
+};
+
+class RouteAnswers {
+  public:
+   virtual void routesAnswer(std::span<const RouteIndex> tokens, bool programmed) = 0;
+
+  protected:
+   ~RouteAnswers() = default;
+};
+
+class MplsRouteAnswers {
+  public:
+   virtual void mplsRouteAnswer(const orv::mpls_route_key_t& key, std::uint16_t version, bool programmed) = 0;
+
+  protected:
+   ~MplsRouteAnswers() = default;
+};
+
+struct PlaneAnswers {
+   GroupAnswers& groups;
+   RouteAnswers& routes;
+   MplsRouteAnswers& mplsRoutes;
+};
+
+struct TrafficCounter {
+   std::uint64_t packets = 0;
+   std::uint64_t bytes = 0;
+};
+
+class ForwardingPlane {
+  public:
+   virtual ~ForwardingPlane() = default;
+
+   // For `show`.
+   virtual std::string_view name() const = 0;
+
+   // Called once, before anything else.
+   virtual void answersTo(const PlaneAnswers& answers) = 0;
+
+   virtual void groupSet(NameId id, const orv::nexthop_group_t& group) = 0;
+   virtual void groupDel(NameId id) = 0;
+   virtual void routesSet(std::span<const PlaneRoute> routes) = 0;
+   virtual void routeDel(const RouteKey& key) = 0;
+   virtual void mplsRouteSet(const PlaneMplsRoute& route) = 0;
+   virtual void mplsRouteDel(const orv::mpls_route_key_t& key) = 0;
+
+   // Traffic of one entry since it was programmed; zeros for one that is not there.
+   virtual TrafficCounter counter(NameId group, std::uint16_t entry) const = 0;
+   // Counts traffic that no wire brought: for planes that have none, and for demonstrations.
+   virtual void countTraffic(NameId group, std::uint16_t entry, TrafficCounter traffic) = 0;
+};
+
+}  // namespace softswitch

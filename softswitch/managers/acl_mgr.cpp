@@ -1,0 +1,356 @@
+#include "softswitch/managers/acl_mgr.h"
+
+#include <algorithm>
+#include <utility>
+#include <vector>
+
+#include "orv/error.h"
+#include "softswitch/managers/intf_mgr.h"
+#include "softswitch/managers/policy_codecs.h"
+
+namespace softswitch {
+namespace {
+
+constexpr std::size_t rulesPerList = 64;  // on average, for the size of the rules' table
+
+// The rules of one kind of one list, from wherever the walk last stood.
+template <typename Impl, typename Rule>
+class RuleIter final : public Impl {
+public:
+   using Entry = std::pair<unsigned int, Rule>;
+
+   RuleIter(const AclMgr::Rules& rules, orv::acl_key_t key) : rules_(&rules), key_(std::move(key)) {}
+
+   bool next(Entry& row) override {
+      while (const auto item = from_ ? rules_->upperBound({key_, *from_}) : rules_->lowerBound({key_, 0})) {
+         if (item.key->acl != key_) return false;
+         from_ = item.key->seq;
+         if (const auto* rule = std::get_if<Rule>(item.row)) {
+            row = {item.key->seq, *rule};
+            return true;
+         }
+      }
+      return false;
+   }
+   std::unique_ptr<orv::iter_impl<Entry>> clone() const override { return std::make_unique<RuleIter>(*this); }
+
+private:
+   const AclMgr::Rules* rules_;
+   orv::acl_key_t key_;
+   std::optional<std::uint32_t> from_;
+};
+
+using IpRuleIter = RuleIter<orv::acl_rule_ip_iter_impl, orv::acl_rule_ip_t>;
+using EthRuleIter = RuleIter<orv::acl_rule_eth_iter_impl, orv::acl_rule_eth_t>;
+
+std::optional<orv::acl_key_t> keyOf(const AclMgr::Lists::Item& item) {
+   return *item.key;
+}
+
+// Makes the rows of `key` in both tables alike.
+template <typename TableType>
+void carryOver(const TableType& from, TableType& to, const typename TableType::key_type& key) {
+   if (const auto* row = from.find(key)) {
+      to.set(key, *row);
+   } else {
+      to.erase(key);
+   }
+}
+
+// Keys whose rows differ between the tables.
+template <typename TableType, typename Key = typename TableType::key_type>
+std::set<Key> differences(const TableType& a, const TableType& b) {
+   std::set<Key> keys;
+   const auto gather = [&keys](const TableType& table, const TableType& other) {
+      table.forEach([&](const Key& key, const auto& row) {
+         const auto* twin = other.find(key);
+         if (twin == nullptr || !(*twin == row)) keys.insert(key);
+      });
+   };
+   gather(a, b);
+   gather(b, a);
+   return keys;
+}
+
+void checkDirection(orv::acl_direction_t direction) {
+   if (direction != orv::acl_direction_t::in && direction != orv::acl_direction_t::out) {
+      throw orv::invalid_argument_error(
+           fmt::format("direction {}, expected in or out", orv::to_string(direction)));
+   }
+}
+
+}  // namespace
+
+void AclCodec::encodeKey(const orv::acl_key_t& key, store::Writer& out) {
+   write(out, key);
+}
+orv::acl_key_t AclCodec::decodeKey(store::Reader& in) {
+   return readAclKey(in);
+}
+
+void AclCodec::encodeRow(const AclRow& row, store::Writer& out) {
+   out.boolean(row.countersEnabled);
+   out.boolean(row.fragmentsEnabled);
+}
+
+AclRow AclCodec::decodeRow(store::Reader& in, std::uint8_t) {
+   AclRow row;
+   row.countersEnabled = in.boolean();
+   row.fragmentsEnabled = in.boolean();
+   return row;
+}
+
+void AclRuleCodec::encodeKey(const AclRuleKey& key, store::Writer& out) {
+   write(out, key.acl);
+   out.u32(key.seq);
+}
+
+AclRuleKey AclRuleCodec::decodeKey(store::Reader& in) {
+   auto acl = readAclKey(in);
+   return {.acl = std::move(acl), .seq = in.u32()};
+}
+
+void AclRuleCodec::encodeRow(const AclRule& row, store::Writer& out) {
+   out.boolean(std::holds_alternative<orv::acl_rule_eth_t>(row));
+   std::visit([&out](const auto& rule) { write(out, rule); }, row);
+}
+
+AclRule AclRuleCodec::decodeRow(store::Reader& in, std::uint8_t) {
+   if (in.boolean()) return readAclRuleEth(in);
+   return readAclRuleIp(in);
+}
+
+void AclPlaceCodec::encodeKey(const AclPlace& key, store::Writer& out) {
+   write(out, key.intf);
+   writeEnum(out, key.direction);
+   writeEnum(out, key.type);
+}
+
+AclPlace AclPlaceCodec::decodeKey(store::Reader& in) {
+   auto intf = readIntfId(in);
+   const auto direction = readEnum(in, orv::acl_direction_t::out);
+   return {.intf = std::move(intf), .direction = direction, .type = readEnum(in, orv::acl_type_t::mpls)};
+}
+
+AclMgr::AclMgr(const Context& context, const IntfMgr& intfs)
+     : callbacks_(context.callbacks),
+       intfs_(intfs),
+       pendingLists_(context.store, "acl pending", context.limits.acls),
+       committedLists_(context.store, "acl", context.limits.acls),
+       pendingRules_(context.store, "acl rule pending", context.limits.acls * rulesPerList),
+       committedRules_(context.store, "acl rule", context.limits.acls * rulesPerList),
+       places_(context.store, "acl place", 16 * Topology::maxInterfaces),
+       editedLists_(differences(pendingLists_, committedLists_)),
+       editedRules_(differences(pendingRules_, committedRules_)) {}
+
+orv::acl_iter_t AclMgr::acl_iter() const {
+   orv::sdk_lock_check();
+   return makeTableIter<orv::acl_iter_t>(pendingLists_, keyOf);
+}
+
+orv::acl_iter_t AclMgr::acl_all_iter() const {
+   orv::sdk_lock_check();
+   return makeTableIter<orv::acl_iter_t>(committedLists_, keyOf);
+}
+
+orv::acl_rule_ip_iter_t AclMgr::acl_rule_ip_iter(const orv::acl_key_t& key) const {
+   orv::sdk_lock_check();
+   return orv::acl_rule_ip_iter_t(std::make_unique<IpRuleIter>(pendingRules_, key));
+}
+
+orv::acl_rule_ip_iter_t AclMgr::acl_all_rule_ip_iter(const orv::acl_key_t& key) const {
+   orv::sdk_lock_check();
+   return orv::acl_rule_ip_iter_t(std::make_unique<IpRuleIter>(committedRules_, key));
+}
+
+orv::acl_rule_eth_iter_t AclMgr::acl_rule_eth_iter(const orv::acl_key_t& key) const {
+   orv::sdk_lock_check();
+   return orv::acl_rule_eth_iter_t(std::make_unique<EthRuleIter>(pendingRules_, key));
+}
+
+orv::acl_rule_eth_iter_t AclMgr::acl_all_rule_eth_iter(const orv::acl_key_t& key) const {
+   orv::sdk_lock_check();
+   return orv::acl_rule_eth_iter_t(std::make_unique<EthRuleIter>(committedRules_, key));
+}
+
+bool AclMgr::acl_exists(const orv::acl_key_t& key) const {
+   orv::sdk_lock_check();
+   return pendingLists_.contains(key);
+}
+
+bool AclMgr::acl_all_exists(const orv::acl_key_t& key) const {
+   orv::sdk_lock_check();
+   return committedLists_.contains(key);
+}
+
+void AclMgr::acl_rule_set(const orv::acl_key_t& key, unsigned int seq, const orv::acl_rule_ip_t& rule) {
+   orv::sdk_lock_check();
+   setRule(key, seq, rule);
+}
+
+void AclMgr::acl_rule_set(const orv::acl_key_t& key, unsigned int seq, const orv::acl_rule_eth_t& rule) {
+   orv::sdk_lock_check();
+   setRule(key, seq, rule);
+}
+
+void AclMgr::setRule(const orv::acl_key_t& key, std::uint32_t seq, AclRule rule) {
+   checkAclRule(key, seq, rule);
+   const bool newList = !pendingLists_.contains(key);
+   if (newList) pendingLists_.set(key, {});
+   try {
+      pendingRules_.set({key, seq}, std::move(rule));
+   } catch (...) {
+      if (newList) pendingLists_.erase(key);
+      throw;
+   }
+   editedLists_.insert(key);
+   editedRules_.insert({key, seq});
+}
+
+void AclMgr::acl_rule_del(const orv::acl_key_t& key, unsigned int seq) {
+   orv::sdk_lock_check();
+   checkAclKey(key);
+   if (pendingRules_.erase({key, seq})) editedRules_.insert({key, seq});
+}
+
+void AclMgr::acl_del(const orv::acl_key_t& key) {
+   orv::sdk_lock_check();
+   checkAclKey(key);
+   while (const auto item = pendingRules_.lowerBound({key, 0})) {
+      if (item.key->acl != key) break;
+      const auto ruleKey = *item.key;
+      pendingRules_.erase(ruleKey);
+      editedRules_.insert(ruleKey);
+   }
+   if (pendingLists_.erase(key)) editedLists_.insert(key);
+}
+
+void AclMgr::acl_commit() {
+   orv::sdk_lock_check();
+   std::vector<std::pair<std::string, std::string>> failures;
+   std::set<orv::acl_key_t> keptLists;
+   for (const auto& key : editedLists_) {
+      const auto place = pendingLists_.contains(key) ? std::nullopt : placeOf(key);
+      if (!place) {
+         carryOver(pendingLists_, committedLists_, key);
+         continue;
+      }
+      failures.emplace_back(key.to_string(),
+                            fmt::format("ACL {} is deleted but applied to interface {} {}", key.to_string(),
+                                        place->intf, orv::to_string(place->direction)));
+      keptLists.insert(key);
+   }
+   std::set<AclRuleKey> keptRules;
+   for (const auto& key : editedRules_) {
+      if (keptLists.contains(key.acl)) {
+         keptRules.insert(key);
+      } else {
+         carryOver(pendingRules_, committedRules_, key);
+      }
+   }
+   editedLists_ = std::move(keptLists);
+   editedRules_ = std::move(keptRules);
+
+   callbacks_.post([this, failures = std::move(failures)] {
+      if (failures.empty()) {
+         handlers().notify_all([](orv::acl_handler& handler) { handler.on_acl_sync(); });
+      }
+      for (const auto& [source, message] : failures) {
+         handlers().notify_all([&](orv::acl_handler& handler) { handler.on_acl_sync_fail(source, message); });
+      }
+   });
+}
+
+void AclMgr::acl_apply(const orv::acl_key_t& key, const orv::intf_id_t& intf, orv::acl_direction_t direction,
+                       bool apply) {
+   orv::sdk_lock_check();
+   checkAclKey(key);
+   checkDirection(direction);
+   const AclPlace place{.intf = intf, .direction = direction, .type = key.acl_type()};
+   const auto* applied = places_.find(place);
+   // Also where a new topology has left the interface out.
+   if (!apply && applied != nullptr && *applied == key.acl_name()) {
+      places_.erase(place);
+      return;
+   }
+   intfs_.require(intf);
+   if (!apply) return;
+   if (!pendingLists_.contains(key) && !committedLists_.contains(key)) {
+      throw orv::invalid_argument_error(
+           fmt::format("ACL {} cannot be applied to interface {}, it does not exist", key.to_string(), intf));
+   }
+   places_.set(place, key.acl_name());
+}
+
+void AclMgr::acl_counters_enabled_set(const orv::acl_key_t& key, bool enabled) {
+   orv::sdk_lock_check();
+   changeList(key, [enabled](AclRow& row) { row.countersEnabled = enabled; });
+}
+
+void AclMgr::acl_fragments_enabled_set(const orv::acl_key_t& key, bool enabled) {
+   orv::sdk_lock_check();
+   changeList(key, [enabled](AclRow& row) { row.fragmentsEnabled = enabled; });
+}
+
+template <typename Change>
+void AclMgr::changeList(const orv::acl_key_t& key, Change change) {
+   checkAclKey(key);
+   const auto* row = pendingLists_.find(key);
+   if (row == nullptr)
+      throw orv::invalid_argument_error(fmt::format("ACL {} does not exist", key.to_string()));
+   auto changed = *row;
+   change(changed);
+   pendingLists_.set(key, changed);
+   editedLists_.insert(key);
+}
+
+std::optional<AclPlace> AclMgr::placeOf(const orv::acl_key_t& key) const {
+   std::optional<AclPlace> found;
+   places_.forEach([&](const AclPlace& place, const std::string& name) {
+      if (!found && place.type == key.acl_type() && name == key.acl_name()) found = place;
+   });
+   return found;
+}
+
+bool AclMgr::permits(const orv::intf_id_t& intf, const AclPacket& packet) const {
+   const auto type = packet.destination.af() == orv::af_ipv6 ? orv::acl_type_t::ipv6 : orv::acl_type_t::ipv4;
+   const auto* name = places_.find({.intf = intf, .direction = orv::acl_direction_t::in, .type = type});
+   if (name == nullptr) return true;
+   const orv::acl_key_t key(*name, type);
+   if (!committedLists_.contains(key)) return true;  // applied, and not committed yet
+   for (IpRuleIter rules(committedRules_, key);;) {
+      orv::acl_rule_ip_entry_t entry;
+      if (!rules.next(entry)) return false;
+      if (entry.second.action() != orv::acl_action_t::none && matches(entry.second, packet)) {
+         return entry.second.action() == orv::acl_action_t::permit;
+      }
+   }
+}
+
+bool AclMgr::loopbacksPermit(const AclPacket& packet) const {
+   bool permitted = true;
+   places_.forEach([&](const AclPlace& place, const std::string&) {
+      if (permitted && place.direction == orv::acl_direction_t::in && intfs_.exists(place.intf) &&
+          intfs_.facts(place.intf).type == IntfType::loopback) {
+         permitted = permits(place.intf, packet);
+      }
+   });
+   return permitted;
+}
+
+bool AclMgr::stream_allowed(const orv::ip_addr_t& src, const orv::ip_addr_t& dst, std::uint32_t ip_protocol,
+                            std::uint32_t src_port, std::uint32_t dst_port) const {
+   orv::sdk_lock_check();
+   return loopbacksPermit(aclPacket(src, dst, ip_protocol, src_port, dst_port));
+}
+
+bool AclMgr::dgram_allowed(const orv::ip_addr_t& src, const orv::ip_addr_t& dst, const orv::intf_id_t& intf,
+                           std::uint32_t /*ip_length: no rule looks at it*/, std::uint32_t ip_protocol,
+                           std::uint32_t src_port, std::uint32_t dst_port) const {
+   orv::sdk_lock_check();
+   intfs_.require(intf);
+   const auto packet = aclPacket(src, dst, ip_protocol, src_port, dst_port);
+   return permits(intf, packet) && loopbacksPermit(packet);
+}
+
+}  // namespace softswitch

@@ -1,0 +1,150 @@
+// Access control lists: edited in a pending state, committed as a whole.
+//
+// The operations without "all" in their name work on the lists as they are pending; those with it show
+// what is committed. Both survive a restart, so an edit that was acknowledged is there for the next commit.
+// The first rule makes a list; a list whose last rule goes stays, empty, until acl_del.
+//
+// acl_commit moves every pending edit into the committed state and tells the handlers, later and from the
+// main loop: on_acl_sync when all of it went through; on_acl_sync_fail for each list that could not follow,
+// because it was deleted while it is applied to an interface. Such a list stays committed and its deletion
+// pending.
+//
+// Refusals (orv::invalid_argument_error and its kin, naming the value; nothing has changed then):
+//    a key without a name or a type, in every operation that writes
+//    a rule that the list cannot have (acl_rules.h)
+//    applying a list that does not exist, neither pending nor committed; an interface that does not exist; a
+//    direction other than in and out; taking off a list that is not there is no error
+//    counters or fragments of a list that does not exist
+//    and orv::error for one list or rule more than the tables hold
+//
+// Thread-safety: guarded by the SDK's lock; callbacks come from the main loop.
+#pragma once
+
+#include <optional>
+#include <set>
+#include <string>
+#include <tuple>
+
+#include "orv/acl.h"
+#include "softswitch/context.h"
+#include "softswitch/managers/acl_rules.h"
+#include "softswitch/table.h"
+
+namespace softswitch {
+
+class IntfMgr;
+
+struct AclRow {
+   bool countersEnabled = false;
+   bool fragmentsEnabled = false;
+
+   bool operator==(const AclRow&) const = default;
+};
+
+struct AclCodec {
+   static constexpr std::uint8_t version = 1;
+   static void encodeKey(const orv::acl_key_t& key, store::Writer& out);
+   static orv::acl_key_t decodeKey(store::Reader& in);
+   static void encodeRow(const AclRow& row, store::Writer& out);
+   static AclRow decodeRow(store::Reader& in, std::uint8_t version);
+};
+
+struct AclRuleKey {
+   orv::acl_key_t acl;
+   std::uint32_t seq = 0;
+
+   auto operator<=>(const AclRuleKey&) const = default;
+};
+
+struct AclRuleCodec {
+   static constexpr std::uint8_t version = 1;
+   static void encodeKey(const AclRuleKey& key, store::Writer& out);
+   static AclRuleKey decodeKey(store::Reader& in);
+   static void encodeRow(const AclRule& row, store::Writer& out);
+   static AclRule decodeRow(store::Reader& in, std::uint8_t version);
+};
+
+// An interface takes one list of a type in each direction.
+struct AclPlace {
+   orv::intf_id_t intf;
+   orv::acl_direction_t direction = orv::acl_direction_t::none;
+   orv::acl_type_t type = orv::acl_type_t::none;
+
+   auto operator<=>(const AclPlace&) const = default;
+};
+
+struct AclPlaceCodec {
+   static constexpr std::uint8_t version = 1;
+   static void encodeKey(const AclPlace& key, store::Writer& out);
+   static AclPlace decodeKey(store::Reader& in);
+   static void encodeRow(const std::string& aclName, store::Writer& out) { out.text(aclName); }
+   static std::string decodeRow(store::Reader& in, std::uint8_t) { return std::string(in.text()); }
+};
+
+class AclMgr final : public orv::acl_mgr {
+public:
+   using Lists = Table<orv::acl_key_t, AclRow, AclCodec>;
+   using Rules = Table<AclRuleKey, AclRule, AclRuleCodec>;
+   using Places = Table<AclPlace, std::string, AclPlaceCodec>;
+
+   AclMgr(const Context& context, const IntfMgr& intfs);
+
+   orv::acl_iter_t acl_iter() const override;
+   orv::acl_iter_t acl_all_iter() const override;
+   orv::acl_rule_ip_iter_t acl_rule_ip_iter(const orv::acl_key_t& key) const override;
+   orv::acl_rule_ip_iter_t acl_all_rule_ip_iter(const orv::acl_key_t& key) const override;
+   orv::acl_rule_eth_iter_t acl_rule_eth_iter(const orv::acl_key_t& key) const override;
+   orv::acl_rule_eth_iter_t acl_all_rule_eth_iter(const orv::acl_key_t& key) const override;
+   bool acl_exists(const orv::acl_key_t& key) const override;
+   bool acl_all_exists(const orv::acl_key_t& key) const override;
+
+   void acl_rule_set(const orv::acl_key_t& key, unsigned int seq, const orv::acl_rule_ip_t& rule) override;
+   void acl_rule_set(const orv::acl_key_t& key, unsigned int seq, const orv::acl_rule_eth_t& rule) override;
+   void acl_rule_del(const orv::acl_key_t& key, unsigned int seq) override;
+   void acl_del(const orv::acl_key_t& key) override;
+   void acl_commit() override;
+   void acl_apply(const orv::acl_key_t& key, const orv::intf_id_t& intf, orv::acl_direction_t direction,
+                  bool apply) override;
+   void acl_counters_enabled_set(const orv::acl_key_t& key, bool enabled) override;
+   void acl_fragments_enabled_set(const orv::acl_key_t& key, bool enabled) override;
+
+   // The control plane's lists are the committed ones applied inbound to loopback interfaces, and for a
+   // datagram also to the interface it came in by. Traffic passes when each list of its family permits it; a
+   // list permits what its first matching rule permits, and denies the rest. Without a list everything
+   // passes.
+   bool stream_allowed(const orv::ip_addr_t& src, const orv::ip_addr_t& dst, std::uint32_t ip_protocol,
+                       std::uint32_t src_port, std::uint32_t dst_port) const override;
+   bool dgram_allowed(const orv::ip_addr_t& src, const orv::ip_addr_t& dst, const orv::intf_id_t& intf,
+                      std::uint32_t ip_length, std::uint32_t ip_protocol, std::uint32_t src_port,
+                      std::uint32_t dst_port) const override;
+
+   // Lists and rules that the next commit will change.
+   std::size_t pendingEdits() const { return editedLists_.size() + editedRules_.size(); }
+
+   const Lists& lists() const { return pendingLists_; }
+   const Lists& committedLists() const { return committedLists_; }
+   const Rules& rules() const { return pendingRules_; }
+   const Rules& committedRules() const { return committedRules_; }
+   const Places& places() const { return places_; }
+
+private:
+   void setRule(const orv::acl_key_t& key, std::uint32_t seq, AclRule rule);
+   template <typename Change>
+   void changeList(const orv::acl_key_t& key, Change change);
+   std::optional<AclPlace> placeOf(const orv::acl_key_t& key) const;
+   bool permits(const orv::intf_id_t& intf, const AclPacket& packet) const;
+   bool loopbacksPermit(const AclPacket& packet) const;
+
+   Callbacks& callbacks_;
+   const IntfMgr& intfs_;
+   Lists pendingLists_;
+   Lists committedLists_;
+   Rules pendingRules_;
+   Rules committedRules_;
+   Places places_;
+   // Where pending and committed may differ.
+   std::set<orv::acl_key_t> editedLists_;
+   std::set<AclRuleKey> editedRules_;
+};
+
+}  // namespace softswitch

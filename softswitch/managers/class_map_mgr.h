@@ -1,0 +1,66 @@
+// Class maps.
+//
+// A class map may name ACLs that do not exist yet, and may be deleted while policy maps name it: whoever
+// replaces a redirect does so in several steps. What such a policy map comes to is its hardware status
+// (policy_map_mgr.h).
+//
+// Refusals (orv::invalid_argument_error, naming the value):
+//    a key without a name or a feature, in every operation that writes
+//    a rule whose ACL key has no name or no type
+//    and orv::error for one more than the table holds
+//
+// Thread-safety: guarded by the SDK's lock.
+#pragma once
+
+#include <functional>
+#include <utility>
+#include <vector>
+
+#include "orv/class_map.h"
+#include "softswitch/context.h"
+#include "softswitch/table.h"
+
+namespace softswitch {
+
+struct ClassMapCodec {
+   static constexpr std::uint8_t version = 1;
+   static void encodeKey(const orv::policy_map_key_t& key, store::Writer& out);
+   static orv::policy_map_key_t decodeKey(store::Reader& in);
+   static void encodeRow(const orv::class_map_t& row, store::Writer& out);
+   static orv::class_map_t decodeRow(store::Reader& in, std::uint8_t version);
+};
+
+class ClassMapMgr final : public orv::class_map_mgr {
+public:
+   using Maps = Table<orv::policy_map_key_t, orv::class_map_t, ClassMapCodec>;
+
+   explicit ClassMapMgr(const Context& context);
+
+   void resync_init() override;
+   void resync_complete() override;
+   orv::class_map_iter_t class_map_iter(orv::policy_feature_t feature) const override;
+   bool exists(const orv::policy_map_key_t& key) const override;
+   orv::class_map_t class_map(const orv::policy_map_key_t& key) const override;
+   void class_map_is(const orv::class_map_t& map) override;
+   void class_map_del(const orv::policy_map_key_t& key) override;
+
+   // Null where there is none. Good until the next change.
+   const orv::class_map_t* find(const orv::policy_map_key_t& key) const { return maps_.find(key); }
+
+   // Called after a class map was made, changed or removed, from inside that call.
+   void onChange(std::function<void()> changed) { changed_.push_back(std::move(changed)); }
+
+   // The rows' own keys are empty: the table's are theirs.
+   const Maps& maps() const { return maps_; }
+
+private:
+   void tellChange() const;
+
+   Maps maps_;
+   std::vector<std::function<void()>> changed_;
+};
+
+// Refuses a key without a name or a feature; `what` is "class map" or "policy map".
+void checkPolicyMapKey(std::string_view what, const orv::policy_map_key_t& key);
+
+}  // namespace softswitch

@@ -1,0 +1,71 @@
+// The FIB of the default VRF: a view of what hardware has, kept nowhere else.
+//
+// A route is in the FIB while hardware has it, it has a way out (its nexthop group is in hardware, one of its
+// hops resolves, or it drops or punts), and no route of the same prefix with a smaller preference has. Its
+// FEC is the group's, or one of its own when it has hops; a route that drops or punts has none.
+//
+// FEC numbers carry their kind in the top eight bits: 1 hops of one route, 3 a nexthop group.
+//
+// Thread-safety: guarded by the SDK's lock.
+#pragma once
+
+#include <cstdint>
+
+#include "orv/fib.h"
+#include "orv/intf.h"
+#include "softswitch/managers/ip_route_mgr.h"
+#include "softswitch/managers/nexthop_group_mgr.h"
+
+namespace softswitch {
+
+enum class FecKind : std::uint8_t { hops = 1, nexthopGroup = 3 };
+
+constexpr std::uint64_t fecId(FecKind kind, std::uint64_t number) {
+   return static_cast<std::uint64_t>(kind) << 56 | number;
+}
+constexpr FecKind fecKind(std::uint64_t id) { return static_cast<FecKind>(id >> 56); }
+constexpr std::uint64_t fecNumber(std::uint64_t id) { return id & 0x00ff'ffff'ffff'ffff; }
+
+class FibMgr final : public orv::fib_mgr, public RouteObserver, public GroupObserver {
+  public:
+   FibMgr(IpRouteMgr& routes, NexthopGroupMgr& groups, const Names& groupNames, const orv::intf_mgr& intfs);
+
+   void eventsEnabledIs(bool enabled) { events_ = enabled; }
+
+   bool events_enabled() const override;
+   orv::fib_route_iter_t fib_route_iter() const override;
+   bool fib_route_exists(const orv::fib_route_key_t& key) const override;
+   orv::fib_route_t fib_route(const orv::fib_route_key_t& key) const override;
+   orv::fib_fec_iter_t fib_fec_iter() const override;
+   bool fib_fec_exists(const orv::fib_fec_key_t& key) const override;
+   orv::fib_fec_t fib_fec(const orv::fib_fec_key_t& key) const override;
+
+   void routeChanged(RouteRow& row) override;
+   void routeGone(const GoneRoute& route) override;
+   void groupProgrammed(NameId id, bool fresh) override;
+   void groupGone(NameId id) override;
+
+   // For the iterators.
+   bool inFib(const RouteRow& row) const { return hasWayOut(row) && best(row); }
+   orv::fib_route_t toFibRoute(const RouteRow& row) const;
+   orv::fib_fec_t groupFec(NameId id) const;
+   orv::fib_fec_t hopsFec(const RouteRow& row) const;
+   const IpRouteMgr& routes() const { return routes_; }
+   const NexthopGroupMgr& groups() const { return groups_; }
+
+  private:
+   bool hasWayOut(const RouteRow& row) const;
+   bool hopResolves(const orv::ip_route_via_t& via) const;
+   bool best(const RouteRow& row) const;
+   const RouteRow* bestOf(const RouteKey& key) const;
+   void announce(RouteRow& row);
+   void withdraw(const RouteKey& key);
+
+   IpRouteMgr& routes_;
+   NexthopGroupMgr& groups_;
+   const Names& groupNames_;
+   const orv::intf_mgr& intfs_;
+   bool events_ = false;
+};
+
+}  // namespace softswitch

@@ -1,0 +1,185 @@
+#include "softswitch/managers/intf_mgr.h"
+
+#include <algorithm>
+
+#include "orv/error.h"
+#include "softswitch/value_codec.h"
+
+namespace softswitch {
+namespace {
+
+bool hasCable(IntfType type) {
+   return type == IntfType::ethernet || type == IntfType::management || type == IntfType::lag;
+}
+
+// The set does not change, so a position is as good as a key.
+class IntfIter final : public orv::intf_iter_impl {
+public:
+   explicit IntfIter(const std::vector<orv::intf_id_t>& intfs) : intfs_(&intfs) {}
+
+   bool next(orv::intf_id_t& row) override {
+      if (at_ == intfs_->size()) return false;
+      row = (*intfs_)[at_++];
+      return true;
+   }
+   std::unique_ptr<orv::iter_impl<orv::intf_id_t>> clone() const override {
+      return std::make_unique<IntfIter>(*this);
+   }
+
+private:
+   const std::vector<orv::intf_id_t>* intfs_;
+   std::size_t at_ = 0;
+};
+
+}  // namespace
+
+void IntfCodec::encodeKey(const orv::intf_id_t& key, store::Writer& out) {
+   write(out, key);
+}
+
+orv::intf_id_t IntfCodec::decodeKey(store::Reader& in) {
+   return readIntfId(in);
+}
+
+void IntfCodec::encodeRow(const IntfRow& row, store::Writer& out) {
+   out.boolean(row.adminEnabled);
+   out.text(row.description);
+}
+
+IntfRow IntfCodec::decodeRow(store::Reader& in, std::uint8_t) {
+   IntfRow row;
+   row.adminEnabled = in.boolean();
+   row.description = in.text();
+   return row;
+}
+
+IntfMgr::IntfMgr(const Context& context, const Topology& topology)
+     : callbacks_(context.callbacks),
+       topology_(topology),
+       config_(context.store, "interface", 16 * Topology::maxInterfaces) {
+   for (const auto& facts : topology_.interfaces()) {
+      const auto id = orv::host::intf_name_known(facts.name);
+      const auto* row = config_.find(id);
+      intfs_.emplace(id, Intf{.facts = &facts,
+                              .adminEnabled = row == nullptr || row->adminEnabled,
+                              .linkUp = facts.linkUp || !hasCable(facts.type)});
+      inOrder_.push_back(id);
+   }
+   std::sort(inOrder_.begin(), inOrder_.end());
+}
+
+orv::intf_iter_t IntfMgr::intf_iter() const {
+   orv::sdk_lock_check();
+   return orv::intf_iter_t(std::make_unique<IntfIter>(inOrder_));
+}
+
+bool IntfMgr::exists(const orv::intf_id_t& intf) const {
+   orv::sdk_lock_check();
+   return intfs_.contains(intf);
+}
+
+bool IntfMgr::admin_enabled(const orv::intf_id_t& intf) const {
+   orv::sdk_lock_check();
+   return find(intf).adminEnabled;
+}
+
+void IntfMgr::admin_enabled_is(const orv::intf_id_t& intf, bool enabled) {
+   orv::sdk_lock_check();
+   auto& state = find(intf);
+   if (state.adminEnabled == enabled) return;
+   configure(intf, {.adminEnabled = enabled, .description = description(intf)});
+   const auto before = state.oper();
+   state.adminEnabled = enabled;
+   callbacks_.post([this, intf, enabled] {
+      handlers().notify(intf, [&](orv::intf_handler& handler) { handler.on_admin_enabled(intf, enabled); });
+   });
+   tellOperChange(intf, before, state.oper());
+}
+
+std::string IntfMgr::description(const orv::intf_id_t& intf) const {
+   orv::sdk_lock_check();
+   find(intf);
+   const auto* row = config_.find(intf);
+   return row == nullptr ? std::string() : row->description;
+}
+
+void IntfMgr::description_is(const orv::intf_id_t& intf, const std::string& text) {
+   orv::sdk_lock_check();
+   const auto& state = find(intf);
+   if (text.size() > maxDescriptionBytes) {
+      throw orv::invalid_argument_error(
+           fmt::format("description of interface {} has {} bytes, expected at most {}", intf, text.size(),
+                       maxDescriptionBytes));
+   }
+   const auto isControl = [](unsigned char c) { return c < 0x20 || c == 0x7f; };
+   if (std::any_of(text.begin(), text.end(), isControl)) {
+      throw orv::invalid_argument_error(
+           fmt::format("description of interface {} is '{}', expected no control character", intf,
+                       orv::detail::quotable(text)));
+   }
+   if (description(intf) == text) return;
+   configure(intf, {.adminEnabled = state.adminEnabled, .description = text});
+   callbacks_.post([this, intf, text] {
+      handlers().notify(intf, [&](orv::intf_handler& handler) { handler.on_intf_description(intf, text); });
+   });
+}
+
+orv::oper_status_t IntfMgr::oper_status(const orv::intf_id_t& intf) const {
+   orv::sdk_lock_check();
+   return find(intf).oper();
+}
+
+orv::intf_id_t IntfMgr::orv_intf_name(const std::string& kernel_name) const {
+   orv::sdk_lock_check();
+   for (const auto& facts : topology_.interfaces()) {
+      if (facts.kernelName == kernel_name) return orv::intf_id_t(facts.name);
+   }
+   throw orv::invalid_argument_error(
+        fmt::format("no interface has the kernel name '{}'", orv::detail::quotable(kernel_name)));
+}
+
+std::string IntfMgr::kernel_intf_name(const orv::intf_id_t& intf) const {
+   orv::sdk_lock_check();
+   return find(intf).facts->kernelName;
+}
+
+void IntfMgr::linkIs(const orv::intf_id_t& intf, bool up) {
+   orv::sdk_lock_check();
+   auto& state = find(intf);
+   if (!hasCable(state.facts->type)) {
+      throw orv::invalid_argument_error(fmt::format("interface {} is of type {} and has no link to set", intf,
+                                                    to_string(state.facts->type)));
+   }
+   const auto before = state.oper();
+   state.linkUp = up;
+   tellOperChange(intf, before, state.oper());
+}
+
+const IntfMgr::Intf& IntfMgr::find(const orv::intf_id_t& intf) const {
+   const auto found = intfs_.find(intf);
+   if (found == intfs_.end()) {
+      throw orv::invalid_argument_error(fmt::format("unknown interface {}", intf.to_string().empty() ? "(none)" : intf.to_string()));
+   }
+   return found->second;
+}
+
+IntfMgr::Intf& IntfMgr::find(const orv::intf_id_t& intf) {
+   return const_cast<Intf&>(static_cast<const IntfMgr*>(this)->find(intf));
+}
+
+void IntfMgr::configure(const orv::intf_id_t& intf, IntfRow row) {
+   if (row == IntfRow()) {
+      config_.erase(intf);
+   } else {
+      config_.set(intf, std::move(row));
+   }
+}
+
+void IntfMgr::tellOperChange(const orv::intf_id_t& intf, orv::oper_status_t before, orv::oper_status_t now) {
+   if (before == now) return;
+   callbacks_.post([this, intf, now] {
+      handlers().notify(intf, [&](orv::intf_handler& handler) { handler.on_oper_status(intf, now); });
+   });
+}
+
+}  // namespace softswitch

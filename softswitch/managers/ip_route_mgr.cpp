@@ -1,0 +1,580 @@
+#include "softswitch/managers/ip_route_mgr.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <memory>
+#include <optional>
+
+#include "orv/error.h"
+#include "orv/lock.h"
+
+namespace softswitch {
+namespace {
+
+using Action = orv::ip_route_action_t;
+
+constexpr std::size_t rowsPerStep = 128;
+constexpr std::size_t sweptPerStep = 1024;
+constexpr std::size_t viaBytes = 160;  // of an encoded via, about
+
+bool isDefault(const std::string& vrfName) { return vrfName.empty() || vrfName == orv::default_vrf_name; }
+
+bool sameIdentity(const orv::ip_route_via_t& a, const orv::ip_route_via_t& b) {
+   return a.hop() == b.hop() && a.intf() == b.intf() && a.vtep_addr() == b.vtep_addr() && a.vni() == b.vni() &&
+          a.vxlan_intf() == b.vxlan_intf();
+}
+
+bool isBare(const orv::ip_route_via_t& via) {
+   return via.nexthop_group().empty() && IpRouteTable::plainGroup(via);
+}
+
+orv::ip_route_t toRoute(const IpRouteTable& table, const RouteRow& row) {
+   orv::ip_route_t route(row.key.routeKey());
+   route.tag_is(row.tag);
+   route.rib_bypass_is(row.ribBypass);
+   route.command_tag_is(table.commandTag(row));
+   return route;
+}
+
+// All vias of the row, as the SDK shows them.
+std::vector<orv::ip_route_via_t> viasOf(const IpRouteTable& table, const RouteRow& row) {
+   std::vector<orv::ip_route_via_t> vias;
+   if (row.group != Names::none) {
+      vias.push_back(table.groupVia(row));
+   } else if (row.vias) {
+      for (const auto& each : *row.vias) {
+         vias.push_back(each.via);
+         vias.back().route_key_is(row.key.routeKey());
+      }
+   }
+   return vias;
+}
+
+class RouteIter final : public orv::ip_route_iter_impl {
+  public:
+   RouteIter(const IpRouteTable& table, NameId vrf) : table_(&table), cursor_(table, vrf) {}
+   bool next(orv::ip_route_t& route) override {
+      const auto* row = cursor_.next();
+      if (row == nullptr) return false;
+      route = toRoute(*table_, *row);
+      return true;
+   }
+   std::unique_ptr<orv::iter_impl<orv::ip_route_t>> clone() const override {
+      return std::make_unique<RouteIter>(*this);
+   }
+
+  private:
+   const IpRouteTable* table_;
+   IpRouteTable::Cursor cursor_;
+};
+
+// The vias as they were when the walk began, without those that are gone when their turn comes.
+class ViaIter final : public orv::ip_route_via_iter_impl {
+  public:
+   ViaIter(const IpRouteTable& table, const RouteRow& row)
+        : table_(&table), key_(row.key), vias_(viasOf(table, row)) {}
+   bool next(orv::ip_route_via_t& via) override {
+      while (at_ < vias_.size()) {
+         auto& candidate = vias_[at_++];
+         const auto* row = table_->find(key_);
+         if (row == nullptr) break;
+         const auto now = viasOf(*table_, *row);
+         const auto it = std::find_if(now.begin(), now.end(), [&](const auto& v) {
+            return v.nexthop_group().empty() == candidate.nexthop_group().empty() && sameIdentity(v, candidate);
+         });
+         if (it == now.end()) continue;
+         via = *it;
+         return true;
+      }
+      return false;
+   }
+   std::unique_ptr<orv::iter_impl<orv::ip_route_via_t>> clone() const override {
+      return std::make_unique<ViaIter>(*this);
+   }
+
+  private:
+   const IpRouteTable* table_;
+   RouteKey key_;
+   std::vector<orv::ip_route_via_t> vias_;
+   std::size_t at_ = 0;
+};
+
+}  // namespace
+
+IpRouteMgr::IpRouteMgr(const Context& context, Hardware& hardware, Names& groupNames, orv::intf_mgr& intfs,
+                       orv::vrf_mgr& vrfs)
+     : orv::intf_handler(&intfs),
+       hardware_(hardware),
+       groupNames_(groupNames),
+       intfs_(intfs),
+       vrfMgr_(vrfs),
+       viasMax_(context.limits.viasPerRoute),
+       table_(context.store, groupNames, vrfNames_, context.limits.ipRoutes) {
+   watch_all_intfs(true);
+   if (table_.size() != 0) startSweep();
+}
+
+void IpRouteMgr::tag_is(std::uint32_t tag) {
+   orv::sdk_lock_check();
+   tag_ = tag;
+}
+
+std::uint32_t IpRouteMgr::tag() const {
+   orv::sdk_lock_check();
+   return tag_;
+}
+
+void IpRouteMgr::resync_init() {
+   orv::sdk_lock_check();
+   table_.resyncInit();
+}
+
+void IpRouteMgr::resync_complete() {
+   orv::sdk_lock_check();
+   if (!table_.resyncing()) return;
+   table_.resyncEnds();
+   table_.visitAll([this](RouteRow& row) {
+      if (row.mark != table_.epoch()) {
+         del(row);
+      } else if (dropStaleVias(row)) {
+         changed(row);
+      }
+   });
+}
+
+// Vias that were not set again go, though their route was. True when there were any.
+bool IpRouteMgr::dropStaleVias(RouteRow& row) {
+   const auto stale = [this](const RouteVia& v) { return v.mark != table_.epoch(); };
+   if (row.group != Names::none) {
+      if (row.groupMark == table_.epoch()) return false;
+      table_.prepare(0, true);
+      table_.clearVias(row);
+      return true;
+   }
+   if (!row.vias || std::none_of(row.vias->begin(), row.vias->end(), stale)) return false;
+   table_.prepare(row.vias->size() * viaBytes, true);
+   for (auto it = row.vias->begin(); row.vias && (it = std::find_if(row.vias->begin(), row.vias->end(), stale)) !=
+                                                      row.vias->end();)
+      table_.eraseHop(row, it);
+   return true;
+}
+
+orv::ip_route_iter_t IpRouteMgr::ip_route_iter() const { return ip_route_iter(orv::default_vrf_name); }
+
+orv::ip_route_iter_t IpRouteMgr::ip_route_iter(const std::string& vrf_name) const {
+   orv::sdk_lock_check();
+   NameId vrf;
+   if (!vrfNumber(vrf_name, vrf)) return {};
+   return orv::ip_route_iter_t(std::make_unique<RouteIter>(table_, vrf));
+}
+
+orv::ip_route_via_iter_t IpRouteMgr::ip_route_via_iter(const orv::ip_route_key_t& key) const {
+   return ip_route_via_iter(key, orv::default_vrf_name);
+}
+
+orv::ip_route_via_iter_t IpRouteMgr::ip_route_via_iter(const orv::ip_route_key_t& key,
+                                                       const std::string& vrf_name) const {
+   orv::sdk_lock_check();
+   const auto* row = find(key, vrf_name);
+   if (row == nullptr) return {};
+   return orv::ip_route_via_iter_t(std::make_unique<ViaIter>(table_, *row));
+}
+
+bool IpRouteMgr::exists(const orv::ip_route_key_t& key) const {
+   orv::sdk_lock_check();
+   return table_.find(RouteKey(Names::none, key.prefix(), key.preference())) != nullptr;
+}
+
+bool IpRouteMgr::exists(const orv::ip_route_key_t& key, const std::string& vrf_name) const {
+   orv::sdk_lock_check();
+   return find(key, vrf_name) != nullptr;
+}
+
+bool IpRouteMgr::exists(const orv::ip_route_via_t& via) const { return exists(via, orv::default_vrf_name); }
+
+bool IpRouteMgr::exists(const orv::ip_route_via_t& via, const std::string& vrf_name) const {
+   orv::sdk_lock_check();
+   const auto* row = find(via.route_key(), vrf_name);
+   if (row == nullptr || !row->hasVias()) return false;
+   if (isBare(via)) return true;
+   const auto vias = viasOf(table_, *row);
+   return std::find(vias.begin(), vias.end(), via) != vias.end();
+}
+
+orv::ip_route_t IpRouteMgr::ip_route(const orv::ip_route_key_t& key) const {
+   return ip_route(key, orv::default_vrf_name);
+}
+
+orv::ip_route_t IpRouteMgr::ip_route(const orv::ip_route_key_t& key, const std::string& vrf_name) const {
+   orv::sdk_lock_check();
+   const auto* row = find(key, vrf_name);
+   return row == nullptr ? orv::ip_route_t{} : toRoute(table_, *row);
+}
+
+Action IpRouteMgr::action(const orv::ip_route_key_t& key, const std::string& vrf_name) const {
+   orv::sdk_lock_check();
+   const auto* row = find(key, vrf_name);
+   return row == nullptr ? Action::forward : row->action;
+}
+
+void IpRouteMgr::ip_route_set(const orv::ip_route_t& route) {
+   orv::sdk_lock_check();
+   set(route, nullptr, Names::none);
+}
+
+void IpRouteMgr::ip_route_set(const orv::ip_route_t& route, Action action) {
+   orv::sdk_lock_check();
+   set(route, &action, Names::none);
+}
+
+void IpRouteMgr::ip_route_set(const orv::ip_route_t& route, const std::string& vrf_name) {
+   orv::sdk_lock_check();
+   set(route, nullptr, vrfForWrite(vrf_name));
+}
+
+void IpRouteMgr::ip_route_del(const orv::ip_route_key_t& key, const std::string& vrf_name) {
+   orv::sdk_lock_check();
+   NameId vrf;
+   if (!vrfNumber(vrf_name, vrf)) return;
+   if (auto* row = table_.find(RouteKey(vrf, key.prefix(), key.preference()))) del(*row);
+}
+
+void IpRouteMgr::ip_route_del(const orv::ip_route_key_t& key) { ip_route_del(key, orv::default_vrf_name); }
+
+void IpRouteMgr::ip_route_via_set(const orv::ip_route_via_t& via) {
+   orv::sdk_lock_check();
+   setVia(via, Names::none);
+}
+
+void IpRouteMgr::ip_route_via_set(const orv::ip_route_via_t& via, const std::string& vrf_name) {
+   orv::sdk_lock_check();
+   setVia(via, vrfForWrite(vrf_name));
+}
+
+void IpRouteMgr::ip_route_via_del(const orv::ip_route_via_t& via) { ip_route_via_del(via, orv::default_vrf_name); }
+
+void IpRouteMgr::ip_route_via_del(const orv::ip_route_via_t& via, const std::string& vrf_name) {
+   orv::sdk_lock_check();
+   NameId vrf;
+   if (!vrfNumber(vrf_name, vrf)) return;
+   const auto& key = via.route_key();
+   auto* row = table_.find(RouteKey(vrf, key.prefix(), key.preference()));
+   if (row == nullptr || !row->hasVias()) return;
+   if (isBare(via) || (row->group != Names::none && table_.groupVia(*row) == via)) {
+      table_.prepare(0, true);
+      table_.clearVias(*row);
+      changed(*row);
+      return;
+   }
+   if (row->group != Names::none) return;
+   auto wanted = via;
+   wanted.route_key_is({});
+   const auto it = std::find_if(row->vias->begin(), row->vias->end(), [&](const auto& v) { return v.via == wanted; });
+   if (it == row->vias->end()) return;
+   table_.prepare(row->vias->size() * viaBytes, true);
+   table_.eraseHop(*row, it);
+   changed(*row);
+}
+
+// False for a VRF that nothing was ever written to.
+bool IpRouteMgr::vrfNumber(const std::string& vrfName, NameId& number) const {
+   number = Names::none;
+   if (isDefault(vrfName)) return true;
+   number = vrfNames_.find(vrfName);
+   return number != Names::none;
+}
+
+NameId IpRouteMgr::vrfForWrite(const std::string& vrfName) {
+   if (isDefault(vrfName)) return Names::none;
+   if (!vrfMgr_.exists(vrfName)) throw orv::invalid_argument_error(fmt::format("unknown VRF {}", vrfName));
+   const auto known = vrfNames_.find(vrfName);
+   // Held for good: VRFs are few.
+   return known != Names::none ? known : vrfNames_.hold(vrfName);
+}
+
+const RouteRow* IpRouteMgr::find(const orv::ip_route_key_t& key, const std::string& vrfName) const {
+   NameId vrf;
+   if (!vrfNumber(vrfName, vrf)) return nullptr;
+   return table_.find(RouteKey(vrf, key.prefix(), key.preference()));
+}
+
+void IpRouteMgr::set(const orv::ip_route_t& route, const Action* action, NameId vrf) {
+   const auto& prefix = route.key().prefix();
+   if (prefix.af() == orv::af_none) throw orv::invalid_argument_error("ip route has no prefix");
+   if (route.command_tag().size() > commandTagBytesMax) {
+      throw orv::invalid_argument_error(fmt::format("ip route {}: command tag of {} bytes, expected at most {}",
+                                                    prefix, route.command_tag().size(), commandTagBytesMax));
+   }
+   const RouteKey key(vrf, prefix, route.key().preference());
+   auto* row = table_.find(key);
+   auto newAction = action == nullptr ? Action::forward : *action;
+   if (row != nullptr) {
+      const bool group = row->group != Names::none;
+      if (action == nullptr) {
+         if (group) newAction = Action::nexthop_group;
+      } else if (row->hasVias() && newAction != (group ? Action::nexthop_group : Action::forward)) {
+         throw orv::invalid_argument_error(fmt::format("ip route {}: action {} contradicts its vias, which have {}",
+                                                       prefix, newAction, group ? "a nexthop group" : "hops"));
+      }
+      if (row->tag == route.tag() && row->ribBypass == route.rib_bypass() && row->action == newAction &&
+          table_.commandTag(*row) == route.command_tag()) {
+         row->mark = table_.epoch();
+         return;
+      }
+   } else {
+      table_.checkCapacity();
+   }
+   table_.prepare(route.command_tag().size() + (row != nullptr && row->vias ? row->vias->size() * viaBytes : 0));
+   if (row == nullptr) row = &table_.insert(key);
+   row->mark = table_.epoch();
+   row->tag = route.tag();
+   row->ribBypass = route.rib_bypass();
+   row->action = newAction;
+   if (table_.commandTag(*row) != route.command_tag()) table_.setCommandTag(*row, route.command_tag());
+   changed(*row);
+}
+
+void IpRouteMgr::del(RouteRow& row) {
+   const GoneRoute gone{.key = row.key, .index = row.index, .forwarded = row.forwarded, .hops = row.hasHops()};
+   const bool programmed = row.programmed;
+   const bool known = row.programmed || row.sent;
+   table_.erase(row);
+   if (programmed) --programmed_;
+   if (!known) return;
+   removals_.push_back(gone);
+   hardware_.request();
+}
+
+void IpRouteMgr::validateVia(const orv::ip_route_via_t& via) const {
+   const auto& key = via.route_key();
+   const auto refuseVia = [&](const std::string& why) {
+      throw orv::invalid_argument_error(fmt::format("via of ip route {}: {}", key.prefix(), why));
+   };
+   if (!via.nexthop_group().empty()) {
+      if (via.hop().af() != orv::af_none || !!via.intf()) {
+         refuseVia(fmt::format("it has both nexthop group {} and {} {}", via.nexthop_group(),
+                               via.hop().af() != orv::af_none ? "hop" : "interface",
+                               via.hop().af() != orv::af_none ? via.hop().to_string() : via.intf().to_string()));
+      }
+      if (via.nexthop_group().size() > NexthopGroupMgr::nameBytesMax) {
+         refuseVia(fmt::format("nexthop group name of {} bytes, expected at most {}", via.nexthop_group().size(),
+                               NexthopGroupMgr::nameBytesMax));
+      }
+   } else if (via.hop().af() == orv::af_none && !via.intf() && via.vtep_addr().af() == orv::af_none &&
+              via.vni() == 0 && !via.vxlan_intf() && via.egress_vrf().empty()) {
+      refuseVia("it names neither a hop nor an interface, a VXLAN tunnel, a VRF or a nexthop group");
+   }
+   for (const auto* intf : {&via.intf(), &via.vxlan_intf()}) {
+      if (!!*intf && !intfs_.exists(*intf)) refuseVia(fmt::format("unknown interface {}", intf->name()));
+   }
+   if (via.vni() > vniMax) {
+      throw orv::invalid_range_error(fmt::format("via of ip route {}: VNI", key.prefix()),
+                                     std::uint64_t{via.vni()}, 0, vniMax);
+   }
+   if (!isDefault(via.egress_vrf()) && !vrfMgr_.exists(via.egress_vrf()))
+      refuseVia(fmt::format("unknown VRF {}", via.egress_vrf()));
+}
+
+void IpRouteMgr::setVia(const orv::ip_route_via_t& via, NameId vrf) {
+   const auto& key = via.route_key();
+   auto* row = table_.find(RouteKey(vrf, key.prefix(), key.preference()));
+   if (row == nullptr)
+      throw orv::invalid_argument_error(fmt::format("via of ip route {}, which does not exist", key.prefix()));
+   // The common via is valid by its form alone.
+   const bool group = !via.nexthop_group().empty();
+   if (!group || via.nexthop_group().size() > NexthopGroupMgr::nameBytesMax || !IpRouteTable::plainGroup(via))
+      validateVia(via);
+   if (row->action == Action::drop || row->action == Action::punt) {
+      throw orv::invalid_argument_error(
+           fmt::format("via of ip route {}: the route's action is {}, it takes no via", key.prefix(), row->action));
+   }
+   if (!group) {
+      setListedVia(*row, via);
+      return;
+   }
+   if (row->hasHops()) {
+      throw orv::invalid_argument_error(fmt::format(
+           "via of ip route {}: nexthop group {} on a route that has hops", key.prefix(), via.nexthop_group()));
+   }
+   if (row->group != Names::none && !row->vias && groupNames_.text(row->group) == via.nexthop_group() &&
+       row->action == Action::nexthop_group && IpRouteTable::plainGroup(via)) {
+      row->groupMark = table_.epoch();
+      return;
+   }
+   table_.prepare(via.nexthop_group().size() + viaBytes);
+   table_.setGroup(*row, via);
+   row->action = Action::nexthop_group;
+   changed(*row);
+}
+
+void IpRouteMgr::setListedVia(RouteRow& row, const orv::ip_route_via_t& via) {
+   const auto& prefix = via.route_key().prefix();
+   if (row.group != Names::none || row.action == Action::nexthop_group) {
+      throw orv::invalid_argument_error(
+           fmt::format("via of ip route {}: a hop on a route that is for a nexthop group", prefix));
+   }
+   auto wanted = via;
+   wanted.route_key_is({});
+   if (row.vias) {
+      const auto it = std::find_if(row.vias->begin(), row.vias->end(),
+                                   [&](const auto& v) { return sameIdentity(v.via, wanted); });
+      if (it != row.vias->end()) {
+         if (it->via != wanted) {
+            table_.prepare((row.vias->size() + 1) * viaBytes);
+            it->via = std::move(wanted);
+            changed(row);
+         }
+         it->mark = table_.epoch();
+         return;
+      }
+      if (row.vias->size() >= viasMax_) {
+         throw orv::invalid_argument_error(
+              fmt::format("via of ip route {}: the route has {} vias, more do not fit", prefix, viasMax_));
+      }
+   }
+   table_.prepare(((row.vias ? row.vias->size() : 0) + 1) * viaBytes);
+   table_.hops(row).push_back({std::move(wanted), table_.epoch()});
+   changed(row);
+}
+
+void IpRouteMgr::changed(RouteRow& row) {
+   table_.changed(row);
+   queue(row);
+}
+
+void IpRouteMgr::queue(RouteRow& row) {
+   if (row.queued) return;
+   row.queued = true;
+   pending_.push_back(row.index);
+   hardware_.request();
+}
+
+void IpRouteMgr::hardwareStep(ForwardingPlane& plane) {
+   // Removals first: a route that was deleted and set again is a new one.
+   if (!removals_.empty()) {
+      for (std::size_t done = 0; done < rowsPerStep && removalsAt_ < removals_.size(); ++done) {
+         const auto gone = removals_[removalsAt_++];
+         plane.routeDel(gone.key);
+         if (observer_ != nullptr) observer_->routeGone(gone);
+      }
+      if (removalsAt_ == removals_.size()) {
+         removals_.clear();
+         removalsAt_ = 0;
+      }
+      return;
+   }
+   if (pendingAt_ < pending_.size()) {
+      for (std::size_t done = 0; done < rowsPerStep && pendingAt_ < pending_.size(); ++done) {
+         auto& row = table_.at(pending_[pendingAt_++]);
+         row.queued = false;
+         if (row.alive()) {
+            program(plane, row);
+         } else if (!row.sent) {
+            table_.release(row);
+         }
+      }
+      flushBatch(plane);
+      if (pendingAt_ == pending_.size()) {
+         pending_.clear();
+         // A burst's memory is given back, a trickle's is kept.
+         if (pending_.capacity() > 65536) pending_.shrink_to_fit();
+         pendingAt_ = 0;
+      }
+      return;
+   }
+   if (sweeping_) sweepStep(plane);
+}
+
+// A route that has nothing to forward by is not programmed.
+void IpRouteMgr::program(ForwardingPlane& plane, RouteRow& row) {
+   const bool byVias = row.action == Action::forward || row.action == Action::nexthop_group;
+   if (byVias && !row.hasVias()) {
+      unprogram(plane, row);
+      return;
+   }
+   row.sent = true;
+   batch_.push_back({.token = row.index,
+                     .key = row.key,
+                     .action = row.action,
+                     .group = row.group,
+                     .vias = row.group == Names::none ? row.vias.get() : nullptr});
+}
+
+void IpRouteMgr::flushBatch(ForwardingPlane& plane) {
+   if (batch_.empty()) return;
+   plane.routesSet(batch_);
+   batch_.clear();
+}
+
+void IpRouteMgr::unprogram(ForwardingPlane& plane, RouteRow& row) {
+   if (!row.programmed) return;
+   row.programmed = false;
+   --programmed_;
+   plane.routeDel(row.key);
+   const GoneRoute gone{.key = row.key, .index = row.index, .forwarded = row.forwarded, .hops = true};
+   row.forwarded = false;
+   if (observer_ != nullptr) observer_->routeGone(gone);
+}
+
+void IpRouteMgr::routesAnswer(std::span<const RouteIndex> tokens, bool programmed) {
+   for (const auto token : tokens) {
+      auto& row = table_.at(token);
+      row.sent = false;
+      if (row.dead) {
+         if (!row.queued) table_.release(row);
+         continue;
+      }
+      if (row.programmed != programmed) programmed_ += programmed ? 1 : std::size_t(-1);
+      row.programmed = programmed;
+      if (observer_ != nullptr) observer_->routeChanged(row);
+   }
+}
+
+void IpRouteMgr::groupProgrammed(NameId id, bool fresh) {
+   if (fresh && groupNames_.references(id) > 1) sweepGroup(id);
+}
+
+void IpRouteMgr::groupGone(NameId id) {
+   if (groupNames_.references(id) > 0) sweepGroup(id);
+}
+
+// Besides the group itself, who holds a reference to its name is a route.
+void IpRouteMgr::sweepGroup(NameId id) {
+   if (id >= sweepGroups_.size()) sweepGroups_.resize(id + 1);
+   sweepGroups_[id] = true;
+   sweepAnyGroup_ = true;
+   startSweep();
+}
+
+void IpRouteMgr::on_oper_status(const orv::intf_id_t&, orv::oper_status_t) {
+   if (table_.rowsWithHops() == 0) return;
+   sweepHops_ = true;
+   startSweep();
+}
+
+void IpRouteMgr::startSweep() {
+   sweeping_ = true;
+   sweepAt_ = 0;
+   hardware_.request();
+}
+
+void IpRouteMgr::sweepStep(ForwardingPlane& plane) {
+   const RouteIndex end = std::min<RouteIndex>(table_.bound(), sweepAt_ + sweptPerStep);
+   while (sweepAt_ < end && batch_.size() < rowsPerStep) {
+      auto& row = table_.at(sweepAt_++);
+      if (!row.alive() || row.queued || row.sent) continue;
+      if (!row.programmed) {
+         program(plane, row);
+      } else if (observer_ != nullptr && ((sweepAnyGroup_ && row.group < sweepGroups_.size() && sweepGroups_[row.group]) ||
+                                          (sweepHops_ && row.hasHops()))) {
+         observer_->routeChanged(row);
+      }
+   }
+   flushBatch(plane);
+   if (sweepAt_ < table_.bound()) return;
+   sweeping_ = sweepHops_ = sweepAnyGroup_ = false;
+   sweepGroups_.clear();
+}
+
+}  // namespace softswitch

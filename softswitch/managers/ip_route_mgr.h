@@ -1,0 +1,145 @@
+// IP routes and their vias.
+//
+// A write is checked, stored and queued for the hardware stage; on_... callbacks are fib_mgr's business.
+// What is refused, in the order in which it is looked at, stands in validate() and the set operations.
+//
+// Thread-safety: guarded by the SDK's lock.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "orv/intf.h"
+#include "orv/ip_route.h"
+#include "orv/vrf.h"
+#include "softswitch/context.h"
+#include "softswitch/forwarding/hardware.h"
+#include "softswitch/managers/ip_route_table.h"
+#include "softswitch/managers/nexthop_group_mgr.h"
+#include "softswitch/names.h"
+
+namespace softswitch {
+
+struct GoneRoute {
+   RouteKey key;
+   RouteIndex index;
+   bool forwarded;  // as RouteRow::forwarded
+   bool hops;       // it had a FEC of its own
+};
+
+// Hears what becomes of routes in hardware, from the main loop.
+class RouteObserver {
+public:
+   // Of a route that hardware has, anew or changed, or whose way out came or went.
+   virtual void routeChanged(RouteRow& row) = 0;
+   // Of one that hardware has no more.
+   virtual void routeGone(const GoneRoute& route) = 0;
+
+protected:
+   ~RouteObserver() = default;
+};
+
+class IpRouteMgr final : public orv::ip_route_mgr,
+                         public HardwareClient,
+                         public RouteAnswers,
+                         public GroupObserver,
+                         private orv::intf_handler {
+public:
+   static constexpr std::uint32_t vniMax = 0xffffff;  // RFC 7348
+   static constexpr std::size_t commandTagBytesMax = 255;
+
+   IpRouteMgr(const Context& context, Hardware& hardware, Names& groupNames, orv::intf_mgr& intfs,
+              orv::vrf_mgr& vrfs);
+
+   void tag_is(std::uint32_t tag) override;
+   std::uint32_t tag() const override;
+   void resync_init() override;
+   void resync_complete() override;
+   orv::ip_route_iter_t ip_route_iter() const override;
+   orv::ip_route_iter_t ip_route_iter(const std::string& vrf_name) const override;
+   orv::ip_route_via_iter_t ip_route_via_iter(const orv::ip_route_key_t& key) const override;
+   orv::ip_route_via_iter_t ip_route_via_iter(const orv::ip_route_key_t& key,
+                                              const std::string& vrf_name) const override;
+   bool exists(const orv::ip_route_key_t& key) const override;
+   bool exists(const orv::ip_route_key_t& key, const std::string& vrf_name) const override;
+   bool exists(const orv::ip_route_via_t& via) const override;
+   bool exists(const orv::ip_route_via_t& via, const std::string& vrf_name) const override;
+   orv::ip_route_t ip_route(const orv::ip_route_key_t& key) const override;
+   orv::ip_route_t ip_route(const orv::ip_route_key_t& key, const std::string& vrf_name) const override;
+   void ip_route_set(const orv::ip_route_t& route) override;
+   void ip_route_set(const orv::ip_route_t& route, orv::ip_route_action_t action) override;
+   void ip_route_set(const orv::ip_route_t& route, const std::string& vrf_name) override;
+   void ip_route_del(const orv::ip_route_key_t& key, const std::string& vrf_name) override;
+   void ip_route_del(const orv::ip_route_key_t& key) override;
+   void ip_route_via_set(const orv::ip_route_via_t& via) override;
+   void ip_route_via_set(const orv::ip_route_via_t& via, const std::string& vrf_name) override;
+   void ip_route_via_del(const orv::ip_route_via_t& via) override;
+   void ip_route_via_del(const orv::ip_route_via_t& via, const std::string& vrf_name) override;
+
+   std::size_t size() const { return table_.size(); }
+   std::size_t capacity() const { return table_.capacity(); }
+   // Routes that hardware has.
+   std::size_t programmed() const { return programmed_; }
+   // The action that a route was set with, for `show`; forward for one that is not there.
+   orv::ip_route_action_t action(const orv::ip_route_key_t& key, const std::string& vrf_name) const;
+
+   void observe(RouteObserver& observer) { observer_ = &observer; }
+   IpRouteTable& table() { return table_; }
+   const IpRouteTable& table() const { return table_; }
+
+   bool hardwareIdle() const override { return removals_.empty() && pending_.empty() && !sweeping_; }
+   void hardwareStep(ForwardingPlane& plane) override;
+   void routesAnswer(std::span<const RouteIndex> tokens, bool programmed) override;
+   void groupProgrammed(NameId id, bool fresh) override;
+   void groupGone(NameId id) override;
+
+private:
+   void on_oper_status(const orv::intf_id_t& intf, orv::oper_status_t status) override;
+
+   bool vrfNumber(const std::string& vrfName, NameId& number) const;
+   NameId vrfForWrite(const std::string& vrfName);
+   const RouteRow* find(const orv::ip_route_key_t& key, const std::string& vrfName) const;
+   void set(const orv::ip_route_t& route, const orv::ip_route_action_t* action, NameId vrf);
+   void del(RouteRow& row);
+   void setVia(const orv::ip_route_via_t& via, NameId vrf);
+   void setListedVia(RouteRow& row, const orv::ip_route_via_t& via);
+   void validateVia(const orv::ip_route_via_t& via) const;
+   void delVia(const orv::ip_route_via_t& via, const std::string& vrfName);
+   bool viaExists(const orv::ip_route_via_t& via, const std::string& vrfName) const;
+   bool dropStaleVias(RouteRow& row);
+   void changed(RouteRow& row);
+   void queue(RouteRow& row);
+   void program(ForwardingPlane& plane, RouteRow& row);
+   void flushBatch(ForwardingPlane& plane);
+   void unprogram(ForwardingPlane& plane, RouteRow& row);
+   void sweepGroup(NameId id);
+   void startSweep();
+   void sweepStep(ForwardingPlane& plane);
+
+   Hardware& hardware_;
+   Names& groupNames_;
+   const orv::intf_mgr& intfs_;
+   const orv::vrf_mgr& vrfMgr_;
+   const std::size_t viasMax_;
+   Names vrfNames_;
+   IpRouteTable table_;
+   std::uint32_t tag_ = 0;
+   std::size_t programmed_ = 0;
+   RouteObserver* observer_ = nullptr;
+
+   // For the hardware stage.
+   std::vector<GoneRoute> removals_;
+   std::size_t removalsAt_ = 0;
+   std::vector<PlaneRoute> batch_;
+   std::vector<RouteIndex> pending_;
+   std::size_t pendingAt_ = 0;
+   // A walk over all rows, in the order of memory: programs what is not, and looks again at routes whose
+   // group or link has come or gone.
+   bool sweeping_ = false;
+   bool sweepHops_ = false;
+   std::vector<bool> sweepGroups_;  // by number of the group's name
+   bool sweepAnyGroup_ = false;
+   RouteIndex sweepAt_ = 0;
+};
+
+}  // namespace softswitch

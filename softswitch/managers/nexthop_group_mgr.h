@@ -1,0 +1,146 @@
+// Nexthop groups: configuration, versions, and what hardware made of them.
+//
+// A group is configured by a set, which gives it the next version of its name (1 to 65535, then 1 again) or
+// the one that the caller chose. The hardware stage programs the latest one; what is programmed may thus lag
+// behind what is configured.
+//
+// An entry resolves when it leads into an active group; or names an interface that is up; or names neither
+// and has a next hop, since this switch keeps no neighbour table and takes every hop for reachable. A group
+// is active while hardware has it and one of its entries resolves.
+//
+// Thread-safety: guarded by the SDK's lock.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "orv/intf.h"
+#include "orv/nexthop_group.h"
+#include "softswitch/context.h"
+#include "softswitch/forwarding/hardware.h"
+#include "softswitch/names.h"
+#include "softswitch/table.h"
+
+namespace softswitch {
+
+struct NexthopGroupCodec {
+   using Group = std::shared_ptr<const orv::nexthop_group_t>;
+   static constexpr std::uint8_t version = 1;
+   static void encodeKey(const std::string& key, store::Writer& out);
+   static std::string decodeKey(store::Reader& in);
+   static void encodeRow(const Group& row, store::Writer& out);
+   static Group decodeRow(store::Reader& in, std::uint8_t version);
+};
+
+// Hears what becomes of groups in hardware, from the main loop.
+class GroupObserver {
+public:
+   // `fresh` when hardware had none of that number; else it has changed, its activity perhaps.
+   virtual void groupProgrammed(NameId id, bool fresh) = 0;
+   virtual void groupGone(NameId id) = 0;
+
+protected:
+   ~GroupObserver() = default;
+};
+
+class NexthopGroupMgr final : public orv::NexthopGroupMgrImpl,
+                              public HardwareClient,
+                              public GroupAnswers,
+                              private orv::intf_handler {
+public:
+   static constexpr std::size_t nameBytesMax = 255;
+   static constexpr std::size_t labelsMax = 14;
+
+   NexthopGroupMgr(const Context& context, Hardware& hardware, Names& names, orv::intf_mgr& intfs);
+   ~NexthopGroupMgr() override;
+
+   void resync_init() override;
+   void resync_complete() override;
+   orv::nexthop_group_iter_t nexthop_group_iter() const override;
+   orv::programmed_nexthop_group_iter_t programmed_nexthop_group_iter() const override;
+   bool exists(const std::string& name) const override;
+   orv::nexthop_group_t nexthop_group(const std::string& name) const override;
+   orv::nexthop_group_t programmed_nexthop_group(const std::string& name) const override;
+   bool active(const std::string& name) const override;
+   orv::nexthop_group_entry_counter_t counter(const std::string& name, std::uint16_t entry) const override;
+   orv::nexthop_group_counter_state_t counter_state(const std::string& name) const override;
+   void nexthop_group_set(const orv::nexthop_group_t& group) override;
+   void nexthop_group_set(const orv::nexthop_group_t& group, std::uint16_t& version_out) override;
+   void nexthop_group_del(const std::string& name) override;
+   void nexthop_group_set_with_version_id(const orv::nexthop_group_t& group, std::uint16_t version) override;
+   orv::nexthop_group_programmed_hw_state_t get_nexthop_group_programmed_hw_state(
+        const std::string& name) const override;
+
+   // Observers outlive the manager's use by the main loop.
+   void observe(GroupObserver& observer) { observers_.push_back(&observer); }
+
+   std::size_t size() const { return groups_.size(); }
+   std::size_t capacity() const { return groups_.capacity(); }
+   // What hardware has under this number; null when nothing.
+   const orv::nexthop_group_t* programmed(NameId id) const {
+      return id < states_.size() && states_[id] ? states_[id]->programmed.get() : nullptr;
+   }
+   bool active(NameId id) const { return id < states_.size() && states_[id] && states_[id]->active; }
+   bool resolves(const orv::nexthop_group_entry_t& entry) const;
+   // The first number at or behind `id` that hardware has a group under; Names::none when there is none.
+   NameId programmedAtOrAfter(NameId id) const;
+   // For demonstrations: as if so much traffic had left through the entry. Throws orv::invalid_argument_error
+   // when hardware has no such entry.
+   void countTraffic(const std::string& name, std::uint16_t entry, TrafficCounter traffic);
+
+   bool hardwareIdle() const override { return pending_.empty() && !sweeping_; }
+   void hardwareStep(ForwardingPlane& plane) override;
+   void groupAnswer(NameId id, std::uint16_t version, GroupAnswer answer) override;
+
+private:
+   using Group = NexthopGroupCodec::Group;
+   using Groups = Table<std::string, Group, NexthopGroupCodec>;
+
+   // Of a group that is configured or in hardware.
+   struct State {
+      HeldName name;
+      Group sent;        // handed to the plane, not answered yet
+      Group programmed;  // in hardware
+      orv::nexthop_group_programmed_hw_state_t hwState = orv::nexthop_group_programmed_hw_state_t::unknown;
+      orv::nexthop_group_counter_state_t counterState = orv::nexthop_group_counter_state_t::unknown;
+      bool active = false;
+      bool queued = false;
+      bool parent = false;  // an entry of the programmed group leads into another group
+   };
+
+   void on_oper_status(const orv::intf_id_t& intf, orv::oper_status_t status) override;
+   void on_intf_create(const orv::intf_id_t& intf) override;
+   void on_intf_delete(const orv::intf_id_t& intf) override;
+
+   void validate(const orv::nexthop_group_t& group) const;
+   void validateEntries(const orv::nexthop_group_t& group,
+                        const orv::slot_map<orv::nexthop_group_entry_t>& entries) const;
+   std::uint16_t nextVersion(const std::string& name) const;
+   void configure(const orv::nexthop_group_t& group, std::uint16_t version);
+   State& state(const std::string& name);
+   const State* findState(const std::string& name) const;
+   void queue(State& state);
+   bool judgeActive(State& state);
+   void setParent(State& state, bool parent);
+   void groupChanged();
+   void startSweep();
+   void sweepStep();
+
+   Hardware& hardware_;
+   Names& names_;
+   const orv::intf_mgr& intfs_;
+   const std::size_t entriesMax_;
+   Groups groups_;
+   std::vector<std::unique_ptr<State>> states_;  // by number of the name
+   std::vector<NameId> pending_;
+   std::size_t pendingAt_ = 0;
+   std::vector<GroupObserver*> observers_;
+   std::size_t parents_ = 0;
+   // A walk that judges anew which groups are active, after a link or a group changed.
+   bool sweeping_ = false;
+   bool sweepAgain_ = false;
+   NameId sweepAt_ = 0;
+};
+
+}  // namespace softswitch

@@ -1,0 +1,101 @@
+// Policy maps, where they are applied, and what hardware says about them.
+//
+// Hardware is a second stage: a policy map that was set or applied, and every applied one after a class map
+// changed, is handed over from the main loop. It succeeds when each rule's class map is there; until the
+// answer comes the status of an applied policy map is in_progress. Handlers then hear on_policy_map_sync or
+// on_policy_map_sync_fail; after each policy_map_is they hear on_policy_map_config_set before.
+// Deleting a policy map, also by a resync, takes it off its interfaces.
+//
+// Refusals (orv::invalid_argument_error and its kin, naming the value; nothing has changed then):
+//    a key without a name or a feature, in every operation that writes
+//    a rule of type class_map whose class map key has no name or another feature than the policy map
+//    an action nexthop without nexthops or with a null one, nexthop_group without a name, vrf without a VRF
+//    a DSCP above 63, a traffic class above 7
+//    applying a policy map or to an interface that does not exist; a direction other than in and out
+//    and orv::error for one more than the table holds
+//
+// Thread-safety: guarded by the SDK's lock; callbacks come from the main loop.
+#pragma once
+
+#include <map>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "orv/policy_map.h"
+#include "softswitch/context.h"
+#include "softswitch/table.h"
+
+namespace softswitch {
+
+class ClassMapMgr;
+class IntfMgr;
+
+struct PolicyMapCodec {
+   static constexpr std::uint8_t version = 1;
+   static void encodeKey(const orv::policy_map_key_t& key, store::Writer& out);
+   static orv::policy_map_key_t decodeKey(store::Reader& in);
+   static void encodeRow(const orv::policy_map_t& row, store::Writer& out);
+   static orv::policy_map_t decodeRow(store::Reader& in, std::uint8_t version);
+};
+
+// An interface takes one policy map of a feature in each direction.
+struct PolicyPlace {
+   orv::intf_id_t intf;
+   orv::acl_direction_t direction = orv::acl_direction_t::none;
+   orv::policy_feature_t feature = orv::policy_feature_t::none;
+
+   auto operator<=>(const PolicyPlace&) const = default;
+};
+
+struct PolicyPlaceCodec {
+   static constexpr std::uint8_t version = 1;
+   static void encodeKey(const PolicyPlace& key, store::Writer& out);
+   static PolicyPlace decodeKey(store::Reader& in);
+   static void encodeRow(const std::string& name, store::Writer& out) { out.text(name); }
+   static std::string decodeRow(store::Reader& in, std::uint8_t) { return std::string(in.text()); }
+};
+
+class PolicyMapMgr final : public orv::policy_map_mgr {
+public:
+   using Maps = Table<orv::policy_map_key_t, orv::policy_map_t, PolicyMapCodec>;
+   using Places = Table<PolicyPlace, std::string, PolicyPlaceCodec>;
+
+   PolicyMapMgr(const Context& context, const IntfMgr& intfs, ClassMapMgr& classMaps);
+
+   void resync_init() override;
+   void resync_complete() override;
+   bool exists(const orv::policy_map_key_t& key) const override;
+   orv::policy_map_t policy_map(const orv::policy_map_key_t& key) const override;
+   orv::policy_map_iter_t policy_map_iter(orv::policy_feature_t feature) const override;
+   void policy_map_is(const orv::policy_map_t& map) override;
+   void policy_map_del(const orv::policy_map_key_t& key) override;
+   void policy_map_apply(const orv::policy_map_key_t& key, const orv::intf_id_t& intf,
+                         orv::acl_direction_t direction, bool apply) override;
+   orv::policy_map_hw_status_iter_t policy_map_hw_status_iter(orv::policy_feature_t feature) const override;
+   orv::policy_map_hw_statuses_t hw_status(const orv::policy_map_key_t& key) const override;
+
+   // The rows' own keys are empty: the table's are theirs.
+   const Maps& maps() const { return maps_; }
+   const Places& places() const { return places_; }
+
+private:
+   std::vector<PolicyPlace> placesOf(const orv::policy_map_key_t& key) const;
+   void takeOff(const orv::policy_map_key_t& key);
+   void program(const orv::policy_map_key_t& key);
+   void programApplied();
+   void programPending();
+   std::string shortcoming(const orv::policy_map_t& map) const;
+
+   Callbacks& callbacks_;
+   const IntfMgr& intfs_;
+   const ClassMapMgr& classMaps_;
+   Maps maps_;
+   Places places_;
+   std::set<orv::policy_map_key_t> toProgram_;
+   bool allAppliedToProgram_ = false;
+   // Of the policy maps that hardware has answered for since they last changed.
+   std::map<orv::policy_map_key_t, orv::policy_map_status_t> answers_;
+};
+
+}  // namespace softswitch

@@ -1,0 +1,96 @@
+#include "OrvSdkRpc/handlers/UnaryRequestHandler.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+
+#include "fixture/Eventually.h"
+#include "fixture/ProbeService.h"
+#include "fixture/RunningServer.h"
+#include "orv/lock.h"
+
+namespace OrvSdkRpc {
+namespace {
+
+using fixture::ProbeService;
+using fixture::RunningServer;
+
+grpc::Status call(const RunningServer& running, const std::string& error, const std::string& text,
+                  test::ProbeResponse* out = nullptr) {
+   const auto stub = running.stub<test::ProbeService>();
+   grpc::ClientContext context;
+   test::ProbeRequest request;
+   request.set_error(error);
+   request.set_text(text);
+   test::ProbeResponse response;
+   const grpc::Status status = stub->probe(&context, request, &response);
+   if (out) *out = response;
+   EXPECT_TRUE(context.GetServerTrailingMetadata().empty());
+   return status;
+}
+
+TEST(UnaryRequestHandler, answersWithTheOperationsResult) {
+   RunningServer running{std::make_unique<ProbeService>()};
+   test::ProbeResponse response;
+   EXPECT_TRUE(call(running, "", "text", &response).ok());
+   EXPECT_EQ(response.text(), "text");
+}
+
+TEST(UnaryRequestHandler, anExceptionBecomesTheStatusOfTheCall) {
+   RunningServer running{std::make_unique<ProbeService>()};
+   const std::pair<const char*, grpc::StatusCode> rows[] = {
+        {"range", grpc::StatusCode::OUT_OF_RANGE},
+        {"argument", grpc::StatusCode::INVALID_ARGUMENT},
+        {"configuration", grpc::StatusCode::FAILED_PRECONDITION},
+        {"unsupported", grpc::StatusCode::UNIMPLEMENTED},
+        {"error", grpc::StatusCode::INTERNAL},
+        {"unauthenticated", grpc::StatusCode::UNAUTHENTICATED},
+        {"std", grpc::StatusCode::UNKNOWN},
+   };
+   for (const auto& [error, code] : rows) {
+      const grpc::Status status = call(running, error, std::string("words of ") + error);
+      EXPECT_EQ(status.error_code(), code);
+      EXPECT_EQ(status.error_message(), std::string("words of ") + error);
+      EXPECT_EQ(status.error_details(), "");
+   }
+   EXPECT_EQ(call(running, "error", "").error_message(), "");
+   EXPECT_EQ(call(running, "no lock", "").error_code(), grpc::StatusCode::INTERNAL);
+   // The server goes on.
+   EXPECT_TRUE(call(running, "", "").ok());
+}
+
+TEST(UnaryRequestHandler, runsTheOperationUnderTheSdksLockAndFreesItAfterwards) {
+   orv::host::main_thread_is();
+   auto service = std::make_unique<ProbeService>();
+   std::atomic<bool> allowed{false};
+   service->onOperation = [&](const test::ProbeRequest&) { allowed = orv::sdk_call_allowed(); };
+   {
+      RunningServer running{std::move(service)};
+      EXPECT_TRUE(call(running, "", "").ok());
+      EXPECT_TRUE(allowed);
+      EXPECT_EQ(call(running, "range", "").error_code(), grpc::StatusCode::OUT_OF_RANGE);
+      orv::sdk_scoped_lock lock;
+   }
+   orv::host::main_thread_clear();
+}
+
+ServerProperties insecure(bool allowRemote) {
+   // A TCP address that a unix peer is local to; the unix address comes first.
+   return {.sslProfileState = SslProfileState::NotConfigured, .allowInsecureRemote = allowRemote};
+}
+
+TEST(UnaryRequestHandler, aLocalPeerOfAnInsecureServerIsServed) {
+   RunningServer running{std::make_unique<ProbeService>(), insecure(false)};
+   EXPECT_TRUE(call(running, "", "").ok());
+}
+
+TEST(UnaryRequestHandler, aHandlerLivesFromItsPostingToTheEndOfItsCall) {
+   RunningServer running{std::make_unique<ProbeService>()};
+   for (int i = 0; i < 50; ++i) EXPECT_TRUE(call(running, "", "").ok());
+   EXPECT_TRUE(fixture::eventually([] { return fixture::liveHandlers("UnaryRequestHandler") == 1; }));
+   running.stop();
+   EXPECT_EQ(fixture::liveHandlers("UnaryRequestHandler"), 0U);
+}
+
+}  // namespace
+}  // namespace OrvSdkRpc

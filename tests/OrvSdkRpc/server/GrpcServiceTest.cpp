@@ -1,0 +1,48 @@
+#include "OrvSdkRpc/server/GrpcService.h"
+
+#include <gtest/gtest.h>
+
+#include "OrvSdkRpc/server/TagManager.h"
+#include "fixture/Eventually.h"
+#include "fixture/ProbeService.h"
+#include "fixture/RunningServer.h"
+
+namespace OrvSdkRpc {
+namespace {
+
+TEST(GrpcService, publishBeforeTheServerReachesNobody) {
+   fixture::ProbeService service;
+   EXPECT_EQ(service.tags(), nullptr);
+   EXPECT_EQ(service.findHandler(reinterpret_cast<OpaqueId>(1)), nullptr);
+   service.publish("to nobody");
+   EXPECT_EQ(service.name(), "probe");
+   EXPECT_FALSE(service.closing());
+}
+
+TEST(GrpcService, takesItsPlaceInTheServerAndPostsOneHandlerPerRpc) {
+   const std::uint64_t before = fixture::liveHandlers();
+   auto* const first = new fixture::ProbeService;
+   fixture::RunningServer running{std::unique_ptr<fixture::ProbeService>(first)};
+   EXPECT_EQ(first->serviceId(), 0U);
+   EXPECT_EQ(first->grpcServer(), &running.server());
+   EXPECT_TRUE(first->properties().internalServer);
+   // One handler for each of the three RPCs that are started; the stream has a done tag beside its main tag.
+   EXPECT_EQ(fixture::liveHandlers() - before, 3U);
+   EXPECT_EQ(running.server().tags().size(), 4U);
+   running.stop();
+   EXPECT_TRUE(first->closing());
+   EXPECT_EQ(running.server().tags().size(), 0U);
+   EXPECT_EQ(fixture::liveHandlers(), before);
+}
+
+TEST(GrpcService, anRpcWithoutAHandlerOrAServiceIsUnimplemented) {
+   fixture::RunningServer running{std::vector<std::unique_ptr<GrpcService>>{}};
+   const auto stub = running.stub<test::ProbeService>();
+   grpc::ClientContext context;
+   test::ProbeRequest request;
+   test::ProbeResponse response;
+   EXPECT_EQ(stub->absent(&context, request, &response).error_code(), grpc::StatusCode::UNIMPLEMENTED);
+}
+
+}  // namespace
+}  // namespace OrvSdkRpc

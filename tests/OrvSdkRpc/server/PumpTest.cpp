@@ -1,0 +1,197 @@
+// Every order in which the events of a stream can end, and the end of the server in the middle of them.
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <latch>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "OrvSdkRpc/server/TagManager.h"
+#include "fixture/Eventually.h"
+#include "fixture/ProbeService.h"
+#include "fixture/RunningServer.h"
+
+namespace OrvSdkRpc {
+namespace {
+
+using fixture::eventually;
+using fixture::liveHandlers;
+
+constexpr const char* watchType = "ProbeWatchHandler";
+
+class PumpTest : public testing::Test {
+  protected:
+   // One watch of one client, open until it is closed.
+   struct Watch {
+      explicit Watch(test::ProbeService::Stub& stub) : reader(stub.watch(&context, test::ProbeRequest())) {}
+      grpc::ClientContext context;
+      std::unique_ptr<grpc::ClientReader<test::ProbeResponse>> reader;
+   };
+
+   std::unique_ptr<Watch> open(std::size_t watchers) {
+      auto watch = std::make_unique<Watch>(*stub_);
+      EXPECT_TRUE(eventually([&] { return service_->watchers() == watchers; }));
+      return watch;
+   }
+   // The one handler that waits for the next call is left.
+   void expectAllFreed() {
+      EXPECT_TRUE(eventually([] { return liveHandlers(watchType) == 1; }));
+      EXPECT_TRUE(eventually([&] { return running_.server().tags().size() == 4; }));
+      EXPECT_EQ(service_->watchers(), 0U);
+   }
+
+   fixture::ProbeService* service_ = new fixture::ProbeService;
+   fixture::RunningServer running_{std::unique_ptr<fixture::ProbeService>(service_)};
+   std::unique_ptr<test::ProbeService::Stub> stub_ = running_.stub<test::ProbeService>();
+};
+
+TEST_F(PumpTest, aSilentStreamWhoseClientLeavesIsFreedAtOnce) {
+   const auto watch = open(1);
+   EXPECT_EQ(liveHandlers(watchType), 2U);
+   watch->context.TryCancel();
+   expectAllFreed();
+   EXPECT_EQ(watch->reader->Finish().error_code(), grpc::StatusCode::CANCELLED);
+}
+
+TEST_F(PumpTest, aStreamWhoseClientHasADeadlineIsFreedAtItsEnd) {
+   grpc::ClientContext context;
+   context.set_deadline(std::chrono::system_clock::now() + std::chrono::milliseconds(50));
+   const auto reader = stub_->watch(&context, test::ProbeRequest());
+   test::ProbeResponse response;
+   EXPECT_FALSE(reader->Read(&response));
+   EXPECT_EQ(reader->Finish().error_code(), grpc::StatusCode::DEADLINE_EXCEEDED);
+   expectAllFreed();
+}
+
+TEST_F(PumpTest, messagesArriveInOrder) {
+   const auto watch = open(1);
+   for (int i = 0; i < 100; ++i) service_->publish(std::to_string(i));
+   test::ProbeResponse response;
+   for (int i = 0; i < 100; ++i) {
+      ASSERT_TRUE(watch->reader->Read(&response));
+      EXPECT_EQ(response.text(), std::to_string(i));
+   }
+   watch->context.TryCancel();
+   expectAllFreed();
+   watch->reader->Finish();
+}
+
+TEST_F(PumpTest, theServerEndsAStreamAndTheDoneEventComesBesideTheFinish) {
+   const auto watch = open(1);
+   service_->publish("last");
+   service_->publish("finish");
+   test::ProbeResponse response;
+   EXPECT_TRUE(watch->reader->Read(&response));
+   EXPECT_FALSE(watch->reader->Read(&response));
+   EXPECT_EQ(watch->reader->Finish().error_code(), grpc::StatusCode::RESOURCE_EXHAUSTED);
+   expectAllFreed();
+}
+
+TEST_F(PumpTest, aClientLeavesWhileAWriteCannotProceed) {
+   const auto watch = open(1);
+   // More than the client's flow control window lets through, and nobody reads.
+   service_->publish(std::string(8U << 20, 'x'));
+   service_->publish("behind");
+   watch->context.TryCancel();
+   expectAllFreed();
+   watch->reader->Finish();
+}
+
+TEST_F(PumpTest, aClientLeavesWhileOthersPublish) {
+   std::atomic<bool> over{false};
+   std::thread publisher([&] {
+      while (!over) service_->publish("x");
+   });
+   for (int round = 0; round < 50; ++round) {
+      Watch watch(*stub_);
+      test::ProbeResponse response;
+      // Round by round another moment: before the first message, in the middle of them, and between them.
+      for (int i = 0; i < round % 5; ++i) watch.reader->Read(&response);
+      watch.context.TryCancel();
+      watch.reader->Finish();
+   }
+   over = true;
+   publisher.join();
+   expectAllFreed();
+}
+
+TEST_F(PumpTest, aClientAndTheServerEndTheStreamTogether) {
+   for (int round = 0; round < 50; ++round) {
+      const auto watch = open(1);
+      std::thread server([&] { service_->publish("finish"); });
+      watch->context.TryCancel();
+      server.join();
+      watch->reader->Finish();
+      expectAllFreed();
+   }
+}
+
+TEST_F(PumpTest, stopWhileOthersPublishAndStreamsAreOpen) {
+   std::vector<std::unique_ptr<Watch>> watches;
+   for (std::size_t i = 1; i <= 20; ++i) watches.push_back(open(i));
+   std::atomic<bool> over{false};
+   std::vector<std::thread> publishers;
+   for (int i = 0; i < 2; ++i) {
+      publishers.emplace_back([&] {
+         while (!over) service_->publish("x");
+      });
+   }
+   test::ProbeResponse response;
+   for (auto& watch : watches) EXPECT_TRUE(watch->reader->Read(&response));
+   running_.stop();
+   EXPECT_EQ(liveHandlers(watchType), 0U);
+   EXPECT_EQ(running_.server().tags().size(), 0U);
+   over = true;
+   for (auto& publisher : publishers) publisher.join();
+   for (auto& watch : watches) {
+      while (watch->reader->Read(&response)) {
+      }
+      EXPECT_FALSE(watch->reader->Finish().ok());
+   }
+}
+
+TEST_F(PumpTest, stopWithAWriteThatCannotProceed) {
+   const auto watch = open(1);
+   service_->publish(std::string(8U << 20, 'x'));
+   running_.stop();
+   EXPECT_EQ(liveHandlers(watchType), 0U);
+   watch->reader->Finish();
+}
+
+TEST_F(PumpTest, aStreamThatIsNotFinishedDoesNotHoldUpTheStop) {
+   const auto watch = open(1);
+   const auto begin = std::chrono::steady_clock::now();
+   running_.stop();
+   EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(2));
+   EXPECT_EQ(liveHandlers(watchType), 0U);
+   EXPECT_FALSE(watch->reader->Finish().ok());
+}
+
+TEST_F(PumpTest, aRequestThatDoesNotParseReachesNoHandler) {
+   std::atomic<int> served{0};
+   service_->onOperation = [&](const test::ProbeRequest&) { ++served; };
+   // Field 1, a text, of bytes that are no UTF-8.
+   const std::string malformed("\x0a\x02\xff\xfe", 4);
+   const grpc::Slice slice(malformed);
+   grpc::ByteBuffer request(&slice, 1);
+   grpc::internal::RpcMethod method("/OrvSdkRpc.test.ProbeService/probe", grpc::internal::RpcMethod::NORMAL_RPC);
+   const auto channel = running_.channel();
+   grpc::ClientContext context;
+   grpc::ByteBuffer reply;
+   const grpc::Status status = grpc::internal::BlockingUnaryCall<grpc::ByteBuffer, grpc::ByteBuffer>(
+        channel.get(), method, &context, request, &reply);
+   EXPECT_EQ(status.error_code(), grpc::StatusCode::INTERNAL);
+   EXPECT_EQ(status.error_message(), "Unable to parse request");
+   EXPECT_EQ(served, 0);
+   // The same handler still waits for its call.
+   grpc::ClientContext next;
+   test::ProbeResponse response;
+   EXPECT_TRUE(stub_->probe(&next, test::ProbeRequest(), &response).ok());
+   EXPECT_EQ(served, 1);
+}
+
+}  // namespace
+}  // namespace OrvSdkRpc

@@ -1,0 +1,51 @@
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cstdio>
+#include <fstream>
+#include <sstream>
+
+#include "TempDir.h"
+#include "orvctl/Run.h"
+
+namespace orvctl {
+namespace {
+
+// What bash offers for a line whose last word is being completed.
+std::string completions(const std::string& line) {
+   static const std::string script = [] {
+      std::istringstream in;
+      std::ostringstream out, err;
+      EXPECT_EQ(run({"completion", "bash"}, {.in = in, .out = out, .err = err}), 0) << err.str();
+      return out.str();
+   }();
+   const systest::TempDir directory;
+   std::ofstream(directory / "completion.bash") << script;
+   const std::string command = "bash -c 'source " + directory / "completion.bash" + "; COMP_WORDS=(" + line +
+                               "); COMP_CWORD=$((${#COMP_WORDS[@]} - 1)); _orvctl 2>/dev/null; echo \"${COMPREPLY[*]}\"'";
+   FILE* const pipe = popen(command.c_str(), "r");
+   std::array<char, 4096> buffer{};
+   const size_t count = fread(buffer.data(), 1, buffer.size(), pipe);
+   pclose(pipe);
+   std::string text(buffer.data(), count);
+   if (text.ends_with('\n')) text.pop_back();
+   return text;
+}
+
+TEST(Completion, CommandsAndTheirSubcommands) {
+   EXPECT_EQ(completions("orvctl res"), "resync");
+   EXPECT_EQ(completions("orvctl resync st"), "start");
+   EXPECT_EQ(completions("orvctl --target unix:/x nhg d"), "del");
+}
+
+TEST(Completion, FlagsOfTheCommandAndOfTheTopLevel) {
+   EXPECT_EQ(completions("orvctl nhg set --auto"), "--autosize");
+   EXPECT_EQ(completions("orvctl nhg set --time"), "--timeout");
+}
+
+TEST(Completion, RpcsOfCall) {
+   EXPECT_EQ(completions("orvctl call orvsdk_service/rpc_server_i"), "orvsdk_service/rpc_server_init");
+}
+
+}  // namespace
+}  // namespace orvctl

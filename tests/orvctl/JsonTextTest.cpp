@@ -1,0 +1,85 @@
+#include "orvctl/JsonText.h"
+
+#include <google/protobuf/util/message_differencer.h>
+#include <gtest/gtest.h>
+
+#include "OrvSdkRpcProtos/orvsdk.pb.h"
+#include "orvctl/ExitCode.h"
+#include "orvctl/Values.h"
+
+namespace orvctl {
+namespace {
+
+namespace pb = OrvSdkRpc::pb;
+
+template <typename Message>
+Message read(std::string_view json) {
+   Message message;
+   messageFromJson("JSON", json, message);
+   return message;
+}
+
+template <typename Message>
+std::string refusal(std::string_view json) {
+   try {
+      read<Message>(json);
+   } catch (const UsageError& error) {
+      return error.what();
+   }
+   return "";
+}
+
+TEST(JsonText, APrefixIsTextOrTheCanonicalObject) {
+   const auto text = read<pb::ip_route_msg>(R"({"prefix":"10.0.0.0/8","nexthop_group_name":"g"})");
+   const auto canonical = read<pb::ip_route_msg>(
+        R"({"prefix":{"network":{"address":"CgAAAA=="},"prefix_length":8},"nexthopGroupName":"g"})");
+   const auto mixed =
+        read<pb::ip_route_msg>(R"({"prefix":{"network":"10.0.0.0","prefixLength":8},"nexthop_group_name":"g"})");
+   EXPECT_EQ(prefixText(text.prefix()), "10.0.0.0/8");
+   EXPECT_TRUE(google::protobuf::util::MessageDifferencer::Equals(text, canonical));
+   EXPECT_TRUE(google::protobuf::util::MessageDifferencer::Equals(text, mixed));
+}
+
+TEST(JsonText, AddressesWithinListsAreTextToo) {
+   const auto group = read<pb::nexthop_group_msg>(
+        R"({"name":"g","nexthops":[{"address":"10.0.0.1","mpls_operation":"MPLS_OPERATION_PUSH","mpls_labels":[7]},
+                                    {"address":"::1"}]})");
+   ASSERT_EQ(group.nexthops_size(), 2);
+   EXPECT_EQ(addressText(group.nexthops(0).address()), "10.0.0.1");
+   EXPECT_EQ(group.nexthops(0).mpls_operation(), pb::MPLS_OPERATION_PUSH);
+   EXPECT_EQ(addressText(group.nexthops(1).address()), "::1");
+}
+
+TEST(JsonText, WhatIsPrintedReadsBackAlike) {
+   const auto group = read<pb::nexthop_group_msg>(
+        R"({"name":"g","counters_unshared":true,
+            "nexthops":[{"intf":"Ethernet1","address":"2001:db8::1","weight":3,
+                         "sbfd_session":{"nexthop":"10.0.0.1","label_stack":[1,2],"dscp":3}}]})");
+   const std::string text = messageToJson(group);
+   EXPECT_NE(text.find(R"("address":"2001:db8::1")"), std::string::npos) << text;
+   EXPECT_EQ(text.find('\n'), std::string::npos);
+   EXPECT_TRUE(google::protobuf::util::MessageDifferencer::Equals(read<pb::nexthop_group_msg>(text), group)) << text;
+
+   const auto route = read<pb::ip_route_msg>(R"({"prefix":"2001:db8::/32","tag":7,"nexthop_group_name":"g"})");
+   const std::string routeText = messageToJson(route);
+   EXPECT_NE(routeText.find(R"("prefix":"2001:db8::/32")"), std::string::npos) << routeText;
+   EXPECT_TRUE(google::protobuf::util::MessageDifferencer::Equals(read<pb::ip_route_msg>(routeText), route));
+}
+
+TEST(JsonText, AStatusShowsItsDefaults) {
+   EXPECT_EQ(messageToJson(pb::rpc_status_msg()), R"({"status":"RPC_STATUS_OK","debug_string":""})");
+}
+
+TEST(JsonText, RefusalsNameTheValueAndWhatWasExpected) {
+   EXPECT_EQ(refusal<pb::ip_route_msg>("{"), "JSON is '{', expected JSON of ip_route_msg: error at byte 2");
+   EXPECT_EQ(refusal<pb::ip_route_msg>("[]"), "JSON is '[]', expected a JSON object of ip_route_msg");
+   EXPECT_EQ(refusal<pb::ip_route_msg>(R"({"prefix":"10.0.0.1/8"})"),
+             "prefix is '10.0.0.1/8', expected a prefix without bits behind its length of 8");
+   EXPECT_NE(refusal<pb::ip_route_msg>(R"({"prefx":"10.0.0.0/8"})").find("prefx"), std::string::npos);
+   EXPECT_NE(refusal<pb::ip_route_msg>(R"({"tag":-1})").find("tag"), std::string::npos);
+   EXPECT_NE(refusal<pb::ip_route_msg>(R"({"tag":4294967296})").find("tag"), std::string::npos);
+   EXPECT_NE(refusal<pb::nexthop_group_msg>(R"({"nexthops":[{"mpls_operation":"EAT"}]})").find("EAT"), std::string::npos);
+}
+
+}  // namespace
+}  // namespace orvctl

@@ -1,0 +1,37 @@
+#include "orvctl/Progress.h"
+
+#include <gtest/gtest.h>
+
+#include <sstream>
+
+namespace orvctl {
+namespace {
+
+TEST(Progress, TheLineShowsHowFarItIs) {
+   EXPECT_EQ(progressLine(0, 10, 0, 10), "[          ]   0%  0/10  0/s");
+   EXPECT_EQ(progressLine(5, 10, 123.4, 10), "[#####     ]  50%  5/10  123/s");
+   EXPECT_EQ(progressLine(10, 10, 5, 10), "[##########] 100%  10/10  5/s");
+   EXPECT_EQ(progressLine(0, 0, 0, 4), "[####] 100%  0/0  0/s");
+}
+
+TEST(Progress, NothingIsDrawnWhereNobodyWatches) {
+   std::ostringstream out;
+   {
+      Progress bar(out, false, 10);
+      bar.doneIs(5);
+   }
+   EXPECT_EQ(out.str(), "");
+}
+
+TEST(Progress, TheBarIsGoneAtTheEnd) {
+   std::ostringstream out;
+   {
+      Progress bar(out, true, 10);
+      bar.doneIs(5);
+      EXPECT_NE(out.str().find("50%  5/10"), std::string::npos);
+   }
+   EXPECT_TRUE(out.str().ends_with("\r\x1b[K"));
+}
+
+}  // namespace
+}  // namespace orvctl

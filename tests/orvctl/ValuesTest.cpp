@@ -1,0 +1,117 @@
+#include "orvctl/Values.h"
+
+#include <gtest/gtest.h>
+
+#include "orvctl/ExitCode.h"
+
+namespace orvctl {
+namespace {
+
+// The words of the refusal, or nothing where there was none.
+template <typename Work>
+std::string refusal(Work work) {
+   try {
+      work();
+   } catch (const UsageError& error) {
+      return error.what();
+   }
+   return "";
+}
+
+TEST(Values, NumbersWithinTheirRange) {
+   EXPECT_EQ(parseNumber("--tag", "0", 0, 10), 0U);
+   EXPECT_EQ(parseNumber("--tag", "10", 0, 10), 10U);
+   for (const char* text : {"", "11", "-1", "+1", "1x", " 1", "0x1", "99999999999999999999"}) {
+      EXPECT_EQ(refusal([&] { parseNumber("--tag", text, 0, 10); }),
+                std::string("--tag is '") + text + "', expected a number from 0 to 10");
+   }
+}
+
+TEST(Values, SecondsAboveZero) {
+   EXPECT_DOUBLE_EQ(parseSeconds("--timeout", "0.25"), 0.25);
+   for (const char* text : {"", "0", "-1", "nan", "inf", "1e3", "86401", "1s"}) {
+      EXPECT_EQ(refusal([&] { parseSeconds("--timeout", text); }),
+                std::string("--timeout is '") + text + "', expected seconds above 0, at most 86400");
+   }
+}
+
+TEST(Values, AddressesOfBothFamilies) {
+   EXPECT_EQ(parseAddressBytes("a", "10.0.0.1"), std::string("\x0a\0\0\x01", 4));
+   EXPECT_EQ(parseAddressBytes("a", "::1"), std::string(15, '\0') + '\x01');
+   EXPECT_EQ(parseAddressBytes("a", ""), "");
+   EXPECT_EQ(addressText(parseAddress("a", "2001:db8::7")), "2001:db8::7");
+   EXPECT_EQ(addressText(parseAddress("a", "192.0.2.1")), "192.0.2.1");
+   for (const char* text : {"10.0.0", "10.0.0.256", "010.0.0.1.1", "::g", "10.0.0.1 "}) {
+      EXPECT_EQ(refusal([&] { parseAddress("address", text); }),
+                std::string("address is '") + text + "', expected an IPv4 or IPv6 address");
+   }
+}
+
+TEST(Values, AnAddressOfImpossibleLengthStillPrints) {
+   OrvSdkRpc::pb::ip_address_msg address;
+   address.set_address("abc");
+   EXPECT_EQ(addressText(address), "invalid(3 bytes)");
+}
+
+TEST(Values, Prefixes) {
+   for (const char* text : {"0.0.0.0/0", "10.0.0.0/8", "192.0.2.128/25", "192.0.2.1/32", "::/0", "2001:db8::/32", "::1/128"}) {
+      EXPECT_EQ(prefixText(parsePrefix("PREFIX", text)), text);
+   }
+}
+
+TEST(Values, PrefixesThatAreNone) {
+   for (const char* text : {"", "10.0.0.0", "/8", "10.0.0.0/", "10.0.0.0/33", "::/129", "10.0.0.0/-1", "10.0.0/8", "x/8"}) {
+      EXPECT_EQ(refusal([&] { parsePrefix("PREFIX", text); }),
+                std::string("PREFIX is '") + text + "', expected a prefix such as 10.0.0.0/8 or 2001:db8::/32");
+   }
+   EXPECT_EQ(refusal([] { parsePrefix("PREFIX", "10.0.0.1/8"); }),
+             "PREFIX is '10.0.0.1/8', expected a prefix without bits behind its length of 8");
+   EXPECT_NE(refusal([] { parsePrefix("PREFIX", "192.0.2.1/31"); }), "");
+   EXPECT_NE(refusal([] { parsePrefix("PREFIX", "2001:db8::1/127"); }), "");
+}
+
+TEST(Values, ANexthopWithEverything) {
+   const auto nexthop = parseNexthop("--nexthop", "intf=Ethernet1,address=10.0.0.1,labels=100/200,op=push,weight=2");
+   EXPECT_EQ(nexthop.intf(), "Ethernet1");
+   EXPECT_EQ(addressText(nexthop.address()), "10.0.0.1");
+   ASSERT_EQ(nexthop.mpls_labels_size(), 2);
+   EXPECT_EQ(nexthop.mpls_labels(0), 100U);
+   EXPECT_EQ(nexthop.mpls_labels(1), 200U);
+   EXPECT_EQ(nexthop.mpls_operation(), OrvSdkRpc::pb::MPLS_OPERATION_PUSH);
+   EXPECT_EQ(nexthop.weight(), 2U);
+}
+
+TEST(Values, ANexthopFillsOneSlotUnlessToldOtherwise) {
+   const auto nexthop = parseNexthop("--nexthop", "address=10.0.0.1");
+   EXPECT_EQ(nexthop.weight(), 1U);
+   EXPECT_EQ(nexthop.mpls_operation(), OrvSdkRpc::pb::MPLS_OPERATION_NONE);
+   EXPECT_EQ(nexthop.mpls_labels_size(), 0);
+   EXPECT_EQ(parseNexthop("--nexthop", "intf=Ethernet1,weight=0").weight(), 0U);
+}
+
+TEST(Values, NexthopsThatAreNone) {
+   for (const char* text : {"", "foo", "foo=1", "intf=Ethernet1,"}) {
+      EXPECT_EQ(refusal([&] { parseNexthop("--nexthop", text); }),
+                std::string("--nexthop is '") + text +
+                     "', expected comma-separated intf=NAME, address=IP, labels=L/L…, op=OPERATION, weight=N");
+   }
+   EXPECT_EQ(refusal([] { parseNexthop("--nexthop", "op=eat"); }),
+             "--nexthop op is 'eat', expected none, push, pop, swap or forward");
+   EXPECT_EQ(refusal([] { parseNexthop("--nexthop", "labels=100/1048576"); }),
+             "--nexthop labels is '1048576', expected a number from 0 to 1048575");
+   EXPECT_EQ(refusal([] { parseNexthop("--nexthop", "weight=-1"); }),
+             "--nexthop weight is '-1', expected a number from 0 to 65535");
+   EXPECT_EQ(refusal([] { parseNexthop("--nexthop", "address=nowhere"); }),
+             "--nexthop address is 'nowhere', expected an IPv4 or IPv6 address");
+}
+
+TEST(Values, KeysAndValues) {
+   EXPECT_EQ(parseKeyValue("note", "a=b"), std::pair(std::string("a"), std::string("b")));
+   EXPECT_EQ(parseKeyValue("note", "a="), std::pair(std::string("a"), std::string()));
+   EXPECT_EQ(parseKeyValue("note", "a=b=c"), std::pair(std::string("a"), std::string("b=c")));
+   EXPECT_EQ(refusal([] { parseKeyValue("note", "a"); }), "note is 'a', expected KEY=VALUE");
+   EXPECT_EQ(refusal([] { parseKeyValue("note", "=b"); }), "note is '=b', expected KEY=VALUE");
+}
+
+}  // namespace
+}  // namespace orvctl

@@ -1,0 +1,95 @@
+// Every mock is a whole manager, and the operations' overloads stay apart.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "orv/error.h"
+#include "support/VectorIter.h"
+#include "support/mock/MockAclMgr.h"
+#include "support/mock/MockAgentMgr.h"
+#include "support/mock/MockBfdSessionMgr.h"
+#include "support/mock/MockClassMapMgr.h"
+#include "support/mock/MockFibMgr.h"
+#include "support/mock/MockIntfMgr.h"
+#include "support/mock/MockIpRouteMgr.h"
+#include "support/mock/MockMplsRouteMgr.h"
+#include "support/mock/MockMplsVrfLabelMgr.h"
+#include "support/mock/MockNexthopGroupMgr.h"
+#include "support/mock/MockNexthopGroupTunnelMgr.h"
+#include "support/mock/MockPolicyMapMgr.h"
+#include "support/mock/MockSdk.h"
+#include "support/mock/MockVrfMgr.h"
+
+namespace {
+
+using testing::_;
+using testing::An;
+using testing::InSequence;
+using testing::Return;
+
+template <typename T>
+class MocksTest : public testing::Test {};
+using AllMocks =
+     testing::Types<support::MockAclMgr, support::MockAgentMgr, support::MockBfdSessionMgr,
+                    support::MockClassMapMgr, support::MockFibMgr, support::MockIntfMgr,
+                    support::MockIpRouteMgr, support::MockMplsRouteMgr, support::MockMplsVrfLabelMgr,
+                    support::MockNexthopGroupMgr, support::MockNexthopGroupTunnelMgr,
+                    support::MockPolicyMapMgr, support::MockSdk, support::MockVrfMgr>;
+TYPED_TEST_SUITE(MocksTest, AllMocks);
+
+TYPED_TEST(MocksTest, CanBeMade) {
+   testing::StrictMock<TypeParam> strict;
+   testing::NiceMock<TypeParam> nice;
+   EXPECT_NE(static_cast<void*>(&strict), static_cast<void*>(&nice));
+}
+
+TEST(MockIpRouteMgrTest, TheOverloadsStayApart) {
+   support::MockIpRouteMgr mock;
+   orv::ip_route_mgr& mgr = mock;
+   const orv::ip_route_key_t key(orv::ip_prefix_t("10.0.0.0/8"));
+   const orv::ip_route_t route(key);
+   const orv::ip_route_via_t via(key);
+   const InSequence order;
+   EXPECT_CALL(mock, exists(An<const orv::ip_route_key_t&>())).WillOnce(Return(true));
+   EXPECT_CALL(mock, exists(An<const orv::ip_route_via_t&>(), std::string("red"))).WillOnce(Return(true));
+   EXPECT_CALL(mock, ip_route_set(route));
+   EXPECT_CALL(mock, ip_route_set(route, orv::ip_route_action_t::nexthop_group));
+   EXPECT_CALL(mock, ip_route_set(route, std::string("red")));
+   EXPECT_CALL(mock, ip_route_via_set(via)).WillOnce([](const auto&) {
+      throw orv::invalid_argument_error("refused");
+   });
+   EXPECT_CALL(mock, ip_route_del(key));
+   EXPECT_CALL(mock, ip_route_del(key, std::string("red")));
+   EXPECT_TRUE(mgr.exists(key));
+   EXPECT_TRUE(mgr.exists(via, "red"));
+   mgr.ip_route_set(route);
+   mgr.ip_route_set(route, orv::ip_route_action_t::nexthop_group);
+   mgr.ip_route_set(route, "red");
+   EXPECT_THROW(mgr.ip_route_via_set(via), orv::invalid_argument_error);
+   mgr.ip_route_del(key);
+   mgr.ip_route_del(key, "red");
+}
+
+TEST(MockNexthopGroupMgrTest, IsTheImplementationToo) {
+   support::MockNexthopGroupMgr mock;
+   orv::nexthop_group_mgr* const mgr = &mock;
+   EXPECT_CALL(mock, nexthop_group_set(_, An<std::uint16_t&>())).WillOnce(testing::SetArgReferee<1>(7));
+   std::uint16_t version = 0;
+   mgr->nexthop_group_set(orv::nexthop_group_t("g", orv::nexthop_group_encap_t::mpls), version);
+   EXPECT_EQ(version, 7);
+   EXPECT_CALL(mock, nexthop_group_set_with_version_id(_, 9));
+   auto* const impl = dynamic_cast<orv::NexthopGroupMgrImpl*>(mgr);
+   ASSERT_NE(impl, nullptr);
+   impl->nexthop_group_set_with_version_id({}, 9);
+}
+
+TEST(MockVrfMgrTest, AnIteratorWalksRowsThatTheTestGives) {
+   support::MockVrfMgr mock;
+   EXPECT_CALL(mock, vrf_iter).WillOnce(Return(support::iterOver<orv::vrf_iter_t>({"blue", "red"})));
+   std::string names;
+   for (orv::vrf_iter_t it = mock.vrf_iter(); it; ++it)
+      names += *it + " ";
+   EXPECT_EQ(names, "blue red ");
+}
+
+}  // namespace

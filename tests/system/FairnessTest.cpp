@@ -1,0 +1,101 @@
+// The lock between the pump and the main loop under full load: neither starves.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <fstream>
+#include <thread>
+#include <vector>
+
+#include "Bounds.h"
+#include "Console.h"
+#include "Controller.h"
+#include "Daemon.h"
+#include "DemoState.h"
+#include "TempDir.h"
+
+namespace systest {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+struct Ping {
+   std::int64_t startedNs;
+   std::int64_t tookNs;
+};
+
+std::vector<Ping> readPings(const std::string& path) {
+   std::ifstream file(path);
+   std::vector<Ping> pings;
+   for (Ping ping{}; file >> ping.startedNs >> ping.tookNs;) pings.push_back(ping);
+   return pings;
+}
+
+TEST(Fairness, TheMainLoopAnswersWhileBulksSaturateThePump) {
+   const TempDir directory("orv-fairness-");
+   const auto pingFile = directory / "pings";
+   Daemon host(programPath("bench_host"), directory.path(), {"--ping-file", pingFile});
+   host.start();
+   Controller controller(host.address());
+   controller.init();
+   pb::ip_route_bulk_msg bulk;
+   for (std::uint32_t i = 0; i < demo::routesPerBulk; ++i) *bulk.add_bulk() = demo::route(i);
+
+   const auto start = Clock::now();
+   int bulks = 0;
+   for (; Clock::now() - start < std::chrono::seconds(1) || bulks < 20; ++bulks) {
+      // Another route set each time, so that the hardware stage has work as well.
+      for (auto& route : *bulk.mutable_bulk()) {
+         route.set_nexthop_group_name(demo::group(static_cast<std::uint32_t>(bulks) % demo::groupCount).name());
+      }
+      requireAllOk(controller.routes(bulk), demo::routesPerBulk);
+   }
+   const auto end = Clock::now();
+   ASSERT_EQ(host.terminate(), (Ending{.exitCode = 0})) << host.child().log();
+
+   std::vector<std::int64_t> took;
+   for (const auto& ping : readPings(pingFile)) {
+      if (ping.startedNs >= start.time_since_epoch().count() && ping.startedNs < end.time_since_epoch().count()) {
+         took.push_back(ping.tookNs);
+      }
+   }
+   ASSERT_GE(took.size(), 20u);
+   std::sort(took.begin(), took.end());
+   EXPECT_LE(std::chrono::nanoseconds(took[(took.size() - 1) * 99 / 100]), pingBound);
+}
+
+TEST(Fairness, BulksGoOnWhileTheConsoleReadsWithoutPause) {
+   const TempDir directory("orv-fairness-");
+   Daemon daemon(programPath("orvsdkrpcd"), directory.path());
+   daemon.start();
+   Controller controller(daemon.address());
+   controller.init();
+   pb::ip_route_bulk_msg bulk;
+   for (std::uint32_t i = 0; i < demo::routesPerBulk; ++i) *bulk.add_bulk() = demo::route(i);
+   requireAllOk(controller.routes(bulk), demo::routesPerBulk);
+
+   std::atomic<bool> over{false};
+   std::atomic<int> reads{0};
+   std::thread reader([&] {
+      Console console(daemon.consolePath());
+      while (!over) {
+         console.run("show ip route json");
+         ++reads;
+      }
+   });
+   const auto start = Clock::now();
+   int bulks = 0;
+   for (; Clock::now() - start < std::chrono::seconds(1) || bulks < 20 || reads < 5; ++bulks) {
+      requireAllOk(controller.routes(bulk), demo::routesPerBulk);
+   }
+   over = true;
+   reader.join();
+   // A bulk takes about a millisecond; one that waited for whole listings would take tens.
+   const auto perBulk = std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start) / bulks;
+   EXPECT_LE(perBulk, pingBound);
+   EXPECT_EQ(daemon.terminate(), (Ending{.exitCode = 0})) << daemon.child().log();
+}
+
+}  // namespace
+}  // namespace systest
