@@ -18,7 +18,9 @@ constexpr auto pause = std::chrono::microseconds(500);
 
 Pinger::Pinger(const Pavo::Ptr<Gorm::TaskScheduler>& scheduler) : Pavo::Task(scheduler, "ping") {}
 
-Pinger::~Pinger() { stop(); }
+Pinger::~Pinger() {
+   stop();
+}
 
 void Pinger::start() {
    thread_ = std::thread([this] { run(); });
@@ -58,7 +60,8 @@ void Pinger::run() {
 
 void Pinger::write(const std::string& path) const {
    std::ofstream file(path);
-   for (const auto& ping : pings_) file << ping.startedNs << ' ' << ping.tookNs << '\n';
+   for (const auto& ping : pings_)
+      file << ping.startedNs << ' ' << ping.tookNs << '\n';
    file.close();
    if (!file) throw std::runtime_error("cannot write " + path);
 }

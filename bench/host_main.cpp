@@ -14,7 +14,9 @@ namespace {
 
 softswitch::SoftSwitch* stopped = nullptr;
 
-void onTerm(int) { stopped->stop(); }
+void onTerm(int) {
+   stopped->stop();
+}
 
 }  // namespace
 

@@ -23,8 +23,10 @@ if(_orv_sanitize)
   # Everything of ours, the generated code included, so that no object is built without.
   add_compile_options(${_orv_sanitize})
   add_link_options(${_orv_sanitize})
-  # gcc's flow warnings are unreliable in instrumented code.
-  target_compile_options(orv_build_options INTERFACE -Wno-error=maybe-uninitialized)
+  # gcc's flow warnings are unreliable in instrumented code; clang does not know this one.
+  if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+    target_compile_options(orv_build_options INTERFACE -Wno-error=maybe-uninitialized)
+  endif()
 endif()
 
 # orv_room_include_root(<out-var> <folder>): an include root from which

@@ -18,7 +18,8 @@ constexpr size_t kFailuresShown = 20;
 int reportBulk(Context& context, const BulkResult& result) {
    const size_t failed = result.failures.size();
    if (context.json) {
-      nlohmann::ordered_json tree{{"items", result.sent}, {"ok", result.sent - failed}, {"seconds", result.seconds}};
+      nlohmann::ordered_json tree{
+           {"items", result.sent}, {"ok", result.sent - failed}, {"seconds", result.seconds}};
       auto& list = tree["failed"] = nlohmann::ordered_json::array();
       for (const auto& failure : result.failures) {
          list.push_back({{"line", failure.line},
@@ -33,10 +34,12 @@ int reportBulk(Context& context, const BulkResult& result) {
       const auto& failure = result.failures[i];
       context.err << fmt::format("line {}: {}: {}\n", failure.line, failure.item, statusText(failure.status));
    }
-   if (failed > kFailuresShown) context.err << fmt::format("… and {} more failures\n", failed - kFailuresShown);
-   context.out << fmt::format("{} items: {} ok, {} failed, {:.3f} s", result.sent, result.sent - failed, failed,
-                              result.seconds);
-   if (result.seconds > 0) context.out << fmt::format(", {:.0f}/s", static_cast<double>(result.sent) / result.seconds);
+   if (failed > kFailuresShown)
+      context.err << fmt::format("… and {} more failures\n", failed - kFailuresShown);
+   context.out << fmt::format("{} items: {} ok, {} failed, {:.3f} s", result.sent, result.sent - failed,
+                              failed, result.seconds);
+   if (result.seconds > 0)
+      context.out << fmt::format(", {:.0f}/s", static_cast<double>(result.sent) / result.seconds);
    context.out << '\n';
    return failed ? kRefused : kOk;
 }
@@ -47,7 +50,8 @@ void forEachLine(Context& context, std::string_view what, const std::string& fil
    if (file != "-") {
       opened.open(file);
       if (!opened) {
-         throw UsageError(fmt::format("{} is '{}', expected a readable file or '-': {}", what, file, std::strerror(errno)));
+         throw UsageError(fmt::format("{} is '{}', expected a readable file or '-': {}", what, file,
+                                      std::strerror(errno)));
       }
    }
    std::istream& source = file == "-" ? context.in : opened;
@@ -59,7 +63,9 @@ void forEachLine(Context& context, std::string_view what, const std::string& fil
       text = text.substr(first, text.find_last_not_of(" \t\r") + 1 - first);
       each(text, number);
    }
-   if (source.bad()) throw UsageError(fmt::format("{} is '{}', expected a readable file: {}", what, file, std::strerror(errno)));
+   if (source.bad())
+      throw UsageError(
+           fmt::format("{} is '{}', expected a readable file: {}", what, file, std::strerror(errno)));
 }
 
 }  // namespace orvctl

@@ -33,7 +33,8 @@ public:
    using Item = typename std::remove_cvref_t<decltype(std::declval<BulkRequest>().bulk(0))>;
 
    void add(Item item, size_t line) {
-      if (requests_.empty() || static_cast<size_t>(requests_.back().bulk_size()) == batch_) requests_.emplace_back();
+      if (requests_.empty() || static_cast<size_t>(requests_.back().bulk_size()) == batch_)
+         requests_.emplace_back();
       *requests_.back().add_bulk() = std::move(item);
       lines_.push_back(line);
    }
@@ -53,10 +54,11 @@ int reportBulk(Context& context, const BulkResult& result);
 // The drawing half of a bulk run, out of the template: called with the number of items done so far.
 using ProgressSink = std::function<void(size_t)>;
 
-// Sends the plan's requests one after the other with `send(request) -> rpc_status_bulk_msg`, so that the items take
-// effect in their order. `describe(item)` names an item that failed.
+// Sends the plan's requests one after the other with `send(request) -> rpc_status_bulk_msg`, so that the
+// items take effect in their order. `describe(item)` names an item that failed.
 template <typename BulkRequest, typename Send, typename Describe>
-BulkResult sendBulk(const BulkPlan<BulkRequest>& plan, Send send, Describe describe, const ProgressSink& progress) {
+BulkResult sendBulk(const BulkPlan<BulkRequest>& plan, Send send, Describe describe,
+                    const ProgressSink& progress) {
    BulkResult result;
    const auto start = std::chrono::steady_clock::now();
    for (const BulkRequest& request : plan.requests()) {
@@ -75,8 +77,8 @@ BulkResult sendBulk(const BulkPlan<BulkRequest>& plan, Send send, Describe descr
    return result;
 }
 
-// Calls `each(line, number)` for every line of a file, or of the context's input for "-"; blank lines and lines that
-// begin with "#" are passed over. Throws UsageError where the file cannot be read.
+// Calls `each(line, number)` for every line of a file, or of the context's input for "-"; blank lines and
+// lines that begin with "#" are passed over. Throws UsageError where the file cannot be read.
 void forEachLine(Context& context, std::string_view what, const std::string& file,
                  const std::function<void(std::string_view line, size_t number)>& each);
 

@@ -14,7 +14,9 @@ namespace {
 
 constexpr const char* kReflectionPath = "/grpc.reflection.v1alpha.ServerReflection/ServerReflectionInfo";
 
-std::string shortName(std::string_view type) { return std::string(type.substr(type.rfind('.') + 1)); }
+std::string shortName(std::string_view type) {
+   return std::string(type.substr(type.rfind('.') + 1));
+}
 
 ServiceEntry entryOf(const std::string& fullName, const google::protobuf::ServiceDescriptorProto& service) {
    ServiceEntry entry{.name = fullName, .rpcs = {}};
@@ -28,8 +30,10 @@ ServiceEntry entryOf(const std::string& fullName, const google::protobuf::Servic
 }
 
 // Asks one question of the reflection service.
-grpc::Status ask(Connection& connection, const wire::ReflectionRequest& request, wire::ReflectionReply& reply) {
-   return connection.stream(kReflectionPath, request, reply, [] { return false; }, true);
+grpc::Status ask(Connection& connection, const wire::ReflectionRequest& request,
+                 wire::ReflectionReply& reply) {
+   return connection.stream(
+        kReflectionPath, request, reply, [] { return false; }, true);
 }
 
 ServiceEntry askService(Connection& connection, const std::string& name) {
@@ -41,7 +45,8 @@ ServiceEntry askService(Connection& connection, const std::string& name) {
       google::protobuf::FileDescriptorProto file;
       if (!file.ParseFromString(bytes)) continue;
       for (const auto& service : file.service()) {
-         const std::string fullName = file.package().empty() ? service.name() : file.package() + "." + service.name();
+         const std::string fullName =
+              file.package().empty() ? service.name() : file.package() + "." + service.name();
          if (fullName == name) return entryOf(name, service);
       }
    }
@@ -67,7 +72,8 @@ Catalog readCatalog(Connection& connection) {
    }
    connection.require("list", status);
    if (!reply.has_list_services_response()) {
-      throw CallError(fmt::format("list: the server's reflection answered: {}", reply.error_response().error_message()));
+      throw CallError(
+           fmt::format("list: the server's reflection answered: {}", reply.error_response().error_message()));
    }
    for (const auto& service : reply.list_services_response().service()) {
       catalog.services.push_back(askService(connection, service.name()));

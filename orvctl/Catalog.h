@@ -39,11 +39,12 @@ struct Catalog {
    bool fromServer = true;
 };
 
-// Asks the server by reflection; falls back to the linked descriptors. Throws CallError when it is not reachable.
+// Asks the server by reflection; falls back to the linked descriptors. Throws CallError when it is not
+// reachable.
 Catalog readCatalog(Connection& connection);
 
-// Fills every `availability`. An RPC is probed with a request that cannot change anything: one that the server refuses
-// before it touches the switch, or one that asks for nothing.
+// Fills every `availability`. An RPC is probed with a request that cannot change anything: one that the
+// server refuses before it touches the switch, or one that asks for nothing.
 void probe(Connection& connection, Catalog& catalog);
 
 }  // namespace orvctl

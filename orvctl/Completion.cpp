@@ -39,7 +39,8 @@ void collect(const CLI::App& app, const std::string& path, const std::string& in
          }
       }
    }
-   script.words += fmt::format("    \"{}\") words=\"{}\" ;;\n", path, words.empty() ? words : words.substr(1));
+   script.words +=
+        fmt::format("    \"{}\") words=\"{}\" ;;\n", path, words.empty() ? words : words.substr(1));
 }
 
 }  // namespace

@@ -54,7 +54,8 @@ Connection::Connection(const Target& target, double timeoutSeconds)
    // A switch is reached directly, whatever proxy the shell's environment names for the web.
    arguments.SetInt(GRPC_ARG_ENABLE_HTTP_PROXY, 0);
    arguments.SetMaxReceiveMessageSize(-1);
-   channel_ = grpc::CreateCustomChannel(target.channelAddress(), grpc::InsecureChannelCredentials(), arguments);
+   channel_ =
+        grpc::CreateCustomChannel(target.channelAddress(), grpc::InsecureChannelCredentials(), arguments);
    programming_ = Programming::NewStub(channel_);
 }
 
@@ -117,20 +118,23 @@ void Connection::require(const std::string& what, const grpc::Status& status) co
    if (status.ok()) return;
    switch (status.error_code()) {
       case grpc::StatusCode::UNAVAILABLE:
-         throw CallError(fmt::format("{}: cannot reach {}: {}", what, target_.text(), status.error_message()));
+         throw CallError(
+              fmt::format("{}: cannot reach {}: {}", what, target_.text(), status.error_message()));
       case grpc::StatusCode::DEADLINE_EXCEEDED:
-         throw CallError(fmt::format("{}: no answer from {} within {} s", what, target_.text(), timeoutSeconds_));
+         throw CallError(
+              fmt::format("{}: no answer from {} within {} s", what, target_.text(), timeoutSeconds_));
       default:
-         throw CallError(fmt::format("{}: {} answered {}: {}", what, target_.text(), grpcCodeName(status.error_code()),
-                                     status.error_message()));
+         throw CallError(fmt::format("{}: {} answered {}: {}", what, target_.text(),
+                                     grpcCodeName(status.error_code()), status.error_message()));
    }
 }
 
 std::string grpcCodeName(grpc::StatusCode code) {
-   static constexpr const char* kNames[] = {"OK", "CANCELLED", "UNKNOWN", "INVALID_ARGUMENT", "DEADLINE_EXCEEDED",
-                                            "NOT_FOUND", "ALREADY_EXISTS", "PERMISSION_DENIED", "RESOURCE_EXHAUSTED",
-                                            "FAILED_PRECONDITION", "ABORTED", "OUT_OF_RANGE", "UNIMPLEMENTED",
-                                            "INTERNAL", "UNAVAILABLE", "DATA_LOSS", "UNAUTHENTICATED"};
+   static constexpr const char* kNames[] = {
+        "OK",        "CANCELLED",      "UNKNOWN",           "INVALID_ARGUMENT",   "DEADLINE_EXCEEDED",
+        "NOT_FOUND", "ALREADY_EXISTS", "PERMISSION_DENIED", "RESOURCE_EXHAUSTED", "FAILED_PRECONDITION",
+        "ABORTED",   "OUT_OF_RANGE",   "UNIMPLEMENTED",     "INTERNAL",           "UNAVAILABLE",
+        "DATA_LOSS", "UNAUTHENTICATED"};
    const auto index = static_cast<size_t>(code);
    return index < std::size(kNames) ? kNames[index] : fmt::format("code {}", static_cast<int>(code));
 }

@@ -31,10 +31,12 @@ public:
    grpc::Status unary(const std::string& path, const google::protobuf::Message& request,
                       google::protobuf::Message& reply);
 
-   // Opens a stream of replies and calls `each` for every message, in `reply`'s storage; `each` returns false to end
-   // the stream early, which then counts as OK. With `deadline` the stream ends with DEADLINE_EXCEEDED.
+   // Opens a stream of replies and calls `each` for every message, in `reply`'s storage; `each` returns false
+   // to end the stream early, which then counts as OK. With `deadline` the stream ends with
+   // DEADLINE_EXCEEDED.
    grpc::Status stream(const std::string& path, const google::protobuf::Message& request,
-                       google::protobuf::Message& reply, const std::function<bool()>& each, bool deadline = false);
+                       google::protobuf::Message& reply, const std::function<bool()>& each,
+                       bool deadline = false);
 
    // Throws CallError with one line about `what` unless `status` is OK.
    void require(const std::string& what, const grpc::Status& status) const;
@@ -42,7 +44,8 @@ public:
    // A typed unary call of the programming service; throws CallError.
    template <typename Request, typename Reply>
    Reply call(const char* name,
-              grpc::Status (Programming::StubInterface::*method)(grpc::ClientContext*, const Request&, Reply*),
+              grpc::Status (Programming::StubInterface::*method)(grpc::ClientContext*, const Request&,
+                                                                 Reply*),
               const Request& request) {
       grpc::ClientContext context;
       prepare(context);

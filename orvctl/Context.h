@@ -25,6 +25,8 @@ struct Context {
    std::string targetText{kDefaultTarget};
    std::string consoleText;
    double timeoutSeconds = 10;
+   // --timeout was given: it then ends streams too.
+   bool timeoutGiven = false;
    bool json = false;
 
    // Set by the chosen subcommand while the command line is parsed; run afterwards. Returns the exit code.

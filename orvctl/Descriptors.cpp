@@ -16,7 +16,8 @@ std::vector<const ServiceDescriptor*> linkedServices() {
    const FileDescriptor* const files[] = {OrvSdkRpc::pb::ip_route_msg::descriptor()->file()};
    std::vector<const ServiceDescriptor*> services;
    for (const FileDescriptor* file : files) {
-      for (int i = 0; i < file->service_count(); ++i) services.push_back(file->service(i));
+      for (int i = 0; i < file->service_count(); ++i)
+         services.push_back(file->service(i));
    }
    return services;
 }
@@ -34,14 +35,15 @@ const MethodDescriptor& findMethod(std::string_view name) {
       const MethodDescriptor* match = candidate->FindMethodByName(method);
       if (!match) continue;
       if (found) {
-         throw UsageError(fmt::format("the RPC is '{}', expected SERVICE/METHOD: both {} and {} have it", name,
-                                      found->service()->full_name(), candidate->full_name()));
+         throw UsageError(fmt::format("the RPC is '{}', expected SERVICE/METHOD: both {} and {} have it",
+                                      name, found->service()->full_name(), candidate->full_name()));
       }
       found = match;
    }
    if (!found) {
-      throw UsageError(fmt::format("the RPC is '{}', expected SERVICE/METHOD of a known {}: see 'orvctl list'", name,
-                                   serviceKnown ? "method" : "service"));
+      throw UsageError(
+           fmt::format("the RPC is '{}', expected SERVICE/METHOD of a known {}: see 'orvctl list'", name,
+                       serviceKnown ? "method" : "service"));
    }
    return *found;
 }

@@ -2,7 +2,8 @@
 
 namespace orvctl {
 
-HeldStream::HeldStream(Connection& connection, const std::string& path, const google::protobuf::Message& request)
+HeldStream::HeldStream(Connection& connection, const std::string& path,
+                       const google::protobuf::Message& request)
      : stub_(connection.channel()) {
    call_ = stub_.PrepareCall(&context_, path, &queue_);
    call_->StartCall(nullptr);
@@ -36,21 +37,27 @@ HeldStream::~HeldStream() {
    next();
 }
 
-void HeldStream::read() { call_->Read(&message_, nullptr); }
+void HeldStream::read() {
+   call_->Read(&message_, nullptr);
+}
 
 std::optional<bool> HeldStream::next(std::optional<std::chrono::system_clock::time_point> deadline) {
    void* tag = nullptr;
    bool ok = false;
    if (!deadline) return queue_.Next(&tag, &ok) && ok;
    switch (queue_.AsyncNext(&tag, &ok, *deadline)) {
-      case grpc::CompletionQueue::GOT_EVENT: return ok;
-      case grpc::CompletionQueue::SHUTDOWN: return false;
-      case grpc::CompletionQueue::TIMEOUT: break;
+      case grpc::CompletionQueue::GOT_EVENT:
+         return ok;
+      case grpc::CompletionQueue::SHUTDOWN:
+         return false;
+      case grpc::CompletionQueue::TIMEOUT:
+         break;
    }
    return std::nullopt;
 }
 
-std::optional<grpc::Status> HeldStream::waitForEnd(std::optional<std::chrono::system_clock::time_point> deadline) {
+std::optional<grpc::Status> HeldStream::waitForEnd(
+     std::optional<std::chrono::system_clock::time_point> deadline) {
    while (!end_) {
       const std::optional<bool> got = next(deadline);
       if (!got) return std::nullopt;

@@ -16,16 +16,17 @@ namespace orvctl {
 
 class HeldStream {
 public:
-   // Opens the stream at `path` ("/package.service/method") and waits until the server has it: a second call behind it
-   // on the same connection has then been answered. Throws CallError where that call gets no answer.
+   // Opens the stream at `path` ("/package.service/method") and waits until the server has it: a second call
+   // behind it on the same connection has then been answered. Throws CallError where that call gets no
+   // answer.
    HeldStream(Connection& connection, const std::string& path, const google::protobuf::Message& request);
    // Cancels what is still open.
    ~HeldStream();
    HeldStream(const HeldStream&) = delete;
    HeldStream& operator=(const HeldStream&) = delete;
 
-   // Waits for the stream's end, for ever without a deadline; nothing when it is still open at the deadline. Messages
-   // of the stream are passed over.
+   // Waits for the stream's end, for ever without a deadline; nothing when it is still open at the deadline.
+   // Messages of the stream are passed over.
    std::optional<grpc::Status> waitForEnd(std::optional<std::chrono::system_clock::time_point> deadline = {});
 
 private:

@@ -10,8 +10,8 @@
 
 namespace orvctl {
 
-// True where the reply, or any message within it, is a status other than OK: rpc_status_msg of the programming
-// service, RpcResponseStatus of the mirror services.
+// True where the reply, or any message within it, is a status other than OK: rpc_status_msg of the
+// programming service, RpcResponseStatus of the mirror services.
 bool hasInBandFailure(const google::protobuf::Message& reply);
 
 // "RPC_STATUS_ERROR: words", or the bare name where there are no words.

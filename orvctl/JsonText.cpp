@@ -17,10 +17,16 @@ using Json = nlohmann::ordered_json;
 using google::protobuf::Descriptor;
 using google::protobuf::FieldDescriptor;
 
-bool isAddress(const Descriptor& type) { return &type == OrvSdkRpc::pb::ip_address_msg::descriptor(); }
-bool isPrefix(const Descriptor& type) { return &type == OrvSdkRpc::pb::ip_prefix_msg::descriptor(); }
+bool isAddress(const Descriptor& type) {
+   return &type == OrvSdkRpc::pb::ip_address_msg::descriptor();
+}
+bool isPrefix(const Descriptor& type) {
+   return &type == OrvSdkRpc::pb::ip_prefix_msg::descriptor();
+}
 
-Json addressObject(const std::string& bytes) { return Json{{"address", absl::Base64Escape(bytes)}}; }
+Json addressObject(const std::string& bytes) {
+   return Json{{"address", absl::Base64Escape(bytes)}};
+}
 
 // The canonical form of the value of a field of type `type`.
 void toCanonical(std::string_view where, const Descriptor& type, Json& value) {
@@ -30,7 +36,8 @@ void toCanonical(std::string_view where, const Descriptor& type, Json& value) {
    }
    if (value.is_string() && isPrefix(type)) {
       const auto prefix = parsePrefix(where, value.get<std::string>());
-      value = Json{{"network", addressObject(prefix.network().address())}, {"prefix_length", prefix.prefix_length()}};
+      value = Json{{"network", addressObject(prefix.network().address())},
+                   {"prefix_length", prefix.prefix_length()}};
       return;
    }
    if (!value.is_object()) return;
@@ -39,7 +46,8 @@ void toCanonical(std::string_view where, const Descriptor& type, Json& value) {
       if (!field) field = type.FindFieldByCamelcaseName(key);
       if (!field || field->cpp_type() != FieldDescriptor::CPPTYPE_MESSAGE || field->is_map()) continue;
       if (inner.is_array()) {
-         for (Json& element : inner) toCanonical(key, *field->message_type(), element);
+         for (Json& element : inner)
+            toCanonical(key, *field->message_type(), element);
       } else {
          toCanonical(key, *field->message_type(), inner);
       }
@@ -48,7 +56,8 @@ void toCanonical(std::string_view where, const Descriptor& type, Json& value) {
 
 std::string decodedAddress(const Json& object) {
    std::string bytes;
-   if (auto it = object.find("address"); it != object.end()) absl::Base64Unescape(it->get<std::string>(), &bytes);
+   if (auto it = object.find("address"); it != object.end())
+      absl::Base64Unescape(it->get<std::string>(), &bytes);
    return bytes;
 }
 
@@ -73,7 +82,8 @@ void toFriendly(const Descriptor& type, Json& value) {
       const FieldDescriptor* field = type.FindFieldByName(key);
       if (!field || field->cpp_type() != FieldDescriptor::CPPTYPE_MESSAGE || field->is_map()) continue;
       if (inner.is_array()) {
-         for (Json& element : inner) toFriendly(*field->message_type(), element);
+         for (Json& element : inner)
+            toFriendly(*field->message_type(), element);
       } else if (inner.is_object()) {
          toFriendly(*field->message_type(), inner);
       }
@@ -88,7 +98,8 @@ void messageFromJson(std::string_view what, std::string_view json, google::proto
    try {
       tree = Json::parse(json);
    } catch (const Json::parse_error& error) {
-      throw UsageError(fmt::format("{} is '{}', expected JSON of {}: error at byte {}", what, json, typeName, error.byte));
+      throw UsageError(fmt::format("{} is '{}', expected JSON of {}: error at byte {}", what, json, typeName,
+                                   error.byte));
    }
    if (!tree.is_object()) {
       throw UsageError(fmt::format("{} is '{}', expected a JSON object of {}", what, json, typeName));
@@ -97,7 +108,8 @@ void messageFromJson(std::string_view what, std::string_view json, google::proto
    message.Clear();
    auto status = google::protobuf::util::JsonStringToMessage(tree.dump(), &message);
    if (!status.ok()) {
-      throw UsageError(fmt::format("{} is '{}', expected JSON of {}: {}", what, json, typeName, status.message().as_string()));
+      throw UsageError(fmt::format("{} is '{}', expected JSON of {}: {}", what, json, typeName,
+                                   status.message().as_string()));
    }
 }
 
@@ -108,7 +120,8 @@ std::string messageToJson(const google::protobuf::Message& message) {
    std::string canonical;
    auto status = google::protobuf::util::MessageToJsonString(message, &canonical, options);
    if (!status.ok()) {
-      throw CallError(fmt::format("cannot print {}: {}", message.GetDescriptor()->name(), status.message().as_string()));
+      throw CallError(
+           fmt::format("cannot print {}: {}", message.GetDescriptor()->name(), status.message().as_string()));
    }
    Json tree = Json::parse(canonical);
    toFriendly(*message.GetDescriptor(), tree);

@@ -68,8 +68,8 @@ int connectTcp(const Target& console) {
 ConsoleClient::ConsoleClient(const Target& console, double timeoutSeconds) : where_(console.text()) {
    fd_ = console.kind == Target::Kind::tcp ? connectTcp(console) : connectUnix(console);
    if (fd_ < 0) {
-      throw CallError(fmt::format("console: cannot reach {}: {} (is the daemon running with --console {}?)", where_,
-                                  std::strerror(errno), where_));
+      throw CallError(fmt::format("console: cannot reach {}: {} (is the daemon running with --console {}?)",
+                                  where_, std::strerror(errno), where_));
    }
    timeval wait{};
    wait.tv_sec = static_cast<time_t>(timeoutSeconds);
@@ -91,7 +91,8 @@ void ConsoleClient::fill() {
    if (count == 0) throw CallError(fmt::format("console: {} closed the connection", where_));
    if (count < 0) {
       const bool late = errno == EAGAIN || errno == EWOULDBLOCK;
-      throw CallError(fmt::format("console: no answer from {}: {}", where_, late ? "timeout" : std::strerror(errno)));
+      throw CallError(
+           fmt::format("console: no answer from {}: {}", where_, late ? "timeout" : std::strerror(errno)));
    }
    buffer_.append(piece.data(), static_cast<size_t>(count));
 }
@@ -104,24 +105,28 @@ std::string ConsoleClient::readLine() {
          buffer_.erase(0, end + 1);
          return line;
       }
-      if (buffer_.size() > kLongestHeader) throw CallError(fmt::format("console: {} does not speak the console's protocol", where_));
+      if (buffer_.size() > kLongestHeader)
+         throw CallError(fmt::format("console: {} does not speak the console's protocol", where_));
       fill();
    }
 }
 
 std::string ConsoleClient::readBytes(size_t count) {
-   while (buffer_.size() < count) fill();
+   while (buffer_.size() < count)
+      fill();
    std::string bytes = buffer_.substr(0, count);
    buffer_.erase(0, count);
    return bytes;
 }
 
-ConsoleClient::Answer ConsoleClient::run(std::string_view command, const std::function<void(std::string_view)>& output) {
+ConsoleClient::Answer ConsoleClient::run(std::string_view command,
+                                         const std::function<void(std::string_view)>& output) {
    const std::string line = std::string(command) + "\n";
    for (size_t sent = 0; sent < line.size();) {
       const ssize_t count = send(fd_, line.data() + sent, line.size() - sent, MSG_NOSIGNAL);
       if (count < 0 && errno == EINTR) continue;
-      if (count < 0) throw CallError(fmt::format("console: cannot write to {}: {}", where_, std::strerror(errno)));
+      if (count < 0)
+         throw CallError(fmt::format("console: cannot write to {}: {}", where_, std::strerror(errno)));
       sent += static_cast<size_t>(count);
    }
    for (;;) {
@@ -132,7 +137,8 @@ ConsoleClient::Answer ConsoleClient::run(std::string_view command, const std::fu
       const char* const last = header.data() + header.size();
       if ((!isOutput && !header.starts_with("ERR ")) ||
           std::from_chars(header.data() + 4, last, count).ptr != last || count > kLongestPiece) {
-         throw CallError(fmt::format("console: {} does not speak the console's protocol: '{}'", where_, header));
+         throw CallError(
+              fmt::format("console: {} does not speak the console's protocol: '{}'", where_, header));
       }
       const std::string bytes = readBytes(count);
       if (!isOutput) return {.ok = false, .error = bytes};

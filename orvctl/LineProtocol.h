@@ -1,7 +1,7 @@
 // The console's line protocol, the client's side. A ConsoleClient is used from one thread.
 //
-// One command is one line. The answer is any number of "OUT <n>\n" with n bytes behind it, and then "OK\n", or
-// "ERR <n>\n" with n bytes of words.
+// One command is one line. The answer is any number of "OUT <n>\n" with n bytes behind it, and then "OK\n",
+// or "ERR <n>\n" with n bytes of words.
 #pragma once
 
 #include <functional>

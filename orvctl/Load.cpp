@@ -13,7 +13,8 @@ void countFailures(const pb::rpc_status_msg& reply, LoadResult& result) {
 }
 
 void countFailures(const pb::rpc_status_bulk_msg& reply, LoadResult& result) {
-   for (const auto& status : reply.statuses()) countFailures(status, result);
+   for (const auto& status : reply.statuses())
+      countFailures(status, result);
 }
 
 void countFailures(const pb::rpc_server_state_status_msg&, LoadResult&) {}

@@ -32,8 +32,8 @@ void countFailures(const OrvSdkRpc::pb::rpc_server_state_status_msg& reply, Load
 // The value at `fraction` (0 to 1) of the sorted order; reorders `samples`, which must not be empty.
 double percentile(std::vector<double>& samples, double fraction);
 
-// Makes `calls` calls with `start(context, request of call number i)` and at most `inFlight` at a time. Throws CallError
-// at the first call that gets no answer, after the others have ended.
+// Makes `calls` calls with `start(context, request of call number i)` and at most `inFlight` at a time.
+// Throws CallError at the first call that gets no answer, after the others have ended.
 template <typename Reply, typename Start>
 LoadResult runLoad(const Connection& connection, uint64_t calls, uint64_t inFlight, Start start,
                    const std::function<void(size_t)>& progress) {
@@ -59,7 +59,8 @@ LoadResult runLoad(const Connection& connection, uint64_t calls, uint64_t inFlig
       raw->reader->Finish(&raw->reply, &raw->status, raw);
    };
    const auto begin = std::chrono::steady_clock::now();
-   while (started < std::min(calls, inFlight)) startOne();
+   while (started < std::min(calls, inFlight))
+      startOne();
    uint64_t ended = 0;
    while (ended < started) {
       void* tag = nullptr;
@@ -71,7 +72,9 @@ LoadResult runLoad(const Connection& connection, uint64_t calls, uint64_t inFlig
          if (failure.ok()) failure = call->status;
          continue;
       }
-      latencies.push_back(std::chrono::duration<double, std::micro>(std::chrono::steady_clock::now() - call->started).count());
+      latencies.push_back(
+           std::chrono::duration<double, std::micro>(std::chrono::steady_clock::now() - call->started)
+                .count());
       countFailures(call->reply, result);
       progress(ended);
       if (started < calls && failure.ok()) startOne();

@@ -56,11 +56,14 @@ Availability judge(const pb::rpc_status_bulk_msg& reply) {
    return reply.statuses_size() == 1 ? judge(reply.statuses(0)) : Availability::available;
 }
 
-Availability judge(const pb::rpc_server_state_status_msg&) { return Availability::available; }
+Availability judge(const pb::rpc_server_state_status_msg&) {
+   return Availability::available;
+}
 
 template <typename Request, typename Reply>
 Availability ask(Connection& connection, const char* name,
-                 grpc::Status (Stub::*method)(grpc::ClientContext*, const Request&, Reply*), const Request& request) {
+                 grpc::Status (Stub::*method)(grpc::ClientContext*, const Request&, Reply*),
+                 const Request& request) {
    grpc::ClientContext context;
    connection.prepare(context);
    Reply reply;
@@ -70,14 +73,16 @@ Availability ask(Connection& connection, const char* name,
    return judge(reply);
 }
 
-// A watch has no answer of its own. It is opened, and a call behind it on the same connection is answered; a watch that
-// the server does not have has ended by then.
-Availability askWatch(Connection& connection, const std::string& path, const google::protobuf::Message& request) {
+// A watch has no answer of its own. It is opened, and a call behind it on the same connection is answered; a
+// watch that the server does not have has ended by then.
+Availability askWatch(Connection& connection, const std::string& path,
+                      const google::protobuf::Message& request) {
    HeldStream stream(connection, path, request);
-   // The end, where there is one, is on its way already; it may reach this queue a moment after the other answer.
+   // The end, where there is one, is on its way already; it may reach this queue a moment after the other
+   // answer.
    const auto end = stream.waitForEnd(std::chrono::system_clock::now() + std::chrono::milliseconds(50));
    return end && end->error_code() == grpc::StatusCode::UNIMPLEMENTED ? Availability::notInThisBuild
-                                                                     : Availability::available;
+                                                                      : Availability::available;
 }
 
 constexpr std::string_view kService = "OrvSdkRpc.pb.orvsdk_service";
@@ -91,7 +96,8 @@ Availability probeRpc(Connection& connection, const std::string& name) {
    }
    if (name == "ip_route") return ask(connection, "ip_route", &Stub::ip_route, refusedRoute());
    if (name == "ip_route_bulk") {
-      return ask(connection, "ip_route_bulk", &Stub::ip_route_bulk, bulkOf<pb::ip_route_bulk_msg>(refusedRoute()));
+      return ask(connection, "ip_route_bulk", &Stub::ip_route_bulk,
+                 bulkOf<pb::ip_route_bulk_msg>(refusedRoute()));
    }
    if (name == "nexthop_group_tunnel") {
       return ask(connection, "nexthop_group_tunnel", &Stub::nexthop_group_tunnel, refusedTunnel());
@@ -110,7 +116,8 @@ Availability probeRpc(Connection& connection, const std::string& name) {
    }
    if (name == "cbf_nexthop_group_redirect_bulk") {
       // Any bulk of redirects commits, so it is asked only where the single form is missing too.
-      const auto single = ask(connection, "cbf_nexthop_group_redirect", &Stub::cbf_nexthop_group_redirect, {});
+      const auto single =
+           ask(connection, "cbf_nexthop_group_redirect", &Stub::cbf_nexthop_group_redirect, {});
       if (single != Availability::notInThisBuild) return single;
       return ask(connection, "cbf_nexthop_group_redirect_bulk", &Stub::cbf_nexthop_group_redirect_bulk,
                  bulkOf<pb::cbf_nexthop_group_redirect_bulk_msg>(pb::cbf_nexthop_group_redirect_msg()));
@@ -128,7 +135,8 @@ Availability probeRpc(Connection& connection, const std::string& name) {
       return ask(connection, "get_rpc_server_state", &Stub::get_rpc_server_state, {});
    }
    if (name == "watch_rpc_server_alive") {
-      return askWatch(connection, "/OrvSdkRpc.pb.orvsdk_service/watch_rpc_server_alive", pb::rpc_server_alive_msg());
+      return askWatch(connection, "/OrvSdkRpc.pb.orvsdk_service/watch_rpc_server_alive",
+                      pb::rpc_server_alive_msg());
    }
    if (name == "watch_sbfd_echo_session_status_msgs") {
       return askWatch(connection, "/OrvSdkRpc.pb.orvsdk_service/watch_sbfd_echo_session_status_msgs",
@@ -142,7 +150,8 @@ Availability probeRpc(Connection& connection, const std::string& name) {
 void probe(Connection& connection, Catalog& catalog) {
    for (auto& service : catalog.services) {
       if (service.name != kService) continue;
-      for (auto& rpc : service.rpcs) rpc.availability = probeRpc(connection, rpc.name);
+      for (auto& rpc : service.rpcs)
+         rpc.availability = probeRpc(connection, rpc.name);
    }
 }
 

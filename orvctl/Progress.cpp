@@ -4,7 +4,8 @@
 
 namespace orvctl {
 
-Progress::Progress(std::ostream& out, bool enabled, size_t total) : out_(out), enabled_(enabled), total_(total) {}
+Progress::Progress(std::ostream& out, bool enabled, size_t total)
+     : out_(out), enabled_(enabled), total_(total) {}
 
 Progress::~Progress() {
    if (drawn_) out_ << "\r\x1b[K" << std::flush;
@@ -24,7 +25,8 @@ void Progress::doneIs(size_t done) {
 std::string progressLine(size_t done, size_t total, double perSecond, size_t cells) {
    const size_t filled = total == 0 ? cells : std::min(cells, done * cells / total);
    const size_t percent = total == 0 ? 100 : std::min<size_t>(100, done * 100 / total);
-   return fmt::format("[{:<{}}] {:>3}%  {}/{}  {:.0f}/s", std::string(filled, '#'), cells, percent, done, total, perSecond);
+   return fmt::format("[{:<{}}] {:>3}%  {}/{}  {:.0f}/s", std::string(filled, '#'), cells, percent, done,
+                      total, perSecond);
 }
 
 }  // namespace orvctl

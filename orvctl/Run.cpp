@@ -31,12 +31,16 @@ void addGlobals(CLI::App& app, Context& context) {
         ->envname("ORVCTL_TARGET")
         ->capture_default_str()
         ->type_name("ADDRESS");
-   app.add_option("--console", context.consoleText, "Console of the server [console.sock beside the target's socket]")
+   app.add_option("--console", context.consoleText,
+                  "Console of the server [console.sock beside the target's socket]")
         ->type_name("ADDRESS");
    app.add_option_function<std::string>(
            "--timeout",
-           [&context](const std::string& text) { context.timeoutSeconds = parseSeconds("--timeout", text); },
-           "Longest wait for one answer, in seconds [10]")
+           [&context](const std::string& text) {
+              context.timeoutSeconds = parseSeconds("--timeout", text);
+              context.timeoutGiven = true;
+           },
+           "Longest wait for one answer [10]; given, it also ends a stream")
         ->type_name("SECONDS");
    app.add_flag("--json", context.json, "Print results as JSON");
 }
@@ -92,7 +96,8 @@ int run(const std::vector<std::string>& arguments, const Streams& streams) {
       // A mistyped command is left over; CLI11 tells only that one is missing.
       const auto left = app.remaining(true);
       context.err << "orvctl: "
-                  << (left.empty() ? oneLine(error.what()) : fmt::format("'{}' is none of the commands", left.front()))
+                  << (left.empty() ? oneLine(error.what())
+                                   : fmt::format("'{}' is none of the commands", left.front()))
                   << "; see 'orvctl --help'\n";
       return kUsage;
    } catch (const CLI::ParseError& error) {

@@ -15,15 +15,16 @@ namespace {
 constexpr size_t kMaxUnixName = sizeof(sockaddr_un::sun_path) - 1;
 
 [[noreturn]] void refuse(std::string_view what, std::string_view text, std::string_view why = "") {
-   throw UsageError(fmt::format(
-        "{} is '{}', expected unix:PATH, unix-abstract:NAME or HOST:PORT{}{}", what, text, why.empty() ? "" : ": ", why));
+   throw UsageError(fmt::format("{} is '{}', expected unix:PATH, unix-abstract:NAME or HOST:PORT{}{}", what,
+                                text, why.empty() ? "" : ": ", why));
 }
 
 Target unixTarget(std::string_view what, std::string_view text, std::string_view path) {
    if (path.empty()) refuse(what, text, "the path is empty");
    std::string absolute = std::filesystem::absolute(std::filesystem::path(path)).string();
    if (absolute.size() > kMaxUnixName) {
-      refuse(what, text, fmt::format("the path has {} bytes, a unix socket's at most {}", absolute.size(), kMaxUnixName));
+      refuse(what, text,
+             fmt::format("the path has {} bytes, a unix socket's at most {}", absolute.size(), kMaxUnixName));
    }
    return {.kind = Target::Kind::unixPath, .name = std::move(absolute), .port = {}};
 }
@@ -46,18 +47,24 @@ std::string percentEncoded(std::string_view path) {
 
 std::string Target::channelAddress() const {
    switch (kind) {
-      case Kind::unixPath: return "unix:" + percentEncoded(name);
-      case Kind::unixAbstract: return "unix-abstract:" + percentEncoded(name);
-      case Kind::tcp: break;
+      case Kind::unixPath:
+         return "unix:" + percentEncoded(name);
+      case Kind::unixAbstract:
+         return "unix-abstract:" + percentEncoded(name);
+      case Kind::tcp:
+         break;
    }
    return "dns:///" + name + ":" + port;
 }
 
 std::string Target::text() const {
    switch (kind) {
-      case Kind::unixPath: return "unix:" + name;
-      case Kind::unixAbstract: return "unix-abstract:" + name;
-      case Kind::tcp: break;
+      case Kind::unixPath:
+         return "unix:" + name;
+      case Kind::unixAbstract:
+         return "unix-abstract:" + name;
+      case Kind::tcp:
+         break;
    }
    return name + ":" + port;
 }
@@ -68,7 +75,8 @@ Target parseTarget(std::string_view what, std::string_view text) {
       std::string_view path = text.substr(5);
       if (!path.starts_with("//")) return unixTarget(what, text, path);
       path.remove_prefix(2);
-      while (path.starts_with("/")) path.remove_prefix(1);
+      while (path.starts_with("/"))
+         path.remove_prefix(1);
       if (path.empty()) refuse(what, text, "the path is empty");
       return unixTarget(what, text, "/" + std::string(path));
    }
@@ -97,8 +105,8 @@ Target parseTarget(std::string_view what, std::string_view text) {
 
 Target consoleBeside(const Target& server) {
    if (server.kind != Target::Kind::unixPath) {
-      throw UsageError(fmt::format("--console is missing: no console stands beside '{}', expected --console ADDRESS",
-                                   server.text()));
+      throw UsageError(fmt::format(
+           "--console is missing: no console stands beside '{}', expected --console ADDRESS", server.text()));
    }
    Target console = server;
    console.name.resize(console.name.rfind('/') + 1);

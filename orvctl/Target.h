@@ -26,13 +26,13 @@ struct Target {
    bool operator==(const Target&) const = default;
 };
 
-// Reads "unix:PATH", "unix:///PATH", "unix-abstract:NAME", "HOST:PORT", "[IPV6]:PORT" or a bare path that begins
-// with "/" or ".". A relative path counts from the working directory; "unix://a/b" names /a/b.
-// `what` names the flag in the error. Throws UsageError.
+// Reads "unix:PATH", "unix:///PATH", "unix-abstract:NAME", "HOST:PORT", "[IPV6]:PORT" or a bare path that
+// begins with "/" or ".". A relative path counts from the working directory; "unix://a/b" names /a/b. `what`
+// names the flag in the error. Throws UsageError.
 Target parseTarget(std::string_view what, std::string_view text);
 
-// The console beside a server: "console.sock" in the directory of its socket. Throws UsageError for a target without a
-// path, which has no such neighbour.
+// The console beside a server: "console.sock" in the directory of its socket. Throws UsageError for a target
+// without a path, which has no such neighbour.
 Target consoleBeside(const Target& server);
 
 }  // namespace orvctl

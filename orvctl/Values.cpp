@@ -51,7 +51,8 @@ void split(std::string_view text, char separator, Each each) {
 uint64_t parseNumber(std::string_view what, std::string_view text, uint64_t low, uint64_t high) {
    uint64_t number = 0;
    auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-   if (text.empty() || error != std::errc() || end != text.data() + text.size() || number < low || number > high) {
+   if (text.empty() || error != std::errc() || end != text.data() + text.size() || number < low ||
+       number > high) {
       refuse(what, text, fmt::format("a number from {} to {}", low, high));
    }
    return number;
@@ -60,8 +61,10 @@ uint64_t parseNumber(std::string_view what, std::string_view text, uint64_t low,
 double parseSeconds(std::string_view what, std::string_view text) {
    constexpr double kDay = 86400;
    double seconds = 0;
-   auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), seconds, std::chars_format::fixed);
-   if (text.empty() || error != std::errc() || end != text.data() + text.size() || !(seconds > 0) || seconds > kDay) {
+   auto [end, error] =
+        std::from_chars(text.data(), text.data() + text.size(), seconds, std::chars_format::fixed);
+   if (text.empty() || error != std::errc() || end != text.data() + text.size() || !(seconds > 0) ||
+       seconds > kDay) {
       refuse(what, text, "seconds above 0, at most 86400");
    }
    return seconds;
@@ -84,7 +87,8 @@ pb::ip_address_msg parseAddress(std::string_view what, std::string_view text) {
 
 pb::ip_prefix_msg parsePrefix(std::string_view what, std::string_view text) {
    const size_t slash = text.find('/');
-   if (slash == std::string_view::npos || slash == 0) refuse(what, text, "a prefix such as 10.0.0.0/8 or 2001:db8::/32");
+   if (slash == std::string_view::npos || slash == 0)
+      refuse(what, text, "a prefix such as 10.0.0.0/8 or 2001:db8::/32");
    std::string bytes;
    uint64_t length = 0;
    try {
@@ -116,7 +120,8 @@ std::string prefixText(const pb::ip_prefix_msg& prefix) {
 }
 
 pb::nexthop_msg parseNexthop(std::string_view what, std::string_view text) {
-   constexpr std::string_view kKeys = "comma-separated intf=NAME, address=IP, labels=L/L…, op=OPERATION, weight=N";
+   constexpr std::string_view kKeys =
+        "comma-separated intf=NAME, address=IP, labels=L/L…, op=OPERATION, weight=N";
    pb::nexthop_msg nexthop;
    nexthop.set_weight(1);
    if (text.empty()) refuse(what, text, kKeys);

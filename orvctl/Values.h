@@ -1,6 +1,6 @@
 // Words from the command line and from input lines, turned into wire values.
-// Free functions without state, safe from any thread. All throw UsageError with one line that names the value and
-// what was expected; `what` names the flag, argument or field.
+// Free functions without state, safe from any thread. All throw UsageError with one line that names the value
+// and what was expected; `what` names the flag, argument or field.
 #pragma once
 
 #include <cstdint>
@@ -29,8 +29,8 @@ OrvSdkRpc::pb::ip_prefix_msg parsePrefix(std::string_view what, std::string_view
 std::string addressText(const OrvSdkRpc::pb::ip_address_msg& address);
 std::string prefixText(const OrvSdkRpc::pb::ip_prefix_msg& prefix);
 
-// "intf=Ethernet1,address=10.0.0.1,labels=100/200,op=push,weight=2". Every key may be left out; weight is then 1 and
-// op is none. Labels stand as in the message, the outermost last.
+// "intf=Ethernet1,address=10.0.0.1,labels=100/200,op=push,weight=2". Every key may be left out; weight is
+// then 1 and op is none. Labels stand as in the message, the outermost last.
 OrvSdkRpc::pb::nexthop_msg parseNexthop(std::string_view what, std::string_view text);
 
 // "KEY=VALUE"; the value may be empty and may hold further "=".

@@ -1,6 +1,7 @@
 #include "orvsdkrpcd/Daemon.h"
 
 #include <sys/resource.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <csignal>
@@ -29,7 +30,8 @@ constexpr rlim_t kLeastFiles = 64;
 class HostedAgent final : public OrvSdkRpc::Agent {
 public:
    HostedAgent(orv::sdk& sdk, const Settings& settings, std::function<void()> onInitialized)
-        : Agent(sdk, settings.listen.text, settings.bfd, settings.fib), onInitialized_(std::move(onInitialized)) {}
+        : Agent(sdk, settings.listen.text, settings.bfd, settings.fib),
+          onInitialized_(std::move(onInitialized)) {}
 
    void on_initialized() override {
       Agent::on_initialized();
@@ -53,8 +55,8 @@ std::unique_ptr<softswitch::SoftSwitch> openSwitch(const Settings& settings, con
    }
 }
 
-// The console listens before the state directory is opened, so that an address that is refused leaves nothing behind; its
-// commands are answered once there is a switch.
+// The console listens before the state directory is opened, so that an address that is refused leaves nothing
+// behind; its commands are answered once there is a switch.
 class Console {
 public:
    explicit Console(const Settings& settings) {
@@ -92,6 +94,10 @@ std::string lockOwner(const ListenAddress& listen) {
    return owner.find_first_not_of("0123456789") == std::string::npos ? owner : std::string();
 }
 
+bool fileExists(const std::string& path) {
+   return access(path.c_str(), F_OK) == 0;
+}
+
 // Waits, on a thread of its own, for the server to take calls or to fail.
 class StartWatch {
 public:
@@ -119,7 +125,11 @@ private:
          return;
       }
       if (stopping_) return;
-      if (agent.addresses().empty()) {
+      if (agent.addresses().empty() && !settings_.listen.socketPath.empty() &&
+          !fileExists(settings_.listen.socketPath + ".lock")) {
+         log_(fmt::format("--listen is '{}', expected a place where a lock file can be made",
+                          settings_.listen.text));
+      } else if (agent.addresses().empty()) {
          const std::string owner = lockOwner(settings_.listen);
          log_(fmt::format("--listen is '{}', expected an address that is not in use{}", settings_.listen.text,
                           owner.empty() ? "" : ": process " + owner + " has it"));
@@ -150,7 +160,8 @@ void raiseFileLimit() {
    rlimit limit{};
    if (getrlimit(RLIMIT_NOFILE, &limit) != 0) return;
    if (limit.rlim_max < kLeastFiles) {
-      throw UsageError(fmt::format("the limit of open files is {}, expected at least {}", limit.rlim_max, kLeastFiles));
+      throw UsageError(
+           fmt::format("the limit of open files is {}, expected at least {}", limit.rlim_max, kLeastFiles));
    }
    limit.rlim_cur = limit.rlim_max;
    setrlimit(RLIMIT_NOFILE, &limit);
@@ -173,6 +184,7 @@ int serve(const Settings& settings, const Log& log) {
       health.stop();
       sdk->stop();
    });
+   if (!settings.bfd) log("without --bfd the programming API is not served");
    int code = kStopped;
    try {
       sdk->mainLoop();

@@ -20,12 +20,13 @@ enum ExitCode : int {
 // Takes one line for the operator, from any thread.
 using Log = std::function<void(std::string_view)>;
 
-// Raises the limit of open files as far as it goes, since every client needs one. Throws UsageError where the limit is
-// too low to serve at all.
+// Raises the limit of open files as far as it goes, since every client needs one. Throws UsageError where the
+// limit is too low to serve at all.
 void raiseFileLimit();
 
-// Runs until TERM, INT or a failure. Called once, on the main thread, before there are others. Throws UsageError when
-// the state directory or the console's address cannot be used; returns an exit code otherwise.
+// Runs until TERM, INT or a failure. Called once, on the main thread, before there are others. Throws
+// UsageError when the state directory or the console's address cannot be used; returns an exit code
+// otherwise.
 int serve(const Settings& settings, const Log& log);
 
 }  // namespace orvsdkrpcd

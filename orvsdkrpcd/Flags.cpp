@@ -32,15 +32,21 @@ void addFlags(CLI::App& app, Flags& flags) {
    app.add_flag("--fib", flags.fib, "Serve the FIB API");
    app.add_option("--console", flags.console, "Address of the console: unix:PATH or HOST:PORT [no console]")
         ->type_name("ADDRESS");
-   app.add_option("--toggles", flags.toggles, "Directory of feature toggle files, {\"NAME\": true|false} each")
+   app.add_option("--toggles", flags.toggles,
+                  "Directory of feature toggle files, {\"NAME\": true|false} each")
         ->type_name("DIR");
-   app.add_option("--topology", flags.topology, "JSON file with the switch's interfaces [a built-in switch of 64 ports]")
+   app.add_option("--topology", flags.topology,
+                  "JSON file with the switch's interfaces [a built-in switch of 64 ports]")
         ->type_name("FILE");
-   app.add_option("--trace", flags.trace, "Trace to stderr: NAME/LEVELS,… such as 'OrvSdkRpc/0-1,*/0'")->type_name("SPEC");
-   app.add_option("--durability", flags.durability,
-                  "lazy: what was acknowledged survives the end of the process; sync: the end of the machine too")
-        ->capture_default_str()->type_name("lazy|sync");
-   app.add_flag("--stay", flags.stay, "Stay up without a server when the address is in use, instead of ending");
+   app.add_option("--trace", flags.trace, "Trace to stderr: NAME/LEVELS,… such as 'OrvSdkRpc/0-1,*/0'")
+        ->type_name("SPEC");
+   app.add_option(
+           "--durability", flags.durability,
+           "lazy: what was acknowledged survives the end of the process; sync: the end of the machine too")
+        ->capture_default_str()
+        ->type_name("lazy|sync");
+   app.add_flag("--stay", flags.stay,
+                "Stay up without a server when the address is in use, instead of ending");
    app.set_config("--config", "", "File with the same names")->type_name("FILE");
    app.allow_config_extras(CLI::config_extras_mode::error);
 }

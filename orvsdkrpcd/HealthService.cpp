@@ -33,10 +33,12 @@ HealthService::Status HealthService::statusOf(const std::string& service) const 
    return serving_ && !stopped_ ? HealthCheckResponse::SERVING : HealthCheckResponse::NOT_SERVING;
 }
 
-grpc::Status HealthService::Check(grpc::ServerContext*, const HealthCheckRequest* request, HealthCheckResponse* response) {
+grpc::Status HealthService::Check(grpc::ServerContext*, const HealthCheckRequest* request,
+                                  HealthCheckResponse* response) {
    const std::lock_guard lock(mutex_);
    const Status status = statusOf(request->service());
-   if (status == HealthCheckResponse::SERVICE_UNKNOWN) return {grpc::StatusCode::NOT_FOUND, "service name unknown"};
+   if (status == HealthCheckResponse::SERVICE_UNKNOWN)
+      return {grpc::StatusCode::NOT_FOUND, "service name unknown"};
    response->set_status(status);
    return grpc::Status::OK;
 }
@@ -63,7 +65,8 @@ grpc::Status HealthService::Watch(grpc::ServerContext* context, const HealthChec
       changed_.wait_for(lock, kCancelCheck);
    }
    --watches_;
-   return stopped_ ? grpc::Status(grpc::StatusCode::UNAVAILABLE, "the server is stopping") : grpc::Status::CANCELLED;
+   return stopped_ ? grpc::Status(grpc::StatusCode::UNAVAILABLE, "the server is stopping")
+                   : grpc::Status::CANCELLED;
 }
 
 }  // namespace orvsdkrpcd

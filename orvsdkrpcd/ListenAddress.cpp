@@ -25,7 +25,8 @@ void requirePlainBytes(std::string_view flag, std::string_view value) {
    if (value.find('%') != std::string_view::npos) {
       refuse(flag, value, "an address without '%', which gRPC would decode and the lock would not");
    }
-   if (std::any_of(value.begin(), value.end(), [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7f; })) {
+   if (std::any_of(value.begin(), value.end(),
+                   [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7f; })) {
       refuse(flag, value, "an address without control characters");
    }
 }
@@ -48,12 +49,14 @@ ListenAddress parseTcp(std::string_view flag, std::string_view value) {
    if (host == "localhost") host = "127.0.0.1";
    in_addr parsed{};
    if (inet_pton(AF_INET, host.c_str(), &parsed) != 1) {
-      refuse(flag, value, "unix:PATH, unix-abstract:NAME or IPV4:PORT (the agent probes IPv4 addresses only)");
+      refuse(flag, value,
+             "unix:PATH, unix-abstract:NAME or IPV4:PORT (the agent probes IPv4 addresses only)");
    }
    const std::string_view digits = value.substr(colon + 1);
    unsigned port = 0;
    auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), port);
-   if (digits.empty() || error != std::errc() || end != digits.data() + digits.size() || port == 0 || port > 65535) {
+   if (digits.empty() || error != std::errc() || end != digits.data() + digits.size() || port == 0 ||
+       port > 65535) {
       refuse(flag, value, "a port from 1 to 65535");
    }
    return {.text = fmt::format("{}:{}", host, port), .socketPath = {}};
@@ -66,7 +69,8 @@ ListenAddress parseListenAddress(std::string_view flag, std::string_view value) 
    if (value.starts_with("unix:")) return parseUnix(flag, value, value.substr(5));
    if (value.starts_with("unix-abstract:")) {
       const size_t length = value.size() - std::string_view("unix-abstract:").size();
-      if (length == 0 || length > kMaxUnixName) refuse(flag, value, fmt::format("a name of 1 to {} bytes", kMaxUnixName));
+      if (length == 0 || length > kMaxUnixName)
+         refuse(flag, value, fmt::format("a name of 1 to {} bytes", kMaxUnixName));
       return {.text = std::string(value), .socketPath = {}};
    }
    return parseTcp(flag, value);
@@ -74,12 +78,13 @@ ListenAddress parseListenAddress(std::string_view flag, std::string_view value) 
 
 void requireSocketPlace(std::string_view flag, std::string_view value, const std::string& path) {
    const std::string directory = std::filesystem::path(path).parent_path().string();
-   struct stat info{};
+   struct stat info {};
    if (stat(directory.c_str(), &info) != 0 || !S_ISDIR(info.st_mode)) {
       refuse(flag, value, fmt::format("a path in an existing directory, and '{}' is none", directory));
    }
    if (access(directory.c_str(), W_OK | X_OK) != 0) {
-      refuse(flag, value, fmt::format("a path in a writable directory: {}: {}", directory, std::strerror(errno)));
+      refuse(flag, value,
+             fmt::format("a path in a writable directory: {}: {}", directory, std::strerror(errno)));
    }
    if (lstat(path.c_str(), &info) == 0 && !S_ISSOCK(info.st_mode)) {
       refuse(flag, value, "a free path or a socket's, and there is something else already");

@@ -6,7 +6,8 @@
 
 namespace orvsdkrpcd {
 
-// Runs one command line, without the program's name; returns the exit code (Daemon.h). Main thread, once in a process.
+// Runs one command line, without the program's name; returns the exit code (Daemon.h). Main thread, once in a
+// process.
 int run(const std::vector<std::string>& arguments);
 
 }  // namespace orvsdkrpcd

@@ -26,7 +26,9 @@ public:
    bool has_sync_methods() const override { return true; }
 };
 
-std::unique_ptr<grpc::ServerBuilderPlugin> makeHealthPlugin() { return std::make_unique<HealthPlugin>(); }
+std::unique_ptr<grpc::ServerBuilderPlugin> makeHealthPlugin() {
+   return std::make_unique<HealthPlugin>();
+}
 
 }  // namespace
 

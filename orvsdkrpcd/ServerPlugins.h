@@ -5,8 +5,8 @@
 
 namespace orvsdkrpcd {
 
-// Takes effect for servers built afterwards; further calls do nothing. The health service is SERVING as soon as a server has
-// started. It lives as long as the process.
+// Takes effect for servers built afterwards; further calls do nothing. The health service is SERVING as soon
+// as a server has started. It lives as long as the process.
 HealthService& installServerPlugins();
 
 }  // namespace orvsdkrpcd

@@ -20,11 +20,12 @@ namespace fs = std::filesystem;
 // The switch makes the directory, but not the way to it.
 std::string checkStateDir(const std::string& value) {
    if (value.empty()) refuse("--state-dir", value, "the directory of the switch's state");
-   struct stat info{};
+   struct stat info {};
    if (stat(value.c_str(), &info) == 0) {
       if (!S_ISDIR(info.st_mode)) refuse("--state-dir", value, "a directory, and there is something else");
       if (access(value.c_str(), R_OK | W_OK | X_OK) != 0) {
-         refuse("--state-dir", value, fmt::format("a readable and writable directory: {}", std::strerror(errno)));
+         refuse("--state-dir", value,
+                fmt::format("a readable and writable directory: {}", std::strerror(errno)));
       }
       return value;
    }
@@ -33,12 +34,14 @@ std::string checkStateDir(const std::string& value) {
    if (!path.has_filename()) path = path.parent_path();
    const std::string parent = path.parent_path().string();
    if (access(parent.c_str(), W_OK | X_OK) != 0) {
-      refuse("--state-dir", value, fmt::format("a directory, or a place to make one: {}: {}", parent, std::strerror(errno)));
+      refuse("--state-dir", value,
+             fmt::format("a directory, or a place to make one: {}: {}", parent, std::strerror(errno)));
    }
    return value;
 }
 
-std::optional<softswitch::console::Address> checkConsole(const std::string& value, const ListenAddress& listen) {
+std::optional<softswitch::console::Address> checkConsole(const std::string& value,
+                                                         const ListenAddress& listen) {
    if (value.empty()) return std::nullopt;
    try {
       auto address = softswitch::console::Address::parse(value);
@@ -65,10 +68,11 @@ Settings checkFlags(const Flags& flags) {
    settings.listen = parseListenAddress("--listen", flags.listen);
    if (!settings.listen.socketPath.empty()) {
       requireSocketPlace("--listen", flags.listen, settings.listen.socketPath);
-      struct stat info{};
+      struct stat info {};
       if (lstat((settings.listen.socketPath + ".lock").c_str(), &info) == 0 && !S_ISREG(info.st_mode)) {
-         refuse("--listen", flags.listen, fmt::format("a lock file at '{}.lock', and there is something else",
-                                                      settings.listen.socketPath));
+         refuse("--listen", flags.listen,
+                fmt::format("a lock file at '{}.lock', and there is something else",
+                            settings.listen.socketPath));
       }
    }
    settings.stateDir = checkStateDir(flags.stateDir);

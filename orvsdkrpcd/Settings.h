@@ -39,12 +39,12 @@ struct Settings {
    bool stay = false;
 };
 
-// Reads the command line, without the program's name, and the config file that it may name. Returns nothing when the
-// line asked for help or the version, which is then in `answer`. Throws UsageError.
+// Reads the command line, without the program's name, and the config file that it may name. Returns nothing
+// when the line asked for help or the version, which is then in `answer`. Throws UsageError.
 std::optional<Flags> readFlags(const std::vector<std::string>& arguments, std::string& answer);
 
-// Checks every value and reads the files that flags name; creates nothing. Feature toggles and trace levels, which are
-// settings of the process, are in force afterwards. Throws UsageError.
+// Checks every value and reads the files that flags name; creates nothing. Feature toggles and trace levels,
+// which are settings of the process, are in force afterwards. Throws UsageError.
 Settings checkFlags(const Flags& flags);
 
 }  // namespace orvsdkrpcd

@@ -50,12 +50,14 @@ void StopSignals::stop() {
 }
 
 void StopSignals::run() {
-   std::array<pollfd, 2> fds{{{.fd = signalFd_, .events = POLLIN, .revents = 0}, {.fd = stopFd_, .events = POLLIN, .revents = 0}}};
+   std::array<pollfd, 2> fds{
+        {{.fd = signalFd_, .events = POLLIN, .revents = 0}, {.fd = stopFd_, .events = POLLIN, .revents = 0}}};
    for (;;) {
       if (poll(fds.data(), fds.size(), -1) < 0 && errno != EINTR) return;
       if (fds[1].revents) return;
       signalfd_siginfo info{};
-      while (read(signalFd_, &info, sizeof(info)) == sizeof(info)) onSignal_(static_cast<int>(info.ssi_signo));
+      while (read(signalFd_, &info, sizeof(info)) == sizeof(info))
+         onSignal_(static_cast<int>(info.ssi_signo));
    }
 }
 

@@ -1,7 +1,7 @@
 // TERM and INT, taken by a thread of their own.
 //
-// Thread-safety: constructed and destroyed by the main thread, before it starts and after it has ended other threads: the
-// signals are blocked in the constructing thread and in those that it starts later.
+// Thread-safety: constructed and destroyed by the main thread, before it starts and after it has ended other
+// threads: the signals are blocked in the constructing thread and in those that it starts later.
 #pragma once
 
 #include <functional>
@@ -17,7 +17,8 @@ public:
    StopSignals(const StopSignals&) = delete;
    StopSignals& operator=(const StopSignals&) = delete;
 
-   // From here on `onSignal(number)` is called, on the signals' thread, for each one, those included that came before.
+   // From here on `onSignal(number)` is called, on the signals' thread, for each one, those included that
+   // came before.
    void start(std::function<void(int)> onSignal);
    // Ends the thread; nothing is called any more.
    void stop();

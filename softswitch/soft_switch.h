@@ -62,10 +62,36 @@ class SoftSwitch final : public orv::sdk {
    SoftSwitch(const SoftSwitch&) = delete;
    SoftSwitch& operator=(const SoftSwitch&) = delete;
 
-   // Runs until stop(). Once in the life of a switch.
+   // Runs until stop(). Once in the life of a switch. What a handler throws comes out of here.
    void mainLoop();
-   // Ends mainLoop() in order.
+   // Ends mainLoop() in order. Called a second time, without waiting for acknowledgements.
    void stop() noexcept;
+
+   std::string name() const override;
+   orv::acl_mgr* get_acl_mgr() override;
+   orv::agent_mgr* get_agent_mgr() override;
+   orv::bfd_session_mgr* get_bfd_session_mgr() override;
+   orv::bgp_mgr* get_bgp_mgr() override;
+   orv::bgp_path_mgr* get_bgp_path_mgr() override;
+   orv::class_map_mgr* get_class_map_mgr() override;
+   orv::cmdapi_mgr* get_cmdapi_mgr() override;
+   orv::eth_lag_intf_mgr* get_eth_lag_intf_mgr() override;
+   orv::eth_phy_intf_mgr* get_eth_phy_intf_mgr() override;
+   orv::eth_phy_intf_counter_mgr* get_eth_phy_intf_counter_mgr() override;
+   orv::intf_mgr* get_intf_mgr() override;
+   orv::intf_counter_mgr* get_intf_counter_mgr() override;
+   orv::ip_intf_mgr* get_ip_intf_mgr() override;
+   orv::ip_route_mgr* get_ip_route_mgr() override;
+   orv::macsec_mgr* get_macsec_mgr() override;
+   orv::mount_mgr* get_mount_mgr() override;
+   orv::mpls_route_mgr* get_mpls_route_mgr() override;
+   orv::mpls_vrf_label_mgr* get_mpls_vrf_label_mgr() override;
+   orv::nexthop_group_mgr* get_nexthop_group_mgr() override;
+   orv::nexthop_group_tunnel_mgr* get_nexthop_group_tunnel_mgr() override;
+   orv::policy_map_mgr* get_policy_map_mgr() override;
+   orv::vrf_mgr* get_vrf_mgr() override;
+   orv::fib_mgr* get_fib_mgr(orv::mgr_mode_type_t mode) override;
+   orv::intf_counter_mgr* get_intf_counter_mgr_with_mode(orv::mgr_mode_type_t mode) override;
 
    // The managers as themselves, for the console.
    AclMgr& acls();

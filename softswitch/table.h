@@ -72,13 +72,20 @@ class Table {
       return it == rows_.end() ? nullptr : &it->second.row;
    }
 
+   // The first row at or behind `key`.
+   Item atOrAfter(const Key& key) const {
+      const auto it = rows_.lower_bound(key);
+      return it == rows_.end() ? Item{} : Item{&it->first, &it->second.row};
+   }
+
    // Throws orv::error when the table or the disk is full, orv::invalid_argument_error when the key is too long.
    Change set(const Key& key, Row row) {
       const auto it = rows_.find(key);
       if (it != rows_.end()) {
          if constexpr (std::equality_comparable<Row>) {
             if (it->second.row == row) {
-               it->second.mark = epoch_;
+               // Assigned all the same: a row may have parts that do not count as a difference.
+               it->second = Slot{std::move(row), epoch_};
                return Change::none;
             }
          }
@@ -119,6 +126,8 @@ class Table {
       resyncing_ = true;
    }
    bool resyncing() const { return resyncing_; }
+   // Counts the resyncs; a row set now is marked with this number.
+   std::uint32_t epoch() const { return epoch_; }
 
    // Removes every row that was not set since resyncInit(), in key order; nothing without one. Calls
    // `removed(key, row)` after each removal. A large number is removed in several transactions.

@@ -25,16 +25,18 @@ int alive(Context& context, double seconds) {
    print(context, "open", fmt::format("open: {} is alive", where));
    std::optional<std::chrono::system_clock::time_point> deadline;
    if (seconds > 0) {
-      deadline = std::chrono::system_clock::now() +
-                 std::chrono::duration_cast<std::chrono::system_clock::duration>(std::chrono::duration<double>(seconds));
+      deadline =
+           std::chrono::system_clock::now() + std::chrono::duration_cast<std::chrono::system_clock::duration>(
+                                                   std::chrono::duration<double>(seconds));
    }
    const auto end = stream.waitForEnd(deadline);
    if (!end) {
       print(context, "still_alive", fmt::format("still alive after {} s", seconds));
       return kOk;
    }
-   print(context, "gone", fmt::format("gone: {} went away ({}: {})", where, grpcCodeName(end->error_code()),
-                                      end->error_message()));
+   print(context, "gone",
+         fmt::format("gone: {} went away ({}: {})", where, grpcCodeName(end->error_code()),
+                     end->error_message()));
    return kUnreachable;
 }
 
@@ -42,7 +44,8 @@ int alive(Context& context, double seconds) {
 
 void addAliveCommand(CLI::App& app, Context& context) {
    auto* command = app.add_subcommand("alive", "Hold the alive watch open until the server goes away");
-   command->footer("Prints \"open\" when the server holds the watch and \"gone\" when it breaks; then exits with 3.");
+   command->footer(
+        "Prints \"open\" when the server holds the watch and \"gone\" when it breaks; then exits with 3.");
    auto seconds = std::make_shared<double>(0);
    command
         ->add_option_function<std::string>(

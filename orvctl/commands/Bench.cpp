@@ -28,8 +28,10 @@ class RouteSource {
 public:
    RouteSource(const Flags& flags) : flags_(flags) {
       const std::string bytes = parseAddressBytes("--first", flags.first);
-      if (bytes.size() != 4) throw UsageError(fmt::format("--first is '{}', expected an IPv4 address", flags.first));
-      for (const char byte : bytes) first_ = first_ << 8 | static_cast<unsigned char>(byte);
+      if (bytes.size() != 4)
+         throw UsageError(fmt::format("--first is '{}', expected an IPv4 address", flags.first));
+      for (const char byte : bytes)
+         first_ = first_ << 8 | static_cast<unsigned char>(byte);
       if (flags.count - 1 > UINT32_MAX - first_) {
          throw UsageError(fmt::format("--count is '{}', expected at most {} from {} on", flags.count,
                                       uint64_t{UINT32_MAX} - first_ + 1, flags.first));
@@ -39,7 +41,8 @@ public:
    void fill(uint64_t index, bool deletes, pb::ip_route_msg& route) const {
       const auto address = static_cast<uint32_t>(first_ + index);
       std::string bytes(4, '\0');
-      for (unsigned i = 0; i < 4; ++i) bytes[i] = static_cast<char>(address >> (24 - 8 * i));
+      for (unsigned i = 0; i < 4; ++i)
+         bytes[i] = static_cast<char>(address >> (24 - 8 * i));
       route.mutable_prefix()->mutable_network()->set_address(std::move(bytes));
       route.mutable_prefix()->set_prefix_length(32);
       if (deletes) return;
@@ -52,22 +55,32 @@ private:
    uint64_t first_ = 0;
 };
 
-void print(Context& context, std::string_view name, const Flags& flags, uint64_t items, const LoadResult& result) {
+void print(Context& context, std::string_view name, const Flags& flags, uint64_t items,
+           const LoadResult& result) {
    const double rate = static_cast<double>(items) / result.seconds;
    if (context.json) {
-      context.out << nlohmann::ordered_json{{"what", name}, {"items", items}, {"calls", result.calls},
-                                            {"in_flight", flags.inFlight}, {"seconds", result.seconds},
-                                            {"items_per_second", rate}, {"p50_us", result.p50}, {"p99_us", result.p99},
-                                            {"failed_items", result.failedItems}, {"first_failure", result.firstFailure}}
+      context.out << nlohmann::ordered_json{{"what", name},
+                                            {"items", items},
+                                            {"calls", result.calls},
+                                            {"in_flight", flags.inFlight},
+                                            {"seconds", result.seconds},
+                                            {"items_per_second", rate},
+                                            {"p50_us", result.p50},
+                                            {"p99_us", result.p99},
+                                            {"failed_items", result.failedItems},
+                                            {"first_failure", result.firstFailure}}
                           .dump()
                   << '\n';
       return;
    }
-   context.out << fmt::format("{}: {} items in {} calls, {} in flight: {:.0f} items/s, {:.0f} calls/s; per call p50 {:.0f} µs, p99 {:.0f} µs\n",
-                              name, items, result.calls, flags.inFlight, rate,
-                              static_cast<double>(result.calls) / result.seconds, result.p50, result.p99);
+   context.out << fmt::format(
+        "{}: {} items in {} calls, {} in flight: {:.0f} items/s, {:.0f} calls/s; per call p50 {:.0f} µs, p99 "
+        "{:.0f} µs\n",
+        name, items, result.calls, flags.inFlight, rate, static_cast<double>(result.calls) / result.seconds,
+        result.p50, result.p99);
    if (result.failedItems) {
-      context.err << fmt::format("{}: {} items failed, the first with {}\n", name, result.failedItems, result.firstFailure);
+      context.err << fmt::format("{}: {} items failed, the first with {}\n", name, result.failedItems,
+                                 result.firstFailure);
    }
 }
 
@@ -82,7 +95,8 @@ LoadResult runReads(Context& context, Connection& connection, const Flags& flags
         [&](size_t done) { bar.doneIs(done); });
 }
 
-LoadResult runRoutes(Context& context, Connection& connection, const Flags& flags, const RouteSource& source, bool deletes) {
+LoadResult runRoutes(Context& context, Connection& connection, const Flags& flags, const RouteSource& source,
+                     bool deletes) {
    Progress bar(context.err, context.interactive && !context.json, flags.count);
    return runLoad<pb::rpc_status_msg>(
         connection, flags.count, flags.inFlight,
@@ -94,7 +108,8 @@ LoadResult runRoutes(Context& context, Connection& connection, const Flags& flag
         [&](size_t done) { bar.doneIs(done); });
 }
 
-LoadResult runBulks(Context& context, Connection& connection, const Flags& flags, const RouteSource& source, bool deletes) {
+LoadResult runBulks(Context& context, Connection& connection, const Flags& flags, const RouteSource& source,
+                    bool deletes) {
    const uint64_t calls = (flags.count + flags.batch - 1) / flags.batch;
    Progress bar(context.err, context.interactive && !context.json, flags.count);
    return runLoad<pb::rpc_status_bulk_msg>(
@@ -102,7 +117,8 @@ LoadResult runBulks(Context& context, Connection& connection, const Flags& flags
         [&](grpc::ClientContext* call, uint64_t number, grpc::CompletionQueue* queue) {
            pb::ip_route_bulk_msg bulk;
            const uint64_t end = std::min(flags.count, (number + 1) * flags.batch);
-           for (uint64_t i = number * flags.batch; i < end; ++i) source.fill(i, deletes, *bulk.add_bulk());
+           for (uint64_t i = number * flags.batch; i < end; ++i)
+              source.fill(i, deletes, *bulk.add_bulk());
            return connection.programming().Asyncip_route_bulk(call, bulk, queue);
         },
         [&](size_t done) { bar.doneIs(std::min(flags.count, done * flags.batch)); });
@@ -115,7 +131,8 @@ int bench(Context& context, const Flags& flags) {
       print(context, "read", flags, flags.count, result);
       return kOk;
    }
-   if (flags.group.empty()) throw UsageError("--nhg is missing, expected the nexthop group that the routes point at");
+   if (flags.group.empty())
+      throw UsageError("--nhg is missing, expected the nexthop group that the routes point at");
    const RouteSource source(flags);
    auto round = [&](bool deletes) {
       return flags.what == "route" ? runRoutes(context, connection, flags, source, deletes)
@@ -133,13 +150,19 @@ int bench(Context& context, const Flags& flags) {
 
 void addBenchCommand(CLI::App& app, Context& context) {
    auto* command = app.add_subcommand("bench", "Load the server and print rates");
-   command->footer("read asks for no note at all and changes nothing. route and bulk program host routes from --first on (the "
-                   "default range is set aside for benchmarks, RFC 2544) and delete them again; they need an init first.");
+   command->footer(
+        "read asks for no note at all and changes nothing. route and bulk program host routes from --first "
+        "on (the "
+        "default range is set aside for benchmarks, RFC 2544) and delete them again; they need an init "
+        "first.");
    auto flags = std::make_shared<Flags>();
-   command->add_option("what", flags->what, "read, route (one per call) or bulk")->capture_default_str()
-        ->check(CLI::IsMember({"read", "route", "bulk"}))->type_name("WHAT");
+   command->add_option("what", flags->what, "read, route (one per call) or bulk")
+        ->capture_default_str()
+        ->check(CLI::IsMember({"read", "route", "bulk"}))
+        ->type_name("WHAT");
    addNumber(*command, "-n,--count", flags->count, 1, UINT32_MAX, "Items [10000]");
-   addNumber(*command, "--in-flight", flags->inFlight, 1, 100000, "Calls that wait for their answer at a time [1]");
+   addNumber(*command, "--in-flight", flags->inFlight, 1, 100000,
+             "Calls that wait for their answer at a time [1]");
    addNumber(*command, "--batch", flags->batch, 1, 100000, "Items per call of bulk [1000]");
    command->add_option("--nhg", flags->group, "Nexthop group of the routes")->type_name("NAME");
    addNumber(*command, "--tag", flags->tag, 0, UINT32_MAX, "Tag of the routes [0]");

@@ -23,7 +23,8 @@ std::string slurp(std::istream& source) {
 }
 
 std::string requestText(Context& context, const std::string& data, const std::string& dataFile) {
-   if (!data.empty() && !dataFile.empty()) throw UsageError("--data-file stands beside JSON, expected one or the other");
+   if (!data.empty() && !dataFile.empty())
+      throw UsageError("--data-file stands beside JSON, expected one or the other");
    if (data == "-" || dataFile == "-") return slurp(context.in);
    if (dataFile.empty()) return data.empty() ? "{}" : data;
    std::ifstream file(dataFile);
@@ -50,29 +51,37 @@ int call(Context& context, const std::string& name, const std::string& json) {
       return hasInBandFailure(*reply) ? kRefused : kOk;
    }
    bool failed = false;
-   const auto status = connection.stream(methodPath(method), *request, *reply, [&] {
+   const auto each = [&] {
       context.out << messageToJson(*reply) << std::endl;
       failed = failed || hasInBandFailure(*reply);
       return context.out.good();
-   });
-   connection.require(method.name(), status);
+   };
+   const auto status = connection.stream(methodPath(method), *request, *reply, each, context.timeoutGiven);
+   const bool timeIsUp = context.timeoutGiven && status.error_code() == grpc::StatusCode::DEADLINE_EXCEEDED;
+   if (!timeIsUp) connection.require(method.name(), status);
    return failed ? kRefused : kOk;
 }
 
 }  // namespace
 
 void addCallCommand(CLI::App& app, Context& context) {
-   auto* command = app.add_subcommand("call", "Call any RPC with a JSON request; a stream prints one JSON per line");
+   auto* command =
+        app.add_subcommand("call", "Call any RPC with a JSON request; a stream prints one JSON per line");
    struct Flags {
       std::string name, data, dataFile;
    };
    auto flags = std::make_shared<Flags>();
-   command->footer("Addresses and prefixes may be text: {\"prefix\":\"192.0.2.0/24\"}. The exit code is 1 where the reply "
-                   "holds a failure.");
-   command->add_option("rpc", flags->name, "SERVICE/METHOD, or METHOD where only one service has it")->required()
+   command->footer(
+        "Addresses and prefixes may be text: {\"prefix\":\"192.0.2.0/24\"}. The exit code is 1 where the "
+        "reply "
+        "holds a failure.");
+   command->add_option("rpc", flags->name, "SERVICE/METHOD, or METHOD where only one service has it")
+        ->required()
         ->type_name("RPC");
-   command->add_option("json", flags->data, "Request; - for stdin, nothing for an empty one")->type_name("JSON");
-   command->add_option("-f,--data-file", flags->dataFile, "File that holds the request; - for stdin")->type_name("FILE");
+   command->add_option("json", flags->data, "Request; - for stdin, nothing for an empty one")
+        ->type_name("JSON");
+   command->add_option("-f,--data-file", flags->dataFile, "File that holds the request; - for stdin")
+        ->type_name("FILE");
    onChosen(context, *command, [&context, flags] {
       return call(context, flags->name, requestText(context, flags->data, flags->dataFile));
    });

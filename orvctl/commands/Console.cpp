@@ -7,8 +7,10 @@ namespace orvctl {
 
 void addConsoleCommand(CLI::App& app, Context& context) {
    auto* command = app.add_subcommand("console", "Run a command of the switch's console");
-   command->footer("The words of the command may be quoted or not: orvctl console show ip route summary. With - commands are "
-                   "read from stdin, one per line, up to the first that is refused.");
+   command->footer(
+        "The words of the command may be quoted or not: orvctl console show ip route summary. With - "
+        "commands are "
+        "read from stdin, one per line, up to the first that is refused.");
    auto words = std::make_shared<std::vector<std::string>>();
    command->add_option("command", *words, "Command, or - for stdin")->required()->type_name("WORDS");
    onChosen(context, *command, [&context, words] {
@@ -30,8 +32,10 @@ void addConsoleCommand(CLI::App& app, Context& context) {
          return kOk;
       }
       std::string line;
-      for (const auto& word : *words) line += (line.empty() ? "" : " ") + word;
-      if (line.find('\n') != std::string::npos) throw UsageError("the command has a line break, expected one line");
+      for (const auto& word : *words)
+         line += (line.empty() ? "" : " ") + word;
+      if (line.find('\n') != std::string::npos)
+         throw UsageError("the command has a line break, expected one line");
       ConsoleClient client(console, context.timeoutSeconds);
       return runOne(client, line);
    });

@@ -17,8 +17,11 @@ void printJson(Context& context, const Catalog& catalog) {
          nlohmann::ordered_json available = nullptr;
          if (rpc.availability == Availability::available) available = true;
          if (rpc.availability == Availability::notInThisBuild) available = false;
-         rpcs.push_back({{"name", rpc.name}, {"request", rpc.request}, {"reply", rpc.reply},
-                         {"reply_stream", rpc.replyStream}, {"available", available}});
+         rpcs.push_back({{"name", rpc.name},
+                         {"request", rpc.request},
+                         {"reply", rpc.reply},
+                         {"reply_stream", rpc.replyStream},
+                         {"available", available}});
       }
       tree.push_back({{"service", service.name}, {"rpcs", rpcs}});
    }
@@ -27,10 +30,13 @@ void printJson(Context& context, const Catalog& catalog) {
 
 std::string_view mark(Availability availability) {
    switch (availability) {
-      case Availability::notInThisBuild: return "   [not available in this build]";
-      case Availability::notKnownBeforeInit: return "   [not known before init]";
+      case Availability::notInThisBuild:
+         return "   [not available in this build]";
+      case Availability::notKnownBeforeInit:
+         return "   [not known before init]";
       case Availability::available:
-      case Availability::notProbed: break;
+      case Availability::notProbed:
+         break;
    }
    return "";
 }
@@ -39,8 +45,8 @@ void printText(Context& context, const Catalog& catalog) {
    for (const auto& service : catalog.services) {
       context.out << service.name << '\n';
       for (const auto& rpc : service.rpcs) {
-         context.out << fmt::format("  {}({}) -> {}{}{}\n", rpc.name, rpc.request, rpc.replyStream ? "stream " : "", rpc.reply,
-                                    mark(rpc.availability));
+         context.out << fmt::format("  {}({}) -> {}{}{}\n", rpc.name, rpc.request,
+                                    rpc.replyStream ? "stream " : "", rpc.reply, mark(rpc.availability));
       }
    }
 }
@@ -49,10 +55,14 @@ void printText(Context& context, const Catalog& catalog) {
 
 void addListCommand(CLI::App& app, Context& context) {
    auto* command = app.add_subcommand("list", "List the services and RPCs of the server");
-   command->footer("The list is the server's own, by reflection. Each RPC of the programming service is then asked something "
-                   "that cannot change anything (a request that is refused for its content, or that asks for nothing), and "
-                   "one that answers so is marked \"not available in this build\". Some servers tell only after an init. rpc_server_init and rpc_server_resync are "
-                   "not asked: every request of them has an effect. --json says true, false, or null where not known.");
+   command->footer(
+        "The list is the server's own, by reflection. Each RPC of the programming service is then asked "
+        "something "
+        "that cannot change anything (a request that is refused for its content, or that asks for nothing), "
+        "and "
+        "one that answers so is marked \"not available in this build\". Some servers tell only after an "
+        "init. rpc_server_init and rpc_server_resync are "
+        "not asked: every request of them has an effect. --json says true, false, or null where not known.");
    auto noProbe = std::make_shared<bool>(false);
    command->add_flag("--no-probe", *noProbe, "Do not find out what the server's build leaves out");
    onChosen(context, *command, [&context, noProbe] {

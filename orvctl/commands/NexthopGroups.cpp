@@ -29,8 +29,11 @@ int send(Context& context, const BulkPlan<pb::nexthop_group_bulk_msg>& plan) {
    Progress bar(context.err, context.interactive && !context.json, plan.size());
    const auto result = sendBulk(
         plan,
-        [&](const auto& request) { return connection.call("nexthop_group_bulk", &Stub::nexthop_group_bulk, request); },
-        [](const pb::nexthop_group_msg& item) { return item.name(); }, [&](size_t done) { bar.doneIs(done); });
+        [&](const auto& request) {
+           return connection.call("nexthop_group_bulk", &Stub::nexthop_group_bulk, request);
+        },
+        [](const pb::nexthop_group_msg& item) { return item.name(); },
+        [&](size_t done) { bar.doneIs(done); });
    return reportBulk(context, result);
 }
 
@@ -65,12 +68,15 @@ int set(Context& context, const Flags& flags) {
       }
       return send(context, planFromFile(context, flags, false));
    }
-   if (flags.names.empty()) throw UsageError("NAME is missing, expected 'nhg set NAME --nexthop …' or 'nhg set --file FILE'");
+   if (flags.names.empty())
+      throw UsageError("NAME is missing, expected 'nhg set NAME --nexthop …' or 'nhg set --file FILE'");
    if (flags.nexthops.empty()) throw UsageError("--nexthop is missing, expected at least one");
    pb::nexthop_group_msg group;
    group.set_name(flags.names.front());
-   for (const auto& text : flags.nexthops) *group.add_nexthops() = parseNexthop("--nexthop", text);
-   for (const auto& text : flags.backups) *group.add_backup_nexthops() = parseNexthop("--backup", text);
+   for (const auto& text : flags.nexthops)
+      *group.add_nexthops() = parseNexthop("--nexthop", text);
+   for (const auto& text : flags.backups)
+      *group.add_backup_nexthops() = parseNexthop("--backup", text);
    group.set_counters_unshared(flags.countersUnshared);
    group.set_autosize(flags.autosize);
    return sendOne(context, group);
@@ -81,7 +87,8 @@ int del(Context& context, const Flags& flags) {
       if (!flags.names.empty()) throw UsageError("--file stands beside NAME, expected one or the other");
       return send(context, planFromFile(context, flags, true));
    }
-   if (flags.names.empty()) throw UsageError("NAME is missing, expected 'nhg del NAME…' or 'nhg del --file FILE'");
+   if (flags.names.empty())
+      throw UsageError("NAME is missing, expected 'nhg del NAME…' or 'nhg del --file FILE'");
    BulkPlan<pb::nexthop_group_bulk_msg> plan(flags.batch);
    for (size_t i = 0; i < flags.names.size(); ++i) {
       pb::nexthop_group_msg group;
@@ -103,21 +110,31 @@ void addNexthopGroupCommand(CLI::App& app, Context& context) {
    auto* setCommand = command->add_subcommand("set", "Add a group, or replace it as a whole");
    setCommand->add_option("name", flags->names, "Group")->expected(0, 1)->type_name("NAME");
    setCommand
-        ->add_option("-n,--nexthop", flags->nexthops,
-                     "One entry: intf=NAME,address=IP,labels=L/L…,op=none|push|pop|swap|forward,weight=N; repeatable")
-        ->expected(1)->take_all()->type_name("ENTRY");
+        ->add_option(
+             "-n,--nexthop", flags->nexthops,
+             "One entry: intf=NAME,address=IP,labels=L/L…,op=none|push|pop|swap|forward,weight=N; repeatable")
+        ->expected(1)
+        ->take_all()
+        ->type_name("ENTRY");
    setCommand->add_option("--backup", flags->backups, "One backup entry, in the same form; repeatable")
-        ->expected(1)->take_all()->type_name("ENTRY");
-   setCommand->add_flag("--counters-unshared", flags->countersUnshared, "Count apart from groups of the same entries");
-   setCommand->add_flag("--autosize", flags->autosize, "Let the switch shrink the group to the entries that resolve");
-   setCommand->add_option("-f,--file", flags->file, "Many groups: one JSON nexthop_group_msg per line; - for stdin")
+        ->expected(1)
+        ->take_all()
+        ->type_name("ENTRY");
+   setCommand->add_flag("--counters-unshared", flags->countersUnshared,
+                        "Count apart from groups of the same entries");
+   setCommand->add_flag("--autosize", flags->autosize,
+                        "Let the switch shrink the group to the entries that resolve");
+   setCommand
+        ->add_option("-f,--file", flags->file,
+                     "Many groups: one JSON nexthop_group_msg per line; - for stdin")
         ->type_name("FILE");
    addNumber(*setCommand, "--batch", flags->batch, 1, 100000, "Groups per request with --file [1000]");
    onChosen(context, *setCommand, [&context, flags] { return set(context, *flags); });
 
    auto* delCommand = command->add_subcommand("del", "Delete groups");
    delCommand->add_option("names", flags->names, "Groups")->type_name("NAME");
-   delCommand->add_option("-f,--file", flags->file, "Many groups: one name or JSON per line; - for stdin")->type_name("FILE");
+   delCommand->add_option("-f,--file", flags->file, "Many groups: one name or JSON per line; - for stdin")
+        ->type_name("FILE");
    addNumber(*delCommand, "--batch", flags->batch, 1, 100000, "Groups per request [1000]");
    onChosen(context, *delCommand, [&context, flags] { return del(context, *flags); });
 }

@@ -28,8 +28,10 @@ int send(Context& context, const Plan& plan) {
    auto connection = context.connect();
    Progress bar(context.err, context.interactive && !context.json, plan.size());
    const auto result = sendBulk(
-        plan, [&](const auto& request) { return connection.call("ip_route_bulk", &Stub::ip_route_bulk, request); },
-        [](const pb::ip_route_msg& item) { return prefixText(item.prefix()); }, [&](size_t done) { bar.doneIs(done); });
+        plan,
+        [&](const auto& request) { return connection.call("ip_route_bulk", &Stub::ip_route_bulk, request); },
+        [](const pb::ip_route_msg& item) { return prefixText(item.prefix()); },
+        [&](size_t done) { bar.doneIs(done); });
    return reportBulk(context, result);
 }
 
@@ -38,7 +40,8 @@ int sendOne(Context& context, const pb::ip_route_msg& request) {
    const auto status = connection.call("ip_route", &Stub::ip_route, request);
    if (context.json) context.out << messageToJson(status) << '\n';
    if (status.status() == pb::RPC_STATUS_OK) return kOk;
-   if (!context.json) context.err << fmt::format("{}: {}\n", prefixText(request.prefix()), statusText(status));
+   if (!context.json)
+      context.err << fmt::format("{}: {}\n", prefixText(request.prefix()), statusText(status));
    return kRefused;
 }
 
@@ -61,11 +64,13 @@ pb::ip_route_msg routeFromLine(const std::string& where, std::string_view line, 
       std::string_view rest = line;
       *route.mutable_prefix() = parsePrefix(where, nextWord(rest));
       route.set_nexthop_group_name(std::string(nextWord(rest)));
-      if (!rest.empty()) route.set_tag(static_cast<uint32_t>(parseNumber(where + " tag", rest, 0, UINT32_MAX)));
+      if (!rest.empty())
+         route.set_tag(static_cast<uint32_t>(parseNumber(where + " tag", rest, 0, UINT32_MAX)));
    }
    if (route.nexthop_group_name().empty()) {
-      throw UsageError(fmt::format("{} is '{}', expected 'PREFIX NHG [TAG]' or a JSON ip_route_msg with nexthop_group_name",
-                                   where, line));
+      throw UsageError(fmt::format(
+           "{} is '{}', expected 'PREFIX NHG [TAG]' or a JSON ip_route_msg with nexthop_group_name", where,
+           line));
    }
    return route;
 }
@@ -92,8 +97,10 @@ int del(Context& context, const Flags& flags) {
       });
       return send(context, plan);
    }
-   if (flags.prefixes.empty()) throw UsageError("PREFIX is missing, expected 'route del PREFIX…' or 'route del --file FILE'");
-   for (size_t i = 0; i < flags.prefixes.size(); ++i) add("PREFIX", flags.prefixes[i], i + 1);
+   if (flags.prefixes.empty())
+      throw UsageError("PREFIX is missing, expected 'route del PREFIX…' or 'route del --file FILE'");
+   for (size_t i = 0; i < flags.prefixes.size(); ++i)
+      add("PREFIX", flags.prefixes[i], i + 1);
    return plan.size() == 1 ? sendOne(context, plan.requests().front().bulk(0)) : send(context, plan);
 }
 
@@ -105,7 +112,9 @@ void addRouteCommand(CLI::App& app, Context& context) {
    auto flags = std::make_shared<Flags>();
 
    auto* addCommand = command->add_subcommand("add", "Point a prefix at a nexthop group");
-   addCommand->add_option("prefix", flags->prefixes, "Prefix, such as 192.0.2.0/24")->required()->expected(1)
+   addCommand->add_option("prefix", flags->prefixes, "Prefix, such as 192.0.2.0/24")
+        ->required()
+        ->expected(1)
         ->type_name("PREFIX");
    addCommand->add_option("--nhg", flags->group, "Nexthop group")->required()->type_name("NAME");
    addNumber(*addCommand, "--tag", flags->tag, 0, UINT32_MAX, "Tag of the route [0]");
@@ -127,7 +136,8 @@ void addRouteCommand(CLI::App& app, Context& context) {
 
    auto* loadCommand = command->add_subcommand("load", "Add many routes from a file");
    loadCommand->add_option("file", flags->file, "Lines 'PREFIX NHG [TAG]' or JSON ip_route_msg; - for stdin")
-        ->required()->type_name("FILE");
+        ->required()
+        ->type_name("FILE");
    addNumber(*loadCommand, "--tag", flags->tag, 0, UINT32_MAX, "Tag of routes whose line has none [0]");
    addNumber(*loadCommand, "--batch", flags->batch, 1, 100000, "Routes per request [1000]");
    onChosen(context, *loadCommand, [&context, flags] { return load(context, *flags); });

@@ -67,15 +67,18 @@ int setState(Context& context, const pb::rpc_server_state_config_msg& request) {
 
 int getState(Context& context, const std::vector<std::string>& keys) {
    pb::rpc_server_state_status_msg request;
-   for (const auto& key : keys) request.add_key_value_pairs()->set_key(key);
+   for (const auto& key : keys)
+      request.add_key_value_pairs()->set_key(key);
    auto connection = context.connect();
    auto reply = connection.call("get_rpc_server_state", &Stub::get_rpc_server_state, request);
    if (context.json) {
       nlohmann::ordered_json values = nlohmann::ordered_json::object();
-      for (const auto& pair : reply.key_value_pairs()) values[pair.key()] = pair.value();
+      for (const auto& pair : reply.key_value_pairs())
+         values[pair.key()] = pair.value();
       context.out << values.dump() << '\n';
    } else {
-      for (const auto& pair : reply.key_value_pairs()) context.out << pair.key() << '=' << pair.value() << '\n';
+      for (const auto& pair : reply.key_value_pairs())
+         context.out << pair.key() << '=' << pair.value() << '\n';
    }
    if (static_cast<size_t>(reply.key_value_pairs_size()) < keys.size()) {
       context.err << fmt::format("the server answered {} of {} keys: it met an error at '{}'\n",
@@ -89,11 +92,13 @@ int getState(Context& context, const std::vector<std::string>& keys) {
 }  // namespace
 
 void addInitCommand(CLI::App& app, Context& context) {
-   auto* command = app.add_subcommand("init", "Tell the server how to work with its controller; learn what exists");
+   auto* command =
+        app.add_subcommand("init", "Tell the server how to work with its controller; learn what exists");
    auto request = std::make_shared<pb::rpc_server_config_msg>();
    auto tag = std::make_shared<uint32_t>(0);
    auto policyMap = std::make_shared<std::string>();
-   addNumber(*command, "--tag", *tag, 0, UINT32_MAX, "Tag that every route of the controller carries; 0: any");
+   addNumber(*command, "--tag", *tag, 0, UINT32_MAX,
+             "Tag that every route of the controller carries; 0: any");
    command->add_option("--policy-map", *policyMap, "Policy map of the CBF redirects")->type_name("NAME");
    onChosen(context, *command, [&context, request, tag, policyMap] {
       request->set_ip_route_tag(*tag);
@@ -108,9 +113,8 @@ void addResyncCommand(CLI::App& app, Context& context) {
    onChosen(context, *command->add_subcommand("start", "Begin the replay"), [&context] {
       return resync(context, pb::rpc_server_resync_msg::RESYNC_START, "resync started");
    });
-   onChosen(context, *command->add_subcommand("end", "End it: remove what was not replayed"), [&context] {
-      return resync(context, pb::rpc_server_resync_msg::RESYNC_END, "resync ended");
-   });
+   onChosen(context, *command->add_subcommand("end", "End it: remove what was not replayed"),
+            [&context] { return resync(context, pb::rpc_server_resync_msg::RESYNC_END, "resync ended"); });
 }
 
 void addStateCommand(CLI::App& app, Context& context) {
@@ -136,7 +140,8 @@ void addStateCommand(CLI::App& app, Context& context) {
    del->add_option("keys", *words, "Keys to delete")->required()->type_name("KEY");
    onChosen(context, *del, [&context, words] {
       pb::rpc_server_state_config_msg request;
-      for (const auto& word : *words) request.add_deletes()->set_key(word);
+      for (const auto& word : *words)
+         request.add_deletes()->set_key(word);
       return setState(context, request);
    });
 }

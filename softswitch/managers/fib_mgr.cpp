@@ -128,6 +128,7 @@ orv::fib_fec_t FibMgr::fib_fec(const orv::fib_fec_key_t& key) const {
       case FecKind::nexthopGroup:
          if (number > groupNames_.bound() || groups_.programmed(static_cast<NameId>(number)) == nullptr) return {};
          return groupFec(static_cast<NameId>(number));
+      case FecKind::mplsHops: break;
    }
    return {};
 }

@@ -4,27 +4,16 @@
 // hops resolves, or it drops or punts), and no route of the same prefix with a smaller preference has. Its
 // FEC is the group's, or one of its own when it has hops; a route that drops or punts has none.
 //
-// FEC numbers carry their kind in the top eight bits: 1 hops of one route, 3 a nexthop group.
-//
 // Thread-safety: guarded by the SDK's lock.
 #pragma once
 
-#include <cstdint>
-
 #include "orv/fib.h"
 #include "orv/intf.h"
+#include "softswitch/fec.h"
 #include "softswitch/managers/ip_route_mgr.h"
 #include "softswitch/managers/nexthop_group_mgr.h"
 
 namespace softswitch {
-
-enum class FecKind : std::uint8_t { hops = 1, nexthopGroup = 3 };
-
-constexpr std::uint64_t fecId(FecKind kind, std::uint64_t number) {
-   return static_cast<std::uint64_t>(kind) << 56 | number;
-}
-constexpr FecKind fecKind(std::uint64_t id) { return static_cast<FecKind>(id >> 56); }
-constexpr std::uint64_t fecNumber(std::uint64_t id) { return id & 0x00ff'ffff'ffff'ffff; }
 
 class FibMgr final : public orv::fib_mgr, public RouteObserver, public GroupObserver {
   public:

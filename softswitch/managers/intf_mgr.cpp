@@ -158,7 +158,8 @@ void IntfMgr::linkIs(const orv::intf_id_t& intf, bool up) {
 const IntfMgr::Intf& IntfMgr::find(const orv::intf_id_t& intf) const {
    const auto found = intfs_.find(intf);
    if (found == intfs_.end()) {
-      throw orv::invalid_argument_error(fmt::format("unknown interface {}", intf.to_string().empty() ? "(none)" : intf.to_string()));
+      throw orv::invalid_argument_error(
+           fmt::format("unknown interface {}", intf.to_string().empty() ? "(none)" : intf.to_string()));
    }
    return found->second;
 }

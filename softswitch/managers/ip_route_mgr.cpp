@@ -218,6 +218,16 @@ Action IpRouteMgr::action(const orv::ip_route_key_t& key, const std::string& vrf
    return row == nullptr ? Action::forward : row->action;
 }
 
+std::size_t IpRouteMgr::routesIn(const std::string& vrf_name) const {
+   orv::sdk_lock_check();
+   NameId vrf;
+   if (!vrfNumber(vrf_name, vrf)) return 0;
+   std::size_t count = 0;
+   for (IpRouteTable::Cursor cursor(table_, vrf); cursor.next() != nullptr;)
+      ++count;
+   return count;
+}
+
 void IpRouteMgr::ip_route_set(const orv::ip_route_t& route) {
    orv::sdk_lock_check();
    set(route, nullptr, Names::none);

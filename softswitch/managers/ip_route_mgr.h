@@ -83,6 +83,8 @@ public:
    // The action that a route was set with, for `show`; forward for one that is not there.
    orv::ip_route_action_t action(const orv::ip_route_key_t& key, const std::string& vrf_name) const;
 
+   std::size_t routesIn(const std::string& vrf_name) const;
+
    void observe(RouteObserver& observer) { observer_ = &observer; }
    IpRouteTable& table() { return table_; }
    const IpRouteTable& table() const { return table_; }

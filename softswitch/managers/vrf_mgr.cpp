@@ -55,7 +55,7 @@ void VrfMgr::vrfDel(const std::string& name) {
    require(name);
    for (const auto& usage : usages_) {
       if (const auto words = usage(name); !words.empty()) {
-         throw orv::invalid_argument_error(fmt::format("VRF '{}' cannot be removed, it has {}", name, words));
+         throw orv::invalid_argument_error(fmt::format("VRF {} cannot be removed, it has {}", name, words));
       }
    }
    config_.erase(name);

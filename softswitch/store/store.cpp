@@ -126,13 +126,16 @@ MDB_dbi Store::handle(Database db) {
 
 // The directory is marked before anything is written to it for the first time.
 void Store::mark() {
+   if (env_ == nullptr) {
+      throw StoreError(Trouble::unusable, fmt::format("state directory '{}' is closed: the switch has stopped",
+                                                      path().string()));
+   }
    if (options_.durability == Durability::sync && directory_.mustSync()) check(mdb_env_sync(env_, 1), "sync");
    directory_.markInUse(options_.durability);
    marked_ = true;
 }
 
 void Store::begin() {
-   if (!marked_) mark();
    check(mdb_txn_begin(env_, nullptr, 0, &txn_), "begin of a transaction");
    MDB_envinfo info;
    check(mdb_env_info(env_, &info), "query of the environment");
@@ -140,6 +143,8 @@ void Store::begin() {
 }
 
 void Store::put(Database db, std::string_view key, std::string_view row) {
+   if (!marked_) [[unlikely]]
+      mark();
    if (key.size() > maxKeyBytes) {
       throw StoreError(Trouble::tooLong, fmt::format("a key of {} bytes is longer than the store takes ({})",
                                                      key.size(), maxKeyBytes));
@@ -167,6 +172,8 @@ void Store::write(Database db, std::string_view key, std::string_view row) noexc
 
 void Store::del(Database db, std::string_view key) {
    if (key.size() > maxKeyBytes || !databases_[db.index].there) return;
+   if (!marked_) [[unlikely]]
+      mark();
    makeRoom(worstPages(1, 0), 0);
    if (txn_ == nullptr) begin();
    MDB_val k{key.size(), const_cast<char*>(key.data())};
@@ -177,6 +184,7 @@ void Store::del(Database db, std::string_view key) {
 
 void Store::clear(Database db) {
    if (!databases_[db.index].there) return;
+   if (!marked_) mark();
    const bool fresh = txn_ == nullptr;
    if (fresh) {
       makeRoom(worstPages(1, 0), 0);
@@ -248,13 +256,14 @@ void Store::closeClean() {
       throw StoreError(Trouble::unusable, fmt::format("state directory '{}' cannot be synced: {}",
                                                       path().string(), std::strerror(errno)));
    }
-   marked_ = true;
+   marked_ = false;
    mdb_env_close(env_);
    env_ = nullptr;
+   room_ = allocatedPages_ = 0;
    directory_.markClean();
 }
 
-std::size_t Store::bytesInUse() const { return pagesNow() * pageBytes_; }
+std::size_t Store::bytesInUse() const { return env_ == nullptr ? 0 : pagesNow() * pageBytes_; }
 
 StoreError Store::damaged(std::string_view what) const {
    return {Trouble::damaged, fmt::format("state directory '{}' is damaged: {}", path().string(), what)};

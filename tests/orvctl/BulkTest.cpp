@@ -20,12 +20,15 @@ pb::ip_route_msg route(uint32_t tag) {
    return message;
 }
 
-std::string describe(const pb::ip_route_msg& item) { return std::to_string(item.tag()); }
+std::string describe(const pb::ip_route_msg& item) {
+   return std::to_string(item.tag());
+}
 
 TEST(Bulk, ItemsAreCutIntoRequestsInOrder) {
    Plan plan(2);
    EXPECT_TRUE(plan.requests().empty());
-   for (uint32_t i = 0; i < 5; ++i) plan.add(route(i), i + 10);
+   for (uint32_t i = 0; i < 5; ++i)
+      plan.add(route(i), i + 10);
    EXPECT_EQ(plan.size(), 5U);
    EXPECT_EQ(plan.line(4), 14U);
    ASSERT_EQ(plan.requests().size(), 3U);
@@ -36,7 +39,8 @@ TEST(Bulk, ItemsAreCutIntoRequestsInOrder) {
 
 TEST(Bulk, AFailedItemIsKnownByItsLine) {
    Plan plan(2);
-   for (uint32_t i = 0; i < 5; ++i) plan.add(route(i), i * 2 + 1);
+   for (uint32_t i = 0; i < 5; ++i)
+      plan.add(route(i), i * 2 + 1);
    std::vector<size_t> progress;
    const auto result = sendBulk(
         plan,
@@ -58,7 +62,9 @@ TEST(Bulk, AFailedItemIsKnownByItsLine) {
 TEST(Bulk, AReplyWithTooFewStatusesIsNoAnswer) {
    Plan plan(2);
    plan.add(route(0), 1);
-   EXPECT_THROW(sendBulk(plan, [](const auto&) { return pb::rpc_status_bulk_msg(); }, describe, [](size_t) {}), CallError);
+   EXPECT_THROW(sendBulk(
+                     plan, [](const auto&) { return pb::rpc_status_bulk_msg(); }, describe, [](size_t) {}),
+                CallError);
 }
 
 class Lines : public testing::Test {

@@ -21,8 +21,9 @@ std::string completions(const std::string& line) {
    }();
    const systest::TempDir directory;
    std::ofstream(directory / "completion.bash") << script;
-   const std::string command = "bash -c 'source " + directory / "completion.bash" + "; COMP_WORDS=(" + line +
-                               "); COMP_CWORD=$((${#COMP_WORDS[@]} - 1)); _orvctl 2>/dev/null; echo \"${COMPREPLY[*]}\"'";
+   const std::string command =
+        "bash -c 'source " + directory / "completion.bash" + "; COMP_WORDS=(" + line +
+        "); COMP_CWORD=$((${#COMP_WORDS[@]} - 1)); _orvctl 2>/dev/null; echo \"${COMPREPLY[*]}\"'";
    FILE* const pipe = popen(command.c_str(), "r");
    std::array<char, 4096> buffer{};
    const size_t count = fread(buffer.data(), 1, buffer.size(), pipe);

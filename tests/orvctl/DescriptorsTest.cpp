@@ -21,12 +21,14 @@ TEST(Descriptors, TheProgrammingServiceHasEighteenRpcs) {
 }
 
 TEST(Descriptors, AnUnknownNameIsRefused) {
-   for (const char* name : {"", "nope", "nope/ip_route", "orvsdk_service/nope", "orvsdk_service/", "/ip_route"}) {
+   for (const char* name :
+        {"", "nope", "nope/ip_route", "orvsdk_service/nope", "orvsdk_service/", "/ip_route"}) {
       try {
          findMethod(name);
          FAIL() << "'" << name << "' was found";
       } catch (const UsageError& error) {
-         EXPECT_TRUE(std::string(error.what()).starts_with(std::string("the RPC is '") + name + "', expected SERVICE/METHOD"));
+         EXPECT_TRUE(std::string(error.what())
+                          .starts_with(std::string("the RPC is '") + name + "', expected SERVICE/METHOD"));
       }
    }
 }

@@ -33,8 +33,8 @@ TEST(JsonText, APrefixIsTextOrTheCanonicalObject) {
    const auto text = read<pb::ip_route_msg>(R"({"prefix":"10.0.0.0/8","nexthop_group_name":"g"})");
    const auto canonical = read<pb::ip_route_msg>(
         R"({"prefix":{"network":{"address":"CgAAAA=="},"prefix_length":8},"nexthopGroupName":"g"})");
-   const auto mixed =
-        read<pb::ip_route_msg>(R"({"prefix":{"network":"10.0.0.0","prefixLength":8},"nexthop_group_name":"g"})");
+   const auto mixed = read<pb::ip_route_msg>(
+        R"({"prefix":{"network":"10.0.0.0","prefixLength":8},"nexthop_group_name":"g"})");
    EXPECT_EQ(prefixText(text.prefix()), "10.0.0.0/8");
    EXPECT_TRUE(google::protobuf::util::MessageDifferencer::Equals(text, canonical));
    EXPECT_TRUE(google::protobuf::util::MessageDifferencer::Equals(text, mixed));
@@ -58,9 +58,11 @@ TEST(JsonText, WhatIsPrintedReadsBackAlike) {
    const std::string text = messageToJson(group);
    EXPECT_NE(text.find(R"("address":"2001:db8::1")"), std::string::npos) << text;
    EXPECT_EQ(text.find('\n'), std::string::npos);
-   EXPECT_TRUE(google::protobuf::util::MessageDifferencer::Equals(read<pb::nexthop_group_msg>(text), group)) << text;
+   EXPECT_TRUE(google::protobuf::util::MessageDifferencer::Equals(read<pb::nexthop_group_msg>(text), group))
+        << text;
 
-   const auto route = read<pb::ip_route_msg>(R"({"prefix":"2001:db8::/32","tag":7,"nexthop_group_name":"g"})");
+   const auto route =
+        read<pb::ip_route_msg>(R"({"prefix":"2001:db8::/32","tag":7,"nexthop_group_name":"g"})");
    const std::string routeText = messageToJson(route);
    EXPECT_NE(routeText.find(R"("prefix":"2001:db8::/32")"), std::string::npos) << routeText;
    EXPECT_TRUE(google::protobuf::util::MessageDifferencer::Equals(read<pb::ip_route_msg>(routeText), route));
@@ -78,7 +80,8 @@ TEST(JsonText, RefusalsNameTheValueAndWhatWasExpected) {
    EXPECT_NE(refusal<pb::ip_route_msg>(R"({"prefx":"10.0.0.0/8"})").find("prefx"), std::string::npos);
    EXPECT_NE(refusal<pb::ip_route_msg>(R"({"tag":-1})").find("tag"), std::string::npos);
    EXPECT_NE(refusal<pb::ip_route_msg>(R"({"tag":4294967296})").find("tag"), std::string::npos);
-   EXPECT_NE(refusal<pb::nexthop_group_msg>(R"({"nexthops":[{"mpls_operation":"EAT"}]})").find("EAT"), std::string::npos);
+   EXPECT_NE(refusal<pb::nexthop_group_msg>(R"({"nexthops":[{"mpls_operation":"EAT"}]})").find("EAT"),
+             std::string::npos);
 }
 
 }  // namespace

@@ -9,7 +9,8 @@ namespace pb = OrvSdkRpc::pb;
 
 TEST(Load, PercentilesOfTheSortedOrder) {
    std::vector<double> samples;
-   for (int i = 100; i >= 0; --i) samples.push_back(i);
+   for (int i = 100; i >= 0; --i)
+      samples.push_back(i);
    EXPECT_DOUBLE_EQ(percentile(samples, 0.0), 0);
    EXPECT_DOUBLE_EQ(percentile(samples, 0.5), 50);
    EXPECT_DOUBLE_EQ(percentile(samples, 0.99), 99);

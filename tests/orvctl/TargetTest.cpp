@@ -37,22 +37,25 @@ TEST(Target, AbstractNamesAndTcp) {
 
 TEST(Target, WhatIsNoAddressIsRefusedInOneLine) {
    const std::string longPath = "/" + std::string(108, 'x');
-   for (const std::string& text : {std::string(), std::string("switch1"), std::string("unix:"), std::string("unix:///"),
-                                   std::string("unix-abstract:"), std::string("switch1:0"), std::string("switch1:65536"),
-                                   std::string("switch1:http"), std::string(":9000"), std::string("::1:9000"),
-                                   std::string("http://switch1:80"), longPath}) {
+   for (const std::string& text :
+        {std::string(), std::string("switch1"), std::string("unix:"), std::string("unix:///"),
+         std::string("unix-abstract:"), std::string("switch1:0"), std::string("switch1:65536"),
+         std::string("switch1:http"), std::string(":9000"), std::string("::1:9000"),
+         std::string("http://switch1:80"), longPath}) {
       try {
          parseTarget("--target", text);
          FAIL() << "'" << text << "' was taken";
       } catch (const UsageError& error) {
-         EXPECT_TRUE(std::string(error.what()).starts_with("--target is '" + text + "', expected ")) << error.what();
+         EXPECT_TRUE(std::string(error.what()).starts_with("--target is '" + text + "', expected "))
+              << error.what();
          EXPECT_EQ(std::string(error.what()).find('\n'), std::string::npos);
       }
    }
 }
 
 TEST(Target, TheConsoleStandsBesideAUnixSocketOnly) {
-   EXPECT_EQ(consoleBeside(parseTarget("--target", "unix:/run/orv/a.sock")).text(), "unix:/run/orv/console.sock");
+   EXPECT_EQ(consoleBeside(parseTarget("--target", "unix:/run/orv/a.sock")).text(),
+             "unix:/run/orv/console.sock");
    EXPECT_THROW(consoleBeside(parseTarget("--target", "switch1:9000")), UsageError);
    EXPECT_THROW(consoleBeside(parseTarget("--target", "unix-abstract:orv")), UsageError);
 }

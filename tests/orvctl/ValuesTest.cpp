@@ -54,15 +54,18 @@ TEST(Values, AnAddressOfImpossibleLengthStillPrints) {
 }
 
 TEST(Values, Prefixes) {
-   for (const char* text : {"0.0.0.0/0", "10.0.0.0/8", "192.0.2.128/25", "192.0.2.1/32", "::/0", "2001:db8::/32", "::1/128"}) {
+   for (const char* text :
+        {"0.0.0.0/0", "10.0.0.0/8", "192.0.2.128/25", "192.0.2.1/32", "::/0", "2001:db8::/32", "::1/128"}) {
       EXPECT_EQ(prefixText(parsePrefix("PREFIX", text)), text);
    }
 }
 
 TEST(Values, PrefixesThatAreNone) {
-   for (const char* text : {"", "10.0.0.0", "/8", "10.0.0.0/", "10.0.0.0/33", "::/129", "10.0.0.0/-1", "10.0.0/8", "x/8"}) {
-      EXPECT_EQ(refusal([&] { parsePrefix("PREFIX", text); }),
-                std::string("PREFIX is '") + text + "', expected a prefix such as 10.0.0.0/8 or 2001:db8::/32");
+   for (const char* text :
+        {"", "10.0.0.0", "/8", "10.0.0.0/", "10.0.0.0/33", "::/129", "10.0.0.0/-1", "10.0.0/8", "x/8"}) {
+      EXPECT_EQ(
+           refusal([&] { parsePrefix("PREFIX", text); }),
+           std::string("PREFIX is '") + text + "', expected a prefix such as 10.0.0.0/8 or 2001:db8::/32");
    }
    EXPECT_EQ(refusal([] { parsePrefix("PREFIX", "10.0.0.1/8"); }),
              "PREFIX is '10.0.0.1/8', expected a prefix without bits behind its length of 8");
@@ -71,7 +74,8 @@ TEST(Values, PrefixesThatAreNone) {
 }
 
 TEST(Values, ANexthopWithEverything) {
-   const auto nexthop = parseNexthop("--nexthop", "intf=Ethernet1,address=10.0.0.1,labels=100/200,op=push,weight=2");
+   const auto nexthop =
+        parseNexthop("--nexthop", "intf=Ethernet1,address=10.0.0.1,labels=100/200,op=push,weight=2");
    EXPECT_EQ(nexthop.intf(), "Ethernet1");
    EXPECT_EQ(addressText(nexthop.address()), "10.0.0.1");
    ASSERT_EQ(nexthop.mpls_labels_size(), 2);
@@ -91,9 +95,10 @@ TEST(Values, ANexthopFillsOneSlotUnlessToldOtherwise) {
 
 TEST(Values, NexthopsThatAreNone) {
    for (const char* text : {"", "foo", "foo=1", "intf=Ethernet1,"}) {
-      EXPECT_EQ(refusal([&] { parseNexthop("--nexthop", text); }),
-                std::string("--nexthop is '") + text +
-                     "', expected comma-separated intf=NAME, address=IP, labels=L/L…, op=OPERATION, weight=N");
+      EXPECT_EQ(
+           refusal([&] { parseNexthop("--nexthop", text); }),
+           std::string("--nexthop is '") + text +
+                "', expected comma-separated intf=NAME, address=IP, labels=L/L…, op=OPERATION, weight=N");
    }
    EXPECT_EQ(refusal([] { parseNexthop("--nexthop", "op=eat"); }),
              "--nexthop op is 'eat', expected none, push, pop, swap or forward");

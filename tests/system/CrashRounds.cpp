@@ -43,10 +43,13 @@ pb::nexthop_group_msg groupOf(const std::string& name, std::uint32_t version) {
    return group;
 }
 
-std::string shown(const std::string& value) { return value; }
+std::string shown(const std::string& value) {
+   return value;
+}
 std::string shown(const GroupEntries& entries) {
    std::string text = std::to_string(entries.size()) + " entries";
-   for (const auto& entry : entries) text += " [" + entry + "]";
+   for (const auto& entry : entries)
+      text += " [" + entry + "]";
    return text;
 }
 template <class Value>
@@ -73,8 +76,8 @@ void setAt(std::map<std::string, Value>& map, const std::string& key, const std:
 template <class Doubts>
 void requireStatuses(const std::vector<pb::rpc_status_msg>& statuses, const Doubts& doubts) {
    if (statuses.size() != doubts.size()) {
-      throw std::runtime_error(std::to_string(statuses.size()) + " statuses for " + std::to_string(doubts.size()) +
-                               " items");
+      throw std::runtime_error(std::to_string(statuses.size()) + " statuses for " +
+                               std::to_string(doubts.size()) + " items");
    }
    for (std::size_t i = 0; i < doubts.size(); ++i) {
       const bool absent = !doubts[i].before && !doubts[i].after;
@@ -152,7 +155,8 @@ void CrashRounds::sendRoutes(Controller& controller) {
    pb::ip_route_bulk_msg bulk;
    std::set<std::uint64_t> named;
    const auto count = 1 + draw(maxRoutesPerBulk);
-   while (named.size() < count) named.insert(draw(routeCount));
+   while (named.size() < count)
+      named.insert(draw(routeCount));
    routesInDoubt_.clear();
    for (const auto index : named) {
       auto& item = *bulk.add_bulk();
@@ -166,7 +170,8 @@ void CrashRounds::sendRoutes(Controller& controller) {
       routesInDoubt_.push_back({.key = key, .before = valueAt(model_.routes, key), .after = after});
    }
    requireStatuses(controller.routes(bulk), routesInDoubt_);
-   for (const auto& item : routesInDoubt_) setAt(model_.routes, item.key, item.after);
+   for (const auto& item : routesInDoubt_)
+      setAt(model_.routes, item.key, item.after);
    routesInDoubt_.clear();
 }
 
@@ -174,7 +179,8 @@ void CrashRounds::sendGroups(Controller& controller) {
    pb::nexthop_group_bulk_msg bulk;
    std::set<std::uint64_t> named;
    const auto count = 1 + draw(maxGroupsPerBulk);
-   while (named.size() < count) named.insert(draw(baseGroupCount + looseGroupCount));
+   while (named.size() < count)
+      named.insert(draw(baseGroupCount + looseGroupCount));
    groupsInDoubt_.clear();
    for (const auto index : named) {
       // The base groups stay, since routes point at them; the others come and go.
@@ -192,7 +198,8 @@ void CrashRounds::sendGroups(Controller& controller) {
       groupsInDoubt_.push_back({.key = name, .before = valueAt(model_.groups, name), .after = after});
    }
    requireStatuses(controller.groups(bulk), groupsInDoubt_);
-   for (const auto& item : groupsInDoubt_) setAt(model_.groups, item.key, item.after);
+   for (const auto& item : groupsInDoubt_)
+      setAt(model_.groups, item.key, item.after);
    groupsInDoubt_.clear();
 }
 
@@ -212,7 +219,8 @@ std::size_t CrashRounds::settle(std::map<std::string, Value>& model, std::vector
       if (item.before != item.after) {
          const bool isDone = found == item.after;
          if (isDone && stopped) {
-            throw std::runtime_error(std::string(what) + " " + item.key + " was done, an item in front of it was not");
+            throw std::runtime_error(std::string(what) + " " + item.key +
+                                     " was done, an item in front of it was not");
          }
          stopped = !isDone;
          done += isDone;
@@ -228,8 +236,8 @@ void CrashRounds::compare(const SwitchView& seen) {
       for (const auto& [key, value] : expected) {
          const auto at = valueAt(found, key);
          if (at != value) {
-            throw std::runtime_error(std::string("acknowledged ") + what + " " + key + ": found " + shown(at) +
-                                     ", expected " + shown(value));
+            throw std::runtime_error(std::string("acknowledged ") + what + " " + key + ": found " +
+                                     shown(at) + ", expected " + shown(value));
          }
       }
       for (const auto& [key, value] : found) {
@@ -243,8 +251,12 @@ void CrashRounds::compare(const SwitchView& seen) {
    compareMaps(model_.groups, seen.groups, "group");
 }
 
-std::uint64_t CrashRounds::draw(std::uint64_t below) { return random_() % below; }
+std::uint64_t CrashRounds::draw(std::uint64_t below) {
+   return random_() % below;
+}
 
-std::string CrashRounds::baseGroup(std::uint64_t index) const { return "base-" + std::to_string(index); }
+std::string CrashRounds::baseGroup(std::uint64_t index) const {
+   return "base-" + std::to_string(index);
+}
 
 }  // namespace systest

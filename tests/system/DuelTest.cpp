@@ -19,7 +19,8 @@ namespace {
 
 pb::ip_route_bulk_msg bulkFrom(std::uint32_t first) {
    pb::ip_route_bulk_msg bulk;
-   for (std::uint32_t i = 0; i < demo::routesPerBulk; ++i) *bulk.add_bulk() = demo::route(first + i);
+   for (std::uint32_t i = 0; i < demo::routesPerBulk; ++i)
+      *bulk.add_bulk() = demo::route(first + i);
    return bulk;
 }
 
@@ -46,7 +47,8 @@ public:
           }) {}
    // Until `count` bulks were acknowledged, or it is over.
    void waitFor(int count) const {
-      for (int seen = acknowledged_; seen < count && !over_; seen = acknowledged_) acknowledged_.wait(seen);
+      for (int seen = acknowledged_; seen < count && !over_; seen = acknowledged_)
+         acknowledged_.wait(seen);
    }
    // What was refused, if anything; waits for the end.
    const std::string& complaint() {
@@ -85,9 +87,11 @@ TEST_F(Duel, StopUnderBulkLoadIsPromptAndClean) {
    for (std::uint32_t i = 0; i < 4; ++i) {
       senders.push_back(std::make_unique<Sender>(daemon_.address(), i * demo::routesPerBulk));
    }
-   for (const auto& sender : senders) sender->waitFor(5);
+   for (const auto& sender : senders)
+      sender->waitFor(5);
    expectOrderlyEnd();
-   for (const auto& sender : senders) EXPECT_EQ(sender->complaint(), "");
+   for (const auto& sender : senders)
+      EXPECT_EQ(sender->complaint(), "");
 }
 
 TEST_F(Duel, StopEndsEveryOpenAliveWatch) {

@@ -28,7 +28,8 @@ struct Ping {
 std::vector<Ping> readPings(const std::string& path) {
    std::ifstream file(path);
    std::vector<Ping> pings;
-   for (Ping ping{}; file >> ping.startedNs >> ping.tookNs;) pings.push_back(ping);
+   for (Ping ping{}; file >> ping.startedNs >> ping.tookNs;)
+      pings.push_back(ping);
    return pings;
 }
 
@@ -40,14 +41,16 @@ TEST(Fairness, TheMainLoopAnswersWhileBulksSaturateThePump) {
    Controller controller(host.address());
    controller.init();
    pb::ip_route_bulk_msg bulk;
-   for (std::uint32_t i = 0; i < demo::routesPerBulk; ++i) *bulk.add_bulk() = demo::route(i);
+   for (std::uint32_t i = 0; i < demo::routesPerBulk; ++i)
+      *bulk.add_bulk() = demo::route(i);
 
    const auto start = Clock::now();
    int bulks = 0;
    for (; Clock::now() - start < std::chrono::seconds(1) || bulks < 20; ++bulks) {
       // Another route set each time, so that the hardware stage has work as well.
       for (auto& route : *bulk.mutable_bulk()) {
-         route.set_nexthop_group_name(demo::group(static_cast<std::uint32_t>(bulks) % demo::groupCount).name());
+         route.set_nexthop_group_name(
+              demo::group(static_cast<std::uint32_t>(bulks) % demo::groupCount).name());
       }
       requireAllOk(controller.routes(bulk), demo::routesPerBulk);
    }
@@ -56,7 +59,8 @@ TEST(Fairness, TheMainLoopAnswersWhileBulksSaturateThePump) {
 
    std::vector<std::int64_t> took;
    for (const auto& ping : readPings(pingFile)) {
-      if (ping.startedNs >= start.time_since_epoch().count() && ping.startedNs < end.time_since_epoch().count()) {
+      if (ping.startedNs >= start.time_since_epoch().count() &&
+          ping.startedNs < end.time_since_epoch().count()) {
          took.push_back(ping.tookNs);
       }
    }
@@ -72,7 +76,8 @@ TEST(Fairness, BulksGoOnWhileTheConsoleReadsWithoutPause) {
    Controller controller(daemon.address());
    controller.init();
    pb::ip_route_bulk_msg bulk;
-   for (std::uint32_t i = 0; i < demo::routesPerBulk; ++i) *bulk.add_bulk() = demo::route(i);
+   for (std::uint32_t i = 0; i < demo::routesPerBulk; ++i)
+      *bulk.add_bulk() = demo::route(i);
    requireAllOk(controller.routes(bulk), demo::routesPerBulk);
 
    std::atomic<bool> over{false};

@@ -13,7 +13,9 @@ namespace {
 
 using namespace std::chrono_literals;
 
-TEST(Child, TellsItsExitCode) { EXPECT_EQ(Child({"/bin/sh", "-c", "exit 7"}).wait(), (Ending{.exitCode = 7})); }
+TEST(Child, TellsItsExitCode) {
+   EXPECT_EQ(Child({"/bin/sh", "-c", "exit 7"}).wait(), (Ending{.exitCode = 7}));
+}
 
 TEST(Child, TellsTheSignalThatEndedIt) {
    Child child({"/bin/sh", "-c", "read nothing"});
@@ -28,7 +30,9 @@ TEST(Child, KeepsItsOutput) {
    EXPECT_EQ(child.log(), "out\nerr\n");
 }
 
-TEST(Child, AMissingProgramIsAnError) { EXPECT_THROW(Child({"/no/such/program"}), std::system_error); }
+TEST(Child, AMissingProgramIsAnError) {
+   EXPECT_THROW(Child({"/no/such/program"}), std::system_error);
+}
 
 TEST(Child, WaitForEndsAtItsLimit) {
    Child child({"/bin/cat", "/dev/zero"}, "/dev/null");

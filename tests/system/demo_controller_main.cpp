@@ -35,11 +35,13 @@ void printRoutes(std::uint32_t first, std::uint32_t count) {
 
 // Notes in `acknowledged` after each bulk how many routes from the first on the switch has answered OK to.
 // Returns false when the server went away.
-bool load(const std::string& target, std::uint32_t first, std::uint32_t count, const std::string& acknowledged) {
+bool load(const std::string& target, std::uint32_t first, std::uint32_t count,
+          const std::string& acknowledged) {
    Controller controller(target);
    for (std::uint32_t sent = 0; sent < count; sent += demo::routesPerBulk) {
       pb::ip_route_bulk_msg bulk;
-      for (std::uint32_t i = 0; i < demo::routesPerBulk; ++i) *bulk.add_bulk() = demo::route(first + sent + i);
+      for (std::uint32_t i = 0; i < demo::routesPerBulk; ++i)
+         *bulk.add_bulk() = demo::route(first + sent + i);
       try {
          requireAllOk(controller.routes(bulk), demo::routesPerBulk);
       } catch (const CallBroke&) {
@@ -53,29 +55,34 @@ bool load(const std::string& target, std::uint32_t first, std::uint32_t count, c
 std::uint32_t lastNote(const std::string& acknowledged) {
    std::ifstream file(acknowledged);
    std::uint32_t last = 0;
-   for (std::uint32_t note = 0; file >> note;) last = note;
+   for (std::uint32_t note = 0; file >> note;)
+      last = note;
    return last;
 }
 
 // Routes 0 to `routes` and groups 0 to `groups` are there, whole, and nothing else is, except for up to
 // `inFlight` further routes, without a gap. Returns how many of those there are.
-std::uint32_t verify(const std::string& socket, std::uint32_t groups, std::uint32_t routes, std::uint32_t inFlight) {
+std::uint32_t verify(const std::string& socket, std::uint32_t groups, std::uint32_t routes,
+                     std::uint32_t inFlight) {
    Console console(socket);
    auto seen = readSwitch(console);
    for (std::uint32_t i = 0; i < groups; ++i) {
       const auto group = demo::group(i);
       const auto at = seen.groups.find(group.name());
       if (at == seen.groups.end()) throw std::runtime_error("group " + group.name() + " is lost");
-      if (at->second != entriesOf(group)) throw std::runtime_error("group " + group.name() + " is half there");
+      if (at->second != entriesOf(group))
+         throw std::runtime_error("group " + group.name() + " is half there");
       seen.groups.erase(at);
    }
-   if (!seen.groups.empty()) throw std::runtime_error("group " + seen.groups.begin()->first + " should not be there");
+   if (!seen.groups.empty())
+      throw std::runtime_error("group " + seen.groups.begin()->first + " should not be there");
    std::uint32_t further = 0;
    for (std::uint32_t i = 0; i < routes + inFlight; ++i) {
       const auto route = demo::route(i);
       const auto at = seen.routes.find(prefixText(route.prefix()));
       if (at == seen.routes.end()) {
-         if (i < routes) throw std::runtime_error("acknowledged route " + prefixText(route.prefix()) + " is lost");
+         if (i < routes)
+            throw std::runtime_error("acknowledged route " + prefixText(route.prefix()) + " is lost");
          break;
       }
       if (at->second != route.nexthop_group_name()) {
@@ -84,7 +91,8 @@ std::uint32_t verify(const std::string& socket, std::uint32_t groups, std::uint3
       if (i >= routes) ++further;
       seen.routes.erase(at);
    }
-   if (!seen.routes.empty()) throw std::runtime_error("route " + seen.routes.begin()->first + " should not be there");
+   if (!seen.routes.empty())
+      throw std::runtime_error("route " + seen.routes.begin()->first + " should not be there");
    return further;
 }
 
@@ -106,7 +114,8 @@ int main(int argc, char** argv) {
    auto* printRoutesCommand = app.add_subcommand("routes", "Print routes as 'PREFIX GROUP' lines");
    printRoutesCommand->add_option("first", first)->required();
    printRoutesCommand->add_option("count", count)->required();
-   auto* loadCommand = app.add_subcommand("load", "Send routes in bulks of 1,000 and note what was acknowledged");
+   auto* loadCommand =
+        app.add_subcommand("load", "Send routes in bulks of 1,000 and note what was acknowledged");
    loadCommand->add_option("--target", target)->required();
    loadCommand->add_option("--first", first)->required();
    loadCommand->add_option("--count", count)->required();

@@ -1,6 +1,7 @@
 // Which managers an agent fetches, and in which order.
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 

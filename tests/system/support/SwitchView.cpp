@@ -39,7 +39,8 @@ template <class Labels>
 std::string entryText(const std::string& intf, const std::string& address, const std::string& operation,
                       const Labels& labels) {
    std::string text = intf + " " + address + " " + operation;
-   for (const std::uint32_t label : labels) text += " " + std::to_string(label);
+   for (const std::uint32_t label : labels)
+      text += " " + std::to_string(label);
    return text;
 }
 
@@ -54,8 +55,10 @@ GroupEntries readGroup(Console& console, const std::string& name) {
    const auto shown = json::parse(console.run("show nexthop-group " + name + " | json"));
    GroupEntries entries;
    for (const auto& entry : shown.at("entries")) {
-      if (entry.at("entry") != entries.size()) throw std::runtime_error("group " + name + " has a gap in its slots");
-      entries.push_back(entryText(entry.value("interface", ""), entry.value("nexthop", ""), entry.value("action", ""),
+      if (entry.at("entry") != entries.size())
+         throw std::runtime_error("group " + name + " has a gap in its slots");
+      entries.push_back(entryText(entry.value("interface", ""), entry.value("nexthop", ""),
+                                  entry.value("action", ""),
                                   entry.value("labels", std::vector<std::uint32_t>())));
    }
    return entries;
@@ -66,7 +69,8 @@ GroupEntries readGroup(Console& console, const std::string& name) {
 SwitchView readSwitch(Console& console) {
    SwitchView view;
    const auto routes = json::parse(console.run("show ip route | json"));
-   for (const auto& route : routes.at("ip_routes")) view.routes.emplace(route.at("prefix"), viaText(route));
+   for (const auto& route : routes.at("ip_routes"))
+      view.routes.emplace(route.at("prefix"), viaText(route));
    const auto groups = json::parse(console.run("show nexthop-group | json"));
    for (const auto& group : groups.at("nexthop_groups")) {
       const std::string name = group.at("name");
@@ -86,7 +90,8 @@ GroupEntries entriesOf(const pb::nexthop_group_msg& request) {
       const std::vector<std::uint32_t> labels(nexthop.mpls_labels().rbegin(), nexthop.mpls_labels().rend());
       const auto text = entryText(nexthop.intf(), addressText(nexthop.address().address()),
                                   operationText(nexthop.mpls_operation()), labels);
-      for (std::uint32_t i = 0; i < nexthop.weight(); ++i) entries.push_back(text);
+      for (std::uint32_t i = 0; i < nexthop.weight(); ++i)
+         entries.push_back(text);
    }
    return entries;
 }

@@ -1,0 +1,70 @@
+// The agent: options, status entries, and the order of its end.
+//
+// Options come from the command line or the console and live as long as the process. Status entries are
+// stored.
+//
+// Thread-safety: guarded by the SDK's lock; handlers are called from the main loop.
+#pragma once
+
+#include <chrono>
+#include <map>
+#include <string>
+
+#include "orv/agent.h"
+#include "softswitch/context.h"
+#include "softswitch/table.h"
+
+namespace softswitch {
+
+struct AgentStatusCodec {
+   static constexpr std::uint8_t version = 1;
+   static void encodeKey(const std::string& key, store::Writer& out) { out.text(key); }
+   static std::string decodeKey(store::Reader& in) { return std::string(in.text()); }
+   static void encodeRow(const std::string& row, store::Writer& out) { out.text(row); }
+   static std::string decodeRow(store::Reader& in, std::uint8_t) { return std::string(in.text()); }
+};
+
+class AgentMgr final : public orv::agent_mgr {
+  public:
+   static constexpr std::size_t statusNameBytesMax = 255;
+   static constexpr std::size_t statusValueBytesMax = std::size_t{1} << 20;
+
+   AgentMgr(const Context& context, std::string name, std::map<std::string, std::string> options);
+
+   bool enabled() const override;
+   std::string agent_option(const std::string& name) const override;
+   bool agent_option_exists(const std::string& name) const override;
+   orv::agent_option_iter_t agent_option_iter() const override;
+   std::string status(const std::string& name) const override;
+   orv::agent_status_iter_t status_iter() const override;
+   void status_set(const std::string& name, const std::string& value) override;
+   void status_del(const std::string& name) override;
+   void agent_shutdown_complete_is(bool complete) override;
+   double agent_uptime() const override;
+   std::uint64_t id(const char* name) const override;
+
+   const std::string& name() const { return name_; }
+   std::size_t size() const { return statuses_.size(); }
+   std::size_t capacity() const { return statuses_.capacity(); }
+
+   // Sets an option, or deletes it when the value is empty, and tells the handlers.
+   void agentOptionIs(const std::string& name, const std::string& value);
+
+   // Tells the handlers that the switch's state is there.
+   void start();
+   // Tells them that the agent is to end. Without a handler it is over at once.
+   void disable();
+   // True once somebody has acknowledged.
+   bool ended() const { return ended_; }
+
+  private:
+   Callbacks& callbacks_;
+   const std::string name_;
+   const std::chrono::steady_clock::time_point since_ = std::chrono::steady_clock::now();
+   std::map<std::string, std::string> options_;
+   Table<std::string, std::string, AgentStatusCodec> statuses_;
+   bool enabled_ = true;
+   bool ended_ = false;
+};
+
+}  // namespace softswitch

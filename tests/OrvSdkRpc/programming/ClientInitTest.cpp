@@ -1,0 +1,295 @@
+#include "OrvSdkRpc/programming/ClientInit.h"
+
+#include <gtest/gtest.h>
+
+#include <limits>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "fixture/Contract.h"
+#include "fixture/ListIterator.h"
+#include "fixture/Programmed.h"
+#include "fixture/TraceCapture.h"
+#include "orv/error.h"
+#include "orv/lock.h"
+
+namespace OrvSdkRpc {
+namespace {
+
+using fixture::Contract;
+using fixture::rows;
+using testing::InSequence;
+using testing::Return;
+using testing::Throw;
+
+constexpr int start = pb::rpc_server_resync_msg::RESYNC_START;
+constexpr int end = pb::rpc_server_resync_msg::RESYNC_END;
+
+class ClientInitTest : public testing::Test {
+  protected:
+   Contract contract_;
+   fixture::AgentHost& host_ = contract_.host;
+};
+
+TEST_F(ClientInitTest, onAnEmptySwitchNothingExistsButTheUnusedRedirects) {
+   const auto response = contract_.init();
+   ASSERT_TRUE(response.has_status());
+   EXPECT_EQ(response.status().status(), pb::RPC_STATUS_OK);
+   EXPECT_EQ(response.status().debug_string(), "");
+   EXPECT_FALSE(response.ip_routes_exist());
+   EXPECT_FALSE(response.mpls_routes_exist());
+   EXPECT_FALSE(response.nexthop_groups_exist());
+   EXPECT_FALSE(response.nexthop_group_tunnels_exist());
+   EXPECT_TRUE(response.cbf_redirects_exist());
+   EXPECT_TRUE(contract_.client.initialized());
+}
+
+TEST_F(ClientInitTest, tellsWhatTheSwitchHolds) {
+   EXPECT_CALL(host_.ipRouteMgr, ip_route_iter()).WillOnce([] {
+      return rows<orv::ip_route_iter_t>({orv::ip_route_t()});
+   });
+   EXPECT_CALL(host_.mplsRouteMgr, mpls_route_iter()).WillOnce([] {
+      return rows<orv::mpls_route_iter_t>({orv::mpls_route_t()});
+   });
+   EXPECT_CALL(host_.mplsVrfLabelMgr, mpls_vrf_label_iter()).Times(0);
+   EXPECT_CALL(host_.nexthopGroupMgr, nexthop_group_iter()).WillOnce([] {
+      return rows<orv::nexthop_group_iter_t>({orv::nexthop_group_t()});
+   });
+   EXPECT_CALL(host_.tunnelMgr, nexthop_group_tunnel_iter()).WillOnce([] {
+      return rows<orv::nexthop_group_tunnel_iter_t>({orv::nexthop_group_tunnel_t()});
+   });
+   const auto response = contract_.init(0, "no such map");
+   EXPECT_TRUE(response.ip_routes_exist());
+   EXPECT_TRUE(response.mpls_routes_exist());
+   EXPECT_TRUE(response.nexthop_groups_exist());
+   EXPECT_TRUE(response.nexthop_group_tunnels_exist());
+   EXPECT_FALSE(response.cbf_redirects_exist());
+}
+
+TEST_F(ClientInitTest, aLoneVrfLabelCountsAsAnMplsRoute) {
+   EXPECT_CALL(host_.mplsVrfLabelMgr, mpls_vrf_label_iter()).WillOnce([] {
+      return rows<orv::mpls_vrf_label_iter_t>({orv::mpls_vrf_label_t()});
+   });
+   EXPECT_TRUE(contract_.init().mpls_routes_exist());
+}
+
+TEST_F(ClientInitTest, looksAtTheManagersInOrder) {
+   InSequence order;
+   EXPECT_CALL(host_.ipRouteMgr, tag_is(7));
+   EXPECT_CALL(host_.policyMapMgr, exists(orv::policy_map_key_t("map", orv::policy_feature_t::pbr)));
+   EXPECT_CALL(host_.ipRouteMgr, ip_route_iter());
+   EXPECT_CALL(host_.mplsRouteMgr, mpls_route_iter());
+   EXPECT_CALL(host_.mplsVrfLabelMgr, mpls_vrf_label_iter());
+   EXPECT_CALL(host_.nexthopGroupMgr, nexthop_group_iter());
+   EXPECT_CALL(host_.tunnelMgr, nexthop_group_tunnel_iter());
+   contract_.init(7, "map");
+}
+
+TEST_F(ClientInitTest, anErrorWhileLookingLeavesItUninitializedAndKeepsWhatWasFound) {
+   fixture::TraceCapture traces("OrvSdkRpc/0");
+   EXPECT_CALL(host_.ipRouteMgr, tag_is(7));
+   EXPECT_CALL(host_.ipRouteMgr, ip_route_iter()).WillOnce([] {
+      return rows<orv::ip_route_iter_t>({orv::ip_route_t()});
+   });
+   EXPECT_CALL(host_.nexthopGroupMgr, nexthop_group_iter()).WillOnce(Throw(orv::error("on fire")));
+   EXPECT_CALL(host_.tunnelMgr, nexthop_group_tunnel_iter()).Times(0);
+   const auto response = contract_.init(7);
+   EXPECT_EQ(response.status().status(), pb::RPC_STATUS_ERROR);
+   EXPECT_EQ(response.status().debug_string(), "Error: exception on fire");
+   EXPECT_EQ(traces.count("Error: exception on fire"), 1U);
+   EXPECT_TRUE(response.ip_routes_exist());
+   EXPECT_FALSE(response.cbf_redirects_exist());
+   EXPECT_FALSE(contract_.client.initialized());
+}
+
+TEST_F(ClientInitTest, anErrorInALaterInitTakesNothingBack) {
+   contract_.init();
+   EXPECT_CALL(host_.ipRouteMgr, ip_route_iter()).WillOnce(Throw(orv::error("on fire")));
+   EXPECT_EQ(contract_.init().status().status(), pb::RPC_STATUS_ERROR);
+   EXPECT_TRUE(contract_.client.initialized());
+}
+
+TEST_F(ClientInitTest, anErrorOfTheFirstTwoStepsIsNotCaught) {
+   EXPECT_CALL(host_.ipRouteMgr, tag_is(7)).WillOnce(Throw(orv::error("tag")));
+   EXPECT_THROW(contract_.init(7), orv::error);
+   EXPECT_CALL(host_.policyMapMgr, exists(testing::_)).WillOnce(Throw(orv::error("map")));
+   EXPECT_THROW(contract_.init(0, "map"), orv::error);
+   EXPECT_FALSE(contract_.client.initialized());
+}
+
+TEST_F(ClientInitTest, isRepeatableAlsoDuringAResync) {
+   contract_.init();
+   contract_.resync(start);
+   EXPECT_CALL(host_.ipRouteMgr, tag_is(9));
+   EXPECT_EQ(contract_.init(9).status().status(), pb::RPC_STATUS_OK);
+   EXPECT_TRUE(contract_.client.resyncInProgress());
+}
+
+TEST_F(ClientInitTest, resyncStartsInOrder) {
+   InSequence order;
+   EXPECT_CALL(host_.ipRouteMgr, resync_init());
+   EXPECT_CALL(host_.mplsRouteMgr, resync_init());
+   EXPECT_CALL(host_.mplsVrfLabelMgr, resync_init());
+   EXPECT_CALL(host_.nexthopGroupMgr, resync_init());
+   EXPECT_CALL(host_.tunnelMgr, resync_init());
+   fixture::TraceCapture traces("OrvSdkRpc/0");
+   EXPECT_EQ(contract_.resync(start).status(), pb::RPC_STATUS_OK);
+   EXPECT_EQ(traces.count("Resync start"), 1U);
+   EXPECT_TRUE(contract_.client.resyncInProgress());
+   EXPECT_EQ(contract_.cbf.epoch(), 1);
+   EXPECT_EQ(contract_.bfd.epoch(), 1U);
+   EXPECT_FALSE(contract_.client.initialized());
+}
+
+TEST_F(ClientInitTest, resyncEndsInItsOwnOrderWithTheGroupsLast) {
+   contract_.resync(start);
+   InSequence order;
+   EXPECT_CALL(host_.ipRouteMgr, resync_complete());
+   EXPECT_CALL(host_.mplsRouteMgr, resync_complete());
+   EXPECT_CALL(host_.mplsVrfLabelMgr, resync_complete());
+   EXPECT_CALL(host_.tunnelMgr, resync_complete());
+   EXPECT_CALL(host_.nexthopGroupMgr, resync_complete());
+   fixture::TraceCapture traces("OrvSdkRpc/0");
+   EXPECT_EQ(contract_.resync(end).status(), pb::RPC_STATUS_OK);
+   EXPECT_EQ(traces.count("Resync end"), 1U);
+   EXPECT_FALSE(contract_.client.resyncInProgress());
+}
+
+TEST_F(ClientInitTest, anErrorStopsTheStartWhereItIs) {
+   for (int failing = 0; failing < 5; ++failing) {
+      Contract contract;
+      std::vector<std::string> called;
+      const auto step = [&](const char* name) {
+         return [&called, name, failing] {
+            called.emplace_back(name);
+            if (static_cast<int>(called.size()) == failing + 1) throw orv::error("refused");
+         };
+      };
+      ON_CALL(contract.host.ipRouteMgr, resync_init()).WillByDefault(step("ip"));
+      ON_CALL(contract.host.mplsRouteMgr, resync_init()).WillByDefault(step("mpls"));
+      ON_CALL(contract.host.mplsVrfLabelMgr, resync_init()).WillByDefault(step("label"));
+      ON_CALL(contract.host.nexthopGroupMgr, resync_init()).WillByDefault(step("group"));
+      ON_CALL(contract.host.tunnelMgr, resync_init()).WillByDefault(step("tunnel"));
+      const auto response = contract.resync(start);
+      EXPECT_EQ(response.status(), pb::RPC_STATUS_ERROR);
+      EXPECT_EQ(response.debug_string(), "Error: exception refused");
+      EXPECT_TRUE(contract.client.resyncInProgress());
+      std::vector<std::string> expected{"ip", "mpls", "label", "group", "tunnel"};
+      expected.resize(static_cast<std::size_t>(failing) + 1);
+      EXPECT_EQ(called, expected);
+      EXPECT_EQ(contract.cbf.epoch(), 0);
+      EXPECT_EQ(contract.bfd.epoch(), 0U);
+   }
+}
+
+TEST_F(ClientInitTest, anErrorStopsTheEndWhereItIs) {
+   for (int failing = 0; failing < 5; ++failing) {
+      Contract contract;
+      contract.resync(start);
+      std::vector<std::string> called;
+      const auto step = [&](const char* name) {
+         return [&called, name, failing] {
+            called.emplace_back(name);
+            if (static_cast<int>(called.size()) == failing + 1) throw orv::error("refused");
+         };
+      };
+      ON_CALL(contract.host.ipRouteMgr, resync_complete()).WillByDefault(step("ip"));
+      ON_CALL(contract.host.mplsRouteMgr, resync_complete()).WillByDefault(step("mpls"));
+      ON_CALL(contract.host.mplsVrfLabelMgr, resync_complete()).WillByDefault(step("label"));
+      ON_CALL(contract.host.tunnelMgr, resync_complete()).WillByDefault(step("tunnel"));
+      ON_CALL(contract.host.nexthopGroupMgr, resync_complete()).WillByDefault(step("group"));
+      const auto response = contract.resync(end);
+      EXPECT_EQ(response.status(), pb::RPC_STATUS_ERROR);
+      EXPECT_EQ(response.debug_string(), "Error: exception refused");
+      EXPECT_FALSE(contract.client.resyncInProgress());
+      std::vector<std::string> expected{"ip", "mpls", "label", "tunnel", "group"};
+      expected.resize(static_cast<std::size_t>(failing) + 1);
+      EXPECT_EQ(called, expected);
+   }
+}
+
+TEST_F(ClientInitTest, anEndWithoutAStartIsRefusedAndPurgesNothing) {
+   EXPECT_CALL(host_.ipRouteMgr, resync_complete()).Times(0);
+   EXPECT_CALL(host_.nexthopGroupMgr, resync_complete()).Times(0);
+   fixture::TraceCapture traces("OrvSdkRpc/0");
+   const auto response = contract_.resync(end);
+   EXPECT_EQ(response.status(), pb::RPC_STATUS_ERROR);
+   EXPECT_EQ(response.debug_string(), "Error: resync state is already false");
+   EXPECT_EQ(traces.count("Error: resync state is already false"), 1U);
+}
+
+TEST_F(ClientInitTest, anyOtherNumberCountsAsTheEnd) {
+   contract_.resync(start);
+   EXPECT_CALL(host_.nexthopGroupMgr, resync_complete());
+   EXPECT_EQ(contract_.resync(42).status(), pb::RPC_STATUS_OK);
+   EXPECT_EQ(contract_.resync(-1).debug_string(), "Error: resync state is already false");
+}
+
+TEST(ClientInitDeathTest, aSentinelOfTheEnumerationEndsTheProcess) {
+   GTEST_FLAG_SET(death_test_style, "threadsafe");
+   Contract contract;
+   EXPECT_DEATH(contract.resync(std::numeric_limits<int>::min()), "resync_phase");
+   EXPECT_DEATH(contract.resync(std::numeric_limits<int>::max()), "resync_phase");
+}
+
+TEST_F(ClientInitTest, aSecondStartStartsOver) {
+   EXPECT_CALL(host_.ipRouteMgr, resync_init()).Times(2);
+   EXPECT_CALL(host_.nexthopGroupMgr, resync_init()).Times(2);
+   contract_.resync(start);
+   EXPECT_EQ(contract_.resync(start).status(), pb::RPC_STATUS_OK);
+   EXPECT_EQ(contract_.cbf.epoch(), 2);
+   EXPECT_EQ(contract_.bfd.epoch(), 2U);
+}
+
+TEST_F(ClientInitTest, theRedirectsEpochWrapsAt256) {
+   for (int i = 0; i < 256; ++i) contract_.resync(start);
+   EXPECT_EQ(contract_.cbf.epoch(), 0);
+   EXPECT_EQ(contract_.bfd.epoch(), 256U);
+}
+
+TEST_F(ClientInitTest, aResyncBeforeInitDoesNotLetProgrammingThrough) {
+   contract_.resync(start);
+   pb::rpc_status_msg response;
+   contract_.ip.processIpRouteRequest(fixture::ipRoute(1, "g"), response);
+   EXPECT_EQ(response.status(), pb::RPC_STATUS_NOT_INITIALIZED);
+}
+
+// Off the main thread every call of a manager stands under the SDK's lock, and none of the scopes outlives its call.
+TEST_F(ClientInitTest, everyManagerCallHoldsTheLock) {
+   orv::host::main_thread_is();
+   int calls = 0;
+   const auto check = [&] {
+      EXPECT_TRUE(orv::sdk_call_allowed());
+      ++calls;
+   };
+   ON_CALL(host_.ipRouteMgr, tag_is).WillByDefault([&](auto) { check(); });
+   ON_CALL(host_.policyMapMgr, exists).WillByDefault([&](const auto&) {
+      check();
+      return false;
+   });
+   ON_CALL(host_.ipRouteMgr, ip_route_iter()).WillByDefault([&] {
+      check();
+      return orv::ip_route_iter_t();
+   });
+   ON_CALL(host_.mplsVrfLabelMgr, mpls_vrf_label_iter()).WillByDefault([&] {
+      check();
+      return orv::mpls_vrf_label_iter_t();
+   });
+   ON_CALL(host_.ipRouteMgr, resync_init()).WillByDefault(check);
+   ON_CALL(host_.tunnelMgr, resync_init()).WillByDefault(check);
+   ON_CALL(host_.tunnelMgr, resync_complete()).WillByDefault(check);
+   ON_CALL(host_.nexthopGroupMgr, resync_complete()).WillByDefault(check);
+   std::thread pump([&] {
+      contract_.init(3, "map");
+      contract_.resync(start);
+      contract_.resync(end);
+      EXPECT_FALSE(orv::sdk_call_allowed());
+   });
+   pump.join();
+   EXPECT_EQ(calls, 8);
+   orv::host::main_thread_clear();
+}
+
+}  // namespace
+}  // namespace OrvSdkRpc

@@ -1,0 +1,32 @@
+#include "OrvSdkRpc/programming/DscpValues.h"
+
+#include <gtest/gtest.h>
+
+namespace OrvSdkRpc {
+namespace {
+
+DscpValues of(std::initializer_list<std::uint32_t> values) {
+   return DscpValues(google::protobuf::RepeatedField<std::uint32_t>(values.begin(), values.end()));
+}
+
+TEST(DscpValues, areSortedNarrowedAndKeepDuplicates) {
+   EXPECT_EQ(of({46, 10, 46, 256 + 3}).values(), (std::vector<std::uint8_t>{3, 10, 46, 46}));
+   EXPECT_EQ(of({2, 1}), of({1, 2}));
+   EXPECT_NE(of({1}), of({1, 1}));
+}
+
+TEST(DscpValues, addKeepsTheOrder) {
+   DscpValues values;
+   EXPECT_TRUE(values.empty());
+   for (const std::uint8_t value : {9, 3, 9, 1}) values.add(value);
+   EXPECT_EQ(values, of({1, 3, 9, 9}));
+}
+
+TEST(DscpValues, printInBracketsWithBlanks) {
+   EXPECT_EQ(of({}).toStrep(), "[]");
+   EXPECT_EQ(of({46}).toStrep(), "[ 46 ]");
+   EXPECT_EQ(of({46, 10}).toStrep(), "[ 10, 46 ]");
+}
+
+}  // namespace
+}  // namespace OrvSdkRpc

@@ -1,0 +1,212 @@
+#include "OrvSdkRpc/programming/IpRouteProgrammer.h"
+
+#include <gtest/gtest.h>
+
+#include <thread>
+
+#include "fixture/Contract.h"
+#include "fixture/Programmed.h"
+#include "fixture/TraceCapture.h"
+#include "orv/error.h"
+#include "orv/lock.h"
+
+namespace OrvSdkRpc {
+namespace {
+
+using fixture::ipRoute;
+using testing::_;
+using testing::InSequence;
+using testing::Matcher;
+using testing::Return;
+using testing::Throw;
+
+orv::ip_route_key_t keyOf(int third) {
+   return orv::ip_route_key_t(orv::ip_prefix_t("10.0." + std::to_string(third) + ".0/24"));
+}
+
+class IpRouteProgrammerTest : public testing::Test {
+  protected:
+   pb::rpc_status_msg process(const pb::ip_route_msg& request) {
+      pb::rpc_status_msg response;
+      contract_.ip.processIpRouteRequest(request, response);
+      return response;
+   }
+   void expectNothingWritten() {
+      EXPECT_CALL(mgr_, ip_route_set(_, Matcher<orv::ip_route_action_t>(_))).Times(0);
+      EXPECT_CALL(mgr_, ip_route_via_set(_)).Times(0);
+      EXPECT_CALL(mgr_, ip_route_via_del(_)).Times(0);
+      EXPECT_CALL(mgr_, ip_route_del(_)).Times(0);
+   }
+
+   fixture::Contract contract_;
+   testing::NiceMock<support::MockIpRouteMgr>& mgr_ = contract_.host.ipRouteMgr;
+};
+
+TEST_F(IpRouteProgrammerTest, beforeInitNothingIsProgrammed) {
+   expectNothingWritten();
+   const auto response = process(ipRoute(1, "g"));
+   EXPECT_EQ(response.status(), pb::RPC_STATUS_NOT_INITIALIZED);
+   EXPECT_TRUE(response.debug_string().starts_with("Error: no prior rpc_server_init call, request prefix {"));
+   EXPECT_TRUE(response.debug_string().ends_with("nexthop_group_name: \"g\""));
+}
+
+TEST_F(IpRouteProgrammerTest, aRouteAndItsViaAreWrittenTogether) {
+   contract_.init();
+   orv::ip_route_t route(keyOf(1));
+   route.tag_is(5);
+   orv::ip_route_via_t via(keyOf(1));
+   via.nexthop_group_is("g");
+   InSequence order;
+   EXPECT_CALL(mgr_, ip_route_set(route, orv::ip_route_action_t::nexthop_group));
+   EXPECT_CALL(mgr_, ip_route_via_set(via));
+   const auto response = process(ipRoute(1, "g", 5));
+   EXPECT_EQ(response.status(), pb::RPC_STATUS_OK);
+   EXPECT_EQ(response.debug_string(), "");
+   EXPECT_EQ(static_cast<int>(orv::ip_route_action_t::nexthop_group), 3);
+}
+
+TEST_F(IpRouteProgrammerTest, withoutAGroupNameOrWithAnEmptyOneTheRouteIsDeletedViaFirst) {
+   contract_.init();
+   auto named = ipRoute(1, "");
+   named.set_nexthop_group_name("");
+   for (const auto& request : {ipRoute(1, ""), named}) {
+      InSequence order;
+      EXPECT_CALL(mgr_, exists(Matcher<const orv::ip_route_key_t&>(keyOf(1)))).WillOnce(Return(true));
+      EXPECT_CALL(mgr_, ip_route_via_del(orv::ip_route_via_t(keyOf(1))));
+      EXPECT_CALL(mgr_, ip_route_del(keyOf(1)));
+      EXPECT_EQ(process(request).status(), pb::RPC_STATUS_OK);
+   }
+}
+
+TEST_F(IpRouteProgrammerTest, aDeleteOfAnAbsentRouteIsNotFoundWithoutWords) {
+   contract_.init();
+   expectNothingWritten();
+   EXPECT_CALL(mgr_, exists(Matcher<const orv::ip_route_key_t&>(_))).WillOnce(Return(false));
+   const auto response = process(ipRoute(1, ""));
+   EXPECT_EQ(response.status(), pb::RPC_STATUS_NOT_FOUND);
+   EXPECT_EQ(response.debug_string(), "");
+}
+
+TEST_F(IpRouteProgrammerTest, tagZeroTellsTheSdkNothingAndLetsAnyTagThrough) {
+   EXPECT_CALL(mgr_, tag_is(_)).Times(0);
+   contract_.init(0);
+   EXPECT_EQ(process(ipRoute(1, "g", 8)).status(), pb::RPC_STATUS_OK);
+}
+
+TEST_F(IpRouteProgrammerTest, anotherTagThanInitsIsRefused) {
+   EXPECT_CALL(mgr_, tag_is(7));
+   contract_.init(7);
+   expectNothingWritten();
+   fixture::TraceCapture traces("OrvSdkRpc/0");
+   const auto response = process(ipRoute(1, "g", 8));
+   EXPECT_EQ(response.status(), pb::RPC_STATUS_ERROR);
+   const std::string words = "Error: Create 10.0.1.0/24 route with tag 8 != rpc_server_init::ip_route_tag 7";
+   EXPECT_EQ(response.debug_string(), words);
+   EXPECT_EQ(traces.count(words), 1U);
+}
+
+TEST_F(IpRouteProgrammerTest, initsTagIsAcceptedAndADeleteIsNotTagChecked) {
+   contract_.init(7);
+   EXPECT_EQ(process(ipRoute(1, "g", 7)).status(), pb::RPC_STATUS_OK);
+   EXPECT_CALL(mgr_, exists(Matcher<const orv::ip_route_key_t&>(_))).WillOnce(Return(true));
+   EXPECT_CALL(mgr_, ip_route_del(keyOf(1)));
+   EXPECT_EQ(process(ipRoute(1, "", 8)).status(), pb::RPC_STATUS_OK);
+}
+
+TEST_F(IpRouteProgrammerTest, aLaterInitWithTagZeroLetsAnyTagThroughAgain) {
+   contract_.init(7);
+   EXPECT_CALL(mgr_, tag_is(_)).Times(0);
+   contract_.init(0);
+   EXPECT_EQ(process(ipRoute(1, "g", 8)).status(), pb::RPC_STATUS_OK);
+}
+
+TEST_F(IpRouteProgrammerTest, aDirectAddWithoutForwardingIsRefused) {
+   contract_.init();
+   expectNothingWritten();
+   std::string text;
+   EXPECT_EQ(contract_.ip.addRibRoute(ipRoute(1, ""), text), pb::RPC_STATUS_ERROR);
+   EXPECT_EQ(text, "Error: ip route 10.0.1.0/24 must specify Forwarding nexthop");
+}
+
+TEST_F(IpRouteProgrammerTest, anErrorOfTheSdkBecomesWords) {
+   contract_.init();
+   fixture::TraceCapture traces("OrvSdkRpc/0");
+   EXPECT_CALL(mgr_, ip_route_via_set(_)).WillOnce(Throw(orv::configuration_error("no room")));
+   const auto response = process(ipRoute(1, "g"));
+   EXPECT_EQ(response.status(), pb::RPC_STATUS_ERROR);
+   EXPECT_TRUE(response.debug_string().starts_with("Error: request prefix {"));
+   EXPECT_TRUE(response.debug_string().ends_with("nexthop_group_name: \"g\" exception no room"));
+   EXPECT_EQ(traces.count(response.debug_string()), 1U);
+}
+
+TEST_F(IpRouteProgrammerTest, aBadPrefixIsAnErrorOfTheRequest) {
+   contract_.init();
+   expectNothingWritten();
+   auto request = ipRoute(1, "g");
+   request.mutable_prefix()->set_prefix_length(8);
+   EXPECT_EQ(process(request).status(), pb::RPC_STATUS_ERROR);
+   request.mutable_prefix()->mutable_network()->set_address("abc");
+   EXPECT_TRUE(process(request).debug_string().ends_with(
+        "exception bytes length 3 does not match IPv4(4) or IPv6(16)"));
+}
+
+TEST_F(IpRouteProgrammerTest, anAbsentPrefixIsTheDefaultOne) {
+   contract_.init();
+   pb::ip_route_msg request;
+   request.set_nexthop_group_name("g");
+   EXPECT_CALL(mgr_, ip_route_set(orv::ip_route_t(orv::ip_route_key_t(orv::ip_prefix_t())), _));
+   EXPECT_EQ(process(request).status(), pb::RPC_STATUS_OK);
+}
+
+TEST_F(IpRouteProgrammerTest, aBulkGoesOnBehindAFailedItem) {
+   contract_.init(7);
+   pb::ip_route_bulk_msg request;
+   *request.add_bulk() = ipRoute(1, "g", 7);
+   *request.add_bulk() = ipRoute(2, "g", 8);
+   *request.add_bulk() = ipRoute(3, "");
+   *request.add_bulk() = ipRoute(4, "g", 7);
+   EXPECT_CALL(mgr_, ip_route_set(_, Matcher<orv::ip_route_action_t>(_))).Times(2);
+   pb::rpc_status_bulk_msg response;
+   contract_.ip.processIpRouteBulkRequest(request, response);
+   ASSERT_EQ(response.statuses_size(), 4);
+   EXPECT_EQ(response.statuses(0).status(), pb::RPC_STATUS_OK);
+   EXPECT_EQ(response.statuses(1).status(), pb::RPC_STATUS_ERROR);
+   EXPECT_EQ(response.statuses(2).status(), pb::RPC_STATUS_NOT_FOUND);
+   EXPECT_EQ(response.statuses(3).status(), pb::RPC_STATUS_OK);
+}
+
+TEST_F(IpRouteProgrammerTest, anEmptyBulkIsAReplyWithoutEntries) {
+   pb::rpc_status_bulk_msg response;
+   contract_.ip.processIpRouteBulkRequest({}, response);
+   EXPECT_EQ(response.statuses_size(), 0);
+}
+
+TEST_F(IpRouteProgrammerTest, theLockSpansRouteAndVia) {
+   contract_.init();
+   orv::host::main_thread_is();
+   int inside = 0;
+   std::uint32_t depth = 0;
+   ON_CALL(mgr_, ip_route_set(_, Matcher<orv::ip_route_action_t>(_))).WillByDefault([&](const auto&, auto) {
+      inside += orv::sdk_call_allowed() ? 1 : 0;
+      depth = orv::detail::this_thread_lock.depth;
+   });
+   ON_CALL(mgr_, ip_route_via_set(_)).WillByDefault([&](const auto&) {
+      inside += orv::sdk_call_allowed() ? 1 : 0;
+      EXPECT_EQ(orv::detail::this_thread_lock.depth, depth);
+   });
+   ON_CALL(mgr_, exists(Matcher<const orv::ip_route_key_t&>(_))).WillByDefault([&](const auto&) {
+      inside += orv::sdk_call_allowed() ? 1 : 0;
+      return false;
+   });
+   std::thread pump([&] {
+      process(ipRoute(1, "g"));
+      process(ipRoute(1, ""));
+      EXPECT_FALSE(orv::sdk_call_allowed());
+   });
+   pump.join();
+   EXPECT_EQ(inside, 3);
+   orv::host::main_thread_clear();
+}
+
+}  // namespace
+}  // namespace OrvSdkRpc

@@ -1,0 +1,126 @@
+#include "OrvSdkRpc/programming/OpaqueProgrammer.h"
+
+#include <gtest/gtest.h>
+
+#include "fixture/Contract.h"
+#include "fixture/TraceCapture.h"
+#include "orv/error.h"
+
+namespace OrvSdkRpc {
+namespace {
+
+using testing::_;
+using testing::InSequence;
+using testing::Return;
+using testing::Throw;
+
+class OpaqueProgrammerTest : public testing::Test {
+  protected:
+   pb::rpc_status_msg set(const pb::rpc_server_state_config_msg& request) {
+      pb::rpc_status_msg response;
+      opaque_.processOpaqueStateSetRequest(request, response);
+      return response;
+   }
+   pb::rpc_server_state_status_msg get(std::initializer_list<const char*> keys) {
+      pb::rpc_server_state_status_msg request;
+      for (const char* key : keys) request.add_key_value_pairs()->set_key(key);
+      pb::rpc_server_state_status_msg response;
+      opaque_.processOpaqueStateGetRequest(request, response);
+      return response;
+   }
+   static void add(pb::rpc_server_state_config_msg& request, const char* key, const char* value) {
+      auto& pair = *request.add_key_value_pairs();
+      pair.set_key(key);
+      pair.set_value(value);
+   }
+
+   fixture::Contract contract_;
+   testing::NiceMock<support::MockAgentMgr>& mgr_ = contract_.host.agentMgr;
+   OpaqueProgrammer opaque_{contract_.client, &mgr_};
+};
+
+TEST_F(OpaqueProgrammerTest, beforeInitAGetIsServedAndASetIsNot) {
+   EXPECT_CALL(mgr_, status_set(_, _)).Times(0);
+   EXPECT_CALL(mgr_, status("note")).WillOnce(Return("kept"));
+   const auto pairs = get({"note"});
+   ASSERT_EQ(pairs.key_value_pairs_size(), 1);
+   EXPECT_EQ(pairs.key_value_pairs(0).key(), "note");
+   EXPECT_EQ(pairs.key_value_pairs(0).value(), "kept");
+   pb::rpc_server_state_config_msg request;
+   add(request, "a", "b");
+   const auto response = set(request);
+   EXPECT_EQ(response.status(), pb::RPC_STATUS_NOT_INITIALIZED);
+   EXPECT_TRUE(response.debug_string().starts_with("Error: no prior rpc_server_init call, request "));
+}
+
+TEST_F(OpaqueProgrammerTest, setsRunBeforeDeletesInOrder) {
+   contract_.init();
+   pb::rpc_server_state_config_msg request;
+   add(request, "b", "1");
+   add(request, "a", "2");
+   request.add_deletes()->set_key("b");
+   request.mutable_deletes(0)->set_value("not read");
+   fixture::TraceCapture traces("OrvSdkRpc/1");
+   {
+      InSequence order;
+      EXPECT_CALL(mgr_, status_set("b", "1"));
+      EXPECT_CALL(mgr_, status_set("a", "2"));
+      EXPECT_CALL(mgr_, status_del("b"));
+   }
+   const auto response = set(request);
+   EXPECT_EQ(response.status(), pb::RPC_STATUS_OK);
+   EXPECT_EQ(response.debug_string(), "");
+   EXPECT_EQ(traces.texts(),
+             (std::vector<std::string>{"Opaque set for 2 key/value pairs and 1 deletes", "Opaque set key='b' value='1'",
+                                       "Opaque set key='a' value='2'", "Opaque del key='b'"}));
+}
+
+TEST_F(OpaqueProgrammerTest, anEmptySetIsDone) {
+   contract_.init();
+   EXPECT_EQ(set({}).status(), pb::RPC_STATUS_OK);
+}
+
+TEST_F(OpaqueProgrammerTest, anErrorStopsASetAndWhatWasSetStays) {
+   contract_.init();
+   pb::rpc_server_state_config_msg request;
+   add(request, "a", "1");
+   add(request, "b", "2");
+   add(request, "c", "3");
+   request.add_deletes()->set_key("a");
+   EXPECT_CALL(mgr_, status_set("a", "1"));
+   EXPECT_CALL(mgr_, status_set("b", "2")).WillOnce(Throw(orv::error("full")));
+   EXPECT_CALL(mgr_, status_set("c", _)).Times(0);
+   EXPECT_CALL(mgr_, status_del(_)).Times(0);
+   fixture::TraceCapture traces("OrvSdkRpc/0");
+   const auto response = set(request);
+   EXPECT_EQ(response.status(), pb::RPC_STATUS_ERROR);
+   EXPECT_TRUE(response.debug_string().starts_with("Error: request key_value_pairs {"));
+   EXPECT_TRUE(response.debug_string().ends_with("exception full"));
+   EXPECT_EQ(traces.count(response.debug_string()), 1U);
+}
+
+TEST_F(OpaqueProgrammerTest, anUnsetKeyHasAnEmptyValue) {
+   fixture::TraceCapture traces("OrvSdkRpc/1");
+   const auto pairs = get({"unset", ""});
+   ASSERT_EQ(pairs.key_value_pairs_size(), 2);
+   EXPECT_EQ(pairs.key_value_pairs(0).key(), "unset");
+   EXPECT_EQ(pairs.key_value_pairs(0).value(), "");
+   EXPECT_EQ(traces.count("Opaque get for 2 keys"), 1U);
+   EXPECT_EQ(traces.count("Opaque get key='unset' value=''"), 1U);
+}
+
+TEST_F(OpaqueProgrammerTest, anErrorCutsAGetShortAndIsOnlyTraced) {
+   EXPECT_CALL(mgr_, status("a")).WillOnce(Return("1"));
+   EXPECT_CALL(mgr_, status("b")).WillOnce(Throw(orv::error("gone")));
+   EXPECT_CALL(mgr_, status("c")).Times(0);
+   fixture::TraceCapture traces("OrvSdkRpc/0");
+   const auto pairs = get({"a", "b", "c"});
+   ASSERT_EQ(pairs.key_value_pairs_size(), 1);
+   EXPECT_EQ(pairs.key_value_pairs(0).value(), "1");
+   ASSERT_EQ(traces.texts().size(), 1U);
+   EXPECT_TRUE(traces.texts()[0].starts_with("Error: request key_value_pairs {"));
+   EXPECT_TRUE(traces.texts()[0].ends_with("exception gone"));
+}
+
+}  // namespace
+}  // namespace OrvSdkRpc

@@ -1,0 +1,326 @@
+// The programming service over a real server and a real socket, on a switch of mocks.
+#include "OrvSdkRpc/programming/OrvSdkRpcService.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <memory>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+#include "OrvSdkRpc/server/TagManager.h"
+#include "fixture/AgentHost.h"
+#include "fixture/Eventually.h"
+#include "fixture/Programmed.h"
+#include "fixture/RunningServer.h"
+#include "orv/lock.h"
+
+namespace OrvSdkRpc {
+namespace {
+
+using fixture::eventually;
+using fixture::ipRoute;
+using fixture::liveHandlers;
+
+constexpr std::size_t rpcs = 18;
+constexpr const char* aliveType = "DetectServerAliveHandler";
+
+std::unique_ptr<OrvSdkRpcService> serviceOn(fixture::AgentHost& host) {
+   return std::make_unique<OrvSdkRpcService>(
+        &host.aclMgr, &host.agentMgr, &host.bfdSessionMgr, &host.intfMgr, &host.classMapMgr, &host.ipRouteMgr,
+        &host.mplsRouteMgr, &host.mplsVrfLabelMgr, &host.nexthopGroupMgr, &host.tunnelMgr, &host.policyMapMgr,
+        nullptr);
+}
+
+class OrvSdkRpcServiceTest : public testing::Test {
+  protected:
+   using Stub = pb::orvsdk_service::Stub;
+
+   void init() {
+      grpc::ClientContext context;
+      pb::rpc_server_init_status_msg response;
+      ASSERT_TRUE(stub_->rpc_server_init(&context, {}, &response).ok());
+      ASSERT_EQ(response.status().status(), pb::RPC_STATUS_OK);
+   }
+   // One unary call that must end with gRPC's OK.
+   template <class Rq, class Rp>
+   Rp call(grpc::Status (Stub::*rpc)(grpc::ClientContext*, const Rq&, Rp*), const Rq& request = {}) {
+      grpc::ClientContext context;
+      Rp response;
+      const grpc::Status status = (*stub_.*rpc)(&context, request, &response);
+      EXPECT_TRUE(status.ok()) << status.error_message();
+      return response;
+   }
+
+   const std::uint64_t handlersBefore_ = liveHandlers();
+   fixture::AgentHost host_;
+   fixture::RunningServer running_{serviceOn(host_)};
+   std::unique_ptr<Stub> stub_ = running_.stub<pb::orvsdk_service>();
+};
+
+// A watch through the callback interface, so that one thread may hold hundreds.
+template <class Message>
+class HeldStream final : public grpc::ClientReadReactor<Message> {
+  public:
+   void begin() {
+      this->StartRead(&message_);
+      this->StartCall();
+   }
+   void OnReadDone(bool ok) override {
+      if (!ok) return;
+      ++received;
+      this->StartRead(&message_);
+   }
+   void OnDone(const grpc::Status& status) override {
+      std::lock_guard lock(mutex_);
+      status_ = status;
+      done_ = true;
+      ended_.notify_all();
+   }
+   grpc::Status await() {
+      std::unique_lock lock(mutex_);
+      ended_.wait(lock, [this] { return done_; });
+      return status_;
+   }
+   bool done() {
+      std::lock_guard lock(mutex_);
+      return done_;
+   }
+
+   grpc::ClientContext context;
+   std::atomic<int> received{0};
+
+  private:
+   Message message_;
+   std::mutex mutex_;
+   std::condition_variable ended_;
+   bool done_ = false;
+   grpc::Status status_;
+};
+using Alive = HeldStream<pb::rpc_server_alive_msg>;
+
+TEST_F(OrvSdkRpcServiceTest, everyRpcWaitsForItsCall) {
+   EXPECT_EQ(liveHandlers() - handlersBefore_, rpcs);
+   // The two streams have a done tag beside their main tag.
+   EXPECT_EQ(running_.server().tags().size(), rpcs + 2);
+}
+
+TEST_F(OrvSdkRpcServiceTest, programsARouteFromTheWireToTheSdk) {
+   std::atomic<int> written{0};
+   ON_CALL(host_.ipRouteMgr, ip_route_via_set(testing::_)).WillByDefault([&](const orv::ip_route_via_t& via) {
+      EXPECT_EQ(via.nexthop_group(), "g");
+      ++written;
+   });
+   EXPECT_EQ(call(&Stub::ip_route, ipRoute(1, "g")).status(), pb::RPC_STATUS_NOT_INITIALIZED);
+   init();
+   EXPECT_EQ(call(&Stub::ip_route, ipRoute(1, "g")).status(), pb::RPC_STATUS_OK);
+   EXPECT_EQ(written, 1);
+}
+
+TEST_F(OrvSdkRpcServiceTest, aRefusalHasGrpcStatusOk) {
+   init();
+   EXPECT_EQ(call(&Stub::nexthop_group, pb::nexthop_group_msg()).status(), pb::RPC_STATUS_ERROR);
+   EXPECT_EQ(call(&Stub::ip_route, ipRoute(1, "")).status(), pb::RPC_STATUS_NOT_FOUND);
+}
+
+TEST_F(OrvSdkRpcServiceTest, theStateIsReadableBeforeInit) {
+   ON_CALL(host_.agentMgr, status("k")).WillByDefault(testing::Return("v"));
+   pb::rpc_server_state_status_msg request;
+   request.add_key_value_pairs()->set_key("k");
+   const auto pairs = call(&Stub::get_rpc_server_state, request);
+   ASSERT_EQ(pairs.key_value_pairs_size(), 1);
+   EXPECT_EQ(pairs.key_value_pairs(0).value(), "v");
+   EXPECT_EQ(call(&Stub::rpc_server_state, pb::rpc_server_state_config_msg()).status(),
+             pb::RPC_STATUS_NOT_INITIALIZED);
+   init();
+   EXPECT_EQ(call(&Stub::rpc_server_state, pb::rpc_server_state_config_msg()).status(), pb::RPC_STATUS_OK);
+}
+
+TEST_F(OrvSdkRpcServiceTest, resyncNeedsNoInit) {
+   pb::rpc_server_resync_msg request;
+   request.set_resync_phase(pb::rpc_server_resync_msg::RESYNC_START);
+   EXPECT_EQ(call(&Stub::rpc_server_resync, request).status(), pb::RPC_STATUS_OK);
+   request.set_resync_phase(pb::rpc_server_resync_msg::RESYNC_END);
+   EXPECT_EQ(call(&Stub::rpc_server_resync, request).status(), pb::RPC_STATUS_OK);
+   EXPECT_EQ(call(&Stub::rpc_server_resync, request).status(), pb::RPC_STATUS_ERROR);
+}
+
+TEST_F(OrvSdkRpcServiceTest, aBulkHasAnEntryPerItem) {
+   init();
+   pb::ip_route_bulk_msg routes;
+   for (int i = 0; i < 250; ++i) *routes.add_bulk() = ipRoute(i, i % 2 == 0 ? "group-with-a-rather-long-name" : "");
+   const auto answer = call(&Stub::ip_route_bulk, routes);
+   ASSERT_EQ(answer.statuses_size(), 250);
+   for (int i = 0; i < 250; ++i) {
+      EXPECT_EQ(answer.statuses(i).status(), i % 2 == 0 ? pb::RPC_STATUS_OK : pb::RPC_STATUS_NOT_FOUND);
+   }
+   pb::nexthop_group_bulk_msg groups;
+   groups.add_bulk()->set_name("g");
+   fixture::addNexthop(*groups.add_bulk(), 1, {100});
+   groups.mutable_bulk(1)->set_name("h");
+   const auto statuses = call(&Stub::nexthop_group_bulk, groups).statuses();
+   ASSERT_EQ(statuses.size(), 2);
+   EXPECT_EQ(statuses[0].status(), pb::RPC_STATUS_ERROR);
+   EXPECT_EQ(statuses[1].status(), pb::RPC_STATUS_OK);
+}
+
+TEST_F(OrvSdkRpcServiceTest, whatThisBuildDoesNotProgramIsRefusedInWords) {
+   const auto expect = [](const pb::rpc_status_msg& status, const std::string& request) {
+      EXPECT_EQ(status.status(), pb::RPC_STATUS_ERROR);
+      EXPECT_EQ(status.debug_string(), "Error: not available in this build, request " + request);
+   };
+   pb::nexthop_group_tunnel_bulk_msg tunnels;
+   tunnels.add_bulk()->set_igp_metric(1);
+   tunnels.add_bulk()->set_igp_metric(2);
+   EXPECT_EQ(call(&Stub::nexthop_group_tunnel, tunnels.bulk(0)).status(), pb::RPC_STATUS_NOT_INITIALIZED);
+   EXPECT_EQ(call(&Stub::nexthop_group_tunnel_bulk, tunnels).statuses(1).status(),
+             pb::RPC_STATUS_NOT_INITIALIZED);
+   init();
+   expect(call(&Stub::nexthop_group_tunnel, tunnels.bulk(0)), "igp_metric: 1");
+   const auto tunnelStatuses = call(&Stub::nexthop_group_tunnel_bulk, tunnels);
+   ASSERT_EQ(tunnelStatuses.statuses_size(), 2);
+   expect(tunnelStatuses.statuses(0), "igp_metric: 1");
+   expect(tunnelStatuses.statuses(1), "igp_metric: 2");
+   pb::mpls_route_bulk_msg mpls;
+   mpls.add_bulk()->set_label(16);
+   expect(call(&Stub::mpls_route, mpls.bulk(0)), "label: 16");
+   expect(call(&Stub::mpls_route_bulk, mpls).statuses(0), "label: 16");
+   pb::cbf_nexthop_group_redirect_bulk_msg cbf;
+   cbf.add_bulk()->set_match_nexthop_group_name("a");
+   expect(call(&Stub::cbf_nexthop_group_redirect, cbf.bulk(0)), "match_nexthop_group_name: \"a\"");
+   expect(call(&Stub::cbf_nexthop_group_redirect_bulk, cbf).statuses(0), "match_nexthop_group_name: \"a\"");
+   pb::sbfd_echo_session_bulk_msg sbfd;
+   sbfd.add_bulk()->set_min_tx(300);
+   expect(call(&Stub::sbfd_echo_session, sbfd.bulk(0)), "min_tx: 300");
+   expect(call(&Stub::sbfd_echo_session_bulk, sbfd).statuses(0), "min_tx: 300");
+}
+
+TEST_F(OrvSdkRpcServiceTest, theStreamOfSessionUpdatesEndsInWordsInsteadOfSilence) {
+   for (int round = 0; round < 3; ++round) {
+      grpc::ClientContext context;
+      pb::watch_sbfd_echo_session_config_msg request;
+      request.set_send_initial_message(true);
+      const auto reader = stub_->watch_sbfd_echo_session_status_msgs(&context, request);
+      pb::watch_sbfd_echo_session_status_msg message;
+      EXPECT_FALSE(reader->Read(&message));
+      const grpc::Status status = reader->Finish();
+      EXPECT_EQ(status.error_code(), grpc::StatusCode::UNIMPLEMENTED);
+      EXPECT_EQ(status.error_message(),
+                "Error: not available in this build, request send_initial_message: true");
+   }
+   EXPECT_TRUE(eventually([] { return liveHandlers("SbfdEchoUpdatesHandler") == 1; }));
+   EXPECT_TRUE(eventually([&] { return running_.server().tags().size() == rpcs + 2; }));
+}
+
+TEST_F(OrvSdkRpcServiceTest, theAliveWatchSaysNothingAndEndsWithTheServer) {
+   Alive watch;
+   stub_->async()->watch_rpc_server_alive(&watch.context, std::make_unique<pb::rpc_server_alive_msg>().get(), &watch);
+   watch.begin();
+   ASSERT_TRUE(eventually([] { return liveHandlers(aliveType) == 2; }));
+   init();
+   EXPECT_FALSE(watch.done());
+   EXPECT_EQ(watch.received, 0);
+   running_.stop();
+   EXPECT_FALSE(watch.await().ok());
+   EXPECT_EQ(watch.received, 0);
+}
+
+TEST_F(OrvSdkRpcServiceTest, anAliveWatchWhoseClientLeavesIsFreedAtOnce) {
+   const pb::rpc_server_alive_msg request;
+   Alive watches[3];
+   for (Alive& watch : watches) {
+      stub_->async()->watch_rpc_server_alive(&watch.context, &request, &watch);
+      watch.begin();
+   }
+   ASSERT_TRUE(eventually([] { return liveHandlers(aliveType) == 4; }));
+   watches[1].context.TryCancel();
+   EXPECT_TRUE(eventually([] { return liveHandlers(aliveType) == 3; }));
+   EXPECT_EQ(watches[1].await().error_code(), grpc::StatusCode::CANCELLED);
+   EXPECT_FALSE(watches[0].done());
+   for (Alive& watch : watches) watch.context.TryCancel();
+   EXPECT_TRUE(eventually([] { return liveHandlers(aliveType) == 1; }));
+   EXPECT_TRUE(eventually([&] { return running_.server().tags().size() == rpcs + 2; }));
+   for (Alive& watch : watches) watch.await();
+}
+
+TEST_F(OrvSdkRpcServiceTest, stopUnderLoadIsPromptAndLeavesNothing) {
+   constexpr std::size_t count = 200;
+   init();
+   const pb::rpc_server_alive_msg aliveRequest;
+   std::vector<std::unique_ptr<Alive>> watches;
+   // Several connections, as several controllers have them.
+   std::vector<std::unique_ptr<Stub>> stubs;
+   for (int i = 0; i < 4; ++i) stubs.push_back(running_.stub<pb::orvsdk_service>());
+   for (std::size_t i = 0; i < count; ++i) {
+      watches.push_back(std::make_unique<Alive>());
+      stubs[i % stubs.size()]->async()->watch_rpc_server_alive(&watches.back()->context, &aliveRequest,
+                                                                watches.back().get());
+      watches.back()->begin();
+   }
+   ASSERT_TRUE(eventually([] { return liveHandlers(aliveType) == count + 1; }));
+
+   struct Call {
+      grpc::ClientContext context;
+      pb::rpc_status_msg response;
+   };
+   std::vector<std::unique_ptr<Call>> calls;
+   std::atomic<std::size_t> ended{0};
+   const auto request = ipRoute(1, "g");
+   std::atomic<bool> entered{false};
+   ON_CALL(host_.ipRouteMgr, ip_route_via_set(testing::_)).WillByDefault([&](const auto&) { entered = true; });
+   std::chrono::steady_clock::time_point begin;
+   {
+      // The thread that stops a server holds the SDK's lock, and the pump waits for it in a call.
+      orv::sdk_scoped_lock lock;
+      for (std::size_t i = 0; i < count; ++i) {
+         calls.push_back(std::make_unique<Call>());
+         stubs[i % stubs.size()]->async()->ip_route(&calls.back()->context, &request, &calls.back()->response,
+                                                    [&](const grpc::Status&) { ++ended; });
+      }
+      // One call has reached its handler, so its successor is there.
+      ASSERT_TRUE(eventually([] { return liveHandlers("ip_route_msg") == 2; }));
+      begin = std::chrono::steady_clock::now();
+      running_.server().stop();
+   }
+   running_.stop();
+   EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(2));
+   EXPECT_TRUE(entered);
+   EXPECT_EQ(running_.server().tags().size(), 0U);
+   EXPECT_EQ(liveHandlers(), handlersBefore_);
+   for (auto& watch : watches) EXPECT_FALSE(watch->await().ok());
+   EXPECT_TRUE(eventually([&] { return ended == count; }));
+}
+
+TEST_F(OrvSdkRpcServiceTest, stopWhileCallsKeepComing) {
+   init();
+   std::atomic<bool> over{false};
+   std::vector<std::thread> clients;
+   std::atomic<int> served{0};
+   for (int i = 0; i < 4; ++i) {
+      clients.emplace_back([&] {
+         const auto stub = running_.stub<pb::orvsdk_service>();
+         pb::ip_route_bulk_msg request;
+         for (int r = 0; r < 100; ++r) *request.add_bulk() = ipRoute(r, "g");
+         while (!over) {
+            grpc::ClientContext context;
+            context.set_deadline(std::chrono::system_clock::now() + std::chrono::seconds(5));
+            pb::rpc_status_bulk_msg response;
+            if (stub->ip_route_bulk(&context, request, &response).ok()) {
+               EXPECT_EQ(response.statuses_size(), 100);
+               ++served;
+            }
+         }
+      });
+   }
+   ASSERT_TRUE(eventually([&] { return served > 20; }));
+   running_.stop();
+   EXPECT_EQ(liveHandlers(), handlersBefore_);
+   over = true;
+   for (auto& client : clients) client.join();
+}
+
+}  // namespace
+}  // namespace OrvSdkRpc

@@ -1,0 +1,26 @@
+// Running a program to its end, and what it said.
+//
+// Thread-safety: none needed; everything is local to a call.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "Child.h"
+
+namespace orvsdkrpcd::test {
+
+struct Outcome {
+   systest::Ending ending;
+   // Standard output and standard error.
+   std::string text;
+};
+
+// Throws std::runtime_error when the program has not ended after a minute.
+Outcome runProgram(std::vector<std::string> argv);
+
+// The daemon and the client of this build.
+const std::string& daemonProgram();
+const std::string& clientProgram();
+
+}  // namespace orvsdkrpcd::test

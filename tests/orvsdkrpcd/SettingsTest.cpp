@@ -1,0 +1,187 @@
+#include "orvsdkrpcd/Settings.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+
+#include "TempDir.h"
+#include "orv/tracer.h"
+#include "orvsdkrpcd/UsageError.h"
+#include "toggles/Toggles.h"
+
+namespace orvsdkrpcd {
+namespace {
+
+using testing::HasSubstr;
+using testing::StartsWith;
+
+class SettingsTest : public testing::Test {
+protected:
+   ~SettingsTest() override {
+      toggleDirectoryDel();
+      orv::trace_setting_is("");
+   }
+
+   std::string write(const std::string& name, const std::string& text) {
+      const std::string path = directory_ / name;
+      std::ofstream(path) << text;
+      return path;
+   }
+   Flags read(const std::vector<std::string>& arguments) {
+      std::string answer;
+      const auto flags = readFlags(arguments, answer);
+      if (!flags) throw std::runtime_error("no flags but an answer: " + answer);
+      return *flags;
+   }
+   // Flags that are all right.
+   Flags good() const {
+      Flags flags;
+      flags.listen = "unix:" + directory_.path() + "/rpc.sock";
+      flags.stateDir = directory_ / "state";
+      return flags;
+   }
+   std::string refusal(const std::vector<std::string>& arguments) {
+      try {
+         read(arguments);
+      } catch (const UsageError& error) {
+         return error.what();
+      }
+      return "";
+   }
+   static std::string refusal(const Flags& flags) {
+      try {
+         checkFlags(flags);
+      } catch (const UsageError& error) {
+         return error.what();
+      }
+      return "";
+   }
+   size_t entries() const {
+      const std::filesystem::directory_iterator all(directory_.path());
+      return static_cast<size_t>(std::distance(begin(all), end(all)));
+   }
+
+   systest::TempDir directory_;
+};
+
+TEST_F(SettingsTest, FlagsOfTheCommandLine) {
+   const Flags flags = read({"--listen", "unix:/x", "--state-dir", "/s", "--bfd", "--console", "unix:/c",
+                             "--trace", "a/1,b/2-3", "--durability", "sync", "--stay"});
+   EXPECT_EQ(flags.listen, "unix:/x");
+   EXPECT_EQ(flags.stateDir, "/s");
+   EXPECT_TRUE(flags.bfd);
+   EXPECT_FALSE(flags.fib);
+   EXPECT_EQ(flags.console, "unix:/c");
+   EXPECT_EQ(flags.trace, "a/1,b/2-3");
+   EXPECT_EQ(flags.durability, "sync");
+   EXPECT_TRUE(flags.stay);
+}
+
+TEST_F(SettingsTest, TheConfigFileHasTheSameNamesAndTheCommandLineWins) {
+   const std::string config = write("config",
+                                    "listen = \"unix:/x\"\nstate-dir = \"/s\"\nbfd = true\nfib = false\n"
+                                    "trace = \"a/1,b/2\"\n");
+   const Flags flags = read({"--config", config, "--listen", "unix:/y"});
+   EXPECT_EQ(flags.listen, "unix:/y");
+   EXPECT_EQ(flags.stateDir, "/s");
+   EXPECT_TRUE(flags.bfd);
+   EXPECT_FALSE(flags.fib);
+   EXPECT_EQ(flags.trace, "a/1,b/2");
+}
+
+TEST_F(SettingsTest, AConfigFileThatCannotBeUsedIsRefused) {
+   EXPECT_THAT(refusal({"--config", directory_ / "none"}), HasSubstr("none', expected a readable file"));
+   const std::string unknown = write("config", "nonsense = 1\n");
+   EXPECT_THAT(refusal({"--config", unknown}), HasSubstr("nonsense"));
+}
+
+TEST_F(SettingsTest, CommandLinesThatAreNone) {
+   EXPECT_THAT(refusal({"--nonsense"}), HasSubstr("--nonsense"));
+   EXPECT_THAT(refusal({"--listen"}), HasSubstr("--listen"));
+   EXPECT_THAT(refusal({"--listen", "unix:/x", "--listen", "unix:/y"}), HasSubstr("--listen"));
+   EXPECT_THAT(refusal({"word"}), HasSubstr("word"));
+}
+
+TEST_F(SettingsTest, HelpAndVersionAreAnswers) {
+   std::string answer;
+   EXPECT_FALSE(readFlags({"--help"}, answer));
+   EXPECT_THAT(answer, HasSubstr("Exit codes:"));
+   EXPECT_FALSE(readFlags({"--version"}, answer));
+   EXPECT_THAT(answer, StartsWith("orvsdkrpcd "));
+}
+
+TEST_F(SettingsTest, GoodFlagsCreateNothing) {
+   const Settings settings = checkFlags(good());
+   EXPECT_EQ(settings.listen.socketPath, directory_ / "rpc.sock");
+   EXPECT_EQ(settings.durability, softswitch::store::Durability::process);
+   EXPECT_FALSE(settings.console);
+   EXPECT_EQ(entries(), 0U);
+}
+
+TEST_F(SettingsTest, EveryBadValueIsNamed) {
+   const std::string file = write("file", "not JSON");
+   auto with = [&](auto change) {
+      Flags flags = good();
+      change(flags);
+      return refusal(flags);
+   };
+   const size_t before = entries();
+   EXPECT_THAT(with([](Flags& f) { f.listen = ""; }), StartsWith("--listen is '', expected "));
+   EXPECT_THAT(with([](Flags& f) { f.listen = "nonsense"; }),
+               StartsWith("--listen is 'nonsense', expected "));
+   EXPECT_THAT(with([&](Flags& f) { f.listen = "unix:" + file; }), HasSubstr("something else"));
+   EXPECT_THAT(with([](Flags& f) { f.listen = "unix:/nonexistent/x"; }), HasSubstr("'/nonexistent'"));
+   EXPECT_THAT(with([](Flags& f) { f.stateDir = ""; }), StartsWith("--state-dir is '', expected "));
+   EXPECT_THAT(with([&](Flags& f) { f.stateDir = file; }),
+               StartsWith("--state-dir is '" + file + "', expected a directory"));
+   EXPECT_THAT(with([](Flags& f) { f.stateDir = "/nonexistent/state"; }),
+               HasSubstr("/nonexistent: No such file"));
+   EXPECT_THAT(with([&](Flags& f) { f.stateDir = file + "/state"; }), StartsWith("--state-dir is '"));
+   EXPECT_THAT(with([](Flags& f) { f.console = "nonsense"; }), HasSubstr("nonsense"));
+   EXPECT_THAT(with([&](Flags& f) { f.console = "unix:" + file; }), StartsWith("--console is 'unix:" + file));
+   EXPECT_THAT(with([&](Flags& f) { f.console = f.listen; }), HasSubstr("another path"));
+   EXPECT_THAT(with([&](Flags& f) { f.console = f.listen + ".lock"; }), HasSubstr("another path"));
+   EXPECT_THAT(with([](Flags& f) { f.durability = "maybe"; }),
+               StartsWith("--durability is 'maybe', expected lazy or sync"));
+   EXPECT_THAT(with([](Flags& f) { f.topology = "/nonexistent"; }), HasSubstr("/nonexistent"));
+   EXPECT_THAT(with([&](Flags& f) { f.topology = file; }), HasSubstr(file));
+   EXPECT_THAT(with([](Flags& f) { f.toggles = "/nonexistent"; }), HasSubstr("/nonexistent"));
+   EXPECT_THAT(with([](Flags& f) { f.trace = "a/99"; }), StartsWith("--trace is 'a/99'"));
+   EXPECT_EQ(entries(), before);
+}
+
+TEST_F(SettingsTest, ADirectoryInTheLockFilesPlaceIsRefused) {
+   std::filesystem::create_directory(directory_ / "rpc.sock.lock");
+   EXPECT_THAT(refusal(good()), HasSubstr("rpc.sock.lock"));
+}
+
+TEST_F(SettingsTest, AMalformedToggleFileIsNamed) {
+   std::filesystem::create_directory(directory_ / "toggles");
+   std::ofstream(directory_ / "toggles/OrvSdkRpc.json") << "{\"A\": 1}";
+   Flags flags = good();
+   flags.toggles = directory_ / "toggles";
+   EXPECT_THAT(refusal(flags), HasSubstr("OrvSdkRpc.json"));
+}
+
+TEST_F(SettingsTest, GoodFilesAreInForce) {
+   std::filesystem::create_directory(directory_ / "toggles");
+   std::ofstream(directory_ / "toggles/OrvSdkRpc.json") << "{\"A\": false}";
+   Flags flags = good();
+   flags.toggles = directory_ / "toggles";
+   flags.topology = write("topology.json", R"({"interfaces":[{"name":"Ethernet1","count":2}]})");
+   flags.trace = "settings-test/3";
+   flags.durability = "sync";
+   flags.console = "unix:" + directory_.path() + "/console.sock";
+   const Settings settings = checkFlags(flags);
+   EXPECT_FALSE(getToggleState("A", "OrvSdkRpc.json", true));
+   EXPECT_EQ(settings.topology.interfaces().size(), 2U);
+   EXPECT_TRUE(orv::tracer("settings-test").enabled(3));
+   EXPECT_EQ(settings.durability, softswitch::store::Durability::sync);
+   ASSERT_TRUE(settings.console);
+   EXPECT_EQ(settings.console->path, directory_ / "console.sock");
+}
+
+}  // namespace
+}  // namespace orvsdkrpcd

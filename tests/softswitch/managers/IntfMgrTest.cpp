@@ -1,0 +1,167 @@
+#include "softswitch/managers/intf_mgr.h"
+
+#include <gmock/gmock.h>
+
+#include "ManagerTest.h"
+
+namespace softswitch {
+namespace {
+
+using orv::intf_id_t;
+using orv::oper_status_t;
+using testing::ElementsAre;
+
+// Writes down what it hears.
+class Listener final : public orv::intf_handler {
+public:
+   using orv::intf_handler::intf_handler;
+   void on_oper_status(const intf_id_t& intf, oper_status_t status) override {
+      heard.push_back(intf.to_string() + " oper " + orv::to_string(status));
+   }
+   void on_admin_enabled(const intf_id_t& intf, bool enabled) override {
+      heard.push_back(intf.to_string() + (enabled ? " enabled" : " disabled"));
+   }
+   void on_intf_description(const intf_id_t& intf, const std::string& description) override {
+      heard.push_back(intf.to_string() + " described " + description);
+   }
+   std::vector<std::string> heard;
+};
+
+class IntfMgrTest : public ManagerTest {
+protected:
+   void SetUp() override {
+      ManagerTest::SetUp();
+      make();
+   }
+   void TearDown() override {
+      mgr_.reset();
+      ManagerTest::TearDown();
+   }
+   void make() { mgr_ = std::make_unique<IntfMgr>(context(), topology_); }
+
+   const Topology topology_ = Topology::parse(R"({"interfaces": [
+      {"name": "Ethernet1", "count": 12}, {"name": "Ethernet20", "link": "down"},
+      {"name": "Loopback0"}, {"name": "Vxlan1"}, {"name": "Lag1"}, {"name": "Management1"}]})",
+                                              "test");
+   const intf_id_t ethernet1_{"Ethernet1"}, ethernet2_{"Ethernet2"}, absent_{"Ethernet99"};
+   std::unique_ptr<IntfMgr> mgr_;
+};
+
+TEST_F(IntfMgrTest, hasTheTopologysInterfacesInOrder) {
+   const auto intfs = all(mgr_->intf_iter());
+   ASSERT_EQ(intfs.size(), 17u);
+   EXPECT_EQ(intfs[0], ethernet1_);
+   EXPECT_EQ(intfs[1], ethernet2_);
+   EXPECT_EQ(intfs[9].to_string(), "Ethernet10");
+   EXPECT_EQ(intfs.back().to_string(), "Vxlan1");
+   EXPECT_TRUE(mgr_->exists(ethernet1_));
+   EXPECT_FALSE(mgr_->exists(absent_));
+   EXPECT_FALSE(mgr_->exists(intf_id_t()));
+}
+
+TEST_F(IntfMgrTest, startsEnabledWithTheTopologysLinks) {
+   EXPECT_TRUE(mgr_->admin_enabled(ethernet1_));
+   EXPECT_EQ(mgr_->description(ethernet1_), "");
+   EXPECT_EQ(mgr_->oper_status(ethernet1_), oper_status_t::up);
+   EXPECT_EQ(mgr_->oper_status(intf_id_t("Ethernet20")), oper_status_t::down);
+   EXPECT_EQ(mgr_->oper_status(intf_id_t("Loopback0")), oper_status_t::up);
+}
+
+TEST_F(IntfMgrTest, operStatusIsAdminAndLink) {
+   mgr_->admin_enabled_is(ethernet1_, false);
+   EXPECT_EQ(mgr_->oper_status(ethernet1_), oper_status_t::down);
+   mgr_->linkIs(ethernet1_, false);
+   mgr_->admin_enabled_is(ethernet1_, true);
+   EXPECT_EQ(mgr_->oper_status(ethernet1_), oper_status_t::down);
+   mgr_->linkIs(ethernet1_, true);
+   EXPECT_EQ(mgr_->oper_status(ethernet1_), oper_status_t::up);
+}
+
+TEST_F(IntfMgrTest, kernelNamesGoBothWays) {
+   EXPECT_EQ(mgr_->kernel_intf_name(ethernet1_), "eth1");
+   EXPECT_EQ(mgr_->orv_intf_name("mgmt1"), intf_id_t("Management1"));
+   EXPECT_EQ(refusal([&] { mgr_->orv_intf_name("eth99"); }), "no interface has the kernel name 'eth99'");
+}
+
+TEST_F(IntfMgrTest, linkEventsReachHandlersFromTheLoopOnly) {
+   Listener watching(mgr_.get());
+   Listener deaf(mgr_.get());
+   watching.watch_all_intfs(true);
+   mgr_->linkIs(ethernet1_, false);
+   mgr_->linkIs(ethernet1_, false);
+   mgr_->linkIs(ethernet1_, true);
+   EXPECT_THAT(watching.heard, ElementsAre());
+   runLoop();
+   EXPECT_THAT(watching.heard, ElementsAre("Ethernet1 oper down", "Ethernet1 oper up"));
+   EXPECT_THAT(deaf.heard, ElementsAre());
+}
+
+TEST_F(IntfMgrTest, adminAndDescriptionEventsComeInOrder) {
+   Listener listener(mgr_.get());
+   listener.watch_all_intfs(true);
+   mgr_->admin_enabled_is(ethernet1_, false);
+   mgr_->admin_enabled_is(ethernet1_, false);
+   mgr_->description_is(ethernet1_, "to the spine");
+   mgr_->description_is(ethernet1_, "to the spine");
+   runLoop();
+   EXPECT_THAT(listener.heard,
+               ElementsAre("Ethernet1 disabled", "Ethernet1 oper down", "Ethernet1 described to the spine"));
+}
+
+TEST_F(IntfMgrTest, watchingOneInterfaceHearsOfThatOne) {
+   Listener listener(mgr_.get());
+   listener.watch_intf(ethernet2_, true);
+   mgr_->linkIs(ethernet1_, false);
+   mgr_->linkIs(ethernet2_, false);
+   runLoop();
+   EXPECT_THAT(listener.heard, ElementsAre("Ethernet2 oper down"));
+}
+
+TEST_F(IntfMgrTest, configurationSurvivesARestartAndTheLinkDoesNot) {
+   mgr_->admin_enabled_is(ethernet1_, false);
+   mgr_->description_is(ethernet2_, "K\xc3\xb6ln");
+   mgr_->linkIs(intf_id_t("Ethernet3"), false);
+   mgr_->admin_enabled_is(intf_id_t("Ethernet4"), false);
+   mgr_->admin_enabled_is(intf_id_t("Ethernet4"), true);
+   restart([&] { mgr_.reset(); });
+   make();
+   EXPECT_FALSE(mgr_->admin_enabled(ethernet1_));
+   EXPECT_EQ(mgr_->oper_status(ethernet1_), oper_status_t::down);
+   EXPECT_EQ(mgr_->description(ethernet2_), "K\xc3\xb6ln");
+   EXPECT_TRUE(mgr_->linkUp(intf_id_t("Ethernet3")));
+   EXPECT_TRUE(mgr_->admin_enabled(intf_id_t("Ethernet4")));
+   EXPECT_EQ(mgr_->config().size(), 2u);
+}
+
+TEST_F(IntfMgrTest, refusesWhatItDoesNotHave) {
+   EXPECT_EQ(refusal([&] { mgr_->admin_enabled(absent_); }), "unknown interface Ethernet99");
+   EXPECT_EQ(refusal([&] { mgr_->admin_enabled_is(absent_, true); }), "unknown interface Ethernet99");
+   EXPECT_EQ(refusal([&] { mgr_->description(absent_); }), "unknown interface Ethernet99");
+   EXPECT_EQ(refusal([&] { mgr_->description_is(absent_, "x"); }), "unknown interface Ethernet99");
+   EXPECT_EQ(refusal([&] { mgr_->oper_status(absent_); }), "unknown interface Ethernet99");
+   EXPECT_EQ(refusal([&] { mgr_->kernel_intf_name(absent_); }), "unknown interface Ethernet99");
+   EXPECT_EQ(refusal([&] { mgr_->linkIs(absent_, true); }), "unknown interface Ethernet99");
+   EXPECT_EQ(refusal([&] { mgr_->require(intf_id_t()); }), "unknown interface (none)");
+   EXPECT_THROW(mgr_->require(absent_), orv::invalid_argument_error);
+}
+
+TEST_F(IntfMgrTest, refusesALinkWithoutACable) {
+   EXPECT_EQ(refusal([&] { mgr_->linkIs(intf_id_t("Loopback0"), false); }),
+             "interface Loopback0 is of type loopback and has no link to set");
+   EXPECT_EQ(refusal([&] { mgr_->linkIs(intf_id_t("Vxlan1"), false); }),
+             "interface Vxlan1 is of type vxlan and has no link to set");
+   EXPECT_EQ(refusal([&] { mgr_->linkIs(intf_id_t("Lag1"), false); }), "");
+   EXPECT_EQ(refusal([&] { mgr_->linkIs(intf_id_t("Management1"), false); }), "");
+}
+
+TEST_F(IntfMgrTest, refusesDescriptionsThatAreTooLongOrNotText) {
+   EXPECT_EQ(refusal([&] { mgr_->description_is(ethernet1_, std::string(255, 'd')); }), "");
+   EXPECT_EQ(refusal([&] { mgr_->description_is(ethernet1_, std::string(256, 'd')); }),
+             "description of interface Ethernet1 has 256 bytes, expected at most 255");
+   EXPECT_EQ(refusal([&] { mgr_->description_is(ethernet1_, "two\nlines"); }),
+             "description of interface Ethernet1 is 'two\\x0alines', expected no control character");
+   EXPECT_EQ(mgr_->description(ethernet1_), std::string(255, 'd'));
+}
+
+}  // namespace
+}  // namespace softswitch

@@ -1,0 +1,254 @@
+#include "softswitch/managers/policy_map_mgr.h"
+
+#include <gmock/gmock.h>
+
+#include "ManagerTest.h"
+#include "softswitch/managers/class_map_mgr.h"
+#include "softswitch/managers/intf_mgr.h"
+
+namespace softswitch {
+namespace {
+
+using orv::acl_direction_t;
+using orv::class_map_t;
+using orv::intf_id_t;
+using orv::ip_addr_t;
+using orv::policy_action_type_t;
+using orv::policy_feature_t;
+using orv::policy_map_action_t;
+using orv::policy_map_hw_status_key_t;
+using orv::policy_map_key_t;
+using orv::policy_map_rule_t;
+using orv::policy_map_status_t;
+using orv::policy_map_t;
+using testing::ElementsAre;
+using testing::Pair;
+
+class Listener final : public orv::policy_map_handler {
+public:
+   using orv::policy_map_handler::policy_map_handler;
+   void on_policy_map_sync(const policy_map_key_t& key) override { heard.push_back("sync " + key.name()); }
+   void on_policy_map_sync_fail(const policy_map_key_t& key, const std::string& message) override {
+      heard.push_back("fail " + key.name() + ": " + message);
+   }
+   void on_policy_map_config_set(const policy_map_key_t& key) override {
+      heard.push_back("set " + key.name());
+   }
+   std::vector<std::string> heard;
+};
+
+class PolicyMapMgrTest : public ManagerTest {
+protected:
+   void SetUp() override {
+      ManagerTest::SetUp();
+      make();
+   }
+   void TearDown() override {
+      forget();
+      ManagerTest::TearDown();
+   }
+   void make() {
+      intfs_ = std::make_unique<IntfMgr>(context(), topology_);
+      classMaps_ = std::make_unique<ClassMapMgr>(context());
+      mgr_ = std::make_unique<PolicyMapMgr>(context(), *intfs_, *classMaps_);
+   }
+   void forget() {
+      mgr_.reset();
+      classMaps_.reset();
+      intfs_.reset();
+   }
+   // One rule that sends the class to a group.
+   policy_map_t mapOf(const policy_map_key_t& key) {
+      policy_map_action_t action(policy_action_type_t::nexthop_group);
+      action.nexthop_group_name_is("group");
+      policy_map_rule_t rule(class_);
+      rule.action_set(action);
+      policy_map_t map(key);
+      map.rule_set(5, rule);
+      return map;
+   }
+   policy_map_t withAction(const policy_map_action_t& action) {
+      policy_map_rule_t rule(class_);
+      rule.action_set(action);
+      policy_map_t map(a_);
+      map.rule_set(5, rule);
+      return map;
+   }
+
+   const Topology topology_ = Topology::builtIn();
+   const policy_map_key_t a_{"a", policy_feature_t::pbr}, b_{"b", policy_feature_t::pbr},
+        qos_{"a", policy_feature_t::qos}, class_{"class", policy_feature_t::pbr};
+   const intf_id_t ethernet1_{"Ethernet1"}, ethernet2_{"Ethernet2"};
+   std::unique_ptr<IntfMgr> intfs_;
+   std::unique_ptr<ClassMapMgr> classMaps_;
+   std::unique_ptr<PolicyMapMgr> mgr_;
+};
+
+TEST_F(PolicyMapMgrTest, keepsWhatItIsGiven) {
+   EXPECT_FALSE(mgr_->exists(a_));
+   EXPECT_EQ(mgr_->policy_map(a_), policy_map_t());
+   mgr_->policy_map_is(mapOf(a_));
+   EXPECT_EQ(mgr_->policy_map(a_), mapOf(a_));
+   mgr_->policy_map_is(policy_map_t(a_));
+   EXPECT_EQ(mgr_->policy_map(a_), policy_map_t(a_));
+   mgr_->policy_map_del(a_);
+   mgr_->policy_map_del(a_);
+   EXPECT_FALSE(mgr_->exists(a_));
+}
+
+TEST_F(PolicyMapMgrTest, listsByFeature) {
+   auto qos = policy_map_t(qos_);
+   for (const auto& map : {mapOf(b_), mapOf(a_), qos})
+      mgr_->policy_map_is(map);
+   EXPECT_THAT(all(mgr_->policy_map_iter(policy_feature_t::pbr)), ElementsAre(a_, b_));
+   EXPECT_THAT(all(mgr_->policy_map_iter(policy_feature_t::qos)), ElementsAre(qos_));
+}
+
+TEST_F(PolicyMapMgrTest, everythingSurvivesARestart) {
+   auto map = mapOf(a_);
+   policy_map_action_t nexthops(policy_action_type_t::nexthop);
+   nexthops.nexthops_is({ip_addr_t("10.0.0.1"), ip_addr_t("2001:db8::1")});
+   nexthops.vrf_is("red");
+   nexthops.dscp_is(46);
+   nexthops.traffic_class_is(5);
+   policy_map_rule_t raw;
+   raw.policy_map_rule_type_is(orv::policy_map_rule_type_t::raw);
+   orv::acl_rule_ip_t match;
+   match.ip_protocol_is(17);
+   raw.raw_rule_is(match);
+   raw.action_set(nexthops);
+   raw.action_set(policy_map_action_t(policy_action_type_t::drop));
+   map.rule_set(9, raw);
+   mgr_->policy_map_is(map);
+   classMaps_->class_map_is(class_map_t(class_));
+   mgr_->policy_map_apply(a_, ethernet1_, acl_direction_t::in, true);
+   restart([&] { forget(); });
+   make();
+   EXPECT_EQ(mgr_->policy_map(a_), map);
+   EXPECT_THAT(mgr_->hw_status(a_).intf_statuses(),
+               ElementsAre(Pair(policy_map_hw_status_key_t(ethernet1_, acl_direction_t::in),
+                                policy_map_status_t::in_progress)));
+   runLoop();
+   EXPECT_EQ(mgr_->hw_status(a_).intf_statuses().begin()->second, policy_map_status_t::success);
+}
+
+TEST_F(PolicyMapMgrTest, hardwareAnswersFromTheLoop) {
+   Listener listener(mgr_.get());
+   listener.watch_all_policy_maps(true);
+   classMaps_->class_map_is(class_map_t(class_));
+   mgr_->policy_map_is(mapOf(a_));
+   EXPECT_TRUE(mgr_->hw_status(a_).intf_statuses().empty());
+   mgr_->policy_map_apply(a_, ethernet1_, acl_direction_t::in, true);
+   mgr_->policy_map_apply(a_, ethernet2_, acl_direction_t::out, true);
+   const policy_map_hw_status_key_t in(ethernet1_, acl_direction_t::in),
+        out(ethernet2_, acl_direction_t::out);
+   EXPECT_THAT(mgr_->hw_status(a_).intf_statuses(), ElementsAre(Pair(in, policy_map_status_t::in_progress),
+                                                                Pair(out, policy_map_status_t::in_progress)));
+   EXPECT_THAT(listener.heard, ElementsAre());
+   runLoop();
+   EXPECT_THAT(mgr_->hw_status(a_).intf_statuses(),
+               ElementsAre(Pair(in, policy_map_status_t::success), Pair(out, policy_map_status_t::success)));
+   EXPECT_THAT(listener.heard, ElementsAre("set a", "sync a"));
+   EXPECT_THAT(all(mgr_->policy_map_hw_status_iter(policy_feature_t::pbr)), ElementsAre(a_));
+}
+
+TEST_F(PolicyMapMgrTest, anAppliedPolicyMapFollowsItsClassMap) {
+   Listener listener(mgr_.get());
+   listener.watch_policy_map(a_, true);
+   mgr_->policy_map_is(mapOf(a_));
+   mgr_->policy_map_is(mapOf(b_));
+   mgr_->policy_map_apply(a_, ethernet1_, acl_direction_t::in, true);
+   runLoop();
+   EXPECT_THAT(listener.heard, ElementsAre("set a", "fail a: rule 5: class map 'class' does not exist"));
+   EXPECT_EQ(mgr_->hw_status(a_).intf_statuses().begin()->second, policy_map_status_t::failure);
+   classMaps_->class_map_is(class_map_t(class_));
+   runLoop();
+   EXPECT_EQ(listener.heard.back(), "sync a");
+   EXPECT_EQ(mgr_->hw_status(a_).intf_statuses().begin()->second, policy_map_status_t::success);
+   classMaps_->class_map_del(class_);
+   runLoop();
+   EXPECT_EQ(mgr_->hw_status(a_).intf_statuses().begin()->second, policy_map_status_t::failure);
+}
+
+TEST_F(PolicyMapMgrTest, aPlaceTakesOnePolicyMapOfAFeature) {
+   classMaps_->class_map_is(class_map_t(class_));
+   mgr_->policy_map_is(mapOf(a_));
+   mgr_->policy_map_is(mapOf(b_));
+   mgr_->policy_map_apply(a_, ethernet1_, acl_direction_t::in, true);
+   mgr_->policy_map_apply(b_, ethernet1_, acl_direction_t::in, true);
+   EXPECT_TRUE(mgr_->hw_status(a_).intf_statuses().empty());
+   EXPECT_EQ(mgr_->hw_status(b_).intf_statuses().size(), 1u);
+   mgr_->policy_map_apply(a_, ethernet1_, acl_direction_t::in, false);
+   EXPECT_EQ(mgr_->hw_status(b_).intf_statuses().size(), 1u);
+   mgr_->policy_map_apply(b_, ethernet1_, acl_direction_t::in, false);
+   EXPECT_TRUE(mgr_->places().empty());
+}
+
+TEST_F(PolicyMapMgrTest, deletingTakesItOffItsInterfaces) {
+   mgr_->policy_map_is(mapOf(a_));
+   mgr_->policy_map_apply(a_, ethernet1_, acl_direction_t::in, true);
+   mgr_->policy_map_del(a_);
+   EXPECT_TRUE(mgr_->places().empty());
+   runLoop();
+   EXPECT_TRUE(mgr_->hw_status(a_).intf_statuses().empty());
+}
+
+TEST_F(PolicyMapMgrTest, resyncRemovesWhatWasNotSetAgain) {
+   mgr_->policy_map_is(mapOf(a_));
+   mgr_->policy_map_is(mapOf(b_));
+   mgr_->policy_map_apply(a_, ethernet1_, acl_direction_t::in, true);
+   mgr_->resync_init();
+   mgr_->policy_map_is(mapOf(b_));
+   mgr_->resync_complete();
+   EXPECT_FALSE(mgr_->exists(a_));
+   EXPECT_TRUE(mgr_->exists(b_));
+   EXPECT_TRUE(mgr_->places().empty());
+}
+
+TEST_F(PolicyMapMgrTest, refusesRulesThatCannotWork) {
+   const auto words = [&](const policy_map_t& map) { return refusal([&] { mgr_->policy_map_is(map); }); };
+   EXPECT_EQ(words(policy_map_t()), "policy map name is empty, expected a name");
+   EXPECT_EQ(words(policy_map_t(policy_map_key_t("a", policy_feature_t::none))),
+             "policy map 'a' has feature none, expected pbr, qos, tap_aggregation or control_plane");
+   policy_map_t map(a_);
+   map.rule_set(5, policy_map_rule_t());
+   EXPECT_EQ(words(map), "policy map 'a' rule 5: the class map's name is empty, expected a name");
+   map.rule_set(5, policy_map_rule_t(policy_map_key_t("class", policy_feature_t::qos)));
+   EXPECT_EQ(words(map), "policy map 'a' rule 5: class map 'class' has feature qos, expected pbr");
+
+   policy_map_action_t action(policy_action_type_t::nexthop);
+   EXPECT_EQ(words(withAction(action)),
+             "policy map 'a' rule 5: action nexthop has no nexthops, expected at least one");
+   action.nexthops_is({ip_addr_t()});
+   EXPECT_EQ(words(withAction(action)),
+             "policy map 'a' rule 5: action nexthop has a null nexthop, expected IPv4 or IPv6 addresses");
+   EXPECT_EQ(words(withAction(policy_map_action_t(policy_action_type_t::nexthop_group))),
+             "policy map 'a' rule 5: action nexthop_group has no group, expected a name");
+   EXPECT_EQ(words(withAction(policy_map_action_t(policy_action_type_t::vrf))),
+             "policy map 'a' rule 5: action vrf has no VRF, expected a name");
+   policy_map_action_t dscp(policy_action_type_t::dscp);
+   dscp.dscp_is(64);
+   EXPECT_EQ(words(withAction(dscp)), "policy map 'a' rule 5: dscp 64 is out of range, expected 0 to 63");
+   policy_map_action_t trafficClass(policy_action_type_t::traffic_class);
+   trafficClass.traffic_class_is(8);
+   EXPECT_EQ(words(withAction(trafficClass)),
+             "policy map 'a' rule 5: traffic_class 8 is out of range, expected 0 to 7");
+   EXPECT_FALSE(mgr_->exists(a_));
+   policy_map_t empty(a_);
+   empty.rule_set(1, policy_map_rule_t(class_));
+   EXPECT_EQ(words(empty), "");
+}
+
+TEST_F(PolicyMapMgrTest, refusesToApplyWhatIsNotThere) {
+   EXPECT_EQ(refusal([&] { mgr_->policy_map_apply(a_, ethernet1_, acl_direction_t::in, true); }),
+             "policy map 'a' cannot be applied to interface Ethernet1, it does not exist");
+   mgr_->policy_map_is(mapOf(a_));
+   EXPECT_EQ(refusal([&] { mgr_->policy_map_apply(a_, intf_id_t("Ethernet99"), acl_direction_t::in, true); }),
+             "unknown interface Ethernet99");
+   EXPECT_EQ(refusal([&] { mgr_->policy_map_apply(a_, ethernet1_, acl_direction_t::none, true); }),
+             "direction none, expected in or out");
+   EXPECT_TRUE(mgr_->places().empty());
+}
+
+}  // namespace
+}  // namespace softswitch
