@@ -32,13 +32,13 @@ class CbfNhgMgr;
 // own for any of it.
 struct HostConfiguration {
    // Listening addresses in gRPC's text form. None: the agent stays up without a server.
-   std::vector<std::string> addresses;
+   std::vector<std::string> addresses = {};
    // Network namespace by name; empty for the process's own.
-   std::string vrf;
+   std::string vrf = {};
    // Name of the SSL profile, for traces.
-   std::string sslProfile;
+   std::string sslProfile = {};
    SslProfileState sslProfileState = SslProfileState::NotFound;
-   std::shared_ptr<grpc::ServerCredentials> credentials;
+   std::shared_ptr<grpc::ServerCredentials> credentials = {};
    bool accountingEnabled = false;
    // Serve remote peers on an insecure server too.
    bool allowInsecureRemote = true;

@@ -21,9 +21,9 @@ enum class SslProfileState : std::uint32_t {
 
 struct ServerProperties {
    // Listening addresses in gRPC's text form; those in use elsewhere are already gone.
-   std::vector<std::string> addresses;
+   std::vector<std::string> addresses = {};
    // Network namespace by name; empty for the process's own.
-   std::string vrf;
+   std::string vrf = {};
    SslProfileState sslProfileState = SslProfileState::NotFound;
    // The library's own server mode: programming service, insecure credentials, every peer served.
    bool internalServer = false;

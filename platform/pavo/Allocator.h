@@ -87,9 +87,9 @@ public:
       Counters::counters.freed.fetch_add(1, std::memory_order_relaxed);
       if (n != 1) Counters::counters.extraFreed.fetch_add(n - 1, std::memory_order_relaxed);
       if constexpr (overAligned) {
-         ::operator delete(block, n * sizeof(T), std::align_val_t(alignof(T)));
+         ::operator delete(block, std::align_val_t(alignof(T)));
       } else {
-         ::operator delete(block, n * sizeof(T));
+         ::operator delete(block);
       }
    }
 

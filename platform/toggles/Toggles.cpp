@@ -36,6 +36,8 @@ Toggles& toggles() {
 }
 
 ToggleFile readFile(const std::filesystem::path& path) {
+   std::error_code error;
+   if (!std::filesystem::is_regular_file(path, error)) refuse(path, "is not a regular file");
    std::ifstream stream(path);
    if (!stream) refuse(path, "cannot be read");
 

@@ -20,7 +20,7 @@ public:
    constexpr eth_addr_t() = default;
    // `bytes` holds six bytes in transmission order.
    explicit eth_addr_t(const std::uint8_t* bytes) { std::memcpy(bytes_.data(), bytes, size); }
-   // From "00:1c:73:0a:0b:0c", digits in either case; anything else throws
+   // From "00:00:5e:0a:0b:0c", digits in either case; anything else throws
    // invalid_argument_error naming the text.
    explicit eth_addr_t(std::string_view text);
 
@@ -35,7 +35,7 @@ public:
       std::memcpy(&value, bytes_.data(), size);
       return detail::mix(value);
    }
-   // "00:1c:73:0a:0b:0c"
+   // "00:00:5e:0a:0b:0c"
    [[nodiscard]] std::string to_string() const;
 
 private:

@@ -29,7 +29,8 @@ public:
       entries_.push_back({.handler = handler, .all = false, .keys = {}});
    }
 
-   // A handler that is not registered is ignored.
+   // A handler that is not registered is ignored. Needs the lock like the others, but
+   // does not ask for it: destructors call this, which cannot throw.
    void del(Handler* handler) noexcept {
       for (entry& e : entries_) {
          if (e.handler == handler) e.handler = nullptr;

@@ -26,10 +26,14 @@ namespace {
 template <typename T>
 void put(Json& object, const char* key, const T& value) {
    if constexpr (requires { value.to_string(); }) {
-      if (auto text = value.to_string(); !text.empty() && text != "null") object[key] = std::move(text);
+      if (!!value) object[key] = value.to_string();
    } else {
       if (value != T{}) object[key] = value;
    }
+}
+
+void put(Json& object, const char* key, orv::mpls_label_t label) {
+   if (!!label) object[key] = label.label();
 }
 
 // In a table a list of objects stands as "value key value, …": short names for what is most common.
@@ -59,7 +63,7 @@ Json viaJson(const orv::ip_route_via_t& via) {
    put(object, "label", via.mpls_label());
    put(object, "vni", via.vni());
    put(object, "vtep", via.vtep_addr());
-   if (!!via.router_mac()) put(object, "router-mac", via.router_mac());
+   put(object, "router-mac", via.router_mac());
    put(object, "vxlan-interface", via.vxlan_intf());
    put(object, "egress-vrf", via.egress_vrf());
    put(object, "metric", via.metric());

@@ -12,7 +12,7 @@ void checkPolicyMapKey(std::string_view what, const orv::policy_map_key_t& key) 
    }
    if (key.feature() == orv::policy_feature_t::none) {
       throw orv::invalid_argument_error(
-           fmt::format("{} '{}' has feature none, expected pbr, qos, tap_aggregation or control_plane", what,
+           fmt::format("{} '{}' has feature none, expected pbr, qos, tap-aggregation or control-plane", what,
                        orv::detail::quotable(key.name())));
    }
 }
@@ -33,7 +33,8 @@ orv::class_map_t ClassMapCodec::decodeRow(store::Reader& in, std::uint8_t) {
    return map;
 }
 
-ClassMapMgr::ClassMapMgr(const Context& context) : maps_(context.store, "class map", context.limits.classMaps) {}
+ClassMapMgr::ClassMapMgr(const Context& context)
+     : maps_(context.store, "class map", context.limits.classMaps) {}
 
 void ClassMapMgr::resync_init() {
    orv::sdk_lock_check();

@@ -478,9 +478,11 @@ void IpRouteMgr::hardwareStep(ForwardingPlane& plane) {
       for (std::size_t done = 0; done < rowsPerStep && pendingAt_ < pending_.size(); ++done) {
          auto& row = table_.at(pending_[pendingAt_++]);
          row.queued = false;
-         if (row.alive()) {
+         if (row.sent) {
+            row.again = true;
+         } else if (row.alive()) {
             program(plane, row);
-         } else if (!row.sent) {
+         } else {
             table_.release(row);
          }
       }
@@ -534,6 +536,10 @@ void IpRouteMgr::routesAnswer(std::span<const RouteIndex> tokens, bool programme
       if (row.dead) {
          if (!row.queued) table_.release(row);
          continue;
+      }
+      if (row.again) {
+         row.again = false;
+         queue(row);
       }
       if (row.programmed != programmed) programmed_ += programmed ? 1 : std::size_t(-1);
       row.programmed = programmed;

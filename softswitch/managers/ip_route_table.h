@@ -72,13 +72,14 @@ struct RouteRow {
    RouteIndex index = 0;         // where the row stands
    std::unique_ptr<RouteVias> vias;  // hops; or the via with the group, when it carries more than that; or null
    orv::ip_route_action_t action = orv::ip_route_action_t::forward;
-   bool ribBypass = false;
-   bool inStore = false;
-   bool dead = false;        // erased, but the hardware stage still has its index
-   bool queued = false;      // the hardware stage has it on its list
-   bool sent = false;        // handed to the forwarding plane, not answered yet
-   bool programmed = false;  // the forwarding plane has it
-   bool forwarded = false;   // it was announced as a route of the FIB
+   bool ribBypass : 1 = false;
+   bool inStore : 1 = false;
+   bool dead : 1 = false;        // erased, but the hardware stage still has its index
+   bool queued : 1 = false;      // the hardware stage has it on its list
+   bool sent : 1 = false;        // handed to the forwarding plane, not answered yet
+   bool again : 1 = false;       // changed since it was sent: to be queued at the answer
+   bool programmed : 1 = false;  // the forwarding plane has it
+   bool forwarded : 1 = false;   // it was announced as a route of the FIB
 
    bool hasVias() const { return group != Names::none || vias != nullptr; }
    bool hasHops() const { return group == Names::none && vias != nullptr; }

@@ -330,7 +330,7 @@ void MplsRouteMgr::hardwareStep(ForwardingPlane& plane) {
       } else {
          unprogram(plane, key, state);
          // A handler may have set the route again.
-         if (!state.queued) states_.erase(key);
+         if (!state.queued && state.awaited == 0) states_.erase(key);
       }
    }
    if (!pending_.empty() || !sweeping_) return;
@@ -350,13 +350,21 @@ void MplsRouteMgr::program(ForwardingPlane& plane, const orv::mpls_route_key_t& 
    state.sent.clear();
    for (const auto& each : row.vias)
       state.sent.push_back(each.via);
+   ++state.awaited;
    plane.mplsRouteSet({.key = key, .version = row.version, .vias = state.sent});
 }
 
 void MplsRouteMgr::mplsRouteAnswer(const orv::mpls_route_key_t& key, std::uint16_t version, bool programmed) {
    const auto it = states_.find(key);
-   if (it == states_.end() || !programmed) return;
+   if (it == states_.end() || it->second.awaited == 0) return;
    auto& state = it->second;
+   // Only the answer to what was handed over last counts.
+   if (--state.awaited != 0) return;
+   if (state.sent.empty()) {
+      if (!state.queued) states_.erase(it);
+      return;
+   }
+   if (!programmed) return;
    state.vias = state.sent;
    state.version = version;
    const auto before = state.fec;
@@ -368,11 +376,13 @@ void MplsRouteMgr::mplsRouteAnswer(const orv::mpls_route_key_t& key, std::uint16
 }
 
 void MplsRouteMgr::unprogram(ForwardingPlane& plane, const orv::mpls_route_key_t& key, State& state) {
-   if (state.fec == 0) return;
+   if (state.fec == 0 && state.sent.empty()) return;
    const auto fec = state.fec;
    state.fec = 0;
+   state.sent.clear();
    state.vias.clear();
    plane.mplsRouteDel(key);
+   if (fec == 0) return;
    handlers().notify(key, [&](auto& h) { h.on_mpls_route_del(key); });
    leaveFec(fec);
 }

@@ -83,6 +83,7 @@ class MplsRouteMgr final : public orv::MplsRouteMgrImpl,
       std::vector<orv::mpls_route_via_t> vias;  // in hardware
       std::uint64_t fec = 0;                    // 0: not in hardware
       std::uint64_t ownFec = 0;                 // given once it was needed
+      std::uint32_t awaited = 0;  // answers of the plane that are to come
       std::uint16_t version = 0;
       bool queued = false;
    };

@@ -55,14 +55,14 @@ private:
          }
       }
       if (type == policy_action_type_t::nexthop_group && action.nexthop_group_name().empty()) {
-         refuse("action nexthop_group has no group, expected a name");
+         refuse("action nexthop-group has no group, expected a name");
       }
       if (type == policy_action_type_t::vrf && action.vrf().empty()) {
          refuse("action vrf has no VRF, expected a name");
       }
       if (action.dscp() > 63) refuse("dscp {} is out of range, expected 0 to 63", action.dscp());
       if (action.traffic_class() > 7) {
-         refuse("traffic_class {} is out of range, expected 0 to 7", action.traffic_class());
+         refuse("traffic-class {} is out of range, expected 0 to 7", action.traffic_class());
       }
    }
 

@@ -154,7 +154,8 @@ TEST_F(IpRouteProgrammerTest, anAbsentPrefixIsTheDefaultOne) {
    contract_.init();
    pb::ip_route_msg request;
    request.set_nexthop_group_name("g");
-   EXPECT_CALL(mgr_, ip_route_set(orv::ip_route_t(orv::ip_route_key_t(orv::ip_prefix_t())), _));
+   EXPECT_CALL(mgr_, ip_route_set(orv::ip_route_t(orv::ip_route_key_t(orv::ip_prefix_t())),
+                                  Matcher<orv::ip_route_action_t>(_)));
    EXPECT_EQ(process(request).status(), pb::RPC_STATUS_OK);
 }
 

@@ -22,7 +22,7 @@ using testing::InSequence;
 // A switch whose getters must be called as expected and not otherwise.
 struct StrictHost {
    StrictHost() {
-      ON_CALL(sdk, name()).WillByDefault(testing::ReturnRef(name));
+      ON_CALL(sdk, name()).WillByDefault(testing::Return(name));
       EXPECT_CALL(sdk, name()).Times(testing::AnyNumber());
    }
    std::string name = "strict";
@@ -94,7 +94,7 @@ TEST(AgentServices, eachListedValueIsInTheRingTrace) {
 TEST(AgentServices, theAddressFormFetchesItsManagersFirst) {
    testing::NiceMock<support::MockSdk> sdk;
    const std::string name = "address form";
-   ON_CALL(sdk, name()).WillByDefault(testing::ReturnRef(name));
+   ON_CALL(sdk, name()).WillByDefault(testing::Return(name));
    InSequence order;
    EXPECT_CALL(sdk, get_agent_mgr());
    EXPECT_CALL(sdk, get_acl_mgr());

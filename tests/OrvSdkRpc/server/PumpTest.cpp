@@ -1,8 +1,10 @@
 // Every order in which the events of a stream can end, and the end of the server in the middle of them.
 #include <gtest/gtest.h>
+#include <grpcpp/generic/generic_stub.h>
 
 #include <atomic>
 #include <chrono>
+#include <future>
 #include <latch>
 #include <memory>
 #include <string>
@@ -177,12 +179,13 @@ TEST_F(PumpTest, aRequestThatDoesNotParseReachesNoHandler) {
    const std::string malformed("\x0a\x02\xff\xfe", 4);
    const grpc::Slice slice(malformed);
    grpc::ByteBuffer request(&slice, 1);
-   grpc::internal::RpcMethod method("/OrvSdkRpc.test.ProbeService/probe", grpc::internal::RpcMethod::NORMAL_RPC);
-   const auto channel = running_.channel();
+   grpc::GenericStub stub(running_.channel());
    grpc::ClientContext context;
    grpc::ByteBuffer reply;
-   const grpc::Status status = grpc::internal::BlockingUnaryCall<grpc::ByteBuffer, grpc::ByteBuffer>(
-        channel.get(), method, &context, request, &reply);
+   std::promise<grpc::Status> ended;
+   stub.UnaryCall(&context, "/OrvSdkRpc.test.ProbeService/probe", grpc::StubOptions(), &request, &reply,
+                  [&](const grpc::Status& answer) { ended.set_value(answer); });
+   const grpc::Status status = ended.get_future().get();
    EXPECT_EQ(status.error_code(), grpc::StatusCode::INTERNAL);
    EXPECT_EQ(status.error_message(), "Unable to parse request");
    EXPECT_EQ(served, 0);

@@ -76,17 +76,24 @@ TEST(TaskScheduler, AnUrgentTaskRunsBetweenTwoQuantaOfABatch) {
 }
 
 TEST(TaskScheduler, DueTimersRunInTheOrderOfTheirTimes) {
+   static constexpr std::int64_t delay = Zelt::nanosPerMilli;
    Loop loop;
    std::string order;
    const auto late = loop.task("late", priorityNormal, [&] { order += 'l'; });
    const auto early = loop.task("early", priorityNormal, [&] { order += 'e'; });
    const auto farAway = loop.task("far", priorityUrgent, [&] { order += 'f'; });
-   late->scheduleTaskLowestDelay(2000);
-   early->scheduleTaskLowestDelay(0);
    farAway->scheduleTaskLowestDelay(anHour);
-   const std::int64_t begin = Zelt::Clock::steadyNanos();
-   while (Zelt::Clock::steadyNanos() - begin < 10'000) {
-   }
+   // The times are as meant if no more than the delay passed between the two requests.
+   std::int64_t begin = 0;
+   do {
+      late->unscheduleTask();
+      early->unscheduleTask();
+      begin = Zelt::Clock::steadyNanos();
+      late->scheduleTaskLowestDelay(delay);
+      early->scheduleTaskLowestDelay(0);
+   } while (Zelt::Clock::steadyNanos() - begin >= delay);
+   while (Zelt::Clock::steadyNanos() - begin < 2 * delay)
+      std::this_thread::yield();
    EXPECT_EQ(loop.pass(), 2U);
    EXPECT_EQ(order, "el");
    farAway->unscheduleTask();
@@ -194,6 +201,7 @@ TEST(TaskScheduler, AnEarlierTimerFromAnotherThreadShortensTheSleep) {
    asleepSoon.get_future().wait();
    soon->scheduleTaskLowestDelay(1000);
    ran.get_future().wait();
+   const Zelt::ActivityLockAnchor anchor(loop.lock);
    EXPECT_EQ(far->runState(), RunState::waiting);
    far->unscheduleTask();
 }

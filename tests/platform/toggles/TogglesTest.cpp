@@ -88,7 +88,8 @@ TEST_F(TogglesTest, MalformedFilesAreRefusedInWords) {
 TEST_F(TogglesTest, AnUnreadableFileIsRefused) {
    std::filesystem::create_directory(directory / "Bad.json");
    EXPECT_THAT([&] { toggleDirectoryIs(directory); },
-               ThrowsMessage<std::runtime_error>(HasSubstr((directory / "Bad.json").string())));
+               ThrowsMessage<std::runtime_error>(
+                    AllOf(HasSubstr((directory / "Bad.json").string()), HasSubstr("is not a regular file"))));
 }
 
 TEST_F(TogglesTest, AMissingDirectoryIsRefused) {

@@ -95,7 +95,7 @@ TEST_F(ClassMapMgrTest, refuses) {
    EXPECT_EQ(refusal([&] { mgr_->class_map_is(class_map_t(policy_map_key_t("", policy_feature_t::pbr))); }),
              "class map name is empty, expected a name");
    EXPECT_EQ(refusal([&] { mgr_->class_map_is(class_map_t(policy_map_key_t("a", policy_feature_t::none))); }),
-             "class map 'a' has feature none, expected pbr, qos, tap_aggregation or control_plane");
+             "class map 'a' has feature none, expected pbr, qos, tap-aggregation or control-plane");
    EXPECT_EQ(refusal([&] { mgr_->class_map_del(policy_map_key_t()); }),
              "class map name is empty, expected a name");
    class_map_t bad(a_);

@@ -209,7 +209,7 @@ TEST_F(PolicyMapMgrTest, refusesRulesThatCannotWork) {
    const auto words = [&](const policy_map_t& map) { return refusal([&] { mgr_->policy_map_is(map); }); };
    EXPECT_EQ(words(policy_map_t()), "policy map name is empty, expected a name");
    EXPECT_EQ(words(policy_map_t(policy_map_key_t("a", policy_feature_t::none))),
-             "policy map 'a' has feature none, expected pbr, qos, tap_aggregation or control_plane");
+             "policy map 'a' has feature none, expected pbr, qos, tap-aggregation or control-plane");
    policy_map_t map(a_);
    map.rule_set(5, policy_map_rule_t());
    EXPECT_EQ(words(map), "policy map 'a' rule 5: the class map's name is empty, expected a name");
@@ -223,7 +223,7 @@ TEST_F(PolicyMapMgrTest, refusesRulesThatCannotWork) {
    EXPECT_EQ(words(withAction(action)),
              "policy map 'a' rule 5: action nexthop has a null nexthop, expected IPv4 or IPv6 addresses");
    EXPECT_EQ(words(withAction(policy_map_action_t(policy_action_type_t::nexthop_group))),
-             "policy map 'a' rule 5: action nexthop_group has no group, expected a name");
+             "policy map 'a' rule 5: action nexthop-group has no group, expected a name");
    EXPECT_EQ(words(withAction(policy_map_action_t(policy_action_type_t::vrf))),
              "policy map 'a' rule 5: action vrf has no VRF, expected a name");
    policy_map_action_t dscp(policy_action_type_t::dscp);
@@ -232,7 +232,7 @@ TEST_F(PolicyMapMgrTest, refusesRulesThatCannotWork) {
    policy_map_action_t trafficClass(policy_action_type_t::traffic_class);
    trafficClass.traffic_class_is(8);
    EXPECT_EQ(words(withAction(trafficClass)),
-             "policy map 'a' rule 5: traffic_class 8 is out of range, expected 0 to 7");
+             "policy map 'a' rule 5: traffic-class 8 is out of range, expected 0 to 7");
    EXPECT_FALSE(mgr_->exists(a_));
    policy_map_t empty(a_);
    empty.rule_set(1, policy_map_rule_t(class_));

@@ -1,0 +1,150 @@
+// A software switch on a directory of its own, whose main loop runs when the test says so.
+#pragma once
+
+#include <gtest/gtest.h>
+#include <stdlib.h>
+
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "gorm/TaskScheduler.h"
+#include "orv/error.h"
+#include "orv/lock.h"
+#include "softswitch/forwarding/hardware.h"
+#include "softswitch/managers/fib_mgr.h"
+#include "softswitch/managers/intf_mgr.h"
+#include "softswitch/managers/ip_route_mgr.h"
+#include "softswitch/managers/nexthop_group_mgr.h"
+#include "softswitch/soft_switch.h"
+#include "softswitch/store/store.h"
+#include "zelt/Anchors.h"
+
+namespace softswitch {
+
+class TempDir {
+public:
+   TempDir() {
+      std::string pattern = (std::filesystem::temp_directory_path() / "softswitch.XXXXXX").string();
+      if (::mkdtemp(pattern.data()) == nullptr) throw std::runtime_error("mkdtemp failed");
+      path_ = pattern;
+   }
+   ~TempDir() {
+      std::error_code ec;
+      std::filesystem::remove_all(path_, ec);
+   }
+   TempDir(const TempDir&) = delete;
+   TempDir& operator=(const TempDir&) = delete;
+
+   const std::filesystem::path& path() const { return path_; }
+   std::filesystem::path operator/(std::string_view name) const { return path_ / name; }
+
+private:
+   std::filesystem::path path_;
+};
+
+// The words of the orv::error that `call` throws, "" when it throws none.
+template <class Call>
+std::string refusal(Call&& call) {
+   try {
+      call();
+   } catch (const orv::error& e) {
+      return e.what();
+   }
+   return "";
+}
+
+template <class Iter>
+auto listOf(Iter it) {
+   std::vector<typename Iter::value_type> rows;
+   for (; it; ++it)
+      rows.push_back(*it);
+   return rows;
+}
+
+inline orv::ip_prefix_t prefix(std::string_view text) {
+   return orv::ip_prefix_t(text);
+}
+inline orv::ip_addr_t address(std::string_view text) {
+   return orv::ip_addr_t(text);
+}
+
+class SwitchTest : public testing::Test {
+protected:
+   void SetUp() override { start(); }
+
+   void start() {
+      options_.stateDirectory = directory_ / "state";
+      options_.log = [this](std::string_view line) { log_.emplace_back(line); };
+      switch_ = std::make_unique<SoftSwitch>(options_);
+   }
+   // The process ends and a new one begins, without an orderly stop.
+   void restart() {
+      switch_.reset();
+      start();
+   }
+
+   SoftSwitch& sw() { return *switch_; }
+
+   // Runs the main loop until hardware has everything and no callback is left.
+   void settle() {
+      const auto scheduler = Gorm::TaskSchedulerRoot::findOrCreateScheduler();
+      for (;;) {
+         {
+            const Zelt::ActivityLockAnchor lock;
+            if (!scheduler->hasReady() && sw().hardware().idle()) return;
+         }
+         scheduler->waitForWork();
+         const Zelt::ActivityLockAnchor lock;
+         scheduler->runReady();
+      }
+   }
+
+   static orv::nexthop_group_entry_t entry(std::string_view hop, std::string_view intf = "") {
+      orv::nexthop_group_entry_t e{address(hop)};
+      e.intf_is(orv::intf_id_t(intf));
+      return e;
+   }
+   static orv::nexthop_group_t group(const std::string& name, std::string_view intf = "Ethernet1") {
+      orv::nexthop_group_t g(name, orv::nexthop_group_encap_t::mpls);
+      g.nexthop_set(0, entry("192.0.2.1", intf));
+      return g;
+   }
+   void setGroup(const std::string& name) { sw().nexthopGroups().nexthop_group_set(group(name)); }
+
+   static orv::ip_route_key_t key(std::string_view text, std::uint8_t preference = 1) {
+      return {prefix(text), preference};
+   }
+   static orv::ip_route_via_t groupVia(std::string_view route, const std::string& name) {
+      orv::ip_route_via_t via(key(route));
+      via.nexthop_group_is(name);
+      return via;
+   }
+   static orv::ip_route_via_t hopVia(std::string_view route, std::string_view hop,
+                                     std::string_view intf = "") {
+      orv::ip_route_via_t via(key(route));
+      via.hop_is(address(hop));
+      via.intf_is(orv::intf_id_t(intf));
+      return via;
+   }
+   // A route over a group, as a controller sets it.
+   void setRoute(std::string_view route, const std::string& name) {
+      const orv::sdk_scoped_lock lock;
+      sw().ipRoutes().ip_route_set(orv::ip_route_t(key(route)), orv::ip_route_action_t::nexthop_group);
+      sw().ipRoutes().ip_route_via_set(groupVia(route, name));
+   }
+   std::vector<std::string> routes(const std::string& vrf = "default") {
+      std::vector<std::string> result;
+      for (auto it = sw().ipRoutes().ip_route_iter(vrf); it; ++it)
+         result.push_back(it->key().to_string());
+      return result;
+   }
+
+   const TempDir directory_;
+   std::vector<std::string> log_;
+   Options options_;
+   std::unique_ptr<SoftSwitch> switch_;
+};
+
+}  // namespace softswitch
