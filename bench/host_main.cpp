@@ -34,7 +34,9 @@ int main(int argc, char** argv) {
    app.add_flag("--bfd", bfd, "Serve the programming service");
    CLI11_PARSE(app, argc, argv);
    try {
-      softswitch::SoftSwitch host({.stateDirectory = stateDirectory});
+      softswitch::Options options;
+      options.stateDirectory = stateDirectory;
+      softswitch::SoftSwitch host(std::move(options));
       OrvSdkRpc::Agent agent(host, address, bfd, false);
       bench::Pinger pinger(Gorm::TaskSchedulerRoot::findOrCreateScheduler());
       stopped = &host;

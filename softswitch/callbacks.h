@@ -15,7 +15,7 @@
 namespace softswitch {
 
 class Callbacks final : public Pavo::Task {
-  public:
+public:
    explicit Callbacks(const Pavo::Ptr<Gorm::TaskScheduler>& scheduler)
         : Pavo::Task(scheduler, "handler callbacks", Gorm::priorityNormal) {}
 
@@ -25,10 +25,10 @@ class Callbacks final : public Pavo::Task {
       if (calls_.size() == 1) scheduleTask();
    }
 
-  protected:
+protected:
    void taskExecute() override;
 
-  private:
+private:
    std::deque<std::function<void()>> calls_;
 };
 

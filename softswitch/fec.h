@@ -17,7 +17,11 @@ enum class FecKind : std::uint8_t {
 constexpr std::uint64_t fecId(FecKind kind, std::uint64_t number) {
    return static_cast<std::uint64_t>(kind) << 56 | number;
 }
-constexpr FecKind fecKind(std::uint64_t id) { return static_cast<FecKind>(id >> 56); }
-constexpr std::uint64_t fecNumber(std::uint64_t id) { return id & 0x00ff'ffff'ffff'ffff; }
+constexpr FecKind fecKind(std::uint64_t id) {
+   return static_cast<FecKind>(id >> 56);
+}
+constexpr std::uint64_t fecNumber(std::uint64_t id) {
+   return id & 0x00ff'ffff'ffff'ffff;
+}
 
 }  // namespace softswitch

@@ -20,7 +20,7 @@ namespace softswitch {
 using NameId = std::uint32_t;
 
 class Names {
-  public:
+public:
    static constexpr NameId none = 0;
 
    Names() { entries_.emplace_back(); }
@@ -56,7 +56,7 @@ class Names {
    // One above the largest number given so far.
    std::size_t bound() const { return entries_.size(); }
 
-  private:
+private:
    struct Entry {
       std::string text;
       std::uint32_t references = 0;
@@ -72,7 +72,7 @@ class Names {
 
 // One reference, given back at the end of the scope that has it.
 class HeldName {
-  public:
+public:
    HeldName() = default;
    HeldName(Names& names, std::string_view name) : names_(&names), id_(names.hold(name)) {}
    HeldName(HeldName&& other) noexcept : names_(other.names_), id_(std::exchange(other.id_, Names::none)) {}
@@ -87,7 +87,7 @@ class HeldName {
 
    NameId id() const { return id_; }
 
-  private:
+private:
    Names* names_ = nullptr;
    NameId id_ = Names::none;
 };

@@ -13,7 +13,8 @@
 namespace softswitch {
 
 // Throws what the caller of a manager sees when the store refuses a write: invalid_argument_error for a key
-// that is too long, orv::error for a lack of space. Other troubles do not come from writes and go on as they are.
+// that is too long, orv::error for a lack of space. Other troubles do not come from writes and go on as they
+// are.
 [[noreturn]] inline void refuse(const store::StoreError& e) {
    if (e.trouble() == store::Trouble::tooLong) throw orv::invalid_argument_error(e.what());
    throw orv::error(e.what());

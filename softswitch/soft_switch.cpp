@@ -33,16 +33,18 @@ namespace softswitch {
 namespace {
 
 class ActivityLockBackend final : public orv::host::lock_backend {
-  public:
+public:
    void acquire() override { Zelt::activityLock().acquire(); }
    void release() noexcept override { Zelt::activityLock().release(); }
 };
 
-void logToStderr(std::string_view line) { fmt::print(stderr, "{}\n", line); }
+void logToStderr(std::string_view line) {
+   fmt::print(stderr, "{}\n", line);
+}
 
 // While it lives, this thread is the SDK's main thread and the SDK's lock is the activity lock.
 class SdkHost {
-  public:
+public:
    SdkHost() {
       orv::host::lock_backend_is(&backend_);
       orv::host::main_thread_is();
@@ -54,13 +56,13 @@ class SdkHost {
    SdkHost(const SdkHost&) = delete;
    SdkHost& operator=(const SdkHost&) = delete;
 
-  private:
+private:
    ActivityLockBackend backend_;
 };
 
 // While it lives, what was written under the activity lock is committed before the lock becomes free.
 class CommitOnRelease {
-  public:
+public:
    explicit CommitOnRelease(store::Store& store) {
       const Zelt::ActivityLockAnchor lock;
       Zelt::activityLock().setReleaseHook([](void* s) { static_cast<store::Store*>(s)->commit(); }, &store);
@@ -110,8 +112,8 @@ struct SoftSwitch::Parts {
    }
 
    const Options options;
-   const SdkHost host;
    store::Store store;
+   const SdkHost host;  // behind the store, whose directory another switch of this process may have
    const Pavo::Ptr<Gorm::TaskScheduler> scheduler;
    Callbacks callbacks;
    const Context context;
@@ -170,30 +172,76 @@ void SoftSwitch::stop() noexcept {
    parts_->scheduler->stop();
 }
 
-std::string SoftSwitch::name() const { return parts_->options.name; }
+std::string SoftSwitch::name() const {
+   return parts_->options.name;
+}
 
-orv::acl_mgr* SoftSwitch::get_acl_mgr() { return &parts_->acls; }
-orv::agent_mgr* SoftSwitch::get_agent_mgr() { return &parts_->agent; }
-orv::bfd_session_mgr* SoftSwitch::get_bfd_session_mgr() { return &parts_->bfdSessions; }
-orv::bgp_mgr* SoftSwitch::get_bgp_mgr() { return &parts_->thin.bgp; }
-orv::bgp_path_mgr* SoftSwitch::get_bgp_path_mgr() { return &parts_->thin.bgpPath; }
-orv::class_map_mgr* SoftSwitch::get_class_map_mgr() { return &parts_->classMaps; }
-orv::cmdapi_mgr* SoftSwitch::get_cmdapi_mgr() { return &parts_->thin.cmdapi; }
-orv::eth_lag_intf_mgr* SoftSwitch::get_eth_lag_intf_mgr() { return &parts_->thin.ethLagIntf; }
-orv::eth_phy_intf_mgr* SoftSwitch::get_eth_phy_intf_mgr() { return &parts_->thin.ethPhyIntf; }
-orv::eth_phy_intf_counter_mgr* SoftSwitch::get_eth_phy_intf_counter_mgr() { return &parts_->thin.ethPhyIntfCounter; }
-orv::intf_mgr* SoftSwitch::get_intf_mgr() { return &parts_->intfs; }
-orv::intf_counter_mgr* SoftSwitch::get_intf_counter_mgr() { return &parts_->thin.intfCounter; }
-orv::ip_intf_mgr* SoftSwitch::get_ip_intf_mgr() { return &parts_->thin.ipIntf; }
-orv::ip_route_mgr* SoftSwitch::get_ip_route_mgr() { return &parts_->ipRoutes; }
-orv::macsec_mgr* SoftSwitch::get_macsec_mgr() { return &parts_->thin.macsec; }
-orv::mount_mgr* SoftSwitch::get_mount_mgr() { return &parts_->thin.mount; }
-orv::mpls_route_mgr* SoftSwitch::get_mpls_route_mgr() { return &parts_->mplsRoutes; }
-orv::mpls_vrf_label_mgr* SoftSwitch::get_mpls_vrf_label_mgr() { return &parts_->mplsVrfLabels; }
-orv::nexthop_group_mgr* SoftSwitch::get_nexthop_group_mgr() { return &parts_->nexthopGroups; }
-orv::nexthop_group_tunnel_mgr* SoftSwitch::get_nexthop_group_tunnel_mgr() { return &parts_->nexthopGroupTunnels; }
-orv::policy_map_mgr* SoftSwitch::get_policy_map_mgr() { return &parts_->policyMaps; }
-orv::vrf_mgr* SoftSwitch::get_vrf_mgr() { return &parts_->vrfs; }
+orv::acl_mgr* SoftSwitch::get_acl_mgr() {
+   return &parts_->acls;
+}
+orv::agent_mgr* SoftSwitch::get_agent_mgr() {
+   return &parts_->agent;
+}
+orv::bfd_session_mgr* SoftSwitch::get_bfd_session_mgr() {
+   return &parts_->bfdSessions;
+}
+orv::bgp_mgr* SoftSwitch::get_bgp_mgr() {
+   return &parts_->thin.bgp;
+}
+orv::bgp_path_mgr* SoftSwitch::get_bgp_path_mgr() {
+   return &parts_->thin.bgpPath;
+}
+orv::class_map_mgr* SoftSwitch::get_class_map_mgr() {
+   return &parts_->classMaps;
+}
+orv::cmdapi_mgr* SoftSwitch::get_cmdapi_mgr() {
+   return &parts_->thin.cmdapi;
+}
+orv::eth_lag_intf_mgr* SoftSwitch::get_eth_lag_intf_mgr() {
+   return &parts_->thin.ethLagIntf;
+}
+orv::eth_phy_intf_mgr* SoftSwitch::get_eth_phy_intf_mgr() {
+   return &parts_->thin.ethPhyIntf;
+}
+orv::eth_phy_intf_counter_mgr* SoftSwitch::get_eth_phy_intf_counter_mgr() {
+   return &parts_->thin.ethPhyIntfCounter;
+}
+orv::intf_mgr* SoftSwitch::get_intf_mgr() {
+   return &parts_->intfs;
+}
+orv::intf_counter_mgr* SoftSwitch::get_intf_counter_mgr() {
+   return &parts_->thin.intfCounter;
+}
+orv::ip_intf_mgr* SoftSwitch::get_ip_intf_mgr() {
+   return &parts_->thin.ipIntf;
+}
+orv::ip_route_mgr* SoftSwitch::get_ip_route_mgr() {
+   return &parts_->ipRoutes;
+}
+orv::macsec_mgr* SoftSwitch::get_macsec_mgr() {
+   return &parts_->thin.macsec;
+}
+orv::mount_mgr* SoftSwitch::get_mount_mgr() {
+   return &parts_->thin.mount;
+}
+orv::mpls_route_mgr* SoftSwitch::get_mpls_route_mgr() {
+   return &parts_->mplsRoutes;
+}
+orv::mpls_vrf_label_mgr* SoftSwitch::get_mpls_vrf_label_mgr() {
+   return &parts_->mplsVrfLabels;
+}
+orv::nexthop_group_mgr* SoftSwitch::get_nexthop_group_mgr() {
+   return &parts_->nexthopGroups;
+}
+orv::nexthop_group_tunnel_mgr* SoftSwitch::get_nexthop_group_tunnel_mgr() {
+   return &parts_->nexthopGroupTunnels;
+}
+orv::policy_map_mgr* SoftSwitch::get_policy_map_mgr() {
+   return &parts_->policyMaps;
+}
+orv::vrf_mgr* SoftSwitch::get_vrf_mgr() {
+   return &parts_->vrfs;
+}
 
 orv::fib_mgr* SoftSwitch::get_fib_mgr(orv::mgr_mode_type_t mode) {
    parts_->fib.eventsEnabledIs(mode == orv::mgr_mode_type_t::resident);
@@ -204,21 +252,53 @@ orv::intf_counter_mgr* SoftSwitch::get_intf_counter_mgr_with_mode(orv::mgr_mode_
    return &parts_->thin.intfCounter;
 }
 
-AclMgr& SoftSwitch::acls() { return parts_->acls; }
-AgentMgr& SoftSwitch::agent() { return parts_->agent; }
-BfdSessionMgr& SoftSwitch::bfdSessions() { return parts_->bfdSessions; }
-ClassMapMgr& SoftSwitch::classMaps() { return parts_->classMaps; }
-FibMgr& SoftSwitch::fib() { return parts_->fib; }
-Hardware& SoftSwitch::hardware() { return parts_->hardware; }
-IntfMgr& SoftSwitch::intfs() { return parts_->intfs; }
-IpRouteMgr& SoftSwitch::ipRoutes() { return parts_->ipRoutes; }
-MplsRouteMgr& SoftSwitch::mplsRoutes() { return parts_->mplsRoutes; }
-MplsVrfLabelMgr& SoftSwitch::mplsVrfLabels() { return parts_->mplsVrfLabels; }
-NexthopGroupMgr& SoftSwitch::nexthopGroups() { return parts_->nexthopGroups; }
-NexthopGroupTunnelMgr& SoftSwitch::nexthopGroupTunnels() { return parts_->nexthopGroupTunnels; }
-PolicyMapMgr& SoftSwitch::policyMaps() { return parts_->policyMaps; }
-VrfMgr& SoftSwitch::vrfs() { return parts_->vrfs; }
-store::Store& SoftSwitch::store() { return parts_->store; }
-const Options& SoftSwitch::options() const { return parts_->options; }
+AclMgr& SoftSwitch::acls() {
+   return parts_->acls;
+}
+AgentMgr& SoftSwitch::agent() {
+   return parts_->agent;
+}
+BfdSessionMgr& SoftSwitch::bfdSessions() {
+   return parts_->bfdSessions;
+}
+ClassMapMgr& SoftSwitch::classMaps() {
+   return parts_->classMaps;
+}
+FibMgr& SoftSwitch::fib() {
+   return parts_->fib;
+}
+Hardware& SoftSwitch::hardware() {
+   return parts_->hardware;
+}
+IntfMgr& SoftSwitch::intfs() {
+   return parts_->intfs;
+}
+IpRouteMgr& SoftSwitch::ipRoutes() {
+   return parts_->ipRoutes;
+}
+MplsRouteMgr& SoftSwitch::mplsRoutes() {
+   return parts_->mplsRoutes;
+}
+MplsVrfLabelMgr& SoftSwitch::mplsVrfLabels() {
+   return parts_->mplsVrfLabels;
+}
+NexthopGroupMgr& SoftSwitch::nexthopGroups() {
+   return parts_->nexthopGroups;
+}
+NexthopGroupTunnelMgr& SoftSwitch::nexthopGroupTunnels() {
+   return parts_->nexthopGroupTunnels;
+}
+PolicyMapMgr& SoftSwitch::policyMaps() {
+   return parts_->policyMaps;
+}
+VrfMgr& SoftSwitch::vrfs() {
+   return parts_->vrfs;
+}
+store::Store& SoftSwitch::store() {
+   return parts_->store;
+}
+const Options& SoftSwitch::options() const {
+   return parts_->options;
+}
 
 }  // namespace softswitch

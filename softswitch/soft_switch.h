@@ -55,7 +55,7 @@ struct Options {
 };
 
 class SoftSwitch final : public orv::sdk {
-  public:
+public:
    // Throws store::StoreError when the state directory cannot be used; it is left as it was.
    explicit SoftSwitch(Options options);
    ~SoftSwitch() override;
@@ -111,7 +111,7 @@ class SoftSwitch final : public orv::sdk {
    store::Store& store();
    const Options& options() const;
 
-  private:
+private:
    struct Parts;
    std::unique_ptr<Parts> parts_;
 };

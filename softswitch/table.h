@@ -5,7 +5,8 @@
 //       static void encodeKey(const std::string& key, store::Writer& out);
 //       static std::string decodeKey(store::Reader& in);
 //       static void encodeRow(const VrfRow& row, store::Writer& out);
-//       static VrfRow decodeRow(store::Reader& in, std::uint8_t version);  // of any version up to the present
+//       static VrfRow decodeRow(store::Reader& in, std::uint8_t version);  // of any version up to the
+//       present
 //    };
 //    Table<std::string, VrfRow, VrfCodec> vrfs(store, "vrf", limits.vrfs);
 //
@@ -40,7 +41,12 @@ enum class Change { none, inserted, replaced };
 
 template <class Key, class Row, class Codec, class Less = std::less<Key>>
 class Table {
-  public:
+   struct Slot {
+      Row row;
+      std::uint32_t mark;
+   };
+
+public:
    using key_type = Key;
    using row_type = Row;
 
@@ -78,7 +84,8 @@ class Table {
       return it == rows_.end() ? Item{} : Item{&it->first, &it->second.row};
    }
 
-   // Throws orv::error when the table or the disk is full, orv::invalid_argument_error when the key is too long.
+   // Throws orv::error when the table or the disk is full, orv::invalid_argument_error when the key is too
+   // long.
    Change set(const Key& key, Row row) {
       const auto it = rows_.find(key);
       if (it != rows_.end()) {
@@ -154,7 +161,7 @@ class Table {
    // Walks the table in key order; the table may change between two steps: no row comes twice, and each that
    // is there for the whole walk comes once.
    class Cursor {
-     public:
+   public:
       explicit Cursor(const Table& table) : table_(&table) {}
 
       // False at the end, and from then on.
@@ -177,9 +184,9 @@ class Table {
          return {&at_->first, &at_->second.row};
       }
 
-     private:
+   private:
       const Table* table_;
-      typename absl::btree_map<Key, typename Table::Slot, Less>::const_iterator at_{};
+      typename absl::btree_map<Key, Slot, Less>::const_iterator at_{};
       std::optional<Key> key_;
       std::uint64_t generation_ = 0;
       bool ended_ = false;
@@ -196,13 +203,7 @@ class Table {
          visit(key, slot.row);
    }
 
-  private:
-   friend class Cursor;
-   struct Slot {
-      Row row;
-      std::uint32_t mark;
-   };
-
+private:
    template <class Position>
    Item itemAt(Position at) const {
       return at == rows_.end() ? Item{} : Item{&at->first, &at->second.row};
@@ -213,9 +214,10 @@ class Table {
       store::Reader row(rowBytes);
       const auto version = row.u8();
       if (version == 0 || version > Codec::version) {
-         throw store::StoreError(store::Trouble::newerFormat,
-                                 fmt::format("{}: table '{}' has a row of version {}, this release reads up to {}",
-                                             store_.path().string(), name_, version, Codec::version));
+         throw store::StoreError(
+              store::Trouble::newerFormat,
+              fmt::format("{}: table '{}' has a row of version {}, this release reads up to {}",
+                          store_.path().string(), name_, version, Codec::version));
       }
       auto k = Codec::decodeKey(key);
       key.end();
@@ -266,7 +268,7 @@ class Table {
 // skip the row.
 template <class Iter, class TableType, class Make>
 class TableIter final : public Iter::impl_type {
-  public:
+public:
    using Value = typename Iter::value_type;
 
    TableIter(const TableType& table, Make make) : cursor_(table), make_(std::move(make)) {}
@@ -280,9 +282,11 @@ class TableIter final : public Iter::impl_type {
       }
       return false;
    }
-   std::unique_ptr<orv::iter_impl<Value>> clone() const override { return std::make_unique<TableIter>(*this); }
+   std::unique_ptr<orv::iter_impl<Value>> clone() const override {
+      return std::make_unique<TableIter>(*this);
+   }
 
-  private:
+private:
    typename TableType::Cursor cursor_;
    Make make_;
 };

@@ -12,9 +12,13 @@ std::string_view view(const std::uint8_t* bytes, std::size_t count) {
    return {reinterpret_cast<const char*>(bytes), count};
 }
 
-const std::uint8_t* bytesOf(std::string_view v) { return reinterpret_cast<const std::uint8_t*>(v.data()); }
+const std::uint8_t* bytesOf(std::string_view v) {
+   return reinterpret_cast<const std::uint8_t*>(v.data());
+}
 
-[[noreturn]] void damaged(const char* what) { throw store::StoreError(store::Trouble::damaged, what); }
+[[noreturn]] void damaged(const char* what) {
+   throw store::StoreError(store::Trouble::damaged, what);
+}
 
 }  // namespace
 
@@ -26,10 +30,14 @@ void write(store::Writer& out, const orv::ip_addr_t& v) {
 orv::ip_addr_t readIpAddr(store::Reader& in) {
    const auto family = in.u8();
    switch (family) {
-      case orv::af_none: return {};
-      case orv::af_ipv4: return {family, bytesOf(in.raw(4))};
-      case orv::af_ipv6: return {family, bytesOf(in.raw(16))};
-      default: damaged("a row has an address of an unknown family");
+      case orv::af_none:
+         return {};
+      case orv::af_ipv4:
+         return {family, bytesOf(in.raw(4))};
+      case orv::af_ipv6:
+         return {family, bytesOf(in.raw(16))};
+      default:
+         damaged("a row has an address of an unknown family");
    }
 }
 
@@ -44,20 +52,26 @@ orv::ip_prefix_t readIpPrefix(store::Reader& in) {
    return decoded([&] { return orv::ip_prefix_t(network, length); });
 }
 
-void write(store::Writer& out, const orv::eth_addr_t& v) { out.raw(view(v.bytes(), orv::eth_addr_t::size)); }
+void write(store::Writer& out, const orv::eth_addr_t& v) {
+   out.raw(view(v.bytes(), orv::eth_addr_t::size));
+}
 
 orv::eth_addr_t readEthAddr(store::Reader& in) {
    return orv::eth_addr_t(bytesOf(in.raw(orv::eth_addr_t::size)));
 }
 
-void write(store::Writer& out, const orv::intf_id_t& v) { out.text(v.name()); }
+void write(store::Writer& out, const orv::intf_id_t& v) {
+   out.text(v.name());
+}
 
 orv::intf_id_t readIntfId(store::Reader& in) {
    const auto name = in.text();
    return decoded([&] { return orv::intf_id_t(name); });
 }
 
-void write(store::Writer& out, orv::mpls_label_t v) { out.u32(v.label()); }
+void write(store::Writer& out, orv::mpls_label_t v) {
+   out.u32(v.label());
+}
 
 orv::mpls_label_t readMplsLabel(store::Reader& in) {
    const auto label = in.u32();

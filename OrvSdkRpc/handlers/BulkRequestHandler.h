@@ -1,6 +1,7 @@
 // Many requests in one message, served in one go under one lock.
 //
-// Thread-safety: pump thread only. A long bulk holds the SDK's lock, and with it the main loop, for its whole length.
+// Thread-safety: pump thread only. A long bulk holds the SDK's lock, and with it the main loop, for its whole
+// length.
 #pragma once
 
 #include "OrvSdkRpc/handlers/GenericRequestHandler.h"
@@ -17,11 +18,11 @@ namespace OrvSdkRpc {
 //
 // Rq has `repeated Item requests`, Rp the fields `status` and `count`.
 template <class Definition, class Rq, class Rp, class Svc>
-class BulkRequestHandler final
-     : public GenericRequestHandler<BulkRequestHandler<Definition, Rq, Rp, Svc>, Rq, Rp, Svc, false, ArenaMessages> {
+class BulkRequestHandler final : public GenericRequestHandler<BulkRequestHandler<Definition, Rq, Rp, Svc>, Rq,
+                                                              Rp, Svc, false, ArenaMessages> {
    using Base = GenericRequestHandler<BulkRequestHandler, Rq, Rp, Svc, false, ArenaMessages>;
 
-  public:
+public:
    BulkRequestHandler(OpaqueId tag, grpc::Server& server, grpc::ServerCompletionQueue& cq, Svc& service)
         : Base(tag, server, cq, service) {
       this->post(service, Definition::method);

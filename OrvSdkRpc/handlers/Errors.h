@@ -16,18 +16,18 @@ namespace OrvSdkRpc {
 
 // A peer that this server does not serve.
 class unauthenticated_error : public std::runtime_error {
-  public:
+public:
    using std::runtime_error::runtime_error;
 };
 
 // Something grew beyond its limit. Closes a stream with RESOURCE_EXHAUSTED; it is in no row of the table.
 class out_of_resources : public std::runtime_error {
-  public:
+public:
    using std::runtime_error::runtime_error;
 };
 
-// A row of the table: the code of a call that fails with E, and the code in a bulk's reply. The bulk codes are an
-// enumeration of their own.
+// A row of the table: the code of a call that fails with E, and the code in a bulk's reply. The bulk codes
+// are an enumeration of their own.
 template <class E>
 struct ErrorRow;
 
@@ -42,10 +42,12 @@ struct ErrorRow<orv::invalid_range_error>
      : ErrorCodes<grpc::StatusCode::OUT_OF_RANGE, orv::remote::RPC_RESPONSE_STATUS_CODE_INVALID_RANGE> {};
 template <>
 struct ErrorRow<orv::invalid_argument_error>
-     : ErrorCodes<grpc::StatusCode::INVALID_ARGUMENT, orv::remote::RPC_RESPONSE_STATUS_CODE_INVALID_ARGUMENT> {};
+     : ErrorCodes<grpc::StatusCode::INVALID_ARGUMENT,
+                  orv::remote::RPC_RESPONSE_STATUS_CODE_INVALID_ARGUMENT> {};
 template <>
-struct ErrorRow<orv::configuration_error>
-     : ErrorCodes<grpc::StatusCode::FAILED_PRECONDITION, orv::remote::RPC_RESPONSE_STATUS_CODE_CONFIGURATION> {};
+struct ErrorRow<orv::configuration_error> : ErrorCodes<grpc::StatusCode::FAILED_PRECONDITION,
+                                                       orv::remote::RPC_RESPONSE_STATUS_CODE_CONFIGURATION> {
+};
 template <>
 struct ErrorRow<orv::unsupported_error>
      : ErrorCodes<grpc::StatusCode::UNIMPLEMENTED, orv::remote::RPC_RESPONSE_STATUS_CODE_UNSUPPORTED> {};
@@ -54,7 +56,8 @@ struct ErrorRow<orv::error>
      : ErrorCodes<grpc::StatusCode::INTERNAL, orv::remote::RPC_RESPONSE_STATUS_CODE_INTERNAL> {};
 template <>
 struct ErrorRow<unauthenticated_error>
-     : ErrorCodes<grpc::StatusCode::UNAUTHENTICATED, orv::remote::RPC_RESPONSE_STATUS_CODE_UNAUTHENTICATED> {};
+     : ErrorCodes<grpc::StatusCode::UNAUTHENTICATED, orv::remote::RPC_RESPONSE_STATUS_CODE_UNAUTHENTICATED> {
+};
 template <>
 struct ErrorRow<std::exception>
      : ErrorCodes<grpc::StatusCode::UNKNOWN, orv::remote::RPC_RESPONSE_STATUS_CODE_UNKNOWN> {};
@@ -72,8 +75,8 @@ void bulkStatus(const E& e, orv::remote::RpcResponseStatus& status) {
    status.set_message(e.what());
 }
 
-// Runs `work`; an exception of the table goes to `onError` as the type of its row, the most specific row first. What
-// is not derived from std::exception passes.
+// Runs `work`; an exception of the table goes to `onError` as the type of its row, the most specific row
+// first. What is not derived from std::exception passes.
 template <class Work, class OnError>
 void translateErrors(Work&& work, OnError&& onError) {
    try {

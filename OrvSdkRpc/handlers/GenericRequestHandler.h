@@ -1,5 +1,5 @@
-// Base of all handlers: the context, responder and request of one call, its posting, its successor, the peer check,
-// and the way from exceptions to statuses.
+// Base of all handlers: the context, responder and request of one call, its posting, its successor, the peer
+// check, and the way from exceptions to statuses.
 //
 // Thread-safety: pump thread only.
 #pragma once
@@ -32,10 +32,10 @@ namespace OrvSdkRpc {
 // streaming: whether the response is a stream.
 // Messages:  where the request lives.
 template <class Hc, class Rq, class Rp, class Svr, bool streaming, class Messages = MemberMessages>
-class GenericRequestHandler : public RequestHandler,
-                              public std::enable_shared_from_this<
-                                   GenericRequestHandler<Hc, Rq, Rp, Svr, streaming, Messages>> {
-  public:
+class GenericRequestHandler
+     : public RequestHandler,
+       public std::enable_shared_from_this<GenericRequestHandler<Hc, Rq, Rp, Svr, streaming, Messages>> {
+public:
    using Request = Rq;
    using Response = Rp;
    using Responder =
@@ -62,9 +62,9 @@ class GenericRequestHandler : public RequestHandler,
       return makeHandler<Hc>(nextTag, server_, cq_, service_);
    }
 
-  protected:
-   // Asks gRPC for the next call of the RPC; `service` is the generated service and `method` its Request... member.
-   // The last step of a constructor, since the call may arrive as soon as the pump looks.
+protected:
+   // Asks gRPC for the next call of the RPC; `service` is the generated service and `method` its Request...
+   // member. The last step of a constructor, since the call may arrive as soon as the pump looks.
    template <class Service, class Generated>
    void post(Service& service,
              void (Generated::*method)(grpc::ServerContext*, Rq*, Responder*, grpc::CompletionQueue*,
@@ -79,8 +79,8 @@ class GenericRequestHandler : public RequestHandler,
    }
 
    // Serves a whole unary call: peer check, then operation(args...) under the SDK's lock, then the reply. The
-   // conversions of an operation count as SDK calls, so the lock covers them; serialising happens without it. Never
-   // throws what is derived from std::exception: it becomes the status of the call.
+   // conversions of an operation count as SDK calls, so the lock covers them; serialising happens without it.
+   // Never throws what is derived from std::exception: it becomes the status of the call.
    template <class Operation, class... Args>
    void respond(Operation&& operation, Args&&... args) {
       static_assert(!streaming, "a stream is not answered by one response");
@@ -96,8 +96,8 @@ class GenericRequestHandler : public RequestHandler,
       finish(response, status);
    }
 
-   // Serves a whole bulk call: operation(item, service) for each item in order, all under one lock, up to the first
-   // failure. The call itself ends with OK; `status` and `count` of the response tell what happened.
+   // Serves a whole bulk call: operation(item, service) for each item in order, all under one lock, up to the
+   // first failure. The call itself ends with OK; `status` and `count` of the response tell what happened.
    template <class Items, class Operation>
    void bulk_respond(const Items& items, Operation&& operation) {
       static_assert(!streaming, "a stream is not answered by one response");

@@ -46,9 +46,13 @@ std::string_view hostPart(std::string_view text) {
 }
 
 // A link-local peer carries its interface, as "%25eth0" or "%eth0".
-std::string_view withoutZone(std::string_view host) { return host.substr(0, host.find('%')); }
+std::string_view withoutZone(std::string_view host) {
+   return host.substr(0, host.find('%'));
+}
 
-bool isUnix(std::string_view text) { return text.starts_with("unix:") || text.starts_with("unix-abstract:"); }
+bool isUnix(std::string_view text) {
+   return text.starts_with("unix:") || text.starts_with("unix-abstract:");
+}
 
 }  // namespace
 

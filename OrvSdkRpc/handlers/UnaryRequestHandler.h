@@ -21,7 +21,7 @@ class UnaryRequestHandler final
      : public GenericRequestHandler<UnaryRequestHandler<Definition, Rq, Rp, Svc>, Rq, Rp, Svc, false> {
    using Base = GenericRequestHandler<UnaryRequestHandler, Rq, Rp, Svc, false>;
 
-  public:
+public:
    UnaryRequestHandler(OpaqueId tag, grpc::Server& server, grpc::ServerCompletionQueue& cq, Svc& service)
         : Base(tag, server, cq, service) {
       this->post(service, Definition::method);

@@ -2,8 +2,8 @@
 //
 // Thread-safety: pump thread only.
 //
-// This build programs no sessions: every request is answered with RPC_STATUS_ERROR and words that say so. A resync
-// keeps its epoch, and finds no session to purge.
+// This build programs no sessions: every request is answered with RPC_STATUS_ERROR and words that say so. A
+// resync keeps its epoch, and finds no session to purge.
 #pragma once
 
 #include <cstdint>
@@ -15,7 +15,7 @@ namespace OrvSdkRpc {
 class ClientInit;
 
 class BfdProgrammer {
-  public:
+public:
    explicit BfdProgrammer(const ClientInit& client) : client_(client) {}
 
    void processSbfdEchoSessionRequest(const pb::sbfd_echo_session_msg& request, pb::rpc_status_msg& response);
@@ -29,7 +29,7 @@ class BfdProgrammer {
    // Generation of sessions, counted by resync starts.
    [[nodiscard]] std::uint32_t epoch() const { return epoch_; }
 
-  private:
+private:
    const ClientInit& client_;
    std::uint32_t epoch_ = 0;
 };

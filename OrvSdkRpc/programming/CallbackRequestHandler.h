@@ -2,8 +2,9 @@
 //
 // Thread-safety: pump thread only.
 //
-// The call always ends with status OK; what went wrong stands in the response. There is no check of the peer, no SDK
-// lock and no translation of exceptions here: a programmer takes the lock where it writes and words its own failures.
+// The call always ends with status OK; what went wrong stands in the response. There is no check of the peer,
+// no SDK lock and no translation of exceptions here: a programmer takes the lock where it writes and words
+// its own failures.
 #pragma once
 
 #include <grpcpp/support/status.h>
@@ -18,18 +19,22 @@
 namespace OrvSdkRpc {
 
 template <class Rq>
-concept BulkMessage = requires(const Rq& request) { request.bulk().size(); };
+concept BulkMessage = requires(const Rq& request) {
+   request.bulk().size();
+};
 
-// Name is a constant of its own per RPC and makes each instance a distinct type, so that handlers are counted per RPC.
+// Name is a constant of its own per RPC and makes each instance a distinct type, so that handlers are counted
+// per RPC.
 template <class Rq, class Rp, class Programmer, const char* Name>
 class CallbackRequestHandler final
-     : public GenericRequestHandler<CallbackRequestHandler<Rq, Rp, Programmer, Name>, Rq, Rp, OrvSdkRpcService, false,
+     : public GenericRequestHandler<CallbackRequestHandler<Rq, Rp, Programmer, Name>, Rq, Rp,
+                                    OrvSdkRpcService, false,
                                     std::conditional_t<BulkMessage<Rq>, ArenaMessages, MemberMessages>> {
    using Base = GenericRequestHandler<CallbackRequestHandler, Rq, Rp, OrvSdkRpcService, false,
                                       std::conditional_t<BulkMessage<Rq>, ArenaMessages, MemberMessages>>;
    using Messages = std::conditional_t<BulkMessage<Rq>, ArenaMessages, MemberMessages>;
 
-  public:
+public:
    using Method = UnaryMethod<OrvSdkRpcService::AsyncService, Rq, Rp>;
    using Callback = void (Programmer::*)(const Rq&, Rp&);
 
@@ -53,7 +58,7 @@ class CallbackRequestHandler final
                                                  programmer_, callback_);
    }
 
-  private:
+private:
    const Method method_;
    Programmer& programmer_;
    const Callback callback_;

@@ -13,8 +13,8 @@ namespace {
 
 const std::string statusName = "OrvSdkRpc-cbfNexthopGroupRedirectPolicyMapName";
 
-// How a DSCP stands in the rules of a family's list: the IPv4 rule has it as it is, the IPv6 rule within the traffic
-// class (RFC 2474).
+// How a DSCP stands in the rules of a family's list: the IPv4 rule has it as it is, the IPv6 rule within the
+// traffic class (RFC 2474).
 struct AfDefinition {
    orv::acl_type_t type;
    DscpValues CbfNhgRedirectProgrammer::SeqAndDscpValues::*values;
@@ -61,9 +61,9 @@ bool CbfNhgRedirectProgrammer::cbrPolicyMapNameIs(const std::string& name) {
       lastSequence_ = std::max(lastSequence_, sequence);
       if (auto redirect = readRule(sequence, rule)) {
          orv::fmttrace(programmingTracer(), 7,
-                       "Restored policy-map seq {} nexthop-group {} -> {} IPv4 DSCP {} IPv6 DSCP {}", sequence,
-                       redirect->first.match, redirect->first.redirect, redirect->second.ipv4.toStrep(),
-                       redirect->second.ipv6.toStrep());
+                       "Restored policy-map seq {} nexthop-group {} -> {} IPv4 DSCP {} IPv6 DSCP {}",
+                       sequence, redirect->first.match, redirect->first.redirect,
+                       redirect->second.ipv4.toStrep(), redirect->second.ipv6.toStrep());
          redirects_.insert_or_assign(std::move(redirect->first), std::move(redirect->second));
       } else {
          bad.push_back(sequence);
@@ -119,15 +119,15 @@ bool CbfNhgRedirectProgrammer::readAclRules(std::uint32_t sequence, const orv::p
    }
    DscpValues& dscpValues = values.*(af->values);
    if (!dscpValues.empty()) {
-      traceBad("Error: policy-map seq {} class-map {} seq {} existing DSCP values", sequence, classMapKey.name(),
-               classMapSequence);
+      traceBad("Error: policy-map seq {} class-map {} seq {} existing DSCP values", sequence,
+               classMapKey.name(), classMapSequence);
       return false;
    }
    for (auto rule = aclMgr_->acl_rule_ip_iter(aclKey); rule; ++rule) {
       const orv::acl_rule_ip_t& ipRule = rule->second;
       if (!takeName(matchGroup, ipRule.nexthop_group())) {
-         traceBad("Error: policy-map seq {} class-map {} seq {} contradicting match NexthopGroups {} {}", sequence,
-                  classMapKey.name(), classMapSequence, matchGroup, ipRule.nexthop_group());
+         traceBad("Error: policy-map seq {} class-map {} seq {} contradicting match NexthopGroups {} {}",
+                  sequence, classMapKey.name(), classMapSequence, matchGroup, ipRule.nexthop_group());
          return false;
       }
       dscpValues.add(static_cast<std::uint8_t>(ipRule.priority_value() >> af->shift));

@@ -1,10 +1,11 @@
-// Class-based forwarding: traffic for one next-hop group that carries certain DSCPs leaves through another group.
+// Class-based forwarding: traffic for one next-hop group that carries certain DSCPs leaves through another
+// group.
 //
 // Thread-safety: pump thread only.
 //
-// A redirect is a rule of one policy map, which init names. This build reads redirects back from the switch and keeps
-// their resync epoch; it changes none: every request is answered with RPC_STATUS_ERROR and words that say so, and a
-// resync removes nothing, since what cannot be replayed cannot be told from what is stale.
+// A redirect is a rule of one policy map, which init names. This build reads redirects back from the switch
+// and keeps their resync epoch; it changes none: every request is answered with RPC_STATUS_ERROR and words
+// that say so, and a resync removes nothing, since what cannot be replayed cannot be told from what is stale.
 #pragma once
 
 #include <absl/container/flat_hash_map.h>
@@ -34,7 +35,7 @@ namespace OrvSdkRpc {
 class ClientInit;
 
 class CbfNhgRedirectProgrammer {
-  public:
+public:
    // Identity of a redirect.
    struct Key {
       std::string match;
@@ -64,11 +65,12 @@ class CbfNhgRedirectProgrammer {
           aclMgr_(aclMgr),
           agentMgr_(agentMgr) {}
 
-   // Takes the policy map's name and reads back the redirects that it holds; a rule that is none is removed. True when
-   // redirects are there, and when the name is the one already known. Lets orv::error pass.
+   // Takes the policy map's name and reads back the redirects that it holds; a rule that is none is removed.
+   // True when redirects are there, and when the name is the one already known. Lets orv::error pass.
    bool cbrPolicyMapNameIs(const std::string& name);
 
-   void processCbfNhgRedirectRequest(const pb::cbf_nexthop_group_redirect_msg& request, pb::rpc_status_msg& response);
+   void processCbfNhgRedirectRequest(const pb::cbf_nexthop_group_redirect_msg& request,
+                                     pb::rpc_status_msg& response);
    void processCbfNhgRedirectBulkRequest(const pb::cbf_nexthop_group_redirect_bulk_msg& request,
                                          pb::rpc_status_bulk_msg& response);
 
@@ -81,7 +83,7 @@ class CbfNhgRedirectProgrammer {
    // Highest sequence of the policy map.
    [[nodiscard]] std::uint32_t lastSequence() const { return lastSequence_; }
 
-  private:
+private:
    std::optional<std::pair<Key, SeqAndDscpValues>> readRule(std::uint32_t sequence,
                                                             const orv::policy_map_rule_t& rule) const;
    bool readAclRules(std::uint32_t sequence, const orv::policy_map_key_t& classMapKey,

@@ -1,5 +1,8 @@
 #include "OrvSdkRpc/programming/ClientInit.h"
 
+#include <cstdint>
+#include <limits>
+
 #include "OrvSdkRpc/programming/BfdProgrammer.h"
 #include "OrvSdkRpc/programming/CbfNhgRedirectProgrammer.h"
 #include "OrvSdkRpc/programming/IpRouteProgrammer.h"
@@ -23,8 +26,9 @@ auto locked(Call&& call) {
 }
 
 void reportError(const orv::error& e, pb::rpc_status_msg& status) {
-   orv::fmttrace(programmingTracer(), 0, "{}",
-                 setReplyStatusWithDebugString(status, pb::RPC_STATUS_ERROR, "Error: exception {}", e.what()));
+   orv::fmttrace(
+        programmingTracer(), 0, "{}",
+        setReplyStatusWithDebugString(status, pb::RPC_STATUS_ERROR, "Error: exception {}", e.what()));
 }
 
 }  // namespace
@@ -60,10 +64,10 @@ void ClientInit::lookAtManagers(pb::rpc_server_init_status_msg& response) const 
 }
 
 void ClientInit::processResync(const pb::rpc_server_resync_msg& request, pb::rpc_status_msg& response) {
-   const auto phase = request.resync_phase();
-   assertThat(phase != pb::rpc_server_resync_msg_resync_phase_enum_rpc_server_resync_msg_resync_phase_enum_INT_MIN_SENTINEL_DO_NOT_USE_ &&
-                   phase != pb::rpc_server_resync_msg_resync_phase_enum_rpc_server_resync_msg_resync_phase_enum_INT_MAX_SENTINEL_DO_NOT_USE_,
-              "resync_phase is no sentinel");
+   const int phase = request.resync_phase();
+   // What protobuf adds to every open enumeration, so that no number is outside it.
+   using Limits = std::numeric_limits<std::int32_t>;
+   assertThat(phase != Limits::min() && phase != Limits::max(), "resync_phase is no sentinel");
    try {
       if (phase == pb::rpc_server_resync_msg::RESYNC_START) {
          resyncStart();

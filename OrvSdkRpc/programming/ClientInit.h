@@ -1,5 +1,5 @@
-// The contract between controller and server: whether this server, since it started, has been told how to work with
-// its controller, and whether a resync is running.
+// The contract between controller and server: whether this server, since it started, has been told how to
+// work with its controller, and whether a resync is running.
 //
 // Thread-safety: pump thread only.
 #pragma once
@@ -21,7 +21,7 @@ class CbfNhgRedirectProgrammer;
 class IpRouteProgrammer;
 
 class ClientInit {
-  public:
+public:
    // The programmers that init and resync call. They are made after this object, since each of them reads it.
    struct Programmers {
       IpRouteProgrammer* ipRoute = nullptr;
@@ -45,11 +45,12 @@ class ClientInit {
    [[nodiscard]] bool resyncInProgress() const { return resyncInProgress_; }
 
    // Repeatable, also during a resync.
-   void processInitRequest(const pb::rpc_server_config_msg& request, pb::rpc_server_init_status_msg& response);
+   void processInitRequest(const pb::rpc_server_config_msg& request,
+                           pb::rpc_server_init_status_msg& response);
    // Needs no init.
    void processResync(const pb::rpc_server_resync_msg& request, pb::rpc_status_msg& response);
 
-  private:
+private:
    void lookAtManagers(pb::rpc_server_init_status_msg& response) const;
    void resyncStart();
    void resyncEnd();

@@ -8,12 +8,12 @@
 
 namespace OrvSdkRpc {
 
-// Never writes and never finishes: the call ends when the client leaves or the server stops, and the done event, its
-// only one after the arrival, takes the handler with it.
+// Never writes and never finishes: the call ends when the client leaves or the server stops, and the done
+// event, its only one after the arrival, takes the handler with it.
 class DetectServerAliveHandler final
-     : public GenericRequestHandler<DetectServerAliveHandler, pb::rpc_server_alive_msg, pb::rpc_server_alive_msg,
-                                    OrvSdkRpcService, true> {
-  public:
+     : public GenericRequestHandler<DetectServerAliveHandler, pb::rpc_server_alive_msg,
+                                    pb::rpc_server_alive_msg, OrvSdkRpcService, true> {
+public:
    DetectServerAliveHandler(OpaqueId tag, grpc::Server& server, grpc::ServerCompletionQueue& cq,
                             OrvSdkRpcService& service)
         : GenericRequestHandler(tag, server, cq, service) {

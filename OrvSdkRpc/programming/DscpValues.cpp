@@ -8,7 +8,8 @@ namespace OrvSdkRpc {
 
 DscpValues::DscpValues(const google::protobuf::RepeatedField<std::uint32_t>& values) {
    values_.reserve(static_cast<std::size_t>(values.size()));
-   for (const std::uint32_t value : values) values_.push_back(static_cast<std::uint8_t>(value));
+   for (const std::uint32_t value : values)
+      values_.push_back(static_cast<std::uint8_t>(value));
    std::sort(values_.begin(), values_.end());
 }
 

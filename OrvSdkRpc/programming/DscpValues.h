@@ -12,7 +12,7 @@
 namespace OrvSdkRpc {
 
 class DscpValues {
-  public:
+public:
    DscpValues() = default;
    // Narrows each value to 8 bits and sorts; duplicates stay.
    explicit DscpValues(const google::protobuf::RepeatedField<std::uint32_t>& values);
@@ -26,7 +26,7 @@ class DscpValues {
    // "[ 10, 46 ]"; "[]" for an empty list.
    [[nodiscard]] std::string toStrep() const;
 
-  private:
+private:
    std::vector<std::uint8_t> values_;
 };
 

@@ -31,8 +31,8 @@ void IpRouteProgrammer::processIpRouteBulkRequest(const pb::ip_route_bulk_msg& r
 int IpRouteProgrammer::addRibRoute(const pb::ip_route_msg& request, std::string& errorText) {
    const orv::ip_prefix_t prefix = ipPrefixToPrefix(request.prefix());
    if (tag_ != 0 && tag_ != request.tag()) {
-      errorText = fmt::format("Error: Create {} route with tag {} != rpc_server_init::ip_route_tag {}", prefix,
-                              request.tag(), tag_);
+      errorText = fmt::format("Error: Create {} route with tag {} != rpc_server_init::ip_route_tag {}",
+                              prefix, request.tag(), tag_);
       orv::fmttrace(programmingTracer(), 0, "{}", errorText);
       return pb::RPC_STATUS_ERROR;
    }

@@ -2,8 +2,8 @@
 //
 // Thread-safety: pump thread only.
 //
-// In the SDK a route is two objects, a route and a via; both are written or removed under one lock. No state but the
-// tag: what is programmed is in the SDK, and a resync is the SDK's.
+// In the SDK a route is two objects, a route and a via; both are written or removed under one lock. No state
+// but the tag: what is programmed is in the SDK, and a resync is the SDK's.
 #pragma once
 
 #include <cstdint>
@@ -20,7 +20,7 @@ namespace OrvSdkRpc {
 class ClientInit;
 
 class IpRouteProgrammer {
-  public:
+public:
    IpRouteProgrammer(const ClientInit& client, orv::ip_route_mgr* mgr) : client_(client), mgr_(mgr) {}
 
    // The tag that every route must carry from now on; 0 for any, and then the SDK's own tag stays as it was.
@@ -34,7 +34,7 @@ class IpRouteProgrammer {
    int addRibRoute(const pb::ip_route_msg& request, std::string& errorText);
    int delRibRoute(const pb::ip_route_msg& request, std::string& errorText);
 
-  private:
+private:
    const ClientInit& client_;
    orv::ip_route_mgr* const mgr_;
    std::uint32_t tag_ = 0;

@@ -4,7 +4,8 @@
 
 namespace OrvSdkRpc {
 
-void MplsRouteProgrammer::processMPLSRouteRequest(const pb::mpls_route_msg& request, pb::rpc_status_msg& response) {
+void MplsRouteProgrammer::processMPLSRouteRequest(const pb::mpls_route_msg& request,
+                                                  pb::rpc_status_msg& response) {
    serveUnavailable(client_, request, response);
 }
 

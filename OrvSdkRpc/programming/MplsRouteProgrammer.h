@@ -12,13 +12,14 @@ namespace OrvSdkRpc {
 class ClientInit;
 
 class MplsRouteProgrammer {
-  public:
+public:
    explicit MplsRouteProgrammer(const ClientInit& client) : client_(client) {}
 
    void processMPLSRouteRequest(const pb::mpls_route_msg& request, pb::rpc_status_msg& response);
-   void processMPLSRouteBulkRequest(const pb::mpls_route_bulk_msg& request, pb::rpc_status_bulk_msg& response);
+   void processMPLSRouteBulkRequest(const pb::mpls_route_bulk_msg& request,
+                                    pb::rpc_status_bulk_msg& response);
 
-  private:
+private:
    const ClientInit& client_;
 };
 

@@ -31,7 +31,8 @@ orv::nexthop_group_mpls_action_t convertAction(const pb::nexthop_msg& nexthop) {
       action.action_type_is(orv::mpls_action_t::none);
    } else if (!labels.empty()) {
       std::forward_list<orv::mpls_label_t> stack;
-      for (const std::uint32_t label : labels) stack.emplace_front(label);
+      for (const std::uint32_t label : labels)
+         stack.emplace_front(label);
       action.label_stack_is(std::move(stack));
    }
    return action;
@@ -57,7 +58,8 @@ void fillSlots(const Nexthops& nexthops, Set&& set) {
       const std::uint32_t weight = nexthop.weight();
       if (weight == 0) continue;
       const std::uint32_t writes = std::min(weight, allSlots);
-      for (std::uint32_t i = 0; i + 1 < writes; ++i) set(static_cast<std::uint16_t>(slot + i), entry);
+      for (std::uint32_t i = 0; i + 1 < writes; ++i)
+         set(static_cast<std::uint16_t>(slot + i), entry);
       set(static_cast<std::uint16_t>(slot + writes - 1), std::move(entry));
       slot = static_cast<std::uint16_t>(slot + weight);
    }

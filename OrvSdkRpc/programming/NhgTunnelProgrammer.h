@@ -12,14 +12,14 @@ namespace OrvSdkRpc {
 class ClientInit;
 
 class NhgTunnelProgrammer {
-  public:
+public:
    explicit NhgTunnelProgrammer(const ClientInit& client) : client_(client) {}
 
    void processNhgTunnelRequest(const pb::nexthop_group_tunnel_msg& request, pb::rpc_status_msg& response);
    void processNhgTunnelBulkRequest(const pb::nexthop_group_tunnel_bulk_msg& request,
                                     pb::rpc_status_bulk_msg& response);
 
-  private:
+private:
    const ClientInit& client_;
 };
 

@@ -14,17 +14,18 @@ namespace OrvSdkRpc {
 class ClientInit;
 
 class OpaqueProgrammer {
-  public:
+public:
    OpaqueProgrammer(const ClientInit& client, orv::agent_mgr* mgr) : client_(client), mgr_(mgr) {}
 
    // Sets run before deletes. What was set before a failure stays.
-   void processOpaqueStateSetRequest(const pb::rpc_server_state_config_msg& request, pb::rpc_status_msg& response);
+   void processOpaqueStateSetRequest(const pb::rpc_server_state_config_msg& request,
+                                     pb::rpc_status_msg& response);
 
    // Served before init too. The reply has no status: after a failure it holds the pairs read so far.
    void processOpaqueStateGetRequest(const pb::rpc_server_state_status_msg& request,
                                      pb::rpc_server_state_status_msg& response);
 
-  private:
+private:
    const ClientInit& client_;
    orv::agent_mgr* const mgr_;
 };

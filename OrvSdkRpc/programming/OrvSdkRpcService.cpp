@@ -47,7 +47,9 @@ OrvSdkRpcService::OrvSdkRpcService(orv::acl_mgr* aclMgr, orv::agent_mgr* agentMg
 
 OrvSdkRpcService::~OrvSdkRpcService() = default;
 
-void OrvSdkRpcService::registerRpcService(grpc::ServerBuilder& builder) { builder.RegisterService(this); }
+void OrvSdkRpcService::registerRpcService(grpc::ServerBuilder& builder) {
+   builder.RegisterService(this);
+}
 
 template <const char* Name, class Rq, class Rp, class Programmer>
 void OrvSdkRpcService::startCallbackHandler(
@@ -55,8 +57,7 @@ void OrvSdkRpcService::startCallbackHandler(
                                   grpc::CompletionQueue*, grpc::ServerCompletionQueue*, void*),
      Programmer& programmer, void (Programmer::*callback)(const Rq&, Rp&)) {
    using Handler = CallbackRequestHandler<Rq, Rp, Programmer, Name>;
-   registerHandler(
-        makeHandler<Handler>(nextOpaqueId(), server(), cq(), *this, method, programmer, callback));
+   registerHandler(makeHandler<Handler>(nextOpaqueId(), server(), cq(), *this, method, programmer, callback));
 }
 
 void OrvSdkRpcService::startHandlers() {
@@ -67,8 +68,9 @@ void OrvSdkRpcService::startHandlers() {
         &Rpc::Requestrpc_server_resync, client_, &ClientInit::processResync);
    startCallbackHandler<opaqueSetHandlerName, pb::rpc_server_state_config_msg, pb::rpc_status_msg>(
         &Rpc::Requestrpc_server_state, opaque_, &OpaqueProgrammer::processOpaqueStateSetRequest);
-   startCallbackHandler<opaqueGetHandlerName, pb::rpc_server_state_status_msg, pb::rpc_server_state_status_msg>(
-        &Rpc::Requestget_rpc_server_state, opaque_, &OpaqueProgrammer::processOpaqueStateGetRequest);
+   startCallbackHandler<opaqueGetHandlerName, pb::rpc_server_state_status_msg,
+                        pb::rpc_server_state_status_msg>(&Rpc::Requestget_rpc_server_state, opaque_,
+                                                         &OpaqueProgrammer::processOpaqueStateGetRequest);
    startCallbackHandler<nexthopGroupHandlerName, pb::nexthop_group_msg, pb::rpc_status_msg>(
         &Rpc::Requestnexthop_group, nexthopGroups_, &NexthopGroupProgrammer::processNexthopGroupRequest);
    startCallbackHandler<nexthopGroupBulkHandlerName, pb::nexthop_group_bulk_msg, pb::rpc_status_bulk_msg>(
@@ -87,14 +89,16 @@ void OrvSdkRpcService::startHandlers() {
    startCallbackHandler<mplsRouteBulkHandlerName, pb::mpls_route_bulk_msg, pb::rpc_status_bulk_msg>(
         &Rpc::Requestmpls_route_bulk, mpls_, &MplsRouteProgrammer::processMPLSRouteBulkRequest);
    startCallbackHandler<cbfNexthopGroupRedirectName, pb::cbf_nexthop_group_redirect_msg, pb::rpc_status_msg>(
-        &Rpc::Requestcbf_nexthop_group_redirect, cbf_, &CbfNhgRedirectProgrammer::processCbfNhgRedirectRequest);
+        &Rpc::Requestcbf_nexthop_group_redirect, cbf_,
+        &CbfNhgRedirectProgrammer::processCbfNhgRedirectRequest);
    startCallbackHandler<cbfNexthopGroupRedirectBulkName, pb::cbf_nexthop_group_redirect_bulk_msg,
                         pb::rpc_status_bulk_msg>(&Rpc::Requestcbf_nexthop_group_redirect_bulk, cbf_,
                                                  &CbfNhgRedirectProgrammer::processCbfNhgRedirectBulkRequest);
    startCallbackHandler<sbfdEchoSessionHandlerName, pb::sbfd_echo_session_msg, pb::rpc_status_msg>(
         &Rpc::Requestsbfd_echo_session, bfd_, &BfdProgrammer::processSbfdEchoSessionRequest);
-   startCallbackHandler<sbfdEchoSessionBulkHandlerName, pb::sbfd_echo_session_bulk_msg, pb::rpc_status_bulk_msg>(
-        &Rpc::Requestsbfd_echo_session_bulk, bfd_, &BfdProgrammer::processSbfdEchoSessionBulkRequest);
+   startCallbackHandler<sbfdEchoSessionBulkHandlerName, pb::sbfd_echo_session_bulk_msg,
+                        pb::rpc_status_bulk_msg>(&Rpc::Requestsbfd_echo_session_bulk, bfd_,
+                                                 &BfdProgrammer::processSbfdEchoSessionBulkRequest);
    registerNewHandler<DetectServerAliveHandler>(*this);
    registerNewHandler<SbfdEchoUpdatesHandler>(*this);
 }

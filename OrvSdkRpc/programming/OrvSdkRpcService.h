@@ -35,15 +35,16 @@ namespace OrvSdkRpc {
 class CbfNhgMgr;
 
 class OrvSdkRpcService final : public GrpcService, public pb::orvsdk_service::AsyncService {
-  public:
+public:
    using AsyncService = pb::orvsdk_service::AsyncService;
 
    // The managers live longer than the service. `cbfNhgMgr` may be null.
    OrvSdkRpcService(orv::acl_mgr* aclMgr, orv::agent_mgr* agentMgr, orv::bfd_session_mgr* bfdSessionMgr,
                     orv::intf_mgr* intfMgr, orv::class_map_mgr* classMapMgr, orv::ip_route_mgr* ipRouteMgr,
                     orv::mpls_route_mgr* mplsRouteMgr, orv::mpls_vrf_label_mgr* mplsVrfLabelMgr,
-                    orv::nexthop_group_mgr* nexthopGroupMgr, orv::nexthop_group_tunnel_mgr* nexthopGroupTunnelMgr,
-                    orv::policy_map_mgr* policyMapMgr, CbfNhgMgr* cbfNhgMgr);
+                    orv::nexthop_group_mgr* nexthopGroupMgr,
+                    orv::nexthop_group_tunnel_mgr* nexthopGroupTunnelMgr, orv::policy_map_mgr* policyMapMgr,
+                    CbfNhgMgr* cbfNhgMgr);
    ~OrvSdkRpcService() override;
 
    void registerRpcService(grpc::ServerBuilder& builder) override;
@@ -52,12 +53,12 @@ class OrvSdkRpcService final : public GrpcService, public pb::orvsdk_service::As
 
    [[nodiscard]] const ClientInit& client() const { return client_; }
 
-  private:
+private:
    template <const char* Name, class Rq, class Rp, class Programmer>
    void startCallbackHandler(void (AsyncService::*method)(grpc::ServerContext*, Rq*,
                                                           grpc::ServerAsyncResponseWriter<Rp>*,
-                                                          grpc::CompletionQueue*, grpc::ServerCompletionQueue*,
-                                                          void*),
+                                                          grpc::CompletionQueue*,
+                                                          grpc::ServerCompletionQueue*, void*),
                              Programmer& programmer, void (Programmer::*callback)(const Rq&, Rp&));
 
    ClientInit client_;

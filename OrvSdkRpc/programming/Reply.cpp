@@ -4,7 +4,9 @@ namespace OrvSdkRpc {
 
 namespace pb {
 
-std::string toString(const google::protobuf::Message& message) { return message.ShortDebugString(); }
+std::string toString(const google::protobuf::Message& message) {
+   return message.ShortDebugString();
+}
 
 }  // namespace pb
 
@@ -22,10 +24,12 @@ void refuseNotInitialized(const google::protobuf::Message& request, pb::rpc_stat
                                                pb::toString(request)));
 }
 
-void reportException(const google::protobuf::Message& request, const orv::error& e, pb::rpc_status_msg& response) {
-   orv::fmttrace(programmingTracer(), 0, "{}",
-                 setReplyStatusWithDebugString(response, pb::RPC_STATUS_ERROR, "Error: request {} exception {}",
-                                               pb::toString(request), e.what()));
+void reportException(const google::protobuf::Message& request, const orv::error& e,
+                     pb::rpc_status_msg& response) {
+   orv::fmttrace(
+        programmingTracer(), 0, "{}",
+        setReplyStatusWithDebugString(response, pb::RPC_STATUS_ERROR, "Error: request {} exception {}",
+                                      pb::toString(request), e.what()));
 }
 
 void refuseUnavailable(const google::protobuf::Message& request, pb::rpc_status_msg& response) {

@@ -1,5 +1,5 @@
-// What the programmers' replies have in common: the status message, its words, and the rule that every request of
-// the programming service follows.
+// What the programmers' replies have in common: the status message, its words, and the rule that every
+// request of the programming service follows.
 //
 // Thread-safety: pump thread only, but for toString, which is pure.
 #pragma once
@@ -34,7 +34,8 @@ const orv::tracer& programmingTracer();
 
 // Writes the value and the formatted text into a status, and returns the text for tracing.
 template <class... Args>
-const std::string& setReplyStatusWithDebugString(pb::rpc_status_msg& response, pb::rpc_status_value_enum value,
+const std::string& setReplyStatusWithDebugString(pb::rpc_status_msg& response,
+                                                 pb::rpc_status_value_enum value,
                                                  fmt::format_string<Args...> format, Args&&... args) {
    response.set_status(value);
    response.set_debug_string(fmt::format(format, std::forward<Args>(args)...));
@@ -44,15 +45,18 @@ const std::string& setReplyStatusWithDebugString(pb::rpc_status_msg& response, p
 namespace detail {
 
 void refuseNotInitialized(const google::protobuf::Message& request, pb::rpc_status_msg& response);
-void reportException(const google::protobuf::Message& request, const orv::error& e, pb::rpc_status_msg& response);
+void reportException(const google::protobuf::Message& request, const orv::error& e,
+                     pb::rpc_status_msg& response);
 void refuseUnavailable(const google::protobuf::Message& request, pb::rpc_status_msg& response);
 
 }  // namespace detail
 
-// Serves one request: refuses before init, else runs `work(std::string& errorText)`, whose result is the status value
-// and whose text, if any, becomes the debug string. An orv::error becomes RPC_STATUS_ERROR with its words.
+// Serves one request: refuses before init, else runs `work(std::string& errorText)`, whose result is the
+// status value and whose text, if any, becomes the debug string. An orv::error becomes RPC_STATUS_ERROR with
+// its words.
 template <class Request, class Work>
-void serveRequest(const ClientInit& client, const Request& request, pb::rpc_status_msg& response, Work&& work) {
+void serveRequest(const ClientInit& client, const Request& request, pb::rpc_status_msg& response,
+                  Work&& work) {
    if (!client.initialized()) [[unlikely]] {
       detail::refuseNotInitialized(request, response);
       return;
@@ -72,7 +76,8 @@ template <class BulkRequest, class Single>
 void serveBulk(const BulkRequest& request, pb::rpc_status_bulk_msg& response, Single&& single) {
    auto& statuses = *response.mutable_statuses();
    statuses.Reserve(request.bulk_size());
-   for (const auto& item : request.bulk()) single(item, *statuses.Add());
+   for (const auto& item : request.bulk())
+      single(item, *statuses.Add());
 }
 
 // Answers a request that this build has no programmer for, after the common check of init.

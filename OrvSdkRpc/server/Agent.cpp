@@ -82,8 +82,8 @@ void Agent::on_initialized() {
                                mplsRouteMgr_, mplsVrfLabelMgr_, nexthopGroupMgr_, nexthopGroupTunnelMgr_,
                                policyMapMgr_, nullptr);
       }
-      // The FIB service has its manager in fibMgr_ and no code in this build: nothing is created for it, and gRPC
-      // answers UNIMPLEMENTED to its RPCs.
+      // The FIB service has its manager in fibMgr_ and no code in this build: nothing is created for it, and
+      // gRPC answers UNIMPLEMENTED to its RPCs.
       credentials_ = grpc::InsecureServerCredentials();
    } else {
       if (!credentialsAreGood()) return;
@@ -152,6 +152,8 @@ void Agent::panicHandler(const orv::error& error) {
    error.raise();
 }
 
-bool Agent::waitUntilServing() { return server_ && server_->waitUntilServing(); }
+bool Agent::waitUntilServing() {
+   return server_ && server_->waitUntilServing();
+}
 
 }  // namespace OrvSdkRpc

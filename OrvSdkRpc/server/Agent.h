@@ -3,8 +3,8 @@
 // Thread-safety: the SDK's main thread only, but for waitUntilServing.
 //
 // The SDK calls on_initialized when it is ready, and then the server starts on a thread of its own; it calls
-// on_agent_enabled(false) to end the agent, which stops the server, removes its socket files and acknowledges. The
-// object must live until then: destroying it while the server thread runs ends the process.
+// on_agent_enabled(false) to end the agent, which stops the server, removes its socket files and
+// acknowledges. The object must live until then: destroying it while the server thread runs ends the process.
 #pragma once
 
 #include <grpcpp/security/server_credentials.h>
@@ -28,8 +28,8 @@ namespace OrvSdkRpc {
 
 class CbfNhgMgr;
 
-// What a host of the service-list form sets before the SDK calls on_initialized. The library reads no option of its
-// own for any of it.
+// What a host sets before the SDK calls on_initialized; the library reads no option of its own for any of it.
+// The address form needs none of it, and looks at the addresses, the namespace and the accounting flag alone.
 struct HostConfiguration {
    // Listening addresses in gRPC's text form. None: the agent stays up without a server.
    std::vector<std::string> addresses = {};
@@ -46,17 +46,18 @@ struct HostConfiguration {
 };
 
 class Agent : public orv::agent_handler {
-  public:
+public:
    // The service-list form: the mirror services of the list, on addresses that the host configures.
    Agent(orv::sdk& sdk, const std::vector<Server::Services>& services);
 
-   // The address form: every mirror service and, on an address that is not in use, with insecure credentials and for
-   // every peer: the programming service if `bfd` is set, the FIB service if `fib` is.
+   // The address form: every mirror service and, on an address that is not in use, with insecure credentials
+   // and for every peer, the programming service if `bfd` is set. `fib` fetches the FIB's manager; its
+   // service is not in this build.
    Agent(orv::sdk& sdk, const std::string_view& address, bool bfd, bool fib);
 
    ~Agent() override;
 
-   // For the service-list form, before on_initialized.
+   // Before on_initialized.
    void configurationIs(HostConfiguration configuration);
 
    // Creates one service. A value that is none is ignored.
@@ -65,7 +66,8 @@ class Agent : public orv::agent_handler {
    void on_initialized() override;
    void on_agent_enabled(bool enabled) override;
 
-   // Whether somebody else listens on the address. A unix address that is free is locked and cleaned up by the question.
+   // Whether somebody else listens on the address. A unix address that is free is locked and cleaned up by
+   // the question.
    bool addressInUse(const std::string& address, const std::string& vrf);
    // `host` in dotted form, `port` in host order. IPv4 only.
    bool ipAddressInUse(const std::string& host, std::uint16_t port, const std::string& vrf);
@@ -78,13 +80,13 @@ class Agent : public orv::agent_handler {
 
    static void panicHandler(const orv::error& error);
 
-   // Blocks until the server takes calls, or cannot; false in the second case and when there is no server. Not for a
-   // thread that holds the SDK's lock.
+   // Blocks until the server takes calls, or cannot; false in the second case and when there is no server.
+   // Not for a thread that holds the SDK's lock.
    [[nodiscard]] bool waitUntilServing();
 
    [[nodiscard]] const std::vector<std::string>& addresses() const { return addresses_; }
 
-  private:
+private:
    // Appends a service to those that the server will take over.
    template <class Service, class... Args>
    void add(Args&&... args) {

@@ -38,8 +38,8 @@ bool Agent::ipAddressInUse(const std::string& host, std::uint16_t port, const st
    name.sin_addr.s_addr = inet_addr(host.c_str());
    name.sin_port = htons(port);
    assertThat(socketDesc != -1, "socketDesc != -1");
-   const bool inUse = bind(socketDesc, reinterpret_cast<const sockaddr*>(&name), sizeof name) != 0 &&
-                      errno == EADDRINUSE;
+   const bool inUse =
+        bind(socketDesc, reinterpret_cast<const sockaddr*>(&name), sizeof name) != 0 && errno == EADDRINUSE;
    close(socketDesc);
    return inUse;
 }

@@ -22,8 +22,8 @@ bool pbrCountersStreamEnabled() {
    return enabled;
 }
 
-// The place of a service that is not in this build: its managers are fetched, and gRPC answers UNIMPLEMENTED to its
-// RPCs. The service's own line is add<Service>(managers...).
+// The place of a service that is not in this build: its managers are fetched, and gRPC answers UNIMPLEMENTED
+// to its RPCs. The service's own line is add<Service>(managers...).
 template <class... Managers>
 void absent(Managers*...) {}
 

@@ -64,7 +64,13 @@ bool GrpcServer::waitUntilServing() {
 void GrpcServer::run() {
    if (start()) {
       pump();
-      if (shutdownThread_.joinable()) shutdownThread_.join();
+      std::thread shutdown;
+      {
+         // The pump may be through before stop() has stored the thread that it started.
+         std::lock_guard lock(stateMutex_);
+         shutdown = std::move(shutdownThread_);
+      }
+      shutdown.join();
    }
    setState(State::Stopped);
 }
@@ -104,14 +110,15 @@ void GrpcServer::stop() {
       if (stopRequested_) return;
       stopRequested_ = true;
       events_.close();
-      for (auto& service : services_) service->closing_.store(true);
+      for (auto& service : services_)
+         service->closing_.store(true);
       if (state_ == State::Pumping) beginShutdown();
    }
    stateChanged_.notify_all();
 }
 
-// Shutdown waits for calls that only the pump can end, and the thread that stops the server may hold the SDK's lock
-// that the pump waits for. So neither of them may be the one that waits.
+// Shutdown waits for calls that only the pump can end, and the thread that stops the server may hold the
+// SDK's lock that the pump waits for. So neither of them may be the one that waits.
 void GrpcServer::beginShutdown() {
    state_ = State::Draining;
    shutdownThread_ = std::thread([this] {
@@ -152,19 +159,23 @@ void GrpcServer::dispatch(OpaqueId tag, bool ok) {
    } else if (tag == handler->doneTag_) {
       handler->callDone();
    } else if (ok && handler->state_ == 1) {
-      // A unary call stays in state 0 and is over with its finish; one in state 2 only waits for its last events;
-      // after a failed write the stream is broken and its done event, if it asked for one, is on its way.
+      // A unary call stays in state 0 and is over with its finish; one in state 2 only waits for its last
+      // events; after a failed write the stream is broken and its done event, if it asked for one, is on its
+      // way.
       handler->process(tag);
    }
    if (handler->pending_.load(std::memory_order_acquire) == 0) tags_.removeAll(*handler);
 }
 
 // The first event under a main tag: a call has arrived, or none ever will.
-void GrpcServer::handleArrival(const std::shared_ptr<RequestHandler>& handler, std::size_t serviceId, bool ok) {
+void GrpcServer::handleArrival(const std::shared_ptr<RequestHandler>& handler, std::size_t serviceId,
+                               bool ok) {
    if (!ok) return;
    handler->arrived_ = true;
    // gRPC delivers the done notification for a call that has arrived, and only for such a one.
    if (handler->doneTag_) handler->beginEvent();
+   // What comes now, or waited for the pump until now, is ended by gRPC's own shutdown.
+   if (events_.closed()) return;
    // The successor first, so that the same RPC waits for its next call before this one is served.
    tags_.add(serviceId, handler->chain(tags_.nextId()));
    handler->process(handler->tag_);

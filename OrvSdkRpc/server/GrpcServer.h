@@ -1,10 +1,10 @@
 // The one gRPC server, its completion queue and the pump that drains it.
 //
-// Thread-safety: run() on one thread of its own, the pump; stop(), state() and waitUntilServing() from any other. The
-// rest belongs to the services and their handlers.
+// Thread-safety: run() on one thread of its own, the pump; stop(), state() and waitUntilServing() from any
+// other. The rest belongs to the services and their handlers.
 //
-// The pump serves RPCs strictly one at a time. It takes the SDK's lock around SDK calls only, never while it waits
-// for an event.
+// The pump serves RPCs strictly one at a time. It takes the SDK's lock around SDK calls only, never while it
+// waits for an event.
 #pragma once
 
 #include <grpcpp/alarm.h>
@@ -29,7 +29,7 @@
 namespace OrvSdkRpc {
 
 class GrpcServer {
-  public:
+public:
    enum class State {
       // Not yet taking calls.
       Constructed,
@@ -42,23 +42,26 @@ class GrpcServer {
    };
 
    // Adds the listening ports; nothing is bound yet.
-   GrpcServer(std::unique_ptr<ServerProperties> properties, std::shared_ptr<grpc::ServerCredentials> credentials);
+   GrpcServer(std::unique_ptr<ServerProperties> properties,
+              std::shared_ptr<grpc::ServerCredentials> credentials);
    // Also takes over the services; the index in `services` becomes the service id.
-   GrpcServer(std::unique_ptr<ServerProperties> properties, std::vector<std::unique_ptr<GrpcService>> services,
+   GrpcServer(std::unique_ptr<ServerProperties> properties,
+              std::vector<std::unique_ptr<GrpcService>> services,
               std::shared_ptr<grpc::ServerCredentials> credentials);
    // run() must have returned or never have been called.
    ~GrpcServer();
 
-   // Builds and starts the server, starts the handlers, and pumps until stop(). Returns at once, with a trace and a
-   // line on standard error, when an address cannot be bound.
+   // Builds and starts the server, starts the handlers, and pumps until stop(). Returns at once, with a trace
+   // and a line on standard error, when an address cannot be bound.
    void run();
 
-   // Cancels every call and makes run() return. Does not wait for it and takes no lock of the SDK, so it may be called
-   // with that lock held. Harmless when repeated, and before or after run().
+   // Cancels every call and makes run() return. Does not wait for it and takes no lock of the SDK, so it may
+   // be called with that lock held. Harmless when repeated, and before or after run().
    void stop();
 
    [[nodiscard]] State state() const;
-   // Blocks until calls are taken or run() is over; true in the first case. Not for a thread that holds the SDK's lock.
+   // Blocks until calls are taken or run() is over; true in the first case. Not for a thread that holds the
+   // SDK's lock.
    [[nodiscard]] bool waitUntilServing();
 
    // Once run() has built it.
@@ -67,7 +70,7 @@ class GrpcServer {
    [[nodiscard]] PendingEvents& events() { return events_; }
    [[nodiscard]] const ServerProperties& properties() const { return *properties_; }
 
-  private:
+private:
    bool start();
    void pump();
    void dispatch(OpaqueId tag, bool ok);
@@ -75,8 +78,8 @@ class GrpcServer {
    void beginShutdown();
    void setState(State state);
 
-   // The order of declaration, reversed, is the order of the end: handlers hold references to their service, so the
-   // tags go before the services, and these before the server and its queue.
+   // The order of declaration, reversed, is the order of the end: handlers hold references to their service,
+   // so the tags go before the services, and these before the server and its queue.
    grpc::ServerBuilder builder_;
    std::unique_ptr<grpc::ServerCompletionQueue> cq_;
    std::unique_ptr<grpc::Server> server_;

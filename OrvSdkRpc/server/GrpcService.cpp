@@ -16,13 +16,21 @@ void GrpcService::selfRegister(std::size_t serviceId, grpc::ServerBuilder& build
    registerRpcService(builder);
 }
 
-grpc::Server& GrpcService::server() const { return grpcServer_->server(); }
+grpc::Server& GrpcService::server() const {
+   return grpcServer_->server();
+}
 
-PendingEvents& GrpcService::events() const { return grpcServer_->events(); }
+PendingEvents& GrpcService::events() const {
+   return grpcServer_->events();
+}
 
-TagManager* GrpcService::tags() const { return grpcServer_ ? &grpcServer_->tags() : nullptr; }
+TagManager* GrpcService::tags() const {
+   return grpcServer_ ? &grpcServer_->tags() : nullptr;
+}
 
-OpaqueId GrpcService::nextOpaqueId() const { return grpcServer_->tags().nextId(); }
+OpaqueId GrpcService::nextOpaqueId() const {
+   return grpcServer_->tags().nextId();
+}
 
 void GrpcService::registerHandler(std::shared_ptr<RequestHandler> handler) const {
    grpcServer_->tags().add(serviceId_, std::move(handler));
@@ -32,7 +40,9 @@ OpaqueId GrpcService::assignExtraTag(const std::shared_ptr<RequestHandler>& hand
    return grpcServer_->tags().addExtra(serviceId_, handler);
 }
 
-void GrpcService::removeHandler(OpaqueId tag) const { grpcServer_->tags().remove(tag); }
+void GrpcService::removeHandler(OpaqueId tag) const {
+   grpcServer_->tags().remove(tag);
+}
 
 std::shared_ptr<RequestHandler> GrpcService::findHandler(OpaqueId tag) const {
    return grpcServer_ ? grpcServer_->tags().find(tag) : nullptr;

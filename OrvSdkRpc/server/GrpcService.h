@@ -1,8 +1,9 @@
-// Base of every service: its place in the server, its tags, and the templates that make and register handlers.
+// Base of every service: its place in the server, its tags, and the templates that make and register
+// handlers.
 //
-// Thread-safety: constructed, attached and destroyed by the thread that owns the server; the registry operations may
-// be called by any thread; startHandlers and the register templates run on the pump thread. A service that is not
-// attached to a server yet has no registry: only name(), closing() and tracer() work.
+// Thread-safety: constructed, attached and destroyed by the thread that owns the server; the registry
+// operations may be called by any thread; startHandlers and the register templates run on the pump thread. A
+// service that is not attached to a server yet has no registry: only name(), closing() and tracer() work.
 #pragma once
 
 #include <grpcpp/server.h>
@@ -30,7 +31,7 @@ class TagManager;
 inline constexpr unsigned long streamQueueLimit = 262144;
 
 class GrpcService {
-  public:
+public:
    virtual ~GrpcService();
 
    // Hands the generated service to the builder: builder.RegisterService(this).
@@ -79,24 +80,25 @@ class GrpcService {
    template <template <class, class, class, class> class Handler, class Definition, class Svc>
    void registerAdapter(Svc& service) {
       using Method = MethodTraits<Definition::method>;
-      registerNewHandler<Handler<Definition, typename Method::Request, typename Method::Response, Svc>>(service);
+      registerNewHandler<Handler<Definition, typename Method::Request, typename Method::Response, Svc>>(
+           service);
    }
 
    // Posts the first handler of a class written by hand.
    template <class Handler, class Svc>
    void registerNewHandler(Svc& service) {
       static_assert(std::is_base_of_v<RequestHandler, Handler>, "a handler derives from RequestHandler");
-      // Posted before it is registered: right only because this is the pump thread, which cannot see the event
-      // before it returns to the queue.
-      if constexpr (std::is_constructible_v<Handler, OpaqueId, grpc::Server&, grpc::ServerCompletionQueue&, Svc&,
-                                            unsigned long>) {
+      // Posted before it is registered: right only because this is the pump thread, which cannot see the
+      // event before it returns to the queue.
+      if constexpr (std::is_constructible_v<Handler, OpaqueId, grpc::Server&, grpc::ServerCompletionQueue&,
+                                            Svc&, unsigned long>) {
          registerHandler(makeHandler<Handler>(nextOpaqueId(), server(), cq(), service, streamQueueLimit));
       } else {
          registerHandler(makeHandler<Handler>(nextOpaqueId(), server(), cq(), service));
       }
    }
 
-  private:
+private:
    // Sets what the server knows: itself and its properties at the start, the queue when it runs, the end.
    friend class GrpcServer;
 

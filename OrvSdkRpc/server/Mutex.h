@@ -18,7 +18,7 @@
 namespace OrvSdkRpc {
 
 class ORV_THREAD_ATTRIBUTE(capability("mutex")) Mutex {
-  public:
+public:
    Mutex() = default;
    Mutex(const Mutex&) = delete;
    Mutex& operator=(const Mutex&) = delete;
@@ -26,13 +26,13 @@ class ORV_THREAD_ATTRIBUTE(capability("mutex")) Mutex {
    void lock() ORV_THREAD_ATTRIBUTE(acquire_capability()) { mutex_.lock(); }
    void unlock() ORV_THREAD_ATTRIBUTE(release_capability()) { mutex_.unlock(); }
 
-  private:
+private:
    std::mutex mutex_;
 };
 
 // Holds a Mutex for a scope; may be let go early, once.
 class ORV_THREAD_ATTRIBUTE(scoped_lockable) MutexLock {
-  public:
+public:
    explicit MutexLock(Mutex& mutex) ORV_THREAD_ATTRIBUTE(acquire_capability(mutex)) : mutex_(&mutex) {
       mutex_->lock();
    }
@@ -47,7 +47,7 @@ class ORV_THREAD_ATTRIBUTE(scoped_lockable) MutexLock {
       mutex_ = nullptr;
    }
 
-  private:
+private:
    Mutex* mutex_;
 };
 

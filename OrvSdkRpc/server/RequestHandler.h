@@ -1,11 +1,11 @@
 // Base of the objects that serve one call each.
 //
-// Thread-safety: everything runs on the pump thread, but for beginEventFromOutside and what a derived class says.
+// Thread-safety: everything runs on the pump thread, but for what says otherwise.
 //
-// A handler is posted for a call before the call exists and dies when its last event was delivered. The pump knows
-// that moment by counting: whoever posts an event on the completion queue under a tag of this handler calls
-// beginEvent first, the pump takes one back for every delivery. So the end of a call needs no knowledge of the order
-// in which finish, write, alarm and done events come in.
+// A handler is posted for a call before the call exists and dies when its last event was delivered. The pump
+// knows that moment by counting: whoever posts an event on the completion queue under a tag of this handler
+// calls beginEvent first, the pump takes one back for every delivery. So the end of a call needs no knowledge
+// of the order in which finish, write, alarm and done events come in.
 #pragma once
 
 #include <grpcpp/completion_queue.h>
@@ -20,13 +20,14 @@
 
 namespace OrvSdkRpc {
 
-// A tag on the completion queue: a number in the shape of a pointer, never dereferenced. Never null, never reused
-// during the life of a server, so that a late event cannot reach a new handler.
+// A tag on the completion queue: a number in the shape of a pointer, never dereferenced. Never null, never
+// reused during the life of a server, so that a late event cannot reach a new handler.
 using OpaqueId = void*;
 
 class RequestHandler {
-  public:
-   // One event for this handler: the arrival of its call, and after that every successful event of a call in state 1.
+public:
+   // One event for this handler: the arrival of its call, and after that every successful event of a call in
+   // state 1.
    virtual void process(OpaqueId tag) = 0;
 
    // The successor, already posted under `nextTag`, that waits for the next call of the same RPC.
@@ -60,7 +61,14 @@ class RequestHandler {
       return true;
    }
 
-  protected:
+   // For a handler whose reply another thread will start later: on the pump thread, keeps the handler until
+   // the event that is promised here was delivered. A server that stops does not wait for promises.
+   void promiseEvent() { pending_.fetch_add(1, std::memory_order_relaxed); }
+   // Any thread, before it posts what was promised; false when the server is stopping and the event must not
+   // be posted. The handler then goes with the server.
+   [[nodiscard]] bool beginPromisedEvent() { return events_.tryBegin(); }
+
+protected:
    RequestHandler(OpaqueId tag, grpc::Server& server, grpc::ServerCompletionQueue& cq, PendingEvents& events)
         : tag_(tag), server_(server), cq_(cq), events_(events) {}
 
@@ -71,7 +79,7 @@ class RequestHandler {
    grpc::ServerCompletionQueue& cq_;
    OpaqueId doneTag_ = nullptr;
 
-  private:
+private:
    // Who counts and retires.
    friend class GrpcServer;
    friend class TagManager;

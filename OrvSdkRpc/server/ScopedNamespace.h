@@ -8,16 +8,16 @@
 namespace OrvSdkRpc {
 
 class ScopedNamespace {
-  public:
-   // Enters the namespace of that name, as `ip netns` keeps them under /run/netns; the empty name stays where the
-   // thread is. Throws std::system_error naming the namespace if it cannot be entered.
+public:
+   // Enters the namespace of that name, as `ip netns` keeps them under /run/netns; the empty name stays where
+   // the thread is. Throws std::system_error naming the namespace if it cannot be entered.
    explicit ScopedNamespace(const std::string& name);
    // Back to where the thread was. Ends the process if that fails: the thread would be in the wrong network.
    ~ScopedNamespace();
    ScopedNamespace(const ScopedNamespace&) = delete;
    ScopedNamespace& operator=(const ScopedNamespace&) = delete;
 
-  private:
+private:
    int previous_ = -1;
 };
 

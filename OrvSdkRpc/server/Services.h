@@ -7,8 +7,8 @@
 
 namespace OrvSdkRpc::Server {
 
-// One value per SDK manager that is mirrored. The programming service and the FIB service have none: only an agent that
-// is given its address creates them.
+// One value per SDK manager that is mirrored. The programming service and the FIB service have none: only an
+// agent that is given its address creates them.
 enum class Services : std::uint8_t {
    Acl = 0,
    Agent = 1,

@@ -5,7 +5,9 @@
 
 namespace OrvSdkRpc {
 
-TagManager::~TagManager() { clear(); }
+TagManager::~TagManager() {
+   clear();
+}
 
 OpaqueId TagManager::nextId() noexcept {
    return reinterpret_cast<OpaqueId>(lastId_.fetch_add(1, std::memory_order_relaxed) + 1);
@@ -56,7 +58,8 @@ void TagManager::remove(OpaqueId tag) {
 void TagManager::removeAll(RequestHandler& handler) {
    std::shared_ptr<RequestHandler> last;
    MutexLock lock(mutex_);
-   for (const OpaqueId tag : handler.extraTags_) tags_.erase(tag);
+   for (const OpaqueId tag : handler.extraTags_)
+      tags_.erase(tag);
    handler.extraTags_.clear();
    if (handler.doneTag()) tags_.erase(handler.doneTag());
    const auto i = tags_.find(handler.tag());
@@ -71,7 +74,8 @@ void TagManager::clear() {
    {
       MutexLock lock(mutex_);
       all.swap(tags_);
-      for (auto& [tag, entry] : all) entry.handler->extraTags_.clear();
+      for (auto& [tag, entry] : all)
+         entry.handler->extraTags_.clear();
    }
 }
 

@@ -1,7 +1,7 @@
 // From a tag on the completion queue to the handler behind it.
 //
-// Thread-safe by its own mutex: the pump thread looks up, registers and removes, the SDK's main thread lists. The
-// map holds the only owning reference to a waiting handler, so a handler dies with its last tag.
+// Thread-safe by its own mutex: the pump thread looks up, registers and removes, the SDK's main thread lists.
+// The map holds the only owning reference to a waiting handler, so a handler dies with its last tag.
 #pragma once
 
 #include <absl/container/flat_hash_map.h>
@@ -19,7 +19,7 @@
 namespace OrvSdkRpc {
 
 class TagManager {
-  public:
+public:
    struct Tag {
       // Index of the service that registered the tag.
       std::size_t serviceId;
@@ -61,8 +61,8 @@ class TagManager {
 
    [[nodiscard]] std::size_t size() const ORV_EXCLUDES(mutex_);
 
-   // The handlers behind the tags from `first` to `last`, in that order. A tag that is not registered is skipped: a
-   // subscription may outlive its handler by a moment. A tag of another service ends the process.
+   // The handlers behind the tags from `first` to `last`, in that order. A tag that is not registered is
+   // skipped: a subscription may outlive its handler by a moment. A tag of another service ends the process.
    template <class I>
    std::vector<std::shared_ptr<RequestHandler>> listHandlers(std::size_t serviceId, I first, I last) const
         ORV_REQUIRES(mutex_) {
@@ -76,7 +76,7 @@ class TagManager {
       return handlers;
    }
 
-  private:
+private:
    using Map = absl::flat_hash_map<OpaqueId, Tag>;
 
    mutable Mutex mutex_;

@@ -9,6 +9,15 @@
 namespace orvctl {
 namespace {
 
+bool anyNotKnownBeforeInit(const Catalog& catalog) {
+   for (const auto& service : catalog.services) {
+      for (const auto& rpc : service.rpcs) {
+         if (rpc.availability == Availability::notKnownBeforeInit) return true;
+      }
+   }
+   return false;
+}
+
 void printJson(Context& context, const Catalog& catalog) {
    auto tree = nlohmann::ordered_json::array();
    for (const auto& service : catalog.services) {
@@ -69,6 +78,9 @@ void addListCommand(CLI::App& app, Context& context) {
       auto connection = context.connect();
       Catalog catalog = readCatalog(connection);
       if (!*noProbe) probe(connection, catalog);
+      if (!context.json && anyNotKnownBeforeInit(catalog)) {
+         context.err << "orvctl: this server tells some of it only after 'orvctl init'\n";
+      }
       if (!catalog.fromServer) {
          context.err << "orvctl: the server has no reflection; these are the RPCs that this orvctl knows\n";
       }

@@ -15,9 +15,11 @@ void Hardware::taskExecute() {
    // Asked for before the work, so that a handler that throws does not strand what is left.
    requested_ = false;
    request();
+   bool worked = false;
    for (auto* client : clients_) {
       while (!client->hardwareIdle()) {
          client->hardwareStep(*plane_);
+         worked = true;
          taskWorkCountInc(1);
          if (taskShouldYield()) {
             scheduleTask();
@@ -26,10 +28,12 @@ void Hardware::taskExecute() {
       }
    }
    // A later client may have given an earlier one something to do.
-   if (idle()) {
-      unscheduleTask();
-      requested_ = false;
-   }
+   if (!idle()) return;
+   unscheduleTask();
+   requested_ = worked;
+   // More will follow as a rule. To look again by itself, a little later, costs the main loop one wake-up for many
+   // requests, and those who request none.
+   if (worked) scheduleTaskLowestDelay(againNanos);
 }
 
 }  // namespace softswitch

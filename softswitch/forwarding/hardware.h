@@ -17,17 +17,17 @@
 namespace softswitch {
 
 class HardwareClient {
-  public:
+public:
    virtual bool hardwareIdle() const = 0;
    // One piece of work, some tens of microseconds at most.
    virtual void hardwareStep(ForwardingPlane& plane) = 0;
 
-  protected:
+protected:
    ~HardwareClient() = default;
 };
 
 class Hardware final : public Pavo::TimerTask {
-  public:
+public:
    Hardware(const Pavo::Ptr<Gorm::TaskScheduler>& scheduler, std::unique_ptr<ForwardingPlane> plane);
 
    // Those added first do their work first: what others refer to comes before them.
@@ -45,11 +45,12 @@ class Hardware final : public Pavo::TimerTask {
    ForwardingPlane& plane() { return *plane_; }
    const ForwardingPlane& plane() const { return *plane_; }
 
-  protected:
+protected:
    void taskExecute() override;
 
-  private:
+private:
    static constexpr std::int64_t delayNanos = 1'000'000;
+   static constexpr std::int64_t againNanos = 4'000'000;
 
    std::unique_ptr<ForwardingPlane> plane_;
    std::vector<HardwareClient*> clients_;

@@ -16,7 +16,9 @@ void MemoryPlane::groupSet(NameId id, const orv::nexthop_group_t& group) {
    answers_->groups.groupAnswer(id, group.version_id(), {.programmed = true, .counted = true});
 }
 
-void MemoryPlane::groupDel(NameId id) { groups_.erase(id); }
+void MemoryPlane::groupDel(NameId id) {
+   groups_.erase(id);
+}
 
 void MemoryPlane::routesSet(std::span<const PlaneRoute> routes) {
    tokens_.clear();

@@ -16,7 +16,7 @@
 namespace softswitch {
 
 class MemoryPlane final : public ForwardingPlane {
-  public:
+public:
    std::string_view name() const override { return "memory"; }
    void answersTo(const PlaneAnswers& answers) override { answers_.emplace(answers); }
    void groupSet(NameId id, const orv::nexthop_group_t& group) override;
@@ -28,7 +28,7 @@ class MemoryPlane final : public ForwardingPlane {
    TrafficCounter counter(NameId group, std::uint16_t entry) const override;
    void countTraffic(NameId group, std::uint16_t entry, TrafficCounter traffic) override;
 
-  private:
+private:
    struct Entry {
       orv::nexthop_group_entry_t what;
       TrafficCounter traffic;

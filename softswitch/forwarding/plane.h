@@ -38,26 +38,26 @@ struct GroupAnswer {
 };
 
 class GroupAnswers {
-  public:
+public:
    virtual void groupAnswer(NameId group, std::uint16_t version, GroupAnswer answer) = 0;
 
-  protected:
+protected:
    ~GroupAnswers() = default;
 };
 
 class RouteAnswers {
-  public:
+public:
    virtual void routesAnswer(std::span<const RouteIndex> tokens, bool programmed) = 0;
 
-  protected:
+protected:
    ~RouteAnswers() = default;
 };
 
 class MplsRouteAnswers {
-  public:
+public:
    virtual void mplsRouteAnswer(const orv::mpls_route_key_t& key, std::uint16_t version, bool programmed) = 0;
 
-  protected:
+protected:
    ~MplsRouteAnswers() = default;
 };
 
@@ -73,7 +73,7 @@ struct TrafficCounter {
 };
 
 class ForwardingPlane {
-  public:
+public:
    virtual ~ForwardingPlane() = default;
 
    // For `show`.

@@ -255,8 +255,9 @@ void AclMgr::acl_commit() {
       if (failures.empty()) {
          handlers().notify_all([](orv::acl_handler& handler) { handler.on_acl_sync(); });
       }
-      for (const auto& [source, message] : failures) {
-         handlers().notify_all([&](orv::acl_handler& handler) { handler.on_acl_sync_fail(source, message); });
+      for (const auto& failure : failures) {
+         handlers().notify_all(
+              [&](orv::acl_handler& handler) { handler.on_acl_sync_fail(failure.first, failure.second); });
       }
    });
 }

@@ -13,7 +13,7 @@ namespace {
 constexpr std::uint64_t ownId = 1;
 
 class OptionIter final : public orv::agent_option_iter_impl {
-  public:
+public:
    explicit OptionIter(const std::map<std::string, std::string>& options) : options_(&options) {}
    bool next(std::string& name) override {
       const auto it = started_ ? options_->upper_bound(last_) : options_->begin();
@@ -22,9 +22,11 @@ class OptionIter final : public orv::agent_option_iter_impl {
       name = last_ = it->first;
       return true;
    }
-   std::unique_ptr<orv::iter_impl<std::string>> clone() const override { return std::make_unique<OptionIter>(*this); }
+   std::unique_ptr<orv::iter_impl<std::string>> clone() const override {
+      return std::make_unique<OptionIter>(*this);
+   }
 
-  private:
+private:
    const std::map<std::string, std::string>* options_;
    std::string last_;
    bool started_ = false;
@@ -69,18 +71,20 @@ std::string AgentMgr::status(const std::string& name) const {
 
 orv::agent_status_iter_t AgentMgr::status_iter() const {
    orv::sdk_lock_check();
-   return makeTableIter<orv::agent_status_iter_t>(statuses_, [](auto item) { return std::optional(*item.key); });
+   return makeTableIter<orv::agent_status_iter_t>(statuses_,
+                                                  [](auto item) { return std::optional(*item.key); });
 }
 
 void AgentMgr::status_set(const std::string& name, const std::string& value) {
    orv::sdk_lock_check();
    if (name.size() > statusNameBytesMax) {
-      throw orv::invalid_argument_error(fmt::format("agent status name of {} bytes, expected at most {}", name.size(),
-                                                    statusNameBytesMax));
+      throw orv::invalid_argument_error(fmt::format("agent status name of {} bytes, expected at most {}",
+                                                    name.size(), statusNameBytesMax));
    }
    if (value.size() > statusValueBytesMax) {
-      throw orv::invalid_argument_error(fmt::format("agent status '{}': value of {} bytes, expected at most {}", name,
-                                                    value.size(), statusValueBytesMax));
+      throw orv::invalid_argument_error(
+           fmt::format("agent status '{}': value of {} bytes, expected at most {}", name, value.size(),
+                       statusValueBytesMax));
    }
    statuses_.set(name, value);
 }
@@ -131,7 +135,8 @@ void AgentMgr::disable() {
       ended_ = true;
       return;
    }
-   callbacks_.post([this] { handlers().notify_every([](auto& handler) { handler.on_agent_enabled(false); }); });
+   callbacks_.post(
+        [this] { handlers().notify_every([](auto& handler) { handler.on_agent_enabled(false); }); });
 }
 
 }  // namespace softswitch

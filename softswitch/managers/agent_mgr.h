@@ -3,6 +3,11 @@
 // Options come from the command line or the console and live as long as the process. Status entries are
 // stored.
 //
+// Refusals (orv::invalid_argument_error naming the value, if nothing else is said):
+//    a status name of more than 255 bytes, a status value of more than 1 MiB
+//    an option without a name
+//    and orv::error for one entry more than the table holds, or a full disk
+//
 // Thread-safety: guarded by the SDK's lock; handlers are called from the main loop.
 #pragma once
 
@@ -25,7 +30,7 @@ struct AgentStatusCodec {
 };
 
 class AgentMgr final : public orv::agent_mgr {
-  public:
+public:
    static constexpr std::size_t statusNameBytesMax = 255;
    static constexpr std::size_t statusValueBytesMax = std::size_t{1} << 20;
 
@@ -57,7 +62,7 @@ class AgentMgr final : public orv::agent_mgr {
    // True once somebody has acknowledged.
    bool ended() const { return ended_; }
 
-  private:
+private:
    Callbacks& callbacks_;
    const std::string name_;
    const std::chrono::steady_clock::time_point since_ = std::chrono::steady_clock::now();

@@ -10,20 +10,26 @@ namespace {
 
 using Action = orv::ip_route_action_t;
 
-RouteKey firstOf(const orv::ip_prefix_t& prefix) { return {Names::none, prefix, 0}; }
+RouteKey firstOf(const orv::ip_prefix_t& prefix) {
+   return {Names::none, prefix, 0};
+}
 
 orv::fib_route_type_t typeOf(const RouteRow& row) {
    switch (row.action) {
-      case Action::drop: return orv::fib_route_type_t::drop;
-      case Action::punt: return orv::fib_route_type_t::receive;
-      case Action::nexthop_group: return orv::fib_route_type_t::nexthop_group;
-      case Action::forward: break;
+      case Action::drop:
+         return orv::fib_route_type_t::drop;
+      case Action::punt:
+         return orv::fib_route_type_t::receive;
+      case Action::nexthop_group:
+         return orv::fib_route_type_t::nexthop_group;
+      case Action::forward:
+         break;
    }
    return orv::fib_route_type_t::sdk_agent;
 }
 
 class RouteIter final : public orv::fib_route_iter_impl {
-  public:
+public:
    explicit RouteIter(const FibMgr& fib) : fib_(&fib), cursor_(fib.routes().table(), Names::none) {}
    bool next(orv::fib_route_t& route) override {
       while (const auto* row = cursor_.next()) {
@@ -37,14 +43,14 @@ class RouteIter final : public orv::fib_route_iter_impl {
       return std::make_unique<RouteIter>(*this);
    }
 
-  private:
+private:
    const FibMgr* fib_;
    IpRouteTable::Cursor cursor_;
 };
 
 // By number: the FECs of routes with hops, then those of groups.
 class FecIter final : public orv::fib_fec_iter_impl {
-  public:
+public:
    explicit FecIter(const FibMgr& fib) : fib_(&fib) {}
    bool next(orv::fib_fec_t& fec) override {
       const auto& table = fib_->routes().table();
@@ -68,7 +74,7 @@ class FecIter final : public orv::fib_fec_iter_impl {
       return std::make_unique<FecIter>(*this);
    }
 
-  private:
+private:
    const FibMgr* fib_;
    RouteIndex row_ = 0;
    NameId group_ = Names::none;
@@ -76,7 +82,8 @@ class FecIter final : public orv::fib_fec_iter_impl {
 
 }  // namespace
 
-FibMgr::FibMgr(IpRouteMgr& routes, NexthopGroupMgr& groups, const Names& groupNames, const orv::intf_mgr& intfs)
+FibMgr::FibMgr(IpRouteMgr& routes, NexthopGroupMgr& groups, const Names& groupNames,
+               const orv::intf_mgr& intfs)
      : routes_(routes), groups_(groups), groupNames_(groupNames), intfs_(intfs) {
    // A group's FEC comes before the routes over it, and goes after them.
    groups.observe(*this);
@@ -126,22 +133,26 @@ orv::fib_fec_t FibMgr::fib_fec(const orv::fib_fec_key_t& key) const {
          return hopsFec(row);
       }
       case FecKind::nexthopGroup:
-         if (number > groupNames_.bound() || groups_.programmed(static_cast<NameId>(number)) == nullptr) return {};
+         if (number > groupNames_.bound() || groups_.programmed(static_cast<NameId>(number)) == nullptr)
+            return {};
          return groupFec(static_cast<NameId>(number));
-      case FecKind::mplsHops: break;
+      case FecKind::mplsHops:
+         break;
    }
    return {};
 }
 
 bool FibMgr::hopResolves(const orv::ip_route_via_t& via) const {
-   return !via.intf() || (intfs_.exists(via.intf()) && intfs_.oper_status(via.intf()) == orv::oper_status_t::up);
+   return !via.intf() ||
+          (intfs_.exists(via.intf()) && intfs_.oper_status(via.intf()) == orv::oper_status_t::up);
 }
 
 bool FibMgr::hasWayOut(const RouteRow& row) const {
    if (!row.programmed || row.dead) return false;
    if (row.group != Names::none) return groups_.programmed(row.group) != nullptr;
    if (!row.vias) return row.action == Action::drop || row.action == Action::punt;
-   return std::any_of(row.vias->begin(), row.vias->end(), [this](const auto& v) { return hopResolves(v.via); });
+   return std::any_of(row.vias->begin(), row.vias->end(),
+                      [this](const auto& v) { return hopResolves(v.via); });
 }
 
 bool FibMgr::best(const RouteRow& row) const {
@@ -224,6 +235,16 @@ void FibMgr::routeChanged(RouteRow& row) {
    } else if (row.forwarded) {
       row.forwarded = false;
       withdraw(row.key);
+   }
+}
+
+void FibMgr::wayOutChanged(RouteRow& row) {
+   if (row.key.vrf() != Names::none) return;
+   if (inFib(row) != row.forwarded) {
+      routeChanged(row);
+   } else if (row.forwarded && row.hasHops() && events_ && !handlers().empty()) {
+      const auto fec = hopsFec(row);
+      handlers().notify_every([&](auto& h) { h.on_fec_set(fec); });
    }
 }
 

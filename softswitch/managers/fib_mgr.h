@@ -16,7 +16,7 @@
 namespace softswitch {
 
 class FibMgr final : public orv::fib_mgr, public RouteObserver, public GroupObserver {
-  public:
+public:
    FibMgr(IpRouteMgr& routes, NexthopGroupMgr& groups, const Names& groupNames, const orv::intf_mgr& intfs);
 
    void eventsEnabledIs(bool enabled) { events_ = enabled; }
@@ -30,6 +30,7 @@ class FibMgr final : public orv::fib_mgr, public RouteObserver, public GroupObse
    orv::fib_fec_t fib_fec(const orv::fib_fec_key_t& key) const override;
 
    void routeChanged(RouteRow& row) override;
+   void wayOutChanged(RouteRow& row) override;
    void routeGone(const GoneRoute& route) override;
    void groupProgrammed(NameId id, bool fresh) override;
    void groupGone(NameId id) override;
@@ -42,7 +43,7 @@ class FibMgr final : public orv::fib_mgr, public RouteObserver, public GroupObse
    const IpRouteMgr& routes() const { return routes_; }
    const NexthopGroupMgr& groups() const { return groups_; }
 
-  private:
+private:
    bool hasWayOut(const RouteRow& row) const;
    bool hopResolves(const orv::ip_route_via_t& via) const;
    bool best(const RouteRow& row) const;

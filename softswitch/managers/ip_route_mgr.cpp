@@ -18,11 +18,13 @@ constexpr std::size_t rowsPerStep = 128;
 constexpr std::size_t sweptPerStep = 1024;
 constexpr std::size_t viaBytes = 160;  // of an encoded via, about
 
-bool isDefault(const std::string& vrfName) { return vrfName.empty() || vrfName == orv::default_vrf_name; }
+bool isDefault(const std::string& vrfName) {
+   return vrfName.empty() || vrfName == orv::default_vrf_name;
+}
 
 bool sameIdentity(const orv::ip_route_via_t& a, const orv::ip_route_via_t& b) {
-   return a.hop() == b.hop() && a.intf() == b.intf() && a.vtep_addr() == b.vtep_addr() && a.vni() == b.vni() &&
-          a.vxlan_intf() == b.vxlan_intf();
+   return a.hop() == b.hop() && a.intf() == b.intf() && a.vtep_addr() == b.vtep_addr() &&
+          a.vni() == b.vni() && a.vxlan_intf() == b.vxlan_intf();
 }
 
 bool isBare(const orv::ip_route_via_t& via) {
@@ -52,7 +54,7 @@ std::vector<orv::ip_route_via_t> viasOf(const IpRouteTable& table, const RouteRo
 }
 
 class RouteIter final : public orv::ip_route_iter_impl {
-  public:
+public:
    RouteIter(const IpRouteTable& table, NameId vrf) : table_(&table), cursor_(table, vrf) {}
    bool next(orv::ip_route_t& route) override {
       const auto* row = cursor_.next();
@@ -64,14 +66,14 @@ class RouteIter final : public orv::ip_route_iter_impl {
       return std::make_unique<RouteIter>(*this);
    }
 
-  private:
+private:
    const IpRouteTable* table_;
    IpRouteTable::Cursor cursor_;
 };
 
 // The vias as they were when the walk began, without those that are gone when their turn comes.
 class ViaIter final : public orv::ip_route_via_iter_impl {
-  public:
+public:
    ViaIter(const IpRouteTable& table, const RouteRow& row)
         : table_(&table), key_(row.key), vias_(viasOf(table, row)) {}
    bool next(orv::ip_route_via_t& via) override {
@@ -81,7 +83,8 @@ class ViaIter final : public orv::ip_route_via_iter_impl {
          if (row == nullptr) break;
          const auto now = viasOf(*table_, *row);
          const auto it = std::find_if(now.begin(), now.end(), [&](const auto& v) {
-            return v.nexthop_group().empty() == candidate.nexthop_group().empty() && sameIdentity(v, candidate);
+            return v.nexthop_group().empty() == candidate.nexthop_group().empty() &&
+                   sameIdentity(v, candidate);
          });
          if (it == now.end()) continue;
          via = *it;
@@ -93,7 +96,7 @@ class ViaIter final : public orv::ip_route_via_iter_impl {
       return std::make_unique<ViaIter>(*this);
    }
 
-  private:
+private:
    const IpRouteTable* table_;
    RouteKey key_;
    std::vector<orv::ip_route_via_t> vias_;
@@ -154,13 +157,15 @@ bool IpRouteMgr::dropStaleVias(RouteRow& row) {
    }
    if (!row.vias || std::none_of(row.vias->begin(), row.vias->end(), stale)) return false;
    table_.prepare(row.vias->size() * viaBytes, true);
-   for (auto it = row.vias->begin(); row.vias && (it = std::find_if(row.vias->begin(), row.vias->end(), stale)) !=
-                                                      row.vias->end();)
+   for (auto it = row.vias->begin();
+        row.vias && (it = std::find_if(row.vias->begin(), row.vias->end(), stale)) != row.vias->end();)
       table_.eraseHop(row, it);
    return true;
 }
 
-orv::ip_route_iter_t IpRouteMgr::ip_route_iter() const { return ip_route_iter(orv::default_vrf_name); }
+orv::ip_route_iter_t IpRouteMgr::ip_route_iter() const {
+   return ip_route_iter(orv::default_vrf_name);
+}
 
 orv::ip_route_iter_t IpRouteMgr::ip_route_iter(const std::string& vrf_name) const {
    orv::sdk_lock_check();
@@ -191,7 +196,9 @@ bool IpRouteMgr::exists(const orv::ip_route_key_t& key, const std::string& vrf_n
    return find(key, vrf_name) != nullptr;
 }
 
-bool IpRouteMgr::exists(const orv::ip_route_via_t& via) const { return exists(via, orv::default_vrf_name); }
+bool IpRouteMgr::exists(const orv::ip_route_via_t& via) const {
+   return exists(via, orv::default_vrf_name);
+}
 
 bool IpRouteMgr::exists(const orv::ip_route_via_t& via, const std::string& vrf_name) const {
    orv::sdk_lock_check();
@@ -250,7 +257,9 @@ void IpRouteMgr::ip_route_del(const orv::ip_route_key_t& key, const std::string&
    if (auto* row = table_.find(RouteKey(vrf, key.prefix(), key.preference()))) del(*row);
 }
 
-void IpRouteMgr::ip_route_del(const orv::ip_route_key_t& key) { ip_route_del(key, orv::default_vrf_name); }
+void IpRouteMgr::ip_route_del(const orv::ip_route_key_t& key) {
+   ip_route_del(key, orv::default_vrf_name);
+}
 
 void IpRouteMgr::ip_route_via_set(const orv::ip_route_via_t& via) {
    orv::sdk_lock_check();
@@ -262,7 +271,9 @@ void IpRouteMgr::ip_route_via_set(const orv::ip_route_via_t& via, const std::str
    setVia(via, vrfForWrite(vrf_name));
 }
 
-void IpRouteMgr::ip_route_via_del(const orv::ip_route_via_t& via) { ip_route_via_del(via, orv::default_vrf_name); }
+void IpRouteMgr::ip_route_via_del(const orv::ip_route_via_t& via) {
+   ip_route_via_del(via, orv::default_vrf_name);
+}
 
 void IpRouteMgr::ip_route_via_del(const orv::ip_route_via_t& via, const std::string& vrf_name) {
    orv::sdk_lock_check();
@@ -280,7 +291,8 @@ void IpRouteMgr::ip_route_via_del(const orv::ip_route_via_t& via, const std::str
    if (row->group != Names::none) return;
    auto wanted = via;
    wanted.route_key_is({});
-   const auto it = std::find_if(row->vias->begin(), row->vias->end(), [&](const auto& v) { return v.via == wanted; });
+   const auto it =
+        std::find_if(row->vias->begin(), row->vias->end(), [&](const auto& v) { return v.via == wanted; });
    if (it == row->vias->end()) return;
    table_.prepare(row->vias->size() * viaBytes, true);
    table_.eraseHop(*row, it);
@@ -313,8 +325,9 @@ void IpRouteMgr::set(const orv::ip_route_t& route, const Action* action, NameId 
    const auto& prefix = route.key().prefix();
    if (prefix.af() == orv::af_none) throw orv::invalid_argument_error("ip route has no prefix");
    if (route.command_tag().size() > commandTagBytesMax) {
-      throw orv::invalid_argument_error(fmt::format("ip route {}: command tag of {} bytes, expected at most {}",
-                                                    prefix, route.command_tag().size(), commandTagBytesMax));
+      throw orv::invalid_argument_error(
+           fmt::format("ip route {}: command tag of {} bytes, expected at most {}", prefix,
+                       route.command_tag().size(), commandTagBytesMax));
    }
    const RouteKey key(vrf, prefix, route.key().preference());
    auto* row = table_.find(key);
@@ -324,8 +337,9 @@ void IpRouteMgr::set(const orv::ip_route_t& route, const Action* action, NameId 
       if (action == nullptr) {
          if (group) newAction = Action::nexthop_group;
       } else if (row->hasVias() && newAction != (group ? Action::nexthop_group : Action::forward)) {
-         throw orv::invalid_argument_error(fmt::format("ip route {}: action {} contradicts its vias, which have {}",
-                                                       prefix, newAction, group ? "a nexthop group" : "hops"));
+         throw orv::invalid_argument_error(
+              fmt::format("ip route {}: action {} contradicts its vias, which have {}", prefix, newAction,
+                          group ? "a nexthop group" : "hops"));
       }
       if (row->tag == route.tag() && row->ribBypass == route.rib_bypass() && row->action == newAction &&
           table_.commandTag(*row) == route.command_tag()) {
@@ -335,7 +349,8 @@ void IpRouteMgr::set(const orv::ip_route_t& route, const Action* action, NameId 
    } else {
       table_.checkCapacity();
    }
-   table_.prepare(route.command_tag().size() + (row != nullptr && row->vias ? row->vias->size() * viaBytes : 0));
+   table_.prepare(route.command_tag().size() +
+                  (row != nullptr && row->vias ? row->vias->size() * viaBytes : 0));
    if (row == nullptr) row = &table_.insert(key);
    row->mark = table_.epoch();
    row->tag = route.tag();
@@ -346,7 +361,8 @@ void IpRouteMgr::set(const orv::ip_route_t& route, const Action* action, NameId 
 }
 
 void IpRouteMgr::del(RouteRow& row) {
-   const GoneRoute gone{.key = row.key, .index = row.index, .forwarded = row.forwarded, .hops = row.hasHops()};
+   const GoneRoute gone{
+        .key = row.key, .index = row.index, .forwarded = row.forwarded, .hops = row.hasHops()};
    const bool programmed = row.programmed;
    const bool known = row.programmed || row.sent;
    table_.erase(row);
@@ -363,13 +379,14 @@ void IpRouteMgr::validateVia(const orv::ip_route_via_t& via) const {
    };
    if (!via.nexthop_group().empty()) {
       if (via.hop().af() != orv::af_none || !!via.intf()) {
-         refuseVia(fmt::format("it has both nexthop group {} and {} {}", via.nexthop_group(),
-                               via.hop().af() != orv::af_none ? "hop" : "interface",
-                               via.hop().af() != orv::af_none ? via.hop().to_string() : via.intf().to_string()));
+         refuseVia(
+              fmt::format("it has both nexthop group {} and {} {}", via.nexthop_group(),
+                          via.hop().af() != orv::af_none ? "hop" : "interface",
+                          via.hop().af() != orv::af_none ? via.hop().to_string() : via.intf().to_string()));
       }
       if (via.nexthop_group().size() > NexthopGroupMgr::nameBytesMax) {
-         refuseVia(fmt::format("nexthop group name of {} bytes, expected at most {}", via.nexthop_group().size(),
-                               NexthopGroupMgr::nameBytesMax));
+         refuseVia(fmt::format("nexthop group name of {} bytes, expected at most {}",
+                               via.nexthop_group().size(), NexthopGroupMgr::nameBytesMax));
       }
    } else if (via.hop().af() == orv::af_none && !via.intf() && via.vtep_addr().af() == orv::af_none &&
               via.vni() == 0 && !via.vxlan_intf() && via.egress_vrf().empty()) {
@@ -390,22 +407,24 @@ void IpRouteMgr::setVia(const orv::ip_route_via_t& via, NameId vrf) {
    const auto& key = via.route_key();
    auto* row = table_.find(RouteKey(vrf, key.prefix(), key.preference()));
    if (row == nullptr)
-      throw orv::invalid_argument_error(fmt::format("via of ip route {}, which does not exist", key.prefix()));
+      throw orv::invalid_argument_error(
+           fmt::format("via of ip route {}, which does not exist", key.prefix()));
    // The common via is valid by its form alone.
    const bool group = !via.nexthop_group().empty();
    if (!group || via.nexthop_group().size() > NexthopGroupMgr::nameBytesMax || !IpRouteTable::plainGroup(via))
       validateVia(via);
    if (row->action == Action::drop || row->action == Action::punt) {
-      throw orv::invalid_argument_error(
-           fmt::format("via of ip route {}: the route's action is {}, it takes no via", key.prefix(), row->action));
+      throw orv::invalid_argument_error(fmt::format(
+           "via of ip route {}: the route's action is {}, it takes no via", key.prefix(), row->action));
    }
    if (!group) {
       setListedVia(*row, via);
       return;
    }
    if (row->hasHops()) {
-      throw orv::invalid_argument_error(fmt::format(
-           "via of ip route {}: nexthop group {} on a route that has hops", key.prefix(), via.nexthop_group()));
+      throw orv::invalid_argument_error(
+           fmt::format("via of ip route {}: nexthop group {} on a route that has hops", key.prefix(),
+                       via.nexthop_group()));
    }
    if (row->group != Names::none && !row->vias && groupNames_.text(row->group) == via.nexthop_group() &&
        row->action == Action::nexthop_group && IpRouteTable::plainGroup(via)) {
@@ -470,6 +489,7 @@ void IpRouteMgr::hardwareStep(ForwardingPlane& plane) {
       }
       if (removalsAt_ == removals_.size()) {
          removals_.clear();
+         if (removals_.capacity() > 65536) removals_.shrink_to_fit();
          removalsAt_ = 0;
       }
       return;
@@ -582,9 +602,10 @@ void IpRouteMgr::sweepStep(ForwardingPlane& plane) {
       if (!row.alive() || row.queued || row.sent) continue;
       if (!row.programmed) {
          program(plane, row);
-      } else if (observer_ != nullptr && ((sweepAnyGroup_ && row.group < sweepGroups_.size() && sweepGroups_[row.group]) ||
-                                          (sweepHops_ && row.hasHops()))) {
-         observer_->routeChanged(row);
+      } else if (observer_ != nullptr &&
+                 ((sweepAnyGroup_ && row.group < sweepGroups_.size() && sweepGroups_[row.group]) ||
+                  (sweepHops_ && row.hasHops()))) {
+         observer_->wayOutChanged(row);
       }
    }
    flushBatch(plane);

@@ -1,7 +1,24 @@
 // IP routes and their vias.
 //
-// A write is checked, stored and queued for the hardware stage; on_... callbacks are fib_mgr's business.
-// What is refused, in the order in which it is looked at, stands in validate() and the set operations.
+// A write is checked, stored and queued for the hardware stage. A via that carries nothing but its route key
+// stands, in deletes and questions, for all vias of its route.
+//
+// Refusals (orv::invalid_argument_error naming the value, if nothing else is said), before anything is
+// written:
+//    a route without a prefix (a prefix with host bits is refused by orv::ip_prefix_t already)
+//    a command tag of more than 255 bytes
+//    an action that contradicts the route's vias: nexthop-group with hops, any other with a group, drop and
+//       punt with vias of any kind
+//    a via on a route that does not exist
+//    a via with both a nexthop group and a hop or an interface
+//    a via that names no way out at all
+//    a via with a group on a route that has hops, or the reverse; a hop on a route set for a nexthop group
+//    a via on a route that drops or punts
+//    an interface or VXLAN interface that the switch does not have; a VRF or egress VRF that it does not have
+//    a VNI above 16777215 (orv::invalid_range_error)
+//    a group name of more than 255 bytes
+//    more vias than a route takes
+//    and orv::error for one route more than the table holds, or a full disk
 //
 // Thread-safety: guarded by the SDK's lock.
 #pragma once
@@ -30,8 +47,10 @@ struct GoneRoute {
 // Hears what becomes of routes in hardware, from the main loop.
 class RouteObserver {
 public:
-   // Of a route that hardware has, anew or changed, or whose way out came or went.
+   // Of a route that hardware has, anew or changed.
    virtual void routeChanged(RouteRow& row) = 0;
+   // Of a route that hardware has, whose group or link may have come or gone.
+   virtual void wayOutChanged(RouteRow& row) = 0;
    // Of one that hardware has no more.
    virtual void routeGone(const GoneRoute& route) = 0;
 

@@ -79,13 +79,14 @@ orv::ip_prefix_t RouteKey::prefix() const {
 IpRouteTable::IpRouteTable(store::Store& store, Names& groups, Names& vrfs, std::size_t capacity)
      : store_(store), groups_(groups), vrfs_(vrfs), capacity_(capacity), database_(store.open("ip_route")) {
    store_.scan(database_, [this](std::string_view key, std::string_view row) { load(key, row); });
-   store_.beforeCommit([this] {
+   flushRegistration_ = store_.beforeCommit([this] {
       if (unwritten_ != noRow) flush();
    });
 }
 
 IpRouteTable::~IpRouteTable() {
    store_.commit();
+   store_.forgetBeforeCommit(flushRegistration_);
 }
 
 RouteRow* IpRouteTable::find(const RouteKey& key) {

@@ -70,7 +70,8 @@ struct RouteRow {
    std::uint32_t mark = 0;       // the resync epoch of the last set
    std::uint32_t groupMark = 0;  // the same of the via that names the group
    RouteIndex index = 0;         // where the row stands
-   std::unique_ptr<RouteVias> vias;  // hops; or the via with the group, when it carries more than that; or null
+   std::unique_ptr<RouteVias>
+        vias;  // hops; or the via with the group, when it carries more than that; or null
    orv::ip_route_action_t action = orv::ip_route_action_t::forward;
    bool ribBypass : 1 = false;
    bool inStore : 1 = false;
@@ -187,6 +188,7 @@ private:
    Names tags_;
    const std::size_t capacity_;
    const store::Store::Database database_;
+   std::size_t flushRegistration_ = 0;
    std::vector<std::unique_ptr<RouteRow[]>> slabs_;
    std::vector<RouteIndex> unused_;
    RouteIndex nextIndex_ = 0;

@@ -16,7 +16,9 @@ using Action = orv::mpls_action_t;
 constexpr int routesPerStep = 32;
 constexpr int sweptPerStep = 256;
 
-bool isBare(const orv::mpls_route_via_t& via) { return via == orv::mpls_route_via_t(via.route_key()); }
+bool isBare(const orv::mpls_route_via_t& via) {
+   return via == orv::mpls_route_via_t(via.route_key());
+}
 
 bool sameIdentity(const orv::mpls_route_via_t& a, const orv::mpls_route_via_t& b) {
    if (a.nexthop_group().empty() != b.nexthop_group().empty()) return false;
@@ -50,21 +52,22 @@ orv::mpls_route_via_t readVia(store::Reader& in) {
 void validateKey(const orv::mpls_route_key_t& key) {
    if (key.labels().empty()) throw orv::invalid_argument_error("mpls route has no label");
    for (const auto label : key.labels()) {
-      if (!label) throw orv::invalid_range_error("mpls route: label", label.label(), 0, orv::mpls_label_t::max);
+      if (!label)
+         throw orv::invalid_range_error("mpls route: label", label.label(), 0, orv::mpls_label_t::max);
    }
 }
 
 // The vias as they were when the walk began, without those that are gone when their turn comes.
 template <class Impl, class Now>
 class ViaIter final : public Impl {
-  public:
+public:
    explicit ViaIter(Now now) : now_(std::move(now)), vias_(now_()) {}
    bool next(orv::mpls_route_via_t& via) override {
       while (at_ < vias_.size()) {
          const auto& candidate = vias_[at_++];
          const auto vias = now_();
-         const auto it =
-              std::find_if(vias.begin(), vias.end(), [&](const auto& v) { return sameIdentity(v, candidate); });
+         const auto it = std::find_if(vias.begin(), vias.end(),
+                                      [&](const auto& v) { return sameIdentity(v, candidate); });
          if (it == vias.end()) continue;
          via = *it;
          return true;
@@ -75,7 +78,7 @@ class ViaIter final : public Impl {
       return std::make_unique<ViaIter>(*this);
    }
 
-  private:
+private:
    Now now_;
    std::vector<orv::mpls_route_via_t> vias_;
    std::size_t at_ = 0;
@@ -88,9 +91,13 @@ Iter makeViaIter(Now now) {
 
 }  // namespace
 
-void MplsRouteCodec::encodeKey(const orv::mpls_route_key_t& key, store::Writer& out) { write(out, key); }
+void MplsRouteCodec::encodeKey(const orv::mpls_route_key_t& key, store::Writer& out) {
+   write(out, key);
+}
 
-orv::mpls_route_key_t MplsRouteCodec::decodeKey(store::Reader& in) { return readMplsRouteKey(in); }
+orv::mpls_route_key_t MplsRouteCodec::decodeKey(store::Reader& in) {
+   return readMplsRouteKey(in);
+}
 
 void MplsRouteCodec::encodeRow(const MplsRow& row, store::Writer& out) {
    out.varint(row.version);
@@ -107,7 +114,7 @@ MplsRow MplsRouteCodec::decodeRow(store::Reader& in, std::uint8_t) {
    return row;
 }
 
-MplsRouteMgr::MplsRouteMgr(const Context& context, Hardware& hardware, const Names& groupNames,
+MplsRouteMgr::MplsRouteMgr(const Context& context, Hardware& hardware, Names& groupNames,
                            NexthopGroupMgr& groups, const orv::intf_mgr& intfs)
      : hardware_(hardware),
        groupNames_(groupNames),
@@ -172,7 +179,8 @@ orv::mpls_route_status_iter_t MplsRouteMgr::mpls_route_status_iter() const {
         });
 }
 
-orv::mpls_route_via_status_iter_t MplsRouteMgr::mpls_route_via_status_iter(const orv::mpls_route_key_t& key) const {
+orv::mpls_route_via_status_iter_t MplsRouteMgr::mpls_route_via_status_iter(
+     const orv::mpls_route_key_t& key) const {
    orv::sdk_lock_check();
    return makeViaIter<orv::mpls_route_via_status_iter_t>([this, key] {
       std::vector<orv::mpls_route_via_t> vias;
@@ -239,22 +247,26 @@ void MplsRouteMgr::validateVia(const orv::mpls_route_via_t& via) const {
    if (!via.nexthop_group().empty()) {
       if (hop || !!via.intf()) {
          refuseVia(fmt::format("it has both nexthop group {} and {} {}", via.nexthop_group(),
-                               hop ? "hop" : "interface", hop ? via.hop().to_string() : via.intf().to_string()));
+                               hop ? "hop" : "interface",
+                               hop ? via.hop().to_string() : via.intf().to_string()));
       }
       if (via.nexthop_group().size() > NexthopGroupMgr::nameBytesMax) {
-         refuseVia(fmt::format("nexthop group name of {} bytes, expected at most {}", via.nexthop_group().size(),
-                               NexthopGroupMgr::nameBytesMax));
+         refuseVia(fmt::format("nexthop group name of {} bytes, expected at most {}",
+                               via.nexthop_group().size(), NexthopGroupMgr::nameBytesMax));
       }
    } else if (!hop && !via.intf()) {
       refuseVia("it names neither a hop nor an interface nor a nexthop group");
    }
-   if (!!via.intf() && !intfs_.exists(via.intf())) refuseVia(fmt::format("unknown interface {}", via.intf().name()));
+   if (!!via.intf() && !intfs_.exists(via.intf()))
+      refuseVia(fmt::format("unknown interface {}", via.intf().name()));
    const bool needsLabel = via.label_action() == Action::push || via.label_action() == Action::swap;
    if (via.label_action() == Action::none) refuseVia("it has no label action");
    if (needsLabel && !via.pushswap_label())
-      refuseVia(fmt::format("action {} needs a label of at most {}", via.label_action(), orv::mpls_label_t::max));
+      refuseVia(
+           fmt::format("action {} needs a label of at most {}", via.label_action(), orv::mpls_label_t::max));
    if (!needsLabel && !!via.pushswap_label())
-      refuseVia(fmt::format("action {} takes no label, {} was given", via.label_action(), via.pushswap_label()));
+      refuseVia(
+           fmt::format("action {} takes no label, {} was given", via.label_action(), via.pushswap_label()));
 }
 
 void MplsRouteMgr::mpls_route_via_set(const orv::mpls_route_via_t& via) {
@@ -267,12 +279,13 @@ void MplsRouteMgr::mpls_route_via_set(const orv::mpls_route_via_t& via) {
    auto wanted = via;
    wanted.route_key_is({});
    auto row = *before;
-   const auto it =
-        std::find_if(row.vias.begin(), row.vias.end(), [&](const auto& v) { return sameIdentity(v.via, wanted); });
+   const auto it = std::find_if(row.vias.begin(), row.vias.end(),
+                                [&](const auto& v) { return sameIdentity(v.via, wanted); });
    if (it != row.vias.end()) {
       *it = {std::move(wanted), routes_.epoch()};
    } else {
-      if (!row.vias.empty() && row.vias.front().via.nexthop_group().empty() != wanted.nexthop_group().empty()) {
+      if (!row.vias.empty() &&
+          row.vias.front().via.nexthop_group().empty() != wanted.nexthop_group().empty()) {
          throw orv::invalid_argument_error(
               fmt::format("via of mpls route {}: the route's vias have {}, this one has {}", key,
                           wanted.nexthop_group().empty() ? "a nexthop group" : "hops",
@@ -368,6 +381,8 @@ void MplsRouteMgr::mplsRouteAnswer(const orv::mpls_route_key_t& key, std::uint16
    state.vias = state.sent;
    state.version = version;
    const auto before = state.fec;
+   // Held before the former one is let go, which may be the same.
+   state.group = HeldName(groupNames_, state.vias.front().nexthop_group());
    const auto fec = fecFor(state);
    state.fec = fec;
    if (before != fec) useFec(fec);
@@ -385,11 +400,11 @@ void MplsRouteMgr::unprogram(ForwardingPlane& plane, const orv::mpls_route_key_t
    if (fec == 0) return;
    handlers().notify(key, [&](auto& h) { h.on_mpls_route_del(key); });
    leaveFec(fec);
+   state.group = HeldName();
 }
 
 std::uint64_t MplsRouteMgr::fecFor(State& state) {
-   const auto& group = state.vias.front().nexthop_group();
-   if (!group.empty()) return fecId(FecKind::nexthopGroup, groupNames_.find(group));
+   if (state.group.id() != Names::none) return fecId(FecKind::nexthopGroup, state.group.id());
    if (state.ownFec == 0) state.ownFec = fecId(FecKind::mplsHops, nextFec_++);
    return state.ownFec;
 }
@@ -410,7 +425,9 @@ void MplsRouteMgr::groupProgrammed(NameId id, bool fresh) {
    if (fresh) sweepGroup(id);
 }
 
-void MplsRouteMgr::groupGone(NameId id) { sweepGroup(id); }
+void MplsRouteMgr::groupGone(NameId id) {
+   sweepGroup(id);
+}
 
 void MplsRouteMgr::sweepGroup(NameId id) {
    if (routes_.empty()) return;

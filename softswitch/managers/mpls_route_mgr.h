@@ -3,6 +3,18 @@
 // Hardware has a route once it has a way out: hops, or a nexthop group that hardware has. Its FEC is the
 // group's, or one of its own when it has hops.
 //
+// Refusals (orv::invalid_argument_error naming the value, if nothing else is said), before anything is
+// written:
+//    a route without a label
+//    a label above 1048575 (orv::invalid_range_error)
+//    a via on a route that does not exist
+//    a via with both a nexthop group and a hop or an interface, or with none of them
+//    a via with a group on a route that has hops, or the reverse
+//    an interface that the switch does not have
+//    a via without a label action; push or swap without a label; pop or forward with one
+//    a group name of more than 255 bytes
+//    and orv::error for one route more than the table holds, or a full disk
+//
 // Thread-safety: guarded by the SDK's lock.
 #pragma once
 
@@ -45,8 +57,8 @@ class MplsRouteMgr final : public orv::MplsRouteMgrImpl,
                            public HardwareClient,
                            public MplsRouteAnswers,
                            public GroupObserver {
-  public:
-   MplsRouteMgr(const Context& context, Hardware& hardware, const Names& groupNames, NexthopGroupMgr& groups,
+public:
+   MplsRouteMgr(const Context& context, Hardware& hardware, Names& groupNames, NexthopGroupMgr& groups,
                 const orv::intf_mgr& intfs);
 
    void resync_init() override;
@@ -54,7 +66,8 @@ class MplsRouteMgr final : public orv::MplsRouteMgrImpl,
    orv::mpls_route_iter_t mpls_route_iter() const override;
    orv::mpls_route_via_iter_t mpls_route_via_iter(const orv::mpls_route_key_t& key) const override;
    orv::mpls_route_status_iter_t mpls_route_status_iter() const override;
-   orv::mpls_route_via_status_iter_t mpls_route_via_status_iter(const orv::mpls_route_key_t& key) const override;
+   orv::mpls_route_via_status_iter_t mpls_route_via_status_iter(
+        const orv::mpls_route_key_t& key) const override;
    bool exists(const orv::mpls_route_key_t& key) const override;
    bool exists(const orv::mpls_route_via_t& via) const override;
    std::uint8_t metric(const orv::mpls_route_key_t& key) const override;
@@ -74,16 +87,17 @@ class MplsRouteMgr final : public orv::MplsRouteMgrImpl,
    void groupProgrammed(NameId id, bool fresh) override;
    void groupGone(NameId id) override;
 
-  private:
+private:
    using Routes = Table<orv::mpls_route_key_t, MplsRow, MplsRouteCodec>;
 
    // Of a route that hardware has or is about to have.
    struct State {
       std::vector<orv::mpls_route_via_t> sent;
       std::vector<orv::mpls_route_via_t> vias;  // in hardware
+      HeldName group;                           // that the vias in hardware name
       std::uint64_t fec = 0;                    // 0: not in hardware
       std::uint64_t ownFec = 0;                 // given once it was needed
-      std::uint32_t awaited = 0;  // answers of the plane that are to come
+      std::uint32_t awaited = 0;                // answers of the plane that are to come
       std::uint16_t version = 0;
       bool queued = false;
    };
@@ -100,7 +114,7 @@ class MplsRouteMgr final : public orv::MplsRouteMgrImpl,
    void sweepGroup(NameId id);
 
    Hardware& hardware_;
-   const Names& groupNames_;
+   Names& groupNames_;
    const NexthopGroupMgr& groups_;
    const orv::intf_mgr& intfs_;
    Routes routes_;

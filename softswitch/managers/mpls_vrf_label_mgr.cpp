@@ -8,9 +8,13 @@
 
 namespace softswitch {
 
-void MplsVrfLabelCodec::encodeKey(const orv::mpls_label_t& key, store::Writer& out) { write(out, key); }
+void MplsVrfLabelCodec::encodeKey(const orv::mpls_label_t& key, store::Writer& out) {
+   write(out, key);
+}
 
-orv::mpls_label_t MplsVrfLabelCodec::decodeKey(store::Reader& in) { return readMplsLabel(in); }
+orv::mpls_label_t MplsVrfLabelCodec::decodeKey(store::Reader& in) {
+   return readMplsLabel(in);
+}
 
 MplsVrfLabelMgr::MplsVrfLabelMgr(const Context& context)
      : labels_(context.store, "mpls_vrf_label", context.limits.mplsVrfLabels) {}
@@ -40,12 +44,14 @@ orv::mpls_vrf_label_t MplsVrfLabelMgr::mpls_vrf_label(orv::mpls_label_t label) c
 void MplsVrfLabelMgr::mpls_vrf_label_set(const orv::mpls_vrf_label_t& vrf_label) {
    orv::sdk_lock_check();
    const auto label = vrf_label.label();
-   if (!label) throw orv::invalid_range_error("mpls vrf label: label", label.label(), 0, orv::mpls_label_t::max);
+   if (!label)
+      throw orv::invalid_range_error("mpls vrf label: label", label.label(), 0, orv::mpls_label_t::max);
    if (vrf_label.vrf_name().empty())
       throw orv::invalid_argument_error(fmt::format("mpls vrf label {} names no VRF", label));
    if (vrf_label.vrf_name().size() > vrfNameBytesMax) {
-      throw orv::invalid_argument_error(fmt::format("mpls vrf label {}: VRF name of {} bytes, expected at most {}",
-                                                    label, vrf_label.vrf_name().size(), vrfNameBytesMax));
+      throw orv::invalid_argument_error(
+           fmt::format("mpls vrf label {}: VRF name of {} bytes, expected at most {}", label,
+                       vrf_label.vrf_name().size(), vrfNameBytesMax));
    }
    labels_.set(label, vrf_label.vrf_name());
 }

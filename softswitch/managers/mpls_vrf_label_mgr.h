@@ -1,4 +1,9 @@
-// MPLS labels that are popped and looked up in a VRF.
+// MPLS labels that are popped and looked up in a VRF. The VRF need not exist yet.
+//
+// Refusals (orv::invalid_argument_error naming the value, if nothing else is said):
+//    a label above 1048575 (orv::invalid_range_error)
+//    an empty VRF name, or one of more than 255 bytes
+//    and orv::error for one label more than the table holds, or a full disk
 //
 // Thread-safety: guarded by the SDK's lock.
 #pragma once
@@ -20,7 +25,7 @@ struct MplsVrfLabelCodec {
 };
 
 class MplsVrfLabelMgr final : public orv::mpls_vrf_label_mgr {
-  public:
+public:
    static constexpr std::size_t vrfNameBytesMax = 255;
 
    explicit MplsVrfLabelMgr(const Context& context);
@@ -35,7 +40,7 @@ class MplsVrfLabelMgr final : public orv::mpls_vrf_label_mgr {
    std::size_t size() const { return labels_.size(); }
    std::size_t capacity() const { return labels_.capacity(); }
 
-  private:
+private:
    // The name of the VRF by the label.
    Table<orv::mpls_label_t, std::string, MplsVrfLabelCodec> labels_;
 };

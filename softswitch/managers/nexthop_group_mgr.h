@@ -8,6 +8,17 @@
 // and has a next hop, since this switch keeps no neighbour table and takes every hop for reachable. A group
 // is active while hardware has it and one of its entries resolves.
 //
+// Refusals (orv::invalid_argument_error naming the value, if nothing else is said), before anything is
+// written:
+//    a group without a name, or with one of more than 255 bytes
+//    an entry, backup entry or destination index beyond the limit, 0 to 1023 by default
+//       (orv::invalid_range_error)
+//    an entry's interface or a source interface that the switch does not have
+//    a label above 1048575, or a stack of more than 14 labels
+//    a group that leads into itself; a child group name of more than 255 bytes
+//    the version 0 (orv::invalid_range_error)
+//    and orv::error for one group more than the table holds, or a full disk
+//
 // Thread-safety: guarded by the SDK's lock.
 #pragma once
 

@@ -9,9 +9,13 @@
 
 namespace softswitch {
 
-void NexthopGroupTunnelCodec::encodeKey(const orv::ip_prefix_t& key, store::Writer& out) { write(out, key); }
+void NexthopGroupTunnelCodec::encodeKey(const orv::ip_prefix_t& key, store::Writer& out) {
+   write(out, key);
+}
 
-orv::ip_prefix_t NexthopGroupTunnelCodec::decodeKey(store::Reader& in) { return readIpPrefix(in); }
+orv::ip_prefix_t NexthopGroupTunnelCodec::decodeKey(store::Reader& in) {
+   return readIpPrefix(in);
+}
 
 void NexthopGroupTunnelCodec::encodeRow(const orv::nexthop_group_tunnel_t& row, store::Writer& out) {
    out.text(row.nhg_name());
@@ -55,13 +59,15 @@ bool NexthopGroupTunnelMgr::exists(const orv::ip_prefix_t& tunnel_endpoint) cons
 void NexthopGroupTunnelMgr::nexthop_group_tunnel_set(const orv::nexthop_group_tunnel_t& tunnel) {
    orv::sdk_lock_check();
    const auto& endpoint = tunnel.tunnel_endpoint();
-   if (endpoint.af() == orv::af_none) throw orv::invalid_argument_error("nexthop group tunnel has no endpoint");
+   if (endpoint.af() == orv::af_none)
+      throw orv::invalid_argument_error("nexthop group tunnel has no endpoint");
    if (tunnel.nhg_name().empty())
-      throw orv::invalid_argument_error(fmt::format("nexthop group tunnel {} names no nexthop group", endpoint));
+      throw orv::invalid_argument_error(
+           fmt::format("nexthop group tunnel {} names no nexthop group", endpoint));
    if (tunnel.nhg_name().size() > NexthopGroupMgr::nameBytesMax) {
       throw orv::invalid_argument_error(
-           fmt::format("nexthop group tunnel {}: nexthop group name of {} bytes, expected at most {}", endpoint,
-                       tunnel.nhg_name().size(), NexthopGroupMgr::nameBytesMax));
+           fmt::format("nexthop group tunnel {}: nexthop group name of {} bytes, expected at most {}",
+                       endpoint, tunnel.nhg_name().size(), NexthopGroupMgr::nameBytesMax));
    }
    auto row = tunnel;
    row.tunnel_endpoint_is({});

@@ -1,6 +1,11 @@
 // Tunnel endpoints over nexthop groups.
 //
-// The group need not exist: a tunnel is up whenever its group is in hardware.
+// The group need not exist yet.
+//
+// Refusals (orv::invalid_argument_error naming the value, if nothing else is said):
+//    a tunnel without an endpoint, or without the name of a group
+//    a group name of more than 255 bytes
+//    and orv::error for one tunnel more than the table holds, or a full disk
 //
 // Thread-safety: guarded by the SDK's lock.
 #pragma once
@@ -20,7 +25,7 @@ struct NexthopGroupTunnelCodec {
 };
 
 class NexthopGroupTunnelMgr final : public orv::nexthop_group_tunnel_mgr {
-  public:
+public:
    explicit NexthopGroupTunnelMgr(const Context& context);
 
    void resync_init() override;
@@ -33,7 +38,7 @@ class NexthopGroupTunnelMgr final : public orv::nexthop_group_tunnel_mgr {
    std::size_t size() const { return tunnels_.size(); }
    std::size_t capacity() const { return tunnels_.capacity(); }
 
-  private:
+private:
    // The row's own endpoint stays empty; the key has it.
    Table<orv::ip_prefix_t, orv::nexthop_group_tunnel_t, NexthopGroupTunnelCodec> tunnels_;
 };

@@ -18,7 +18,7 @@ namespace softswitch::store {
 
 // Appends to a buffer that its owner clears and reuses.
 class Writer {
-  public:
+public:
    explicit Writer(std::string& out) : out_(out) {}
 
    void u8(std::uint8_t v) { out_.push_back(static_cast<char>(v)); }
@@ -38,7 +38,7 @@ class Writer {
       raw(v);
    }
 
-  private:
+private:
    template <int bytes>
    void bigEndian(std::uint64_t v) {
       char b[bytes];
@@ -53,7 +53,7 @@ class Writer {
 // Every read is checked against the end; a row that is too short, or has more than was read when end() is
 // called, throws StoreError (damaged).
 class Reader {
-  public:
+public:
    explicit Reader(std::string_view in) : in_(in) {}
 
    std::uint8_t u8() { return static_cast<std::uint8_t>(take(1)[0]); }
@@ -88,7 +88,7 @@ class Reader {
       if (!in_.empty()) bad();
    }
 
-  private:
+private:
    [[noreturn]] static void bad() { throw StoreError(Trouble::damaged, "a row does not decode"); }
    std::string_view take(std::uint64_t count) {
       if (count > in_.size()) bad();

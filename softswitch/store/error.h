@@ -21,11 +21,11 @@ enum class Trouble {
 // what() is one line that names the directory or the value. A StoreError from opening leaves the
 // directory as it was; one from a write leaves the store as it was before that write.
 class StoreError : public std::runtime_error {
-  public:
+public:
    StoreError(Trouble trouble, const std::string& words) : std::runtime_error(words), trouble_(trouble) {}
    Trouble trouble() const { return trouble_; }
 
-  private:
+private:
    Trouble trouble_;
 };
 

@@ -26,7 +26,9 @@ constexpr const char* dataFileName = "data.mdb";
 constexpr const char* inUseFile = "in-use";
 constexpr std::string_view formatHead = "orvsdkrpc software switch state, format ";
 
-std::string errnoText() { return std::strerror(errno); }
+std::string errnoText() {
+   return std::strerror(errno);
+}
 
 std::optional<std::string> readSmall(const fs::path& file) {
    std::ifstream in(file, std::ios::binary);
@@ -62,7 +64,9 @@ StateDirectory::StateDirectory(const fs::path& directory, std::string_view bootI
    }
 }
 
-StateDirectory::~StateDirectory() { ::close(fd_); }
+StateDirectory::~StateDirectory() {
+   ::close(fd_);
+}
 
 std::string StateDirectory::machineBootId() {
    auto text = readSmall("/proc/sys/kernel/random/boot_id").value_or("unknown");
@@ -71,13 +75,16 @@ std::string StateDirectory::machineBootId() {
    return text;
 }
 
-fs::path StateDirectory::dataFile() const { return path_ / dataFileName; }
+fs::path StateDirectory::dataFile() const {
+   return path_ / dataFileName;
+}
 
 void StateDirectory::lock() {
    std::error_code ec;
    const auto status = fs::status(path_, ec);
    if (fs::exists(status) && !fs::is_directory(status))
-      throw StoreError(Trouble::unusable, fmt::format("state directory '{}' is not a directory", path_.string()));
+      throw StoreError(Trouble::unusable,
+                       fmt::format("state directory '{}' is not a directory", path_.string()));
    if (!fs::exists(status)) {
       fs::create_directories(path_, ec);
       if (ec) {
@@ -161,13 +168,14 @@ void StateDirectory::setAside(const LogLine& log) {
       target = path_ / fmt::format("{}.unclean-{}.{}", dataFileName, stamp, n);
    fs::rename(dataFile(), target, ec);
    if (ec) {
-      throw StoreError(Trouble::unusable, fmt::format("'{}' cannot be set aside: {}", dataFile().string(),
-                                                      ec.message()));
+      throw StoreError(Trouble::unusable,
+                       fmt::format("'{}' cannot be set aside: {}", dataFile().string(), ec.message()));
    }
    if (log) {
-      log(fmt::format("state directory '{}' was left unclean by an earlier boot of this machine: its tables "
-                      "are set aside as '{}' and the switch starts empty",
-                      path_.string(), target.filename().string()));
+      log(
+           fmt::format("state directory '{}' was left unclean by an earlier boot of this machine: its tables "
+                       "are set aside as '{}' and the switch starts empty",
+                       path_.string(), target.filename().string()));
    }
 }
 
@@ -198,8 +206,9 @@ void StateDirectory::writeFile(const char* name, std::string_view text) {
    }
    if (!written) {
       ::unlinkat(fd_, fresh.c_str(), 0);
-      throw StoreError(error == ENOSPC || error == EDQUOT ? Trouble::noSpace : Trouble::unusable,
-                       fmt::format("'{}' cannot be written: {}", (path_ / name).string(), std::strerror(error)));
+      throw StoreError(
+           error == ENOSPC || error == EDQUOT ? Trouble::noSpace : Trouble::unusable,
+           fmt::format("'{}' cannot be written: {}", (path_ / name).string(), std::strerror(error)));
    }
    syncDirectory();
 }

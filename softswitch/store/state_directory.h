@@ -30,7 +30,7 @@ enum class Durability {
 using LogLine = std::function<void(std::string_view)>;
 
 class StateDirectory {
-  public:
+public:
    static constexpr int formatVersion = 1;
 
    // Locks `directory`, creating it when it is missing, and sets aside tables that cannot be trusted.
@@ -56,7 +56,7 @@ class StateDirectory {
    // Removes the mark, once everything is on the disk.
    void markClean();
 
-  private:
+private:
    void lock();
    void checkFormat();
    void judgeLastStop(std::string_view bootId, const LogLine& log);

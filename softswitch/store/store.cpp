@@ -62,8 +62,8 @@ void Store::openEnvironment() {
    pageBytes_ = stat.ms_psize;
    // On a full disk the switch still starts, so that something can be deleted.
    if (!allocateUpTo(pagesNow() + spare_) && !allocateUpTo(pagesNow())) {
-      throw StoreError(Trouble::noSpace, fmt::format("state directory '{}': no space left for its tables",
-                                                     path().string()));
+      throw StoreError(Trouble::noSpace,
+                       fmt::format("state directory '{}': no space left for its tables", path().string()));
    }
 }
 
@@ -72,7 +72,8 @@ void Store::close() noexcept {
    if (env_ == nullptr) return;
    if (!marked_ && fd_ >= 0 && bytesFound_ != 0 && ::ftruncate(fd_, static_cast<off_t>(bytesFound_)) != 0) {
       // The longer file reads the same; only its size differs.
-      std::fprintf(stderr, "'%s' keeps its new size: %s\n", directory_.dataFile().c_str(), std::strerror(errno));
+      std::fprintf(stderr, "'%s' keeps its new size: %s\n", directory_.dataFile().c_str(),
+                   std::strerror(errno));
    }
    mdb_env_close(env_);
    env_ = nullptr;
@@ -80,8 +81,9 @@ void Store::close() noexcept {
 
 void Store::openCheck(int rc) const {
    if (rc == 0) return;
-   throw StoreError(rc == ENOSPC ? Trouble::noSpace : Trouble::unusable,
-                    fmt::format("state directory '{}' cannot be opened: {}", path().string(), mdb_strerror(rc)));
+   throw StoreError(
+        rc == ENOSPC ? Trouble::noSpace : Trouble::unusable,
+        fmt::format("state directory '{}' cannot be opened: {}", path().string(), mdb_strerror(rc)));
 }
 
 void Store::check(int rc, const char* what) const noexcept {
@@ -127,8 +129,9 @@ MDB_dbi Store::handle(Database db) {
 // The directory is marked before anything is written to it for the first time.
 void Store::mark() {
    if (env_ == nullptr) {
-      throw StoreError(Trouble::unusable, fmt::format("state directory '{}' is closed: the switch has stopped",
-                                                      path().string()));
+      throw StoreError(
+           Trouble::unusable,
+           fmt::format("state directory '{}' is closed: the switch has stopped", path().string()));
    }
    if (options_.durability == Durability::sync && directory_.mustSync()) check(mdb_env_sync(env_, 1), "sync");
    directory_.markInUse(options_.durability);
@@ -215,10 +218,12 @@ void Store::scan(Database db, const std::function<void(std::string_view, std::st
    openCheck(mdb_cursor_open(read, slot.dbi, &cursor));
    MDB_val k, v;
    int rc = 0;
-   for (rc = mdb_cursor_get(cursor, &k, &v, MDB_FIRST); rc == 0; rc = mdb_cursor_get(cursor, &k, &v, MDB_NEXT)) {
+   for (rc = mdb_cursor_get(cursor, &k, &v, MDB_FIRST); rc == 0;
+        rc = mdb_cursor_get(cursor, &k, &v, MDB_NEXT)) {
       const std::string_view key(static_cast<const char*>(k.mv_data), k.mv_size);
       const std::string_view data(static_cast<const char*>(v.mv_data), v.mv_size);
-      if (data.size() < sumBytes) throw damaged(fmt::format("table '{}' has a row that is too short", slot.name));
+      if (data.size() < sumBytes)
+         throw damaged(fmt::format("table '{}' has a row that is too short", slot.name));
       try {
          row(key, data.substr(0, data.size() - sumBytes));
       } catch (const StoreError& e) {
@@ -230,8 +235,9 @@ void Store::scan(Database db, const std::function<void(std::string_view, std::st
 }
 
 void Store::commit() noexcept {
-   for (const auto& flush : flushes_)
-      flush();
+   for (const auto& flush : flushes_) {
+      if (flush) flush();
+   }
    if (txn_ == nullptr) {
       taken_ = reserved_ = 0;
       return;
@@ -248,8 +254,8 @@ void Store::commit() noexcept {
 void Store::closeClean() {
    commit();
    if (const int rc = mdb_env_sync(env_, 1); rc != 0) {
-      throw StoreError(Trouble::unusable,
-                       fmt::format("state directory '{}' cannot be synced: {}", path().string(), mdb_strerror(rc)));
+      throw StoreError(Trouble::unusable, fmt::format("state directory '{}' cannot be synced: {}",
+                                                      path().string(), mdb_strerror(rc)));
    }
    // The map's unused tail goes, so that the file is as long as what is in it.
    if (::ftruncate(fd_, static_cast<off_t>(pagesNow() * pageBytes_)) != 0 || ::fsync(fd_) != 0) {
@@ -263,7 +269,9 @@ void Store::closeClean() {
    directory_.markClean();
 }
 
-std::size_t Store::bytesInUse() const { return env_ == nullptr ? 0 : pagesNow() * pageBytes_; }
+std::size_t Store::bytesInUse() const {
+   return env_ == nullptr ? 0 : pagesNow() * pageBytes_;
+}
 
 StoreError Store::damaged(std::string_view what) const {
    return {Trouble::damaged, fmt::format("state directory '{}' is damaged: {}", path().string(), what)};
@@ -317,7 +325,8 @@ bool Store::allocateUpTo(std::size_t pages) {
    if (pages <= allocatedPages_) return true;
    const std::size_t bytes = pages * pageBytes_;
    if (bytes > options_.mapBytes) return false;
-   if (::posix_fallocate(fd_, 0, static_cast<off_t>(bytes)) != 0) return false;
+   const std::size_t done = allocatedPages_ * pageBytes_;
+   if (::posix_fallocate(fd_, static_cast<off_t>(done), static_cast<off_t>(bytes - done)) != 0) return false;
    allocatedPages_ = pages;
    return true;
 }

@@ -40,7 +40,7 @@ struct StoreOptions {
 };
 
 class Store {
-  public:
+public:
    static constexpr std::size_t maxKeyBytes = 500;
 
    // A table's place in the store.
@@ -83,8 +83,13 @@ class Store {
    // comes out with the directory's and the table's name in it.
    void scan(Database db, const std::function<void(std::string_view key, std::string_view row)>& row) const;
 
-   // Called by commit() before it commits, in the order of registration; must not throw.
-   void beforeCommit(std::function<void()> flush) { flushes_.push_back(std::move(flush)); }
+   // For a table that writes late: called by commit() before it commits; must not throw.
+   using Flush = std::function<void()>;
+   std::size_t beforeCommit(Flush flush) {
+      flushes_.push_back(std::move(flush));
+      return flushes_.size() - 1;
+   }
+   void forgetBeforeCommit(std::size_t registration) { flushes_[registration] = nullptr; }
 
    bool inSpan() const { return txn_ != nullptr; }
    // Ends the span. Costs nothing when nothing was written and no flush has anything.
@@ -105,7 +110,7 @@ class Store {
    // What a Trouble::damaged found while reading table rows is to be told as.
    StoreError damaged(std::string_view what) const;
 
-  private:
+private:
    static constexpr std::size_t largeSpan = 4096;
 
    struct Slot {
@@ -148,7 +153,7 @@ class Store {
    std::uint64_t bytesFound_ = 0;  // length of the data file before it was opened
    bool marked_ = false;           // the directory is marked as in use
    std::vector<Slot> databases_;
-   std::vector<std::function<void()>> flushes_;
+   std::vector<Flush> flushes_;
    std::size_t pageBytes_ = 4096;
    std::size_t allocatedPages_ = 0;  // blocks exist for this many from the start of the file
    std::size_t room_ = 0;            // pages that writes may still take, counted down by the worst case

@@ -18,7 +18,8 @@
 namespace softswitch::store {
 namespace {
 
-static_assert(std::endian::native == std::endian::little, "the data file is read in the machine's byte order");
+static_assert(std::endian::native == std::endian::little,
+              "the data file is read in the machine's byte order");
 
 using Pgno = std::uint64_t;
 
@@ -78,7 +79,7 @@ static_assert(sizeof(NodeHead) == 8);
 enum class TableKind { free, main, rows };
 
 class File {
-  public:
+public:
    explicit File(const std::filesystem::path& path) : path_(path) {
       fd_ = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
       if (fd_ < 0 && errno == ENOENT) return;
@@ -111,12 +112,12 @@ class File {
 
    template <class... A>
    [[noreturn]] void damaged(fmt::format_string<A...> what, A&&... args) const {
-      throw StoreError(Trouble::damaged, fmt::format("state directory '{}' is damaged: {}: {}",
-                                                     path_.parent_path().string(), path_.filename().string(),
-                                                     fmt::format(what, std::forward<A>(args)...)));
+      throw StoreError(Trouble::damaged,
+                       fmt::format("state directory '{}' is damaged: {}: {}", path_.parent_path().string(),
+                                   path_.filename().string(), fmt::format(what, std::forward<A>(args)...)));
    }
 
-  private:
+private:
    std::filesystem::path path_;
    int fd_ = -1;
    std::uint64_t bytes_ = 0;
@@ -124,7 +125,7 @@ class File {
 };
 
 class Check {
-  public:
+public:
    explicit Check(const File& file) : file_(file) {}
 
    DataFileFacts run() {
@@ -142,7 +143,7 @@ class Check {
       return {.bytes = file_.bytes(), .pages = meta.lastPage + 1, .pageBytes = pageBytes_, .rows = rows_};
    }
 
-  private:
+private:
    template <class T>
    T read(const char* at) const {
       T v;
@@ -151,7 +152,8 @@ class Check {
    }
 
    Meta newestMeta() {
-      if (file_.bytes() < sizeof(PageHead) + sizeof(Meta)) file_.damaged("it has only {} bytes", file_.bytes());
+      if (file_.bytes() < sizeof(PageHead) + sizeof(Meta))
+         file_.damaged("it has only {} bytes", file_.bytes());
       pageBytes_ = read<Meta>(file_.data() + sizeof(PageHead)).free.pad;
       if (pageBytes_ < 512 || pageBytes_ > 65536 || !std::has_single_bit(pageBytes_))
          file_.damaged("its first page tells a page size of {}", pageBytes_);
@@ -193,8 +195,8 @@ class Check {
       if (head.depth == 0 || head.depth > 32) file_.damaged("a table has depth {}", head.depth);
       Walk walk{.kind = kind, .depth = head.depth};
       tree(head.root, 1, walk);
-      if (walk.entries != head.entries || walk.branches != head.branchPages || walk.leaves != head.leafPages ||
-          walk.overflows != head.overflowPages) {
+      if (walk.entries != head.entries || walk.branches != head.branchPages ||
+          walk.leaves != head.leafPages || walk.overflows != head.overflowPages) {
          file_.damaged("a table's head does not tell what is in it");
       }
    }
@@ -212,7 +214,8 @@ class Check {
       const auto head = read<PageHead>(at);
       const bool leaf = level == walk.depth;
       if (head.flags != (leaf ? pageLeaf : pageBranch)) file_.damaged("page {} is of another kind", number);
-      if (head.lower < sizeof(PageHead) || head.lower > head.upper || head.upper > pageBytes_ || head.lower % 2)
+      if (head.lower < sizeof(PageHead) || head.lower > head.upper || head.upper > pageBytes_ ||
+          head.lower % 2)
          file_.damaged("page {} has bad bounds", number);
       (leaf ? walk.leaves : walk.branches) += 1;
       const unsigned count = (head.lower - sizeof(PageHead)) / 2;
@@ -251,7 +254,8 @@ class Check {
          walk.overflows += count;
          data += sizeof(PageHead);
       }
-      if (walk.any && !(walk.kind == TableKind::free ? number(walk.lastKey) < number(key) : walk.lastKey < key))
+      if (walk.any &&
+          !(walk.kind == TableKind::free ? number(walk.lastKey) < number(key) : walk.lastKey < key))
          file_.damaged("rows are out of order");
       walk.any = true;
       walk.lastKey = key;
@@ -267,7 +271,9 @@ class Check {
                rows_ += head.entries;
             }
             break;
-         case TableKind::free: freeRow({data, bytes}); break;
+         case TableKind::free:
+            freeRow({data, bytes});
+            break;
          case TableKind::rows:
             if ((node.flags & ~nodeBig) != 0 || bytes < sizeof(std::uint32_t) ||
                 read<std::uint32_t>(data + bytes - sizeof(std::uint32_t)) !=

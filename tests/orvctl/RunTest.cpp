@@ -300,6 +300,13 @@ TEST_F(Orvctl, CallPrintsAStreamOneMessagePerLine) {
    EXPECT_FALSE(std::getline(lines, line));
 }
 
+TEST_F(Orvctl, ATimeoutEndsAStreamWithoutAFailure) {
+   server_.start();
+   const Result result = orvctl({"--timeout", "0.05", "call", "watch_rpc_server_alive"});
+   EXPECT_EQ(result.code, 0) << result.err;
+   EXPECT_EQ(result.out, "");
+}
+
 TEST_F(Orvctl, AStreamThatTheServerDoesNotHaveIsACallFailure) {
    server_.unimplemented = {"watch_sbfd_echo_session_status_msgs"};
    server_.start();

@@ -21,8 +21,8 @@ class OrvctlAndDaemon : public testing::Test {
 protected:
    OrvctlAndDaemon() : daemon_(test::daemonProgram(), directory_.path()) { daemon_.start(); }
    ~OrvctlAndDaemon() override {
-      if (daemon_.child().running())
-         EXPECT_EQ(daemon_.terminate(), Ending{.exitCode = 0}) << daemon_.child().log();
+      if (!daemon_.child().running()) return;
+      EXPECT_EQ(daemon_.terminate(), Ending{.exitCode = 0}) << daemon_.child().log();
    }
 
    Outcome orvctl(std::vector<std::string> arguments) const {

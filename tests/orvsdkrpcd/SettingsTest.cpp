@@ -42,7 +42,7 @@ protected:
       flags.stateDir = directory_ / "state";
       return flags;
    }
-   std::string refusal(const std::vector<std::string>& arguments) {
+   std::string lineRefusal(const std::vector<std::string>& arguments) {
       try {
          read(arguments);
       } catch (const UsageError& error) {
@@ -92,16 +92,16 @@ TEST_F(SettingsTest, TheConfigFileHasTheSameNamesAndTheCommandLineWins) {
 }
 
 TEST_F(SettingsTest, AConfigFileThatCannotBeUsedIsRefused) {
-   EXPECT_THAT(refusal({"--config", directory_ / "none"}), HasSubstr("none', expected a readable file"));
+   EXPECT_THAT(lineRefusal({"--config", directory_ / "none"}), HasSubstr("none', expected a readable file"));
    const std::string unknown = write("config", "nonsense = 1\n");
-   EXPECT_THAT(refusal({"--config", unknown}), HasSubstr("nonsense"));
+   EXPECT_THAT(lineRefusal({"--config", unknown}), HasSubstr("nonsense"));
 }
 
 TEST_F(SettingsTest, CommandLinesThatAreNone) {
-   EXPECT_THAT(refusal({"--nonsense"}), HasSubstr("--nonsense"));
-   EXPECT_THAT(refusal({"--listen"}), HasSubstr("--listen"));
-   EXPECT_THAT(refusal({"--listen", "unix:/x", "--listen", "unix:/y"}), HasSubstr("--listen"));
-   EXPECT_THAT(refusal({"word"}), HasSubstr("word"));
+   EXPECT_THAT(lineRefusal({"--nonsense"}), HasSubstr("--nonsense"));
+   EXPECT_THAT(lineRefusal({"--listen"}), HasSubstr("--listen"));
+   EXPECT_THAT(lineRefusal({"--listen", "unix:/x", "--listen", "unix:/y"}), HasSubstr("--listen"));
+   EXPECT_THAT(lineRefusal({"word"}), HasSubstr("word"));
 }
 
 TEST_F(SettingsTest, HelpAndVersionAreAnswers) {

@@ -20,7 +20,7 @@ using testing::HasSubstr;
 namespace fs = std::filesystem;
 
 class Agent : public orv::agent_handler {
-  public:
+public:
    explicit Agent(orv::sdk& sdk) : orv::agent_handler(sdk.get_agent_mgr()) {}
    void on_initialized() override { heard.push_back("initialized"); }
    void on_agent_enabled(bool enabled) override {
@@ -32,7 +32,7 @@ class Agent : public orv::agent_handler {
 };
 
 class SoftSwitchTest : public SwitchTest {
-  protected:
+protected:
    fs::path state() const { return directory_ / "state"; }
 };
 
@@ -40,13 +40,29 @@ TEST_F(SoftSwitchTest, everyGetterHasAManager) {
    orv::sdk& sdk = sw();
    EXPECT_EQ(sdk.name(), "OrvSdkRpc");
    for (const void* manager : std::initializer_list<const void*>{
-             sdk.get_acl_mgr(), sdk.get_agent_mgr(), sdk.get_bfd_session_mgr(), sdk.get_bgp_mgr(),
-             sdk.get_bgp_path_mgr(), sdk.get_class_map_mgr(), sdk.get_cmdapi_mgr(), sdk.get_eth_lag_intf_mgr(),
-             sdk.get_eth_phy_intf_mgr(), sdk.get_eth_phy_intf_counter_mgr(), sdk.get_intf_mgr(),
-             sdk.get_intf_counter_mgr(), sdk.get_ip_intf_mgr(), sdk.get_ip_route_mgr(), sdk.get_macsec_mgr(),
-             sdk.get_mount_mgr(), sdk.get_mpls_route_mgr(), sdk.get_mpls_vrf_label_mgr(),
-             sdk.get_nexthop_group_mgr(), sdk.get_nexthop_group_tunnel_mgr(), sdk.get_policy_map_mgr(),
-             sdk.get_vrf_mgr(), sdk.get_fib_mgr(orv::mgr_mode_type_t::resident),
+             sdk.get_acl_mgr(),
+             sdk.get_agent_mgr(),
+             sdk.get_bfd_session_mgr(),
+             sdk.get_bgp_mgr(),
+             sdk.get_bgp_path_mgr(),
+             sdk.get_class_map_mgr(),
+             sdk.get_cmdapi_mgr(),
+             sdk.get_eth_lag_intf_mgr(),
+             sdk.get_eth_phy_intf_mgr(),
+             sdk.get_eth_phy_intf_counter_mgr(),
+             sdk.get_intf_mgr(),
+             sdk.get_intf_counter_mgr(),
+             sdk.get_ip_intf_mgr(),
+             sdk.get_ip_route_mgr(),
+             sdk.get_macsec_mgr(),
+             sdk.get_mount_mgr(),
+             sdk.get_mpls_route_mgr(),
+             sdk.get_mpls_vrf_label_mgr(),
+             sdk.get_nexthop_group_mgr(),
+             sdk.get_nexthop_group_tunnel_mgr(),
+             sdk.get_policy_map_mgr(),
+             sdk.get_vrf_mgr(),
+             sdk.get_fib_mgr(orv::mgr_mode_type_t::resident),
              sdk.get_intf_counter_mgr_with_mode(orv::mgr_mode_type_t::resident)}) {
       EXPECT_NE(manager, nullptr);
    }
@@ -108,7 +124,7 @@ TEST_F(SoftSwitchTest, aSecondStopDoesNotWait) {
 
 TEST_F(SoftSwitchTest, anAgentThatEndsByItselfEndsTheLoop) {
    class Ender final : public Agent {
-     public:
+   public:
       using Agent::Agent;
       void on_initialized() override { get_agent_mgr()->agent_shutdown_complete_is(true); }
    } agent(sw());
@@ -118,7 +134,7 @@ TEST_F(SoftSwitchTest, anAgentThatEndsByItselfEndsTheLoop) {
 
 TEST_F(SoftSwitchTest, whatAHandlerThrowsComesOutOfTheLoop) {
    class Thrower final : public Agent {
-     public:
+   public:
       using Agent::Agent;
       void on_initialized() override { throw orv::configuration_error("no"); }
    } agent(sw());
@@ -178,7 +194,7 @@ TEST_F(SoftSwitchTest, whileTheLoopRunsOthersProgram) {
 
 TEST_F(SoftSwitchTest, theMainLoopAnswersWhileHardwareIsBusy) {
    // Many routes to program; meanwhile a task of the loop must come to its turn between two quanta.
-   for (int i = 0; i < 60000; ++i)
+   for (int i = 0; i < 200000; ++i)
       setRoute(fmt::format("10.{}.{}.{}/32", i >> 16, i >> 8 & 255, i & 255), "g");
    setGroup("g");
    const auto scheduler = Gorm::TaskSchedulerRoot::findOrCreateScheduler();
@@ -189,8 +205,8 @@ TEST_F(SoftSwitchTest, theMainLoopAnswersWhileHardwareIsBusy) {
       scheduler->runReady(0);
       ++dispatches;
    }
-   EXPECT_EQ(sw().ipRoutes().programmed(), 60000u);
-   EXPECT_GT(dispatches, 2);
+   EXPECT_EQ(sw().ipRoutes().programmed(), 200000u);
+   EXPECT_GT(dispatches, 3);
 }
 
 TEST_F(SoftSwitchTest, aBusyStateDirectoryIsRefused) {

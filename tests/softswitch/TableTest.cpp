@@ -24,7 +24,7 @@ struct NumberCodec {
 using Numbers = Table<int, std::string, NumberCodec>;
 
 class TableTest : public testing::Test {
-  protected:
+protected:
    void SetUp() override { open(); }
    void open(std::size_t capacity = 100000) {
       table_.reset();
@@ -79,7 +79,8 @@ TEST_F(TableTest, aFullTableRefusesAndChangesNothing) {
    open(2);
    table().set(1, "one");
    table().set(2, "two");
-   EXPECT_THAT(refusal([&] { table().set(3, "three"); }), HasSubstr("numbers table is full, it holds 2 rows"));
+   EXPECT_THAT(refusal([&] { table().set(3, "three"); }),
+               HasSubstr("numbers table is full, it holds 2 rows"));
    EXPECT_EQ(refusal([&] { table().set(2, "due"); }), "");
    store_->commit();
    open(2);
@@ -99,7 +100,8 @@ TEST_F(TableTest, aRowOfANewerVersionIsRefused) {
 TEST_F(TableTest, aRowThatDoesNotDecodeIsDamage) {
    table_.reset();
    const auto db = store_->open("numbers");
-   for (const auto& row : {std::string(), std::string("\0\1x", 3), std::string("\2\5x", 3), std::string("\2\1xy", 4)}) {
+   for (const auto& row :
+        {std::string(), std::string("\0\1x", 3), std::string("\2\5x", 3), std::string("\2\1xy", 4)}) {
       store_->put(db, std::string("\0\0\0\1", 4), row);
       store_->commit();
       try {

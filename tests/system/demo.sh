@@ -107,7 +107,7 @@ for ((i = 0; i < 3000; i++)); do
    sleep 0.005
 done
 kill -9 "$daemon" || fail "the daemon was gone before it was killed"
-wait "$daemon" 2>/dev/null
+{ wait "$daemon"; } 2>/dev/null
 [ $? -eq 137 ] || fail "the daemon did not end by the kill"
 daemon=
 wait "$loader"

@@ -1,8 +1,8 @@
 #include "OrvSdkRpc/handlers/BulkRequestHandler.h"
 
 #include <arpa/inet.h>
-#include <gtest/gtest.h>
 #include <grpcpp/create_channel.h>
+#include <gtest/gtest.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -119,9 +119,10 @@ TEST(BulkRequestHandler, aRejectedPeerIsToldInBandAndAUnaryCallByItsStatus) {
    auto service = std::make_unique<ProbeService>();
    int served = 0;
    service->onOperation = [&](const test::ProbeRequest&) { ++served; };
-   RunningServer running{std::move(service), ServerProperties{.addresses = {tcp},
-                                                              .sslProfileState = SslProfileState::NotConfigured,
-                                                              .allowInsecureRemote = false}};
+   RunningServer running{std::move(service),
+                         ServerProperties{.addresses = {tcp},
+                                          .sslProfileState = SslProfileState::NotConfigured,
+                                          .allowInsecureRemote = false}};
    const auto channel = grpc::CreateChannel(tcp, grpc::InsecureChannelCredentials());
    const Answer answer = call(channel, {"", ""});
    EXPECT_TRUE(answer.status.ok()) << answer.status.error_message();

@@ -86,7 +86,8 @@ TEST(UnaryRequestHandler, aLocalPeerOfAnInsecureServerIsServed) {
 
 TEST(UnaryRequestHandler, aHandlerLivesFromItsPostingToTheEndOfItsCall) {
    RunningServer running{std::make_unique<ProbeService>()};
-   for (int i = 0; i < 50; ++i) EXPECT_TRUE(call(running, "", "").ok());
+   for (int i = 0; i < 50; ++i)
+      EXPECT_TRUE(call(running, "", "").ok());
    EXPECT_TRUE(fixture::eventually([] { return fixture::liveHandlers("UnaryRequestHandler") == 1; }));
    running.stop();
    EXPECT_EQ(fixture::liveHandlers("UnaryRequestHandler"), 0U);

@@ -17,7 +17,9 @@ using testing::Return;
 
 const orv::policy_map_key_t mapKey("map", orv::policy_feature_t::pbr);
 
-orv::policy_map_key_t classKey(const std::string& name) { return {name, orv::policy_feature_t::pbr}; }
+orv::policy_map_key_t classKey(const std::string& name) {
+   return {name, orv::policy_feature_t::pbr};
+}
 
 orv::policy_map_rule_t ruleTo(const std::string& className, std::initializer_list<const char*> groups) {
    orv::policy_map_rule_t rule(classKey(className));
@@ -38,10 +40,12 @@ orv::acl_rule_ip_entry_t aclRule(unsigned seq, const std::string& group, unsigne
 
 // A switch that holds a policy map with its class maps and lists.
 class CbfNhgRedirectProgrammerTest : public testing::Test {
-  protected:
+protected:
    CbfNhgRedirectProgrammerTest() {
       ON_CALL(host_.policyMapMgr, exists(mapKey)).WillByDefault(Return(true));
-      ON_CALL(host_.policyMapMgr, policy_map(mapKey)).WillByDefault([this](const auto&) { return policyMap_; });
+      ON_CALL(host_.policyMapMgr, policy_map(mapKey)).WillByDefault([this](const auto&) {
+         return policyMap_;
+      });
       ON_CALL(host_.classMapMgr, exists(_)).WillByDefault([this](const orv::policy_map_key_t& key) {
          return classMaps_.contains(key);
       });
@@ -60,7 +64,8 @@ class CbfNhgRedirectProgrammerTest : public testing::Test {
    void classMap(const std::string& name, const std::vector<orv::acl_key_t>& lists) {
       orv::class_map_t map(classKey(name));
       std::uint32_t seq = 0;
-      for (const auto& list : lists) map.rule_set(++seq, orv::class_map_rule_t(list));
+      for (const auto& list : lists)
+         map.rule_set(++seq, orv::class_map_rule_t(list));
       classMaps_[classKey(name)] = map;
    }
    // A redirect as the programmer builds it.
@@ -71,9 +76,11 @@ class CbfNhgRedirectProgrammerTest : public testing::Test {
       const orv::acl_key_t v6(name + "_IPv6", orv::acl_type_t::ipv6);
       classMap(name, {v4, v6});
       unsigned n = 0;
-      for (const unsigned dscp : ipv4) acls_[v4].push_back(aclRule(++n, match, dscp));
+      for (const unsigned dscp : ipv4)
+         acls_[v4].push_back(aclRule(++n, match, dscp));
       n = 0;
-      for (const unsigned dscp : ipv6) acls_[v6].push_back(aclRule(++n, match, dscp << 2));
+      for (const unsigned dscp : ipv6)
+         acls_[v6].push_back(aclRule(++n, match, dscp << 2));
    }
    const CbfNhgRedirectProgrammer::SeqAndDscpValues* find(const char* match, const char* to) const {
       const auto i = contract_.cbf.redirects().find({match, to});

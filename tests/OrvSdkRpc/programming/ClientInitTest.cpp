@@ -27,7 +27,7 @@ constexpr int start = pb::rpc_server_resync_msg::RESYNC_START;
 constexpr int end = pb::rpc_server_resync_msg::RESYNC_END;
 
 class ClientInitTest : public testing::Test {
-  protected:
+protected:
    Contract contract_;
    fixture::AgentHost& host_ = contract_.host;
 };
@@ -243,7 +243,8 @@ TEST_F(ClientInitTest, aSecondStartStartsOver) {
 }
 
 TEST_F(ClientInitTest, theRedirectsEpochWrapsAt256) {
-   for (int i = 0; i < 256; ++i) contract_.resync(start);
+   for (int i = 0; i < 256; ++i)
+      contract_.resync(start);
    EXPECT_EQ(contract_.cbf.epoch(), 0);
    EXPECT_EQ(contract_.bfd.epoch(), 256U);
 }
@@ -255,7 +256,8 @@ TEST_F(ClientInitTest, aResyncBeforeInitDoesNotLetProgrammingThrough) {
    EXPECT_EQ(response.status(), pb::RPC_STATUS_NOT_INITIALIZED);
 }
 
-// Off the main thread every call of a manager stands under the SDK's lock, and none of the scopes outlives its call.
+// Off the main thread every call of a manager stands under the SDK's lock, and none of the scopes outlives
+// its call.
 TEST_F(ClientInitTest, everyManagerCallHoldsTheLock) {
    orv::host::main_thread_is();
    int calls = 0;

@@ -78,7 +78,8 @@ TEST(Convert, anAbsentSessionIsTheDefaultKey) {
 TEST(Convert, aSessionsNumbersAreNotNarrowedSilently) {
    auto message = session();
    message.set_dscp(256);
-   EXPECT_NE(wordsOf<orv::invalid_range_error>([&] { convertMsg(message); }).find("dscp 256"), std::string::npos);
+   EXPECT_NE(wordsOf<orv::invalid_range_error>([&] { convertMsg(message); }).find("dscp 256"),
+             std::string::npos);
    message = session();
    message.set_mpls_exp(8);
    EXPECT_NE(wordsOf<orv::invalid_range_error>([&] { convertMsg(message); }).find("mpls_exp 8"),

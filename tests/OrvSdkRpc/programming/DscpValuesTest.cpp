@@ -18,7 +18,8 @@ TEST(DscpValues, areSortedNarrowedAndKeepDuplicates) {
 TEST(DscpValues, addKeepsTheOrder) {
    DscpValues values;
    EXPECT_TRUE(values.empty());
-   for (const std::uint8_t value : {9, 3, 9, 1}) values.add(value);
+   for (const std::uint8_t value : {9, 3, 9, 1})
+      values.add(value);
    EXPECT_EQ(values, of({1, 3, 9, 9}));
 }
 

@@ -31,12 +31,13 @@ pb::nexthop_group_msg groupNamed(const std::string& name) {
 
 std::vector<std::uint32_t> labelsOf(const orv::nexthop_group_entry_t& entry) {
    std::vector<std::uint32_t> labels;
-   for (const auto& label : entry.mpls_action().label_stack()) labels.push_back(label.label());
+   for (const auto& label : entry.mpls_action().label_stack())
+      labels.push_back(label.label());
    return labels;
 }
 
 class NexthopGroupProgrammerTest : public testing::Test {
-  protected:
+protected:
    pb::rpc_status_msg process(const pb::nexthop_group_msg& request) {
       pb::rpc_status_msg response;
       groups_.processNexthopGroupRequest(request, response);
@@ -56,7 +57,7 @@ class NexthopGroupProgrammerTest : public testing::Test {
 };
 
 class InitializedNexthopGroupProgrammerTest : public NexthopGroupProgrammerTest {
-  protected:
+protected:
    InitializedNexthopGroupProgrammerTest() { contract_.init(); }
 };
 
@@ -69,8 +70,10 @@ TEST_F(NexthopGroupProgrammerTest, beforeInitEveryItemOfABulkIsRefused) {
    groups_.processNexthopGroupBulkRequest(request, response);
    ASSERT_EQ(response.statuses_size(), 2);
    EXPECT_EQ(response.statuses(0).status(), pb::RPC_STATUS_NOT_INITIALIZED);
-   EXPECT_EQ(response.statuses(0).debug_string(), "Error: no prior rpc_server_init call, request name: \"a\"");
-   EXPECT_EQ(response.statuses(1).debug_string(), "Error: no prior rpc_server_init call, request name: \"b\"");
+   EXPECT_EQ(response.statuses(0).debug_string(),
+             "Error: no prior rpc_server_init call, request name: \"a\"");
+   EXPECT_EQ(response.statuses(1).debug_string(),
+             "Error: no prior rpc_server_init call, request name: \"b\"");
 }
 
 TEST_F(InitializedNexthopGroupProgrammerTest, aGroupIsWrittenAsAWhole) {
@@ -224,8 +227,8 @@ TEST_F(InitializedNexthopGroupProgrammerTest, anErrorLeavesTheSdkAsItWas) {
    auto response = process(request);
    EXPECT_EQ(response.status(), pb::RPC_STATUS_ERROR);
    EXPECT_TRUE(response.debug_string().starts_with("Error: request nexthops {"));
-   EXPECT_TRUE(response.debug_string().ends_with(
-        "exception bytes length 3 does not match IPv4(4) or IPv6(16)"));
+   EXPECT_TRUE(
+        response.debug_string().ends_with("exception bytes length 3 does not match IPv4(4) or IPv6(16)"));
    request.mutable_nexthops(0)->clear_address();
    request.mutable_nexthops(0)->set_mpls_operation(static_cast<pb::mpls_operation_enum>(9));
    EXPECT_EQ(process(request).status(), pb::RPC_STATUS_ERROR);

@@ -2,6 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <map>
+#include <string>
+#include <vector>
+
 #include "fixture/Contract.h"
 #include "fixture/TraceCapture.h"
 #include "orv/error.h"
@@ -15,7 +19,7 @@ using testing::Return;
 using testing::Throw;
 
 class OpaqueProgrammerTest : public testing::Test {
-  protected:
+protected:
    pb::rpc_status_msg set(const pb::rpc_server_state_config_msg& request) {
       pb::rpc_status_msg response;
       opaque_.processOpaqueStateSetRequest(request, response);
@@ -23,7 +27,8 @@ class OpaqueProgrammerTest : public testing::Test {
    }
    pb::rpc_server_state_status_msg get(std::initializer_list<const char*> keys) {
       pb::rpc_server_state_status_msg request;
-      for (const char* key : keys) request.add_key_value_pairs()->set_key(key);
+      for (const char* key : keys)
+         request.add_key_value_pairs()->set_key(key);
       pb::rpc_server_state_status_msg response;
       opaque_.processOpaqueStateGetRequest(request, response);
       return response;
@@ -71,8 +76,9 @@ TEST_F(OpaqueProgrammerTest, setsRunBeforeDeletesInOrder) {
    EXPECT_EQ(response.status(), pb::RPC_STATUS_OK);
    EXPECT_EQ(response.debug_string(), "");
    EXPECT_EQ(traces.texts(),
-             (std::vector<std::string>{"Opaque set for 2 key/value pairs and 1 deletes", "Opaque set key='b' value='1'",
-                                       "Opaque set key='a' value='2'", "Opaque del key='b'"}));
+             (std::vector<std::string>{"Opaque set for 2 key/value pairs and 1 deletes",
+                                       "Opaque set key='b' value='1'", "Opaque set key='a' value='2'",
+                                       "Opaque del key='b'"}));
 }
 
 TEST_F(OpaqueProgrammerTest, anEmptySetIsDone) {
@@ -120,6 +126,16 @@ TEST_F(OpaqueProgrammerTest, anErrorCutsAGetShortAndIsOnlyTraced) {
    ASSERT_EQ(traces.texts().size(), 1U);
    EXPECT_TRUE(traces.texts()[0].starts_with("Error: request key_value_pairs {"));
    EXPECT_TRUE(traces.texts()[0].ends_with("exception gone"));
+}
+
+TEST_F(OpaqueProgrammerTest, thePolicyMapsNameOfInitIsAmongTheNotes) {
+   std::map<std::string, std::string> statuses;
+   ON_CALL(mgr_, status_set(_, _)).WillByDefault([&](const std::string& key, const std::string& value) {
+      statuses[key] = value;
+   });
+   ON_CALL(mgr_, status(_)).WillByDefault([&](const std::string& key) { return statuses[key]; });
+   contract_.init(0, "redirects");
+   EXPECT_EQ(get({"OrvSdkRpc-cbfNexthopGroupRedirectPolicyMapName"}).key_value_pairs(0).value(), "redirects");
 }
 
 }  // namespace

@@ -29,14 +29,14 @@ constexpr std::size_t rpcs = 18;
 constexpr const char* aliveType = "DetectServerAliveHandler";
 
 std::unique_ptr<OrvSdkRpcService> serviceOn(fixture::AgentHost& host) {
-   return std::make_unique<OrvSdkRpcService>(
-        &host.aclMgr, &host.agentMgr, &host.bfdSessionMgr, &host.intfMgr, &host.classMapMgr, &host.ipRouteMgr,
-        &host.mplsRouteMgr, &host.mplsVrfLabelMgr, &host.nexthopGroupMgr, &host.tunnelMgr, &host.policyMapMgr,
-        nullptr);
+   return std::make_unique<OrvSdkRpcService>(&host.aclMgr, &host.agentMgr, &host.bfdSessionMgr, &host.intfMgr,
+                                             &host.classMapMgr, &host.ipRouteMgr, &host.mplsRouteMgr,
+                                             &host.mplsVrfLabelMgr, &host.nexthopGroupMgr, &host.tunnelMgr,
+                                             &host.policyMapMgr, nullptr);
 }
 
 class OrvSdkRpcServiceTest : public testing::Test {
-  protected:
+protected:
    using Stub = pb::orvsdk_service::Stub;
 
    void init() {
@@ -64,7 +64,7 @@ class OrvSdkRpcServiceTest : public testing::Test {
 // A watch through the callback interface, so that one thread may hold hundreds.
 template <class Message>
 class HeldStream final : public grpc::ClientReadReactor<Message> {
-  public:
+public:
    void begin() {
       this->StartRead(&message_);
       this->StartCall();
@@ -93,7 +93,7 @@ class HeldStream final : public grpc::ClientReadReactor<Message> {
    grpc::ClientContext context;
    std::atomic<int> received{0};
 
-  private:
+private:
    Message message_;
    std::mutex mutex_;
    std::condition_variable ended_;
@@ -151,7 +151,8 @@ TEST_F(OrvSdkRpcServiceTest, resyncNeedsNoInit) {
 TEST_F(OrvSdkRpcServiceTest, aBulkHasAnEntryPerItem) {
    init();
    pb::ip_route_bulk_msg routes;
-   for (int i = 0; i < 250; ++i) *routes.add_bulk() = ipRoute(i, i % 2 == 0 ? "group-with-a-rather-long-name" : "");
+   for (int i = 0; i < 250; ++i)
+      *routes.add_bulk() = ipRoute(i, i % 2 == 0 ? "group-with-a-rather-long-name" : "");
    const auto answer = call(&Stub::ip_route_bulk, routes);
    ASSERT_EQ(answer.statuses_size(), 250);
    for (int i = 0; i < 250; ++i) {
@@ -216,8 +217,9 @@ TEST_F(OrvSdkRpcServiceTest, theStreamOfSessionUpdatesEndsInWordsInsteadOfSilenc
 }
 
 TEST_F(OrvSdkRpcServiceTest, theAliveWatchSaysNothingAndEndsWithTheServer) {
+   const pb::rpc_server_alive_msg request;
    Alive watch;
-   stub_->async()->watch_rpc_server_alive(&watch.context, std::make_unique<pb::rpc_server_alive_msg>().get(), &watch);
+   stub_->async()->watch_rpc_server_alive(&watch.context, &request, &watch);
    watch.begin();
    ASSERT_TRUE(eventually([] { return liveHandlers(aliveType) == 2; }));
    init();
@@ -240,10 +242,12 @@ TEST_F(OrvSdkRpcServiceTest, anAliveWatchWhoseClientLeavesIsFreedAtOnce) {
    EXPECT_TRUE(eventually([] { return liveHandlers(aliveType) == 3; }));
    EXPECT_EQ(watches[1].await().error_code(), grpc::StatusCode::CANCELLED);
    EXPECT_FALSE(watches[0].done());
-   for (Alive& watch : watches) watch.context.TryCancel();
+   for (Alive& watch : watches)
+      watch.context.TryCancel();
    EXPECT_TRUE(eventually([] { return liveHandlers(aliveType) == 1; }));
    EXPECT_TRUE(eventually([&] { return running_.server().tags().size() == rpcs + 2; }));
-   for (Alive& watch : watches) watch.await();
+   for (Alive& watch : watches)
+      watch.await();
 }
 
 TEST_F(OrvSdkRpcServiceTest, stopUnderLoadIsPromptAndLeavesNothing) {
@@ -253,11 +257,12 @@ TEST_F(OrvSdkRpcServiceTest, stopUnderLoadIsPromptAndLeavesNothing) {
    std::vector<std::unique_ptr<Alive>> watches;
    // Several connections, as several controllers have them.
    std::vector<std::unique_ptr<Stub>> stubs;
-   for (int i = 0; i < 4; ++i) stubs.push_back(running_.stub<pb::orvsdk_service>());
+   for (int i = 0; i < 4; ++i)
+      stubs.push_back(running_.stub<pb::orvsdk_service>());
    for (std::size_t i = 0; i < count; ++i) {
       watches.push_back(std::make_unique<Alive>());
       stubs[i % stubs.size()]->async()->watch_rpc_server_alive(&watches.back()->context, &aliveRequest,
-                                                                watches.back().get());
+                                                               watches.back().get());
       watches.back()->begin();
    }
    ASSERT_TRUE(eventually([] { return liveHandlers(aliveType) == count + 1; }));
@@ -270,7 +275,9 @@ TEST_F(OrvSdkRpcServiceTest, stopUnderLoadIsPromptAndLeavesNothing) {
    std::atomic<std::size_t> ended{0};
    const auto request = ipRoute(1, "g");
    std::atomic<bool> entered{false};
-   ON_CALL(host_.ipRouteMgr, ip_route_via_set(testing::_)).WillByDefault([&](const auto&) { entered = true; });
+   ON_CALL(host_.ipRouteMgr, ip_route_via_set(testing::_)).WillByDefault([&](const auto&) {
+      entered = true;
+   });
    std::chrono::steady_clock::time_point begin;
    {
       // The thread that stops a server holds the SDK's lock, and the pump waits for it in a call.
@@ -290,7 +297,8 @@ TEST_F(OrvSdkRpcServiceTest, stopUnderLoadIsPromptAndLeavesNothing) {
    EXPECT_TRUE(entered);
    EXPECT_EQ(running_.server().tags().size(), 0U);
    EXPECT_EQ(liveHandlers(), handlersBefore_);
-   for (auto& watch : watches) EXPECT_FALSE(watch->await().ok());
+   for (auto& watch : watches)
+      EXPECT_FALSE(watch->await().ok());
    EXPECT_TRUE(eventually([&] { return ended == count; }));
 }
 
@@ -303,7 +311,8 @@ TEST_F(OrvSdkRpcServiceTest, stopWhileCallsKeepComing) {
       clients.emplace_back([&] {
          const auto stub = running_.stub<pb::orvsdk_service>();
          pb::ip_route_bulk_msg request;
-         for (int r = 0; r < 100; ++r) *request.add_bulk() = ipRoute(r, "g");
+         for (int r = 0; r < 100; ++r)
+            *request.add_bulk() = ipRoute(r, "g");
          while (!over) {
             grpc::ClientContext context;
             context.set_deadline(std::chrono::system_clock::now() + std::chrono::seconds(5));
@@ -319,7 +328,8 @@ TEST_F(OrvSdkRpcServiceTest, stopWhileCallsKeepComing) {
    running_.stop();
    EXPECT_EQ(liveHandlers(), handlersBefore_);
    over = true;
-   for (auto& client : clients) client.join();
+   for (auto& client : clients)
+      client.join();
 }
 
 }  // namespace

@@ -27,7 +27,7 @@ std::string contents(const std::string& path) {
 
 // A TCP socket that listens on a port of the system's choice.
 class Listener {
-  public:
+public:
    Listener() {
       sockaddr_in name{};
       name.sin_family = AF_INET;
@@ -45,13 +45,13 @@ class Listener {
       fd_ = -1;
    }
 
-  private:
+private:
    int fd_ = socket(AF_INET, SOCK_STREAM, 0);
    std::uint16_t port_ = 0;
 };
 
 class AgentAddresses : public testing::Test {
-  protected:
+protected:
    fixture::TempDir dir_;
    fixture::AgentHost host_;
    Agent agent_{host_.sdk, std::vector<Server::Services>{}};
@@ -161,8 +161,9 @@ TEST_F(AgentAddresses, anEmptyLockedFileBelongsToAnUnknownProcess) {
 
 TEST_F(AgentAddresses, aLockFileThatCannotBeOpenedCountsAsInUseWithWords) {
    EXPECT_TRUE(agent_.addressInUse(dir_.unixAddress("no/such/directory/s"), ""));
-   EXPECT_EQ(traces_.count("Failed to open steam for lockfile(r) " + dir_.file("no/such/directory/s.lock") + " "),
-             1U);
+   EXPECT_EQ(
+        traces_.count("Failed to open steam for lockfile(r) " + dir_.file("no/such/directory/s.lock") + " "),
+        1U);
 }
 
 TEST_F(AgentAddresses, aLockFileLeftBehindIsTakenOver) {

@@ -4,6 +4,8 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <string>
+#include <vector>
 
 #include "OrvSdkRpc/server/Agent.h"
 #include "brevis/Brevis.h"
@@ -95,24 +97,43 @@ TEST(AgentServices, theAddressFormFetchesItsManagersFirst) {
    testing::NiceMock<support::MockSdk> sdk;
    const std::string name = "address form";
    ON_CALL(sdk, name()).WillByDefault(testing::Return(name));
-   InSequence order;
-   EXPECT_CALL(sdk, get_agent_mgr());
-   EXPECT_CALL(sdk, get_acl_mgr());
-   EXPECT_CALL(sdk, get_agent_mgr());
-   EXPECT_CALL(sdk, get_bfd_session_mgr());
-   EXPECT_CALL(sdk, get_class_map_mgr());
-   EXPECT_CALL(sdk, get_fib_mgr(orv::mgr_mode_type_t::resident));
-   EXPECT_CALL(sdk, get_intf_mgr());
-   EXPECT_CALL(sdk, get_ip_route_mgr());
-   EXPECT_CALL(sdk, get_mpls_route_mgr());
-   EXPECT_CALL(sdk, get_mpls_vrf_label_mgr());
-   EXPECT_CALL(sdk, get_nexthop_group_mgr());
-   EXPECT_CALL(sdk, get_nexthop_group_tunnel_mgr());
-   EXPECT_CALL(sdk, get_policy_map_mgr());
-   EXPECT_CALL(sdk, get_acl_mgr());  // the first mirror service
-   EXPECT_CALL(sdk, get_agent_mgr());
-   EXPECT_CALL(sdk, get_bgp_path_mgr());
+   // In the order of the calls; each getter answers null here.
+   std::vector<std::string> fetched;
+   const auto note = [&](const char* manager) {
+      return [&fetched, manager] { fetched.emplace_back(manager); };
+   };
+   using testing::InvokeWithoutArgs;
+   ON_CALL(sdk, get_acl_mgr()).WillByDefault(DoAll(InvokeWithoutArgs(note("acl")), testing::ReturnNull()));
+   ON_CALL(sdk, get_agent_mgr())
+        .WillByDefault(DoAll(InvokeWithoutArgs(note("agent")), testing::ReturnNull()));
+   ON_CALL(sdk, get_bfd_session_mgr())
+        .WillByDefault(DoAll(InvokeWithoutArgs(note("bfd_session")), testing::ReturnNull()));
+   ON_CALL(sdk, get_class_map_mgr())
+        .WillByDefault(DoAll(InvokeWithoutArgs(note("class_map")), testing::ReturnNull()));
+   ON_CALL(sdk, get_fib_mgr(orv::mgr_mode_type_t::resident))
+        .WillByDefault(DoAll(InvokeWithoutArgs(note("fib")), testing::ReturnNull()));
+   ON_CALL(sdk, get_intf_mgr()).WillByDefault(DoAll(InvokeWithoutArgs(note("intf")), testing::ReturnNull()));
+   ON_CALL(sdk, get_ip_route_mgr())
+        .WillByDefault(DoAll(InvokeWithoutArgs(note("ip_route")), testing::ReturnNull()));
+   ON_CALL(sdk, get_mpls_route_mgr())
+        .WillByDefault(DoAll(InvokeWithoutArgs(note("mpls_route")), testing::ReturnNull()));
+   ON_CALL(sdk, get_mpls_vrf_label_mgr())
+        .WillByDefault(DoAll(InvokeWithoutArgs(note("mpls_vrf_label")), testing::ReturnNull()));
+   ON_CALL(sdk, get_nexthop_group_mgr())
+        .WillByDefault(DoAll(InvokeWithoutArgs(note("nexthop_group")), testing::ReturnNull()));
+   ON_CALL(sdk, get_nexthop_group_tunnel_mgr())
+        .WillByDefault(DoAll(InvokeWithoutArgs(note("nexthop_group_tunnel")), testing::ReturnNull()));
+   ON_CALL(sdk, get_policy_map_mgr())
+        .WillByDefault(DoAll(InvokeWithoutArgs(note("policy_map")), testing::ReturnNull()));
    const Agent agent(sdk, "unix:///nowhere", true, true);
+   // The handler's own, then the programming service's; the mirror services come behind, from value 0 on.
+   const std::vector<std::string> first{
+        "agent",      "acl",      "agent",      "bfd_session",    "class_map",     "fib",
+        "intf",       "ip_route", "mpls_route", "mpls_vrf_label", "nexthop_group", "nexthop_group_tunnel",
+        "policy_map", "acl",      "agent"};
+   ASSERT_GT(fetched.size(), first.size());
+   fetched.resize(first.size());
+   EXPECT_EQ(fetched, first);
 }
 
 TEST(AgentServices, theAddressFormFetchesBfdAndFibOnlyWhereAsked) {

@@ -1,10 +1,13 @@
 #include "OrvSdkRpc/server/Agent.h"
 
-#include <gtest/gtest.h>
 #include <grpcpp/create_channel.h>
+#include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
 
 #include "OrvSdkRpcProtos/orvsdk.grpc.pb.h"
 #include "brevis/Brevis.h"
@@ -12,6 +15,8 @@
 #include "fixture/Eventually.h"
 #include "fixture/TempDir.h"
 #include "fixture/TraceCapture.h"
+#include "orv/lock.h"
+#include "zelt/Anchors.h"
 
 namespace OrvSdkRpc {
 namespace {
@@ -20,7 +25,7 @@ using fixture::AgentHost;
 using testing::_;
 
 class AgentTest : public testing::Test {
-  protected:
+protected:
    static grpc::Status get(const std::string& address) {
       grpc::ChannelArguments arguments;
       arguments.SetInt(GRPC_ARG_USE_LOCAL_SUBCHANNEL_POOL, 1);
@@ -100,6 +105,57 @@ TEST_F(AgentTest, aSecondAgentOnTheSameSocketHasNoServerAndTouchesNothing) {
    EXPECT_FALSE(std::filesystem::exists(dir_.file("s")));
 }
 
+TEST_F(AgentTest, ofTwoAddressesTheFreeOneIsServed) {
+   const std::string busy = dir_.unixAddress("busy");
+   const std::string open = dir_.unixAddress("open");
+   Agent first(host_.sdk, busy, true, false);
+   first.on_initialized();
+   ASSERT_TRUE(first.waitUntilServing());
+   Agent second(host_.sdk, "", true, false);
+   second.configurationIs({.addresses = {busy, open}});
+   second.on_initialized();
+   ASSERT_TRUE(second.waitUntilServing());
+   EXPECT_EQ(traces_.count("Address already in use: " + busy), 1U);
+   EXPECT_EQ(traces_.count("Server listening on: " + open), 1U);
+   EXPECT_EQ(second.addresses(), std::vector<std::string>{open});
+   EXPECT_TRUE(get(open).ok());
+   second.on_agent_enabled(false);
+   EXPECT_TRUE(get(busy).ok());
+   first.on_agent_enabled(false);
+}
+
+// The SDK's lock as a main loop has it.
+class ActivityBackend final : public orv::host::lock_backend {
+public:
+   ActivityBackend() { orv::host::lock_backend_is(this); }
+   ~ActivityBackend() override { orv::host::lock_backend_is(nullptr); }
+   void acquire() override { Zelt::activityLock().acquire(); }
+   void release() noexcept override { Zelt::activityLock().release(); }
+};
+
+TEST_F(AgentTest, theEndDoesNotWaitForACallThatWaitsForTheMainLoop) {
+   const ActivityBackend backend;
+   const std::string address = dir_.unixAddress("s");
+   Agent agent(host_.sdk, address, true, false);
+   agent.on_initialized();
+   ASSERT_TRUE(agent.waitUntilServing());
+   std::thread client;
+   {
+      // As the main loop calls it.
+      const Zelt::ActivityLockAnchor mainLoop;
+      client = std::thread([&] { static_cast<void>(get(address)); });
+      // The call is with its handler, since its successor is there.
+      ASSERT_TRUE(fixture::eventually([] {
+         return fixture::liveHandlers(
+                     "rpc_server_state_status_msg, OrvSdkRpc::pb::rpc_server_state_status_msg") == 2;
+      }));
+      agent.on_agent_enabled(false);
+      EXPECT_TRUE(Zelt::activityLock().ownedByMe());
+   }
+   client.join();
+   EXPECT_FALSE(std::filesystem::exists(dir_.file("s")));
+}
+
 TEST_F(AgentTest, anAddressIsFreeAgainAfterTheEnd) {
    const std::string address = dir_.unixAddress("s");
    for (int round = 0; round < 3; ++round) {
@@ -153,9 +209,10 @@ TEST_F(AgentTest, anSslProfileThatIsNotFoundOrInvalidStartsNothing) {
 }
 
 TEST_F(AgentTest, anSslProfileThatIsGoodStarts) {
-   for (const auto& [state, words] : {std::pair{SslProfileState::Tls, "Using TLS with valid SSL Profile: gold"},
-                                      {SslProfileState::MutualTls, "Using mTLS with valid SSL Profile: gold"},
-                                      {static_cast<SslProfileState>(5), ""}}) {
+   for (const auto& [state, words] :
+        {std::pair{SslProfileState::Tls, "Using TLS with valid SSL Profile: gold"},
+         {SslProfileState::MutualTls, "Using mTLS with valid SSL Profile: gold"},
+         {static_cast<SslProfileState>(5), ""}}) {
       Agent agent(host_.sdk, std::vector<Server::Services>{});
       agent.configurationIs({.addresses = {dir_.unixAddress("s")},
                              .sslProfile = "gold",

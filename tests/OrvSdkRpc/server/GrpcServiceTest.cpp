@@ -26,9 +26,9 @@ TEST(GrpcService, takesItsPlaceInTheServerAndPostsOneHandlerPerRpc) {
    EXPECT_EQ(first->serviceId(), 0U);
    EXPECT_EQ(first->grpcServer(), &running.server());
    EXPECT_TRUE(first->properties().internalServer);
-   // One handler for each of the three RPCs that are started; the stream has a done tag beside its main tag.
-   EXPECT_EQ(fixture::liveHandlers() - before, 3U);
-   EXPECT_EQ(running.server().tags().size(), 4U);
+   // One handler for each of the four RPCs that are started; the stream has a done tag beside its main tag.
+   EXPECT_EQ(fixture::liveHandlers() - before, 4U);
+   EXPECT_EQ(running.server().tags().size(), 5U);
    running.stop();
    EXPECT_TRUE(first->closing());
    EXPECT_EQ(running.server().tags().size(), 0U);

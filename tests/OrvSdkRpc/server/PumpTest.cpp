@@ -1,6 +1,6 @@
 // Every order in which the events of a stream can end, and the end of the server in the middle of them.
-#include <gtest/gtest.h>
 #include <grpcpp/generic/generic_stub.h>
+#include <gtest/gtest.h>
 
 #include <atomic>
 #include <chrono>
@@ -25,7 +25,7 @@ using fixture::liveHandlers;
 constexpr const char* watchType = "ProbeWatchHandler";
 
 class PumpTest : public testing::Test {
-  protected:
+protected:
    // One watch of one client, open until it is closed.
    struct Watch {
       explicit Watch(test::ProbeService::Stub& stub) : reader(stub.watch(&context, test::ProbeRequest())) {}
@@ -41,7 +41,7 @@ class PumpTest : public testing::Test {
    // The one handler that waits for the next call is left.
    void expectAllFreed() {
       EXPECT_TRUE(eventually([] { return liveHandlers(watchType) == 1; }));
-      EXPECT_TRUE(eventually([&] { return running_.server().tags().size() == 4; }));
+      EXPECT_TRUE(eventually([&] { return running_.server().tags().size() == 5; }));
       EXPECT_EQ(service_->watchers(), 0U);
    }
 
@@ -70,7 +70,8 @@ TEST_F(PumpTest, aStreamWhoseClientHasADeadlineIsFreedAtItsEnd) {
 
 TEST_F(PumpTest, messagesArriveInOrder) {
    const auto watch = open(1);
-   for (int i = 0; i < 100; ++i) service_->publish(std::to_string(i));
+   for (int i = 0; i < 100; ++i)
+      service_->publish(std::to_string(i));
    test::ProbeResponse response;
    for (int i = 0; i < 100; ++i) {
       ASSERT_TRUE(watch->reader->Read(&response));
@@ -105,13 +106,15 @@ TEST_F(PumpTest, aClientLeavesWhileAWriteCannotProceed) {
 TEST_F(PumpTest, aClientLeavesWhileOthersPublish) {
    std::atomic<bool> over{false};
    std::thread publisher([&] {
-      while (!over) service_->publish("x");
+      while (!over)
+         service_->publish("x");
    });
    for (int round = 0; round < 50; ++round) {
       Watch watch(*stub_);
       test::ProbeResponse response;
       // Round by round another moment: before the first message, in the middle of them, and between them.
-      for (int i = 0; i < round % 5; ++i) watch.reader->Read(&response);
+      for (int i = 0; i < round % 5; ++i)
+         watch.reader->Read(&response);
       watch.context.TryCancel();
       watch.reader->Finish();
    }
@@ -133,21 +136,26 @@ TEST_F(PumpTest, aClientAndTheServerEndTheStreamTogether) {
 
 TEST_F(PumpTest, stopWhileOthersPublishAndStreamsAreOpen) {
    std::vector<std::unique_ptr<Watch>> watches;
-   for (std::size_t i = 1; i <= 20; ++i) watches.push_back(open(i));
+   for (std::size_t i = 1; i <= 20; ++i)
+      watches.push_back(open(i));
    std::atomic<bool> over{false};
    std::vector<std::thread> publishers;
    for (int i = 0; i < 2; ++i) {
       publishers.emplace_back([&] {
-         while (!over) service_->publish("x");
+         while (!over)
+            service_->publish("x");
       });
    }
    test::ProbeResponse response;
-   for (auto& watch : watches) EXPECT_TRUE(watch->reader->Read(&response));
+   for (auto& watch : watches)
+      EXPECT_TRUE(watch->reader->Read(&response));
    running_.stop();
-   EXPECT_EQ(liveHandlers(watchType), 0U);
    EXPECT_EQ(running_.server().tags().size(), 0U);
    over = true;
-   for (auto& publisher : publishers) publisher.join();
+   // A publisher holds the handlers that it is about to publish to.
+   for (auto& publisher : publishers)
+      publisher.join();
+   EXPECT_EQ(liveHandlers(watchType), 0U);
    for (auto& watch : watches) {
       while (watch->reader->Read(&response)) {
       }
@@ -170,6 +178,36 @@ TEST_F(PumpTest, aStreamThatIsNotFinishedDoesNotHoldUpTheStop) {
    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(2));
    EXPECT_EQ(liveHandlers(watchType), 0U);
    EXPECT_FALSE(watch->reader->Finish().ok());
+}
+
+TEST_F(PumpTest, aHandlerStaysUntilWhatItPromisedWasDelivered) {
+   std::thread client([&] {
+      grpc::ClientContext context;
+      test::ProbeResponse response;
+      EXPECT_TRUE(stub_->later(&context, test::ProbeRequest(), &response).ok());
+      EXPECT_EQ(response.text(), "late");
+   });
+   ASSERT_TRUE(eventually([&] { return service_->waiting().size() == 1; }));
+   EXPECT_EQ(liveHandlers("ProbeLaterHandler"), 2U);
+   EXPECT_TRUE(service_->waiting()[0]->answer("late"));
+   client.join();
+   EXPECT_TRUE(eventually([] { return liveHandlers("ProbeLaterHandler") == 1; }));
+}
+
+TEST_F(PumpTest, stopDoesNotWaitForAPromise) {
+   std::thread client([&] {
+      grpc::ClientContext context;
+      test::ProbeResponse response;
+      EXPECT_FALSE(stub_->later(&context, test::ProbeRequest(), &response).ok());
+   });
+   ASSERT_TRUE(eventually([&] { return service_->waiting().size() == 1; }));
+   running_.stop();
+   client.join();
+   // It comes too late, finds the handler alive and is told not to answer.
+   EXPECT_FALSE(service_->waiting()[0]->answer("too late"));
+   EXPECT_EQ(liveHandlers("ProbeLaterHandler"), 1U);
+   running_.destroy();
+   EXPECT_EQ(liveHandlers("ProbeLaterHandler"), 0U);
 }
 
 TEST_F(PumpTest, aRequestThatDoesNotParseReachesNoHandler) {

@@ -13,10 +13,12 @@
 namespace OrvSdkRpc {
 namespace {
 
-// A handler that only counts its end. Its server is never used, so a real one on an idle socket stands in for all.
+// A handler that only counts its end. Its server is never used, so a real one on an idle socket stands in for
+// all.
 class Idle final : public RequestHandler {
-  public:
-   Idle(OpaqueId tag, GrpcServer& server, grpc::ServerCompletionQueue& cq, int& ended, TagManager* asked = nullptr)
+public:
+   Idle(OpaqueId tag, GrpcServer& server, grpc::ServerCompletionQueue& cq, int& ended,
+        TagManager* asked = nullptr)
         : RequestHandler(tag, server.server(), cq, server.events()), ended_(ended), asked_(asked) {}
    ~Idle() override {
       ++ended_;
@@ -28,13 +30,13 @@ class Idle final : public RequestHandler {
    void process(OpaqueId) override {}
    std::shared_ptr<RequestHandler> chain(OpaqueId) override { return nullptr; }
 
-  private:
+private:
    int& ended_;
    TagManager* asked_;
 };
 
 class TagManagerTest : public testing::Test {
-  protected:
+protected:
    std::shared_ptr<RequestHandler> handler(TagManager* asked = nullptr) {
       return std::make_shared<Idle>(tags_.nextId(), running_.server(), service_->cq(), ended_, asked);
    }
@@ -65,12 +67,15 @@ TEST_F(TagManagerTest, idsAreUniqueAcrossThreads) {
    std::vector<std::thread> threads;
    for (auto& mine : dealt) {
       threads.emplace_back([&] {
-         for (int i = 0; i < 1000; ++i) mine.push_back(tags_.nextId());
+         for (int i = 0; i < 1000; ++i)
+            mine.push_back(tags_.nextId());
       });
    }
-   for (auto& thread : threads) thread.join();
+   for (auto& thread : threads)
+      thread.join();
    std::set<OpaqueId> seen;
-   for (const auto& mine : dealt) seen.insert(mine.begin(), mine.end());
+   for (const auto& mine : dealt)
+      seen.insert(mine.begin(), mine.end());
    EXPECT_EQ(seen.size(), 4000U);
 }
 

@@ -13,7 +13,7 @@ namespace {
 
 // A plane that answers when it is told to, with what it is told to.
 class LatePlane final : public ForwardingPlane {
-  public:
+public:
    std::string_view name() const override { return "late"; }
    void answersTo(const PlaneAnswers& answers) override { answers_.emplace(answers); }
    void groupSet(NameId id, const orv::nexthop_group_t& group) override {
@@ -38,7 +38,9 @@ class LatePlane final : public ForwardingPlane {
          answers_->mplsRoutes.mplsRouteAnswer(key, version, good);
       });
    }
-   void mplsRouteDel(const orv::mpls_route_key_t& key) override { log.push_back("mpls gone " + key.to_string()); }
+   void mplsRouteDel(const orv::mpls_route_key_t& key) override {
+      log.push_back("mpls gone " + key.to_string());
+   }
    TrafficCounter counter(NameId, std::uint16_t) const override { return {}; }
    void countTraffic(NameId, std::uint16_t, TrafficCounter) override {}
 
@@ -53,13 +55,13 @@ class LatePlane final : public ForwardingPlane {
 
    std::vector<std::string> log;
 
-  private:
+private:
    std::optional<PlaneAnswers> answers_;
    std::deque<std::function<void(bool)>> later_;
 };
 
 class HardwareTest : public testing::Test {
-  protected:
+protected:
    void SetUp() override {
       auto plane = std::make_unique<LatePlane>();
       plane_ = plane.get();
@@ -86,9 +88,9 @@ class HardwareTest : public testing::Test {
    }
    void step() {
       while (!hardware_->idle()) {
-         for (HardwareClient* client : {static_cast<HardwareClient*>(groups_.get()),
-                                        static_cast<HardwareClient*>(mplsRoutes_.get()),
-                                        static_cast<HardwareClient*>(routes_.get())}) {
+         for (HardwareClient* client :
+              {static_cast<HardwareClient*>(groups_.get()), static_cast<HardwareClient*>(mplsRoutes_.get()),
+               static_cast<HardwareClient*>(routes_.get())}) {
             if (!client->hardwareIdle()) client->hardwareStep(*plane_);
          }
       }

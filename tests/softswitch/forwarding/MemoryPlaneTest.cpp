@@ -6,7 +6,7 @@ namespace softswitch {
 namespace {
 
 class Answers final : public GroupAnswers, public RouteAnswers, public MplsRouteAnswers {
-  public:
+public:
    void groupAnswer(NameId group, std::uint16_t version, GroupAnswer answer) override {
       EXPECT_TRUE(answer.programmed);
       groups.emplace_back(group, version);
@@ -25,10 +25,13 @@ class Answers final : public GroupAnswers, public RouteAnswers, public MplsRoute
 };
 
 class MemoryPlaneTest : public testing::Test {
-  protected:
-   void SetUp() override { plane_.answersTo({.groups = answers_, .routes = answers_, .mplsRoutes = answers_}); }
+protected:
+   void SetUp() override {
+      plane_.answersTo({.groups = answers_, .routes = answers_, .mplsRoutes = answers_});
+   }
 
-   static orv::nexthop_group_t group(std::string_view first, std::string_view second, bool persistent = false) {
+   static orv::nexthop_group_t group(std::string_view first, std::string_view second,
+                                     bool persistent = false) {
       orv::nexthop_group_t g("g", orv::nexthop_group_encap_t::mpls);
       g.nexthop_set(0, orv::nexthop_group_entry_t{orv::ip_addr_t(first)});
       g.nexthop_set(1, orv::nexthop_group_entry_t{orv::ip_addr_t(second)});

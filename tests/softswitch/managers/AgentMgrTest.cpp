@@ -11,7 +11,7 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 
 class AgentMgrTest : public SwitchTest {
-  protected:
+protected:
    AgentMgrTest() {
       options_.name = "Tester";
       options_.agentOptions = {{"color", "blue"}, {"empty", ""}};
@@ -52,7 +52,7 @@ TEST_F(AgentMgrTest, optionsAreThoseOfTheStart) {
 }
 
 class OptionListener final : public orv::agent_handler {
-  public:
+public:
    using orv::agent_handler::agent_handler;
    void on_agent_option(const std::string& name, const std::string& value) override {
       heard.push_back(name + "=" + value);

@@ -13,7 +13,7 @@ using testing::IsEmpty;
 using Action = orv::ip_route_action_t;
 
 class Listener final : public orv::fib_handler {
-  public:
+public:
    using orv::fib_handler::fib_handler;
    void on_route_set(const orv::fib_route_t& route) override {
       heard.push_back("set " + route.route_key().prefix().to_string());
@@ -30,7 +30,7 @@ class Listener final : public orv::fib_handler {
 };
 
 class FibMgrTest : public SwitchTest {
-  protected:
+protected:
    orv::fib_mgr& fib() { return *sw().get_fib_mgr(orv::mgr_mode_type_t::resident); }
    bool inFib(std::string_view route) { return fib().fib_route_exists(fibKey(route)); }
    static orv::fib_route_key_t fibKey(std::string_view route) { return orv::fib_route_key_t(prefix(route)); }
@@ -252,9 +252,10 @@ TEST_F(FibMgrTest, aGroupThatComesAndGoesTakesItsManyRoutesAlong) {
 TEST_F(FibMgrTest, unknownFecsAreNotThere) {
    setGroup("g");
    settle();
-   for (const std::uint64_t id : {std::uint64_t{0}, std::uint64_t{1}, std::uint64_t{1} << 56, (std::uint64_t{1} << 56) + 1,
-                                  (std::uint64_t{1} << 56) + 0xffffffffffffu, std::uint64_t{3} << 56,
-                                  (std::uint64_t{3} << 56) + 0xffffffffffffu, (std::uint64_t{4} << 56) + 1, ~std::uint64_t{0}})
+   for (const std::uint64_t id :
+        {std::uint64_t{0}, std::uint64_t{1}, std::uint64_t{1} << 56, (std::uint64_t{1} << 56) + 1,
+         (std::uint64_t{1} << 56) + 0xffffffffffffu, std::uint64_t{3} << 56,
+         (std::uint64_t{3} << 56) + 0xffffffffffffu, (std::uint64_t{4} << 56) + 1, ~std::uint64_t{0}})
       EXPECT_FALSE(fib().fib_fec_exists(orv::fib_fec_key_t(id))) << id;
 }
 

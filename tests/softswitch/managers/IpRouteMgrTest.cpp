@@ -17,14 +17,16 @@ using testing::HasSubstr;
 using Action = orv::ip_route_action_t;
 
 class IpRouteMgrTest : public SwitchTest {
-  protected:
+protected:
    IpRouteMgr& mgr() { return sw().ipRoutes(); }
    void set(std::string_view route, std::uint32_t tag = 0) {
       orv::ip_route_t r(key(route));
       r.tag_is(tag);
       mgr().ip_route_set(r);
    }
-   std::vector<orv::ip_route_via_t> vias(std::string_view route) { return listOf(mgr().ip_route_via_iter(key(route))); }
+   std::vector<orv::ip_route_via_t> vias(std::string_view route) {
+      return listOf(mgr().ip_route_via_iter(key(route)));
+   }
    std::vector<std::string> hops(std::string_view route) {
       std::vector<std::string> result;
       for (const auto& via : vias(route))
@@ -81,11 +83,13 @@ TEST_F(IpRouteMgrTest, everyFieldOfAViaSurvivesARestart) {
 }
 
 TEST_F(IpRouteMgrTest, routesAreWalkedInKeyOrder) {
-   for (const char* route : {"2001:db8::/32", "10.1.0.0/16", "10.0.0.0/8", "9.0.0.0/8", "10.0.0.0/16", "::/0"})
+   for (const char* route :
+        {"2001:db8::/32", "10.1.0.0/16", "10.0.0.0/8", "9.0.0.0/8", "10.0.0.0/16", "::/0"})
       set(route);
    mgr().ip_route_set(orv::ip_route_t(key("10.0.0.0/8", 200)));
-   const std::vector<std::string> expected{"9.0.0.0/8",   "10.0.0.0/8", "10.0.0.0/8 preference 200", "10.0.0.0/16",
-                                           "10.1.0.0/16", "::/0",       "2001:db8::/32"};
+   const std::vector<std::string> expected{"9.0.0.0/8",    "10.0.0.0/8",  "10.0.0.0/8 preference 200",
+                                           "10.0.0.0/16",  "10.1.0.0/16", "::/0",
+                                           "2001:db8::/32"};
    EXPECT_EQ(routes(), expected);
    restart();
    EXPECT_EQ(routes(), expected);
@@ -159,7 +163,8 @@ TEST_F(IpRouteMgrTest, aViaIsDeletedByAllItsFieldsOrBare) {
 TEST_F(IpRouteMgrTest, groupsAndHopsDoNotMix) {
    set("10.0.0.0/8");
    mgr().ip_route_via_set(hopVia("10.0.0.0/8", "192.0.2.1"));
-   EXPECT_THAT(refusedVia(groupVia("10.0.0.0/8", "g")), AllOf(HasSubstr("10.0.0.0/8"), HasSubstr("g on a route")));
+   EXPECT_THAT(refusedVia(groupVia("10.0.0.0/8", "g")),
+               AllOf(HasSubstr("10.0.0.0/8"), HasSubstr("g on a route")));
    EXPECT_THAT(
         refusal([&] { mgr().ip_route_set(orv::ip_route_t(key("10.0.0.0/8")), Action::nexthop_group); }),
         AllOf(HasSubstr("10.0.0.0/8"), HasSubstr("nexthop-group"), HasSubstr("hops")));
@@ -205,7 +210,8 @@ TEST_F(IpRouteMgrTest, refusals) {
    both.intf_is(orv::intf_id_t("Ethernet1"));
    EXPECT_THAT(refusedVia(both), HasSubstr("both nexthop group g and interface Ethernet1"));
    EXPECT_THAT(refusedVia(orv::ip_route_via_t(key("10.0.0.0/8"))), HasSubstr("names neither"));
-   EXPECT_THAT(refusedVia(hopVia("10.0.0.0/8", "192.0.2.1", "Ethernet99")), HasSubstr("unknown interface Ethernet99"));
+   EXPECT_THAT(refusedVia(hopVia("10.0.0.0/8", "192.0.2.1", "Ethernet99")),
+               HasSubstr("unknown interface Ethernet99"));
    auto vxlan = hopVia("10.0.0.0/8", "192.0.2.1");
    vxlan.vxlan_intf_is(orv::intf_id_t("Vxlan9"));
    EXPECT_THAT(refusedVia(vxlan), HasSubstr("unknown interface Vxlan9"));
@@ -293,7 +299,8 @@ TEST_F(IpRouteMgrTest, resyncRemovesRoutesAndViasThatWereNotSetAgain) {
    set("15.0.0.0/8");
    mgr().resync_complete();
    for (int round = 0; round < 2; ++round) {
-      EXPECT_THAT(routes(), ElementsAre("11.0.0.0/8", "12.0.0.0/8", "13.0.0.0/8", "14.0.0.0/8", "15.0.0.0/8"));
+      EXPECT_THAT(routes(),
+                  ElementsAre("11.0.0.0/8", "12.0.0.0/8", "13.0.0.0/8", "14.0.0.0/8", "15.0.0.0/8"));
       EXPECT_THAT(hops("11.0.0.0/8"), ElementsAre("192.0.2.2"));
       EXPECT_THAT(hops("12.0.0.0/8"), ElementsAre("g"));
       EXPECT_THAT(hops("13.0.0.0/8"), ElementsAre("h"));

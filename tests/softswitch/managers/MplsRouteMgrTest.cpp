@@ -20,7 +20,7 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 
 class Listener final : public orv::mpls_route_handler {
-  public:
+public:
    using orv::mpls_route_handler::mpls_route_handler;
    void on_mpls_route_set(const mpls_route_key_t& key, orv::mpls_fec_id_t) override {
       heard.push_back("set " + key.to_string());
@@ -33,12 +33,13 @@ class Listener final : public orv::mpls_route_handler {
 };
 
 class MplsRouteMgrTest : public SwitchTest {
-  protected:
+protected:
    MplsRouteMgr& mgr() { return sw().mplsRoutes(); }
    static mpls_route_key_t label(std::uint32_t number, std::uint8_t metric = 0) {
       return mpls_route_key_t(mpls_label_t(number), metric);
    }
-   static mpls_route_via_t pop(const mpls_route_key_t& key, std::string_view hop, std::string_view intf = "") {
+   static mpls_route_via_t pop(const mpls_route_key_t& key, std::string_view hop,
+                               std::string_view intf = "") {
       mpls_route_via_t via(key, mpls_action_t::pop);
       via.hop_is(address(hop));
       via.intf_is(orv::intf_id_t(intf));
@@ -53,7 +54,9 @@ class MplsRouteMgrTest : public SwitchTest {
       mgr().mpls_route_set(mpls_route_t(via.route_key(), version));
       mgr().mpls_route_via_set(via);
    }
-   std::vector<mpls_route_via_t> vias(const mpls_route_key_t& key) { return listOf(mgr().mpls_route_via_iter(key)); }
+   std::vector<mpls_route_via_t> vias(const mpls_route_key_t& key) {
+      return listOf(mgr().mpls_route_via_iter(key));
+   }
    std::string refused(const mpls_route_via_t& via) {
       return refusal([&] { mgr().mpls_route_via_set(via); });
    }
@@ -72,7 +75,8 @@ TEST_F(MplsRouteMgrTest, everyFieldSurvivesARestart) {
    set(via, 65535);
    set(over(label(300), "g"));
    restart();
-   EXPECT_THAT(listOf(mgr().mpls_route_iter()), ElementsAre(mpls_route_t(key, 65535), mpls_route_t(label(300))));
+   EXPECT_THAT(listOf(mgr().mpls_route_iter()),
+               ElementsAre(mpls_route_t(key, 65535), mpls_route_t(label(300))));
    EXPECT_THAT(vias(key), ElementsAre(via));
    EXPECT_THAT(vias(label(300)), ElementsAre(over(label(300), "g")));
    EXPECT_TRUE(mgr().exists(key));
@@ -124,7 +128,8 @@ TEST_F(MplsRouteMgrTest, hardwareFollowsLater) {
    ASSERT_EQ(statuses.size(), 1u);
    EXPECT_EQ(statuses[0].fec_id(), fec);
    EXPECT_EQ(statuses[0].hw_version_id(), 5);
-   EXPECT_THAT(listOf(mgr().mpls_route_via_status_iter(label(100))), ElementsAre(pop(label(100), "192.0.2.1")));
+   EXPECT_THAT(listOf(mgr().mpls_route_via_status_iter(label(100))),
+               ElementsAre(pop(label(100), "192.0.2.1")));
    mgr().mpls_route_set(mpls_route_t(label(100), 6));
    settle();
    EXPECT_THAT(listener.take(), ElementsAre("set 100"));
@@ -220,7 +225,8 @@ TEST_F(MplsRouteMgrTest, resyncRemovesRoutesAndViasThatWereNotSetAgain) {
       EXPECT_THAT(vias(label(200)), ElementsAre(pop(label(200), "192.0.2.2")));
       settle();
       EXPECT_EQ(mgr().fec_id(label(100)).id(), 0u);
-      EXPECT_THAT(listOf(mgr().mpls_route_via_status_iter(label(200))), ElementsAre(pop(label(200), "192.0.2.2")));
+      EXPECT_THAT(listOf(mgr().mpls_route_via_status_iter(label(200))),
+                  ElementsAre(pop(label(200), "192.0.2.2")));
       restart();
    }
 }

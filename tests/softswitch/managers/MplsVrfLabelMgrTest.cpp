@@ -7,14 +7,16 @@
 namespace softswitch {
 namespace {
 
-using testing::HasSubstr;
 using orv::mpls_label_t;
 using orv::mpls_vrf_label_t;
+using testing::HasSubstr;
 
 class MplsVrfLabelMgrTest : public SwitchTest {
-  protected:
+protected:
    MplsVrfLabelMgr& mgr() { return sw().mplsVrfLabels(); }
-   void set(std::uint32_t label, std::string vrf) { mgr().mpls_vrf_label_set({mpls_label_t(label), std::move(vrf)}); }
+   void set(std::uint32_t label, std::string vrf) {
+      mgr().mpls_vrf_label_set({mpls_label_t(label), std::move(vrf)});
+   }
 };
 
 TEST_F(MplsVrfLabelMgrTest, setReplaceDeleteAndRestart) {

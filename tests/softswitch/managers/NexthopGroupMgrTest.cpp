@@ -13,7 +13,7 @@ using HwState = orv::nexthop_group_programmed_hw_state_t;
 using CounterState = orv::nexthop_group_counter_state_t;
 
 class Listener final : public orv::nexthop_group_handler_v3 {
-  public:
+public:
    using orv::nexthop_group_handler_v3::nexthop_group_handler_v3;
    void on_nexthop_group_active(const std::string& name, bool active) override {
       heard.push_back(name + (active ? " active" : " inactive"));
@@ -28,7 +28,7 @@ class Listener final : public orv::nexthop_group_handler_v3 {
 };
 
 class NexthopGroupMgrTest : public SwitchTest {
-  protected:
+protected:
    NexthopGroupMgr& mgr() { return sw().nexthopGroups(); }
    void linkIs(std::string_view intf, bool up) {
       sw().intfs().linkIs(orv::intf_id_t(intf), up);
@@ -91,7 +91,8 @@ TEST_F(NexthopGroupMgrTest, versionsRiseAndSkipZero) {
    EXPECT_EQ(version, 1);
    mgr().nexthop_group_set(group("other"), version);
    EXPECT_EQ(version, 1);
-   EXPECT_THAT(refusal([&] { mgr().nexthop_group_set_with_version_id(group("g"), 0); }), HasSubstr("version_id"));
+   EXPECT_THAT(refusal([&] { mgr().nexthop_group_set_with_version_id(group("g"), 0); }),
+               HasSubstr("version_id"));
    EXPECT_EQ(mgr().nexthop_group("g").version_id(), 1);
    // The version goes on after a restart.
    restart();
@@ -220,7 +221,8 @@ TEST_F(NexthopGroupMgrTest, countersAreThoseOfProgrammedEntries) {
    EXPECT_FALSE(mgr().counter("other", 0).valid());
    mgr().countTraffic("g", 0, {.packets = 3, .bytes = 300});
    EXPECT_EQ(mgr().counter("g", 0), orv::nexthop_group_entry_counter_t(3, 300, true));
-   EXPECT_THAT(refusal([&] { mgr().countTraffic("g", 1, {}); }), HasSubstr("no nexthop group 'g' with an entry 1"));
+   EXPECT_THAT(refusal([&] { mgr().countTraffic("g", 1, {}); }),
+               HasSubstr("no nexthop group 'g' with an entry 1"));
    EXPECT_THAT(refusal([&] { mgr().countTraffic("x", 0, {}); }), HasSubstr("'x'"));
 }
 
@@ -249,7 +251,8 @@ TEST_F(NexthopGroupMgrTest, refusals) {
       with.nexthop_set(2, e);
       return with;
    };
-   EXPECT_THAT(refused(labelled({orv::mpls_label_t()})), HasSubstr("entry 2: label 1048576 is above 1048575"));
+   EXPECT_THAT(refused(labelled({orv::mpls_label_t()})),
+               HasSubstr("entry 2: label 1048576 is above 1048575"));
    EXPECT_THAT(refused(labelled(std::forward_list<orv::mpls_label_t>(15, orv::mpls_label_t(16)))),
                HasSubstr("stack of 15 labels"));
    orv::nexthop_group_entry_t self;

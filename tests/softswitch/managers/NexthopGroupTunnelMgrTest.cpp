@@ -10,7 +10,7 @@ namespace {
 using testing::HasSubstr;
 
 class NexthopGroupTunnelMgrTest : public SwitchTest {
-  protected:
+protected:
    NexthopGroupTunnelMgr& mgr() { return sw().nexthopGroupTunnels(); }
    void set(std::string_view endpoint, std::string group, std::uint32_t metric = 0) {
       orv::nexthop_group_tunnel_t tunnel(prefix(endpoint), std::move(group));

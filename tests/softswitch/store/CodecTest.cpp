@@ -29,8 +29,9 @@ TEST(Codec, everythingComesBack) {
 }
 
 TEST(Codec, varintsComeBackAtTheirLimits) {
-   for (const std::uint64_t v : {std::uint64_t{0}, std::uint64_t{127}, std::uint64_t{128}, std::uint64_t{16383},
-                                 std::uint64_t{16384}, std::numeric_limits<std::uint64_t>::max()}) {
+   for (const std::uint64_t v :
+        {std::uint64_t{0}, std::uint64_t{127}, std::uint64_t{128}, std::uint64_t{16383}, std::uint64_t{16384},
+         std::numeric_limits<std::uint64_t>::max()}) {
       std::string bytes;
       Writer(bytes).varint(v);
       Reader in(bytes);

@@ -17,7 +17,7 @@ using testing::HasSubstr;
 namespace fs = std::filesystem;
 
 class StateDirectoryTest : public testing::Test {
-  protected:
+protected:
    StateDirectory open(std::string_view boot = "boot-1") {
       return StateDirectory(state(), boot, [this](std::string_view line) { log_.emplace_back(line); });
    }
@@ -174,7 +174,9 @@ TEST_F(StateDirectoryTest, aCleanStopIsTrustedAfterANewBoot) {
    EXPECT_TRUE(log_.empty());
 }
 
-TEST_F(StateDirectoryTest, theMachineHasABootId) { EXPECT_EQ(StateDirectory::machineBootId().size(), 36u); }
+TEST_F(StateDirectoryTest, theMachineHasABootId) {
+   EXPECT_EQ(StateDirectory::machineBootId().size(), 36u);
+}
 
 }  // namespace
 }  // namespace softswitch::store

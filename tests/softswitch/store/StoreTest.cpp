@@ -29,8 +29,10 @@ Rows rowsOf(const Store& store, Store::Database db) {
 }
 
 class StoreTest : public testing::Test {
-  protected:
-   StoreOptions options() const { return {.directory = state(), .stepBytes = 1 << 20, .bootId = "boot", .log = {}}; }
+protected:
+   StoreOptions options() const {
+      return {.directory = state(), .stepBytes = 1 << 20, .bootId = "boot", .log = {}};
+   }
    fs::path state() const { return directory_ / "state"; }
    fs::path dataFile() const { return state() / "data.mdb"; }
 
@@ -217,7 +219,8 @@ int onSmallDisk(const fs::path& mount, std::size_t bytes, Body body) {
       std::ofstream("/proc/self/setgroups") << "deny";
       std::ofstream("/proc/self/uid_map") << fmt::format("0 {} 1", uid);
       std::ofstream("/proc/self/gid_map") << fmt::format("0 {} 1", gid);
-      if (::mount("tmpfs", mount.c_str(), "tmpfs", 0, fmt::format("size={}", bytes).c_str()) != 0) ::_exit(77);
+      if (::mount("tmpfs", mount.c_str(), "tmpfs", 0, fmt::format("size={}", bytes).c_str()) != 0)
+         ::_exit(77);
       int result = 1;
       try {
          result = body();
@@ -232,12 +235,12 @@ int onSmallDisk(const fs::path& mount, std::size_t bytes, Body body) {
    return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
 }
 
-#define CHECK_IN_CHILD(condition)                                           \
-   do {                                                                     \
-      if (!(condition)) {                                                   \
+#define CHECK_IN_CHILD(condition)                                            \
+   do {                                                                      \
+      if (!(condition)) {                                                    \
          fmt::print(stderr, "{}: {} does not hold\n", __LINE__, #condition); \
-         return 1;                                                          \
-      }                                                                     \
+         return 1;                                                           \
+      }                                                                      \
    } while (false)
 
 TEST_F(StoreTest, aFullDiskRefusesTheWriteAndCanBeEmptied) {

@@ -95,10 +95,14 @@ void waitServing(Child& child, const std::string& socketPath, std::chrono::milli
 }
 
 std::string programPath(const std::string& name) {
-   const char* directory = std::getenv("ORV_BIN_DIR");
-   const auto path = directory && *directory
-                          ? std::filesystem::path(directory) / name
-                          : std::filesystem::read_symlink("/proc/self/exe").parent_path() / name;
+   std::filesystem::path path;
+   if (const char* directory = std::getenv("ORV_BIN_DIR"); directory && *directory) {
+      path = std::filesystem::path(directory) / name;
+   } else {
+      const auto own = std::filesystem::read_symlink("/proc/self/exe").parent_path();
+      path = own / name;
+      if (!std::filesystem::exists(path)) path = own.parent_path() / "bin" / name;
+   }
    if (!std::filesystem::exists(path)) throw std::runtime_error("no program " + path.string());
    return path;
 }

@@ -53,7 +53,8 @@ private:
 void waitServing(Child& child, const std::string& socketPath, std::chrono::milliseconds patience);
 
 // The program `name` in the directory that ORV_BIN_DIR names, or else beside the
-// running program. Throws std::runtime_error when it is not there.
+// running program, or else in the folder bin beside its folder, where the build
+// puts it. Throws std::runtime_error when it is not there.
 std::string programPath(const std::string& name);
 
 }  // namespace systest

@@ -1,0 +1,58 @@
+#include "softswitch/callbacks.h"
+
+#include <gtest/gtest.h>
+
+#include <stdexcept>
+#include <vector>
+
+#include "zelt/Anchors.h"
+
+namespace softswitch {
+namespace {
+
+class CallbacksTest : public testing::Test {
+protected:
+   void runLoop() {
+      const Zelt::ActivityLockAnchor lock;
+      while (scheduler_->hasReady())
+         scheduler_->runReady();
+   }
+
+   const Pavo::Ptr<Gorm::TaskScheduler> scheduler_ = Gorm::TaskSchedulerRoot::findOrCreateScheduler();
+   Callbacks callbacks_{scheduler_};
+   std::vector<int> called_;
+};
+
+TEST_F(CallbacksTest, callsComeLaterAndInOrder) {
+   for (int i = 0; i < 3; ++i)
+      callbacks_.post([this, i] { called_.push_back(i); });
+   EXPECT_TRUE(called_.empty());
+   runLoop();
+   EXPECT_EQ(called_, (std::vector<int>{0, 1, 2}));
+   runLoop();
+   EXPECT_EQ(called_.size(), 3u);
+}
+
+TEST_F(CallbacksTest, aCallMayPost) {
+   callbacks_.post([this] {
+      called_.push_back(1);
+      callbacks_.post([this] { called_.push_back(3); });
+   });
+   callbacks_.post([this] { called_.push_back(2); });
+   runLoop();
+   EXPECT_EQ(called_, (std::vector<int>{1, 2, 3}));
+}
+
+TEST_F(CallbacksTest, aCallThatThrowsDoesNotStrandTheOthers) {
+   callbacks_.post([] { throw std::runtime_error("no"); });
+   callbacks_.post([this] { called_.push_back(1); });
+   EXPECT_THROW(runLoop(), std::runtime_error);
+   runLoop();
+   EXPECT_EQ(called_, (std::vector<int>{1}));
+   callbacks_.post([this] { called_.push_back(2); });
+   runLoop();
+   EXPECT_EQ(called_.size(), 2u);
+}
+
+}  // namespace
+}  // namespace softswitch
