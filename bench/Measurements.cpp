@@ -73,16 +73,20 @@ Arguments with(Arguments arguments, std::initializer_list<std::string> more) {
    return arguments;
 }
 
-// Cost per route over the last bulks, where the table is full, over the cost
-// right after the first 10,000 routes.
+// Cost of a bulk where the table is full over the cost behind the first 10,000 routes. The cost is the median
+// gap between replies, so that a moment in which the machine did something else does not count.
 double flatness(const std::vector<std::uint64_t>& repliesAt) {
    constexpr std::size_t early = 10;
-   const std::size_t window = std::min<std::size_t>(20, (repliesAt.size() - early) / 2);
-   if (repliesAt.size() < early + 2) throw std::runtime_error("too few bulks for the flatness of the cost");
-   const auto spent = [&](std::size_t from) {
-      return static_cast<double>(repliesAt[from + window] - repliesAt[from]);
+   const std::size_t window = std::min<std::size_t>(50, repliesAt.size() / 4);
+   if (repliesAt.size() < 2 * early) throw std::runtime_error("too few bulks for the flatness of the cost");
+   const auto cost = [&](std::size_t from) {
+      std::vector<double> gaps;
+      for (std::size_t i = from; i < from + window; ++i) {
+         gaps.push_back(static_cast<double>(repliesAt[i] - repliesAt[i - 1]));
+      }
+      return median(std::move(gaps));
    };
-   return spent(repliesAt.size() - 1 - window) / spent(early - 1);
+   return cost(repliesAt.size() - window) / cost(early);
 }
 
 // Fills a daemon with the setup's groups and routes.
@@ -241,9 +245,9 @@ void measureRestart(const Setup& setup, Report& report) {
    const auto filled = settledResident(server.pid());
    auto& daemon = server.daemon();
 
-   const auto restart = [&daemon] {
+   const auto restart = [&server] {
       const auto start = Clock::now();
-      daemon.start();
+      server.start();
       return std::chrono::duration<double>(Clock::now() - start).count();
    };
    std::vector<double> afterKill;

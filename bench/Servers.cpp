@@ -6,18 +6,31 @@
 #include <sstream>
 #include <stdexcept>
 
+#include "Cores.h"
+
 namespace bench {
 
 using namespace std::chrono_literals;
 
 FloorServer::FloorServer(const std::string& program)
-     : child_({program, "--listen", address()}, directory_ / "floor.log") {
+     : child_([&] {
+          const OnCoresOf server(Side::server);
+          return systest::Child({program, "--listen", address()}, directory_ / "floor.log");
+       }()) {
    systest::waitServing(child_, directory_ / "rpc.sock", 10s);
 }
 
 FreshDaemon::FreshDaemon(const std::string& program, std::vector<std::string> extra)
      : daemon_(program, directory_.path(), std::move(extra)) {
-   daemon_.start();
+   start();
+}
+
+void FreshDaemon::start() {
+   {
+      const OnCoresOf server(Side::server);
+      daemon_.launch();
+   }
+   daemon_.waitServing();
 }
 
 FreshDaemon::~FreshDaemon() {
@@ -29,7 +42,10 @@ nlohmann::json runLoad(const std::string& program, const std::string& address,
    const systest::TempDir directory("orv-bench-load-");
    std::vector<std::string> argv = {program, "--target", address};
    argv.insert(argv.end(), arguments.begin(), arguments.end());
-   systest::Child child(std::move(argv), directory / "output");
+   auto child = [&] {
+      const OnCoresOf client(Side::client);
+      return systest::Child(std::move(argv), directory / "output");
+   }();
    const auto ending = child.wait();
    if (ending != systest::Ending{.exitCode = 0}) {
       throw std::runtime_error("the load client ended with " + to_string(ending) + ": " + child.log());

@@ -25,11 +25,14 @@ private:
    systest::Child child_;
 };
 
-// A daemon on an empty state directory.
+// A daemon that starts on an empty state directory.
 class FreshDaemon {
 public:
    explicit FreshDaemon(const std::string& program, std::vector<std::string> extra = {});
    ~FreshDaemon();
+   // Once more, on the state that is there, after the process has ended; returns
+   // as soon as an RPC was answered.
+   void start();
    std::string address() const { return daemon_.address(); }
    pid_t pid() { return daemon_.child().pid(); }
    systest::Daemon& daemon() { return daemon_; }

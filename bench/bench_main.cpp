@@ -6,6 +6,7 @@
 #include <functional>
 #include <thread>
 
+#include "Cores.h"
 #include "Daemon.h"
 #include "Measurements.h"
 #include "Report.h"
@@ -53,6 +54,7 @@ int main(int argc, char** argv) {
    std::vector<std::string> only;
    bool quick = false;
    bool check = false;
+   bool anyCore = false;
    app.add_option("--json", jsonFile, "Write the figures to this file, one JSON object");
    app.add_option("--rounds", setup.rounds, "Rounds per figure and server")->check(CLI::PositiveNumber);
    app.add_option("--seconds", setup.seconds, "Length of a timed round")->check(CLI::PositiveNumber);
@@ -63,6 +65,7 @@ int main(int argc, char** argv) {
         ->check(CLI::IsMember(names()));
    app.add_flag("--quick", quick,
                 "One short round with few routes: shows that everything runs, measures nothing");
+   app.add_flag("--any-core", anyCore, "Leave it to the scheduler where client and servers run");
    app.add_flag("--check", check, "End with 1 when a target is missed");
    CLI11_PARSE(app, argc, argv);
    if (quick) {
@@ -81,8 +84,12 @@ int main(int argc, char** argv) {
       setup.loadProgram = systest::programPath("bench_load");
       setup.hostProgram = systest::programPath("bench_host");
       if (quick) std::printf("A quick run: the figures below are no measurement.\n");
-      std::printf("%u cores; unix sockets; client, daemon and floor in processes of their own; %d rounds\n",
-                  std::thread::hardware_concurrency(), setup.rounds);
+      bench::OnCoresOf::enabledIs(!anyCore);
+      std::printf(
+           "%u cores, %s; unix sockets; client, daemon and floor in processes of their own; %d rounds\n",
+           std::thread::hardware_concurrency(),
+           anyCore ? "anybody anywhere" : "one for the client, the others for the server under test",
+           setup.rounds);
       bench::Report report;
       for (const auto& measurement : measurements()) {
          if (only.empty() || std::find(only.begin(), only.end(), measurement.name) != only.end()) {

@@ -11,6 +11,7 @@
 #include <thread>
 
 #include "OrvSdkRpc/server/Agent.h"
+#include "orvsdkrpcd/AcceptGuard.h"
 #include "orvsdkrpcd/ServerPlugins.h"
 #include "orvsdkrpcd/StopSignals.h"
 #include "orvsdkrpcd/SystemdNotify.h"
@@ -156,7 +157,7 @@ private:
 
 }  // namespace
 
-void raiseFileLimit() {
+void prepareFileLimit() {
    rlimit limit{};
    if (getrlimit(RLIMIT_NOFILE, &limit) != 0) return;
    if (limit.rlim_max < kLeastFiles) {
@@ -165,6 +166,7 @@ void raiseFileLimit() {
    }
    limit.rlim_cur = limit.rlim_max;
    setrlimit(RLIMIT_NOFILE, &limit);
+   guardAccept();
 }
 
 int serve(const Settings& settings, const Log& log) {

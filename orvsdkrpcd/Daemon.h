@@ -20,9 +20,9 @@ enum ExitCode : int {
 // Takes one line for the operator, from any thread.
 using Log = std::function<void(std::string_view)>;
 
-// Raises the limit of open files as far as it goes, since every client needs one. Throws UsageError where the
-// limit is too low to serve at all.
-void raiseFileLimit();
+// Raises the limit of open files as far as it goes, since every client needs one, and keeps the listeners
+// alive when it is reached. Throws UsageError where the limit is too low to serve at all.
+void prepareFileLimit();
 
 // Runs until TERM, INT or a failure. Called once, on the main thread, before there are others. Throws
 // UsageError when the state directory or the console's address cannot be used; returns an exit code

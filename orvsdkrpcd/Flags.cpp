@@ -29,7 +29,8 @@ void addFlags(CLI::App& app, Flags& flags) {
    app.add_option("--state-dir", flags.stateDir, "Directory of the switch's state; made where it is missing")
         ->type_name("DIR");
    app.add_flag("--bfd", flags.bfd, "Serve the programming API, which needs the BFD manager");
-   app.add_flag("--fib", flags.fib, "Serve the FIB API");
+   app.add_flag("--fib", flags.fib,
+                "Fetch the FIB manager for the FIB API, of which this build has no RPC yet");
    app.add_option("--console", flags.console, "Address of the console: unix:PATH or HOST:PORT [no console]")
         ->type_name("ADDRESS");
    app.add_option("--toggles", flags.toggles,

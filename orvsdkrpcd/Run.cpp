@@ -26,7 +26,7 @@ int run(const std::vector<std::string>& arguments) {
          return kStopped;
       }
       const Settings settings = checkFlags(*flags);
-      raiseFileLimit();
+      prepareFileLimit();
       return serve(settings, logLine);
    } catch (const UsageError& error) {
       logLine(error.what());

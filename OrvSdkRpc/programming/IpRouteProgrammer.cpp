@@ -49,7 +49,13 @@ int IpRouteProgrammer::addRibRoute(const pb::ip_route_msg& request, std::string&
    via.nexthop_group_is(request.nexthop_group_name());
    orv::sdk_scoped_lock lock;
    mgr_->ip_route_set(route, orv::ip_route_action_t::nexthop_group);
-   mgr_->ip_route_via_set(via);
+   try {
+      mgr_->ip_route_via_set(via);
+   } catch (const orv::error&) {
+      // A route whose only via was refused is not left behind without one.
+      if (!mgr_->exists(orv::ip_route_via_t(key))) mgr_->ip_route_del(key);
+      throw;
+   }
    return pb::RPC_STATUS_OK;
 }
 

@@ -176,6 +176,8 @@ void showOneGroup(const NexthopGroupMgr& groups, const std::string& name, Docume
       }
       document.row(row);
    }
+   // A second table without rows would only puzzle.
+   if (state.group.backup_nexthops().empty() && document.form() == Form::table) return;
    document.listing("backup_entries", columns);
    for (const auto& [slot, entry] : state.group.backup_nexthops())
       document.row(entryJson(slot, entry));

@@ -9,6 +9,7 @@
 #include "softswitch/console/show.h"
 #include "softswitch/forwarding/hardware.h"
 #include "softswitch/managers/acl_mgr.h"
+#include "softswitch/managers/agent_mgr.h"
 #include "softswitch/managers/bfd_session_mgr.h"
 #include "softswitch/managers/class_map_mgr.h"
 #include "softswitch/managers/intf_mgr.h"
@@ -138,6 +139,7 @@ void showCounters(SoftSwitch& target, Args& args, Document& document) {
                                 of("class maps", target.classMaps().maps()),
                                 of("policy maps", target.policyMaps().maps()),
                                 of("sbfd sessions", target.bfdSessions().sessions()),
+                                of("agent statuses", target.agent()),
                                 {"interfaces", target.intfs().size(), Topology::maxInterfaces}};
    });
    document.listing("tables", {{"Table", "table", 22}, {"Rows", "rows", 9}, {"Capacity", "capacity"}});

@@ -31,8 +31,8 @@ void Hardware::taskExecute() {
    if (!idle()) return;
    unscheduleTask();
    requested_ = worked;
-   // More will follow as a rule. To look again by itself, a little later, costs the main loop one wake-up for many
-   // requests, and those who request none.
+   // More follows as a rule. Looking again by itself spares the main loop, and the thread that requests, a
+   // wake-up per burst.
    if (worked) scheduleTaskLowestDelay(againNanos);
 }
 

@@ -2,7 +2,7 @@
 //
 // A manager that has something to hand over asks for it by request(); a task of the main loop then, a
 // millisecond later or when it gets its turn, lets each client do its work in small pieces, within the task's
-// quantum.
+// quantum. As long as there was something to do it comes again by itself, four milliseconds later.
 //
 // Thread-safety: guarded by the SDK's lock; the work happens on the main loop.
 #pragma once

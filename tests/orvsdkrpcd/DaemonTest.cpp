@@ -33,6 +33,7 @@ using systest::Daemon;
 using systest::Ending;
 using systest::TempDir;
 using test::daemonProgram;
+using test::Outcome;
 using test::runProgram;
 using testing::HasSubstr;
 using testing::StartsWith;
@@ -385,6 +386,41 @@ TEST_F(DaemonProgram, TheLeastDescriptorsAreEnoughToServe) {
    }
    systest::Child child({"/bin/bash", "-c", line}, directory_ / "log");
    systest::waitServing(child, directory_ / "rpc.sock", std::chrono::seconds(30));
+   child.signal(SIGTERM);
+   EXPECT_EQ(child.wait(), Ending{.exitCode = 0}) << child.log();
+}
+
+TEST_F(DaemonProgram, RunningOutOfDescriptorsIsNotForEver) {
+   std::string line = "ulimit -n 64; exec";
+   for (const auto& word : commandLine({"--bfd"}))
+      line += " '" + word + "'";
+   systest::Child child({"/bin/bash", "-c", line}, directory_ / "log");
+   const std::string path = directory_ / "rpc.sock";
+   systest::waitServing(child, path, std::chrono::seconds(30));
+
+   // More clients than descriptors. The last ones are accepted only to be closed, which they see as an end of
+   // input.
+   sockaddr_un address{};
+   address.sun_family = AF_UNIX;
+   std::memcpy(address.sun_path, path.c_str(), path.size() + 1);
+   std::vector<int> clients;
+   for (int i = 0; i < 80; ++i) {
+      clients.push_back(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+      ASSERT_EQ(connect(clients.back(), reinterpret_cast<sockaddr*>(&address), sizeof(address)), 0);
+   }
+   std::array<char, 4096> ignored{};
+   while (recv(clients.back(), ignored.data(), ignored.size(), 0) > 0) {
+   }
+   EXPECT_THAT(child.log(), HasSubstr("no file descriptor left, refusing new clients"));
+   for (const int fd : clients)
+      close(fd);
+
+   Outcome outcome;
+   do {
+      // The server takes a moment to see them gone.
+      outcome = runProgram({test::clientProgram(), "--target", "unix:" + path, "init"});
+   } while (outcome.ending == Ending{.exitCode = 3} && child.running());
+   EXPECT_EQ(outcome.ending, Ending{.exitCode = 0}) << outcome.text;
    child.signal(SIGTERM);
    EXPECT_EQ(child.wait(), Ending{.exitCode = 0}) << child.log();
 }

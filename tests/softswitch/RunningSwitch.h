@@ -3,7 +3,7 @@
 
 #include <functional>
 #include <future>
-#include <stdexcept>
+#include <optional>
 #include <string_view>
 #include <thread>
 #include <utility>
@@ -17,16 +17,18 @@ public:
    // Returns once the loop is about to run; throws what the switch's constructor throws.
    explicit RunningSwitch(Options options) {
       options.log = [](std::string_view) {};
-      std::promise<SoftSwitch*> made;
-      auto ready = made.get_future();
-      thread_ = std::thread([&made, given = std::move(options)]() mutable {
+      auto ready = made_.get_future();
+      thread_ = std::thread([this, given = std::move(options)]() mutable {
+         std::optional<SoftSwitch> sw;
          try {
-            SoftSwitch sw(std::move(given));
-            made.set_value(&sw);
-            sw.mainLoop();
+            sw.emplace(std::move(given));
          } catch (...) {
-            made.set_exception(std::current_exception());
+            made_.set_exception(std::current_exception());
+            return;
          }
+         made_.set_value(&*sw);
+         sw->mainLoop();
+         stopReturned_.get_future().wait();
       });
       try {
          switch_ = ready.get();
@@ -37,6 +39,8 @@ public:
    }
    ~RunningSwitch() {
       switch_->stop();
+      // Not before: stop() itself must not outlive the switch.
+      stopReturned_.set_value();
       thread_.join();
    }
    RunningSwitch(const RunningSwitch&) = delete;
@@ -47,6 +51,8 @@ public:
 
 private:
    SoftSwitch* switch_ = nullptr;
+   std::promise<SoftSwitch*> made_;
+   std::promise<void> stopReturned_;
    std::thread thread_;
 };
 

@@ -166,7 +166,7 @@ TEST_F(SoftSwitchTest, oneLockSpanIsOneTransaction) {
 }
 
 TEST_F(SoftSwitchTest, whileTheLoopRunsOthersProgram) {
-   Agent agent(sw());
+   auto agent = std::make_unique<Agent>(sw());
    std::thread controller([&] {
       for (int i = 0; i < 500; ++i) {
          if (i % 50 == 0) {
@@ -188,6 +188,7 @@ TEST_F(SoftSwitchTest, whileTheLoopRunsOthersProgram) {
    for (auto it = sw().fib().fib_route_iter(); it; ++it)
       ++inFib;
    EXPECT_EQ(inFib, 500u);
+   agent.reset();
    restart();
    EXPECT_EQ(sw().ipRoutes().size(), 500u);
 }

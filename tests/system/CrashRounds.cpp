@@ -213,8 +213,9 @@ std::size_t CrashRounds::settle(std::map<std::string, Value>& model, std::vector
    for (const auto& item : doubts) {
       const auto found = valueAt(seen, item.key);
       if (found != item.before && found != item.after) {
-         throw std::runtime_error(std::string(what) + " " + item.key + " is half there: " + shown(found) +
-                                  ", expected " + shown(item.before) + " or " + shown(item.after));
+         throw std::runtime_error(std::string(what) + " " + item.key +
+                                  (found ? " is half there: " : " is lost: ") + shown(found) + ", expected " +
+                                  shown(item.before) + " or " + shown(item.after));
       }
       if (item.before != item.after) {
          const bool isDone = found == item.after;

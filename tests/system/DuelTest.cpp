@@ -1,6 +1,6 @@
 // A daemon that is told to stop while it is at its busiest.
+#include <grpcpp/grpcpp.h>
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <atomic>
 #include <filesystem>

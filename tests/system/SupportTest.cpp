@@ -12,13 +12,14 @@ namespace systest {
 namespace {
 
 using namespace std::chrono_literals;
+namespace pb = OrvSdkRpc::pb;
 
 TEST(Child, TellsItsExitCode) {
    EXPECT_EQ(Child({"/bin/sh", "-c", "exit 7"}).wait(), (Ending{.exitCode = 7}));
 }
 
 TEST(Child, TellsTheSignalThatEndedIt) {
-   Child child({"/bin/sh", "-c", "read nothing"});
+   Child child({"/bin/cat", "/dev/zero"}, "/dev/null");
    child.kill();
    EXPECT_EQ(child.wait(), (Ending{.exitCode = -1, .signal = SIGKILL}));
 }

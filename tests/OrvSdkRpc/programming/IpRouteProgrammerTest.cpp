@@ -140,6 +140,24 @@ TEST_F(IpRouteProgrammerTest, anErrorOfTheSdkBecomesWords) {
    EXPECT_EQ(traces.count(response.debug_string()), 1U);
 }
 
+TEST_F(IpRouteProgrammerTest, aRouteWhoseOnlyViaIsRefusedIsTakenBack) {
+   contract_.init();
+   InSequence order;
+   EXPECT_CALL(mgr_, ip_route_set(_, Matcher<orv::ip_route_action_t>(_)));
+   EXPECT_CALL(mgr_, ip_route_via_set(_)).WillOnce(Throw(orv::invalid_argument_error("name too long")));
+   EXPECT_CALL(mgr_, exists(Matcher<const orv::ip_route_via_t&>(_))).WillOnce(Return(false));
+   EXPECT_CALL(mgr_, ip_route_del(_));
+   EXPECT_EQ(process(ipRoute(1, "g")).status(), pb::RPC_STATUS_ERROR);
+}
+
+TEST_F(IpRouteProgrammerTest, aRouteThatKeepsAnEarlierViaStaysWhenTheNewOneIsRefused) {
+   contract_.init();
+   EXPECT_CALL(mgr_, ip_route_via_set(_)).WillOnce(Throw(orv::invalid_argument_error("name too long")));
+   EXPECT_CALL(mgr_, exists(Matcher<const orv::ip_route_via_t&>(_))).WillOnce(Return(true));
+   EXPECT_CALL(mgr_, ip_route_del(_)).Times(0);
+   EXPECT_EQ(process(ipRoute(1, "g")).status(), pb::RPC_STATUS_ERROR);
+}
+
 TEST_F(IpRouteProgrammerTest, aBadPrefixIsAnErrorOfTheRequest) {
    contract_.init();
    expectNothingWritten();

@@ -52,7 +52,8 @@ TEST_F(CommandsTest, helpNamesEveryCommand) {
                                "set link NAME up|down"}) {
       EXPECT_THAT(text, HasSubstr(command));
    }
-   for (const auto& command : json("help")["commands"])
+   const auto commands = json("help")["commands"];
+   for (const auto& command : commands)
       EXPECT_NE(command["help"], "") << command;
 }
 

@@ -105,7 +105,7 @@ protected:
    bool inFib(std::string_view text) { return fib_->fib_route_exists(orv::fib_route_key_t(prefix(text))); }
 
    TempDir directory_;
-   const Limits limits_;
+   const Limits limits_{};
    const Topology topology_ = Topology::builtIn();
    Pavo::Ptr<Gorm::TaskScheduler> scheduler_ = Gorm::TaskSchedulerRoot::findOrCreateScheduler();
    store::Store store_{{.directory = directory_ / "state", .bootId = "boot", .log = {}}};

@@ -215,10 +215,14 @@ int onSmallDisk(const fs::path& mount, std::size_t bytes, Body body) {
    if (child == 0) {
       const auto uid = ::getuid();
       const auto gid = ::getgid();
-      if (::unshare(CLONE_NEWUSER | CLONE_NEWNS) != 0) ::_exit(77);
-      std::ofstream("/proc/self/setgroups") << "deny";
-      std::ofstream("/proc/self/uid_map") << fmt::format("0 {} 1", uid);
-      std::ofstream("/proc/self/gid_map") << fmt::format("0 {} 1", gid);
+      if (::unshare(CLONE_NEWUSER | CLONE_NEWNS) == 0) {
+         std::ofstream("/proc/self/setgroups") << "deny";
+         std::ofstream("/proc/self/uid_map") << fmt::format("0 {} 1", uid);
+         std::ofstream("/proc/self/gid_map") << fmt::format("0 {} 1", gid);
+      } else if (::unshare(CLONE_NEWNS) != 0 ||
+                 ::mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0) {
+         ::_exit(77);
+      }
       if (::mount("tmpfs", mount.c_str(), "tmpfs", 0, fmt::format("size={}", bytes).c_str()) != 0)
          ::_exit(77);
       int result = 1;

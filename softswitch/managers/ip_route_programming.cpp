@@ -1,0 +1,151 @@
+// The hardware stage of the IP routes: what hands rows to the forwarding plane and takes its answers.
+#include <algorithm>
+
+#include "softswitch/managers/ip_route_mgr.h"
+
+namespace softswitch {
+namespace {
+
+using Action = orv::ip_route_action_t;
+
+constexpr std::size_t rowsPerStep = 128;
+constexpr std::size_t sweptPerStep = 1024;
+
+}  // namespace
+
+void IpRouteMgr::hardwareStep(ForwardingPlane& plane) {
+   // Removals first: a route that was deleted and set again is a new one.
+   if (!removals_.empty()) {
+      for (std::size_t done = 0; done < rowsPerStep && removalsAt_ < removals_.size(); ++done) {
+         const auto gone = removals_[removalsAt_++];
+         plane.routeDel(gone.key);
+         if (observer_ != nullptr) observer_->routeGone(gone);
+      }
+      if (removalsAt_ == removals_.size()) {
+         removals_.clear();
+         if (removals_.capacity() > 65536) removals_.shrink_to_fit();
+         removalsAt_ = 0;
+      }
+      return;
+   }
+   if (pendingAt_ < pending_.size()) {
+      for (std::size_t done = 0; done < rowsPerStep && pendingAt_ < pending_.size(); ++done) {
+         auto& row = table_.at(pending_[pendingAt_++]);
+         row.queued = false;
+         if (row.sent) {
+            row.again = true;
+         } else if (row.alive()) {
+            program(plane, row);
+         } else {
+            table_.release(row);
+         }
+      }
+      flushBatch(plane);
+      if (pendingAt_ == pending_.size()) {
+         pending_.clear();
+         // A burst's memory is given back, a trickle's is kept.
+         if (pending_.capacity() > 65536) pending_.shrink_to_fit();
+         pendingAt_ = 0;
+      }
+      return;
+   }
+   if (sweeping_) sweepStep(plane);
+}
+
+// A route that has nothing to forward by is not programmed.
+void IpRouteMgr::program(ForwardingPlane& plane, RouteRow& row) {
+   const bool byVias = row.action == Action::forward || row.action == Action::nexthop_group;
+   if (byVias && !row.hasVias()) {
+      unprogram(plane, row);
+      return;
+   }
+   row.sent = true;
+   batch_.push_back({.token = row.index,
+                     .key = row.key,
+                     .action = row.action,
+                     .group = row.group,
+                     .vias = row.group == Names::none ? row.vias.get() : nullptr});
+}
+
+void IpRouteMgr::flushBatch(ForwardingPlane& plane) {
+   if (batch_.empty()) return;
+   plane.routesSet(batch_);
+   batch_.clear();
+}
+
+void IpRouteMgr::unprogram(ForwardingPlane& plane, RouteRow& row) {
+   if (!row.programmed) return;
+   row.programmed = false;
+   --programmed_;
+   plane.routeDel(row.key);
+   const GoneRoute gone{.key = row.key, .index = row.index, .forwarded = row.forwarded, .hops = true};
+   row.forwarded = false;
+   if (observer_ != nullptr) observer_->routeGone(gone);
+}
+
+void IpRouteMgr::routesAnswer(std::span<const RouteIndex> tokens, bool programmed) {
+   for (const auto token : tokens) {
+      auto& row = table_.at(token);
+      row.sent = false;
+      if (row.dead) {
+         if (!row.queued) table_.release(row);
+         continue;
+      }
+      if (row.again) {
+         row.again = false;
+         queue(row);
+      }
+      if (row.programmed != programmed) programmed_ += programmed ? 1 : std::size_t(-1);
+      row.programmed = programmed;
+      if (observer_ != nullptr) observer_->routeChanged(row);
+   }
+}
+
+void IpRouteMgr::groupProgrammed(NameId id, bool fresh) {
+   if (fresh && groupNames_.references(id) > 1) sweepGroup(id);
+}
+
+void IpRouteMgr::groupGone(NameId id) {
+   if (groupNames_.references(id) > 0) sweepGroup(id);
+}
+
+// Besides the group itself, who holds a reference to its name is a route.
+void IpRouteMgr::sweepGroup(NameId id) {
+   if (id >= sweepGroups_.size()) sweepGroups_.resize(id + 1);
+   sweepGroups_[id] = true;
+   sweepAnyGroup_ = true;
+   startSweep();
+}
+
+void IpRouteMgr::on_oper_status(const orv::intf_id_t&, orv::oper_status_t) {
+   if (table_.rowsWithHops() == 0) return;
+   sweepHops_ = true;
+   startSweep();
+}
+
+void IpRouteMgr::startSweep() {
+   sweeping_ = true;
+   sweepAt_ = 0;
+   hardware_.request();
+}
+
+void IpRouteMgr::sweepStep(ForwardingPlane& plane) {
+   const RouteIndex end = std::min<RouteIndex>(table_.bound(), sweepAt_ + sweptPerStep);
+   while (sweepAt_ < end && batch_.size() < rowsPerStep) {
+      auto& row = table_.at(sweepAt_++);
+      if (!row.alive() || row.queued || row.sent) continue;
+      if (!row.programmed) {
+         program(plane, row);
+      } else if (observer_ != nullptr &&
+                 ((sweepAnyGroup_ && row.group < sweepGroups_.size() && sweepGroups_[row.group]) ||
+                  (sweepHops_ && row.hasHops()))) {
+         observer_->wayOutChanged(row);
+      }
+   }
+   flushBatch(plane);
+   if (sweepAt_ < table_.bound()) return;
+   sweeping_ = sweepHops_ = sweepAnyGroup_ = false;
+   sweepGroups_.clear();
+}
+
+}  // namespace softswitch

@@ -1,0 +1,52 @@
+// A short run of the benchmark: that it runs to its end and tells every figure.
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <nlohmann/json.hpp>
+
+#include "Child.h"
+#include "Daemon.h"
+#include "TempDir.h"
+
+namespace systest {
+namespace {
+
+TEST(Bench, AQuickRunTellsEveryFigure) {
+   const TempDir directory("orv-bench-test-");
+   Child bench({programPath("orv_bench"), "--quick", "--json", directory / "figures"}, directory / "log");
+   ASSERT_EQ(bench.wait(), (Ending{.exitCode = 0})) << bench.log();
+   const auto figures = nlohmann::json::parse(std::ifstream(directory / "figures"));
+
+   for (const auto* key :
+        {"unary_ip_route_64", "unary_ip_route_1", "bulk_ip_route_1000", "bulk_nexthop_group_1000"}) {
+      ASSERT_TRUE(figures.contains(key)) << key;
+      const auto& figure = figures.at(key);
+      EXPECT_EQ(figure.size(), 4u) << key;
+      const double ours = figure.at("ours");
+      const double floor = figure.at("floor");
+      EXPECT_GT(ours, 0) << key;
+      EXPECT_GT(floor, 0) << key;
+      EXPECT_DOUBLE_EQ(figure.at("ratio"), ours / floor) << key;
+      EXPECT_TRUE(figure.at("unit").is_string()) << key;
+   }
+   for (const auto* key :
+        {"ping_under_load_ms", "restart_1m_routes_s", "rss_1m_routes_mib", "scale_flatness"}) {
+      ASSERT_TRUE(figures.contains(key)) << key;
+      const auto& figure = figures.at(key);
+      EXPECT_EQ(figure.size(), 4u) << key;
+      EXPECT_GT(figure.at("ours"), 0) << key;
+      EXPECT_TRUE(figure.at("floor").is_null()) << key;
+      EXPECT_TRUE(figure.at("ratio").is_null()) << key;
+      EXPECT_TRUE(figure.at("unit").is_string()) << key;
+   }
+}
+
+TEST(Bench, AWrongValueIsRefused) {
+   const TempDir directory("orv-bench-test-");
+   Child bench({programPath("orv_bench"), "--routes", "1500"}, directory / "log");
+   EXPECT_EQ(bench.wait(), (Ending{.exitCode = 2}));
+   EXPECT_NE(bench.log().find("--routes 1500"), std::string::npos) << bench.log();
+}
+
+}  // namespace
+}  // namespace systest
