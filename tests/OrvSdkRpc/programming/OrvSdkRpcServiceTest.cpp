@@ -39,6 +39,12 @@ class OrvSdkRpcServiceTest : public testing::Test {
 protected:
    using Stub = pb::orvsdk_service::Stub;
 
+   // The mocks' behaviour is set before: the pump reads it without a lock.
+   void start() {
+      running_ = std::make_unique<fixture::RunningServer>(serviceOn(host_));
+      stub_ = running_->stub<pb::orvsdk_service>();
+   }
+
    void init() {
       grpc::ClientContext context;
       pb::rpc_server_init_status_msg response;
@@ -57,8 +63,8 @@ protected:
 
    const std::uint64_t handlersBefore_ = liveHandlers();
    fixture::AgentHost host_;
-   fixture::RunningServer running_{serviceOn(host_)};
-   std::unique_ptr<Stub> stub_ = running_.stub<pb::orvsdk_service>();
+   std::unique_ptr<fixture::RunningServer> running_;
+   std::unique_ptr<Stub> stub_;
 };
 
 // A watch through the callback interface, so that one thread may hold hundreds.
@@ -103,9 +109,10 @@ private:
 using Alive = HeldStream<pb::rpc_server_alive_msg>;
 
 TEST_F(OrvSdkRpcServiceTest, everyRpcWaitsForItsCall) {
+   start();
    EXPECT_EQ(liveHandlers() - handlersBefore_, rpcs);
    // The two streams have a done tag beside their main tag.
-   EXPECT_EQ(running_.server().tags().size(), rpcs + 2);
+   EXPECT_EQ(running_->server().tags().size(), rpcs + 2);
 }
 
 TEST_F(OrvSdkRpcServiceTest, programsARouteFromTheWireToTheSdk) {
@@ -114,6 +121,7 @@ TEST_F(OrvSdkRpcServiceTest, programsARouteFromTheWireToTheSdk) {
       EXPECT_EQ(via.nexthop_group(), "g");
       ++written;
    });
+   start();
    EXPECT_EQ(call(&Stub::ip_route, ipRoute(1, "g")).status(), pb::RPC_STATUS_NOT_INITIALIZED);
    init();
    EXPECT_EQ(call(&Stub::ip_route, ipRoute(1, "g")).status(), pb::RPC_STATUS_OK);
@@ -121,6 +129,7 @@ TEST_F(OrvSdkRpcServiceTest, programsARouteFromTheWireToTheSdk) {
 }
 
 TEST_F(OrvSdkRpcServiceTest, aRefusalHasGrpcStatusOk) {
+   start();
    init();
    EXPECT_EQ(call(&Stub::nexthop_group, pb::nexthop_group_msg()).status(), pb::RPC_STATUS_ERROR);
    EXPECT_EQ(call(&Stub::ip_route, ipRoute(1, "")).status(), pb::RPC_STATUS_NOT_FOUND);
@@ -128,6 +137,7 @@ TEST_F(OrvSdkRpcServiceTest, aRefusalHasGrpcStatusOk) {
 
 TEST_F(OrvSdkRpcServiceTest, theStateIsReadableBeforeInit) {
    ON_CALL(host_.agentMgr, status("k")).WillByDefault(testing::Return("v"));
+   start();
    pb::rpc_server_state_status_msg request;
    request.add_key_value_pairs()->set_key("k");
    const auto pairs = call(&Stub::get_rpc_server_state, request);
@@ -140,6 +150,7 @@ TEST_F(OrvSdkRpcServiceTest, theStateIsReadableBeforeInit) {
 }
 
 TEST_F(OrvSdkRpcServiceTest, resyncNeedsNoInit) {
+   start();
    pb::rpc_server_resync_msg request;
    request.set_resync_phase(pb::rpc_server_resync_msg::RESYNC_START);
    EXPECT_EQ(call(&Stub::rpc_server_resync, request).status(), pb::RPC_STATUS_OK);
@@ -149,6 +160,7 @@ TEST_F(OrvSdkRpcServiceTest, resyncNeedsNoInit) {
 }
 
 TEST_F(OrvSdkRpcServiceTest, aBulkHasAnEntryPerItem) {
+   start();
    init();
    pb::ip_route_bulk_msg routes;
    for (int i = 0; i < 250; ++i)
@@ -169,6 +181,7 @@ TEST_F(OrvSdkRpcServiceTest, aBulkHasAnEntryPerItem) {
 }
 
 TEST_F(OrvSdkRpcServiceTest, whatThisBuildDoesNotProgramIsRefusedInWords) {
+   start();
    const auto expect = [](const pb::rpc_status_msg& status, const std::string& request) {
       EXPECT_EQ(status.status(), pb::RPC_STATUS_ERROR);
       EXPECT_EQ(status.debug_string(), "Error: not available in this build, request " + request);
@@ -200,6 +213,7 @@ TEST_F(OrvSdkRpcServiceTest, whatThisBuildDoesNotProgramIsRefusedInWords) {
 }
 
 TEST_F(OrvSdkRpcServiceTest, theStreamOfSessionUpdatesEndsInWordsInsteadOfSilence) {
+   start();
    for (int round = 0; round < 3; ++round) {
       grpc::ClientContext context;
       pb::watch_sbfd_echo_session_config_msg request;
@@ -213,10 +227,11 @@ TEST_F(OrvSdkRpcServiceTest, theStreamOfSessionUpdatesEndsInWordsInsteadOfSilenc
                 "Error: not available in this build, request send_initial_message: true");
    }
    EXPECT_TRUE(eventually([] { return liveHandlers("SbfdEchoUpdatesHandler") == 1; }));
-   EXPECT_TRUE(eventually([&] { return running_.server().tags().size() == rpcs + 2; }));
+   EXPECT_TRUE(eventually([&] { return running_->server().tags().size() == rpcs + 2; }));
 }
 
 TEST_F(OrvSdkRpcServiceTest, theAliveWatchSaysNothingAndEndsWithTheServer) {
+   start();
    const pb::rpc_server_alive_msg request;
    Alive watch;
    stub_->async()->watch_rpc_server_alive(&watch.context, &request, &watch);
@@ -225,12 +240,13 @@ TEST_F(OrvSdkRpcServiceTest, theAliveWatchSaysNothingAndEndsWithTheServer) {
    init();
    EXPECT_FALSE(watch.done());
    EXPECT_EQ(watch.received, 0);
-   running_.stop();
+   running_->stop();
    EXPECT_FALSE(watch.await().ok());
    EXPECT_EQ(watch.received, 0);
 }
 
 TEST_F(OrvSdkRpcServiceTest, anAliveWatchWhoseClientLeavesIsFreedAtOnce) {
+   start();
    const pb::rpc_server_alive_msg request;
    Alive watches[3];
    for (Alive& watch : watches) {
@@ -245,20 +261,25 @@ TEST_F(OrvSdkRpcServiceTest, anAliveWatchWhoseClientLeavesIsFreedAtOnce) {
    for (Alive& watch : watches)
       watch.context.TryCancel();
    EXPECT_TRUE(eventually([] { return liveHandlers(aliveType) == 1; }));
-   EXPECT_TRUE(eventually([&] { return running_.server().tags().size() == rpcs + 2; }));
+   EXPECT_TRUE(eventually([&] { return running_->server().tags().size() == rpcs + 2; }));
    for (Alive& watch : watches)
       watch.await();
 }
 
 TEST_F(OrvSdkRpcServiceTest, stopUnderLoadIsPromptAndLeavesNothing) {
    constexpr std::size_t count = 200;
+   std::atomic<bool> entered{false};
+   ON_CALL(host_.ipRouteMgr, ip_route_via_set(testing::_)).WillByDefault([&](const auto&) {
+      entered = true;
+   });
+   start();
    init();
    const pb::rpc_server_alive_msg aliveRequest;
    std::vector<std::unique_ptr<Alive>> watches;
    // Several connections, as several controllers have them.
    std::vector<std::unique_ptr<Stub>> stubs;
    for (int i = 0; i < 4; ++i)
-      stubs.push_back(running_.stub<pb::orvsdk_service>());
+      stubs.push_back(running_->stub<pb::orvsdk_service>());
    for (std::size_t i = 0; i < count; ++i) {
       watches.push_back(std::make_unique<Alive>());
       stubs[i % stubs.size()]->async()->watch_rpc_server_alive(&watches.back()->context, &aliveRequest,
@@ -274,10 +295,6 @@ TEST_F(OrvSdkRpcServiceTest, stopUnderLoadIsPromptAndLeavesNothing) {
    std::vector<std::unique_ptr<Call>> calls;
    std::atomic<std::size_t> ended{0};
    const auto request = ipRoute(1, "g");
-   std::atomic<bool> entered{false};
-   ON_CALL(host_.ipRouteMgr, ip_route_via_set(testing::_)).WillByDefault([&](const auto&) {
-      entered = true;
-   });
    std::chrono::steady_clock::time_point begin;
    {
       // The thread that stops a server holds the SDK's lock, and the pump waits for it in a call.
@@ -290,12 +307,12 @@ TEST_F(OrvSdkRpcServiceTest, stopUnderLoadIsPromptAndLeavesNothing) {
       // One call has reached its handler, so its successor is there.
       ASSERT_TRUE(eventually([] { return liveHandlers("ip_route_msg") == 2; }));
       begin = std::chrono::steady_clock::now();
-      running_.server().stop();
+      running_->server().stop();
    }
-   running_.stop();
+   running_->stop();
    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(2));
    EXPECT_TRUE(entered);
-   EXPECT_EQ(running_.server().tags().size(), 0U);
+   EXPECT_EQ(running_->server().tags().size(), 0U);
    EXPECT_EQ(liveHandlers(), handlersBefore_);
    for (auto& watch : watches)
       EXPECT_FALSE(watch->await().ok());
@@ -303,13 +320,14 @@ TEST_F(OrvSdkRpcServiceTest, stopUnderLoadIsPromptAndLeavesNothing) {
 }
 
 TEST_F(OrvSdkRpcServiceTest, stopWhileCallsKeepComing) {
+   start();
    init();
    std::atomic<bool> over{false};
    std::vector<std::thread> clients;
    std::atomic<int> served{0};
    for (int i = 0; i < 4; ++i) {
       clients.emplace_back([&] {
-         const auto stub = running_.stub<pb::orvsdk_service>();
+         const auto stub = running_->stub<pb::orvsdk_service>();
          pb::ip_route_bulk_msg request;
          for (int r = 0; r < 100; ++r)
             *request.add_bulk() = ipRoute(r, "g");
@@ -325,7 +343,7 @@ TEST_F(OrvSdkRpcServiceTest, stopWhileCallsKeepComing) {
       });
    }
    ASSERT_TRUE(eventually([&] { return served > 20; }));
-   running_.stop();
+   running_->stop();
    EXPECT_EQ(liveHandlers(), handlersBefore_);
    over = true;
    for (auto& client : clients)
