@@ -1,8 +1,10 @@
 #include "orvsdkrpcd/Daemon.h"
 
+#include <fmt/ranges.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <csignal>
 #include <cstring>
@@ -27,12 +29,21 @@ namespace {
 // State, lock, console, gRPC's own and a handful of clients.
 constexpr rlim_t kLeastFiles = 64;
 
+std::vector<std::string> texts(const std::vector<ListenAddress>& addresses) {
+   std::vector<std::string> texts;
+   for (const ListenAddress& address : addresses)
+      texts.push_back(address.text);
+   return texts;
+}
+
 // The agent, with a word to the daemon once the SDK has initialised it.
 class HostedAgent final : public OrvSdkRpc::Agent {
 public:
    HostedAgent(orv::sdk& sdk, const Settings& settings, std::function<void()> onInitialized)
-        : Agent(sdk, settings.listen.text, settings.bfd, settings.fib),
-          onInitialized_(std::move(onInitialized)) {}
+        : Agent(sdk, settings.listen.front().text, settings.bfd, settings.fib),
+          onInitialized_(std::move(onInitialized)) {
+      configurationIs({.addresses = texts(settings.listen)});
+   }
 
    void on_initialized() override {
       Agent::on_initialized();
@@ -89,14 +100,23 @@ private:
 };
 
 // Whoever wrote the lock file beside a unix socket; empty when nobody is named.
-std::string lockOwner(const ListenAddress& listen) {
+std::string lockOwner(const std::string& socketPath) {
    std::string owner;
-   if (!listen.socketPath.empty()) std::getline(std::ifstream(listen.socketPath + ".lock"), owner);
+   std::getline(std::ifstream(socketPath + ".lock"), owner);
    return owner.find_first_not_of("0123456789") == std::string::npos ? owner : std::string();
 }
 
-bool fileExists(const std::string& path) {
-   return access(path.c_str(), F_OK) == 0;
+// Why the agent found an address to be in use.
+std::string whyBusy(const ListenAddress& listen) {
+   std::string expected = "an address that is not in use";
+   if (!listen.socketPath.empty()) {
+      if (access((listen.socketPath + ".lock").c_str(), F_OK) != 0) {
+         expected = "a place where a lock file can be made";
+      } else if (const std::string owner = lockOwner(listen.socketPath); !owner.empty()) {
+         expected += fmt::format(": process {} has it", owner);
+      }
+   }
+   return fmt::format("--listen is '{}', expected {}", listen.text, expected);
 }
 
 // Waits, on a thread of its own, for the server to take calls or to fail.
@@ -121,21 +141,22 @@ public:
 private:
    void watch(OrvSdkRpc::Agent& agent) {
       if (agent.waitUntilServing()) {
-         log_(fmt::format("serving on {}", settings_.listen.text));
+         for (const ListenAddress& listen : settings_.listen) {
+            const auto& served = agent.addresses();
+            if (std::find(served.begin(), served.end(), listen.text) == served.end()) log_(whyBusy(listen));
+         }
+         log_(fmt::format("serving on {}", fmt::join(agent.addresses(), ", ")));
          notifyServiceManager("READY=1");
          return;
       }
       if (stopping_) return;
-      if (agent.addresses().empty() && !settings_.listen.socketPath.empty() &&
-          !fileExists(settings_.listen.socketPath + ".lock")) {
-         log_(fmt::format("--listen is '{}', expected a place where a lock file can be made",
-                          settings_.listen.text));
-      } else if (agent.addresses().empty()) {
-         const std::string owner = lockOwner(settings_.listen);
-         log_(fmt::format("--listen is '{}', expected an address that is not in use{}", settings_.listen.text,
-                          owner.empty() ? "" : ": process " + owner + " has it"));
+      if (agent.addresses().empty()) {
+         for (const ListenAddress& listen : settings_.listen)
+            log_(whyBusy(listen));
       } else {
-         log_(fmt::format("--listen is '{}', expected an address that can be bound", settings_.listen.text));
+         log_(fmt::format("--listen is '{}', expected {}", fmt::join(agent.addresses(), ", "),
+                          agent.addresses().size() == 1 ? "an address that can be bound"
+                                                        : "addresses that can all be bound"));
       }
       if (settings_.stay) {
          log_("nothing is served; staying up without a server, as --stay asks");

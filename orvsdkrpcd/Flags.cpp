@@ -15,7 +15,7 @@ constexpr const char* kFooter =
      "\n"
      "Exit codes:\n"
      "  0  stopped in order\n"
-     "  1  nothing could be served (the address is in use, or cannot be bound), or the switch failed\n"
+     "  1  nothing could be served (every address is in use, or one cannot be bound), or the switch failed\n"
      "  2  a flag, the config file, or the state directory cannot be used; nothing was changed\n"
      "\n"
      "Example:\n"
@@ -24,8 +24,8 @@ constexpr const char* kFooter =
 
 void addFlags(CLI::App& app, Flags& flags) {
    app.add_option("--listen", flags.listen,
-                  "Address of the gRPC server, exactly one: unix:PATH, unix-abstract:NAME or IPV4:PORT")
-        ->type_name("ADDRESS");
+                  "Addresses of the gRPC server: unix:PATH (one at most), unix-abstract:NAME or IPV4:PORT")
+        ->type_name("ADDRESS…");
    app.add_option("--state-dir", flags.stateDir, "Directory of the switch's state; made where it is missing")
         ->type_name("DIR");
    app.add_flag("--bfd", flags.bfd, "Serve the programming API, which needs the BFD manager");
@@ -47,7 +47,7 @@ void addFlags(CLI::App& app, Flags& flags) {
         ->capture_default_str()
         ->type_name("lazy|sync");
    app.add_flag("--stay", flags.stay,
-                "Stay up without a server when the address is in use, instead of ending");
+                "Stay up without a server when every address is in use, instead of ending");
    app.set_config("--config", "", "File with the same names")->type_name("FILE");
    app.allow_config_extras(CLI::config_extras_mode::error);
 }

@@ -3,6 +3,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
@@ -40,16 +41,44 @@ std::string checkStateDir(const std::string& value) {
    return value;
 }
 
+std::vector<ListenAddress> checkListen(const std::vector<std::string>& values) {
+   if (values.empty()) refuse("--listen", "", "unix:PATH, unix-abstract:NAME or IPV4:PORT");
+   std::vector<ListenAddress> addresses;
+   bool hasSocket = false;
+   for (const std::string& value : values) {
+      ListenAddress address = parseListenAddress("--listen", value);
+      const auto same = [&](const ListenAddress& other) { return other.text == address.text; };
+      if (std::any_of(addresses.begin(), addresses.end(), same))
+         refuse("--listen", value, "each address once");
+      if (!address.socketPath.empty()) {
+         // The agent guards one socket with a lock file and cleans it up.
+         if (hasSocket)
+            refuse("--listen", value, "one unix path at most, beside any number of other addresses");
+         hasSocket = true;
+         requireSocketPlace("--listen", value, address.socketPath);
+         struct stat info {};
+         if (lstat((address.socketPath + ".lock").c_str(), &info) == 0 && !S_ISREG(info.st_mode)) {
+            refuse("--listen", value,
+                   fmt::format("a lock file at '{}.lock', and there is something else", address.socketPath));
+         }
+      }
+      addresses.push_back(std::move(address));
+   }
+   return addresses;
+}
+
 std::optional<softswitch::console::Address> checkConsole(const std::string& value,
-                                                         const ListenAddress& listen) {
+                                                         const std::vector<ListenAddress>& listen) {
    if (value.empty()) return std::nullopt;
    try {
       auto address = softswitch::console::Address::parse(value);
       if (!address.isUnix()) return address;
       address.path = fs::absolute(address.path).string();
       requireSocketPlace("--console", value, address.path);
-      if (address.path == listen.socketPath || address.path == listen.socketPath + ".lock") {
-         refuse("--console", value, "another path than the server's socket and its lock file");
+      for (const ListenAddress& server : listen) {
+         if (address.path == server.socketPath || address.path == server.socketPath + ".lock") {
+            refuse("--console", value, "another path than the server's socket and its lock file");
+         }
       }
       return address;
    } catch (const std::invalid_argument& error) {
@@ -64,17 +93,7 @@ Settings checkFlags(const Flags& flags) {
    settings.bfd = flags.bfd;
    settings.fib = flags.fib;
    settings.stay = flags.stay;
-   if (flags.listen.empty()) refuse("--listen", "", "unix:PATH, unix-abstract:NAME or IPV4:PORT");
-   settings.listen = parseListenAddress("--listen", flags.listen);
-   if (!settings.listen.socketPath.empty()) {
-      requireSocketPlace("--listen", flags.listen, settings.listen.socketPath);
-      struct stat info {};
-      if (lstat((settings.listen.socketPath + ".lock").c_str(), &info) == 0 && !S_ISREG(info.st_mode)) {
-         refuse("--listen", flags.listen,
-                fmt::format("a lock file at '{}.lock', and there is something else",
-                            settings.listen.socketPath));
-      }
-   }
+   settings.listen = checkListen(flags.listen);
    settings.stateDir = checkStateDir(flags.stateDir);
    settings.console = checkConsole(flags.console, settings.listen);
    if (flags.durability == "sync") {

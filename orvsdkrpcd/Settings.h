@@ -15,7 +15,7 @@ namespace orvsdkrpcd {
 
 // As written by the operator.
 struct Flags {
-   std::string listen;
+   std::vector<std::string> listen;
    std::string stateDir;
    bool bfd = false;
    bool fib = false;
@@ -29,7 +29,8 @@ struct Flags {
 
 // As understood.
 struct Settings {
-   ListenAddress listen;
+   // At least one; a unix path at most once.
+   std::vector<ListenAddress> listen;
    std::string stateDir;
    bool bfd = false;
    bool fib = false;

@@ -48,15 +48,32 @@ int IpRouteProgrammer::addRibRoute(const pb::ip_route_msg& request, std::string&
    }
    via.nexthop_group_is(request.nexthop_group_name());
    orv::sdk_scoped_lock lock;
+   std::optional<orv::ip_route_t> before;
+   if (mgr_->exists(key)) before = mgr_->ip_route(key);
    mgr_->ip_route_set(route, orv::ip_route_action_t::nexthop_group);
    try {
       mgr_->ip_route_via_set(via);
    } catch (const orv::error&) {
-      // A route whose only via was refused is not left behind without one.
-      if (!mgr_->exists(orv::ip_route_via_t(key))) mgr_->ip_route_del(key);
+      takeBack(key, before);
       throw;
    }
    return pb::RPC_STATUS_OK;
+}
+
+// A route whose via was refused is again what it was. The controller hears of that refusal, whatever else
+// goes wrong here.
+void IpRouteProgrammer::takeBack(const orv::ip_route_key_t& key,
+                                 const std::optional<orv::ip_route_t>& before) {
+   try {
+      if (before) {
+         mgr_->ip_route_set(*before, orv::ip_route_action_t::nexthop_group);
+      } else {
+         mgr_->ip_route_del(key);
+      }
+   } catch (const orv::error& e) {
+      orv::fmttrace(programmingTracer(), 0, "Error: ip route {} cannot be taken back, exception {}",
+                    key.prefix(), e.what());
+   }
 }
 
 int IpRouteProgrammer::delRibRoute(const pb::ip_route_msg& request, std::string&) {

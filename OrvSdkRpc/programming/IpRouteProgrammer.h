@@ -7,13 +7,16 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 
 #include "OrvSdkRpcProtos/orvsdk.pb.h"
 
 namespace orv {
 class ip_route_mgr;
-}
+class ip_route_key_t;
+class ip_route_t;
+}  // namespace orv
 
 namespace OrvSdkRpc {
 
@@ -35,6 +38,8 @@ public:
    int delRibRoute(const pb::ip_route_msg& request, std::string& errorText);
 
 private:
+   void takeBack(const orv::ip_route_key_t& key, const std::optional<orv::ip_route_t>& before);
+
    const ClientInit& client_;
    orv::ip_route_mgr* const mgr_;
    std::uint32_t tag_ = 0;

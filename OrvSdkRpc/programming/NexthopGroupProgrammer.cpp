@@ -43,26 +43,43 @@ orv::nexthop_group_entry_t convertEntry(const pb::nexthop_msg& nexthop) {
    entry.mpls_action_is(convertAction(nexthop));
    entry.nexthop_is(ipAddressToIpAddr(nexthop.address()));
    entry.intf_is(orv::intf_id_t(nexthop.intf()));
-   if (nexthop.has_sbfd_session()) entry.sbfd_session_key_is(convertMsg(nexthop.sbfd_session()));
+   entry.sbfd_session_key_is(convertMsg(nexthop.sbfd_session()));
    return entry;
 }
 
-// Calls set(slot, entry) for each slot that the nexthops fill, in order. The slot is 16 bits wide and wraps.
+// Calls set(slot, entry) for the slots from position `from` to `to`, not including it, of all that the
+// nexthops fill one after the other.
 template <class Nexthops, class Set>
-void fillSlots(const Nexthops& nexthops, Set&& set) {
-   // A nexthop that goes round more than once overwrites itself: one round leaves the same.
-   constexpr std::uint32_t allSlots = 65536;
-   std::uint16_t slot = 0;
+void fillSlots(const Nexthops& nexthops, std::uint64_t from, std::uint64_t to, Set& set) {
+   std::uint64_t end = 0;
    for (const pb::nexthop_msg& nexthop : nexthops) {
       orv::nexthop_group_entry_t entry = convertEntry(nexthop);
-      const std::uint32_t weight = nexthop.weight();
-      if (weight == 0) continue;
-      const std::uint32_t writes = std::min(weight, allSlots);
-      for (std::uint32_t i = 0; i + 1 < writes; ++i)
-         set(static_cast<std::uint16_t>(slot + i), entry);
-      set(static_cast<std::uint16_t>(slot + writes - 1), std::move(entry));
-      slot = static_cast<std::uint16_t>(slot + weight);
+      std::uint64_t position = std::max(end, from);
+      end += nexthop.weight();
+      const std::uint64_t stop = std::min(end, to);
+      if (position >= stop) continue;
+      for (; position + 1 < stop; ++position)
+         set(static_cast<std::uint16_t>(position), entry);
+      set(static_cast<std::uint16_t>(position), std::move(entry));
    }
+}
+
+// Calls set(slot, entry) for each slot that the nexthops fill. The slot is 16 bits wide and wraps, and the
+// last entry of a slot stays: so what lies further than one round before the end need not be written, or a
+// short message could keep the switch busy for hours.
+template <class Nexthops, class Set>
+void fillSlots(const Nexthops& nexthops, Set set) {
+   constexpr std::uint64_t round = 65536;
+   std::uint64_t total = 0;
+   for (const pb::nexthop_msg& nexthop : nexthops)
+      total += nexthop.weight();
+   if (total <= round) {
+      fillSlots(nexthops, 0, total, set);
+      return;
+   }
+   const std::uint64_t slotZero = (total - 1) / round * round;
+   fillSlots(nexthops, slotZero, total, set);
+   fillSlots(nexthops, total - round, slotZero, set);
 }
 
 bool backupNexthopsEnabled() {

@@ -56,8 +56,9 @@ void Agent::configurationIs(HostConfiguration configuration) {
    sslProfileState_ = configuration.sslProfileState;
    credentials_ = std::move(configuration.credentials);
    accountingEnabled_ = configuration.accountingEnabled;
-   allowInsecureRemote_ = configuration.allowInsecureRemote;
-   trustedServer_ = configuration.trustedServer;
+   // The address form trusts whoever reaches its address.
+   allowInsecureRemote_ = internalServer_ || configuration.allowInsecureRemote;
+   trustedServer_ = internalServer_ || configuration.trustedServer;
 }
 
 void Agent::on_initialized() {
@@ -89,6 +90,10 @@ void Agent::on_initialized() {
       if (!credentialsAreGood()) return;
       if (!credentials_ && sslProfileState_ == SslProfileState::NotConfigured) {
          credentials_ = grpc::InsecureServerCredentials();
+      }
+      if (!credentials_) {
+         orv::fmttrace(agentTracer(), 0, "No credentials for SSL profile: {}", sslProfile_);
+         return;
       }
    }
    server_ = std::make_unique<GrpcServer>(std::move(properties), std::move(services_),

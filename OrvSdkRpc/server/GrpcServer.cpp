@@ -150,12 +150,14 @@ void GrpcServer::pump() {
 void GrpcServer::dispatch(OpaqueId tag, bool ok) {
    events_.end();
    if (tag == downTag_) return;
-   std::size_t serviceId = 0;
-   const std::shared_ptr<RequestHandler> handler = tags_.find(tag, serviceId);
+   const TagManager::Event event = tags_.findEvent(tag);
+   const std::shared_ptr<RequestHandler>& handler = event.handler;
    if (!handler) return;
    handler->pending_.fetch_sub(1, std::memory_order_relaxed);
-   if (!handler->arrived_) {
-      handleArrival(handler, serviceId, ok);
+   if (!event.registered) {
+      // The handler gave the tag back; the event only had to be waited for.
+   } else if (!handler->arrived_) {
+      handleArrival(handler, event.serviceId, ok);
    } else if (tag == handler->doneTag_) {
       handler->callDone();
    } else if (ok && handler->state_ == 1) {

@@ -17,14 +17,14 @@ void TagManager::add(std::size_t serviceId, std::shared_ptr<RequestHandler> hand
    const OpaqueId tag = handler->tag();
    const OpaqueId done = handler->doneTag();
    MutexLock lock(mutex_);
-   if (done) tags_.insert_or_assign(done, Tag{serviceId, handler});
-   tags_.insert_or_assign(tag, Tag{serviceId, std::move(handler)});
+   if (done) tags_.insert_or_assign(done, Tag{serviceId, handler, {}});
+   tags_.insert_or_assign(tag, Tag{serviceId, std::move(handler), {}});
 }
 
 OpaqueId TagManager::addExtra(std::size_t serviceId, const std::shared_ptr<RequestHandler>& handler) {
    const OpaqueId tag = nextId();
    MutexLock lock(mutex_);
-   tags_.insert_or_assign(tag, Tag{serviceId, handler});
+   tags_.insert_or_assign(tag, Tag{serviceId, handler, {}});
    handler->extraTags_.push_back(tag);
    return tag;
 }
@@ -35,12 +35,13 @@ std::shared_ptr<RequestHandler> TagManager::find(OpaqueId tag) const {
    return i == tags_.end() ? nullptr : i->second.handler;
 }
 
-std::shared_ptr<RequestHandler> TagManager::find(OpaqueId tag, std::size_t& serviceId) const {
+TagManager::Event TagManager::findEvent(OpaqueId tag) const {
    MutexLock lock(mutex_);
    const auto i = tags_.find(tag);
-   if (i == tags_.end()) return nullptr;
-   serviceId = i->second.serviceId;
-   return i->second.handler;
+   if (i == tags_.end()) return {};
+   const Tag& entry = i->second;
+   if (entry.handler) return {.serviceId = entry.serviceId, .handler = entry.handler, .registered = true};
+   return {.serviceId = entry.serviceId, .handler = entry.removed.lock(), .registered = false};
 }
 
 void TagManager::remove(OpaqueId tag) {
@@ -48,19 +49,36 @@ void TagManager::remove(OpaqueId tag) {
    std::shared_ptr<RequestHandler> last;
    MutexLock lock(mutex_);
    const auto i = tags_.find(tag);
-   if (i == tags_.end()) return;
+   if (i == tags_.end() || !i->second.handler) return;
    last = std::move(i->second.handler);
-   tags_.erase(i);
-   std::erase(last->extraTags_, tag);
+   if (tag == last->tag() || tag == last->doneTag()) {
+      tags_.erase(i);
+   } else {
+      i->second.removed = last;
+   }
+   if (!holds(*last)) eraseExtraTags(*last);
    lock.unlock();
+}
+
+bool TagManager::holds(const RequestHandler& handler) const {
+   const auto registered = [this](OpaqueId tag) {
+      const auto i = tags_.find(tag);
+      return i != tags_.end() && i->second.handler;
+   };
+   return registered(handler.tag()) || registered(handler.doneTag()) ||
+          std::any_of(handler.extraTags_.begin(), handler.extraTags_.end(), registered);
+}
+
+void TagManager::eraseExtraTags(RequestHandler& handler) {
+   for (const OpaqueId tag : handler.extraTags_)
+      tags_.erase(tag);
+   handler.extraTags_.clear();
 }
 
 void TagManager::removeAll(RequestHandler& handler) {
    std::shared_ptr<RequestHandler> last;
    MutexLock lock(mutex_);
-   for (const OpaqueId tag : handler.extraTags_)
-      tags_.erase(tag);
-   handler.extraTags_.clear();
+   eraseExtraTags(handler);
    if (handler.doneTag()) tags_.erase(handler.doneTag());
    const auto i = tags_.find(handler.tag());
    if (i == tags_.end()) return;
@@ -75,13 +93,14 @@ void TagManager::clear() {
       MutexLock lock(mutex_);
       all.swap(tags_);
       for (auto& [tag, entry] : all)
-         entry.handler->extraTags_.clear();
+         if (entry.handler) entry.handler->extraTags_.clear();
    }
 }
 
 std::size_t TagManager::size() const {
    MutexLock lock(mutex_);
-   return tags_.size();
+   return static_cast<std::size_t>(std::count_if(
+        tags_.begin(), tags_.end(), [](const auto& tag) { return tag.second.handler != nullptr; }));
 }
 
 }  // namespace OrvSdkRpc

@@ -23,8 +23,19 @@ public:
    struct Tag {
       // Index of the service that registered the tag.
       std::size_t serviceId;
-      // Several tags may share one handler.
+      // Several tags may share one handler. Empty once the tag was removed.
       std::shared_ptr<RequestHandler> handler;
+      // Set once the tag was removed: whose event may still be on the queue.
+      std::weak_ptr<RequestHandler> removed;
+   };
+
+   // What the pump learns about the tag of an event.
+   struct Event {
+      std::size_t serviceId = 0;
+      // Empty when the event is of no concern to anybody.
+      std::shared_ptr<RequestHandler> handler;
+      // False when the tag was removed while its event was on the queue: it is counted and dropped.
+      bool registered = false;
    };
 
    TagManager() = default;
@@ -47,10 +58,11 @@ public:
 
    // The handler, or empty for a tag that is not registered.
    std::shared_ptr<RequestHandler> find(OpaqueId tag) const ORV_EXCLUDES(mutex_);
-   // The same, and which service registered it.
-   std::shared_ptr<RequestHandler> find(OpaqueId tag, std::size_t& serviceId) const ORV_EXCLUDES(mutex_);
+   // For the pump, once per event.
+   [[nodiscard]] Event findEvent(OpaqueId tag) const ORV_EXCLUDES(mutex_);
 
-   // Erases one tag.
+   // Erases one tag. Its event may be on the queue; of an extra tag so much is kept, until the handler goes,
+   // that the event is taken off the handler's count when it comes.
    void remove(OpaqueId tag) ORV_EXCLUDES(mutex_);
 
    // Erases every tag of the handler.
@@ -59,6 +71,7 @@ public:
    // Erases everything.
    void clear() ORV_EXCLUDES(mutex_);
 
+   // Registered tags.
    [[nodiscard]] std::size_t size() const ORV_EXCLUDES(mutex_);
 
    // The handlers behind the tags from `first` to `last`, in that order. A tag that is not registered is
@@ -69,7 +82,7 @@ public:
       std::vector<std::shared_ptr<RequestHandler>> handlers;
       for (; first != last; ++first) {
          const auto i = tags_.find(*first);
-         if (i == tags_.end()) continue;
+         if (i == tags_.end() || !i->second.handler) continue;
          assertThat(i->second.serviceId == serviceId, "i->second->serviceId == serviceId");
          handlers.push_back(i->second.handler);
       }
@@ -77,6 +90,10 @@ public:
    }
 
 private:
+   // Whether a tag of the handler is registered.
+   bool holds(const RequestHandler& handler) const ORV_REQUIRES(mutex_);
+   void eraseExtraTags(RequestHandler& handler) ORV_REQUIRES(mutex_);
+
    using Map = absl::flat_hash_map<OpaqueId, Tag>;
 
    mutable Mutex mutex_;

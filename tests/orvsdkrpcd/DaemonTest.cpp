@@ -239,6 +239,33 @@ TEST_F(DaemonProgram, OnTcp) {
    EXPECT_EQ(child.wait(), Ending{.exitCode = 0}) << child.log();
 }
 
+TEST_F(DaemonProgram, OnSeveralAddressesOfWhichOneIsInUse) {
+   const int fd = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+   sockaddr_in address{};
+   address.sin_family = AF_INET;
+   address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+   socklen_t length = sizeof(address);
+   ASSERT_EQ(bind(fd, reinterpret_cast<sockaddr*>(&address), length), 0);
+   ASSERT_EQ(getsockname(fd, reinterpret_cast<sockaddr*>(&address), &length), 0);
+   ASSERT_EQ(::listen(fd, 1), 0);
+   const std::string busy = "127.0.0.1:" + std::to_string(ntohs(address.sin_port));
+   const std::string abstract = "unix-abstract:" + directory_.path();
+   ServiceManager manager(directory_ / "notify");
+   systest::Child child(commandLine({"--listen", busy, "--listen", abstract, "--bfd"}), directory_ / "log");
+   ASSERT_EQ(manager.next(), "READY=1");
+   for (const std::string& target : {"unix:" + directory_.path() + "/rpc.sock", abstract})
+      EXPECT_EQ(runProgram({test::clientProgram(), "--target", target, "init"}).ending,
+                Ending{.exitCode = 0});
+   child.signal(SIGTERM);
+   EXPECT_EQ(child.wait(), Ending{.exitCode = 0}) << child.log();
+   EXPECT_THAT(child.log(), HasSubstr("'" + busy + "', expected an address that is not in use"));
+   EXPECT_THAT(child.log(),
+               HasSubstr("serving on unix:" + directory_.path() + "/rpc.sock, " + abstract + "\n"));
+   EXPECT_FALSE(fs::exists(directory_ / "rpc.sock"));
+   EXPECT_FALSE(fs::exists(directory_ / "rpc.sock.lock"));
+   close(fd);
+}
+
 TEST_F(DaemonProgram, OnAnAbstractSocket) {
    const std::string listen = "unix-abstract:" + directory_.path();
    ServiceManager manager(directory_ / "notify");

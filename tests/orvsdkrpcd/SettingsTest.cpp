@@ -38,7 +38,7 @@ protected:
    // Flags that are all right.
    Flags good() const {
       Flags flags;
-      flags.listen = "unix:" + directory_.path() + "/rpc.sock";
+      flags.listen = {"unix:" + directory_.path() + "/rpc.sock"};
       flags.stateDir = directory_ / "state";
       return flags;
    }
@@ -69,7 +69,7 @@ protected:
 TEST_F(SettingsTest, FlagsOfTheCommandLine) {
    const Flags flags = read({"--listen", "unix:/x", "--state-dir", "/s", "--bfd", "--console", "unix:/c",
                              "--trace", "a/1,b/2-3", "--durability", "sync", "--stay"});
-   EXPECT_EQ(flags.listen, "unix:/x");
+   EXPECT_EQ(flags.listen, std::vector<std::string>{"unix:/x"});
    EXPECT_EQ(flags.stateDir, "/s");
    EXPECT_TRUE(flags.bfd);
    EXPECT_FALSE(flags.fib);
@@ -84,7 +84,7 @@ TEST_F(SettingsTest, TheConfigFileHasTheSameNamesAndTheCommandLineWins) {
                                     "listen = \"unix:/x\"\nstate-dir = \"/s\"\nbfd = true\nfib = false\n"
                                     "trace = \"a/1,b/2\"\n");
    const Flags flags = read({"--config", config, "--listen", "unix:/y"});
-   EXPECT_EQ(flags.listen, "unix:/y");
+   EXPECT_EQ(flags.listen, std::vector<std::string>{"unix:/y"});
    EXPECT_EQ(flags.stateDir, "/s");
    EXPECT_TRUE(flags.bfd);
    EXPECT_FALSE(flags.fib);
@@ -100,8 +100,21 @@ TEST_F(SettingsTest, AConfigFileThatCannotBeUsedIsRefused) {
 TEST_F(SettingsTest, CommandLinesThatAreNone) {
    EXPECT_THAT(lineRefusal({"--nonsense"}), HasSubstr("--nonsense"));
    EXPECT_THAT(lineRefusal({"--listen"}), HasSubstr("--listen"));
-   EXPECT_THAT(lineRefusal({"--listen", "unix:/x", "--listen", "unix:/y"}), HasSubstr("--listen"));
    EXPECT_THAT(lineRefusal({"word"}), HasSubstr("word"));
+}
+
+TEST_F(SettingsTest, SeveralAddresses) {
+   const std::vector<std::string> two{"unix:/x", "127.0.0.1:9"};
+   EXPECT_EQ(read({"--listen", "unix:/x", "--listen", "127.0.0.1:9"}).listen, two);
+   EXPECT_EQ(read({"--listen", "unix:/x", "127.0.0.1:9"}).listen, two);
+   const std::string config = write("config", "listen = [\"unix:/x\", \"127.0.0.1:9\"]\n");
+   EXPECT_EQ(read({"--config", config}).listen, two);
+   Flags flags = good();
+   flags.listen.push_back("localhost:9000");
+   flags.listen.push_back("unix-abstract:x");
+   const Settings settings = checkFlags(flags);
+   ASSERT_EQ(settings.listen.size(), 3U);
+   EXPECT_EQ(settings.listen[1].text, "127.0.0.1:9000");
 }
 
 TEST_F(SettingsTest, HelpAndVersionAreAnswers) {
@@ -114,7 +127,7 @@ TEST_F(SettingsTest, HelpAndVersionAreAnswers) {
 
 TEST_F(SettingsTest, GoodFlagsCreateNothing) {
    const Settings settings = checkFlags(good());
-   EXPECT_EQ(settings.listen.socketPath, directory_ / "rpc.sock");
+   EXPECT_EQ(settings.listen.at(0).socketPath, directory_ / "rpc.sock");
    EXPECT_EQ(settings.durability, softswitch::store::Durability::process);
    EXPECT_FALSE(settings.console);
    EXPECT_EQ(entries(), 0U);
@@ -128,11 +141,18 @@ TEST_F(SettingsTest, EveryBadValueIsNamed) {
       return refusal(flags);
    };
    const size_t before = entries();
-   EXPECT_THAT(with([](Flags& f) { f.listen = ""; }), StartsWith("--listen is '', expected "));
-   EXPECT_THAT(with([](Flags& f) { f.listen = "nonsense"; }),
+   EXPECT_THAT(with([](Flags& f) { f.listen.clear(); }), StartsWith("--listen is '', expected "));
+   EXPECT_THAT(with([](Flags& f) { f.listen = {"nonsense"}; }),
                StartsWith("--listen is 'nonsense', expected "));
-   EXPECT_THAT(with([&](Flags& f) { f.listen = "unix:" + file; }), HasSubstr("something else"));
-   EXPECT_THAT(with([](Flags& f) { f.listen = "unix:/nonexistent/x"; }), HasSubstr("'/nonexistent'"));
+   EXPECT_THAT(with([&](Flags& f) { f.listen = {"unix:" + file}; }), HasSubstr("something else"));
+   EXPECT_THAT(with([](Flags& f) { f.listen = {"unix:/nonexistent/x"}; }), HasSubstr("'/nonexistent'"));
+   EXPECT_THAT(with([](Flags& f) { f.listen = {""}; }), StartsWith("--listen is '', expected "));
+   EXPECT_THAT(with([&](Flags& f) { f.listen.push_back("unix:" + directory_.path() + "/two.sock"); }),
+               HasSubstr("two.sock', expected one unix path at most"));
+   EXPECT_THAT(with([](Flags& f) {
+                  f.listen = {"localhost:9000", "127.0.0.1:9000"};
+               }),
+               StartsWith("--listen is '127.0.0.1:9000', expected each address once"));
    EXPECT_THAT(with([](Flags& f) { f.stateDir = ""; }), StartsWith("--state-dir is '', expected "));
    EXPECT_THAT(with([&](Flags& f) { f.stateDir = file; }),
                StartsWith("--state-dir is '" + file + "', expected a directory"));
@@ -141,8 +161,8 @@ TEST_F(SettingsTest, EveryBadValueIsNamed) {
    EXPECT_THAT(with([&](Flags& f) { f.stateDir = file + "/state"; }), StartsWith("--state-dir is '"));
    EXPECT_THAT(with([](Flags& f) { f.console = "nonsense"; }), HasSubstr("nonsense"));
    EXPECT_THAT(with([&](Flags& f) { f.console = "unix:" + file; }), StartsWith("--console is 'unix:" + file));
-   EXPECT_THAT(with([&](Flags& f) { f.console = f.listen; }), HasSubstr("another path"));
-   EXPECT_THAT(with([&](Flags& f) { f.console = f.listen + ".lock"; }), HasSubstr("another path"));
+   EXPECT_THAT(with([&](Flags& f) { f.console = f.listen.at(0); }), HasSubstr("another path"));
+   EXPECT_THAT(with([&](Flags& f) { f.console = f.listen.at(0) + ".lock"; }), HasSubstr("another path"));
    EXPECT_THAT(with([](Flags& f) { f.durability = "maybe"; }),
                StartsWith("--durability is 'maybe', expected lazy or sync"));
    EXPECT_THAT(with([](Flags& f) { f.topology = "/nonexistent"; }), HasSubstr("/nonexistent"));

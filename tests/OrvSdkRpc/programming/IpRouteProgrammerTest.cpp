@@ -2,7 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <string>
 #include <thread>
+#include <vector>
 
 #include "fixture/Contract.h"
 #include "fixture/Programmed.h"
@@ -60,10 +62,12 @@ TEST_F(IpRouteProgrammerTest, aRouteAndItsViaAreWrittenTogether) {
    InSequence order;
    EXPECT_CALL(mgr_, ip_route_set(route, orv::ip_route_action_t::nexthop_group));
    EXPECT_CALL(mgr_, ip_route_via_set(via));
+   fixture::TraceCapture traces("OrvSdkRpc/1");
    const auto response = process(ipRoute(1, "g", 5));
    EXPECT_EQ(response.status(), pb::RPC_STATUS_OK);
    EXPECT_EQ(response.debug_string(), "");
    EXPECT_EQ(static_cast<int>(orv::ip_route_action_t::nexthop_group), 3);
+   EXPECT_EQ(traces.texts(), std::vector<std::string>{"create 10.0.1.0/24 route"});
 }
 
 TEST_F(IpRouteProgrammerTest, withoutAGroupNameOrWithAnEmptyOneTheRouteIsDeletedViaFirst) {
@@ -83,9 +87,11 @@ TEST_F(IpRouteProgrammerTest, aDeleteOfAnAbsentRouteIsNotFoundWithoutWords) {
    contract_.init();
    expectNothingWritten();
    EXPECT_CALL(mgr_, exists(Matcher<const orv::ip_route_key_t&>(_))).WillOnce(Return(false));
+   fixture::TraceCapture traces("OrvSdkRpc/1");
    const auto response = process(ipRoute(1, ""));
    EXPECT_EQ(response.status(), pb::RPC_STATUS_NOT_FOUND);
    EXPECT_EQ(response.debug_string(), "");
+   EXPECT_EQ(traces.texts(), std::vector<std::string>{"delete 10.0.1.0/24 route"});
 }
 
 TEST_F(IpRouteProgrammerTest, tagZeroTellsTheSdkNothingAndLetsAnyTagThrough) {
@@ -140,22 +146,37 @@ TEST_F(IpRouteProgrammerTest, anErrorOfTheSdkBecomesWords) {
    EXPECT_EQ(traces.count(response.debug_string()), 1U);
 }
 
-TEST_F(IpRouteProgrammerTest, aRouteWhoseOnlyViaIsRefusedIsTakenBack) {
+TEST_F(IpRouteProgrammerTest, aNewRouteWhoseViaIsRefusedIsTakenBack) {
    contract_.init();
    InSequence order;
+   EXPECT_CALL(mgr_, exists(Matcher<const orv::ip_route_key_t&>(keyOf(1)))).WillOnce(Return(false));
    EXPECT_CALL(mgr_, ip_route_set(_, Matcher<orv::ip_route_action_t>(_)));
    EXPECT_CALL(mgr_, ip_route_via_set(_)).WillOnce(Throw(orv::invalid_argument_error("name too long")));
-   EXPECT_CALL(mgr_, exists(Matcher<const orv::ip_route_via_t&>(_))).WillOnce(Return(false));
-   EXPECT_CALL(mgr_, ip_route_del(_));
-   EXPECT_EQ(process(ipRoute(1, "g")).status(), pb::RPC_STATUS_ERROR);
+   EXPECT_CALL(mgr_, ip_route_del(keyOf(1)));
+   EXPECT_TRUE(process(ipRoute(1, "g")).debug_string().ends_with("exception name too long"));
 }
 
-TEST_F(IpRouteProgrammerTest, aRouteThatKeepsAnEarlierViaStaysWhenTheNewOneIsRefused) {
+TEST_F(IpRouteProgrammerTest, aRouteThatStoodIsAsItWasWhenTheViaIsRefused) {
    contract_.init();
+   orv::ip_route_t before(keyOf(1));
+   before.tag_is(5);
+   InSequence order;
+   EXPECT_CALL(mgr_, exists(Matcher<const orv::ip_route_key_t&>(keyOf(1)))).WillOnce(Return(true));
+   EXPECT_CALL(mgr_, ip_route(keyOf(1))).WillOnce(Return(before));
+   EXPECT_CALL(mgr_, ip_route_set(_, Matcher<orv::ip_route_action_t>(_)));
    EXPECT_CALL(mgr_, ip_route_via_set(_)).WillOnce(Throw(orv::invalid_argument_error("name too long")));
-   EXPECT_CALL(mgr_, exists(Matcher<const orv::ip_route_via_t&>(_))).WillOnce(Return(true));
+   EXPECT_CALL(mgr_, ip_route_set(before, Matcher<orv::ip_route_action_t>(_)));
    EXPECT_CALL(mgr_, ip_route_del(_)).Times(0);
-   EXPECT_EQ(process(ipRoute(1, "g")).status(), pb::RPC_STATUS_ERROR);
+   EXPECT_EQ(process(ipRoute(1, "g", 6)).status(), pb::RPC_STATUS_ERROR);
+}
+
+TEST_F(IpRouteProgrammerTest, anErrorInTakingBackDoesNotHideTheRefusal) {
+   contract_.init();
+   fixture::TraceCapture traces("OrvSdkRpc/0");
+   EXPECT_CALL(mgr_, ip_route_via_set(_)).WillOnce(Throw(orv::invalid_argument_error("name too long")));
+   EXPECT_CALL(mgr_, ip_route_del(_)).WillOnce(Throw(orv::error("worse")));
+   EXPECT_TRUE(process(ipRoute(1, "g")).debug_string().ends_with("exception name too long"));
+   EXPECT_EQ(traces.count("Error: ip route 10.0.1.0/24 cannot be taken back, exception worse"), 1U);
 }
 
 TEST_F(IpRouteProgrammerTest, aBadPrefixIsAnErrorOfTheRequest) {
@@ -201,30 +222,42 @@ TEST_F(IpRouteProgrammerTest, anEmptyBulkIsAReplyWithoutEntries) {
    EXPECT_EQ(response.statuses_size(), 0);
 }
 
-TEST_F(IpRouteProgrammerTest, theLockSpansRouteAndVia) {
+// What the lock looked like at a call of the SDK.
+struct LockSeen {
+   bool allowed;
+   std::uint32_t depth;
+   bool operator==(const LockSeen&) const = default;
+};
+
+TEST_F(IpRouteProgrammerTest, theLockSpansAllCallsForOneRouteAndNoMore) {
    contract_.init();
    orv::host::main_thread_is();
-   int inside = 0;
-   std::uint32_t depth = 0;
-   ON_CALL(mgr_, ip_route_set(_, Matcher<orv::ip_route_action_t>(_))).WillByDefault([&](const auto&, auto) {
-      inside += orv::sdk_call_allowed() ? 1 : 0;
-      depth = orv::detail::this_thread_lock.depth;
-   });
-   ON_CALL(mgr_, ip_route_via_set(_)).WillByDefault([&](const auto&) {
-      inside += orv::sdk_call_allowed() ? 1 : 0;
-      EXPECT_EQ(orv::detail::this_thread_lock.depth, depth);
-   });
-   ON_CALL(mgr_, exists(Matcher<const orv::ip_route_key_t&>(_))).WillByDefault([&](const auto&) {
-      inside += orv::sdk_call_allowed() ? 1 : 0;
-      return false;
+   std::vector<LockSeen> seen;
+   const auto see = [&](const auto&...) {
+      seen.push_back({orv::sdk_call_allowed(), orv::detail::this_thread_lock.depth});
+   };
+   ON_CALL(mgr_, ip_route_set(_, Matcher<orv::ip_route_action_t>(_))).WillByDefault(see);
+   ON_CALL(mgr_, ip_route_via_set(_)).WillByDefault(see);
+   ON_CALL(mgr_, ip_route_via_del(_)).WillByDefault(see);
+   ON_CALL(mgr_, ip_route_del(_)).WillByDefault(see);
+   ON_CALL(mgr_, exists(Matcher<const orv::ip_route_key_t&>(_))).WillByDefault([&](const auto& key) {
+      see(key);
+      return true;
    });
    std::thread pump([&] {
       process(ipRoute(1, "g"));
+      EXPECT_FALSE(orv::sdk_call_allowed());
       process(ipRoute(1, ""));
+      EXPECT_FALSE(orv::sdk_call_allowed());
+      pb::ip_route_bulk_msg bulk;
+      *bulk.add_bulk() = ipRoute(1, "g");
+      *bulk.add_bulk() = ipRoute(2, "");
+      pb::rpc_status_bulk_msg response;
+      contract_.ip.processIpRouteBulkRequest(bulk, response);
       EXPECT_FALSE(orv::sdk_call_allowed());
    });
    pump.join();
-   EXPECT_EQ(inside, 3);
+   EXPECT_EQ(seen, (std::vector<LockSeen>(12, {true, 1})));
    orv::host::main_thread_clear();
 }
 

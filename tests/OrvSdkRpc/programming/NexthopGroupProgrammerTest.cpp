@@ -83,7 +83,9 @@ TEST_F(InitializedNexthopGroupProgrammerTest, aGroupIsWrittenAsAWhole) {
    request.mutable_nexthops(0)->mutable_sbfd_session()->set_nexthop_intf("Ethernet2");
    request.set_counters_unshared(true);
    request.set_autosize(true);
+   fixture::TraceCapture traces("OrvSdkRpc/1");
    const orv::nexthop_group_t group = set(request);
+   EXPECT_EQ(traces.texts(), std::vector<std::string>{"Programming " + pb::toString(request)});
    EXPECT_EQ(group.name(), "g");
    EXPECT_EQ(static_cast<int>(group.type()), 3);
    EXPECT_TRUE(group.counters_unshared());
@@ -167,6 +169,30 @@ TEST_F(InitializedNexthopGroupProgrammerTest, aWeightOfManyRoundsEndsWhereItsLas
    EXPECT_EQ(group.nexthops().find(0)->nexthop(), orv::ip_addr_t("192.0.2.1"));
 }
 
+TEST_F(InitializedNexthopGroupProgrammerTest, manyHeavyNexthopsCostNoMoreThanOneRound) {
+   auto request = groupNamed("g");
+   // Over 10 to the 13 slots: finishes only because one round is written.
+   for (int i = 0; i < 5000; ++i)
+      addNexthop(request, 1, {}, 4294967295U);
+   addNexthop(request, 2, {}, 32768);
+   const auto group = set(request);
+   EXPECT_EQ(group.nexthops().size(), 65536U);
+   // 5000 weights of one less than whole rounds end 5000 slots before slot 0.
+   EXPECT_EQ(group.nexthops().find(65536 - 5000)->nexthop(), orv::ip_addr_t("192.0.2.2"));
+   EXPECT_EQ(group.nexthops().find(32768 - 5001)->nexthop(), orv::ip_addr_t("192.0.2.2"));
+   EXPECT_EQ(group.nexthops().find(32768 - 5000)->nexthop(), orv::ip_addr_t("192.0.2.1"));
+   EXPECT_EQ(group.nexthops().find(65536 - 5001)->nexthop(), orv::ip_addr_t("192.0.2.1"));
+}
+
+TEST_F(InitializedNexthopGroupProgrammerTest, aBadNexthopIsFoundWhereverItStands) {
+   EXPECT_CALL(mgr_, nexthop_group_set(_)).Times(0);
+   auto request = groupNamed("g");
+   addNexthop(request, 1, {}, 0);
+   addNexthop(request, 2, {}, 4294967295U);
+   request.mutable_nexthops(0)->mutable_address()->set_address("xyz");
+   EXPECT_EQ(process(request).status(), pb::RPC_STATUS_ERROR);
+}
+
 TEST_F(InitializedNexthopGroupProgrammerTest, backupsFillSlotsOfTheirOwn) {
    auto request = groupNamed("g");
    addNexthop(request, 1, {}, 2);
@@ -203,16 +229,20 @@ TEST_F(InitializedNexthopGroupProgrammerTest, aDeleteIgnoresAllButTheName) {
    request.set_delete_(true);
    EXPECT_CALL(mgr_, exists("g")).WillOnce(Return(true));
    EXPECT_CALL(mgr_, nexthop_group_del("g"));
+   fixture::TraceCapture traces("OrvSdkRpc/1");
    const auto response = process(request);
    EXPECT_EQ(response.status(), pb::RPC_STATUS_OK);
    EXPECT_EQ(response.debug_string(), "");
+   EXPECT_EQ(traces.texts(), std::vector<std::string>{"Delete NHG g"});
 }
 
 TEST_F(InitializedNexthopGroupProgrammerTest, aDeleteOfAnAbsentGroupIsNotFoundByName) {
    EXPECT_CALL(mgr_, nexthop_group_del(_)).Times(0);
    auto request = groupNamed("g");
    request.set_delete_(true);
+   fixture::TraceCapture traces("OrvSdkRpc/1");
    EXPECT_EQ(process(request).status(), pb::RPC_STATUS_NOT_FOUND);
+   EXPECT_EQ(traces.texts(), std::vector<std::string>{"Delete NHG g ignored, not found"});
    EXPECT_EQ(process(request).debug_string(), "NHG g not found");
    request.clear_name();
    EXPECT_EQ(process(request).status(), pb::RPC_STATUS_NOT_FOUND);
@@ -265,16 +295,32 @@ TEST_F(InitializedNexthopGroupProgrammerTest, aBulkGoesOnBehindAFailedItem) {
 
 TEST_F(InitializedNexthopGroupProgrammerTest, theLockSpansOneItem) {
    orv::host::main_thread_is();
-   bool allowed = false;
-   ON_CALL(mgr_, nexthop_group_set(_)).WillByDefault([&](const auto&) { allowed = orv::sdk_call_allowed(); });
-   auto request = groupNamed("g");
-   addNexthop(request, 1, {});
+   std::vector<bool> allowed;
+   const auto see = [&] {
+      allowed.push_back(orv::sdk_call_allowed() && orv::detail::this_thread_lock.depth == 1);
+   };
+   ON_CALL(mgr_, nexthop_group_set(_)).WillByDefault([&](const auto&) { see(); });
+   ON_CALL(mgr_, nexthop_group_del(_)).WillByDefault([&](const auto&) { see(); });
+   ON_CALL(mgr_, exists(_)).WillByDefault([&](const auto&) {
+      see();
+      return true;
+   });
+   pb::nexthop_group_bulk_msg bulk;
+   *bulk.add_bulk() = groupNamed("g");
+   addNexthop(*bulk.mutable_bulk(0), 1, {});
+   *bulk.add_bulk() = groupNamed("g");
+   bulk.mutable_bulk(1)->set_delete_(true);
    std::thread pump([&] {
-      process(request);
+      process(bulk.bulk(0));
+      EXPECT_FALSE(orv::sdk_call_allowed());
+      process(bulk.bulk(1));
+      EXPECT_FALSE(orv::sdk_call_allowed());
+      pb::rpc_status_bulk_msg response;
+      groups_.processNexthopGroupBulkRequest(bulk, response);
       EXPECT_FALSE(orv::sdk_call_allowed());
    });
    pump.join();
-   EXPECT_TRUE(allowed);
+   EXPECT_EQ(allowed, std::vector<bool>(6, true));
    orv::host::main_thread_clear();
 }
 

@@ -2,6 +2,9 @@
 
 #include <grpcpp/create_channel.h>
 #include <gtest/gtest.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
 
 #include <filesystem>
 #include <string>
@@ -80,6 +83,7 @@ TEST_F(AgentTest, withoutBfdThereIsNoProgrammingService) {
 TEST_F(AgentTest, withoutAnAddressItStaysUpWithoutAServer) {
    Agent agent(host_.sdk, std::vector<Server::Services>{});
    agent.on_initialized();
+   EXPECT_EQ(traces_.count("Agent Initialized"), 1U);
    EXPECT_EQ(Brevis::entries().back().text, "No ip address configured");
    EXPECT_FALSE(agent.waitUntilServing());
    EXPECT_CALL(host_.agentMgr, agent_shutdown_complete_is(true));
@@ -191,6 +195,39 @@ TEST_F(AgentTest, aBusyAddressOfTheServiceListFormShowsWhenTheServerFailsToBind)
    EXPECT_CALL(host_.agentMgr, agent_shutdown_complete_is(true));
    agent.on_agent_enabled(false);
    EXPECT_NE(testing::internal::GetCapturedStderr().find("did not start"), std::string::npos);
+}
+
+TEST_F(AgentTest, theServiceListFormLeavesABusyPortToTheServer) {
+   const int fd = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+   sockaddr_in other{};
+   other.sin_family = AF_INET;
+   other.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+   socklen_t length = sizeof(other);
+   ASSERT_EQ(bind(fd, reinterpret_cast<sockaddr*>(&other), length), 0);
+   ASSERT_EQ(getsockname(fd, reinterpret_cast<sockaddr*>(&other), &length), 0);
+   ASSERT_EQ(listen(fd, 1), 0);
+   const std::string address = "127.0.0.1:" + std::to_string(ntohs(other.sin_port));
+   Agent agent(host_.sdk, std::vector<Server::Services>{});
+   agent.configurationIs({.addresses = {address}, .sslProfileState = SslProfileState::NotConfigured});
+   testing::internal::CaptureStderr();
+   agent.on_initialized();
+   EXPECT_EQ(traces_.count("Address already in use: " + address), 0U);
+   EXPECT_EQ(traces_.count("Server listening on: " + address), 1U);
+   EXPECT_FALSE(agent.waitUntilServing());
+   agent.on_agent_enabled(false);
+   EXPECT_NE(testing::internal::GetCapturedStderr().find("did not start on: " + address), std::string::npos);
+   close(fd);
+}
+
+TEST_F(AgentTest, aProfileWithoutCredentialsStartsNothing) {
+   Agent agent(host_.sdk, std::vector<Server::Services>{});
+   agent.configurationIs({.addresses = {dir_.unixAddress("s")},
+                          .sslProfile = "gold",
+                          .sslProfileState = SslProfileState::Tls});
+   agent.on_initialized();
+   EXPECT_EQ(traces_.count("No credentials for SSL profile: gold"), 1U);
+   EXPECT_FALSE(agent.waitUntilServing());
+   agent.on_agent_enabled(false);
 }
 
 TEST_F(AgentTest, anSslProfileThatIsNotFoundOrInvalidStartsNothing) {

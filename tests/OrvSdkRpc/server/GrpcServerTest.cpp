@@ -67,6 +67,8 @@ TEST(GrpcServer, servesOneCallAtATimeAndTheNextOneWaits) {
    };
    std::thread first([&] { EXPECT_EQ(call("first"), "first"); });
    inside.wait();
+   // Beside the handler in its operation there is one for each RPC already, the successor among them.
+   EXPECT_EQ(server.server().tags().size(), 6U);
    std::thread second([&] { EXPECT_EQ(call("second"), "second"); });
    leave.count_down();
    first.join();

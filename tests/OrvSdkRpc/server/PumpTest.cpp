@@ -82,6 +82,20 @@ TEST_F(PumpTest, messagesArriveInOrder) {
    watch->reader->Finish();
 }
 
+TEST_F(PumpTest, theEventOfARemovedTagIsDroppedAndStillCounted) {
+   const auto watch = open(1);
+   service_->publish("give back");
+   service_->publish("behind");
+   test::ProbeResponse response;
+   ASSERT_TRUE(watch->reader->Read(&response));
+   EXPECT_EQ(response.text(), "give back");
+   ASSERT_TRUE(watch->reader->Read(&response));
+   EXPECT_EQ(response.text(), "behind");
+   watch->context.TryCancel();
+   expectAllFreed();
+   watch->reader->Finish();
+}
+
 TEST_F(PumpTest, theServerEndsAStreamAndTheDoneEventComesBesideTheFinish) {
    const auto watch = open(1);
    service_->publish("last");

@@ -107,6 +107,29 @@ TEST_F(TagManagerTest, aRemovedTagIsAnEmptyLookup) {
    EXPECT_EQ(ended_, 1);
 }
 
+TEST_F(TagManagerTest, theEventOfARemovedExtraTagStillFindsItsHandlerToBeCounted) {
+   auto one = handler();
+   RequestHandler* const raw = one.get();
+   const OpaqueId tag = one->tag();
+   tags_.add(3, one);
+   const OpaqueId extra = tags_.addExtra(3, one);
+   one.reset();
+   EXPECT_TRUE(tags_.findEvent(extra).registered);
+   tags_.remove(extra);
+   EXPECT_EQ(tags_.find(extra), nullptr);
+   EXPECT_EQ(tags_.size(), 1U);
+   EXPECT_EQ(tags_.findEvent(extra).handler.get(), raw);
+   EXPECT_FALSE(tags_.findEvent(extra).registered);
+   {
+      MutexLock lock(tags_.mutex());
+      EXPECT_TRUE(tags_.listHandlers(3, &extra, &extra + 1).empty());
+   }
+   // With the handler goes what was kept of its tags.
+   tags_.remove(tag);
+   EXPECT_EQ(ended_, 1);
+   EXPECT_EQ(tags_.findEvent(extra).handler, nullptr);
+}
+
 TEST_F(TagManagerTest, removeAllTakesEveryTagOfAHandlerAndNoOther) {
    auto one = handler();
    auto two = handler();

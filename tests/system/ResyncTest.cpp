@@ -1,0 +1,190 @@
+// The contract between a controller and a switch that both really exist: what a resync removes, what it
+// leaves alone, and the notes.
+#include <gtest/gtest.h>
+
+#include <optional>
+#include <string>
+
+#include "OrvSdkRpc/programming/BfdProgrammer.h"
+#include "OrvSdkRpc/programming/CbfNhgRedirectProgrammer.h"
+#include "OrvSdkRpc/programming/ClientInit.h"
+#include "OrvSdkRpc/programming/IpRouteProgrammer.h"
+#include "OrvSdkRpc/programming/NexthopGroupProgrammer.h"
+#include "OrvSdkRpc/programming/OpaqueProgrammer.h"
+#include "RunningSwitch.h"
+#include "fixture/Programmed.h"
+#include "fixture/TempDir.h"
+#include "orv/agent.h"
+#include "orv/ip_route.h"
+#include "orv/lock.h"
+#include "orv/mpls_route.h"
+#include "orv/mpls_vrf_label.h"
+#include "orv/nexthop_group.h"
+#include "orv/nexthop_group_tunnel.h"
+
+namespace systest {
+namespace {
+
+namespace pb = OrvSdkRpc::pb;
+using Phase = pb::rpc_server_resync_msg;
+
+// The programmers over a running switch, as one server process has them.
+class Server {
+public:
+   explicit Server(const std::string& stateDirectory)
+        : switch_([&] {
+             softswitch::Options options;
+             options.stateDirectory = stateDirectory;
+             return options;
+          }()) {
+      client_.programmersAre({.ipRoute = &ip_, .cbf = &cbf_, .bfd = &bfd_});
+      pb::rpc_server_init_status_msg response;
+      client_.processInitRequest({}, response);
+      EXPECT_EQ(response.status().status(), pb::RPC_STATUS_OK) << response.status().debug_string();
+   }
+
+   softswitch::SoftSwitch& sdk() { return *switch_; }
+
+   pb::rpc_status_msg resync(Phase::resync_phase_enum phase) {
+      Phase request;
+      request.set_resync_phase(phase);
+      pb::rpc_status_msg response;
+      client_.processResync(request, response);
+      return response;
+   }
+   void group(const std::string& name) {
+      pb::nexthop_group_msg request;
+      request.set_name(name);
+      fixture::addNexthop(request, 1, {100});
+      pb::rpc_status_msg response;
+      groups_.processNexthopGroupRequest(request, response);
+      EXPECT_EQ(response.status(), pb::RPC_STATUS_OK) << response.debug_string();
+   }
+   void route(int third, const std::string& group) {
+      pb::rpc_status_msg response;
+      ip_.processIpRouteRequest(fixture::ipRoute(third, group), response);
+      EXPECT_EQ(response.status(), pb::RPC_STATUS_OK) << response.debug_string();
+   }
+   void notes(const pb::rpc_server_state_config_msg& request) {
+      pb::rpc_status_msg response;
+      opaque_.processOpaqueStateSetRequest(request, response);
+      EXPECT_EQ(response.status(), pb::RPC_STATUS_OK) << response.debug_string();
+   }
+   std::string note(const std::string& key) {
+      pb::rpc_server_state_status_msg request;
+      request.add_key_value_pairs()->set_key(key);
+      pb::rpc_server_state_status_msg response;
+      opaque_.processOpaqueStateGetRequest(request, response);
+      EXPECT_EQ(response.key_value_pairs_size(), 1);
+      return response.key_value_pairs(0).value();
+   }
+
+   bool hasGroup(const std::string& name) {
+      orv::sdk_scoped_lock lock;
+      return sdk().get_nexthop_group_mgr()->exists(name);
+   }
+   bool hasRoute(int third) {
+      orv::sdk_scoped_lock lock;
+      return sdk().get_ip_route_mgr()->exists(
+           orv::ip_route_key_t(orv::ip_prefix_t("10.0." + std::to_string(third) + ".0/24")));
+   }
+
+private:
+   softswitch::RunningSwitch switch_;
+   OrvSdkRpc::ClientInit client_{sdk().get_ip_route_mgr(), sdk().get_mpls_route_mgr(),
+                                 sdk().get_mpls_vrf_label_mgr(), sdk().get_nexthop_group_mgr(),
+                                 sdk().get_nexthop_group_tunnel_mgr()};
+   OrvSdkRpc::BfdProgrammer bfd_{client_};
+   OrvSdkRpc::CbfNhgRedirectProgrammer cbf_{client_, sdk().get_policy_map_mgr(), sdk().get_class_map_mgr(),
+                                            sdk().get_acl_mgr(), sdk().get_agent_mgr()};
+   OrvSdkRpc::IpRouteProgrammer ip_{client_, sdk().get_ip_route_mgr()};
+   OrvSdkRpc::NexthopGroupProgrammer groups_{client_, sdk().get_nexthop_group_mgr()};
+   OrvSdkRpc::OpaqueProgrammer opaque_{client_, sdk().get_agent_mgr()};
+};
+
+class Resync : public testing::Test {
+protected:
+   fixture::TempDir directory_;
+   std::optional<Server> server_{std::in_place, directory_.file("state")};
+};
+
+// One object of each kind that a resync looks after.
+struct Everything {
+   explicit Everything(Server& server) : server_(server) {
+      server.group("g");
+      server.route(1, "g");
+      orv::sdk_scoped_lock lock;
+      auto& sdk = server.sdk();
+      sdk.get_mpls_route_mgr()->mpls_route_set(orv::mpls_route_t(key));
+      orv::mpls_vrf_label_t label;
+      label.label_is(orv::mpls_label_t(200));
+      label.vrf_name_is("default");
+      sdk.get_mpls_vrf_label_mgr()->mpls_vrf_label_set(label);
+      orv::nexthop_group_tunnel_t tunnel;
+      tunnel.tunnel_endpoint_is(endpoint);
+      tunnel.nhg_name_is("g");
+      sdk.get_nexthop_group_tunnel_mgr()->nexthop_group_tunnel_set(tunnel);
+   }
+   int left() const {
+      orv::sdk_scoped_lock lock;
+      auto& sdk = server_.sdk();
+      return int{server_.hasGroup("g")} + int{server_.hasRoute(1)} +
+             int{sdk.get_mpls_route_mgr()->exists(key)} +
+             int{!!sdk.get_mpls_vrf_label_mgr()->mpls_vrf_label_iter()} +
+             int{sdk.get_nexthop_group_tunnel_mgr()->exists(endpoint)};
+   }
+
+   Server& server_;
+   const orv::mpls_route_key_t key{orv::mpls_label_t(100)};
+   const orv::ip_prefix_t endpoint{"192.0.2.0/24"};
+};
+
+TEST_F(Resync, AnEndWithoutAStartRemovesNothingFromAnyManager) {
+   const Everything everything(*server_);
+   ASSERT_EQ(everything.left(), 5);
+   const auto response = server_->resync(Phase::RESYNC_END);
+   EXPECT_EQ(response.status(), pb::RPC_STATUS_ERROR);
+   EXPECT_EQ(response.debug_string(), "Error: resync state is already false");
+   EXPECT_EQ(everything.left(), 5);
+   // With a start, all of it goes: nothing was replayed.
+   EXPECT_EQ(server_->resync(Phase::RESYNC_START).status(), pb::RPC_STATUS_OK);
+   EXPECT_EQ(everything.left(), 5);
+   EXPECT_EQ(server_->resync(Phase::RESYNC_END).status(), pb::RPC_STATUS_OK);
+   EXPECT_EQ(everything.left(), 0);
+}
+
+TEST_F(Resync, WhatCameBetweenTwoStartsIsStaleUnlessReplayed) {
+   server_->resync(Phase::RESYNC_START);
+   server_->group("one");
+   server_->group("both");
+   server_->route(1, "one");
+   server_->route(2, "both");
+   EXPECT_EQ(server_->resync(Phase::RESYNC_START).status(), pb::RPC_STATUS_OK);
+   server_->group("both");
+   server_->route(2, "both");
+   EXPECT_EQ(server_->resync(Phase::RESYNC_END).status(), pb::RPC_STATUS_OK);
+   EXPECT_FALSE(server_->hasGroup("one"));
+   EXPECT_FALSE(server_->hasRoute(1));
+   EXPECT_TRUE(server_->hasGroup("both"));
+   EXPECT_TRUE(server_->hasRoute(2));
+}
+
+TEST_F(Resync, ANoteSetAndDeletedInOneRequestIsGoneAndOthersSurviveARestart) {
+   pb::rpc_server_state_config_msg request;
+   for (const char* key : {"kept", "gone"}) {
+      auto& pair = *request.add_key_value_pairs();
+      pair.set_key(key);
+      pair.set_value("value");
+   }
+   request.add_deletes()->set_key("gone");
+   server_->notes(request);
+   for (int process = 0; process < 2; ++process) {
+      EXPECT_EQ(server_->note("kept"), "value");
+      EXPECT_EQ(server_->note("gone"), "");
+      server_.reset();
+      server_.emplace(directory_.file("state"));
+   }
+}
+
+}  // namespace
+}  // namespace systest
