@@ -123,7 +123,7 @@ std::vector<Ping> readPings(const std::string& path) {
 
 void measureUnary(const Setup& setup, Report& report, const std::string& key, std::size_t inFlight,
                   double target) {
-   const FloorServer floorServer(setup.floorProgram);
+   const FloorServer floorServer(setup.floorProgram, setup.floorFlags);
    FreshDaemon daemon(setup.daemonProgram);
    Samples ours;
    Samples floor;
@@ -143,7 +143,7 @@ void measureUnary(const Setup& setup, Report& report, const std::string& key, st
 }
 
 void measureBulkRoutes(const Setup& setup, Report& report) {
-   const FloorServer floorServer(setup.floorProgram);
+   const FloorServer floorServer(setup.floorProgram, setup.floorFlags);
    Samples ours, again, random, floor, floorRandom;
    std::vector<double> flat;
    for (int round = 0; round < setup.rounds; ++round) {
@@ -177,7 +177,7 @@ void measureBulkRoutes(const Setup& setup, Report& report) {
 }
 
 void measureBulkGroups(const Setup& setup, Report& report) {
-   const FloorServer floorServer(setup.floorProgram);
+   const FloorServer floorServer(setup.floorProgram, setup.floorFlags);
    FreshDaemon daemon(setup.daemonProgram);
    const std::uint64_t total = 10 * setup.perBulk;
    const Arguments arguments = {"--workload",  "group-bulk",

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "Report.h"
 
@@ -12,6 +13,7 @@ namespace bench {
 struct Setup {
    std::string daemonProgram;
    std::string floorProgram;
+   std::vector<std::string> floorFlags;
    std::string loadProgram;
    std::string hostProgram;
    // Rounds per figure and server.

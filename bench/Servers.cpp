@@ -12,10 +12,12 @@ namespace bench {
 
 using namespace std::chrono_literals;
 
-FloorServer::FloorServer(const std::string& program)
+FloorServer::FloorServer(const std::string& program, const std::vector<std::string>& extra)
      : child_([&] {
           const OnCoresOf server(Side::server);
-          return systest::Child({program, "--listen", address()}, directory_ / "floor.log");
+          std::vector<std::string> argv = {program, "--listen", address()};
+          argv.insert(argv.end(), extra.begin(), extra.end());
+          return systest::Child(std::move(argv), directory_ / "floor.log");
        }()) {
    systest::waitServing(child_, directory_ / "rpc.sock", 10s);
 }

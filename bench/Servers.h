@@ -16,7 +16,7 @@ namespace bench {
 
 class FloorServer {
 public:
-   explicit FloorServer(const std::string& program);
+   explicit FloorServer(const std::string& program, const std::vector<std::string>& extra = {});
    std::string address() const { return "unix://" + (directory_ / "rpc.sock"); }
    pid_t pid() const { return child_.pid(); }
 

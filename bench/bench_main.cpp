@@ -67,6 +67,9 @@ int main(int argc, char** argv) {
                 "One short round with few routes: shows that everything runs, measures nothing");
    app.add_flag("--any-core", anyCore, "Leave it to the scheduler where client and servers run");
    app.add_flag("--check", check, "End with 1 when a target is missed");
+   bool arenaFloor = false;
+   app.add_flag("--arena-floor", arenaFloor,
+                "Let the floor keep the messages of a bulk on an arena, as the daemon does");
    CLI11_PARSE(app, argc, argv);
    if (quick) {
       setup.rounds = 1;
@@ -81,6 +84,7 @@ int main(int argc, char** argv) {
    try {
       setup.daemonProgram = systest::programPath("orvsdkrpcd");
       setup.floorProgram = systest::programPath("floor_server");
+      if (arenaFloor) setup.floorFlags = {"--arena"};
       setup.loadProgram = systest::programPath("bench_load");
       setup.hostProgram = systest::programPath("bench_host");
       if (quick) std::printf("A quick run: the figures below are no measurement.\n");

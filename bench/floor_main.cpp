@@ -2,7 +2,10 @@
 // work. What a daemon reaches is measured against it.
 //
 // One completion queue, one thread that drains it, one heap-allocated handler
-// per call that posts its successor before it answers.
+// per call that posts its successor before it answers; messages as gRPC's examples
+// keep them. With --arena the messages of a bulk live on an arena, as the daemon's
+// do, which makes freeing them next to free.
+#include <google/protobuf/arena.h>
 #include <grpcpp/grpcpp.h>
 #include <signal.h>
 
@@ -44,6 +47,19 @@ void answer(const pb::rpc_server_state_status_msg& request, pb::rpc_server_state
 }
 
 template <class Request, class Response>
+struct MemberMessages {
+   Request request;
+   Response response;
+};
+
+template <class Request, class Response>
+struct ArenaMessages {
+   google::protobuf::Arena arena;
+   Request& request = *google::protobuf::Arena::CreateMessage<Request>(&arena);
+   Response& response = *google::protobuf::Arena::CreateMessage<Response>(&arena);
+};
+
+template <class Request, class Response, template <class, class> class Messages>
 class UnaryHandler final : public Handler {
 public:
    using Method = void (Service::*)(grpc::ServerContext*, Request*,
@@ -51,7 +67,7 @@ public:
                                     grpc::ServerCompletionQueue*, void*);
    UnaryHandler(Service& service, grpc::ServerCompletionQueue& queue, Method method)
         : service_(service), queue_(queue), method_(method), writer_(&context_) {
-      (service_.*method_)(&context_, &request_, &writer_, &queue_, &queue_, this);
+      (service_.*method_)(&context_, &messages_.request, &writer_, &queue_, &queue_, this);
    }
    void proceed(bool ok) override {
       if (!ok || answered_) {
@@ -59,9 +75,9 @@ public:
          return;
       }
       new UnaryHandler(service_, queue_, method_);
-      answer(request_, response_);
+      answer(messages_.request, messages_.response);
       answered_ = true;
-      writer_.Finish(response_, grpc::Status::OK, this);
+      writer_.Finish(messages_.response, grpc::Status::OK, this);
    }
 
 private:
@@ -69,32 +85,35 @@ private:
    grpc::ServerCompletionQueue& queue_;
    Method method_;
    grpc::ServerContext context_;
-   Request request_;
-   Response response_;
+   Messages<Request, Response> messages_;
    grpc::ServerAsyncResponseWriter<Response> writer_;
    bool answered_ = false;
 };
 
-template <class Request, class Response, class Base>
+template <template <class, class> class Messages = MemberMessages, class Request, class Response, class Base>
 void post(Service& service, grpc::ServerCompletionQueue& queue,
           void (Base::*method)(grpc::ServerContext*, Request*, grpc::ServerAsyncResponseWriter<Response>*,
                                grpc::CompletionQueue*, grpc::ServerCompletionQueue*, void*)) {
-   new UnaryHandler<Request, Response>(service, queue, method);
+   new UnaryHandler<Request, Response, Messages>(service, queue, method);
 }
 
-void postAll(Service& service, grpc::ServerCompletionQueue& queue) {
+template <template <class, class> class BulkMessages>
+void postBulks(Service& service, grpc::ServerCompletionQueue& queue) {
+   post<BulkMessages>(service, queue, &Service::Requestnexthop_group_bulk);
+   post<BulkMessages>(service, queue, &Service::Requestip_route_bulk);
+   post<BulkMessages>(service, queue, &Service::Requestnexthop_group_tunnel_bulk);
+   post<BulkMessages>(service, queue, &Service::Requestmpls_route_bulk);
+}
+
+void postSingles(Service& service, grpc::ServerCompletionQueue& queue) {
    post(service, queue, &Service::Requestrpc_server_init);
    post(service, queue, &Service::Requestrpc_server_resync);
    post(service, queue, &Service::Requestrpc_server_state);
    post(service, queue, &Service::Requestget_rpc_server_state);
    post(service, queue, &Service::Requestnexthop_group);
-   post(service, queue, &Service::Requestnexthop_group_bulk);
    post(service, queue, &Service::Requestip_route);
-   post(service, queue, &Service::Requestip_route_bulk);
    post(service, queue, &Service::Requestnexthop_group_tunnel);
-   post(service, queue, &Service::Requestnexthop_group_tunnel_bulk);
    post(service, queue, &Service::Requestmpls_route);
-   post(service, queue, &Service::Requestmpls_route_bulk);
 }
 
 void pump(grpc::ServerCompletionQueue& queue) {
@@ -110,6 +129,8 @@ int main(int argc, char** argv) {
    CLI::App app("A bare asynchronous server that accepts everything and does nothing");
    std::string address;
    app.add_option("--listen", address, "Address to listen on, as gRPC writes it")->required();
+   bool arena = false;
+   app.add_flag("--arena", arena, "Keep the messages of a bulk on an arena");
    CLI11_PARSE(app, argc, argv);
 
    sigset_t ends;
@@ -129,7 +150,12 @@ int main(int argc, char** argv) {
       std::fprintf(stderr, "cannot listen on %s\n", address.c_str());
       return 2;
    }
-   postAll(service, *queue);
+   postSingles(service, *queue);
+   if (arena) {
+      postBulks<ArenaMessages>(service, *queue);
+   } else {
+      postBulks<MemberMessages>(service, *queue);
+   }
    std::thread thread([&queue] { pump(*queue); });
 
    int signal = 0;

@@ -260,7 +260,7 @@ TEST_F(DaemonProgram, OnSeveralAddressesOfWhichOneIsInUse) {
    EXPECT_EQ(child.wait(), Ending{.exitCode = 0}) << child.log();
    EXPECT_THAT(child.log(), HasSubstr("'" + busy + "', expected an address that is not in use"));
    EXPECT_THAT(child.log(),
-               HasSubstr("serving on unix:" + directory_.path() + "/rpc.sock, " + abstract + "\n"));
+               HasSubstr("serving on unix://" + directory_.path() + "/rpc.sock, " + abstract + "\n"));
    EXPECT_FALSE(fs::exists(directory_ / "rpc.sock"));
    EXPECT_FALSE(fs::exists(directory_ / "rpc.sock.lock"));
    close(fd);

@@ -7,6 +7,7 @@
 #include <thread>
 #include <vector>
 
+#include "OrvSdkRpc/programming/Reply.h"
 #include "fixture/Contract.h"
 #include "fixture/Programmed.h"
 #include "fixture/TempDir.h"
