@@ -60,13 +60,17 @@ void TagManager::remove(OpaqueId tag) {
    lock.unlock();
 }
 
+bool TagManager::registered(OpaqueId tag) const {
+   const auto i = tags_.find(tag);
+   return i != tags_.end() && i->second.handler;
+}
+
 bool TagManager::holds(const RequestHandler& handler) const {
-   const auto registered = [this](OpaqueId tag) {
-      const auto i = tags_.find(tag);
-      return i != tags_.end() && i->second.handler;
-   };
-   return registered(handler.tag()) || registered(handler.doneTag()) ||
-          std::any_of(handler.extraTags_.begin(), handler.extraTags_.end(), registered);
+   if (registered(handler.tag()) || registered(handler.doneTag())) return true;
+   for (const OpaqueId tag : handler.extraTags_) {
+      if (registered(tag)) return true;
+   }
+   return false;
 }
 
 void TagManager::eraseExtraTags(RequestHandler& handler) {

@@ -90,6 +90,7 @@ public:
    }
 
 private:
+   bool registered(OpaqueId tag) const ORV_REQUIRES(mutex_);
    // Whether a tag of the handler is registered.
    bool holds(const RequestHandler& handler) const ORV_REQUIRES(mutex_);
    void eraseExtraTags(RequestHandler& handler) ORV_REQUIRES(mutex_);
