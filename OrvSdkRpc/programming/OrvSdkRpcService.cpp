@@ -38,9 +38,9 @@ OrvSdkRpcService::OrvSdkRpcService(orv::acl_mgr* aclMgr, orv::agent_mgr* agentMg
        bfd_(client_),
        cbf_(client_, policyMapMgr, classMapMgr, aclMgr, agentMgr),
        ip_(client_, ipRouteMgr),
-       mpls_(client_),
+       mpls_(client_, mplsRouteMgr, mplsVrfLabelMgr),
        nexthopGroups_(client_, nexthopGroupMgr),
-       tunnels_(client_),
+       tunnels_(client_, nexthopGroupTunnelMgr),
        opaque_(client_, agentMgr) {
    client_.programmersAre({.ipRoute = &ip_, .cbf = &cbf_, .bfd = &bfd_});
 }
