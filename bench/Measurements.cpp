@@ -5,10 +5,10 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
-#include <fstream>
 #include <stdexcept>
 #include <thread>
 
+#include "Pings.h"
 #include "Servers.h"
 
 namespace bench {
@@ -106,19 +106,6 @@ Resident settledResident(pid_t pid) {
    return resident;
 }
 
-struct Ping {
-   std::uint64_t startedNs;
-   std::uint64_t tookNs;
-};
-
-std::vector<Ping> readPings(const std::string& path) {
-   std::ifstream file(path);
-   std::vector<Ping> pings;
-   for (Ping ping; file >> ping.startedNs >> ping.tookNs;)
-      pings.push_back(ping);
-   return pings;
-}
-
 }  // namespace
 
 void measureUnary(const Setup& setup, Report& report, const std::string& key, std::size_t inFlight,
@@ -202,21 +189,17 @@ void measurePing(const Setup& setup, Report& report) {
    std::vector<double> worst;
    std::size_t count = 0;
    for (int round = 0; round < setup.rounds; ++round) {
-      const systest::TempDir directory("orv-bench-ping-");
-      const auto pingFile = directory / "pings";
-      FreshDaemon host(setup.hostProgram, {"--ping-file", pingFile});
+      FreshDaemon daemon(setup.daemonProgram);
+      systest::Pings pings(daemon.address());
       const auto load = runLoad(
-           setup.loadProgram, host.address(),
+           setup.loadProgram, daemon.address(),
            {"--workload", "route-bulk", "--total", std::to_string(setup.routes), "--per-bulk",
             std::to_string(setup.perBulk), "--groups", std::to_string(setup.groups), "--program-groups",
             "--in-flight", std::to_string(setup.bulksInFlight), "--seconds", std::to_string(setup.seconds)});
-      if (host.daemon().terminate() != systest::Ending{.exitCode = 0}) {
-         throw std::runtime_error("the bench host did not end in order: " + host.daemon().child().log());
-      }
-      const auto from = load["started_ns"].get<std::uint64_t>();
-      const auto until = from + static_cast<std::uint64_t>(load["seconds"].get<double>() * 1e9);
+      const auto from = load["started_ns"].get<std::int64_t>();
+      const auto until = from + static_cast<std::int64_t>(load["seconds"].get<double>() * 1e9);
       std::vector<double> milliseconds;
-      for (const auto& ping : readPings(pingFile)) {
+      for (const auto& ping : pings.stop()) {
          if (ping.startedNs >= from && ping.startedNs < until) {
             milliseconds.push_back(static_cast<double>(ping.tookNs) / 1e6);
          }
@@ -229,7 +212,7 @@ void measurePing(const Setup& setup, Report& report) {
    }
    char note[160];
    std::snprintf(note, sizeof note,
-                 "main-loop round trip while route bulks saturate the pump, %zu pings, worst %.2f ms", count,
+                 "agent ping while route bulks saturate the pump, %zu pings, worst %.2f ms", count,
                  *std::max_element(worst.begin(), worst.end()));
    report.add(Figure{.key = "ping_under_load_ms",
                      .ours = median(p99),

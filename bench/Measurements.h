@@ -15,7 +15,9 @@ struct Setup {
    std::string floorProgram;
    std::vector<std::string> floorFlags;
    std::string loadProgram;
-   std::string hostProgram;
+   std::string convertProgram;
+   std::string streamProgram;
+   std::string streamHostProgram;
    // Rounds per figure and server.
    int rounds = 5;
    // Length of a round that is limited by time, seconds.

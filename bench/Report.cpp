@@ -19,8 +19,17 @@ std::string number(double value) {
 std::string wanted(const std::optional<Target>& target) {
    if (!target) return "";
    char text[64];
-   const bool ratio = target->kind == Target::Kind::ratioAtLeast;
-   std::snprintf(text, sizeof text, ratio ? "ratio >= %.2f" : "ours <= %g", target->value);
+   switch (target->kind) {
+      case Target::Kind::ratioAtLeast:
+         std::snprintf(text, sizeof text, "ratio >= %.2f", target->value);
+         break;
+      case Target::Kind::ratioAtMost:
+         std::snprintf(text, sizeof text, "ratio <= %.2f", target->value);
+         break;
+      case Target::Kind::oursAtMost:
+         std::snprintf(text, sizeof text, "ours <= %g", target->value);
+         break;
+   }
    return text;
 }
 
@@ -34,7 +43,8 @@ std::optional<double> Figure::ratio() const {
 bool Figure::reached() const {
    if (!target) return true;
    if (target->kind == Target::Kind::oursAtMost) return ours <= target->value;
-   return ratio() && *ratio() >= target->value;
+   if (!ratio()) return false;
+   return target->kind == Target::Kind::ratioAtMost ? *ratio() <= target->value : *ratio() >= target->value;
 }
 
 void Report::add(Figure figure) {
@@ -44,10 +54,10 @@ void Report::add(Figure figure) {
 
 void Report::print(const Figure& figure) const {
    if (figures_.empty()) {
-      std::printf("%-30s %12s %12s %7s %-9s %-14s %-7s %s\n", "", "ours", "floor", "ratio", "unit",
+      std::printf("%-36s %12s %12s %7s %-9s %-14s %-7s %s\n", "", "ours", "floor", "ratio", "unit",
                   "must reach", "", "how");
    }
-   std::printf("%-30s %12s %12s %7s %-9s %-14s %-7s %s\n", figure.key.c_str(), number(figure.ours).c_str(),
+   std::printf("%-36s %12s %12s %7s %-9s %-14s %-7s %s\n", figure.key.c_str(), number(figure.ours).c_str(),
                figure.floor ? number(*figure.floor).c_str() : "-",
                figure.ratio() ? number(*figure.ratio()).c_str() : "-", figure.unit.c_str(),
                wanted(figure.target).c_str(),

@@ -10,9 +10,9 @@
 
 namespace bench {
 
-// What a figure must reach: its ratio to the floor at least, or itself at most.
+// What a figure must reach: its ratio to the floor at least or at most, or itself at most.
 struct Target {
-   enum class Kind { ratioAtLeast, oursAtMost } kind;
+   enum class Kind { ratioAtLeast, ratioAtMost, oursAtMost } kind;
    double value;
 };
 

@@ -6,10 +6,13 @@
 #include <functional>
 #include <thread>
 
+#include "Conversions.h"
 #include "Cores.h"
 #include "Daemon.h"
 #include "Measurements.h"
 #include "Report.h"
+#include "SbfdMeasurements.h"
+#include "Streams.h"
 
 namespace {
 
@@ -32,6 +35,17 @@ const std::vector<Measurement>& measurements() {
         {"bulk_nexthop_group_1000", bench::measureBulkGroups},
         {"ping_under_load_ms", bench::measurePing},
         {"restart_1m_routes_s", bench::measureRestart},
+        {"convert", bench::measureConversions},
+        {"list_nexthop_groups", bench::measureLists},
+        {"watch_fanout_1", [](const auto& setup, auto& report) { bench::measureFanOut(setup, report, 1); }},
+        {"watch_fanout_100",
+         [](const auto& setup, auto& report) { bench::measureFanOut(setup, report, 100); }},
+        {"publish_ns_per_watcher", bench::measurePublish},
+        {"event_latency_us", bench::measureEventLatency},
+        {"dump_intf_all_fields", bench::measureDump},
+        {"bulk_stream_entries", bench::measureBulkStream},
+        {"sbfd_sessions", bench::measureSbfdSessions},
+        {"sbfd_alive_latency_ms", bench::measureSbfdAliveLatency},
    };
    return list;
 }
@@ -61,7 +75,8 @@ int main(int argc, char** argv) {
    app.add_option("--routes", setup.routes, "Distinct routes of the bulk, restart and memory figures");
    app.add_option("--only", only,
                   "Measure these alone (scale_flatness comes with bulk_ip_route_1000, "
-                  "rss_1m_routes_mib with restart_1m_routes_s)")
+                  "rss_1m_routes_mib with restart_1m_routes_s, list_flatness with list_nexthop_groups, "
+                  "queue_bytes_per_message with publish_ns_per_watcher)")
         ->check(CLI::IsMember(names()));
    app.add_flag("--quick", quick,
                 "One short round with few routes: shows that everything runs, measures nothing");
@@ -86,7 +101,9 @@ int main(int argc, char** argv) {
       setup.floorProgram = systest::programPath("floor_server");
       if (arenaFloor) setup.floorFlags = {"--arena"};
       setup.loadProgram = systest::programPath("bench_load");
-      setup.hostProgram = systest::programPath("bench_host");
+      setup.convertProgram = systest::programPath("bench_convert");
+      setup.streamProgram = systest::programPath("bench_stream");
+      setup.streamHostProgram = systest::programPath("bench_stream_host");
       if (quick) std::printf("A quick run: the figures below are no measurement.\n");
       bench::OnCoresOf::enabledIs(!anyCore);
       std::printf(

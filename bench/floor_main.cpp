@@ -4,7 +4,8 @@
 // One completion queue, one thread that drains it, one heap-allocated handler
 // per call that posts its successor before it answers; messages as gRPC's examples
 // keep them. With --arena the messages of a bulk live on an arena, as the daemon's
-// do, which makes freeing them next to free.
+// do, which makes freeing them next to free. With --stream it also serves one RPC
+// with a stream of responses, which are one message over and over.
 #include <google/protobuf/arena.h>
 #include <grpcpp/grpcpp.h>
 #include <signal.h>
@@ -13,6 +14,8 @@
 #include <cstdio>
 #include <thread>
 
+#include "FloorHandler.h"
+#include "FloorStreams.h"
 #include "OrvSdkRpcProtos/orvsdk.grpc.pb.h"
 
 namespace {
@@ -20,12 +23,7 @@ namespace {
 namespace pb = OrvSdkRpc::pb;
 using Service = pb::orvsdk_service::AsyncService;
 
-class Handler {
-public:
-   virtual ~Handler() = default;
-   // Deletes itself after its last event.
-   virtual void proceed(bool ok) = 0;
-};
+using bench::FloorHandler;
 
 void answer(const auto&, auto&) {}
 
@@ -60,7 +58,7 @@ struct ArenaMessages {
 };
 
 template <class Request, class Response, template <class, class> class Messages>
-class UnaryHandler final : public Handler {
+class UnaryHandler final : public FloorHandler {
 public:
    using Method = void (Service::*)(grpc::ServerContext*, Request*,
                                     grpc::ServerAsyncResponseWriter<Response>*, grpc::CompletionQueue*,
@@ -116,13 +114,6 @@ void postSingles(Service& service, grpc::ServerCompletionQueue& queue) {
    post(service, queue, &Service::Requestmpls_route);
 }
 
-void pump(grpc::ServerCompletionQueue& queue) {
-   void* tag = nullptr;
-   bool ok = false;
-   while (queue.Next(&tag, &ok))
-      static_cast<Handler*>(tag)->proceed(ok);
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -131,6 +122,13 @@ int main(int argc, char** argv) {
    app.add_option("--listen", address, "Address to listen on, as gRPC writes it")->required();
    bool arena = false;
    app.add_flag("--arena", arena, "Keep the messages of a bulk on an arena");
+   bench::FloorStreamOptions stream;
+   auto* message = app.add_option("--message", stream.messageFile, "File with the message that is streamed");
+   app.add_option("--stream", stream.rpc, "Serve this stream too")
+        ->check(CLI::IsMember({"list", "dump", "watch", "rates"}))
+        ->needs(message);
+   app.add_option("--count", stream.count, "Messages in a list or a dump");
+   app.add_flag("--fresh", stream.fresh, "Make each batch of rates anew");
    CLI11_PARSE(app, argc, argv);
 
    sigset_t ends;
@@ -140,10 +138,18 @@ int main(int argc, char** argv) {
    // Blocked before any thread exists, so that sigwait below is the only receiver.
    pthread_sigmask(SIG_BLOCK, &ends, nullptr);
 
+   std::unique_ptr<bench::FloorStreams> streams;
+   try {
+      streams = bench::FloorStreams::make(stream);
+   } catch (const std::exception& error) {
+      std::fprintf(stderr, "%s\n", error.what());
+      return 2;
+   }
    Service service;
    grpc::ServerBuilder builder;
    builder.AddListeningPort(address, grpc::InsecureServerCredentials());
    builder.RegisterService(&service);
+   if (streams) streams->registerWith(builder);
    const auto queue = builder.AddCompletionQueue();
    const auto server = builder.BuildAndStart();
    if (!server) {
@@ -156,12 +162,13 @@ int main(int argc, char** argv) {
    } else {
       postBulks<MemberMessages>(service, *queue);
    }
-   std::thread thread([&queue] { pump(*queue); });
+   if (streams) streams->post(*queue);
+   bench::FloorPump pump(*queue);
+   std::thread thread([&pump] { pump.run(); });
 
    int signal = 0;
    sigwait(&ends, &signal);
-   server->Shutdown(std::chrono::system_clock::now());
-   queue->Shutdown();
+   pump.stop(*server);
    thread.join();
    return 0;
 }

@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <set>
 
 #include "orvctl/Descriptors.h"
@@ -14,6 +15,8 @@ struct Script {
    std::string descents;
    std::string words;
    std::set<std::string> fileFlags{"-f"};
+   // "case" branches: flags whose values are known words.
+   std::string values;
 };
 
 void collect(const CLI::App& app, const std::string& path, const std::string& inherited, Script& script) {
@@ -21,7 +24,13 @@ void collect(const CLI::App& app, const std::string& path, const std::string& in
    for (const CLI::Option* option : app.get_options()) {
       for (const auto& name : option->get_lnames()) {
          flags += " --" + name;
-         if (option->get_type_name() == "FILE") script.fileFlags.insert("--" + name);
+         const std::string& values = option->get_type_name();
+         if (values == "FILE") script.fileFlags.insert("--" + name);
+         if (values.find('|') != std::string::npos) {
+            std::string offered = values;
+            std::replace(offered.begin(), offered.end(), '|', ' ');
+            script.values += fmt::format("  \"{} --{}\") words=\"{}\" ;;\n", path, name, offered);
+         }
       }
    }
    std::string words = inherited + flags;
@@ -61,6 +70,8 @@ _{0}() {{
   esac
   case $path in
 {3}  esac
+  case "$path $prev" in
+{4}  esac
   mapfile -t COMPREPLY < <(compgen -W "$words" -- "$cur")
   if [[ $path == "{0} route load" ]]; then
     compopt -o filenames
@@ -69,7 +80,8 @@ _{0}() {{
 }}
 complete -F _{0} {0}
 )",
-                      app.get_name(), script.descents, fmt::join(script.fileFlags, "|"), script.words);
+                      app.get_name(), script.descents, fmt::join(script.fileFlags, "|"), script.words,
+                      script.values);
 }
 
 }  // namespace orvctl

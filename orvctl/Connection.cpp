@@ -28,6 +28,24 @@ bool next(grpc::CompletionQueue& queue) {
    return queue.Next(&tag, &ok) && ok;
 }
 
+// Codes with which a server says no. The others mean that nobody did what was asked, or that it is not known.
+bool isRefusal(grpc::StatusCode code) {
+   switch (code) {
+      case grpc::StatusCode::UNKNOWN:
+      case grpc::StatusCode::INVALID_ARGUMENT:
+      case grpc::StatusCode::NOT_FOUND:
+      case grpc::StatusCode::ALREADY_EXISTS:
+      case grpc::StatusCode::PERMISSION_DENIED:
+      case grpc::StatusCode::FAILED_PRECONDITION:
+      case grpc::StatusCode::OUT_OF_RANGE:
+      case grpc::StatusCode::INTERNAL:
+      case grpc::StatusCode::UNAUTHENTICATED:
+         return true;
+      default:
+         return false;
+   }
+}
+
 // Shuts the queue down and takes what is left in it, as its destructor demands.
 class QueueGuard {
 public:
@@ -85,6 +103,11 @@ grpc::Status Connection::stream(const std::string& path, const Message& request,
                                 const std::function<bool()>& each, bool deadline) {
    grpc::ClientContext context;
    if (deadline) prepare(context);
+   return stream(context, path, request, reply, each);
+}
+
+grpc::Status Connection::stream(grpc::ClientContext& context, const std::string& path, const Message& request,
+                                Message& reply, const std::function<bool()>& each) {
    grpc::CompletionQueue queue;
    QueueGuard guard(queue);
    grpc::GenericStub stub(channel_);
@@ -124,9 +147,12 @@ void Connection::require(const std::string& what, const grpc::Status& status) co
          throw CallError(
               fmt::format("{}: no answer from {} within {} s", what, target_.text(), timeoutSeconds_));
       default:
-         throw CallError(fmt::format("{}: {} answered {}: {}", what, target_.text(),
-                                     grpcCodeName(status.error_code()), status.error_message()));
+         break;
    }
+   const std::string words = fmt::format("{}: {} answered {}: {}", what, target_.text(),
+                                         grpcCodeName(status.error_code()), status.error_message());
+   if (isRefusal(status.error_code())) throw RefusedError(words);
+   throw CallError(words);
 }
 
 std::string grpcCodeName(grpc::StatusCode code) {

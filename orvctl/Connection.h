@@ -38,7 +38,13 @@ public:
                        google::protobuf::Message& reply, const std::function<bool()>& each,
                        bool deadline = false);
 
-   // Throws CallError with one line about `what` unless `status` is OK.
+   // The same in a context of the caller's, who may set a deadline and cancel it from another thread.
+   grpc::Status stream(grpc::ClientContext& context, const std::string& path,
+                       const google::protobuf::Message& request, google::protobuf::Message& reply,
+                       const std::function<bool()>& each);
+
+   // Unless `status` is OK, throws RefusedError with one line about `what` where the server answered with a
+   // refusal, CallError where there was no answer.
    void require(const std::string& what, const grpc::Status& status) const;
 
    // A typed unary call of the programming service; throws CallError.

@@ -2,6 +2,12 @@
 
 #include <fmt/format.h>
 
+#include "OrvSdkRpcProtos/acl.pb.h"
+#include "OrvSdkRpcProtos/agent.pb.h"
+#include "OrvSdkRpcProtos/eth_phy_intf.pb.h"
+#include "OrvSdkRpcProtos/intf.pb.h"
+#include "OrvSdkRpcProtos/intf_counter.pb.h"
+#include "OrvSdkRpcProtos/nexthop_group.pb.h"
 #include "OrvSdkRpcProtos/orvsdk.pb.h"
 #include "orvctl/ExitCode.h"
 
@@ -13,7 +19,15 @@ using google::protobuf::ServiceDescriptor;
 
 std::vector<const ServiceDescriptor*> linkedServices() {
    // A file with services is named here; its descriptor also keeps its generated code linked.
-   const FileDescriptor* const files[] = {OrvSdkRpc::pb::ip_route_msg::descriptor()->file()};
+   const FileDescriptor* const files[] = {
+        OrvSdkRpc::pb::ip_route_msg::descriptor()->file(),
+        orv::remote::AclsRequest::descriptor()->file(),
+        orv::remote::AgentEnabledRequest::descriptor()->file(),
+        orv::remote::EthPhyIntfsRequest::descriptor()->file(),
+        orv::remote::IntfsRequest::descriptor()->file(),
+        orv::remote::IntfCountersRequest::descriptor()->file(),
+        orv::remote::NexthopGroupsRequest::descriptor()->file(),
+   };
    std::vector<const ServiceDescriptor*> services;
    for (const FileDescriptor* file : files) {
       for (int i = 0; i < file->service_count(); ++i)
@@ -34,9 +48,10 @@ const MethodDescriptor& findMethod(std::string_view name) {
       serviceKnown = true;
       const MethodDescriptor* match = candidate->FindMethodByName(method);
       if (!match) continue;
+      if (bare && candidate == linkedServices().front()) return *match;
       if (found) {
          throw UsageError(fmt::format("the RPC is '{}', expected SERVICE/METHOD: both {} and {} have it",
-                                      name, found->service()->full_name(), candidate->full_name()));
+                                      name, found->service()->name(), candidate->name()));
       }
       found = match;
    }

@@ -9,11 +9,11 @@
 
 namespace orvctl {
 
-// Every service that is linked in, in the order of the service list of the .proto files.
+// Every service that is linked in, the programming service first, then the mirror services by name.
 std::vector<const google::protobuf::ServiceDescriptor*> linkedServices();
 
-// Finds "package.service/method", "service/method", or a method's bare name where only one service has it.
-// Throws UsageError naming what was asked for.
+// Finds "package.service/method", "service/method", or a method's bare name: the programming service's, or
+// where only one other service has it. Throws UsageError naming what was asked for.
 const google::protobuf::MethodDescriptor& findMethod(std::string_view name);
 
 // "/package.service/method", as gRPC puts it on the wire.

@@ -12,12 +12,19 @@ enum ExitCode : int {
    kRefused = 1,
    // A flag, an argument or an input line is wrong; nothing was sent.
    kUsage = 2,
-   // The server could not be reached, went away, or gRPC itself failed.
+   // The server could not be reached, went away, does not have the RPC, or gRPC itself failed.
    kUnreachable = 3,
+   // The server closed a watch because it was read too slowly; the next one may follow at once.
+   kTooSlow = 4,
 };
 
 // A value that cannot be used. what() is one line: the value and what was expected.
 struct UsageError : std::runtime_error {
+   using std::runtime_error::runtime_error;
+};
+
+// A call that the server answered with a refusal. what() is one line for the operator.
+struct RefusedError : std::runtime_error {
    using std::runtime_error::runtime_error;
 };
 

@@ -28,6 +28,26 @@ Json addressObject(const std::string& bytes) {
    return Json{{"address", absl::Base64Escape(bytes)}};
 }
 
+// Calls `each(field of the value, value)` for every value that a field holds.
+template <typename Each>
+void forEachValue(const FieldDescriptor& field, Json& value, Each each) {
+   if (field.is_map()) {
+      if (!value.is_object()) return;
+      for (auto& [key, inner] : value.items())
+         each(*field.message_type()->map_value(), inner);
+   } else if (value.is_array()) {
+      for (Json& element : value)
+         each(field, element);
+   } else {
+      each(field, value);
+   }
+}
+
+// In the mirror services every bytes field is an address.
+bool isWireAddress(const FieldDescriptor& field) {
+   return field.type() == FieldDescriptor::TYPE_BYTES && field.file()->package() == "orv.remote";
+}
+
 // The canonical form of the value of a field of type `type`.
 void toCanonical(std::string_view where, const Descriptor& type, Json& value) {
    if (value.is_string() && isAddress(type)) {
@@ -44,13 +64,14 @@ void toCanonical(std::string_view where, const Descriptor& type, Json& value) {
    for (auto& [key, inner] : value.items()) {
       const FieldDescriptor* field = type.FindFieldByName(key);
       if (!field) field = type.FindFieldByCamelcaseName(key);
-      if (!field || field->cpp_type() != FieldDescriptor::CPPTYPE_MESSAGE || field->is_map()) continue;
-      if (inner.is_array()) {
-         for (Json& element : inner)
-            toCanonical(key, *field->message_type(), element);
-      } else {
-         toCanonical(key, *field->message_type(), inner);
-      }
+      if (!field) continue;
+      forEachValue(*field, inner, [&where = key](const FieldDescriptor& of, Json& one) {
+         if (of.cpp_type() == FieldDescriptor::CPPTYPE_MESSAGE) {
+            toCanonical(where, *of.message_type(), one);
+         } else if (isWireAddress(of) && one.is_string()) {
+            if (const auto bytes = wireAddressBytes(one.get<std::string>())) one = absl::Base64Escape(*bytes);
+         }
+      });
    }
 }
 
@@ -80,13 +101,16 @@ void toFriendly(const Descriptor& type, Json& value) {
    }
    for (auto& [key, inner] : value.items()) {
       const FieldDescriptor* field = type.FindFieldByName(key);
-      if (!field || field->cpp_type() != FieldDescriptor::CPPTYPE_MESSAGE || field->is_map()) continue;
-      if (inner.is_array()) {
-         for (Json& element : inner)
-            toFriendly(*field->message_type(), element);
-      } else if (inner.is_object()) {
-         toFriendly(*field->message_type(), inner);
-      }
+      if (!field) continue;
+      forEachValue(*field, inner, [](const FieldDescriptor& of, Json& one) {
+         if (of.cpp_type() == FieldDescriptor::CPPTYPE_MESSAGE) {
+            if (one.is_object()) toFriendly(*of.message_type(), one);
+         } else if (isWireAddress(of)) {
+            std::string bytes;
+            absl::Base64Unescape(one.get<std::string>(), &bytes);
+            if (auto text = wireAddressText(bytes)) one = *text;
+         }
+      });
    }
 }
 

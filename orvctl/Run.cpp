@@ -17,12 +17,14 @@ constexpr const char* kFooter =
      "  0  done\n"
      "  1  the server answered with a failure (also: one item of a bulk failed)\n"
      "  2  a flag, argument or input line is wrong; nothing was sent\n"
-     "  3  the server was not reached or went away, or gRPC failed\n"
+     "  3  the server was not reached, went away, or does not have the RPC, or gRPC failed\n"
+     "  4  a watch was closed because it was read too slowly\n"
      "\n"
      "Examples:\n"
      "  orvctl --target unix:/tmp/orv.sock init --tag 7\n"
      "  orvctl nhg set g1 --nexthop 'intf=Ethernet1,address=10.0.0.1,labels=100/200,op=push,weight=2'\n"
      "  orvctl route add 192.0.2.0/24 --nhg g1 --tag 7\n"
+     "  orvctl watch intf --all --fields all\n"
      "  orvctl call ip_route '{\"prefix\":\"192.0.2.0/24\",\"nexthop_group_name\":\"g1\",\"tag\":7}'\n"
      "  source <(orvctl completion bash)";
 
@@ -68,6 +70,16 @@ void buildApp(CLI::App& app, Context& context) {
    addResyncCommand(app, context);
    addNexthopGroupCommand(app, context);
    addRouteCommand(app, context);
+   addTunnelCommand(app, context);
+   addMplsCommand(app, context);
+   addRedirectCommand(app, context);
+   addSessionCommand(app, context);
+   addInterfaceCommand(app, context);
+   addPhyCommand(app, context);
+   addAclCommand(app, context);
+   addCountersCommand(app, context);
+   addAgentCommand(app, context);
+   addWatchCommand(app, context);
    addStateCommand(app, context);
    addAliveCommand(app, context);
    addBenchCommand(app, context);
@@ -106,6 +118,10 @@ int run(const std::vector<std::string>& arguments, const Streams& streams) {
    } catch (const UsageError& error) {
       context.err << "orvctl: " << oneLine(error.what()) << '\n';
       return kUsage;
+   } catch (const RefusedError& error) {
+      context.out.flush();
+      context.err << "orvctl: " << oneLine(error.what()) << '\n';
+      return kRefused;
    } catch (const CallError& error) {
       context.out.flush();
       context.err << "orvctl: " << oneLine(error.what()) << '\n';

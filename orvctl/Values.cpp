@@ -6,6 +6,7 @@
 #include <array>
 #include <charconv>
 #include <cmath>
+#include <cstdio>
 
 #include "orvctl/ExitCode.h"
 
@@ -117,6 +118,39 @@ std::string addressText(const pb::ip_address_msg& address) {
 
 std::string prefixText(const pb::ip_prefix_msg& prefix) {
    return fmt::format("{}/{}", addressText(prefix.network()), prefix.prefix_length());
+}
+
+std::optional<std::string> wireAddressText(std::string_view bytes) {
+   constexpr size_t kMacBytes = 6;
+   if (bytes.empty()) return "";
+   if (bytes.size() == kMacBytes) {
+      std::string text;
+      for (const char byte : bytes)
+         text += fmt::format("{}{:02x}", text.empty() ? "" : ":", static_cast<unsigned char>(byte));
+      return text;
+   }
+   std::array<char, INET6_ADDRSTRLEN> text{};
+   if (bytes.size() == sizeof(in_addr)) return inet_ntop(AF_INET, bytes.data(), text.data(), text.size());
+   if (bytes.size() == sizeof(in6_addr)) return inet_ntop(AF_INET6, bytes.data(), text.data(), text.size());
+   return std::nullopt;
+}
+
+std::optional<std::string> wireAddressBytes(std::string_view text) {
+   if (text.empty()) return "";
+   std::array<unsigned char, 6> mac{};
+   int end = -1;
+   const std::string terminated(text);
+   // NOLINTNEXTLINE(cert-err34-c): every field is at most two hexadecimal digits.
+   if (std::sscanf(terminated.c_str(), "%2hhx:%2hhx:%2hhx:%2hhx:%2hhx:%2hhx%n", &mac[0], &mac[1], &mac[2],
+                   &mac[3], &mac[4], &mac[5], &end) == 6 &&
+       end == static_cast<int>(text.size())) {
+      return std::string(mac.begin(), mac.end());
+   }
+   try {
+      return parseAddressBytes("", text);
+   } catch (const UsageError&) {
+      return std::nullopt;
+   }
 }
 
 pb::nexthop_msg parseNexthop(std::string_view what, std::string_view text) {

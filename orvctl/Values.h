@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -28,6 +29,11 @@ OrvSdkRpc::pb::ip_prefix_msg parsePrefix(std::string_view what, std::string_view
 // The text forms of wire values; bytes of an impossible length print as "invalid(N bytes)".
 std::string addressText(const OrvSdkRpc::pb::ip_address_msg& address);
 std::string prefixText(const OrvSdkRpc::pb::ip_prefix_msg& prefix);
+
+// The addresses of the mirror services, which are plain bytes: an IPv4, IPv6 or MAC address by their length.
+// Nothing for bytes, or a text, that is none; empty stands for empty.
+std::optional<std::string> wireAddressText(std::string_view bytes);
+std::optional<std::string> wireAddressBytes(std::string_view text);
 
 // "intf=Ethernet1,address=10.0.0.1,labels=100/200,op=push,weight=2". Every key may be left out; weight is
 // then 1 and op is none. Labels stand as in the message, the outermost last.

@@ -59,6 +59,7 @@ std::unique_ptr<softswitch::SoftSwitch> openSwitch(const Settings& settings, con
    options.stateDirectory = settings.stateDir;
    options.durability = settings.durability;
    options.topology = settings.topology;
+   options.agentOptions = settings.agentOptions;
    options.log = log;
    try {
       return std::make_unique<softswitch::SoftSwitch>(std::move(options));

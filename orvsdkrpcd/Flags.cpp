@@ -39,6 +39,10 @@ void addFlags(CLI::App& app, Flags& flags) {
    app.add_option("--topology", flags.topology,
                   "JSON file with the switch's interfaces [a built-in switch of 64 ports]")
         ->type_name("FILE");
+   app.add_option("--option", flags.options,
+                  "An option of the agent, once for each; goes before one that was set at the console")
+        ->type_name("NAME=VALUE")
+        ->allow_extra_args(false);
    app.add_option("--trace", flags.trace, "Trace to stderr: NAME/LEVELS,… such as 'OrvSdkRpc/0-1,*/0'")
         ->type_name("SPEC");
    app.add_option(

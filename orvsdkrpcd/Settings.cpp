@@ -11,6 +11,7 @@
 #include "orv/error.h"
 #include "orv/tracer.h"
 #include "orvsdkrpcd/UsageError.h"
+#include "softswitch/managers/agent_mgr.h"
 #include "toggles/Toggles.h"
 
 namespace orvsdkrpcd {
@@ -86,6 +87,25 @@ std::optional<softswitch::console::Address> checkConsole(const std::string& valu
    }
 }
 
+// Each name once; a value may hold further equals signs, and be anything but empty.
+std::map<std::string, std::string> checkOptions(const std::vector<std::string>& values) {
+   std::map<std::string, std::string> options;
+   for (const auto& value : values) {
+      const auto equals = value.find('=');
+      if (equals == std::string::npos || equals == 0 || equals + 1 == value.size()) {
+         refuse("--option", value, "NAME=VALUE, neither of them empty");
+      }
+      if (equals > softswitch::AgentMgr::nameBytesMax) {
+         refuse("--option", value,
+                fmt::format("a name of at most {} bytes", softswitch::AgentMgr::nameBytesMax));
+      }
+      if (!options.emplace(value.substr(0, equals), value.substr(equals + 1)).second) {
+         refuse("--option", value, "each name once");
+      }
+   }
+   return options;
+}
+
 }  // namespace
 
 Settings checkFlags(const Flags& flags) {
@@ -96,6 +116,7 @@ Settings checkFlags(const Flags& flags) {
    settings.listen = checkListen(flags.listen);
    settings.stateDir = checkStateDir(flags.stateDir);
    settings.console = checkConsole(flags.console, settings.listen);
+   settings.agentOptions = checkOptions(flags.options);
    if (flags.durability == "sync") {
       settings.durability = softswitch::store::Durability::sync;
    } else if (flags.durability != "lazy") {

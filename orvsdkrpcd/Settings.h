@@ -2,6 +2,7 @@
 // Plain values; the functions are for the main thread, before anything else runs.
 #pragma once
 
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
@@ -22,6 +23,7 @@ struct Flags {
    std::string console;
    std::string toggles;
    std::string topology;
+   std::vector<std::string> options;
    std::string trace;
    std::string durability = "lazy";
    bool stay = false;
@@ -36,6 +38,7 @@ struct Settings {
    bool fib = false;
    std::optional<softswitch::console::Address> console;
    softswitch::Topology topology = softswitch::Topology::builtIn();
+   std::map<std::string, std::string> agentOptions;
    softswitch::store::Durability durability = softswitch::store::Durability::process;
    bool stay = false;
 };

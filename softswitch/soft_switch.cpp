@@ -11,13 +11,17 @@
 #include "softswitch/context.h"
 #include "softswitch/forwarding/hardware.h"
 #include "softswitch/forwarding/memory_plane.h"
+#include "softswitch/forwarding/sbfd_model.h"
 #include "softswitch/managers/acl_mgr.h"
 #include "softswitch/managers/agent_mgr.h"
 #include "softswitch/managers/bfd_session_mgr.h"
 #include "softswitch/managers/class_map_mgr.h"
+#include "softswitch/managers/eth_phy_intf_mgr.h"
 #include "softswitch/managers/fib_mgr.h"
+#include "softswitch/managers/intf_counter_mgr.h"
 #include "softswitch/managers/intf_mgr.h"
 #include "softswitch/managers/ip_route_mgr.h"
+#include "softswitch/managers/mount_mgr.h"
 #include "softswitch/managers/mpls_route_mgr.h"
 #include "softswitch/managers/mpls_vrf_label_mgr.h"
 #include "softswitch/managers/nexthop_group_mgr.h"
@@ -26,6 +30,8 @@
 #include "softswitch/managers/thin_mgrs.h"
 #include "softswitch/managers/vrf_mgr.h"
 #include "softswitch/store/store.h"
+#include "softswitch/traffic/counter_writers.h"
+#include "softswitch/traffic/traffic_model.h"
 #include "zelt/ActivityLock.h"
 #include "zelt/Anchors.h"
 
@@ -87,12 +93,17 @@ struct SoftSwitch::Parts {
           context{store, callbacks, options.limits, scheduler},
           hardware(scheduler, std::make_unique<MemoryPlane>()),
           agent(context, options.name, options.agentOptions),
+          mounts(context),
           intfs(context, options.topology),
+          ethPhyIntfs(context, intfs),
+          traffic(intfs),
+          counterWriters(context, mounts, intfs, traffic, options.counterIntervalNanos),
+          intfCounters(intfs, traffic, counterWriters),
           vrfs(context),
           acls(context, intfs),
           classMaps(context),
           policyMaps(context, intfs, classMaps),
-          bfdSessions(context, intfs),
+          bfdSessions(context, intfs, sbfdModel, options.sbfdSnapshotNanos),
           nexthopGroups(context, hardware, groupNames, intfs),
           nexthopGroupTunnels(context),
           mplsRoutes(context, hardware, groupNames, nexthopGroups, intfs),
@@ -120,11 +131,17 @@ struct SoftSwitch::Parts {
    Names groupNames;
    Hardware hardware;
    AgentMgr agent;
+   MountMgr mounts;
    IntfMgr intfs;
+   EthPhyIntfMgr ethPhyIntfs;
+   TrafficModel traffic;
+   CounterWriters counterWriters;
+   IntfCounterMgr intfCounters;
    VrfMgr vrfs;
    AclMgr acls;
    ClassMapMgr classMaps;
    PolicyMapMgr policyMaps;
+   SbfdModel sbfdModel;
    BfdSessionMgr bfdSessions;
    NexthopGroupMgr nexthopGroups;
    NexthopGroupTunnelMgr nexthopGroupTunnels;
@@ -201,7 +218,7 @@ orv::eth_lag_intf_mgr* SoftSwitch::get_eth_lag_intf_mgr() {
    return &parts_->thin.ethLagIntf;
 }
 orv::eth_phy_intf_mgr* SoftSwitch::get_eth_phy_intf_mgr() {
-   return &parts_->thin.ethPhyIntf;
+   return &parts_->ethPhyIntfs;
 }
 orv::eth_phy_intf_counter_mgr* SoftSwitch::get_eth_phy_intf_counter_mgr() {
    return &parts_->thin.ethPhyIntfCounter;
@@ -210,7 +227,7 @@ orv::intf_mgr* SoftSwitch::get_intf_mgr() {
    return &parts_->intfs;
 }
 orv::intf_counter_mgr* SoftSwitch::get_intf_counter_mgr() {
-   return &parts_->thin.intfCounter;
+   return &parts_->intfCounters;
 }
 orv::ip_intf_mgr* SoftSwitch::get_ip_intf_mgr() {
    return &parts_->thin.ipIntf;
@@ -222,7 +239,7 @@ orv::macsec_mgr* SoftSwitch::get_macsec_mgr() {
    return &parts_->thin.macsec;
 }
 orv::mount_mgr* SoftSwitch::get_mount_mgr() {
-   return &parts_->thin.mount;
+   return &parts_->mounts;
 }
 orv::mpls_route_mgr* SoftSwitch::get_mpls_route_mgr() {
    return &parts_->mplsRoutes;
@@ -248,8 +265,9 @@ orv::fib_mgr* SoftSwitch::get_fib_mgr(orv::mgr_mode_type_t mode) {
    return &parts_->fib;
 }
 
-orv::intf_counter_mgr* SoftSwitch::get_intf_counter_mgr_with_mode(orv::mgr_mode_type_t) {
-   return &parts_->thin.intfCounter;
+orv::intf_counter_mgr* SoftSwitch::get_intf_counter_mgr_with_mode(orv::mgr_mode_type_t mode) {
+   parts_->counterWriters.residentIs(mode == orv::mgr_mode_type_t::resident);
+   return &parts_->intfCounters;
 }
 
 AclMgr& SoftSwitch::acls() {
@@ -264,17 +282,29 @@ BfdSessionMgr& SoftSwitch::bfdSessions() {
 ClassMapMgr& SoftSwitch::classMaps() {
    return parts_->classMaps;
 }
+CounterWriters& SoftSwitch::counterWriters() {
+   return parts_->counterWriters;
+}
+EthPhyIntfMgr& SoftSwitch::ethPhyIntfs() {
+   return parts_->ethPhyIntfs;
+}
 FibMgr& SoftSwitch::fib() {
    return parts_->fib;
 }
 Hardware& SoftSwitch::hardware() {
    return parts_->hardware;
 }
+IntfCounterMgr& SoftSwitch::intfCounters() {
+   return parts_->intfCounters;
+}
 IntfMgr& SoftSwitch::intfs() {
    return parts_->intfs;
 }
 IpRouteMgr& SoftSwitch::ipRoutes() {
    return parts_->ipRoutes;
+}
+MountMgr& SoftSwitch::mounts() {
+   return parts_->mounts;
 }
 MplsRouteMgr& SoftSwitch::mplsRoutes() {
    return parts_->mplsRoutes;
@@ -290,6 +320,12 @@ NexthopGroupTunnelMgr& SoftSwitch::nexthopGroupTunnels() {
 }
 PolicyMapMgr& SoftSwitch::policyMaps() {
    return parts_->policyMaps;
+}
+SbfdModel& SoftSwitch::sbfdModel() {
+   return parts_->sbfdModel;
+}
+TrafficModel& SoftSwitch::traffic() {
+   return parts_->traffic;
 }
 VrfMgr& SoftSwitch::vrfs() {
    return parts_->vrfs;

@@ -30,15 +30,21 @@ class AclMgr;
 class AgentMgr;
 class BfdSessionMgr;
 class ClassMapMgr;
+class CounterWriters;
+class EthPhyIntfMgr;
 class FibMgr;
 class Hardware;
+class IntfCounterMgr;
 class IntfMgr;
 class IpRouteMgr;
+class MountMgr;
 class MplsRouteMgr;
 class MplsVrfLabelMgr;
 class NexthopGroupMgr;
 class NexthopGroupTunnelMgr;
 class PolicyMapMgr;
+class SbfdModel;
+class TrafficModel;
 class VrfMgr;
 namespace store {
 class Store;
@@ -49,9 +55,11 @@ struct Options {
    store::Durability durability = store::Durability::process;
    Topology topology = Topology::builtIn();
    Limits limits;
-   std::string name = "OrvSdkRpc";                   // the agent's, what orv::sdk::name() answers
-   std::map<std::string, std::string> agentOptions;  // what agent_option() answers
-   std::function<void(std::string_view)> log;        // one line for the operator; empty: standard error
+   std::string name = "OrvSdkRpc";                     // the agent's, what orv::sdk::name() answers
+   std::map<std::string, std::string> agentOptions;    // of this start; they go before those that are stored
+   std::int64_t counterIntervalNanos = 1'000'000'000;  // how often interface counters are sampled
+   std::int64_t sbfdSnapshotNanos = 1'000'000'000;     // over which an sBFD session sums up round-trip times
+   std::function<void(std::string_view)> log;          // one line for the operator; empty: standard error
 };
 
 class SoftSwitch final : public orv::sdk {
@@ -98,15 +106,21 @@ public:
    AgentMgr& agent();
    BfdSessionMgr& bfdSessions();
    ClassMapMgr& classMaps();
+   CounterWriters& counterWriters();
+   EthPhyIntfMgr& ethPhyIntfs();
    FibMgr& fib();
    Hardware& hardware();
+   IntfCounterMgr& intfCounters();
    IntfMgr& intfs();
    IpRouteMgr& ipRoutes();
+   MountMgr& mounts();
    MplsRouteMgr& mplsRoutes();
    MplsVrfLabelMgr& mplsVrfLabels();
    NexthopGroupMgr& nexthopGroups();
    NexthopGroupTunnelMgr& nexthopGroupTunnels();
    PolicyMapMgr& policyMaps();
+   SbfdModel& sbfdModel();
+   TrafficModel& traffic();
    VrfMgr& vrfs();
    store::Store& store();
    const Options& options() const;

@@ -22,6 +22,7 @@ constexpr std::size_t maxFileBytes = 4 << 20;
 constexpr int maxDepth = 8;
 constexpr std::size_t maxNameLength = 64;
 constexpr std::size_t maxKernelNameLength = 15;  // of a Linux interface
+constexpr std::uint64_t firstMacOfLaterPorts = 0x10000;
 
 struct TypeTraits {
    IntfType type;
@@ -49,11 +50,11 @@ struct SpeedName {
 };
 
 constexpr std::array speedTable{
-     SpeedName{"10M", 10 * mega},    SpeedName{"100M", 100 * mega}, SpeedName{"1G", giga},
-     SpeedName{"2.5G", 2500 * mega}, SpeedName{"5G", 5 * giga},     SpeedName{"10G", 10 * giga},
-     SpeedName{"25G", 25 * giga},    SpeedName{"40G", 40 * giga},   SpeedName{"50G", 50 * giga},
-     SpeedName{"100G", 100 * giga},  SpeedName{"200G", 200 * giga}, SpeedName{"400G", 400 * giga},
-     SpeedName{"800G", 800 * giga},
+     SpeedName{"10M", 10 * mega},    SpeedName{"100M", 100 * mega},  SpeedName{"1G", giga},
+     SpeedName{"2.5G", 2500 * mega}, SpeedName{"5G", 5 * giga},      SpeedName{"10G", 10 * giga},
+     SpeedName{"25G", 25 * giga},    SpeedName{"40G", 40 * giga},    SpeedName{"50G", 50 * giga},
+     SpeedName{"100G", 100 * giga},  SpeedName{"200G", 200 * giga},  SpeedName{"400G", 400 * giga},
+     SpeedName{"800G", 800 * giga},  SpeedName{"1.6T", 1600 * giga},
 };
 
 const TypeTraits& traits(IntfType type) {
@@ -344,6 +345,24 @@ Topology::Topology(const MacAddress& systemMac, std::vector<TopologyIntf> interf
 const TopologyIntf* Topology::find(std::string_view name) const {
    const auto found = byName_.find(std::string(name));
    return found == byName_.end() ? nullptr : &interfaces_[found->second];
+}
+
+std::optional<TopologyIntf> Topology::fromName(std::string_view name) const {
+   const auto* const kind = std::find_if(typeTable.begin(), typeTable.end(),
+                                         [&](const auto& t) { return name.starts_with(t.namePrefix); });
+   const auto parts = numbered(name);
+   if (kind == typeTable.end() || !parts.number || !validName(name, maxNameLength)) return std::nullopt;
+   auto kernel = std::string(kind->kernelPrefix) + std::string(name.substr(kind->namePrefix.size()));
+   std::replace(kernel.begin(), kernel.end(), '/', '_');
+   if (!validName(kernel, maxKernelNameLength)) return std::nullopt;
+   // Behind the addresses of the file; interfaces without a port share the system's.
+   const bool port = kind->type == IntfType::ethernet || kind->type == IntfType::management;
+   const auto mac = port ? macPlus(systemMac_, firstMacOfLaterPorts + *parts.number) : systemMac_;
+   return TopologyIntf{.name = std::string(name),
+                       .type = kind->type,
+                       .speedBps = kind->defaultSpeed,
+                       .mac = mac,
+                       .kernelName = std::move(kernel)};
 }
 
 Topology Topology::builtIn() {

@@ -11,10 +11,10 @@
 //         { "name": "Management1", "speed": "1G", "kernel_name": "mgmt1", "link": "down" } ] }
 //
 // "interfaces" is required, and so is "name" in each entry; everything else has a default:
-//    "count"        1..4096 interfaces whose numbers count up from the one that ends the name; 1
+//    "count"        1..16384 interfaces whose numbers count up from the one that ends the name; 1
 //    "type"         ethernet, loopback, management, lag, vlan, vxlan; from the name's leading word
 //                   (Ethernet, Loopback, Management, Lag, Vlan, Vxlan)
-//    "speed"        10M 100M 1G 2.5G 5G 10G 25G 40G 50G 100G 200G 400G 800G; ethernet 100G,
+//    "speed"        10M 100M 1G 2.5G 5G 10G 25G 40G 50G 100G 200G 400G 800G 1.6T; ethernet 100G,
 //                   management 1G, the others have none
 //    "mac"          six hex bytes; counts up with the name; default system_mac plus the
 //                   interface's ordinal in the file, from 1
@@ -28,6 +28,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -45,6 +46,11 @@ public:
 enum class IntfType { ethernet, loopback, management, lag, vlan, vxlan };
 
 std::string_view to_string(IntfType type);
+
+// Whether an interface of the type is a port of the switch: something that one can touch.
+inline bool isPort(IntfType type) {
+   return type == IntfType::ethernet || type == IntfType::management;
+}
 
 using MacAddress = std::array<std::uint8_t, 6>;
 
@@ -65,7 +71,7 @@ std::string speedName(std::uint64_t speedBps);
 
 class Topology {
 public:
-   static constexpr std::size_t maxInterfaces = 4096;
+   static constexpr std::size_t maxInterfaces = 16384;
 
    // Ethernet1..Ethernet64 at 100G, Loopback0..Loopback15, Management1.
    static Topology builtIn();
@@ -81,6 +87,11 @@ public:
 
    // Null when there is none of that name.
    const TopologyIntf* find(std::string_view name) const;
+
+   // What an interface that is made later under this name would be, by its leading word and number; nothing
+   // for a name that does not tell a type, or whose kernel name would be too long. `name` may be one that the
+   // topology has.
+   std::optional<TopologyIntf> fromName(std::string_view name) const;
 
    const MacAddress& systemMac() const { return systemMac_; }
 

@@ -31,21 +31,29 @@ namespace OrvSdkRpc {
 // Svr:       the service.
 // streaming: whether the response is a stream.
 // Messages:  where the request lives.
-template <class Hc, class Rq, class Rp, class Svr, bool streaming, class Messages = MemberMessages>
-class GenericRequestHandler
-     : public RequestHandler,
-       public std::enable_shared_from_this<GenericRequestHandler<Hc, Rq, Rp, Svr, streaming, Messages>> {
+// Base:      RequestHandler, or a class derived from it that is constructed with the service in place of its
+//            events.
+template <class Hc, class Rq, class Rp, class Svr, bool streaming, class Messages = MemberMessages,
+          class Base = RequestHandler>
+class GenericRequestHandler : public Base,
+                              public std::enable_shared_from_this<
+                                   GenericRequestHandler<Hc, Rq, Rp, Svr, streaming, Messages, Base>> {
+protected:
+   using Base::cq_;
+   using Base::doneTag_;
+   using Base::server_;
+   using Base::state_;
+   using Base::tag_;
+
 public:
+   using Base::beginEvent;
    using Request = Rq;
    using Response = Rp;
    using Responder =
         std::conditional_t<streaming, grpc::ServerAsyncWriter<Rp>, grpc::ServerAsyncResponseWriter<Rp>>;
 
    GenericRequestHandler(OpaqueId tag, grpc::Server& server, grpc::ServerCompletionQueue& cq, Svr& service)
-        : RequestHandler(tag, server, cq, service.events()),
-          service_(service),
-          responder_(&ctx_),
-          request_(messages_) {
+        : Base(tag, server, cq, place(service)), service_(service), responder_(&ctx_), request_(messages_) {
       if constexpr (streaming) {
          // A client that goes away while nothing is being written would otherwise be noticed by nobody.
          doneTag_ = service.nextOpaqueId();
@@ -142,6 +150,15 @@ protected:
    Responder responder_;
    Messages messages_;
    typename Messages::template Holder<Rq> request_;
+
+private:
+   static auto& place(Svr& service) {
+      if constexpr (std::is_same_v<Base, RequestHandler>) {
+         return service.events();
+      } else {
+         return service;
+      }
+   }
 };
 
 }  // namespace OrvSdkRpc

@@ -18,6 +18,7 @@ public:
    public:
       explicit Holder(MemberMessages&) {}
       M& operator*() { return message_; }
+      const M& operator*() const { return message_; }
       M* operator->() { return &message_; }
 
    private:
@@ -34,6 +35,7 @@ public:
       explicit Holder(ArenaMessages& messages)
            : message_(google::protobuf::Arena::CreateMessage<M>(&messages.arena_)) {}
       M& operator*() { return *message_; }
+      const M& operator*() const { return *message_; }
       M* operator->() { return message_; }
 
    private:

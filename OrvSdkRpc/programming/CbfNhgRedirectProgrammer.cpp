@@ -1,41 +1,52 @@
 #include "OrvSdkRpc/programming/CbfNhgRedirectProgrammer.h"
 
+#include <algorithm>
+#include <iterator>
+
+#include "OrvSdkRpc/programming/CbfNhgMgr.h"
 #include "OrvSdkRpc/programming/Reply.h"
 #include "OrvSdkRpc/server/Assert.h"
+#include "gorm/TaskScheduler.h"
 #include "orv/acl.h"
 #include "orv/agent.h"
 #include "orv/class_map.h"
 #include "orv/lock.h"
 #include "orv/policy_map.h"
+#include "pavo/Task.h"
 
 namespace OrvSdkRpc {
 namespace {
 
 const std::string statusName = "OrvSdkRpc-cbfNexthopGroupRedirectPolicyMapName";
 
-// How a DSCP stands in the rules of a family's list: the IPv4 rule has it as it is, the IPv6 rule within the
-// traffic class (RFC 2474).
-struct AfDefinition {
-   orv::acl_type_t type;
-   DscpValues CbfNhgRedirectProgrammer::SeqAndDscpValues::*values;
-   unsigned shift;
-};
-
-constexpr AfDefinition afDefinitions[] = {
-     {orv::acl_type_t::ipv4, &CbfNhgRedirectProgrammer::SeqAndDscpValues::ipv4, 0},
-     {orv::acl_type_t::ipv6, &CbfNhgRedirectProgrammer::SeqAndDscpValues::ipv6, 2},
-};
-
-const AfDefinition* afDefinition(orv::acl_type_t type) {
-   for (const AfDefinition& af : afDefinitions) {
-      if (af.type == type) return &af;
-   }
-   return nullptr;
-}
+// Every redirect is a rule of class maps of this feature.
+constexpr orv::policy_feature_t feature = orv::policy_feature_t::pbr;
+constexpr Gorm::Priority removePriority = 4;
+constexpr std::int64_t removeDelayNanos = 1'000'000'000;
+constexpr std::uint32_t maxDscp = 63;
 
 template <class... Args>
 void traceBad(fmt::format_string<Args...> format, Args&&... args) {
    orv::fmttrace(programmingTracer(), 0, format, std::forward<Args>(args)...);
+}
+
+// Fills the text, traces it and answers the status of a refusal.
+template <class... Args>
+int refuse(std::string& errorText, fmt::format_string<Args...> format, Args&&... args) {
+   errorText = fmt::format(format, std::forward<Args>(args)...);
+   orv::fmttrace(programmingTracer(), 0, "{}", errorText);
+   return pb::RPC_STATUS_ERROR;
+}
+
+// The first value that is no DSCP.
+template <class Values>
+const std::uint32_t* invalidDscp(const Values& values) {
+   const auto found = std::find_if(values.begin(), values.end(), [](std::uint32_t v) { return v > maxDscp; });
+   return found == values.end() ? nullptr : &*found;
+}
+
+bool isSeparator(char c) {
+   return c == '_' || c == '-';
 }
 
 // Takes the first name; false if there was another one before.
@@ -46,11 +57,64 @@ bool takeName(std::string& taken, const std::string& name) {
 
 }  // namespace
 
+// How a DSCP stands in the rules of a family's list: the IPv4 rule has it as it is, the IPv6 rule within the
+// traffic class (RFC 2474).
+struct CbfNhgRedirectProgrammer::AfDefinition {
+   orv::acl_type_t type;
+   DscpValues SeqAndDscpValues::*values;
+   const char* suffix;
+   unsigned shift;
+   std::uint8_t mask;
+};
+
+constexpr CbfNhgRedirectProgrammer::AfDefinition CbfNhgRedirectProgrammer::afDefinitions[] = {
+     {orv::acl_type_t::ipv4, &SeqAndDscpValues::ipv4, "_IPv4", 0, 0x3f},
+     {orv::acl_type_t::ipv6, &SeqAndDscpValues::ipv6, "_IPv6", 2, 0xfc},
+};
+
+class CbfNhgRedirectProgrammer::RemoveTask final : public Pavo::TimerTask {
+public:
+   explicit RemoveTask(CbfNhgRedirectProgrammer& programmer)
+        : TimerTask(Gorm::TaskSchedulerRoot::findOrCreateScheduler(), "PolicyMapRemove", removePriority),
+          programmer_(programmer) {}
+
+private:
+   void taskExecute() override { taskWorkCountInc(programmer_.processRemove()); }
+
+   CbfNhgRedirectProgrammer& programmer_;
+};
+
+std::string getCbfUniqueName(std::string_view match, std::string_view redirect) {
+   const auto differ = std::mismatch(match.begin(), match.end(), redirect.begin(), redirect.end()).first;
+   const auto common = static_cast<std::size_t>(differ - match.begin());
+   if (common != 0) {
+      if (common == match.size() && match.size() < redirect.size() && isSeparator(redirect[common])) {
+         return std::string(redirect);
+      }
+      if (isSeparator(match[common - 1])) return fmt::format("{}{}", match, redirect.substr(common - 1));
+   }
+   return fmt::format("{}-{}", match, redirect);
+}
+
+CbfNhgRedirectProgrammer::CbfNhgRedirectProgrammer(const ClientInit& client,
+                                                   orv::policy_map_mgr* policyMapMgr,
+                                                   orv::class_map_mgr* classMapMgr, orv::acl_mgr* aclMgr,
+                                                   orv::agent_mgr* agentMgr, CbfNhgMgr* cbfNhgMgr)
+     : removeTask_(std::make_unique<RemoveTask>(*this)),
+       client_(client),
+       policyMapMgr_(policyMapMgr),
+       classMapMgr_(classMapMgr),
+       aclMgr_(aclMgr),
+       agentMgr_(agentMgr),
+       cbfNhgMgr_(cbfNhgMgr) {}
+
+CbfNhgRedirectProgrammer::~CbfNhgRedirectProgrammer() = default;
+
 bool CbfNhgRedirectProgrammer::cbrPolicyMapNameIs(const std::string& name) {
    if (name == policyMapName_) return true;
    orv::sdk_scoped_lock lock;
    policyMapName_ = name;
-   policyMapKey_ = orv::policy_map_key_t(name, orv::policy_feature_t::pbr);
+   policyMapKey_ = orv::policy_map_key_t(name, feature);
    const bool exists = policyMapMgr_->exists(policyMapKey_);
    policyMap_ = exists ? policyMapMgr_->policy_map(policyMapKey_) : orv::policy_map_t(policyMapKey_);
    static_cast<void>(agentMgr_->status(statusName));
@@ -111,8 +175,9 @@ CbfNhgRedirectProgrammer::readRule(std::uint32_t sequence, const orv::policy_map
 bool CbfNhgRedirectProgrammer::readAclRules(std::uint32_t sequence, const orv::policy_map_key_t& classMapKey,
                                             std::uint32_t classMapSequence, const orv::acl_key_t& aclKey,
                                             SeqAndDscpValues& values, std::string& matchGroup) const {
-   const AfDefinition* const af = afDefinition(aclKey.acl_type());
-   if (af == nullptr) {
+   const auto* const af = std::find_if(std::begin(afDefinitions), std::end(afDefinitions),
+                                       [&](const AfDefinition& d) { return d.type == aclKey.acl_type(); });
+   if (af == std::end(afDefinitions)) {
       traceBad("Error: policy-map seq {} class-map {} seq {} unexpected acl-type {} acl {}", sequence,
                classMapKey.name(), classMapSequence, aclKey.acl_type(), aclKey.acl_name());
       assertionFailed("unexpected acl-type", __FILE__, __LINE__);
@@ -152,21 +217,227 @@ void CbfNhgRedirectProgrammer::removeBadRules(const std::vector<std::uint32_t>& 
 
 void CbfNhgRedirectProgrammer::processCbfNhgRedirectRequest(const pb::cbf_nexthop_group_redirect_msg& request,
                                                             pb::rpc_status_msg& response) {
-   serveUnavailable(client_, request, response);
+   processCbfNhgRedirectRequestInternal(request, response, true);
 }
 
+// One commit for all items, also where there is none and where all have failed.
 void CbfNhgRedirectProgrammer::processCbfNhgRedirectBulkRequest(
      const pb::cbf_nexthop_group_redirect_bulk_msg& request, pb::rpc_status_bulk_msg& response) {
-   serveBulk(request, response,
-             [this](const auto& item, auto& status) { processCbfNhgRedirectRequest(item, status); });
+   serveBulk(request, response, [this](const auto& item, auto& status) {
+      processCbfNhgRedirectRequestInternal(item, status, false);
+   });
+   orv::sdk_scoped_lock lock;
+   try {
+      aclMgr_->acl_commit();
+      // Without a name there is no policy map, and every item was refused.
+      if (!policyMapName_.empty()) policyMapMgr_->policy_map_is(policyMap_);
+   } catch (const orv::error& e) {
+      // No item has reached the switch as a whole.
+      for (pb::rpc_status_msg& status : *response.mutable_statuses()) {
+         if (status.status() != pb::RPC_STATUS_OK) continue;
+         setReplyStatusWithDebugString(status, pb::RPC_STATUS_ERROR, "Error: exception {}", e.what());
+      }
+      orv::fmttrace(programmingTracer(), 0, "Error: exception {}", e.what());
+   }
+}
+
+void CbfNhgRedirectProgrammer::processCbfNhgRedirectRequestInternal(
+     const pb::cbf_nexthop_group_redirect_msg& request, pb::rpc_status_msg& response, bool commit) {
+   serveRequest(client_, request, response,
+                [&](std::string& errorText) { return work(request, errorText, commit); });
+}
+
+int CbfNhgRedirectProgrammer::work(const pb::cbf_nexthop_group_redirect_msg& request, std::string& errorText,
+                                   bool commit) {
+   if (policyMapName_.empty()) {
+      return refuse(errorText, "Error: no cbf_nexthop_group_redirect_policy_map_name specified in init");
+   }
+   if (request.match_nexthop_group_name().empty()) {
+      return refuse(errorText, "Error: match_nexthop_group_name required");
+   }
+   if (request.redirect_nexthop_group_name().empty()) {
+      return refuse(errorText, "Error: redirect_nexthop_group_name required");
+   }
+   if (request.delete_()) {
+      orv::sdk_scoped_lock lock;
+      return removeRedirect(request);
+   }
+   if (request.match_ipv4_dscp().empty() && request.match_ipv6_dscp().empty()) {
+      return refuse(errorText, "Error: match_ipv4_dscp or match_ipv6_dscp must be specified");
+   }
+   if (const std::uint32_t* const value = invalidDscp(request.match_ipv4_dscp())) {
+      return refuse(errorText, "Error: match_ipv4_dscp contain invalid DSCP value {}", *value);
+   }
+   if (const std::uint32_t* const value = invalidDscp(request.match_ipv6_dscp())) {
+      return refuse(errorText, "Error: match_ipv6_dscp contain invalid DSCP value {}", *value);
+   }
+   orv::sdk_scoped_lock lock;
+   return addRedirect(request, errorText, commit);
+}
+
+int CbfNhgRedirectProgrammer::addRedirect(const pb::cbf_nexthop_group_redirect_msg& request, std::string&,
+                                          bool commit) {
+   const Key key{request.match_nexthop_group_name(), request.redirect_nexthop_group_name()};
+   DscpValues ipv4(request.match_ipv4_dscp());
+   DscpValues ipv6(request.match_ipv6_dscp());
+   // Before any other layer, whatever follows.
+   if (cbfNhgMgr_ != nullptr) cbfNhgMgr_->override_set(cbfNhgOverrideEntry(key, ipv4, ipv6));
+   const std::string name = key.uniqueName();
+   const auto found = redirects_.find(key);
+   const bool update = found != redirects_.end();
+   if (update) {
+      SeqAndDscpValues& known = found->second;
+      known.epoch = epoch_;
+      const bool wasPending = pendingRemoval_.erase(key) != 0;
+      if (known.ipv4 == ipv4 && known.ipv6 == ipv6) {
+         orv::fmttrace(programmingTracer(), 6,
+                       "Ignore add {} seq {} matching {} redirect {} IPv4-DSCP {} IPv6-DSCP {} existing "
+                       "sequence{}",
+                       policyMapName_, known.sequence, key.match, key.redirect, ipv4.toStrep(),
+                       ipv6.toStrep(), wasPending ? " unscheduled pending removal" : "");
+         return pb::RPC_STATUS_OK;
+      }
+      orv::fmttrace(programmingTracer(), 6,
+                    "Update Acl {} seq {} matching {} redirect {} IPv4-DSCP {}->{} IPv6-DSCP {}->{}", name,
+                    known.sequence, key.match, key.redirect, known.ipv4.toStrep(), ipv4.toStrep(),
+                    known.ipv6.toStrep(), ipv6.toStrep());
+      known.ipv4 = ipv4;
+      known.ipv6 = ipv6;
+   }
+   addAcl(afDefinitions[0], name, key, ipv4, update);
+   addAcl(afDefinitions[1], name, key, ipv6, update);
+   if (commit) aclMgr_->acl_commit();
+   if (update) {
+      orv::fmttrace(programmingTracer(), 1,
+                    "Updated Acl for {} seq {} matching {} redirect {} IPv4-DSCP {} IPv6-DSCP {}",
+                    policyMapName_, found->second.sequence, key.match, key.redirect, ipv4.toStrep(),
+                    ipv6.toStrep());
+      return pb::RPC_STATUS_OK;
+   }
+   const orv::policy_map_key_t classMapKey(name, feature);
+   orv::class_map_t classMap(classMapKey);
+   std::uint32_t classMapSequence = 0;
+   // Both lists, also the one of a family without a value.
+   for (const AfDefinition& af : afDefinitions)
+      classMap.rule_set(++classMapSequence, orv::class_map_rule_t(orv::acl_key_t(name + af.suffix, af.type)));
+   classMapMgr_->class_map_is(classMap);
+   orv::policy_map_action_t action(orv::policy_action_type_t::nexthop_group);
+   action.nexthop_group_name_is(key.redirect);
+   orv::policy_map_rule_t rule(classMapKey);
+   rule.action_set(std::move(action));
+   const std::uint32_t sequence = ++lastSequence_;
+   orv::fmttrace(programmingTracer(), 1, "Added {} seq {} matching {} redirect {} IPv4-DSCP {} IPv6-DSCP {}",
+                 policyMapName_, sequence, key.match, key.redirect, ipv4.toStrep(), ipv6.toStrep());
+   redirects_.insert_or_assign(
+        key, SeqAndDscpValues{
+                  .sequence = sequence, .epoch = epoch_, .ipv4 = std::move(ipv4), .ipv6 = std::move(ipv6)});
+   policyMap_.rule_set(sequence, std::move(rule));
+   if (commit) policyMapMgr_->policy_map_is(policyMap_);
+   return pb::RPC_STATUS_OK;
+}
+
+void CbfNhgRedirectProgrammer::addAcl(const AfDefinition& af, const std::string& name, const Key& key,
+                                      const DscpValues& dscpValues, bool update) {
+   const orv::acl_key_t aclKey(name + af.suffix, af.type);
+   std::uint32_t sequence = 0;
+   for (const std::uint8_t dscp : dscpValues.values()) {
+      orv::acl_rule_ip_t rule;
+      rule.action_is(orv::acl_action_t::permit);
+      rule.nexthop_group_is(key.match);
+      rule.priority_mask_is(af.mask);
+      rule.priority_value_is(static_cast<std::uint8_t>(dscp << af.shift));
+      rule.match_ip_priority_is(true);
+      aclMgr_->acl_rule_set(aclKey, ++sequence, rule);
+   }
+   if (update) {
+      // A list that became shorter leaves no old rule.
+      for (auto rule = aclMgr_->acl_rule_ip_iter(aclKey); rule; ++rule) {
+         if (rule->first > sequence) aclMgr_->acl_rule_del(aclKey, rule->first);
+      }
+   }
+   orv::fmttrace(programmingTracer(), 5, "Added ACL {}", aclKey.acl_name());
+}
+
+void CbfNhgRedirectProgrammer::removeAcl(const AfDefinition& af, const std::string& name) {
+   const orv::acl_key_t aclKey(name + af.suffix, af.type);
+   aclMgr_->acl_del(aclKey);
+   orv::fmttrace(programmingTracer(), 5, "Removed ACL {}", aclKey.acl_name());
+}
+
+int CbfNhgRedirectProgrammer::removeRedirect(const pb::cbf_nexthop_group_redirect_msg& request) {
+   const Key key{request.match_nexthop_group_name(), request.redirect_nexthop_group_name()};
+   const auto found = redirects_.find(key);
+   if (found == redirects_.end()) {
+      orv::fmttrace(programmingTracer(), 6, "Ignore remove {} matching {} redirect {} no matching sequence",
+                    policyMapName_, key.match, key.redirect);
+      return pb::RPC_STATUS_NOT_FOUND;
+   }
+   scheduleRemoveRedirect(key);
+   orv::fmttrace(programmingTracer(), 1, "Scheduled removal {} seq {} matching {} redirect {}",
+                 policyMapName_, found->second.sequence, key.match, key.redirect);
+   return pb::RPC_STATUS_OK;
+}
+
+void CbfNhgRedirectProgrammer::scheduleRemoveRedirect(const Key& key) {
+   if (pendingRemoval_.insert(key).second) removeTask_->scheduleTaskLowestDelay(removeDelayNanos);
+}
+
+std::size_t CbfNhgRedirectProgrammer::processRemove() {
+   // Every removal was cancelled meanwhile.
+   if (pendingRemoval_.empty()) return 0;
+   for (const Key& key : pendingRemoval_) {
+      const auto found = redirects_.find(key);
+      assertThat(found != redirects_.end(), "found");
+      const std::uint32_t sequence = found->second.sequence;
+      redirects_.erase(found);
+      const std::string name = key.uniqueName();
+      policyMap_.rule_del(sequence);
+      classMapMgr_->class_map_del(orv::policy_map_key_t(name, feature));
+      for (const AfDefinition& af : afDefinitions)
+         removeAcl(af, name);
+      orv::fmttrace(programmingTracer(), 1, "Removed {} seq {} matchNhg {} redirectNhg {}", policyMapName_,
+                    sequence, key.match, key.redirect);
+      if (cbfNhgMgr_ != nullptr) cbfNhgMgr_->override_del(cbfNhgOverrideKey(key));
+   }
+   policyMapMgr_->policy_map_is(policyMap_);
+   aclMgr_->acl_commit();
+   const std::size_t count = pendingRemoval_.size();
+   orv::fmttrace(programmingTracer(), 1, "Removed {} sequences from {}", count, policyMapName_);
+   pendingRemoval_.clear();
+   return count;
 }
 
 void CbfNhgRedirectProgrammer::resyncStart() {
-   // The main loop reads the epoch too, once redirects are removed by a task.
    orv::sdk_scoped_lock lock;
    ++epoch_;
 }
 
-void CbfNhgRedirectProgrammer::resyncEnd() {}
+void CbfNhgRedirectProgrammer::resyncEnd() {
+   orv::sdk_scoped_lock lock;
+   for (const auto& [key, values] : redirects_) {
+      if (values.epoch == epoch_) continue;
+      scheduleRemoveRedirect(key);
+      orv::fmttrace(programmingTracer(), 1, "Scheduled removal {} seq {} matching {} redirect {}",
+                    policyMapName_, values.sequence, key.match, key.redirect);
+   }
+}
+
+CbfNhgExt::CbfNhgOverrideKey CbfNhgRedirectProgrammer::cbfNhgOverrideKey(const Key& key) {
+   CbfNhgExt::CbfNhgOverrideKey overrideKey;
+   overrideKey.match.nhgNameIs(key.match);
+   overrideKey.redirect.nhgNameIs(key.redirect);
+   return overrideKey;
+}
+
+CbfNhgExt::CbfNhgOverrideEntry CbfNhgRedirectProgrammer::cbfNhgOverrideEntry(const Key& key,
+                                                                             const DscpValues& ipv4,
+                                                                             const DscpValues& ipv6) {
+   CbfNhgExt::CbfNhgOverrideEntry entry{.key = cbfNhgOverrideKey(key), .dscps = {}};
+   for (const DscpValues* values : {&ipv4, &ipv6}) {
+      for (const std::uint8_t dscp : values->values())
+         entry.dscps.dscpIs(dscp);
+   }
+   return entry;
+}
 
 }  // namespace OrvSdkRpc

@@ -6,22 +6,13 @@
 #include <utility>
 #include <vector>
 
+#include "OrvSdkRpc/types/Addresses.h"
 #include "orv/error.h"
 
 namespace OrvSdkRpc {
 
 orv::ip_addr_t ipAddressToIpAddr(const pb::ip_address_msg& message) {
-   const std::string& bytes = message.address();
-   switch (bytes.size()) {
-      case 0:
-         return {};
-      case 4:
-         return {orv::af_ipv4, bytes.data()};
-      case 16:
-         return {orv::af_ipv6, bytes.data()};
-   }
-   throw orv::invalid_argument_error(
-        fmt::format("bytes length {} does not match IPv4(4) or IPv6(16)", bytes.size()));
+   return types::ip_addr(message.address());
 }
 
 orv::ip_prefix_t ipPrefixToPrefix(const pb::ip_prefix_msg& message) {

@@ -2,6 +2,7 @@
 
 #include "OrvSdkRpc/programming/CallbackRequestHandler.h"
 #include "OrvSdkRpc/programming/DetectServerAliveHandler.h"
+#include "OrvSdkRpc/programming/Reply.h"
 #include "OrvSdkRpc/programming/SbfdEchoUpdatesHandler.h"
 
 namespace OrvSdkRpc {
@@ -26,17 +27,19 @@ constexpr char sbfdEchoSessionBulkHandlerName[] = "sbfd_echo_session_bulk";
 
 }  // namespace
 
-OrvSdkRpcService::OrvSdkRpcService(orv::acl_mgr* aclMgr, orv::agent_mgr* agentMgr, orv::bfd_session_mgr*,
-                                   orv::intf_mgr*, orv::class_map_mgr* classMapMgr,
-                                   orv::ip_route_mgr* ipRouteMgr, orv::mpls_route_mgr* mplsRouteMgr,
+OrvSdkRpcService::OrvSdkRpcService(orv::acl_mgr* aclMgr, orv::agent_mgr* agentMgr,
+                                   orv::bfd_session_mgr* bfdSessionMgr, orv::intf_mgr* intfMgr,
+                                   orv::class_map_mgr* classMapMgr, orv::ip_route_mgr* ipRouteMgr,
+                                   orv::mpls_route_mgr* mplsRouteMgr,
                                    orv::mpls_vrf_label_mgr* mplsVrfLabelMgr,
                                    orv::nexthop_group_mgr* nexthopGroupMgr,
                                    orv::nexthop_group_tunnel_mgr* nexthopGroupTunnelMgr,
-                                   orv::policy_map_mgr* policyMapMgr, CbfNhgMgr*)
+                                   orv::policy_map_mgr* policyMapMgr, CbfNhgMgr* cbfNhgMgr)
      : GrpcService("OrvSdkRpc"),
+       updates_(*this),
        client_(ipRouteMgr, mplsRouteMgr, mplsVrfLabelMgr, nexthopGroupMgr, nexthopGroupTunnelMgr),
-       bfd_(client_),
-       cbf_(client_, policyMapMgr, classMapMgr, aclMgr, agentMgr),
+       bfd_(client_, bfdSessionMgr, intfMgr, *this),
+       cbf_(client_, policyMapMgr, classMapMgr, aclMgr, agentMgr, cbfNhgMgr),
        ip_(client_, ipRouteMgr),
        mpls_(client_, mplsRouteMgr, mplsVrfLabelMgr),
        nexthopGroups_(client_, nexthopGroupMgr),
@@ -46,6 +49,18 @@ OrvSdkRpcService::OrvSdkRpcService(orv::acl_mgr* aclMgr, orv::agent_mgr* agentMg
 }
 
 OrvSdkRpcService::~OrvSdkRpcService() = default;
+
+void OrvSdkRpcService::sendSbfdAliveUpdate(pb::watch_sbfd_echo_session_status_msg&& message) {
+   if (closing()) return;
+   orv::fmttrace(programmingTracer(), 1, "{} Bulk alive update {}", name(), pb::Lazy{message});
+   updates_.fanout(&SbfdEchoUpdatesHandler::sendAliveUpdate, std::move(message));
+}
+
+void OrvSdkRpcService::sendSbfdRttUpdate(pb::watch_sbfd_echo_session_status_msg&& message) {
+   if (closing()) return;
+   orv::fmttrace(programmingTracer(), 6, "{} Bulk rtt update {}", name(), pb::Lazy{message});
+   updates_.fanout(&SbfdEchoUpdatesHandler::sendRttUpdate, std::move(message));
+}
 
 void OrvSdkRpcService::registerRpcService(grpc::ServerBuilder& builder) {
    builder.RegisterService(this);

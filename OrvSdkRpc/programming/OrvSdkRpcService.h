@@ -13,6 +13,8 @@
 #include "OrvSdkRpc/programming/NexthopGroupProgrammer.h"
 #include "OrvSdkRpc/programming/NhgTunnelProgrammer.h"
 #include "OrvSdkRpc/programming/OpaqueProgrammer.h"
+#include "OrvSdkRpc/programming/SbfdEchoUpdates.h"
+#include "OrvSdkRpc/programming/SbfdUpdateSender.h"
 #include "OrvSdkRpc/server/GrpcService.h"
 #include "OrvSdkRpcProtos/orvsdk.grpc.pb.h"
 
@@ -34,7 +36,9 @@ namespace OrvSdkRpc {
 
 class CbfNhgMgr;
 
-class OrvSdkRpcService final : public GrpcService, public pb::orvsdk_service::AsyncService {
+class OrvSdkRpcService final : public GrpcService,
+                               public pb::orvsdk_service::AsyncService,
+                               public SbfdUpdateSender {
 public:
    using AsyncService = pb::orvsdk_service::AsyncService;
 
@@ -51,6 +55,12 @@ public:
    // One handler for each of the eighteen RPCs, in their order.
    void startHandlers() override;
 
+   // Adds a stream to those that get the updates of echo sessions.
+   void registerSbfdHandlerForUpdates(OpaqueId tag) { updates_.insert(tag); }
+   // To every stream; dropped when the server stops.
+   void sendSbfdAliveUpdate(pb::watch_sbfd_echo_session_status_msg&& message) override;
+   void sendSbfdRttUpdate(pb::watch_sbfd_echo_session_status_msg&& message) override;
+
    [[nodiscard]] const ClientInit& client() const { return client_; }
 
 private:
@@ -61,6 +71,7 @@ private:
                                                           grpc::ServerCompletionQueue*, void*),
                              Programmer& programmer, void (Programmer::*callback)(const Rq&, Rp&));
 
+   SbfdEchoUpdates updates_;
    ClientInit client_;
    BfdProgrammer bfd_;
    CbfNhgRedirectProgrammer cbf_;

@@ -32,12 +32,5 @@ void reportException(const google::protobuf::Message& request, const orv::error&
                                       pb::toString(request), e.what()));
 }
 
-void refuseUnavailable(const google::protobuf::Message& request, pb::rpc_status_msg& response) {
-   orv::fmttrace(programmingTracer(), 0, "{}",
-                 setReplyStatusWithDebugString(response, pb::RPC_STATUS_ERROR,
-                                               "Error: not available in this build, request {}",
-                                               pb::toString(request)));
-}
-
 }  // namespace detail
 }  // namespace OrvSdkRpc

@@ -47,7 +47,6 @@ namespace detail {
 void refuseNotInitialized(const google::protobuf::Message& request, pb::rpc_status_msg& response);
 void reportException(const google::protobuf::Message& request, const orv::error& e,
                      pb::rpc_status_msg& response);
-void refuseUnavailable(const google::protobuf::Message& request, pb::rpc_status_msg& response);
 
 }  // namespace detail
 
@@ -78,16 +77,6 @@ void serveBulk(const BulkRequest& request, pb::rpc_status_bulk_msg& response, Si
    statuses.Reserve(request.bulk_size());
    for (const auto& item : request.bulk())
       single(item, *statuses.Add());
-}
-
-// Answers a request that this build has no programmer for, after the common check of init.
-template <class Request>
-void serveUnavailable(const ClientInit& client, const Request& request, pb::rpc_status_msg& response) {
-   if (!client.initialized()) {
-      detail::refuseNotInitialized(request, response);
-   } else {
-      detail::refuseUnavailable(request, response);
-   }
 }
 
 }  // namespace OrvSdkRpc

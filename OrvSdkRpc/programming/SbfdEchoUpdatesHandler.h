@@ -1,14 +1,17 @@
-// The stream of echo session updates.
+// One stream of echo session updates: alive updates overtake the round-trip times that wait.
 //
-// Thread-safety: pump thread only.
+// Thread-safety: process() and callDone() on the pump thread, the rest on any. The locks, in their order: the
+// write state's, which says who starts the next write, then the queues'. Both come behind the mutex of
+// SbfdEchoUpdates, so none is held while the stream enters itself there.
 //
-// This build has no sessions and no updates. A stream that stays silent would say that all is well, so the
-// call ends with UNIMPLEMENTED and the words of the other RPCs of its kind.
+// The queues have no bound: a reader that never reads costs what is sent meanwhile.
 #pragma once
+
+#include <deque>
 
 #include "OrvSdkRpc/handlers/GenericRequestHandler.h"
 #include "OrvSdkRpc/programming/OrvSdkRpcService.h"
-#include "OrvSdkRpc/programming/Reply.h"
+#include "OrvSdkRpc/server/Mutex.h"
 
 namespace OrvSdkRpc {
 
@@ -16,18 +19,34 @@ class SbfdEchoUpdatesHandler final
      : public GenericRequestHandler<SbfdEchoUpdatesHandler, pb::watch_sbfd_echo_session_config_msg,
                                     pb::watch_sbfd_echo_session_status_msg, OrvSdkRpcService, true> {
 public:
-   SbfdEchoUpdatesHandler(OpaqueId tag, grpc::Server& server, grpc::ServerCompletionQueue& cq,
-                          OrvSdkRpcService& service)
-        : GenericRequestHandler(tag, server, cq, service) {
-      post(service, &pb::orvsdk_service::AsyncService::Requestwatch_sbfd_echo_session_status_msgs);
-   }
+   using Message = pb::watch_sbfd_echo_session_status_msg;
 
-   void process(OpaqueId) override {
-      state_ = 2;
-      finish(grpc::Status(
-           grpc::StatusCode::UNIMPLEMENTED,
-           fmt::format("Error: not available in this build, request {}", pb::toString(*request_))));
-   }
+   SbfdEchoUpdatesHandler(OpaqueId tag, grpc::Server& server, grpc::ServerCompletionQueue& cq,
+                          OrvSdkRpcService& service);
+
+   void process(OpaqueId tag) override;
+   void callDone() override;
+
+   void sendAliveUpdate(Message&& message) ORV_EXCLUDES(writeMutex_, queueMutex_);
+   void sendRttUpdate(Message&& message) ORV_EXCLUDES(writeMutex_, queueMutex_);
+
+private:
+   void send(std::deque<Message> SbfdEchoUpdatesHandler::*queue, const char* kind, Message&& message);
+   // Starts the next write, or is idle.
+   void doWrite() ORV_REQUIRES(writeMutex_) ORV_EXCLUDES(queueMutex_);
+   bool next(Message& message, const char*& kind) ORV_EXCLUDES(queueMutex_);
+   void write(const Message& message) ORV_REQUIRES(writeMutex_);
+
+   Mutex writeMutex_;
+   // No write is under way. Not idle until the call has arrived and the stream has been opened.
+   bool idle_ ORV_GUARDED_BY(writeMutex_) = false;
+   // The client has gone: what is still sent is dropped.
+   bool ended_ ORV_GUARDED_BY(writeMutex_) = false;
+
+   Mutex queueMutex_;
+   // Guarded by queueMutex_, which a pointer to a member cannot say.
+   std::deque<Message> rtt_;
+   std::deque<Message> alive_;
 };
 
 }  // namespace OrvSdkRpc

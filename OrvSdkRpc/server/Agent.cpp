@@ -5,12 +5,23 @@
 #include <algorithm>
 #include <utility>
 
+#include "OrvSdkRpc/hardware/IntfTrafficRatesWatcher.h"
+#include "OrvSdkRpc/programming/CbfNhgMgr.h"
 #include "OrvSdkRpc/programming/OrvSdkRpcService.h"
 #include "OrvSdkRpc/server/AgentTrace.h"
 #include "brevis/Brevis.h"
+#include "toggles/Toggles.h"
 #include "zelt/Anchors.h"
 
 namespace OrvSdkRpc {
+namespace {
+
+bool cbfNhgEcmpEnabled() {
+   static const bool enabled = getToggleState("CbfNhgEcmp", "CbfNhg.json", true);
+   return enabled;
+}
+
+}  // namespace
 
 Agent::Agent(orv::sdk& sdk, const std::vector<Server::Services>& services)
      : orv::agent_handler(sdk.get_agent_mgr()), name_(sdk.name()) {
@@ -45,6 +56,7 @@ Agent::Agent(orv::sdk& sdk, const std::string_view& address, bool bfd, bool fib)
    }
    orv::fmttrace(agentTracer(), 1, "Agent: {} constructed", name_);
    orv::exception_handler_is(panicHandler);
+   if (bfd && cbfNhgEcmpEnabled()) cbfNhgMgr_ = std::make_unique<CbfNhgMgr>(sdk.get_mount_mgr());
 }
 
 Agent::~Agent() = default;
@@ -81,7 +93,7 @@ void Agent::on_initialized() {
       if (bfdSessionMgr_) {
          add<OrvSdkRpcService>(aclMgr_, agentMgr_, bfdSessionMgr_, intfMgr_, classMapMgr_, ipRouteMgr_,
                                mplsRouteMgr_, mplsVrfLabelMgr_, nexthopGroupMgr_, nexthopGroupTunnelMgr_,
-                               policyMapMgr_, nullptr);
+                               policyMapMgr_, cbfNhgMgr_.get());
       }
       // The FIB service has its manager in fibMgr_ and no code in this build: nothing is created for it, and
       // gRPC answers UNIMPLEMENTED to its RPCs.

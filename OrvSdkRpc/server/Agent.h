@@ -27,6 +27,7 @@
 namespace OrvSdkRpc {
 
 class CbfNhgMgr;
+class IntfTrafficRatesWatcher;
 
 // What a host sets before the SDK calls on_initialized; the library reads no option of its own for any of it.
 // The address form needs none of it, and looks at the addresses, the namespace and the accounting flag alone.
@@ -109,6 +110,9 @@ private:
    bool accountingEnabled_ = false;
    std::unique_ptr<GrpcServer> server_;
    std::thread serverThread_;
+   // For IntfCounterService; null where the rates stream is switched off.
+   std::unique_ptr<IntfTrafficRatesWatcher> trafficRatesWatcher_;
+   std::unique_ptr<CbfNhgMgr> cbfNhgMgr_;
    std::string unixLockPath_;
    // Not empty: this agent owns socket and lock file.
    std::string unixSockPath_;

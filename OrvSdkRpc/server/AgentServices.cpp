@@ -1,4 +1,11 @@
 // Which mirror service belongs to which value, and the SDK's getters in the order in which they are called.
+#include "OrvSdkRpc/hardware/IntfTrafficRatesWatcher.h"
+#include "OrvSdkRpc/mirror/AclService.h"
+#include "OrvSdkRpc/mirror/AgentService.h"
+#include "OrvSdkRpc/mirror/EthPhyIntfService.h"
+#include "OrvSdkRpc/mirror/IntfCounterService.h"
+#include "OrvSdkRpc/mirror/IntfService.h"
+#include "OrvSdkRpc/mirror/NexthopGroupService.h"
 #include "OrvSdkRpc/server/Agent.h"
 #include "toggles/Toggles.h"
 
@@ -33,9 +40,9 @@ void Agent::enableServices(orv::sdk& sdk, const Server::Services& service) {
    using Server::Services;
    switch (service) {
       case Services::Acl:
-         return absent(sdk.get_acl_mgr());
+         return add<AclService>(sdk.get_acl_mgr());
       case Services::Agent:
-         return absent(sdk.get_agent_mgr());
+         return add<AgentService>(sdk.get_agent_mgr());
       case Services::BgpPath:
          return absent(sdk.get_bgp_path_mgr());
       case Services::Bgp:
@@ -48,18 +55,18 @@ void Agent::enableServices(orv::sdk& sdk, const Server::Services& service) {
       case Services::EthLagIntf:
          return absent(sdk.get_eth_lag_intf_mgr());
       case Services::EthPhyIntf:
-         return absent(sdk.get_eth_phy_intf_mgr());
+         return add<EthPhyIntfService>(sdk.get_eth_phy_intf_mgr());
       case Services::EthPhyIntfCounters:
          return absent(sdk.get_eth_phy_intf_counter_mgr());
       case Services::Intf:
-         return absent(sdk.get_intf_mgr());
+         return add<IntfService>(sdk.get_intf_mgr());
       case Services::IntfCounter:
          if (trafficStreamEnabled()) {
             // Called for its effect: the counters are kept resident.
             sdk.get_intf_counter_mgr_with_mode(orv::mgr_mode_type_t::resident);
-            absent(sdk.get_mount_mgr());
+            trafficRatesWatcher_ = std::make_unique<IntfTrafficRatesWatcher>(sdk.get_mount_mgr());
          }
-         return absent(sdk.get_intf_counter_mgr());
+         return add<IntfCounterService>(sdk.get_intf_counter_mgr(), trafficRatesWatcher_.get());
       case Services::IpRoute: {
          auto* const vrfMgr = sdk.get_vrf_mgr();
          return absent(sdk.get_ip_route_mgr(), vrfMgr);
@@ -76,7 +83,7 @@ void Agent::enableServices(orv::sdk& sdk, const Server::Services& service) {
       case Services::MplsVrfLabel:
          return absent(sdk.get_mpls_vrf_label_mgr());
       case Services::NexthopGroup:
-         return absent(sdk.get_nexthop_group_mgr());
+         return add<NexthopGroupService>(sdk.get_nexthop_group_mgr());
       case Services::PolicyMap:
          return absent(sdk.get_policy_map_mgr());
       case Services::PolicyMapCounters:

@@ -5,13 +5,19 @@
 
 #include <chrono>
 #include <cstdio>
+#include <future>
 #include <utility>
+
+#include "OrvSdkRpc/server/Connections.h"
 
 namespace OrvSdkRpc {
 namespace {
 
 // How often the draining pump looks again, should the last count be taken back without an event.
 constexpr std::chrono::milliseconds drainPoll{10};
+
+// How long clients have to take what was being written when the server stops.
+constexpr std::chrono::seconds hangUpAfter{1};
 
 }  // namespace
 
@@ -122,8 +128,15 @@ void GrpcServer::stop() {
 void GrpcServer::beginShutdown() {
    state_ = State::Draining;
    shutdownThread_ = std::thread([this] {
+      std::promise<void> down;
+      std::thread hangUp([this, over = down.get_future()] {
+         while (over.wait_for(hangUpAfter) == std::future_status::timeout)
+            shutDownConnections(properties_->addresses);
+      });
       // No grace: an open stream never ends by itself.
       server_->Shutdown(std::chrono::system_clock::now());
+      down.set_value();
+      hangUp.join();
       events_.begin();
       serverDown_.store(true);
       downAlarm_.Set(cq_.get(), std::chrono::system_clock::now(), downTag_);

@@ -26,6 +26,8 @@ namespace OrvSdkRpc {
 
 class GrpcServer;
 class TagManager;
+template <class A, class S>
+class BulkStreamHandler;
 
 // How many messages may wait in a watch stream before it is closed. The same for every stream.
 inline constexpr unsigned long streamQueueLimit = 262144;
@@ -82,6 +84,13 @@ public:
       using Method = MethodTraits<Definition::method>;
       registerNewHandler<Handler<Definition, typename Method::Request, typename Method::Response, Svc>>(
            service);
+   }
+
+   // The same for a BulkStreamHandler, whose definition says more than the others':
+   //    registerBulkStreamHandler<Rates>(*this);
+   template <class Definition, class Svc>
+   void registerBulkStreamHandler(Svc& service) {
+      registerNewHandler<BulkStreamHandler<Definition, Svc>>(service);
    }
 
    // Posts the first handler of a class written by hand.

@@ -1,7 +1,7 @@
 // The library's mutex, with the annotations that let clang prove which lock guards what.
 //
-// Thread-safe by nature. Lock order, outermost first: a stream handler's mutex, a subscription controller's
-// mutex, the TagManager's mutex. No SDK lock is taken while the TagManager's mutex is held.
+// Thread-safe by nature. Lock order, outermost first: the SDK's lock, a subscription controller's mutex, the
+// TagManager's mutex. A stream handler's mutex is a leaf: none of the three is taken while it is held.
 #pragma once
 
 #include <mutex>

@@ -73,9 +73,10 @@ void addCallCommand(CLI::App& app, Context& context) {
    auto flags = std::make_shared<Flags>();
    command->footer(
         "Addresses and prefixes may be text: {\"prefix\":\"192.0.2.0/24\"}. The exit code is 1 where the "
-        "reply "
-        "holds a failure.");
-   command->add_option("rpc", flags->name, "SERVICE/METHOD, or METHOD where only one service has it")
+        "call is refused or the reply holds a failure.");
+   command
+        ->add_option("rpc", flags->name,
+                     "SERVICE/METHOD, or METHOD of the programming service or where only one has it")
         ->required()
         ->type_name("RPC");
    command->add_option("json", flags->data, "Request; - for stdin, nothing for an empty one")

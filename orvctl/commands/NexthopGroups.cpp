@@ -137,6 +137,8 @@ void addNexthopGroupCommand(CLI::App& app, Context& context) {
         ->type_name("FILE");
    addNumber(*delCommand, "--batch", flags->batch, 1, 100000, "Groups per request [1000]");
    onChosen(context, *delCommand, [&context, flags] { return del(context, *flags); });
+
+   addNexthopGroupViews(*command, context);
 }
 
 }  // namespace orvctl

@@ -7,6 +7,8 @@
 #include <functional>
 #include <set>
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include "pavo/Ptr.h"
 #include "zelt/Dir.h"
@@ -46,7 +48,7 @@ private:
    Zelt::Dir::Reaction reaction_;
 };
 
-class EntityManager final : public Pavo::RefCounted {
+class EntityManager : public Pavo::RefCounted {
 public:
    /// Mounts a path such as "interface/status/all". `onChange` is called whenever the entity at the path
    /// appears, is replaced or goes, not for what is there at the time of the mount. Throws
@@ -54,12 +56,20 @@ public:
    /// std::runtime_error if a second writer asks; both name the path.
    Mount mount(const std::string& path, MountMode mode, std::function<void()> onChange = {});
 
+   /// The entity at the path, mounted or not; null if there is none or it is of another type.
+   template <typename T>
+   Pavo::Ptr<T> entity(std::string_view path) const {
+      return entities_->entityAs<T>(path);
+   }
+
    /// Paths at which an entity is, in order.
    std::vector<std::string> paths() const { return entities_->names(); }
 
+protected:
+   ~EntityManager() override = default;
+
 private:
    friend class Mount;
-   ~EntityManager() override = default;
 
    const Pavo::Ptr<Zelt::Dir> entities_ = Pavo::makePtr<Zelt::Dir>();
    std::set<std::string> writers_;

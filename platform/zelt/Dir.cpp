@@ -33,7 +33,7 @@ void Dir::entityDel(const std::string& name) {
    notify(removed.key());
 }
 
-Dir::Reaction Dir::reactorIs(Reactor reactor) {
+Dir::Reaction Dir::reactorIs(Reactor reactor) const {
    std::erase_if(reactors_, [](const auto& known) { return known.expired(); });
    auto owned = std::make_shared<const Reactor>(std::move(reactor));
    reactors_.push_back(owned);

@@ -18,6 +18,8 @@ namespace Zelt {
 
 class Dir final : public Pavo::RefCounted {
 public:
+   static constexpr std::string_view entityType = "Zelt::Dir";
+
    /// Called with the name of an entry that was added, replaced or removed.
    using Reactor = std::function<void(const std::string& name)>;
 
@@ -49,14 +51,14 @@ public:
    /// Removes an entry; a missing one is no change.
    void entityDel(const std::string& name);
 
-   [[nodiscard]] Reaction reactorIs(Reactor reactor);
+   [[nodiscard]] Reaction reactorIs(Reactor reactor) const;
 
 private:
    ~Dir() override = default;
    void notify(const std::string& name);
 
    std::map<std::string, Pavo::Ptr<Pavo::RefCounted>, std::less<>> entities_;
-   std::vector<std::weak_ptr<const Reactor>> reactors_;
+   mutable std::vector<std::weak_ptr<const Reactor>> reactors_;  // of readers, no part of the value
 };
 
 }  // namespace Zelt

@@ -1,5 +1,8 @@
 #include "orv/policy_map_types.h"
 
+#include <tuple>
+
+#include "orv/order_sets.h"
 #include "orv/record_text.h"
 
 namespace orv {
@@ -48,6 +51,16 @@ std::string_view enum_text(policy_map_status_t v) noexcept {
          return "failure";
    }
    return {};
+}
+
+std::strong_ordering policy_map_action_t::operator<=>(const policy_map_action_t& other) const {
+   if (const auto order = std::tie(action_type_, nexthop_group_name_) <=>
+                          std::tie(other.action_type_, other.nexthop_group_name_);
+       order != 0) {
+      return order;
+   }
+   if (const auto order = detail::order_sets(nexthops_, other.nexthops_); order != 0) return order;
+   return std::tie(vrf_, dscp_, traffic_class_) <=> std::tie(other.vrf_, other.dscp_, other.traffic_class_);
 }
 
 std::size_t policy_map_action_t::hash() const {

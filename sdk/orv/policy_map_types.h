@@ -7,6 +7,7 @@
 #include <map>
 #include <set>
 #include <string>
+#include <unordered_set>
 #include <utility>
 
 #include "orv/acl_types.h"
@@ -56,8 +57,8 @@ public:
    void action_type_is(policy_action_type_t v) { action_type_ = v; }
    [[nodiscard]] const std::string& nexthop_group_name() const noexcept { return nexthop_group_name_; }
    void nexthop_group_name_is(std::string v) { nexthop_group_name_ = std::move(v); }
-   [[nodiscard]] const std::set<ip_addr_t>& nexthops() const noexcept { return nexthops_; }
-   void nexthops_is(std::set<ip_addr_t> v) { nexthops_ = std::move(v); }
+   [[nodiscard]] const std::unordered_set<ip_addr_t>& nexthops() const noexcept { return nexthops_; }
+   void nexthops_is(std::unordered_set<ip_addr_t> v) { nexthops_ = std::move(v); }
    // VRF in which nexthops or destination are looked up.
    [[nodiscard]] const std::string& vrf() const noexcept { return vrf_; }
    void vrf_is(std::string v) { vrf_ = std::move(v); }
@@ -66,14 +67,15 @@ public:
    [[nodiscard]] std::uint8_t traffic_class() const noexcept { return traffic_class_; }
    void traffic_class_is(std::uint8_t v) { traffic_class_ = v; }
 
-   auto operator<=>(const policy_map_action_t&) const = default;
+   bool operator==(const policy_map_action_t&) const = default;
+   std::strong_ordering operator<=>(const policy_map_action_t& other) const;
    [[nodiscard]] std::size_t hash() const;
    [[nodiscard]] std::string to_string() const;
 
 private:
    policy_action_type_t action_type_ = policy_action_type_t::none;
    std::string nexthop_group_name_;
-   std::set<ip_addr_t> nexthops_;
+   std::unordered_set<ip_addr_t> nexthops_;
    std::string vrf_;
    std::uint8_t dscp_ = 0;
    std::uint8_t traffic_class_ = 0;

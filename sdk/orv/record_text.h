@@ -1,8 +1,10 @@
 // Text forms of records, for to_string of the value types.
 #pragma once
 
+#include <algorithm>
 #include <initializer_list>
 #include <utility>
+#include <vector>
 
 #include "orv/value.h"
 
@@ -16,6 +18,8 @@ template <typename T>
 std::string text_of(const T& v) {
    if constexpr (std::is_integral_v<T>) {
       return std::to_string(v);
+   } else if constexpr (std::is_floating_point_v<T>) {
+      return fmt::format("{}", v);
    } else if constexpr (std::is_enum_v<T>) {
       return to_string(v);
    } else if constexpr (requires { v.to_string(); }) {
@@ -27,6 +31,12 @@ std::string text_of(const T& v) {
                            v.second;
                         }) {
       return fmt::format("{}: {}", text_of(v.first), text_of(v.second));
+   } else if constexpr (requires { typename T::hasher; }) {
+      std::vector<std::string> texts;
+      for (const auto& item : v)
+         texts.push_back(text_of(item));
+      std::sort(texts.begin(), texts.end());
+      return fmt::format("[{}]", fmt::join(texts, ", "));
    } else {
       std::string out = "[";
       for (const auto& item : v) {

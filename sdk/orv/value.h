@@ -69,6 +69,8 @@ template <typename T>
 std::size_t hash_one(const T& v) {
    if constexpr (std::is_enum_v<T> || std::is_integral_v<T>) {
       return static_cast<std::size_t>(v);
+   } else if constexpr (std::is_floating_point_v<T>) {
+      return std::hash<T>{}(v);
    } else if constexpr (requires { v.hash(); }) {
       return v.hash();
    } else if constexpr (std::is_convertible_v<const T&, std::string_view>) {
@@ -78,6 +80,12 @@ std::size_t hash_one(const T& v) {
                            v.second;
                         }) {
       return mix(hash_one(v.first) + 0x9e3779b97f4a7c15ULL) ^ hash_one(v.second);
+   } else if constexpr (requires { typename T::hasher; }) {
+      // Equal unordered sets may be walked in different orders.
+      std::uint64_t h = v.size();
+      for (const auto& item : v)
+         h += mix(hash_one(item) + 0x9e3779b97f4a7c15ULL);
+      return mix(h);
    } else {
       std::size_t h = 0;
       for (const auto& item : v)

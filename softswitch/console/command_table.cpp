@@ -11,8 +11,8 @@ namespace {
 constexpr std::array helpCommands{Command{
      .name = "help", .usage = "", .help = "all commands with a line on each", .run = help, .hasJson = true}};
 
-std::array<std::span<const Command>, 3> allCommands() {
-   return {showCommands(), configureCommands(), helpCommands};
+std::array<std::span<const Command>, 4> allCommands() {
+   return {showCommands(), configureCommands(), setCommands(), helpCommands};
 }
 
 std::vector<std::string_view> splitName(std::string_view name) {

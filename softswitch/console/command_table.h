@@ -34,6 +34,7 @@ struct Command {
 
 std::span<const Command> showCommands();
 std::span<const Command> configureCommands();
+std::span<const Command> setCommands();
 
 struct Found {
    const Command* command;

@@ -29,7 +29,13 @@ constexpr std::string_view vrfName = "a VRF's name";
 void configureInterface(Call& call) {
    auto& intfs = call.target.intfs();
    const auto intf = readIntf(call.args);
-   constexpr std::string_view expected = "shutdown, no shutdown, description TEXT or no description";
+   if (call.args.take("create")) {
+      call.args.end();
+      const orv::sdk_scoped_lock lock;
+      intfs.intfAdd(intf);
+      return;
+   }
+   constexpr std::string_view expected = "shutdown, no shutdown, description TEXT, no description or create";
    const bool no = call.args.take("no");
    const auto& what = call.args.next(expected);
    if (what == "shutdown") {
@@ -44,6 +50,13 @@ void configureInterface(Call& call) {
    } else {
       call.args.refuse(no ? "shutdown or description" : expected);
    }
+}
+
+void configureNoInterface(Call& call) {
+   const auto intf = readIntf(call.args);
+   call.args.end();
+   const orv::sdk_scoped_lock lock;
+   call.target.intfs().intfDel(intf);
 }
 
 void configureVrf(Call& call) {
@@ -280,21 +293,15 @@ void configureNoAgentOption(Call& call) {
    call.target.agent().agentOptionIs(name, "");
 }
 
-void setLink(Call& call) {
-   const auto intf = readIntf(call.args);
-   constexpr std::string_view expected = "up or down";
-   const auto& state = call.args.next(expected);
-   if (state != "up" && state != "down") call.args.refuse(expected);
-   call.args.end();
-   const orv::sdk_scoped_lock lock;
-   call.target.intfs().linkIs(intf, state == "up");
-}
-
 constexpr std::array commands{
      Command{.name = "configure interface",
-             .usage = "NAME [no] shutdown | description TEXT… | no description",
-             .help = "administrative state and description",
+             .usage = "NAME [no] shutdown | description TEXT… | no description | create",
+             .help = "administrative state and description; make a loopback, LAG, VLAN or VXLAN",
              .run = configureInterface},
+     Command{.name = "configure no interface",
+             .usage = "NAME",
+             .help = "remove a loopback, LAG, VLAN or VXLAN",
+             .run = configureNoInterface},
      Command{.name = "configure vrf", .usage = "NAME", .help = "make a VRF", .run = configureVrf},
      Command{.name = "configure no vrf", .usage = "NAME", .help = "remove a VRF", .run = configureNoVrf},
      Command{.name = "configure ip route",
@@ -322,10 +329,6 @@ constexpr std::array commands{
              .usage = "NAME",
              .help = "remove an option of the agent",
              .run = configureNoAgentOption},
-     Command{.name = "set link",
-             .usage = "NAME up|down",
-             .help = "plug or unplug an interface's cable",
-             .run = setLink},
 };
 
 }  // namespace

@@ -14,10 +14,10 @@ void run(Call& call) {
    document.finish();
 }
 
-constexpr std::array<Show*, 15> everything{showVersion,  showInterfaces,   showVrf,     showAgentStatus,
-                                           showCounters, showNexthopGroup, showIpRoute, showMplsRoute,
-                                           showTunnel,   showFibRoute,     showFibFec,  showAcl,
-                                           showClassMap, showPolicyMap,    showBfd};
+constexpr std::array<Show*, 18> everything{
+     showVersion,     showInterfaces, showPorts,        showTraffic,  showWriters,   showVrf,
+     showAgentStatus, showCounters,   showNexthopGroup, showIpRoute,  showMplsRoute, showTunnel,
+     showFibRoute,    showFibFec,     showAcl,          showClassMap, showPolicyMap, showSbfd};
 
 void showTech(Call& call) {
    call.args.end();
@@ -37,6 +37,9 @@ constexpr Command command(std::string_view name, std::string_view usage, std::st
 constexpr std::array commands{
      command("show version", "", "program, store and uptime", run<showVersion>),
      command("show interfaces", "[NAME]", "state, link, speed, addresses and names", run<showInterfaces>),
+     command("show ports", "[NAME]", "hardware, transceiver and speed of ports", run<showPorts>),
+     command("show traffic", "[NAME]", "rates and counters of interfaces", run<showTraffic>),
+     command("show writers", "", "counter writers and what they count", run<showWriters>),
      command("show vrf", "", "VRFs", run<showVrf>),
      command("show nexthop-group", "[NAME]", "groups, or one group's entries", run<showNexthopGroup>),
      command("show ip route", "[PREFIX] [vrf NAME]", "IP routes of a VRF with their vias", run<showIpRoute>),
@@ -48,7 +51,7 @@ constexpr std::array commands{
      command("show acl", "", "access lists and their rules, committed or pending", run<showAcl>),
      command("show class-map", "", "class maps", run<showClassMap>),
      command("show policy-map", "", "policy maps, where applied, hardware status", run<showPolicyMap>),
-     command("show bfd", "", "sBFD echo sessions", run<showBfd>),
+     command("show sbfd", "", "sBFD echo sessions and the far ends that answer them", run<showSbfd>),
      command("show counters", "", "rows and capacity of every table", run<showCounters>),
      command("show tech", "", "everything above, one after the other", showTech),
 };

@@ -5,7 +5,6 @@
 #include "softswitch/console/rows.h"
 #include "softswitch/console/show.h"
 #include "softswitch/managers/acl_mgr.h"
-#include "softswitch/managers/bfd_session_mgr.h"
 #include "softswitch/managers/class_map_mgr.h"
 #include "softswitch/managers/policy_map_mgr.h"
 #include "softswitch/soft_switch.h"
@@ -176,36 +175,6 @@ void showPolicyMap(SoftSwitch& target, Args& args, Document& document) {
                     }
                  });
    }
-}
-
-void showBfd(SoftSwitch& target, Args& args, Document& document) {
-   args.end();
-   const auto& sessions = target.bfdSessions();
-   document.listing("sbfd_sessions", {{"Nexthop", "nexthop", 15},
-                                      {"Interface", "interface", 12},
-                                      {"Labels", "labels", 16},
-                                      {"DSCP", "dscp", 4},
-                                      {"EXP", "exp", 3},
-                                      {"Interval", "min_tx_ms", 8},
-                                      {"Multiplier", "multiplier", 10},
-                                      {"RTT", "rtt_enabled", 3},
-                                      {"Status", "status"}});
-   forEachTableRow(
-        sessions.sessions(), [&](const orv::sbfd_echo_session_key_t& key, const BfdSessionRow& row) {
-           Json labels = Json::array();
-           for (const auto label : key.label_stack())
-              labels.push_back(label.label());
-           document.row(
-                {{"nexthop", key.nexthop().to_string()},
-                 {"interface", key.nexthop_intf().to_string()},
-                 {"labels", std::move(labels)},
-                 {"dscp", key.dscp()},
-                 {"exp", key.mpls_exp()},
-                 {"min_tx_ms", row.interval.min_tx()},
-                 {"multiplier", row.interval.multiplier()},
-                 {"rtt_enabled", row.rttEnabled},
-                 {"status", orv::to_string(locked([&] { return sessions.sbfd_echo_session_status(key); }))}});
-        });
 }
 
 }  // namespace softswitch::console

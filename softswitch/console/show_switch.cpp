@@ -1,4 +1,5 @@
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -12,6 +13,7 @@
 #include "softswitch/managers/agent_mgr.h"
 #include "softswitch/managers/bfd_session_mgr.h"
 #include "softswitch/managers/class_map_mgr.h"
+#include "softswitch/managers/eth_phy_intf_mgr.h"
 #include "softswitch/managers/intf_mgr.h"
 #include "softswitch/managers/ip_route_mgr.h"
 #include "softswitch/managers/mpls_route_mgr.h"
@@ -27,19 +29,25 @@ namespace softswitch::console {
 namespace {
 
 struct IntfFacts {
-   const TopologyIntf* facts;
+   TopologyIntf facts;  // a copy: the interface may go meanwhile
+   std::uint64_t speedBps;
    bool adminEnabled;
    bool linkUp;
    orv::oper_status_t oper;
    std::string description;
 };
 
-IntfFacts intfFacts(const IntfMgr& intfs, const orv::intf_id_t& intf) {
-   return {.facts = &intfs.facts(intf),
-           .adminEnabled = intfs.admin_enabled(intf),
-           .linkUp = intfs.linkUp(intf),
-           .oper = intfs.oper_status(intf),
-           .description = intfs.description(intf)};
+std::optional<IntfFacts> intfFacts(SoftSwitch& target, const orv::intf_id_t& intf) {
+   const auto& intfs = target.intfs();
+   const auto& ports = target.ethPhyIntfs();
+   if (!intfs.exists(intf)) return std::nullopt;
+   return IntfFacts{.facts = intfs.facts(intf),
+                    .speedBps = ports.exists(intf) ? orv::bits_per_second(ports.link_speed(intf))
+                                                   : intfs.facts(intf).speedBps,
+                    .adminEnabled = intfs.admin_enabled(intf),
+                    .linkUp = intfs.linkUp(intf),
+                    .oper = intfs.oper_status(intf),
+                    .description = intfs.description(intf)};
 }
 
 }  // namespace
@@ -73,19 +81,19 @@ void showInterfaces(SoftSwitch& target, Args& args, Document& document) {
                                    {"Kernel", "kernel_name", 7},
                                    {"Description", "description"}});
    forEachRow([&] { return intfs.intf_iter(); },
-              [&](const orv::intf_id_t& intf) { return intfFacts(intfs, intf); },
-              [&](const IntfFacts& intf) {
-                 if (!wanted.empty() && intf.facts->name != wanted) return;
-                 document.row(
-                      {{"name", intf.facts->name},
-                       {"type", to_string(intf.facts->type)},
-                       {"admin", intf.adminEnabled ? "up" : "down"},
-                       {"link", intf.linkUp ? "up" : "down"},
-                       {"oper", orv::to_string(intf.oper)},
-                       {"speed", intf.facts->speedBps == 0 ? Json() : Json(speedName(intf.facts->speedBps))},
-                       {"mac", to_string(intf.facts->mac)},
-                       {"kernel_name", intf.facts->kernelName},
-                       {"description", intf.description}});
+              [&](const orv::intf_id_t& intf) { return intfFacts(target, intf); },
+              [&](const std::optional<IntfFacts>& there) {
+                 if (!there || (!wanted.empty() && there->facts.name != wanted)) return;
+                 const auto& intf = *there;
+                 document.row({{"name", intf.facts.name},
+                               {"type", to_string(intf.facts.type)},
+                               {"admin", intf.adminEnabled ? "up" : "down"},
+                               {"link", intf.linkUp ? "up" : "down"},
+                               {"oper", orv::to_string(intf.oper)},
+                               {"speed", intf.speedBps == 0 ? Json() : Json(speedName(intf.speedBps))},
+                               {"mac", to_string(intf.facts.mac)},
+                               {"kernel_name", intf.facts.kernelName},
+                               {"description", intf.description}});
               });
 }
 

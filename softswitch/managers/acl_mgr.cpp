@@ -155,31 +155,37 @@ orv::acl_iter_t AclMgr::acl_all_iter() const {
 
 orv::acl_rule_ip_iter_t AclMgr::acl_rule_ip_iter(const orv::acl_key_t& key) const {
    orv::sdk_lock_check();
+   checkAclKey(key);
    return orv::acl_rule_ip_iter_t(std::make_unique<IpRuleIter>(pendingRules_, key));
 }
 
 orv::acl_rule_ip_iter_t AclMgr::acl_all_rule_ip_iter(const orv::acl_key_t& key) const {
    orv::sdk_lock_check();
+   checkAclKey(key);
    return orv::acl_rule_ip_iter_t(std::make_unique<IpRuleIter>(committedRules_, key));
 }
 
 orv::acl_rule_eth_iter_t AclMgr::acl_rule_eth_iter(const orv::acl_key_t& key) const {
    orv::sdk_lock_check();
+   checkAclKey(key);
    return orv::acl_rule_eth_iter_t(std::make_unique<EthRuleIter>(pendingRules_, key));
 }
 
 orv::acl_rule_eth_iter_t AclMgr::acl_all_rule_eth_iter(const orv::acl_key_t& key) const {
    orv::sdk_lock_check();
+   checkAclKey(key);
    return orv::acl_rule_eth_iter_t(std::make_unique<EthRuleIter>(committedRules_, key));
 }
 
 bool AclMgr::acl_exists(const orv::acl_key_t& key) const {
    orv::sdk_lock_check();
+   checkAclKey(key);
    return pendingLists_.contains(key);
 }
 
 bool AclMgr::acl_all_exists(const orv::acl_key_t& key) const {
    orv::sdk_lock_check();
+   checkAclKey(key);
    return committedLists_.contains(key);
 }
 

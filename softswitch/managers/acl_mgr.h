@@ -10,7 +10,7 @@
 // pending.
 //
 // Refusals (orv::invalid_argument_error and its kin, naming the value; nothing has changed then):
-//    a key without a name or a type, in every operation that writes
+//    a key without a name or a type, in every operation that takes a key
 //    a rule that the list cannot have (acl_rules.h)
 //    applying a list that does not exist, neither pending nor committed; an interface that does not exist; a
 //    direction other than in and out; taking off a list that is not there is no error

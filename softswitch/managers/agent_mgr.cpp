@@ -32,14 +32,28 @@ private:
    bool started_ = false;
 };
 
+void checkSizes(std::string_view what, const std::string& name, const std::string& value) {
+   if (name.size() > AgentMgr::nameBytesMax) {
+      throw orv::invalid_argument_error(fmt::format("agent {} name of {} bytes, expected at most {}", what,
+                                                    name.size(), AgentMgr::nameBytesMax));
+   }
+   if (value.size() > AgentMgr::valueBytesMax) {
+      throw orv::invalid_argument_error(fmt::format("agent {} '{}': value of {} bytes, expected at most {}",
+                                                    what, name, value.size(), AgentMgr::valueBytesMax));
+   }
+}
+
 }  // namespace
 
 AgentMgr::AgentMgr(const Context& context, std::string name, std::map<std::string, std::string> options)
      : callbacks_(context.callbacks),
        name_(std::move(name)),
+       storedOptions_(context.store, "agent_option", context.limits.agentStatuses),
        options_(std::move(options)),
        statuses_(context.store, "agent_status", context.limits.agentStatuses) {
    std::erase_if(options_, [](const auto& option) { return option.second.empty(); });
+   storedOptions_.forEach(
+        [this](const std::string& option, const std::string& value) { options_.emplace(option, value); });
 }
 
 bool AgentMgr::enabled() const {
@@ -77,15 +91,7 @@ orv::agent_status_iter_t AgentMgr::status_iter() const {
 
 void AgentMgr::status_set(const std::string& name, const std::string& value) {
    orv::sdk_lock_check();
-   if (name.size() > statusNameBytesMax) {
-      throw orv::invalid_argument_error(fmt::format("agent status name of {} bytes, expected at most {}",
-                                                    name.size(), statusNameBytesMax));
-   }
-   if (value.size() > statusValueBytesMax) {
-      throw orv::invalid_argument_error(
-           fmt::format("agent status '{}': value of {} bytes, expected at most {}", name, value.size(),
-                       statusValueBytesMax));
-   }
+   checkSizes("status", name, value);
    statuses_.set(name, value);
 }
 
@@ -112,9 +118,12 @@ std::uint64_t AgentMgr::id(const char* name) const {
 void AgentMgr::agentOptionIs(const std::string& name, const std::string& value) {
    orv::sdk_lock_check();
    if (name.empty()) throw orv::invalid_argument_error("agent option has no name");
+   checkSizes("option", name, value);
    if (value.empty()) {
+      storedOptions_.erase(name);
       if (options_.erase(name) == 0) return;
    } else {
+      storedOptions_.set(name, value);
       auto& present = options_[name];
       if (present == value) return;
       present = value;

@@ -1,10 +1,10 @@
 // The agent: options, status entries, and the order of its end.
 //
-// Options come from the command line or the console and live as long as the process. Status entries are
-// stored.
+// Status entries are stored, and so are options that were set while the switch ran. Options of the command
+// line hold for the process and go before the stored ones of their names.
 //
 // Refusals (orv::invalid_argument_error naming the value, if nothing else is said):
-//    a status name of more than 255 bytes, a status value of more than 1 MiB
+//    a status or option name of more than 255 bytes, a status or option value of more than 1 MiB
 //    an option without a name
 //    and orv::error for one entry more than the table holds, or a full disk
 //
@@ -31,8 +31,8 @@ struct AgentStatusCodec {
 
 class AgentMgr final : public orv::agent_mgr {
 public:
-   static constexpr std::size_t statusNameBytesMax = 255;
-   static constexpr std::size_t statusValueBytesMax = std::size_t{1} << 20;
+   static constexpr std::size_t nameBytesMax = 255;
+   static constexpr std::size_t valueBytesMax = std::size_t{1} << 20;
 
    AgentMgr(const Context& context, std::string name, std::map<std::string, std::string> options);
 
@@ -52,7 +52,8 @@ public:
    std::size_t size() const { return statuses_.size(); }
    std::size_t capacity() const { return statuses_.capacity(); }
 
-   // Sets an option, or deletes it when the value is empty, and tells the handlers.
+   // Sets an option, or deletes it when the value is empty, and tells the handlers. One of the command line
+   // comes back at the next start that has it.
    void agentOptionIs(const std::string& name, const std::string& value);
 
    // Tells the handlers that the switch's state is there.
@@ -66,7 +67,8 @@ private:
    Callbacks& callbacks_;
    const std::string name_;
    const std::chrono::steady_clock::time_point since_ = std::chrono::steady_clock::now();
-   std::map<std::string, std::string> options_;
+   Table<std::string, std::string, AgentStatusCodec> storedOptions_;
+   std::map<std::string, std::string> options_;  // in force
    Table<std::string, std::string, AgentStatusCodec> statuses_;
    bool enabled_ = true;
    bool ended_ = false;

@@ -1,6 +1,7 @@
 #include "softswitch/managers/intf_mgr.h"
 
 #include <algorithm>
+#include <optional>
 
 #include "orv/error.h"
 #include "softswitch/value_codec.h"
@@ -12,14 +13,14 @@ bool hasCable(IntfType type) {
    return type == IntfType::ethernet || type == IntfType::management || type == IntfType::lag;
 }
 
-// The set does not change, so a position is as good as a key.
 class IntfIter final : public orv::intf_iter_impl {
 public:
-   explicit IntfIter(const std::vector<orv::intf_id_t>& intfs) : intfs_(&intfs) {}
+   explicit IntfIter(const absl::btree_set<orv::intf_id_t>& intfs) : intfs_(&intfs) {}
 
    bool next(orv::intf_id_t& row) override {
-      if (at_ == intfs_->size()) return false;
-      row = (*intfs_)[at_++];
+      const auto at = !last_ ? intfs_->begin() : intfs_->upper_bound(last_);
+      if (at == intfs_->end()) return false;
+      row = last_ = *at;
       return true;
    }
    std::unique_ptr<orv::iter_impl<orv::intf_id_t>> clone() const override {
@@ -27,8 +28,8 @@ public:
    }
 
 private:
-   const std::vector<orv::intf_id_t>* intfs_;
-   std::size_t at_ = 0;
+   const absl::btree_set<orv::intf_id_t>* intfs_;
+   orv::intf_id_t last_;
 };
 
 }  // namespace
@@ -56,16 +57,28 @@ IntfRow IntfCodec::decodeRow(store::Reader& in, std::uint8_t) {
 IntfMgr::IntfMgr(const Context& context, const Topology& topology)
      : callbacks_(context.callbacks),
        topology_(topology),
-       config_(context.store, "interface", 16 * Topology::maxInterfaces) {
+       config_(context.store, "interface", 16 * Topology::maxInterfaces),
+       presence_(context.store, "interface presence", 16 * Topology::maxInterfaces) {
    for (const auto& facts : topology_.interfaces()) {
-      const auto id = orv::host::intf_name_known(facts.name);
-      const auto* row = config_.find(id);
-      intfs_.emplace(id, Intf{.facts = &facts,
-                              .adminEnabled = row == nullptr || row->adminEnabled,
-                              .linkUp = facts.linkUp || !hasCable(facts.type)});
-      inOrder_.push_back(id);
+      const auto* there = presence_.find(orv::intf_id_t(facts.name));
+      if (there == nullptr || *there || isPort(facts.type)) insert(facts);
    }
-   std::sort(inOrder_.begin(), inOrder_.end());
+   // A topology may have taken names that were free when an interface was made; its own go first.
+   presence_.forEach([this](const orv::intf_id_t& intf, bool there) {
+      if (!there || exists(intf)) return;
+      const auto facts = topology_.fromName(intf.name());
+      if (facts && !byKernelName_.contains(facts->kernelName)) insert(*facts);
+   });
+}
+
+void IntfMgr::insert(const TopologyIntf& facts) {
+   const auto id = orv::host::intf_name_known(facts.name);
+   const auto* row = config_.find(id);
+   intfs_.emplace(id, std::make_unique<Intf>(Intf{.facts = facts,
+                                                  .adminEnabled = row == nullptr || row->adminEnabled,
+                                                  .linkUp = facts.linkUp || !hasCable(facts.type)}));
+   byKernelName_.emplace(facts.kernelName, id);
+   inOrder_.insert(id);
 }
 
 orv::intf_iter_t IntfMgr::intf_iter() const {
@@ -131,27 +144,122 @@ orv::oper_status_t IntfMgr::oper_status(const orv::intf_id_t& intf) const {
 
 orv::intf_id_t IntfMgr::orv_intf_name(const std::string& kernel_name) const {
    orv::sdk_lock_check();
-   for (const auto& facts : topology_.interfaces()) {
-      if (facts.kernelName == kernel_name) return orv::intf_id_t(facts.name);
-   }
+   if (const auto it = byKernelName_.find(kernel_name); it != byKernelName_.end()) return it->second;
    throw orv::invalid_argument_error(
         fmt::format("no interface has the kernel name '{}'", orv::detail::quotable(kernel_name)));
 }
 
 std::string IntfMgr::kernel_intf_name(const orv::intf_id_t& intf) const {
    orv::sdk_lock_check();
-   return find(intf).facts->kernelName;
+   return find(intf).facts.kernelName;
 }
 
 void IntfMgr::linkIs(const orv::intf_id_t& intf, bool up) {
    orv::sdk_lock_check();
    auto& state = find(intf);
-   if (!hasCable(state.facts->type)) {
+   if (!hasCable(state.facts.type)) {
       throw orv::invalid_argument_error(fmt::format("interface {} is of type {} and has no link to set", intf,
-                                                    to_string(state.facts->type)));
+                                                    to_string(state.facts.type)));
    }
+   if (state.linkUp == up) return;
    const auto before = state.oper();
    state.linkUp = up;
+   tellOperChange(intf, before, state.oper());
+   if (linkChanged_) linkChanged_(intf);
+}
+
+TopologyIntf IntfMgr::factsOfNew(const orv::intf_id_t& intf) const {
+   if (intfs_.contains(intf)) {
+      throw orv::invalid_argument_error(fmt::format("interface {} is there already", intf));
+   }
+   // One that the topology has comes back as it was.
+   const auto* known = topology_.find(intf.name());
+   const auto facts = known != nullptr ? std::optional(*known) : topology_.fromName(intf.name());
+   if (!facts) {
+      throw orv::invalid_argument_error(fmt::format(
+           "interface name '{}' tells no type, expected Ethernet, Management, Loopback, Lag, Vlan or "
+           "Vxlan with a number",
+           intf.name()));
+   }
+   if (const auto it = byKernelName_.find(facts->kernelName); it != byKernelName_.end()) {
+      throw orv::invalid_argument_error(fmt::format(
+           "interface {} would have the kernel name {}, which {} has", intf, facts->kernelName, it->second));
+   }
+   if (intfs_.size() >= Topology::maxInterfaces) refuseFull("interface", Topology::maxInterfaces);
+   return *facts;
+}
+
+void IntfMgr::intfAdd(const orv::intf_id_t& intf) {
+   orv::sdk_lock_check();
+   const auto facts = factsOfNew(intf);
+   if (isPort(facts.type)) {
+      throw orv::invalid_argument_error(fmt::format(
+           "interface {} is a port and comes with its hardware, expected a loopback, LAG, VLAN or VXLAN",
+           intf));
+   }
+   setPresence(intf, true);
+   insert(facts);
+   callbacks_.post([this, intf] {
+      handlers().notify(intf, [&](orv::intf_handler& handler) { handler.on_intf_create(intf); });
+   });
+}
+
+void IntfMgr::intfDel(const orv::intf_id_t& intf) {
+   orv::sdk_lock_check();
+   if (isPort(find(intf).facts.type)) {
+      throw orv::invalid_argument_error(fmt::format(
+           "interface {} is a port and goes with its hardware, expected a loopback, LAG, VLAN or VXLAN",
+           intf));
+   }
+   setPresence(intf, false);
+   config_.erase(intf);
+   take(intf);
+}
+
+void IntfMgr::portAdd(const orv::intf_id_t& intf) {
+   orv::sdk_lock_check();
+   const auto facts = factsOfNew(intf);
+   if (!isPort(facts.type)) {
+      throw orv::invalid_argument_error(
+           fmt::format("interface {} is of type {}, expected a port", intf, to_string(facts.type)));
+   }
+   insert(facts);
+   callbacks_.post([this, intf] {
+      handlers().notify(intf, [&](orv::intf_handler& handler) { handler.on_intf_create(intf); });
+   });
+}
+
+void IntfMgr::portDel(const orv::intf_id_t& intf) {
+   orv::sdk_lock_check();
+   if (!isPort(find(intf).facts.type)) {
+      throw orv::invalid_argument_error(fmt::format("interface {} is of type {}, expected a port", intf,
+                                                    to_string(find(intf).facts.type)));
+   }
+   take(intf);
+}
+
+void IntfMgr::take(const orv::intf_id_t& intf) {
+   byKernelName_.erase(find(intf).facts.kernelName);
+   intfs_.erase(intf);
+   inOrder_.erase(intf);
+   callbacks_.post([this, intf] {
+      handlers().notify(intf, [&](orv::intf_handler& handler) { handler.on_intf_delete(intf); });
+   });
+}
+
+void IntfMgr::setPresence(const orv::intf_id_t& intf, bool there) {
+   if (there == (topology_.find(intf.name()) != nullptr)) {
+      presence_.erase(intf);
+   } else {
+      presence_.set(intf, there);
+   }
+}
+
+void IntfMgr::portUsableIs(const orv::intf_id_t& intf, bool usable) {
+   orv::sdk_lock_check();
+   auto& state = find(intf);
+   const auto before = state.oper();
+   state.usable = usable;
    tellOperChange(intf, before, state.oper());
 }
 
@@ -161,7 +269,7 @@ const IntfMgr::Intf& IntfMgr::find(const orv::intf_id_t& intf) const {
       throw orv::invalid_argument_error(
            fmt::format("unknown interface {}", intf.to_string().empty() ? "(none)" : intf.to_string()));
    }
-   return found->second;
+   return *found->second;
 }
 
 IntfMgr::Intf& IntfMgr::find(const orv::intf_id_t& intf) {

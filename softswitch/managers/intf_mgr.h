@@ -1,22 +1,31 @@
-// The interfaces of the topology, with their administrative state, link and description.
+// Interfaces: those of the topology, and those that were made or removed since.
 //
-// The set of interfaces is the topology's and does not change while the switch runs. Administrative state and
-// description are configuration and survive a restart, also for an interface that the next topology leaves
-// out; the link is where the topology puts it at each start.
+// Administrative state and description are configuration and survive a restart, also for an interface that
+// the next topology leaves out; the link is where the topology puts it at each start. So do interfaces that
+// an operator made or removed (loopback, LAG, VLAN, VXLAN). Ports come and go with the hardware
+// (EthPhyIntfMgr), and each start has the topology's.
+//
+// An interface is up when it is enabled, its cable is plugged and, for a port, what the cable goes into is
+// there.
 //
 // Refusals (orv::invalid_argument_error, naming the value):
-//    an interface that is not in the topology, in every operation but exists
+//    an interface that the switch does not have, in every operation but exists
 //    a description of more than 255 bytes, or with a control character
 //    a kernel name that no interface has
 //    a link state for an interface without a cable (loopback, vlan, vxlan)
+//    an interface to be made that is there already, whose name does not tell a type, or whose kernel name
+//       another has; a port to be made or removed
+//    and orv::error for one interface more than the switch can have
 //
 // Thread-safety: guarded by the SDK's lock; callbacks come from the main loop.
 #pragma once
 
+#include <absl/container/btree_set.h>
 #include <absl/container/flat_hash_map.h>
 
+#include <functional>
+#include <memory>
 #include <string>
-#include <vector>
 
 #include "orv/intf.h"
 #include "softswitch/context.h"
@@ -40,6 +49,15 @@ struct IntfCodec {
    static IntfRow decodeRow(store::Reader& in, std::uint8_t version);
 };
 
+// Whether an interface is there, against what the topology says.
+struct IntfPresenceCodec {
+   static constexpr std::uint8_t version = 1;
+   static void encodeKey(const orv::intf_id_t& key, store::Writer& out) { IntfCodec::encodeKey(key, out); }
+   static orv::intf_id_t decodeKey(store::Reader& in) { return IntfCodec::decodeKey(in); }
+   static void encodeRow(bool there, store::Writer& out) { out.boolean(there); }
+   static bool decodeRow(store::Reader& in, std::uint8_t) { return in.boolean(); }
+};
+
 class IntfMgr final : public orv::intf_mgr {
 public:
    using Config = Table<orv::intf_id_t, IntfRow, IntfCodec>;
@@ -60,11 +78,24 @@ public:
    // Refuses an interface that the switch does not have: for managers whose objects name one.
    void require(const orv::intf_id_t& intf) const { find(intf); }
 
-   // What the topology says about it.
-   const TopologyIntf& facts(const orv::intf_id_t& intf) const { return *find(intf).facts; }
+   // What it is by its make. Good until the interface is removed.
+   const TopologyIntf& facts(const orv::intf_id_t& intf) const { return find(intf).facts; }
 
    bool linkUp(const orv::intf_id_t& intf) const { return find(intf).linkUp; }
    void linkIs(const orv::intf_id_t& intf, bool up);
+   // Called within linkIs for each link that has changed. For EthPhyIntfMgr.
+   using LinkChanged = std::function<void(const orv::intf_id_t& intf)>;
+   void linkChangedIs(LinkChanged linkChanged) { linkChanged_ = std::move(linkChanged); }
+
+   // Makes and removes an interface that is not a port. Its configuration goes with it.
+   void intfAdd(const orv::intf_id_t& intf);
+   void intfDel(const orv::intf_id_t& intf);
+
+   // For EthPhyIntfMgr: a port comes or goes as a whole, with its configuration kept; or can, or cannot, be
+   // used as it is.
+   void portAdd(const orv::intf_id_t& intf);
+   void portDel(const orv::intf_id_t& intf);
+   void portUsableIs(const orv::intf_id_t& intf, bool usable);
 
    // Rows of interfaces whose configuration is not the default one.
    const Config& config() const { return config_; }
@@ -73,25 +104,35 @@ public:
 
 private:
    struct Intf {
-      const TopologyIntf* facts;
+      TopologyIntf facts;
       bool adminEnabled = true;
       bool linkUp = true;
+      bool usable = true;
 
       orv::oper_status_t oper() const {
-         return adminEnabled && linkUp ? orv::oper_status_t::up : orv::oper_status_t::down;
+         return adminEnabled && linkUp && usable ? orv::oper_status_t::up : orv::oper_status_t::down;
       }
    };
+   using Presence = Table<orv::intf_id_t, bool, IntfPresenceCodec>;
+   using Ids = absl::btree_set<orv::intf_id_t>;
 
    const Intf& find(const orv::intf_id_t& intf) const;
    Intf& find(const orv::intf_id_t& intf);
+   TopologyIntf factsOfNew(const orv::intf_id_t& intf) const;
+   void insert(const TopologyIntf& facts);
+   void take(const orv::intf_id_t& intf);
+   void setPresence(const orv::intf_id_t& intf, bool there);
    void configure(const orv::intf_id_t& intf, IntfRow row);
    void tellOperChange(const orv::intf_id_t& intf, orv::oper_status_t before, orv::oper_status_t now);
 
    Callbacks& callbacks_;
    const Topology& topology_;
    Config config_;
-   absl::flat_hash_map<orv::intf_id_t, Intf, std::hash<orv::intf_id_t>> intfs_;
-   std::vector<orv::intf_id_t> inOrder_;
+   Presence presence_;
+   absl::flat_hash_map<orv::intf_id_t, std::unique_ptr<Intf>, std::hash<orv::intf_id_t>> intfs_;
+   absl::flat_hash_map<std::string, orv::intf_id_t> byKernelName_;
+   Ids inOrder_;
+   LinkChanged linkChanged_;
 };
 
 }  // namespace softswitch

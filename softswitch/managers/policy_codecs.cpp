@@ -1,6 +1,8 @@
 #include "softswitch/managers/policy_codecs.h"
 
+#include <set>
 #include <string>
+#include <unordered_set>
 
 namespace softswitch {
 namespace {
@@ -59,8 +61,10 @@ void readVlans(store::Reader& in, Rule& into) {
 void writeAction(store::Writer& out, const orv::policy_map_action_t& v) {
    writeEnum(out, v.action_type());
    out.text(v.nexthop_group_name());
-   out.varint(v.nexthops().size());
-   for (const auto& nexthop : v.nexthops())
+   // In order, so that equal actions give equal rows.
+   const std::set<orv::ip_addr_t> nexthops(v.nexthops().begin(), v.nexthops().end());
+   out.varint(nexthops.size());
+   for (const auto& nexthop : nexthops)
       write(out, nexthop);
    out.text(v.vrf());
    out.u8(v.dscp());
@@ -70,7 +74,7 @@ void writeAction(store::Writer& out, const orv::policy_map_action_t& v) {
 orv::policy_map_action_t readAction(store::Reader& in) {
    orv::policy_map_action_t v(readEnum(in, orv::policy_action_type_t::vrf));
    v.nexthop_group_name_is(std::string(in.text()));
-   std::set<orv::ip_addr_t> nexthops;
+   std::unordered_set<orv::ip_addr_t> nexthops;
    for (auto count = in.varint(); count > 0; --count)
       nexthops.insert(readIpAddr(in));
    v.nexthops_is(std::move(nexthops));

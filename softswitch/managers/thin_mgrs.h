@@ -7,12 +7,9 @@
 #include "orv/bgp_path.h"
 #include "orv/cmdapi.h"
 #include "orv/eth_lag_intf.h"
-#include "orv/eth_phy_intf.h"
 #include "orv/eth_phy_intf_counter.h"
-#include "orv/intf_counter.h"
 #include "orv/ip_intf.h"
 #include "orv/macsec.h"
-#include "orv/mount.h"
 
 namespace softswitch {
 
@@ -21,12 +18,9 @@ struct ThinMgrs {
    orv::bgp_path_mgr bgpPath;
    orv::cmdapi_mgr cmdapi;
    orv::eth_lag_intf_mgr ethLagIntf;
-   orv::eth_phy_intf_mgr ethPhyIntf;
    orv::eth_phy_intf_counter_mgr ethPhyIntfCounter;
-   orv::intf_counter_mgr intfCounter;
    orv::ip_intf_mgr ipIntf;
    orv::macsec_mgr macsec;
-   orv::mount_mgr mount;
 };
 
 }  // namespace softswitch

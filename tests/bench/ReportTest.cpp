@@ -28,6 +28,16 @@ TEST(Report, ARatioMustReachItsTarget) {
    EXPECT_FALSE(ratioFigure(79, 100, 0.8).reached());
 }
 
+TEST(Report, ARatioMustStayBelowItsTarget) {
+   auto figure = ratioFigure(100, 100, 1);
+   figure.target->kind = Target::Kind::ratioAtMost;
+   EXPECT_TRUE(figure.reached());
+   figure.ours = 101;
+   EXPECT_FALSE(figure.reached());
+   figure.floor = std::nullopt;
+   EXPECT_FALSE(figure.reached());
+}
+
 TEST(Report, ALimitMustNotBePassed) {
    EXPECT_TRUE(limitFigure(10, 10).reached());
    EXPECT_FALSE(limitFigure(10.1, 10).reached());

@@ -19,6 +19,7 @@ std::map<std::string, Availability> probed(FakeServer& server) {
    probe(connection, catalog);
    std::map<std::string, Availability> found;
    for (const auto& service : catalog.services) {
+      if (service.name != "OrvSdkRpc.pb.orvsdk_service") continue;
       for (const auto& rpc : service.rpcs)
          found[rpc.name] = rpc.availability;
    }
@@ -45,7 +46,7 @@ TEST(Catalog, WithoutReflectionTheLinkedRpcsAreListed) {
    Connection connection(parseTarget("--target", server.target()), 10);
    const Catalog catalog = readCatalog(connection);
    EXPECT_FALSE(catalog.fromServer);
-   ASSERT_EQ(catalog.services.size(), 1U);
+   ASSERT_EQ(catalog.services.size(), 7U);
    EXPECT_EQ(catalog.services[0].rpcs.size(), 18U);
    EXPECT_EQ(catalog.services[0].rpcs[6].request, "ip_route_msg");
    EXPECT_TRUE(catalog.services[0].rpcs[16].replyStream);
@@ -118,7 +119,7 @@ TEST(Catalog, ProbesCannotChangeAnything) {
          EXPECT_NE(request.find(R"("name":"")"), std::string::npos) << request;
          EXPECT_NE(request.find(R"("delete":false)"), std::string::npos) << request;
       } else if (method.starts_with("mpls_route")) {
-         EXPECT_EQ(request, R"(mpls_route {"label":0,"delete":false})");
+         EXPECT_NE(request.find(R"({"label":0,"delete":false})"), std::string::npos) << request;
       }
    }
 }

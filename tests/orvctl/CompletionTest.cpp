@@ -44,6 +44,14 @@ TEST(Completion, FlagsOfTheCommandAndOfTheTopLevel) {
    EXPECT_EQ(completions("orvctl nhg set --time"), "--timeout");
 }
 
+TEST(Completion, WatchesTheirFlagsAndFields) {
+   EXPECT_EQ(completions("orvctl watch i"), "intf");
+   EXPECT_EQ(completions("orvctl watch intf --fi"), "--fields");
+   EXPECT_EQ(completions("orvctl watch intf --fields ad"), "admin_enabled");
+   EXPECT_EQ(completions("orvctl watch nhg --fields active"), "active_status");
+   EXPECT_EQ(completions("orvctl intf set Ethernet1 --admin d"), "down");
+}
+
 TEST(Completion, RpcsOfCall) {
    EXPECT_EQ(completions("orvctl call orvsdk_service/rpc_server_i"), "orvsdk_service/rpc_server_init");
 }

@@ -13,6 +13,33 @@ TEST(Descriptors, AMethodIsFoundByEveryFormOfItsName) {
    }
 }
 
+TEST(Descriptors, ABareNameIsTheProgrammingServicesFirst) {
+   EXPECT_EQ(methodPath(findMethod("nexthop_group")), "/OrvSdkRpc.pb.orvsdk_service/nexthop_group");
+   EXPECT_EQ(methodPath(findMethod("NexthopGroupMgrService/nexthop_group")),
+             "/orv.remote.NexthopGroupMgrService/nexthop_group");
+   EXPECT_EQ(methodPath(findMethod("acl_commit")), "/orv.remote.AclMgrService/acl_commit");
+}
+
+TEST(Descriptors, ABareNameOfSeveralServicesIsRefused) {
+   try {
+      findMethod("watch");
+      FAIL() << "'watch' was found";
+   } catch (const UsageError& error) {
+      EXPECT_STREQ(
+           error.what(),
+           "the RPC is 'watch', expected SERVICE/METHOD: both AclMgrService and AgentService have it");
+   }
+}
+
+TEST(Descriptors, TheMirrorServicesAreLinked) {
+   std::vector<std::string> names;
+   for (const auto* service : linkedServices())
+      names.push_back(service->name());
+   EXPECT_EQ(names, (std::vector<std::string>{"orvsdk_service", "AclMgrService", "AgentService",
+                                              "EthPhyIntfMgrService", "IntfMgrService",
+                                              "IntfCounterMgrService", "NexthopGroupMgrService"}));
+}
+
 TEST(Descriptors, TheProgrammingServiceHasEighteenRpcs) {
    const auto services = linkedServices();
    ASSERT_FALSE(services.empty());

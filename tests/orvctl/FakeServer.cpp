@@ -30,6 +30,7 @@ void FakeServer::start() {
    grpc::ServerBuilder builder;
    builder.AddListeningPort(target(), grpc::InsecureServerCredentials());
    builder.RegisterService(this);
+   builder.RegisterCallbackGenericService(&mirror);
    if (!reflection) builder.SetOption(std::make_unique<WithoutReflection>());
    server_ = builder.BuildAndStart();
    if (!server_) throw std::runtime_error("the fake server cannot listen on " + target());
@@ -137,6 +138,21 @@ grpc::Status FakeServer::mpls_route(grpc::ServerContext* context, const pb::mpls
                                     pb::rpc_status_msg* reply) {
    *reply = answer("mpls");
    return record("mpls_route", *request, context);
+}
+
+grpc::Status FakeServer::mpls_route_bulk(grpc::ServerContext* context, const pb::mpls_route_bulk_msg* request,
+                                         pb::rpc_status_bulk_msg* reply) {
+   for (const auto& item : request->bulk())
+      *reply->add_statuses() = answer("mpls " + std::to_string(item.label()));
+   return record("mpls_route_bulk", *request, context);
+}
+
+grpc::Status FakeServer::nexthop_group_tunnel_bulk(grpc::ServerContext* context,
+                                                   const pb::nexthop_group_tunnel_bulk_msg* request,
+                                                   pb::rpc_status_bulk_msg* reply) {
+   for (const auto& item : request->bulk())
+      *reply->add_statuses() = answer("tunnel " + prefixText(item.prefix()));
+   return record("nexthop_group_tunnel_bulk", *request, context);
 }
 
 grpc::Status FakeServer::nexthop_group_tunnel(grpc::ServerContext* context,

@@ -12,6 +12,7 @@
 #include <string>
 #include <vector>
 
+#include "FakeMirror.h"
 #include "OrvSdkRpcProtos/orvsdk.grpc.pb.h"
 #include "TempDir.h"
 
@@ -36,6 +37,8 @@ public:
    bool truncateNotes = false;
    // Calls wait until stop().
    bool hang = false;
+   // What the mirror services answer.
+   FakeMirror mirror;
 
    void start();
    // Cancels what is open.
@@ -70,8 +73,12 @@ private:
    grpc::Status ip_route_bulk(grpc::ServerContext*, const pb::ip_route_bulk_msg*,
                               pb::rpc_status_bulk_msg*) override;
    grpc::Status mpls_route(grpc::ServerContext*, const pb::mpls_route_msg*, pb::rpc_status_msg*) override;
+   grpc::Status mpls_route_bulk(grpc::ServerContext*, const pb::mpls_route_bulk_msg*,
+                                pb::rpc_status_bulk_msg*) override;
    grpc::Status nexthop_group_tunnel(grpc::ServerContext*, const pb::nexthop_group_tunnel_msg*,
                                      pb::rpc_status_msg*) override;
+   grpc::Status nexthop_group_tunnel_bulk(grpc::ServerContext*, const pb::nexthop_group_tunnel_bulk_msg*,
+                                          pb::rpc_status_bulk_msg*) override;
    grpc::Status watch_rpc_server_alive(grpc::ServerContext*, const pb::rpc_server_alive_msg*,
                                        grpc::ServerWriter<pb::rpc_server_alive_msg>*) override;
    grpc::Status watch_sbfd_echo_session_status_msgs(

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "OrvSdkRpcProtos/orvsdk.pb.h"
+#include "OrvSdkRpcProtos/types.pb.h"
 #include "orvctl/ExitCode.h"
 #include "orvctl/Values.h"
 
@@ -82,6 +83,28 @@ TEST(JsonText, RefusalsNameTheValueAndWhatWasExpected) {
    EXPECT_NE(refusal<pb::ip_route_msg>(R"({"tag":4294967296})").find("tag"), std::string::npos);
    EXPECT_NE(refusal<pb::nexthop_group_msg>(R"({"nexthops":[{"mpls_operation":"EAT"}]})").find("EAT"),
              std::string::npos);
+}
+
+TEST(JsonText, AddressesOfTheMirrorServicesAreText) {
+   namespace rpc = orv::remote;
+   const auto rule = read<rpc::AclRuleEth>(R"({"source_addr":"02:00:00:00:00:01","destination_addr":""})");
+   EXPECT_EQ(rule.source_addr(), std::string("\x02\0\0\0\0\x01", 6));
+   const auto group = read<rpc::NexthopGroup>(
+        R"({"nexthops":{"3":{"nexthop":"2001:db8::1"}},"destination_ips":{"0":"10.0.0.1"},"source_ip":"CgAAAg=="})");
+   EXPECT_EQ(group.nexthops().at(3).nexthop().size(), 16U);
+   EXPECT_EQ(group.destination_ips().at(0), std::string("\x0a\0\0\x01", 4));
+   EXPECT_EQ(group.source_ip(), std::string("\x0a\0\0\x02", 4));
+   const std::string text = messageToJson(group);
+   EXPECT_NE(text.find(R"("nexthops":{"3":{"nexthop":"2001:db8::1")"), std::string::npos) << text;
+   EXPECT_NE(text.find(R"("destination_ips":{"0":"10.0.0.1"})"), std::string::npos) << text;
+   EXPECT_NE(text.find(R"("source_ip":"10.0.0.2")"), std::string::npos) << text;
+}
+
+TEST(JsonText, BytesThatAreNoAddressStayAsTheyAre) {
+   orv::remote::IpAddrMask mask;
+   mask.set_addr("abc");
+   EXPECT_EQ(messageToJson(mask), R"({"addr":"YWJj","mask_length":0})");
+   EXPECT_EQ(read<orv::remote::IpAddrMask>(messageToJson(mask)).addr(), "abc");
 }
 
 }  // namespace

@@ -4,13 +4,12 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
-#include <fstream>
 #include <map>
 #include <nlohmann/json.hpp>
 #include <sstream>
 #include <thread>
 
-#include "FakeServer.h"
+#include "OrvctlRun.h"
 
 namespace orvctl {
 namespace {
@@ -22,43 +21,9 @@ using testing::IsEmpty;
 using testing::StartsWith;
 namespace pb = OrvSdkRpc::pb;
 
-struct Result {
-   int code = -1;
-   std::string out;
-   std::string err;
-};
-
-Result runWith(std::vector<std::string> arguments, const std::string& input = "") {
-   std::istringstream in(input);
-   std::ostringstream out, err;
-   Result result;
-   result.code = run(arguments, {.in = in, .out = out, .err = err});
-   result.out = out.str();
-   result.err = err.str();
-   return result;
-}
-
-class Orvctl : public testing::Test {
-protected:
-   Result orvctl(std::vector<std::string> arguments, const std::string& input = "") {
-      arguments.insert(arguments.begin(), {"--target", server_.target()});
-      return runWith(arguments, input);
-   }
-   std::string file(const std::string& text) {
-      const std::string path = directory_ / "input";
-      std::ofstream(path) << text;
-      return path;
-   }
-   static pb::rpc_status_msg status(pb::rpc_status_value_enum value, const std::string& words = "") {
-      pb::rpc_status_msg message;
-      message.set_status(value);
-      message.set_debug_string(words);
-      return message;
-   }
-
-   systest::TempDir directory_;
-   FakeServer server_;
-};
+using test::Orvctl;
+using test::Result;
+using test::runWith;
 
 TEST_F(Orvctl, InitTellsWhatExists) {
    server_.initReply.set_ip_routes_exist(true);

@@ -110,6 +110,18 @@ TEST(Values, NexthopsThatAreNone) {
              "--nexthop address is 'nowhere', expected an IPv4 or IPv6 address");
 }
 
+TEST(Values, WireAddressesAreToldByTheirLength) {
+   EXPECT_EQ(wireAddressText(""), "");
+   EXPECT_EQ(wireAddressText(std::string("\x0a\0\0\x01", 4)), "10.0.0.1");
+   EXPECT_EQ(wireAddressText(std::string("\x02\0\0\0\xab\xcd", 6)), "02:00:00:00:ab:cd");
+   EXPECT_EQ(wireAddressText(std::string(15, '\0') + '\x01'), "::1");
+   EXPECT_EQ(wireAddressText("abc"), std::nullopt);
+   for (const char* text : {"", "10.0.0.1", "02:00:00:00:ab:cd", "::1"})
+      EXPECT_EQ(wireAddressText(wireAddressBytes(text).value()), text);
+   for (const char* text : {"10.0.0", "02:00:00:00:ab", "02:00:00:00:ab:cd:", "YWJj", "nowhere"})
+      EXPECT_EQ(wireAddressBytes(text), std::nullopt) << text;
+}
+
 TEST(Values, KeysAndValues) {
    EXPECT_EQ(parseKeyValue("note", "a=b"), std::pair(std::string("a"), std::string("b")));
    EXPECT_EQ(parseKeyValue("note", "a="), std::pair(std::string("a"), std::string()));

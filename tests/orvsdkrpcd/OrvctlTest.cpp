@@ -2,50 +2,19 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <fstream>
+#include <map>
 #include <nlohmann/json.hpp>
 
-#include "Daemon.h"
-#include "Program.h"
-#include "TempDir.h"
+#include "OrvctlAndDaemon.h"
 
 namespace orvsdkrpcd {
 namespace {
 
 using systest::Ending;
-using test::Outcome;
 using testing::HasSubstr;
 using testing::StartsWith;
 
-class OrvctlAndDaemon : public testing::Test {
-protected:
-   OrvctlAndDaemon() : daemon_(test::daemonProgram(), directory_.path()) { daemon_.start(); }
-   ~OrvctlAndDaemon() override {
-      if (!daemon_.child().running()) return;
-      EXPECT_EQ(daemon_.terminate(), Ending{.exitCode = 0}) << daemon_.child().log();
-   }
-
-   Outcome orvctl(std::vector<std::string> arguments) const {
-      arguments.insert(arguments.begin(), {test::clientProgram(), "--target", daemon_.address()});
-      return test::runProgram(std::move(arguments));
-   }
-   // Runs a command that must end with `code` and returns what it said.
-   std::string expect(int code, std::vector<std::string> arguments) const {
-      std::string line;
-      for (const auto& word : arguments)
-         line += word + " ";
-      const Outcome outcome = orvctl(std::move(arguments));
-      EXPECT_EQ(outcome.ending, Ending{.exitCode = code}) << line << ": " << outcome.text;
-      return outcome.text;
-   }
-   std::string file(const std::string& name, const std::string& text) const {
-      std::ofstream(directory_ / name) << text;
-      return directory_ / name;
-   }
-
-   systest::TempDir directory_;
-   systest::Daemon daemon_;
-};
+using test::OrvctlAndDaemon;
 
 TEST_F(OrvctlAndDaemon, BeforeInitProgrammingIsRefused) {
    EXPECT_THAT(expect(1, {"route", "add", "192.0.2.0/24", "--nhg", "g1"}),

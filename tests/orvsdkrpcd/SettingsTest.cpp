@@ -117,6 +117,28 @@ TEST_F(SettingsTest, SeveralAddresses) {
    EXPECT_EQ(settings.listen[1].text, "127.0.0.1:9000");
 }
 
+TEST_F(SettingsTest, AgentOptionsComeOneByOne) {
+   Flags flags = read({"--option", "colour=green", "--option", "shape=a=b c"});
+   EXPECT_THAT(flags.options, testing::ElementsAre("colour=green", "shape=a=b c"));
+   const std::string config = write("config", "option = [\"colour=green\", \"shape=round\"]\n");
+   EXPECT_THAT(read({"--config", config}).options, testing::ElementsAre("colour=green", "shape=round"));
+   EXPECT_THAT(lineRefusal({"--option", "colour=green", "shape=round"}), HasSubstr("shape=round"));
+
+   auto good = this->good();
+   good.options = flags.options;
+   EXPECT_THAT(checkFlags(good).agentOptions,
+               testing::ElementsAre(testing::Pair("colour", "green"), testing::Pair("shape", "a=b c")));
+   for (const char* bad : {"colour", "=green", "colour=", ""}) {
+      good.options = {bad};
+      EXPECT_EQ(refusal(good),
+                std::string("--option is '") + bad + "', expected NAME=VALUE, neither of them empty");
+   }
+   good.options = {"colour=green", "colour=red"};
+   EXPECT_EQ(refusal(good), "--option is 'colour=red', expected each name once");
+   good.options = {std::string(256, 'n') + "=v"};
+   EXPECT_THAT(refusal(good), HasSubstr("a name of at most 255 bytes"));
+}
+
 TEST_F(SettingsTest, HelpAndVersionAreAnswers) {
    std::string answer;
    EXPECT_FALSE(readFlags({"--help"}, answer));

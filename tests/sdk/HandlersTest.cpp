@@ -8,8 +8,10 @@
 #include "support/mock/MockAclMgr.h"
 #include "support/mock/MockAgentMgr.h"
 #include "support/mock/MockBfdSessionMgr.h"
+#include "support/mock/MockEthPhyIntfMgr.h"
 #include "support/mock/MockFibMgr.h"
 #include "support/mock/MockIntfMgr.h"
+#include "support/mock/MockMountMgr.h"
 #include "support/mock/MockMplsRouteMgr.h"
 #include "support/mock/MockNexthopGroupMgr.h"
 #include "support/mock/MockPolicyMapMgr.h"
@@ -23,7 +25,8 @@ struct Pair {
 };
 using AllHandlers = testing::Types<
      Pair<orv::acl_handler, support::MockAclMgr>, Pair<orv::agent_handler, support::MockAgentMgr>,
-     Pair<orv::bfd_session_handler, support::MockBfdSessionMgr>, Pair<orv::fib_handler, support::MockFibMgr>,
+     Pair<orv::bfd_session_handler, support::MockBfdSessionMgr>,
+     Pair<orv::eth_phy_intf_handler, support::MockEthPhyIntfMgr>, Pair<orv::fib_handler, support::MockFibMgr>,
      Pair<orv::intf_handler, support::MockIntfMgr>, Pair<orv::mpls_route_handler, support::MockMplsRouteMgr>,
      Pair<orv::nexthop_group_handler, support::MockNexthopGroupMgr>,
      Pair<orv::nexthop_group_handler_v3, support::MockNexthopGroupMgr>,
@@ -109,6 +112,22 @@ TEST(NexthopGroupHandlerTest, TheProgrammedCallbackReachesTheV3Handler) {
    EXPECT_EQ(handler.seen, (std::vector<std::string>{"g 7 success", "h 7 success"}));
 }
 
+TEST(MountHandlerTest, TellsItsManagerOfItsLife) {
+   testing::StrictMock<support::MockMountMgr> mgr;
+   orv::mount_handler* added = nullptr;
+   EXPECT_CALL(mgr, handler_add).WillOnce(testing::SaveArg<0>(&added));
+   {
+      orv::mount_handler handler(&mgr);
+      EXPECT_EQ(added, &handler);
+      EXPECT_EQ(handler.get_mount_mgr(), &mgr);
+      EXPECT_FALSE(handler.initialized());
+      handler.initialized_is(true);
+      EXPECT_TRUE(handler.initialized());
+      EXPECT_CALL(mgr, handler_del(&handler));
+   }
+   EXPECT_NO_THROW(orv::mount_handler(nullptr));
+}
+
 TEST(HandlerWatchTest, EachWatchCallReachesItsManager) {
    support::MockAclMgr acl;
    orv::acl_handler acls(&acl);
@@ -138,6 +157,17 @@ TEST(HandlerWatchTest, EachWatchCallReachesItsManager) {
    EXPECT_TRUE(policy.handlers().wanted({}));
    maps.watch_all_policy_maps(false);
    EXPECT_FALSE(policy.handlers().wanted());
+
+   support::MockEthPhyIntfMgr phy;
+   orv::eth_phy_intf_handler ports(&phy);
+   const orv::intf_id_t port("Ethernet1");
+   ports.watch_eth_phy_intf(port, true);
+   EXPECT_TRUE(phy.handlers().wanted(port));
+   ports.watch_eth_phy_intf(port, false);
+   ports.watch_all_eth_phy_intfs(true);
+   EXPECT_TRUE(phy.handlers().wanted(orv::intf_id_t("Ethernet2")));
+   ports.watch_all_eth_phy_intfs(false);
+   EXPECT_FALSE(phy.handlers().wanted());
 
    support::MockBfdSessionMgr bfd;
    orv::bfd_session_handler sessions(&bfd);

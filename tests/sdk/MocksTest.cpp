@@ -11,9 +11,12 @@
 #include "support/mock/MockAgentMgr.h"
 #include "support/mock/MockBfdSessionMgr.h"
 #include "support/mock/MockClassMapMgr.h"
+#include "support/mock/MockEthPhyIntfMgr.h"
 #include "support/mock/MockFibMgr.h"
+#include "support/mock/MockIntfCounterMgr.h"
 #include "support/mock/MockIntfMgr.h"
 #include "support/mock/MockIpRouteMgr.h"
+#include "support/mock/MockMountMgr.h"
 #include "support/mock/MockMplsRouteMgr.h"
 #include "support/mock/MockMplsVrfLabelMgr.h"
 #include "support/mock/MockNexthopGroupMgr.h"
@@ -34,9 +37,12 @@ static_assert(!std::is_abstract_v<support::MockAclMgr>);
 static_assert(!std::is_abstract_v<support::MockAgentMgr>);
 static_assert(!std::is_abstract_v<support::MockBfdSessionMgr>);
 static_assert(!std::is_abstract_v<support::MockClassMapMgr>);
+static_assert(!std::is_abstract_v<support::MockEthPhyIntfMgr>);
 static_assert(!std::is_abstract_v<support::MockFibMgr>);
+static_assert(!std::is_abstract_v<support::MockIntfCounterMgr>);
 static_assert(!std::is_abstract_v<support::MockIntfMgr>);
 static_assert(!std::is_abstract_v<support::MockIpRouteMgr>);
+static_assert(!std::is_abstract_v<support::MockMountMgr>);
 static_assert(!std::is_abstract_v<support::MockMplsRouteMgr>);
 static_assert(!std::is_abstract_v<support::MockMplsVrfLabelMgr>);
 static_assert(!std::is_abstract_v<support::MockNexthopGroupMgr>);

@@ -63,6 +63,27 @@ TEST(PolicyMapTypesTest, EveryFieldOfAnActionCountsInItsOrderToo) {
                                                 policy_map_action_t(policy_action_type_t::nexthop_group)});
 }
 
+TEST(PolicyMapTypesTest, TheOrderOfItsNexthopsDoesNotMakeAnotherAction) {
+   std::unordered_set<ip_addr_t> forward;
+   std::unordered_set<ip_addr_t> backward(1);
+   for (int i = 1; i <= 50; ++i) {
+      forward.insert(ip_addr_t("10.0.0." + std::to_string(i)));
+      backward.insert(ip_addr_t("10.0.0." + std::to_string(51 - i)));
+   }
+   policy_map_action_t a(policy_action_type_t::nexthop);
+   a.nexthops_is(forward);
+   policy_map_action_t b(policy_action_type_t::nexthop);
+   b.nexthops_is(backward);
+   EXPECT_EQ(a, b);
+   EXPECT_EQ(a <=> b, std::strong_ordering::equal);
+   EXPECT_EQ(a.hash(), b.hash());
+   EXPECT_EQ(a.to_string(), b.to_string());
+   b.vrf_is("v");
+   EXPECT_LT(a, b);
+   a.dscp_is(1);
+   EXPECT_LT(a, b);
+}
+
 TEST(PolicyMapTypesTest, EqualActionsOfARuleFoldIntoOne) {
    policy_map_rule_t rule(kKey);
    EXPECT_EQ(rule.policy_map_rule_type(), orv::policy_map_rule_type_t::class_map);

@@ -5,6 +5,7 @@
 
 #include <functional>
 #include <sstream>
+#include <string>
 #include <type_traits>
 #include <unordered_set>
 #include <vector>
@@ -65,6 +66,20 @@ void expectText(const T& value, const std::string& text) {
    } else {
       EXPECT_EQ(value.to_string(), text);
    }
+}
+
+// Members 0 to `last` have names of their own, and no other number has one.
+template <typename Enum>
+void expectNamed(int last) {
+   std::unordered_set<std::string> names;
+   for (int i = 0; i <= last; ++i) {
+      const std::string name(enum_text(static_cast<Enum>(i)));
+      EXPECT_FALSE(name.empty()) << i;
+      EXPECT_TRUE(names.insert(name).second) << name;
+   }
+   EXPECT_EQ(enum_text(static_cast<Enum>(last + 1)), "");
+   EXPECT_EQ(to_string(static_cast<Enum>(last + 1)), std::to_string(last + 1));
+   EXPECT_EQ(enum_text(static_cast<Enum>(255)), "");
 }
 
 // The words of the error that `call` must throw.

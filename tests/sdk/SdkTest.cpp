@@ -6,12 +6,12 @@
 #include "orv/bgp_path.h"
 #include "orv/cmdapi.h"
 #include "orv/eth_lag_intf.h"
-#include "orv/eth_phy_intf.h"
 #include "orv/eth_phy_intf_counter.h"
-#include "orv/intf_counter.h"
 #include "orv/ip_intf.h"
 #include "orv/macsec.h"
-#include "orv/mount.h"
+#include "support/mock/MockEthPhyIntfMgr.h"
+#include "support/mock/MockIntfCounterMgr.h"
+#include "support/mock/MockMountMgr.h"
 #include "support/mock/MockSdk.h"
 
 namespace {
@@ -26,12 +26,12 @@ TEST(SdkTest, LeadsToEveryManager) {
    orv::bgp_path_mgr bgpPath;
    orv::cmdapi_mgr cmdapi;
    orv::eth_lag_intf_mgr lag;
-   orv::eth_phy_intf_mgr phy;
+   support::MockEthPhyIntfMgr phy;
    orv::eth_phy_intf_counter_mgr phyCounter;
-   orv::intf_counter_mgr intfCounter;
+   support::MockIntfCounterMgr intfCounter;
    orv::ip_intf_mgr ipIntf;
    orv::macsec_mgr macsec;
-   orv::mount_mgr mount;
+   support::MockMountMgr mount;
    EXPECT_CALL(mock, name).WillOnce(Return("agent"));
    EXPECT_CALL(mock, get_bgp_mgr).WillOnce(Return(&bgp));
    EXPECT_CALL(mock, get_bgp_path_mgr).WillOnce(Return(&bgpPath));

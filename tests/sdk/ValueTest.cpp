@@ -12,22 +12,12 @@
 #include "orv/mpls_route_types.h"
 #include "orv/nexthop_group_types.h"
 #include "orv/policy_map_types.h"
+#include "orv/record_text.h"
 #include "orv/sdk.h"
 
 namespace {
 
-// All members from 0 to `last` have a name of their own; the next number has none.
-template <typename E>
-void expectNamed(unsigned last) {
-   std::unordered_set<std::string> names;
-   for (unsigned i = 0; i <= last; ++i) {
-      EXPECT_FALSE(enum_text(static_cast<E>(i)).empty()) << i;
-      names.insert(orv::to_string(static_cast<E>(i)));
-   }
-   EXPECT_EQ(names.size(), last + 1);
-   EXPECT_TRUE(enum_text(static_cast<E>(last + 1)).empty());
-   EXPECT_EQ(orv::to_string(static_cast<E>(last + 1)), std::to_string(last + 1));
-}
+using sdk_test::expectNamed;
 
 // The numbers are what clients see; a member more or less is a change of the API.
 TEST(ValueTest, EnumerationsHaveNamesForExactlyTheirMembers) {
@@ -53,6 +43,28 @@ TEST(ValueTest, EnumerationsHaveNamesForExactlyTheirMembers) {
    expectNamed<orv::bfd_session_status_t>(4);
    expectNamed<orv::oper_status_t>(2);
    expectNamed<orv::mgr_mode_type_t>(1);
+}
+
+TEST(ValueTest, AnUnorderedSetCountsByWhatIsInIt) {
+   std::unordered_set<std::string> forward;
+   std::unordered_set<std::string> backward(1);
+   for (int i = 0; i < 50; ++i) {
+      forward.insert(std::to_string(i));
+      backward.insert(std::to_string(49 - i));
+   }
+   EXPECT_EQ(orv::detail::hash_of(forward), orv::detail::hash_of(backward));
+   EXPECT_EQ(orv::detail::text_of(forward), orv::detail::text_of(backward));
+   backward.erase("7");
+   EXPECT_NE(orv::detail::hash_of(forward), orv::detail::hash_of(backward));
+   EXPECT_EQ(orv::detail::text_of(std::unordered_set<std::string>{"b", "a"}), "['a', 'b']");
+   EXPECT_NE(orv::detail::hash_of(std::unordered_set<std::string>{}),
+             orv::detail::hash_of(std::unordered_set<std::string>{""}));
+}
+
+TEST(ValueTest, FractionsCount) {
+   EXPECT_NE(orv::detail::hash_of(0.25), orv::detail::hash_of(0.5));
+   EXPECT_EQ(orv::detail::hash_of(0.0), orv::detail::hash_of(-0.0));
+   EXPECT_EQ(orv::detail::text_of(0.25), "0.25");
 }
 
 TEST(ValueTest, NumbersThatTheApiFixes) {

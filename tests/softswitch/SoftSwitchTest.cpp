@@ -8,8 +8,10 @@
 #include <thread>
 
 #include "SwitchTest.h"
+#include "interface/EthIntfCounter.h"
 #include "orv/agent.h"
 #include "softswitch/managers/agent_mgr.h"
+#include "softswitch/managers/mount_mgr.h"
 #include "softswitch/store/error.h"
 
 namespace softswitch {
@@ -67,6 +69,42 @@ TEST_F(SoftSwitchTest, everyGetterHasAManager) {
       EXPECT_NE(manager, nullptr);
    }
    EXPECT_EQ(sdk.get_ip_route_mgr(), sdk.get_ip_route_mgr());
+}
+
+TEST_F(SoftSwitchTest, mountsAreCompleteBeforeTheAgentIsInitialized) {
+   class Mounter final : public orv::mount_handler {
+   public:
+      using orv::mount_handler::mount_handler;
+      void onMountsComplete(const Pavo::Ptr<Tessel::EntityManager>& state,
+                            const Pavo::Ptr<ZeltSharedMem::EntityManager>&) override {
+         writers = state->entity<Zelt::Dir>(Interface::ethWriterStatusPath);
+      }
+      Pavo::Ptr<Zelt::Dir> writers;
+   } mounter(sw().get_mount_mgr());
+   class Asking final : public Agent {
+   public:
+      Asking(orv::sdk& sdk, const orv::mount_handler& mounts) : Agent(sdk), mounts_(mounts) {}
+      void on_initialized() override { EXPECT_TRUE(mounts_.initialized()); }
+
+   private:
+      const orv::mount_handler& mounts_;
+   } agent(sw(), mounter);
+   sw().stop();
+   sw().mainLoop();
+   EXPECT_TRUE(mounter.writers);
+}
+
+TEST_F(SoftSwitchTest, residentCountersAreInTheTables) {
+   const auto dir = sw().mounts().state()->entity<Zelt::Dir>(Interface::ethWriterStatusPath);
+   settle();
+   EXPECT_THAT(dir->names(), testing::IsEmpty());
+   EXPECT_EQ(sw().get_intf_counter_mgr_with_mode(orv::mgr_mode_type_t::resident),
+             sw().get_intf_counter_mgr());
+   settle();
+   EXPECT_THAT(dir->names(), ElementsAre("Fixed"));
+   sw().get_intf_counter_mgr_with_mode(orv::mgr_mode_type_t::on_demand);
+   settle();
+   EXPECT_THAT(dir->names(), testing::IsEmpty());
 }
 
 TEST_F(SoftSwitchTest, stopsInOrder) {

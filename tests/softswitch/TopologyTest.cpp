@@ -57,6 +57,25 @@ TEST(Topology, entriesTakeWhatTheyAreGiven) {
    EXPECT_EQ(topology.find("Vlan100")->kernelName, "vlan100");
 }
 
+TEST(Topology, aNameTellsWhatALaterInterfaceIs) {
+   const auto topology = Topology::builtIn();
+   const auto port = topology.fromName("Ethernet65");
+   ASSERT_TRUE(port);
+   EXPECT_EQ(port->type, IntfType::ethernet);
+   EXPECT_EQ(port->kernelName, "eth65");
+   EXPECT_EQ(speedName(port->speedBps), "100G");
+   EXPECT_EQ(to_string(port->mac), "02:00:00:01:00:41");
+   EXPECT_EQ(topology.fromName("Ethernet3/2")->kernelName, "eth3_2");
+   const auto loopback = topology.fromName("Loopback99");
+   ASSERT_TRUE(loopback);
+   EXPECT_EQ(loopback->type, IntfType::loopback);
+   EXPECT_EQ(loopback->mac, topology.systemMac());
+   for (const char* name :
+        {"", "Tunnel1", "Loopback", "Loopback12345678901234", "Loopback 1", "Loopback1a"}) {
+      EXPECT_FALSE(topology.fromName(name)) << name;
+   }
+}
+
 struct BadTopology {
    const char* name;
    std::string text;
@@ -124,15 +143,15 @@ INSTANTIATE_TEST_SUITE_P(
           BadTopology{"speedNotText", entry(R"({"name": "Ethernet1", "speed": 100})"),
                       "interfaces[0] (Ethernet1): speed is 100, expected one of 10M"},
           BadTopology{"zeroCount", entry(R"({"name": "Ethernet1", "count": 0})"),
-                      "interfaces[0] (Ethernet1): count is 0, expected 1 to 4096"},
+                      "interfaces[0] (Ethernet1): count is 0, expected 1 to 16384"},
           BadTopology{"negativeCount", entry(R"({"name": "Ethernet1", "count": -1})"),
-                      "interfaces[0] (Ethernet1): count is -1, expected 1 to 4096"},
+                      "interfaces[0] (Ethernet1): count is -1, expected 1 to 16384"},
           BadTopology{"hugeCount", entry(R"({"name": "Ethernet1", "count": 18446744073709551615})"),
-                      "interfaces[0] (Ethernet1): count is 18446744073709551615, expected 1 to 4096"},
+                      "interfaces[0] (Ethernet1): count is 18446744073709551615, expected 1 to 16384"},
           BadTopology{"fractionalCount", entry(R"({"name": "Ethernet1", "count": 1.5})"),
-                      "interfaces[0] (Ethernet1): count is 1.5, expected 1 to 4096"},
-          BadTopology{"tooMany", entry(R"({"name": "Ethernet1", "count": 4096}, {"name": "Loopback0"})"),
-                      "interfaces[1] (Loopback0): 4097 interfaces, expected at most 4096"},
+                      "interfaces[0] (Ethernet1): count is 1.5, expected 1 to 16384"},
+          BadTopology{"tooMany", entry(R"({"name": "Ethernet1", "count": 16384}, {"name": "Loopback0"})"),
+                      "interfaces[1] (Loopback0): 16385 interfaces, expected at most 16384"},
           BadTopology{"countWithoutNumber", entry(R"({"name": "EthernetA", "count": 2})"),
                       "interfaces[0] (EthernetA): count is 2, expected a name with a number at its end"},
           BadTopology{"badMac", entry(R"({"name": "Ethernet1", "mac": "02-00-00-00-00-01"})"),

@@ -18,7 +18,9 @@ TEST(Bench, AQuickRunTellsEveryFigure) {
    const auto figures = nlohmann::json::parse(std::ifstream(directory / "figures"));
 
    for (const auto* key :
-        {"unary_ip_route_64", "unary_ip_route_1", "bulk_ip_route_1000", "bulk_nexthop_group_1000"}) {
+        {"unary_ip_route_64", "unary_ip_route_1", "bulk_ip_route_1000", "bulk_nexthop_group_1000",
+         "list_nexthop_groups", "watch_fanout_1", "watch_fanout_100", "event_latency_us",
+         "dump_intf_all_fields", "bulk_stream_entries"}) {
       ASSERT_TRUE(figures.contains(key)) << key;
       const auto& figure = figures.at(key);
       EXPECT_EQ(figure.size(), 4u) << key;
@@ -29,8 +31,8 @@ TEST(Bench, AQuickRunTellsEveryFigure) {
       EXPECT_DOUBLE_EQ(figure.at("ratio"), ours / floor) << key;
       EXPECT_TRUE(figure.at("unit").is_string()) << key;
    }
-   for (const auto* key :
-        {"ping_under_load_ms", "restart_1m_routes_s", "rss_1m_routes_mib", "scale_flatness"}) {
+   for (const auto* key : {"ping_under_load_ms", "restart_1m_routes_s", "rss_1m_routes_mib", "scale_flatness",
+                           "list_flatness", "publish_ns_per_watcher", "queue_bytes_per_message"}) {
       ASSERT_TRUE(figures.contains(key)) << key;
       const auto& figure = figures.at(key);
       EXPECT_EQ(figure.size(), 4u) << key;

@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
-#include <fstream>
 #include <thread>
 #include <vector>
 
@@ -13,6 +12,7 @@
 #include "Controller.h"
 #include "Daemon.h"
 #include "DemoState.h"
+#include "Pings.h"
 #include "TempDir.h"
 
 namespace systest {
@@ -20,30 +20,17 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-struct Ping {
-   std::int64_t startedNs;
-   std::int64_t tookNs;
-};
-
-std::vector<Ping> readPings(const std::string& path) {
-   std::ifstream file(path);
-   std::vector<Ping> pings;
-   for (Ping ping{}; file >> ping.startedNs >> ping.tookNs;)
-      pings.push_back(ping);
-   return pings;
-}
-
 TEST(Fairness, TheMainLoopAnswersWhileBulksSaturateThePump) {
    const TempDir directory("orv-fairness-");
-   const auto pingFile = directory / "pings";
-   Daemon host(programPath("bench_host"), directory.path(), {"--ping-file", pingFile});
-   host.start();
-   Controller controller(host.address());
+   Daemon daemon(programPath("orvsdkrpcd"), directory.path());
+   daemon.start();
+   Controller controller(daemon.address());
    controller.init();
    pb::ip_route_bulk_msg bulk;
    for (std::uint32_t i = 0; i < demo::routesPerBulk; ++i)
       *bulk.add_bulk() = demo::route(i);
 
+   Pings pings(daemon.address());
    const auto start = Clock::now();
    int bulks = 0;
    for (; Clock::now() - start < std::chrono::seconds(1) || bulks < 20; ++bulks) {
@@ -54,16 +41,11 @@ TEST(Fairness, TheMainLoopAnswersWhileBulksSaturateThePump) {
       }
       requireAllOk(controller.routes(bulk), demo::routesPerBulk);
    }
-   const auto end = Clock::now();
-   ASSERT_EQ(host.terminate(), (Ending{.exitCode = 0})) << host.child().log();
-
    std::vector<std::int64_t> took;
-   for (const auto& ping : readPings(pingFile)) {
-      if (ping.startedNs >= start.time_since_epoch().count() &&
-          ping.startedNs < end.time_since_epoch().count()) {
-         took.push_back(ping.tookNs);
-      }
-   }
+   for (const auto& ping : pings.stop())
+      took.push_back(ping.tookNs);
+   ASSERT_EQ(daemon.terminate(), (Ending{.exitCode = 0})) << daemon.child().log();
+
    ASSERT_GE(took.size(), 20u);
    std::sort(took.begin(), took.end());
    EXPECT_LE(std::chrono::nanoseconds(took[(took.size() - 1) * 99 / 100]), pingBound);

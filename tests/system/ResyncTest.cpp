@@ -12,6 +12,7 @@
 #include "OrvSdkRpc/programming/NexthopGroupProgrammer.h"
 #include "OrvSdkRpc/programming/OpaqueProgrammer.h"
 #include "RunningSwitch.h"
+#include "fixture/Contract.h"
 #include "fixture/Programmed.h"
 #include "fixture/TempDir.h"
 #include "orv/agent.h"
@@ -37,10 +38,19 @@ public:
              options.stateDirectory = stateDirectory;
              return options;
           }()) {
-      client_.programmersAre({.ipRoute = &ip_, .cbf = &cbf_, .bfd = &bfd_});
+      {
+         orv::sdk_scoped_lock lock;
+         watching_.emplace(*this);
+      }
+      client_.programmersAre({.ipRoute = &ip_, .cbf = &watching_->cbf, .bfd = &watching_->bfd});
       pb::rpc_server_init_status_msg response;
       client_.processInitRequest({}, response);
       EXPECT_EQ(response.status().status(), pb::RPC_STATUS_OK) << response.status().debug_string();
+   }
+
+   ~Server() {
+      orv::sdk_scoped_lock lock;
+      watching_.reset();
    }
 
    softswitch::SoftSwitch& sdk() { return *switch_; }
@@ -94,9 +104,19 @@ private:
    OrvSdkRpc::ClientInit client_{sdk().get_ip_route_mgr(), sdk().get_mpls_route_mgr(),
                                  sdk().get_mpls_vrf_label_mgr(), sdk().get_nexthop_group_mgr(),
                                  sdk().get_nexthop_group_tunnel_mgr()};
-   OrvSdkRpc::BfdProgrammer bfd_{client_};
-   OrvSdkRpc::CbfNhgRedirectProgrammer cbf_{client_, sdk().get_policy_map_mgr(), sdk().get_class_map_mgr(),
-                                            sdk().get_acl_mgr(), sdk().get_agent_mgr()};
+   // Those that have tasks or are called back: made and destroyed with the SDK's lock held.
+   struct Watching {
+      explicit Watching(Server& server)
+           : bfd(server.client_, server.sdk().get_bfd_session_mgr(), server.sdk().get_intf_mgr(),
+                 server.updates_),
+             cbf(server.client_, server.sdk().get_policy_map_mgr(), server.sdk().get_class_map_mgr(),
+                 server.sdk().get_acl_mgr(), server.sdk().get_agent_mgr(), nullptr) {}
+      OrvSdkRpc::BfdProgrammer bfd;
+      OrvSdkRpc::CbfNhgRedirectProgrammer cbf;
+   };
+
+   fixture::SentUpdates updates_;
+   std::optional<Watching> watching_;
    OrvSdkRpc::IpRouteProgrammer ip_{client_, sdk().get_ip_route_mgr()};
    OrvSdkRpc::NexthopGroupProgrammer groups_{client_, sdk().get_nexthop_group_mgr()};
    OrvSdkRpc::OpaqueProgrammer opaque_{client_, sdk().get_agent_mgr()};

@@ -199,39 +199,26 @@ TEST_F(OrvSdkRpcServiceTest, tunnelsAndLabelsReachTheirManagers) {
    EXPECT_EQ(call(&Stub::mpls_route_bulk, labels).statuses(0).status(), pb::RPC_STATUS_OK);
 }
 
-TEST_F(OrvSdkRpcServiceTest, whatThisBuildDoesNotProgramIsRefusedInWords) {
+TEST_F(OrvSdkRpcServiceTest, redirectsAndSessionsReachTheirManagers) {
+   EXPECT_CALL(host_.classMapMgr, class_map_is(testing::_)).Times(2);
+   EXPECT_CALL(host_.bfdSessionMgr, sbfd_echo_session_set(testing::_)).Times(2);
    start();
-   const auto expect = [](const pb::rpc_status_msg& status, const std::string& request) {
-      EXPECT_EQ(status.status(), pb::RPC_STATUS_ERROR);
-      EXPECT_EQ(status.debug_string(), "Error: not available in this build, request " + request);
-   };
-   init();
    pb::cbf_nexthop_group_redirect_bulk_msg cbf;
    cbf.add_bulk()->set_match_nexthop_group_name("a");
-   expect(call(&Stub::cbf_nexthop_group_redirect, cbf.bulk(0)), "match_nexthop_group_name: \"a\"");
-   expect(call(&Stub::cbf_nexthop_group_redirect_bulk, cbf).statuses(0), "match_nexthop_group_name: \"a\"");
+   cbf.mutable_bulk(0)->set_redirect_nexthop_group_name("b");
+   cbf.mutable_bulk(0)->add_match_ipv4_dscp(1);
    pb::sbfd_echo_session_bulk_msg sbfd;
-   sbfd.add_bulk()->set_min_tx(300);
-   expect(call(&Stub::sbfd_echo_session, sbfd.bulk(0)), "min_tx: 300");
-   expect(call(&Stub::sbfd_echo_session_bulk, sbfd).statuses(0), "min_tx: 300");
-}
-
-TEST_F(OrvSdkRpcServiceTest, theStreamOfSessionUpdatesEndsInWordsInsteadOfSilence) {
-   start();
-   for (int round = 0; round < 3; ++round) {
-      grpc::ClientContext context;
-      pb::watch_sbfd_echo_session_config_msg request;
-      request.set_send_initial_message(true);
-      const auto reader = stub_->watch_sbfd_echo_session_status_msgs(&context, request);
-      pb::watch_sbfd_echo_session_status_msg message;
-      EXPECT_FALSE(reader->Read(&message));
-      const grpc::Status status = reader->Finish();
-      EXPECT_EQ(status.error_code(), grpc::StatusCode::UNIMPLEMENTED);
-      EXPECT_EQ(status.error_message(),
-                "Error: not available in this build, request send_initial_message: true");
-   }
-   EXPECT_TRUE(eventually([] { return liveHandlers("SbfdEchoUpdatesHandler") == 1; }));
-   EXPECT_TRUE(eventually([&] { return running_->server().tags().size() == rpcs + 2; }));
+   sbfd.add_bulk()->mutable_key()->set_nexthop_intf("Ethernet1");
+   EXPECT_EQ(call(&Stub::cbf_nexthop_group_redirect, cbf.bulk(0)).status(), pb::RPC_STATUS_NOT_INITIALIZED);
+   EXPECT_EQ(call(&Stub::sbfd_echo_session, sbfd.bulk(0)).status(), pb::RPC_STATUS_NOT_INITIALIZED);
+   pb::rpc_server_config_msg config;
+   config.set_cbf_nexthop_group_redirect_policy_map_name("map");
+   ASSERT_EQ(call(&Stub::rpc_server_init, config).status().status(), pb::RPC_STATUS_OK);
+   EXPECT_EQ(call(&Stub::cbf_nexthop_group_redirect, cbf.bulk(0)).status(), pb::RPC_STATUS_OK);
+   cbf.mutable_bulk(0)->set_redirect_nexthop_group_name("c");
+   EXPECT_EQ(call(&Stub::cbf_nexthop_group_redirect_bulk, cbf).statuses(0).status(), pb::RPC_STATUS_OK);
+   EXPECT_EQ(call(&Stub::sbfd_echo_session, sbfd.bulk(0)).status(), pb::RPC_STATUS_OK);
+   EXPECT_EQ(call(&Stub::sbfd_echo_session_bulk, sbfd).statuses(0).status(), pb::RPC_STATUS_OK);
 }
 
 TEST_F(OrvSdkRpcServiceTest, theAliveWatchSaysNothingAndEndsWithTheServer) {

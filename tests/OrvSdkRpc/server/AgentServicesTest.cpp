@@ -144,7 +144,36 @@ TEST(AgentServices, theAddressFormFetchesBfdAndFibOnlyWhereAsked) {
    EXPECT_EQ(agent.addresses(), std::vector<std::string>{"unix:///nowhere"});
 }
 
+// How often an agent of the address form asks for the mounts.
+int mountsOf(bool bfd) {
+   AgentHost host;
+   int calls = 0;
+   ON_CALL(host.sdk, get_mount_mgr()).WillByDefault([&] {
+      ++calls;
+      return nullptr;
+   });
+   const Agent agent(host.sdk, "unix:///nowhere", bfd, false);
+   return calls;
+}
+
+TEST(AgentServices, theOverrideTableIsMountedForTheProgrammingService) {
+   EXPECT_EQ(mountsOf(true), mountsOf(false) + 1);
+}
+
 // A toggle is read once per process, so each look at one has a process of its own.
+int withOverridesOff() {
+   const fixture::TempDir dir;
+   std::ofstream(dir.file("CbfNhg.json")) << R"({"CbfNhgEcmp": false})";
+   toggleDirectoryIs(dir.path());
+   EXPECT_EQ(mountsOf(true), mountsOf(false));
+   return testing::Test::HasFailure() ? 1 : 0;
+}
+
+TEST(AgentServicesDeathTest, theOverrideTableIsNotMountedWhereItsToggleIsOff) {
+   GTEST_FLAG_SET(death_test_style, "threadsafe");
+   EXPECT_EXIT(std::exit(withOverridesOff()), testing::ExitedWithCode(0), "");
+}
+
 int withTogglesOff() {
    const fixture::TempDir dir;
    std::ofstream(dir.file("OrvSdkRpc.json"))

@@ -26,6 +26,9 @@ TEST_F(CommandsTest, helpNamesEveryCommand) {
    for (const auto* command : {"help",
                                "show version",
                                "show interfaces [NAME]",
+                               "show ports [NAME]",
+                               "show traffic [NAME]",
+                               "show writers",
                                "show vrf",
                                "show nexthop-group [NAME]",
                                "show ip route [PREFIX] [vrf NAME]",
@@ -37,7 +40,7 @@ TEST_F(CommandsTest, helpNamesEveryCommand) {
                                "show acl",
                                "show class-map",
                                "show policy-map",
-                               "show bfd",
+                               "show sbfd",
                                "show counters",
                                "show tech",
                                "configure interface NAME",
@@ -49,7 +52,21 @@ TEST_F(CommandsTest, helpNamesEveryCommand) {
                                "configure no nexthop-group NAME",
                                "configure agent option NAME",
                                "configure no agent option NAME",
-                               "set link NAME up|down"}) {
+                               "configure no interface NAME",
+                               "set link NAME up|down",
+                               "set speed NAME SPEED",
+                               "set transceiver NAME present|absent",
+                               "set hardware NAME present|absent|inserted|removed",
+                               "set traffic NAME [in-pps N]",
+                               "set nexthop-group-traffic NAME entry N",
+                               "set writer NAME up|down",
+                               "unset writer NAME",
+                               "set counter-interval MILLISECONDS",
+                               "set counter-row NAME damaged",
+                               "set sbfd NEXTHOP [interface NAME] | default",
+                               "unset sbfd NEXTHOP",
+                               "set agent option NAME",
+                               "unset agent option NAME"}) {
       EXPECT_THAT(text, HasSubstr(command));
    }
    const auto commands = json("help")["commands"];
@@ -58,11 +75,12 @@ TEST_F(CommandsTest, helpNamesEveryCommand) {
 }
 
 TEST_F(CommandsTest, unknownWordsAreNamedWithWhatWasExpected) {
-   EXPECT_EQ(refusal("shwo version"), "unknown command 'shwo', expected one of configure, help, set, show");
+   EXPECT_EQ(refusal("shwo version"),
+             "unknown command 'shwo', expected one of configure, help, set, show, unset");
    EXPECT_EQ(refusal("show"),
-             "missing word after 'show', expected one of acl, agent, bfd, class-map, counters, fib, "
+             "missing word after 'show', expected one of acl, agent, class-map, counters, fib, "
              "interfaces, ip, "
-             "mpls, nexthop-group, policy-map, tech, tunnel, version, vrf");
+             "mpls, nexthop-group, policy-map, ports, sbfd, tech, traffic, tunnel, version, vrf, writers");
    EXPECT_THAT(refusal("show rooms"), HasSubstr("'rooms' after 'show', expected one of acl, agent"));
    EXPECT_EQ(refusal("show ip"), "missing word after 'show ip', expected route");
    EXPECT_EQ(refusal("show fib rout"), "'rout' after 'show fib', expected one of fec, route");
@@ -78,7 +96,8 @@ TEST_F(CommandsTest, everyShowCommandRefusesAWordTooManyAndPrintsBothForms) {
    for (const auto* command :
         {"show version", "show interfaces", "show vrf", "show nexthop-group", "show ip route",
          "show mpls route", "show tunnel", "show fib route", "show fib fec", "show agent status", "show acl",
-         "show class-map", "show policy-map", "show bfd", "show counters", "show tech"}) {
+         "show class-map", "show policy-map", "show sbfd", "show counters", "show ports", "show traffic",
+         "show writers", "show tech"}) {
       EXPECT_NE(refusal(std::string(command) + " \"\" extra words"), "") << command;
       EXPECT_NE(run(command), "") << command;
       EXPECT_TRUE(json(command).is_object()) << command;
@@ -89,10 +108,10 @@ TEST_F(CommandsTest, everyShowCommandRefusesAWordTooManyAndPrintsBothForms) {
 TEST_F(CommandsTest, techHoldsEverything) {
    const auto tech = json("show tech");
    for (const auto* section :
-        {"version",     "interfaces",      "vrfs",       "agent",          "status",
-         "options",     "tables",          "store",      "nexthop_groups", "ip_routes",
-         "mpls_routes", "mpls_vrf_labels", "tunnels",    "fib_routes",     "fib_fecs",
-         "acls",        "acl_rules",       "class_maps", "policy_maps",    "sbfd_sessions"}) {
+        {"version",     "interfaces",    "vrfs",           "agent",     "status",      "options",
+         "tables",      "store",         "nexthop_groups", "ip_routes", "mpls_routes", "mpls_vrf_labels",
+         "tunnels",     "fib_routes",    "fib_fecs",       "acls",      "acl_rules",   "class_maps",
+         "policy_maps", "sbfd_sessions", "sbfd_far_ends",  "ports",     "traffic",     "writers"}) {
       EXPECT_TRUE(tech.contains(section)) << section;
       EXPECT_THAT(run("show tech"), HasSubstr(std::string("---- ") + section + " ----\n"));
    }
@@ -182,7 +201,7 @@ TEST_F(CommandsTest, refusalsAndOutputGoOverTheSocket) {
    EXPECT_EQ(client.run("show vrf")->text, "Name\ndefault\nred\n");
    EXPECT_EQ(client.run("set link Ethernet99 up")->error, "unknown interface Ethernet99");
    EXPECT_EQ(client.run("nonsense")->error,
-             "unknown command 'nonsense', expected one of configure, help, set, show");
+             "unknown command 'nonsense', expected one of configure, help, set, show, unset");
    server.stop();
 }
 

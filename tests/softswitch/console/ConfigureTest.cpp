@@ -1,7 +1,5 @@
 #include <gmock/gmock.h>
 
-#include <condition_variable>
-#include <mutex>
 #include <optional>
 #include <vector>
 
@@ -40,7 +38,7 @@ TEST_F(ConfigureTest, interfaces) {
    run("configure interface Ethernet1 no description");
    EXPECT_EQ(intf("Ethernet1")["description"], "");
 
-   constexpr auto expected = "expected shutdown, no shutdown, description TEXT or no description";
+   constexpr auto expected = "expected shutdown, no shutdown, description TEXT, no description or create";
    EXPECT_EQ(refusal("configure interface Ethernet1"),
              std::string("missing word after 'configure interface Ethernet1', ") + expected);
    EXPECT_EQ(refusal("configure interface Ethernet1 mtu 9000"),
@@ -55,53 +53,27 @@ TEST_F(ConfigureTest, interfaces) {
    EXPECT_EQ(refusal("configure interface Ethernet99 shutdown"), "unknown interface Ethernet99");
 }
 
-// Notes operational changes and lets a test wait for them.
-class LinkListener final : public orv::intf_handler {
-public:
-   explicit LinkListener(orv::intf_mgr* mgr) : orv::intf_handler(mgr) { watch_all_intfs(true); }
-   void on_oper_status(const orv::intf_id_t& intf, orv::oper_status_t status) override {
-      const std::lock_guard lock(mutex_);
-      heard_.push_back(intf.to_string() + " " + orv::to_string(status));
-      changed_.notify_all();
-   }
-   std::vector<std::string> waitFor(std::size_t count) {
-      std::unique_lock lock(mutex_);
-      changed_.wait(lock, [&] { return heard_.size() >= count; });
-      return heard_;
-   }
-
-private:
-   std::mutex mutex_;
-   std::condition_variable changed_;
-   std::vector<std::string> heard_;
-};
-
-TEST_F(ConfigureTest, linkEventsReachHandlers) {
-   std::optional<LinkListener> listener;
-   {
-      const orv::sdk_scoped_lock lock;
-      listener.emplace(target().get_intf_mgr());
-   }
-   run("set link Ethernet1 down");
-   run("set link Ethernet1 down");
-   run("set link Ethernet2 down");
-   run("set link Ethernet1 up");
-   EXPECT_THAT(listener->waitFor(3),
-               testing::ElementsAre("Ethernet1 down", "Ethernet2 down", "Ethernet1 up"));
-   EXPECT_EQ(intf("Ethernet2")["link"], "down");
-   const orv::sdk_scoped_lock lock;
-   listener.reset();
-}
-
-TEST_F(ConfigureTest, linkRefusals) {
-   EXPECT_EQ(refusal("set link Ethernet1"), "missing word after 'set link Ethernet1', expected up or down");
-   EXPECT_EQ(refusal("set link Ethernet1 sideways"),
-             "'sideways' after 'set link Ethernet1', expected up or down");
-   EXPECT_EQ(refusal("set link Ethernet1 up please"),
-             "'please' after 'set link Ethernet1 up', expected the end of the line");
-   EXPECT_EQ(refusal("set link Ethernet99 up"), "unknown interface Ethernet99");
-   EXPECT_EQ(refusal("set link Loopback0 down"),
-             "interface Loopback0 is of type loopback and has no link to set");
+TEST_F(ConfigureTest, interfacesThatAreNoPortsAreMadeAndRemoved) {
+   run("configure interface Loopback99 create");
+   run("configure interface Loopback99 description made here");
+   EXPECT_EQ(intf("Loopback99")["kernel_name"], "lo99");
+   run("configure no interface Loopback3");
+   EXPECT_EQ(refusal("show interfaces Loopback3"), "unknown interface Loopback3");
+   stop();
+   start();
+   EXPECT_EQ(intf("Loopback99")["description"], "made here");
+   EXPECT_EQ(refusal("show interfaces Loopback3"), "unknown interface Loopback3");
+   run("configure no interface Loopback99");
+   EXPECT_EQ(refusal("configure no interface Loopback99"), "unknown interface Loopback99");
+   EXPECT_EQ(refusal("configure interface Loopback1 create"), "interface Loopback1 is there already");
+   EXPECT_THAT(refusal("configure interface Ethernet65 create"),
+               HasSubstr("is a port and comes with its hardware"));
+   EXPECT_THAT(refusal("configure no interface Ethernet1"),
+               HasSubstr("is a port and goes with its hardware"));
+   EXPECT_EQ(refusal("configure interface Loopback98 create now"),
+             "'now' after 'configure interface Loopback98 create', expected the end of the line");
+   EXPECT_EQ(refusal("configure no interface"),
+             "missing word after 'configure no interface', expected an interface's name as in Ethernet1");
 }
 
 TEST_F(ConfigureTest, vrfs) {
@@ -242,6 +214,12 @@ TEST_F(ConfigureTest, agentOptions) {
                           {{"name", "shape"}, {"value", "round and flat"}}}));
    run("configure no agent option colour");
    EXPECT_EQ(json("show agent status")["options"].size(), 1u);
+   run("set agent option size large");
+   EXPECT_EQ(json("show agent status")["options"].size(), 2u);
+   run("unset agent option size");
+   EXPECT_EQ(json("show agent status")["options"].size(), 1u);
+   EXPECT_EQ(refusal("set agent option size"),
+             "missing word after 'set agent option size', expected the option's value");
    EXPECT_EQ(refusal("configure agent option shape"),
              "missing word after 'configure agent option shape', expected the option's value");
    EXPECT_EQ(refusal("configure agent option"),
@@ -256,11 +234,13 @@ TEST_F(ConfigureTest, configurationSurvivesARestart) {
    run("configure ip route 10.1.0.0/16 nexthop-group g tag 7");
    run("configure ip route 10.2.0.0/16 10.0.0.9 vrf red");
    run("set link Ethernet3 down");
+   run("configure agent option shape round");
    const auto groups = json("show nexthop-group g")["entries"];
    const auto routes = json("show ip route");
    stop();
    start();
    EXPECT_EQ(json("show vrf")["vrfs"].size(), 2u);
+   EXPECT_EQ(json("show agent status")["options"][1]["value"], "round");
    EXPECT_EQ(intf("Ethernet1")["admin"], "down");
    EXPECT_EQ(intf("Ethernet2")["description"], "K\xc3\xb6ln");
    EXPECT_EQ(intf("Ethernet3")["link"], "up");

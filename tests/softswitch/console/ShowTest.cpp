@@ -10,7 +10,6 @@
 #include "orv/mpls_vrf_label.h"
 #include "orv/nexthop_group_tunnel.h"
 #include "softswitch/managers/acl_mgr.h"
-#include "softswitch/managers/bfd_session_mgr.h"
 #include "softswitch/managers/class_map_mgr.h"
 #include "softswitch/managers/policy_map_mgr.h"
 
@@ -234,25 +233,6 @@ TEST_F(ShowTest, policyChain) {
    EXPECT_EQ(policies["policy_maps"][0]["interface"], "Ethernet1");
    EXPECT_FALSE(policies["policy_maps"][1].contains("interface"));
    EXPECT_THAT(run("show policy-map"), ContainsRegex("p +pbr +Ethernet1 +in"));
-}
-
-TEST_F(ShowTest, bfdSessions) {
-   {
-      const orv::sdk_scoped_lock lock;
-      const orv::sbfd_echo_session_key_t key(orv::ip_addr_t("10.0.0.1"), orv::intf_id_t("Ethernet1"),
-                                             {orv::mpls_label_t(16), orv::mpls_label_t(17)}, 46, 5);
-      target().bfdSessions().sbfd_echo_session_set(key);
-   }
-   EXPECT_EQ(json("show bfd")["sbfd_sessions"], Json::array({{{"nexthop", "10.0.0.1"},
-                                                              {"interface", "Ethernet1"},
-                                                              {"labels", {16, 17}},
-                                                              {"dscp", 46},
-                                                              {"exp", 5},
-                                                              {"min_tx_ms", 300},
-                                                              {"multiplier", 3},
-                                                              {"rtt_enabled", false},
-                                                              {"status", "down"}}}));
-   EXPECT_THAT(run("show bfd"), ContainsRegex("10.0.0.1 +Ethernet1 +16, 17 +46 +5 +300 +3 +no +down"));
 }
 
 TEST_F(ShowTest, countersCountRows) {

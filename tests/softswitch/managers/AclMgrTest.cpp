@@ -246,6 +246,26 @@ TEST_F(AclMgrTest, everythingSurvivesARestartPendingEditsIncluded) {
    EXPECT_FALSE(mgr_->acl_all_exists(eth_));
 }
 
+TEST_F(AclMgrTest, refusesAKeyThatNamesNoList) {
+   for (const orv::acl_key_t& key : {orv::acl_key_t(), orv::acl_key_t("", orv::acl_type_t::ipv4),
+                                     orv::acl_key_t("edge", orv::acl_type_t::none)}) {
+      SCOPED_TRACE(key.to_string());
+      EXPECT_NE(refusal([&] { mgr_->acl_exists(key); }), "");
+      EXPECT_NE(refusal([&] { mgr_->acl_all_exists(key); }), "");
+      EXPECT_NE(refusal([&] { mgr_->acl_rule_ip_iter(key); }), "");
+      EXPECT_NE(refusal([&] { mgr_->acl_all_rule_ip_iter(key); }), "");
+      EXPECT_NE(refusal([&] { mgr_->acl_rule_eth_iter(key); }), "");
+      EXPECT_NE(refusal([&] { mgr_->acl_all_rule_eth_iter(key); }), "");
+      EXPECT_NE(refusal([&] { mgr_->acl_rule_set(key, 1, orv::acl_rule_ip_t()); }), "");
+      EXPECT_NE(refusal([&] { mgr_->acl_rule_del(key, 1); }), "");
+      EXPECT_NE(refusal([&] { mgr_->acl_del(key); }), "");
+      EXPECT_NE(refusal([&] { mgr_->acl_apply(key, ethernet1_, acl_direction_t::in, true); }), "");
+      EXPECT_NE(refusal([&] { mgr_->acl_counters_enabled_set(key, true); }), "");
+      EXPECT_NE(refusal([&] { mgr_->acl_fragments_enabled_set(key, true); }), "");
+      EXPECT_THROW(mgr_->acl_exists(key), orv::invalid_argument_error);
+   }
+}
+
 TEST_F(AclMgrTest, refusesToApplyWhatIsNotThere) {
    EXPECT_NE(refusal([&] {
                 mgr_->acl_apply(edge_, ethernet1_, acl_direction_t::in, true);

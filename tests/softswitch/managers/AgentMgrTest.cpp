@@ -74,6 +74,31 @@ TEST_F(AgentMgrTest, aChangedOptionIsToldLater) {
    EXPECT_THAT(refusal([&] { agent.agentOptionIs("", "x"); }), HasSubstr("no name"));
 }
 
+TEST_F(AgentMgrTest, optionsThatWereSetSurviveARestartAndThoseOfTheStartGoFirst) {
+   sw().agent().agentOptionIs("shape", "round");
+   sw().agent().agentOptionIs("color", "red");
+   sw().agent().agentOptionIs("gone", "x");
+   sw().agent().agentOptionIs("gone", "");
+   EXPECT_EQ(sw().agent().agent_option("color"), "red");
+   restart();
+   EXPECT_THAT(listOf(sw().agent().agent_option_iter()), ElementsAre("color", "shape"));
+   EXPECT_EQ(sw().agent().agent_option("shape"), "round");
+   EXPECT_EQ(sw().agent().agent_option("color"), "blue");
+   options_.agentOptions.clear();
+   restart();
+   EXPECT_EQ(sw().agent().agent_option("color"), "red");
+   sw().agent().agentOptionIs("color", "");
+   restart();
+   EXPECT_THAT(listOf(sw().agent().agent_option_iter()), ElementsAre("shape"));
+}
+
+TEST_F(AgentMgrTest, tooLongOptionsAreRefused) {
+   EXPECT_THAT(refusal([&] { sw().agent().agentOptionIs(std::string(256, 'n'), "v"); }),
+               HasSubstr("256 bytes"));
+   EXPECT_THAT(refusal([&] { sw().agent().agentOptionIs("big", std::string((1 << 20) + 1, 'v')); }),
+               HasSubstr("'big': value of 1048577 bytes"));
+}
+
 TEST_F(AgentMgrTest, knowsItself) {
    auto& agent = sw().agent();
    EXPECT_TRUE(agent.enabled());

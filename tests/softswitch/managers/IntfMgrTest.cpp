@@ -2,6 +2,8 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
+
 #include "ManagerTest.h"
 
 namespace softswitch {
@@ -15,6 +17,8 @@ using testing::ElementsAre;
 class Listener final : public orv::intf_handler {
 public:
    using orv::intf_handler::intf_handler;
+   void on_intf_create(const intf_id_t& intf) override { heard.push_back(intf.to_string() + " created"); }
+   void on_intf_delete(const intf_id_t& intf) override { heard.push_back(intf.to_string() + " deleted"); }
    void on_oper_status(const intf_id_t& intf, oper_status_t status) override {
       heard.push_back(intf.to_string() + " oper " + orv::to_string(status));
    }
@@ -131,6 +135,82 @@ TEST_F(IntfMgrTest, configurationSurvivesARestartAndTheLinkDoesNot) {
    EXPECT_TRUE(mgr_->linkUp(intf_id_t("Ethernet3")));
    EXPECT_TRUE(mgr_->admin_enabled(intf_id_t("Ethernet4")));
    EXPECT_EQ(mgr_->config().size(), 2u);
+}
+
+TEST_F(IntfMgrTest, interfacesAreMadeAndRemoved) {
+   Listener listener(mgr_.get());
+   listener.watch_all_intfs(true);
+   const intf_id_t made("Loopback7"), lag("Lag1");
+   mgr_->intfAdd(made);
+   mgr_->intfDel(lag);
+   EXPECT_TRUE(mgr_->exists(made));
+   EXPECT_EQ(mgr_->oper_status(made), oper_status_t::up);
+   EXPECT_EQ(mgr_->kernel_intf_name(made), "lo7");
+   EXPECT_EQ(mgr_->orv_intf_name("lo7"), made);
+   EXPECT_FALSE(mgr_->exists(lag));
+   EXPECT_NE(refusal([&] { mgr_->orv_intf_name("lag1"); }), "");
+   EXPECT_THAT(listener.heard, ElementsAre());
+   runLoop();
+   EXPECT_THAT(listener.heard, ElementsAre("Loopback7 created", "Lag1 deleted"));
+}
+
+TEST_F(IntfMgrTest, whatWasMadeAndRemovedSurvivesARestart) {
+   const intf_id_t made("Loopback7"), gone("Loopback8"), lag("Lag1");
+   mgr_->intfAdd(made);
+   mgr_->description_is(made, "made");
+   mgr_->admin_enabled_is(made, false);
+   mgr_->intfAdd(gone);
+   mgr_->description_is(gone, "gone");
+   mgr_->intfDel(gone);
+   mgr_->description_is(lag, "gone too");
+   mgr_->intfDel(lag);
+   restart([&] { mgr_.reset(); });
+   make();
+   EXPECT_EQ(mgr_->description(made), "made");
+   EXPECT_FALSE(mgr_->admin_enabled(made));
+   EXPECT_FALSE(mgr_->exists(gone));
+   EXPECT_FALSE(mgr_->exists(lag));
+   EXPECT_EQ(mgr_->config().size(), 1u) << "configuration goes with its interface";
+   mgr_->intfAdd(lag);
+   EXPECT_EQ(mgr_->description(lag), "");
+   restart([&] { mgr_.reset(); });
+   make();
+   EXPECT_TRUE(mgr_->exists(lag));
+}
+
+TEST_F(IntfMgrTest, aWalkSurvivesInterfacesThatComeAndGo) {
+   auto it = mgr_->intf_iter();
+   mgr_->portDel(ethernet1_);
+   mgr_->portDel(ethernet2_);
+   mgr_->intfAdd(intf_id_t("Loopback5"));
+   EXPECT_EQ(*it, ethernet1_);
+   ++it;
+   EXPECT_EQ(it->to_string(), "Ethernet3");
+   std::vector<std::string> rest;
+   for (; it; ++it)
+      rest.push_back(it->to_string());
+   EXPECT_EQ(rest.size(), 16u);
+   EXPECT_EQ(std::count(rest.begin(), rest.end(), "Loopback5"), 1);
+}
+
+TEST_F(IntfMgrTest, refusesInterfacesThatCannotBeMadeOrRemoved) {
+   EXPECT_EQ(refusal([&] { mgr_->intfAdd(intf_id_t("Loopback0")); }), "interface Loopback0 is there already");
+   EXPECT_EQ(refusal([&] { mgr_->intfAdd(absent_); }),
+             "interface Ethernet99 is a port and comes with its hardware, expected a loopback, LAG, VLAN or "
+             "VXLAN");
+   EXPECT_EQ(
+        refusal([&] { mgr_->intfDel(ethernet1_); }),
+        "interface Ethernet1 is a port and goes with its hardware, expected a loopback, LAG, VLAN or VXLAN");
+   EXPECT_EQ(refusal([&] { mgr_->intfDel(absent_); }), "unknown interface Ethernet99");
+   for (const char* name : {"Tunnel1", "Loopback", "Loopback12345678901234", "Loopback:1"}) {
+      EXPECT_EQ(
+           refusal([&] { mgr_->intfAdd(intf_id_t(name)); }),
+           std::string("interface name '") + name +
+                "' tells no type, expected Ethernet, Management, Loopback, Lag, Vlan or Vxlan with a number");
+   }
+   mgr_->intfAdd(intf_id_t("Vlan3/1"));
+   EXPECT_EQ(refusal([&] { mgr_->intfAdd(intf_id_t("Vlan3_1")); }),
+             "interface Vlan3_1 would have the kernel name vlan3_1, which Vlan3/1 has");
 }
 
 TEST_F(IntfMgrTest, refusesWhatItDoesNotHave) {

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 
 #include "../SwitchTest.h"
+#include "softswitch/managers/eth_phy_intf_mgr.h"
 
 namespace softswitch {
 namespace {
@@ -168,6 +169,23 @@ TEST_F(NexthopGroupMgrTest, activityFollowsTheLink) {
    linkIs("Ethernet1", true);
    EXPECT_TRUE(mgr().active("g"));
    EXPECT_THAT(listener.take(), ElementsAre("g inactive", "g active"));
+}
+
+TEST_F(NexthopGroupMgrTest, activityFollowsPortsThatGoAndTransceiversThatArePulled) {
+   const orv::intf_id_t ethernet1("Ethernet1");
+   setGroup("g");
+   settle();
+   Listener listener(&mgr());
+   listener.watch_all_nexthop_groups(true);
+   sw().ethPhyIntfs().transceiverPresentIs(ethernet1, false);
+   settle();
+   sw().ethPhyIntfs().transceiverPresentIs(ethernet1, true);
+   settle();
+   sw().ethPhyIntfs().portDel(ethernet1);
+   settle();
+   sw().ethPhyIntfs().portAdd(ethernet1);
+   settle();
+   EXPECT_THAT(listener.take(), ElementsAre("g inactive", "g active", "g inactive", "g active"));
 }
 
 TEST_F(NexthopGroupMgrTest, whatResolves) {

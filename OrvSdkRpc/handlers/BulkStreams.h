@@ -1,0 +1,208 @@
+// Streams of tables whose entries change all the time and of which only the latest value matters: counters,
+// rates.
+//
+// Thread-safety: publish may be called by any thread; everything else runs on the pump thread.
+//
+// In place of a queue there is a table by key per stream: a new value merges into the one that waits. A slow
+// client gets fewer, fresher values; the stream never ends for it, and memory is bounded by the number of
+// keys. Each batch begins from an alarm, never straight from the write that completed, so that other calls
+// get their turn and values merge meanwhile.
+#pragma once
+
+#include <google/protobuf/io/coded_stream.h>
+#include <google/protobuf/message.h>
+
+#include <cstddef>
+#include <list>
+#include <memory>
+#include <optional>
+#include <utility>
+
+#include "OrvSdkRpc/handlers/AlarmedStream.h"
+#include "OrvSdkRpc/handlers/PendingTable.h"
+#include "OrvSdkRpc/handlers/StreamingAdapterHandler.h"
+#include "orv/lock.h"
+
+namespace OrvSdkRpc {
+
+// The stream without its types.
+class BulkStream : public AlarmedStream {
+protected:
+   BulkStream(OpaqueId tag, grpc::Server& server, grpc::ServerCompletionQueue& cq, GrpcService& service);
+
+   void onTick(CqEventSource source) final ORV_EXCLUDES(mutex_);
+   void writeDone(CqEventSource source) final;
+
+   // The table.
+   [[nodiscard]] virtual bool tableEmpty() const ORV_REQUIRES(mutex_) = 0;
+   // Fills one batch from the table, writes it with writeResponse and takes what it holds out of the table;
+   // how many entries that are.
+   virtual std::size_t writeBatch() ORV_REQUIRES(mutex_) = 0;
+   // The next whole response of the snapshot, or null at its end.
+   virtual std::unique_ptr<google::protobuf::Message> nextOfSnapshot() = 0;
+   // Writes a response without entries.
+   virtual void writeEmpty() ORV_REQUIRES(mutex_) = 0;
+
+   void writeResponse(const google::protobuf::Message& response) ORV_REQUIRES(mutex_);
+   void traceEntry(const google::protobuf::Message& entry) const;
+   // An entry came into an empty table: sets the alarm if nothing else will bring the stream its turn.
+   void wake() ORV_REQUIRES(mutex_);
+
+   void beginSnapshot() ORV_EXCLUDES(mutex_);
+   // Writes one response of the snapshot, or the end mark, an empty response.
+   void dumpNext() ORV_EXCLUDES(mutex_);
+
+private:
+   bool snapshot_ ORV_GUARDED_BY(mutex_) = false;
+};
+
+// Bounds a batch by its size on the wire, for a response that is nothing but a repeated field of entries with
+// a number below 16.
+class BatchBytes {
+public:
+   explicit BatchBytes(std::size_t limit) : limit_(limit) {}
+
+   void clear() { size_ = 0; }
+   [[nodiscard]] bool fits(const google::protobuf::Message& entry) const {
+      return size_ + entry.ByteSizeLong() <= limit_;
+   }
+   // Counts an entry as it stands in the response.
+   void add(const google::protobuf::Message& entry) {
+      const std::size_t size = entry.ByteSizeLong();
+      size_ += 1 + google::protobuf::io::CodedOutputStream::VarintSize64(size) + size;
+   }
+
+private:
+   const std::size_t limit_;
+   std::size_t size_ = 0;
+};
+
+// A is a structure; each stream holds one. As in StreamingAdapterHandler.h, what may be left out is found by
+// its name:
+//
+//    struct Rates {
+//       static constexpr auto method = &Generated::AsyncService::Requestrates;
+//       using Key = orv::intf_id_t;          // std::hash and <
+//       using Entry = RatesResponse_Entry;   // a message
+//       // Moves the entry into the response, or answers false: the batch is full.
+//       bool append(Rp& response, Entry& entry);
+//
+//       // All of these may be left out.
+//       // Before the first entry of a batch.
+//       void beginBatch();
+//       // A new value for a key that waits; false takes the key out of the table. Without it, MergeFrom: set
+//       // fields overwrite, repeated ones are added.
+//       static bool coalesce(Entry& old, const Entry& fresh);
+//       // Which keys the stream wants. Runs on the publishing thread.
+//       bool wants(const Key& key) const;
+//       // Whether one empty response goes out before anything else.
+//       static bool firstMessage(const Rq& request);
+//       // Throws for a request that is not served.
+//       static void check(const Rq& request);
+//       // Whole responses that go out first, one for each write, and are followed by one empty response;
+//       // live entries wait meanwhile. Made under the SDK's lock.
+//       static std::list<Rp> snapshot(Svc& service);
+//       // As in StreamingAdapterHandler.h.
+//       void subscribe(Svc& service, OpaqueId tag, const Rq& request);
+//       static SubscriptionController<Svc>& controller(Svc& service);
+//    };
+template <class A, class S>
+class BulkStreamHandler final
+     : public ServerStreamHandler<BulkStreamHandler<A, S>, typename MethodTraits<A::method>::Request,
+                                  typename MethodTraits<A::method>::Response, S, BulkStream> {
+   using Rq = typename MethodTraits<A::method>::Request;
+   using Rp = typename MethodTraits<A::method>::Response;
+   using Key = typename A::Key;
+   using Entry = typename A::Entry;
+   using Base = ServerStreamHandler<BulkStreamHandler, Rq, Rp, S, BulkStream>;
+   static constexpr bool hasSnapshot = requires { &A::snapshot; };
+
+public:
+   BulkStreamHandler(OpaqueId tag, grpc::Server& server, grpc::ServerCompletionQueue& cq, S& service)
+        : Base(tag, server, cq, service) {
+      this->post(service, A::method);
+   }
+
+   // Any thread.
+   void publish(const Key& key, Entry entry) {
+      MutexLock lock(this->mutex_);
+      if (this->closed()) return;
+      if constexpr (requires { &A::wants; }) {
+         if (!def_.wants(key)) return;
+      }
+      this->traceEntry(entry);
+      const auto [waiting, fresh] = pending_.emplace(key);
+      if (fresh) {
+         waiting = std::move(entry);
+         if (pending_.size() == 1) this->wake();
+      } else if (!coalesce(waiting, entry)) {
+         pending_.erase(key);
+      }
+   }
+
+private:
+   void start() override {
+      this->rejectInsecureRemote();
+      this->setupTags();
+      const Rq& request = *this->request_;
+      if constexpr (requires { &A::check; }) A::check(request);
+      if constexpr (requires { &A::firstMessage; }) {
+         if (A::firstMessage(request)) {
+            MutexLock lock(this->mutex_);
+            writeEmpty();
+         }
+      }
+      if constexpr (hasSnapshot) {
+         {
+            orv::sdk_scoped_lock lock;
+            responses_ = A::snapshot(this->service_);
+         }
+         this->beginSnapshot();
+      }
+      this->state_ = 1;
+      if constexpr (hasSnapshot) this->dumpNext();
+      this->join();
+   }
+   void subscribe() override { detail::subscribeBy(def_, this->service_, this->tag_, *this->request_); }
+   void cancel() override { detail::controllerOf<A>(this->service_).cancel(this->tag_); }
+
+   [[nodiscard]] bool tableEmpty() const override ORV_REQUIRES(this->mutex_) { return pending_.empty(); }
+   std::size_t writeBatch() override ORV_REQUIRES(this->mutex_) {
+      Rp response;
+      if constexpr (requires { &A::beginBatch; }) def_.beginBatch();
+      const std::size_t count =
+           pending_.pass([&](const Key&, Entry& entry) { return def_.append(response, entry); });
+      this->writeResponse(response);
+      return count;
+   }
+   std::unique_ptr<google::protobuf::Message> nextOfSnapshot() override {
+      // A snapshot may hold on to what is the SDK's.
+      orv::sdk_scoped_lock lock;
+      if (responses_.empty()) return nullptr;
+      auto response = std::make_unique<Rp>(std::move(responses_.front()));
+      responses_.pop_front();
+      return response;
+   }
+   void writeEmpty() override ORV_REQUIRES(this->mutex_) { this->writeResponse(Rp()); }
+
+   static bool coalesce(Entry& old, const Entry& fresh) {
+      if constexpr (requires { &A::coalesce; }) {
+         return A::coalesce(old, fresh);
+      } else {
+         old.MergeFrom(fresh);
+         return true;
+      }
+   }
+   void discard() override {
+      PendingTable<Key, Entry> lost;
+      MutexLock lock(this->mutex_);
+      std::swap(lost, pending_);
+      lock.unlock();
+   }
+
+   PendingTable<Key, Entry> pending_;
+   A def_;
+   std::list<Rp> responses_;
+};
+
+}  // namespace OrvSdkRpc

@@ -1,0 +1,66 @@
+// A watch RPC with a dump, from a definition.
+//
+// Thread-safety: as DumpStreamingHandler.h.
+#pragma once
+
+#include <utility>
+
+#include "OrvSdkRpc/handlers/DumpStreamingHandler.h"
+#include "OrvSdkRpc/handlers/StreamingAdapterHandler.h"
+
+namespace OrvSdkRpc {
+
+// Def is what StreamingAdapterHandler.h says, with these beside:
+//
+//    struct Watch {
+//       // Reads which fields the request asks for into flags of the definition; true when there are any.
+//       bool dumpEnabled(Svc& service, const Rq& request);
+//       // Walks the keys of the table; made and stepped under the SDK's lock. What it throws becomes the
+//       // status of the call.
+//       static auto iterator(Svc& service);
+//       // Writes the message of one key into an empty `message`, the selected fields only. Under the SDK's
+//       // lock.
+//       void encodeDump(Svc& service, const Key& key, Rp& message) const;
+//       // May be left out: called after the last element.
+//       void endOfDump(Svc& service);
+//    };
+template <class Def, class Rq, class Rp, class Svc>
+class DumpStreamingAdapterHandler final
+     : public DumpStreamingHandler<DumpStreamingAdapterHandler<Def, Rq, Rp, Svc>, Rq, Rp, Svc,
+                                   decltype(Def::iterator(std::declval<Svc&>()))> {
+   using Base = DumpStreamingHandler<DumpStreamingAdapterHandler, Rq, Rp, Svc,
+                                     decltype(Def::iterator(std::declval<Svc&>()))>;
+
+public:
+   DumpStreamingAdapterHandler(OpaqueId tag, grpc::Server& server, grpc::ServerCompletionQueue& cq,
+                               Svc& service, unsigned long queueLimit)
+        : Base(tag, server, cq, service, queueLimit) {
+      this->post(service, Def::method);
+   }
+
+   // For the dump.
+   auto iterator() { return Def::iterator(this->service_); }
+   template <class Key>
+   void encodeDump(const Key& key, Rp& message) {
+      def_.encodeDump(this->service_, key, message);
+   }
+
+private:
+   void subscribe() override { detail::subscribeBy(def_, this->service_, this->tag_, *this->request_); }
+   void cancel() override { detail::controllerOf<Def>(this->service_).cancel(this->tag_); }
+   [[nodiscard]] bool filter(const Rp& message) const override {
+      if constexpr (requires { &Def::filter; }) {
+         return def_.filter(*this->request_, message);
+      } else {
+         return true;
+      }
+   }
+   [[nodiscard]] bool dumpEnabled() override { return def_.dumpEnabled(this->service_, *this->request_); }
+   void endOfDump() override {
+      if constexpr (requires { &Def::endOfDump; }) def_.endOfDump(this->service_);
+   }
+
+   Def def_;
+};
+
+}  // namespace OrvSdkRpc

@@ -1,0 +1,115 @@
+// A list RPC: one response per element of an SDK iterator, then the status.
+//
+// Thread-safety: pump thread only.
+//
+// Write completions drive the walk: one write is in flight, and the iterator is advanced when it completes.
+// So a slow client slows its own walk and costs no memory. The SDK's lock is held for the step alone, never
+// while a response is built or written.
+#pragma once
+
+#include <grpcpp/support/async_stream.h>
+
+#include <optional>
+#include <type_traits>
+#include <utility>
+
+#include "OrvSdkRpc/handlers/ServerStream.h"
+
+namespace OrvSdkRpc {
+
+// The walk without its types.
+class ListStream : public ServerStream {
+public:
+   void process(OpaqueId tag) final;
+
+protected:
+   ListStream(OpaqueId tag, grpc::Server& server, grpc::ServerCompletionQueue& cq, GrpcService& service);
+
+   // Under the SDK's lock: makes the iterator, steps it. Both read the element that it then stands on, so
+   // that writeElement touches nothing shared.
+   virtual void begin() = 0;
+   virtual void step() = 0;
+   [[nodiscard]] virtual bool atElement() const = 0;
+   // Builds the response and hands it to writeResponse.
+   virtual void writeElement(bool first) = 0;
+
+   void writeResponse(const google::protobuf::Message& response, bool first);
+
+private:
+   void end(const grpc::Status& status);
+
+   // A hint that more follows. The first response goes without it, so that it is pushed out at once.
+   grpc::WriteOptions writeOptions_;
+};
+
+// Def is a structure without state:
+//
+//    struct Acls {
+//       static constexpr auto method = &Generated::AsyncService::Requestacls;
+//       // Either of the two; what it throws becomes the status of the call.
+//       static auto iterator(Svc& service);
+//       static auto iterator(const Rq& request, Svc& service);
+//       // Without the SDK's lock.
+//       static Rp convert(const Element& element);
+//    };
+//
+// The iterator is an orv::..._iter_t or any class with the operators bool, ++ and *. All three run under the
+// SDK's lock; what * answers by reference stays valid until the next step, what it answers by value is kept.
+template <class Def, class Rq, class Rp, class Svc>
+class IteratorStreamingHandler final
+     : public ServerStreamHandler<IteratorStreamingHandler<Def, Rq, Rp, Svc>, Rq, Rp, Svc, ListStream> {
+   using Base = ServerStreamHandler<IteratorStreamingHandler, Rq, Rp, Svc, ListStream>;
+
+   static auto open(Rq& request, Svc& service) {
+      if constexpr (requires { Def::iterator(request, service); }) {
+         return Def::iterator(request, service);
+      } else {
+         return Def::iterator(service);
+      }
+   }
+
+public:
+   IteratorStreamingHandler(OpaqueId tag, grpc::Server& server, grpc::ServerCompletionQueue& cq, Svc& service)
+        : Base(tag, server, cq, service) {
+      this->post(service, Def::method);
+   }
+
+private:
+   using Iterator = decltype(open(std::declval<Rq&>(), std::declval<Svc&>()));
+   using Element = decltype(*std::declval<Iterator&>());
+   static constexpr bool byReference = std::is_reference_v<Element>;
+
+   void begin() override {
+      iterator_.emplace(open(*this->request_, this->service_));
+      read();
+   }
+   void step() override {
+      ++*iterator_;
+      read();
+   }
+   [[nodiscard]] bool atElement() const override { return static_cast<bool>(*iterator_); }
+   void writeElement(bool first) override {
+      if constexpr (byReference) {
+         this->writeResponse(Def::convert(**iterator_), first);
+      } else {
+         this->writeResponse(Def::convert(*element_), first);
+      }
+   }
+
+   void read() {
+      if (!*iterator_) return;
+      if constexpr (byReference) {
+         static_cast<void>(**iterator_);
+      } else {
+         element_.emplace(**iterator_);
+      }
+   }
+
+   struct Nothing {};
+
+   std::optional<Iterator> iterator_;
+   [[no_unique_address]] std::conditional_t<byReference, Nothing, std::optional<std::decay_t<Element>>>
+        element_;
+};
+
+}  // namespace OrvSdkRpc

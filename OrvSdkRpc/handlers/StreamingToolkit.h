@@ -1,0 +1,101 @@
+// A watch stream: ready messages come in from any thread at any rate, the pump writes them out one at a time.
+// Between the two stands a queue with a hard limit: a client that reads too slowly is cut off, never slowed
+// down, and whoever publishes never waits for a client.
+//
+// Thread-safety: publish and publishAck may be called by any thread, with or without the SDK's lock;
+// everything else runs on the pump thread.
+#pragma once
+
+#include <google/protobuf/message.h>
+
+#include <cstddef>
+#include <deque>
+#include <memory>
+
+#include "OrvSdkRpc/handlers/AlarmedStream.h"
+#include "OrvSdkRpc/handlers/ServerStream.h"
+#include "pavo/Allocator.h"
+
+namespace OrvSdkRpc {
+
+// Holds up to queueLimit messages. The message beyond takes the stream out of its controller, and the next
+// completion ends the call with RESOURCE_EXHAUSTED.
+class EventStream : public AlarmedStream {
+public:
+   [[nodiscard]] unsigned long queueLimit() const { return queueLimit_; }
+   // How many messages wait. Any thread.
+   [[nodiscard]] std::size_t queued() ORV_EXCLUDES(mutex_);
+
+   // Queues the message, unless the stream is closed or, for a message that is no acknowledgement, does not
+   // want it. For the controller; the message must be of the stream's response type.
+   void enqueue(std::shared_ptr<const google::protobuf::Message> message, bool ack) ORV_EXCLUDES(mutex_);
+
+protected:
+   EventStream(OpaqueId tag, grpc::Server& server, grpc::ServerCompletionQueue& cq, GrpcService& service);
+
+   // The call has arrived: checks the peer, takes the tags, subscribes and acknowledges.
+   void start() override;
+   void onTick(CqEventSource source) final ORV_EXCLUDES(mutex_);
+   void discard() final ORV_EXCLUDES(mutex_);
+
+   // Whether this stream wants the message.
+   [[nodiscard]] virtual bool wants(const google::protobuf::Message& message) const = 0;
+   // Whether the request asks for an acknowledgement.
+   [[nodiscard]] virtual bool ackWanted() = 0;
+   // Queues one response with its ack field true.
+   virtual void publishAck() = 0;
+
+   // Set once, before the stream is posted.
+   unsigned long queueLimit_ = streamQueueLimit;
+
+private:
+   std::deque<std::shared_ptr<const google::protobuf::Message>> queue_ ORV_GUARDED_BY(mutex_);
+};
+
+// Hc:     the most derived handler. Its constructor takes (OpaqueId tag, grpc::Server&,
+//         grpc::ServerCompletionQueue&, Svr&, unsigned long queueLimit) and ends with post(). It provides
+//         subscribe() and cancel(), which join and leave a SubscriptionController under tag(), and where not
+//         every message is wanted, filter().
+// Rq, Rp: request and response message; both have a field `bool ack`.
+// Svr:    the service.
+// Base:   EventStream, or a class derived from it.
+template <class Hc, class Rq, class Rp, class Svr, class Base = EventStream>
+class StreamingRequestHandler : public ServerStreamHandler<Hc, Rq, Rp, Svr, Base> {
+   using Stream = ServerStreamHandler<Hc, Rq, Rp, Svr, Base>;
+
+public:
+   StreamingRequestHandler(OpaqueId tag, grpc::Server& server, grpc::ServerCompletionQueue& cq, Svr& service,
+                           unsigned long queueLimit)
+        : Stream(tag, server, cq, service) {
+      this->queueLimit_ = queueLimit;
+   }
+
+   std::shared_ptr<Hc> successor(OpaqueId nextTag) {
+      return makeHandler<Hc>(nextTag, this->server_, this->cq_, this->service_, this->queueLimit_);
+   }
+
+   // Any thread. An acknowledgement passes the filter. Never waits for a client: at most for one write to be
+   // started.
+   void publish(std::shared_ptr<const Rp> message) {
+      const bool ack = message->ack();
+      this->enqueue(std::move(message), ack);
+   }
+   void publishAck() final {
+      auto message = std::allocate_shared<Rp>(Pavo::Allocator<Rp>());
+      message->set_ack(true);
+      publish(std::move(message));
+   }
+
+protected:
+   // Whether this stream wants the message. Runs on the publishing thread with the stream's mutex held, for
+   // messages whose ack is false; reads only what is fixed once the stream has subscribed.
+   [[nodiscard]] virtual bool filter(const Rp&) const { return true; }
+
+private:
+   [[nodiscard]] bool wants(const google::protobuf::Message& message) const final {
+      return filter(static_cast<const Rp&>(message));
+   }
+   [[nodiscard]] bool ackWanted() final { return this->request_->ack(); }
+};
+
+}  // namespace OrvSdkRpc

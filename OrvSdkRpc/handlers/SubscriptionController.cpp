@@ -1,0 +1,63 @@
+#include "OrvSdkRpc/handlers/SubscriptionController.h"
+
+#include "orv/lock.h"
+
+namespace OrvSdkRpc {
+
+// The set may change between the decision and the SDK's lock: the last stream leaves on the SDK's thread
+// while the next one subscribes on the pump. Whoever has the lock looks again, so that the last call made
+// agrees with the set.
+void Subscriptions::subscribe(OpaqueId tag) {
+   {
+      MutexLock lock(mutex_);
+      tags_.insert(tag);
+      if (tags_.size() != 1) return;
+   }
+   orv::sdk_scoped_lock sdk;
+   if (!watched()) return;
+   try {
+      startWatching();
+   } catch (...) {
+      // The call ends without having watched, and the next stream must be the first again.
+      MutexLock lock(mutex_);
+      tags_.erase(tag);
+      throw;
+   }
+}
+
+void Subscriptions::cancel(OpaqueId tag) {
+   {
+      MutexLock lock(mutex_);
+      tags_.erase(tag);
+      if (!tags_.empty()) return;
+   }
+   orv::sdk_scoped_lock sdk;
+   if (!watched()) stopWatching();
+}
+
+bool Subscriptions::subscribed(OpaqueId tag) const {
+   MutexLock lock(mutex_);
+   return tags_.contains(tag);
+}
+
+bool Subscriptions::watched() const {
+   MutexLock lock(mutex_);
+   return !tags_.empty();
+}
+
+std::vector<std::shared_ptr<RequestHandler>> Subscriptions::getHandlers() const {
+   MutexLock lock(mutex_);
+   TagManager* const registry = owner_.tags();
+   if (registry == nullptr || tags_.empty()) return {};
+   MutexLock registryLock(registry->mutex());
+   return registry->listHandlers(owner_.serviceId(), tags_.begin(), tags_.end());
+}
+
+void Subscriptions::deliver(const Handlers& streams, std::shared_ptr<const google::protobuf::Message> message,
+                            bool ack) {
+   // A stream in state 2 drops the message itself, under its mutex.
+   for (const auto& stream : streams)
+      static_cast<EventStream&>(*stream).enqueue(message, ack);
+}
+
+}  // namespace OrvSdkRpc

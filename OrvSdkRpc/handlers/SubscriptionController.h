@@ -1,0 +1,155 @@
+// The fan-out of one service: which streams are open, and each event to every one of them.
+//
+// Thread-safety: subscribe on the pump thread; cancel, publish, publishBulk and getHandlers on any. The SDK
+// is asked for callbacks only while somebody listens.
+//
+// The mutex may be taken with the SDK's lock held, never the other way round, and no handler is called with
+// it held. A service that is not attached to a server reaches nobody.
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <type_traits>
+#include <unordered_set>
+#include <utility>
+#include <vector>
+
+#include "OrvSdkRpc/handlers/MethodTraits.h"
+#include "OrvSdkRpc/handlers/StreamingToolkit.h"
+#include "OrvSdkRpc/server/GrpcService.h"
+#include "OrvSdkRpc/server/Mutex.h"
+#include "OrvSdkRpc/server/TagManager.h"
+#include "pavo/Allocator.h"
+
+namespace OrvSdkRpc {
+
+template <class A, class S>
+class BulkStreamHandler;
+
+// The half without type parameters. It holds tags, not handlers: a handler's life is the TagManager's
+// business, and a tag whose handler has gone is skipped.
+class Subscriptions {
+public:
+   Subscriptions(const Subscriptions&) = delete;
+   Subscriptions& operator=(const Subscriptions&) = delete;
+
+   // Enters the stream, and calls startWatching under the SDK's lock if it is the only one. What that throws
+   // passes, and the stream has not subscribed.
+   void subscribe(OpaqueId tag) ORV_EXCLUDES(mutex_);
+
+   // Takes the stream out, and calls stopWatching under the SDK's lock if none is left, also when none was
+   // there: a stream may leave twice.
+   void cancel(OpaqueId tag) ORV_EXCLUDES(mutex_);
+
+   [[nodiscard]] bool subscribed(OpaqueId tag) const ORV_EXCLUDES(mutex_);
+
+   // The subscribed handlers that are still alive.
+   [[nodiscard]] std::vector<std::shared_ptr<RequestHandler>> getHandlers() const ORV_EXCLUDES(mutex_);
+
+protected:
+   explicit Subscriptions(const GrpcService& owner) : owner_(owner) {}
+   virtual ~Subscriptions() = default;
+
+   // The first watcher has come, the last one has gone. Called under the SDK's lock, without the mutex, and
+   // now and then once more than needed.
+   virtual void startWatching() = 0;
+   virtual void stopWatching() = 0;
+
+   // Queues the message on each of the streams.
+   using Handlers = std::vector<std::shared_ptr<RequestHandler>>;
+   static void deliver(const Handlers& streams, std::shared_ptr<const google::protobuf::Message> message,
+                       bool ack);
+
+private:
+   [[nodiscard]] bool watched() const ORV_EXCLUDES(mutex_);
+
+   const GrpcService& owner_;
+   mutable Mutex mutex_;
+   std::unordered_set<OpaqueId> tags_ ORV_GUARDED_BY(mutex_);
+};
+
+namespace detail {
+
+// The response of a watch definition, or of a handler class.
+template <class Watch>
+struct WatchResponse {
+   using Type = typename Watch::Response;
+};
+template <class Watch>
+requires requires {
+   Watch::method;
+}
+struct WatchResponse<Watch> {
+   using Type = typename MethodTraits<Watch::method>::Response;
+};
+
+}  // namespace detail
+
+// A member of the service, which offers startWatching() and stopWatching() to switch the SDK's notification;
+// a subclass may override them to do something else. All streams of one controller are of one RPC. The
+// adapters find it by the service's member `subscriptions()`, or by `controller(service)` of their
+// definition.
+template <class Svc>
+class SubscriptionController : public Subscriptions {
+public:
+   explicit SubscriptionController(Svc& service) : Subscriptions(service), service_(service) {}
+
+   // The event, to the streams of `Watch`: the definition of the RPC, or the class of its handler. Consumes
+   // the message, also when nobody listens. One message is made and shared by all streams.
+   template <class Watch, class Rp>
+   void publish(Rp& message) const {
+      checkResponse<Watch, Rp>();
+      if (const Handlers streams = getHandlers(); !streams.empty()) {
+         const bool ack = message.ack();
+         deliver(streams, share<Rp>(std::move(message)), ack);
+      }
+      // A message of an arena was copied.
+      message.Clear();
+   }
+   // The same without touching the message.
+   template <class Watch, class Rp>
+   void publish(const Rp& message) const {
+      checkResponse<Watch, Rp>();
+      if (const Handlers streams = getHandlers(); !streams.empty()) {
+         deliver(streams, share<Rp>(message), message.ack());
+      }
+   }
+
+   // The latest value of a key, to the bulk streams of the definition `Watch`, a copy for each.
+   template <class Watch, class Key, class Entry>
+   void publishBulk(const Key& key, const Entry& entry) const {
+      publishBulk<Watch>(key, Entry(entry));
+   }
+   // The same; the last of them gets the entry itself.
+   template <class Watch, class Key, class Entry>
+   requires(!std::is_lvalue_reference_v<Entry>) void publishBulk(const Key& key, Entry&& entry) const {
+      const Handlers streams = getHandlers();
+      for (std::size_t i = 0; i < streams.size(); ++i) {
+         auto& stream = static_cast<BulkStreamHandler<Watch, Svc>&>(*streams[i]);
+         if (i + 1 < streams.size()) {
+            stream.publish(key, entry);
+         } else {
+            stream.publish(key, std::move(entry));
+         }
+      }
+   }
+
+protected:
+   void startWatching() override { service_.startWatching(); }
+   void stopWatching() override { service_.stopWatching(); }
+
+   Svc& service_;
+
+private:
+   template <class Watch, class Rp>
+   static void checkResponse() {
+      static_assert(std::is_same_v<Rp, typename detail::WatchResponse<Watch>::Type>,
+                    "the message must be the response of the streams that it is published to");
+   }
+   template <class Rp, class From>
+   static std::shared_ptr<const Rp> share(From&& message) {
+      return std::allocate_shared<Rp>(Pavo::Allocator<Rp>(), std::forward<From>(message));
+   }
+};
+
+}  // namespace OrvSdkRpc

@@ -1,0 +1,57 @@
+// What a changed row of a counter table means, whichever table it is in.
+//
+// Thread-safety: called with or without the SDK's lock, which is taken here.
+#pragma once
+
+#include <optional>
+#include <string_view>
+
+#include "OrvSdkRpc/hardware/IntfTrafficRatesWatcher.h"
+#include "interface/IntfCounter.h"
+#include "lumic/IntfId.h"
+#include "orv/lock.h"
+#include "orv/tracer.h"
+#include "rillo/TableCorruption.h"
+
+namespace OrvSdkRpc {
+
+inline const orv::tracer& intfCounterTracer() {
+   static const orv::tracer tracer("intf_counter");
+   return tracer;
+}
+
+// True for interfaces that are nobody's business outside the switch.
+inline bool isInternalInterface(const Lumic::IntfId& intf) {
+   return Lumic::InternalIntfId::isInternalIntfId(intf) || Lumic::PeerEthIntfId::isPeerEthIntfId(intf) ||
+          Lumic::PeerPortChannelIntfId::isPeerPortChannelIntfId(intf);
+}
+
+// Reads a row, having the table repaired where it is damaged; nothing where there is no row.
+template <class Table>
+std::optional<Interface::IntfCounter> readCounterRow(const Table& table, const Lumic::IntfId& intf) {
+   // Ends: a reported row is intact or gone.
+   for (;;) {
+      try {
+         return table.row(intf);
+      } catch (const Rillo::TableCorruption& corruption) {
+         table.doCorruptionDetected(corruption);
+      }
+   }
+}
+
+template <class Table>
+void handleCounterRow(const Table& table, const Lumic::IntfId& intf, std::string_view updateTrace,
+                      IntfTrafficRatesWatcher& watcher) {
+   const orv::sdk_scoped_lock lock;
+   if (isInternalInterface(intf)) {
+      orv::fmttrace(intfCounterTracer(), 8, "Treating interface as internal. Leaving.");
+      return;
+   }
+   const auto row = readCounterRow(table, intf);
+   // An interface that never had a rate is no news.
+   if (!row || row->rates.isEq({})) return;
+   orv::fmttrace(intfCounterTracer(), 8, "{}", updateTrace);
+   watcher.onTrafficRatesUpdate(intf, row->rates);
+}
+
+}  // namespace OrvSdkRpc

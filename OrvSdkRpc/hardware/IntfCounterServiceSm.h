@@ -1,0 +1,49 @@
+// Follows all counter tables: one slice per counter writer that is there, and the LAGs.
+//
+// Thread-safety: guarded by the SDK's lock. What changes is handled on the main loop.
+#pragma once
+
+#include <map>
+#include <string>
+
+#include "OrvSdkRpc/hardware/EthIntfCounterSliceSm.h"
+#include "interface/EthIntfCounter.h"
+#include "zelt/Dir.h"
+#include "zelt/SharedMem.h"
+
+namespace OrvSdkRpc {
+
+class IntfCounterServiceSm final : public Pavo::RefCounted {
+public:
+   // Slices for the writers that are there stand when this returns. The directory or the LAGs may be null.
+   // The watcher outlives the state machine.
+   IntfCounterServiceSm(IntfTrafficRatesWatcher* watcher,
+                        const Pavo::Ptr<ZeltSharedMem::EntityManager>& sharedMemory,
+                        const Pavo::Ptr<const Zelt::Dir>& ethWriterStatusDir,
+                        const Pavo::Ptr<const Rillo::Interface::AllIntfCounterDir>& lagCounters);
+
+   // Looks at every writer of the directory.
+   void handleEthCounterSlice();
+   // Looks at one writer: makes, renews or deletes its slice.
+   void handleEthCounterSlice(const std::string& name);
+   void handleLagCounter(const Lumic::IntfId& intf);
+
+   // A slice on this table; one that is on another is replaced.
+   void ethCounterSliceSmIs(const std::string& name, IntfTrafficRatesWatcher* watcher,
+                            const Pavo::Ptr<const Interface::AllEthIntfCounterRillo>& counters);
+   void ethCounterSliceSmDel(const std::string& name);
+   [[nodiscard]] std::size_t slices() const { return slices_.size(); }
+
+private:
+   ~IntfCounterServiceSm() override = default;
+
+   IntfTrafficRatesWatcher* const watcher_;
+   const Pavo::Ptr<const Zelt::Dir> ethWriterStatusDir_;
+   const Pavo::Ptr<const Rillo::Interface::AllIntfCounterDir> lagCounters_;
+   Interface::EthIntfCounterMountHelper mountHelper_;
+   std::map<std::string, Pavo::Ptr<EthIntfCounterSliceSm>> slices_;
+   Zelt::Dir::Reaction zeltEthWriterStatusDir_;
+   Rillo::Interface::AllIntfCounterDir::Reaction lagReaction_;
+};
+
+}  // namespace OrvSdkRpc

@@ -1,0 +1,54 @@
+#include "OrvSdkRpc/mirror/GroupCountersIterator.h"
+
+#include <utility>
+
+namespace OrvSdkRpc {
+
+GroupCountersIterator::GroupCountersIterator(const orv::nexthop_group_mgr& mgr)
+     : mgr_(mgr), at_(mgr.programmed_nexthop_group_iter()) {}
+
+GroupCountersIterator::GroupCountersIterator(const orv::nexthop_group_mgr& mgr, NameRegex regex)
+     : mgr_(mgr), at_(mgr.programmed_nexthop_group_iter()), regex_(std::move(regex)) {
+   skip(std::get<Programmed>(at_));
+}
+
+GroupCountersIterator::GroupCountersIterator(const orv::nexthop_group_mgr& mgr, std::string name)
+     : mgr_(mgr), at_(std::move(name)) {}
+
+GroupCountersIterator::operator bool() const {
+   if (const auto* groups = std::get_if<Programmed>(&at_)) return static_cast<bool>(*groups);
+   return !std::get<std::string>(at_).empty();
+}
+
+GroupCountersIterator& GroupCountersIterator::operator++() {
+   if (auto* groups = std::get_if<Programmed>(&at_)) {
+      ++*groups;
+      skip(*groups);
+   } else {
+      std::get<std::string>(at_).clear();
+   }
+   return *this;
+}
+
+GroupCounters GroupCountersIterator::operator*() const {
+   GroupCounters result{.name = name(), .counters = {}};
+   const orv::nexthop_group_t group = mgr_.programmed_nexthop_group(result.name);
+   for (const auto& [entry, nexthop] : group.nexthops()) {
+      const auto counter = mgr_.counter(result.name, entry);
+      if (counter.valid()) result.counters.push_back({entry, counter});
+   }
+   return result;
+}
+
+const std::string& GroupCountersIterator::name() const {
+   if (const auto* groups = std::get_if<Programmed>(&at_)) return **groups;
+   return std::get<std::string>(at_);
+}
+
+void GroupCountersIterator::skip(Programmed& groups) const {
+   if (!regex_) return;
+   while (groups && !regex_->matches(*groups))
+      ++groups;
+}
+
+}  // namespace OrvSdkRpc

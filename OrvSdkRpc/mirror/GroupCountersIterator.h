@@ -1,0 +1,54 @@
+// Walks nexthop groups and yields each with the counters of its entries.
+//
+// Thread-safety: as the SDK's iterators, but for *, which reads the manager and needs the SDK's lock too.
+#pragma once
+
+#include <absl/container/inlined_vector.h>
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <variant>
+
+#include "OrvSdkRpc/mirror/NameRegex.h"
+#include "orv/nexthop_group.h"
+
+namespace OrvSdkRpc {
+
+struct GroupCounters {
+   struct Entry {
+      std::uint16_t entry;
+      orv::nexthop_group_entry_counter_t counter;
+   };
+
+   std::string name;
+   // The valid ones, in the order of the entries.
+   absl::InlinedVector<Entry, 16> counters;
+};
+
+class GroupCountersIterator {
+public:
+   // Every group that hardware has. The manager outlives the iterator in all three.
+   explicit GroupCountersIterator(const orv::nexthop_group_mgr& mgr);
+   // Those of them whose name matches.
+   GroupCountersIterator(const orv::nexthop_group_mgr& mgr, NameRegex regex);
+   // This group, whether it is there or not; none for an empty name.
+   GroupCountersIterator(const orv::nexthop_group_mgr& mgr, std::string name);
+
+   explicit operator bool() const;
+   GroupCountersIterator& operator++();
+   GroupCounters operator*() const;
+
+private:
+   using Programmed = orv::programmed_nexthop_group_iter_t;
+
+   [[nodiscard]] const std::string& name() const;
+   // To the next name that matches, from the one where it stands on.
+   void skip(Programmed& groups) const;
+
+   const orv::nexthop_group_mgr& mgr_;
+   std::variant<std::string, Programmed> at_;
+   std::optional<NameRegex> regex_;
+};
+
+}  // namespace OrvSdkRpc

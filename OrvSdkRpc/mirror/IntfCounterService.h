@@ -1,0 +1,37 @@
+// The SDK's interface counters, on the network, and a stream of the rates of all interfaces.
+//
+// Thread-safety: constructed and destroyed on the SDK's main thread, where the rates come from; everything
+// else runs on the pump thread.
+#pragma once
+
+#include "OrvSdkRpc/handlers/SubscriptionController.h"
+#include "OrvSdkRpc/mirror/MirrorService.h"
+#include "OrvSdkRpcProtos/intf_counter.grpc.pb.h"
+#include "orv/intf_counter.h"
+
+namespace OrvSdkRpc {
+
+class IntfTrafficRatesWatcher;
+
+class IntfCounterService final : public MirrorService<orv::remote::IntfCounterMgrService> {
+public:
+   // The manager lives longer than the service. So does the watcher as long as streams are open; without one
+   // the stream of rates stays silent.
+   IntfCounterService(orv::intf_counter_mgr* mgr, IntfTrafficRatesWatcher* watcher);
+   ~IntfCounterService() override;
+
+   void startHandlers() override;
+
+   [[nodiscard]] orv::intf_counter_mgr* get_intf_counter_mgr() const { return mgr_; }
+   [[nodiscard]] SubscriptionController<IntfCounterService>& subscriptions() { return subscriptions_; }
+   // With the SDK's lock: rates come only in between.
+   void startWatching();
+   void stopWatching();
+
+private:
+   orv::intf_counter_mgr* const mgr_;
+   IntfTrafficRatesWatcher* const watcher_;
+   SubscriptionController<IntfCounterService> subscriptions_{*this};
+};
+
+}  // namespace OrvSdkRpc

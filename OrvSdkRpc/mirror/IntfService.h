@@ -1,0 +1,40 @@
+// The SDK's interfaces, on the network.
+//
+// Thread-safety: constructed and destroyed on the SDK's main thread, where the callbacks come too; everything
+// else runs on the pump thread.
+#pragma once
+
+#include <string>
+
+#include "OrvSdkRpc/handlers/SubscriptionController.h"
+#include "OrvSdkRpc/mirror/MirrorService.h"
+#include "OrvSdkRpcProtos/intf.grpc.pb.h"
+#include "orv/intf.h"
+
+namespace OrvSdkRpc {
+
+class IntfService final : public MirrorService<orv::remote::IntfMgrService>, public orv::intf_handler {
+public:
+   // The manager lives longer than the service.
+   explicit IntfService(orv::intf_mgr* mgr);
+   ~IntfService() override;
+
+   void startHandlers() override;
+
+   [[nodiscard]] SubscriptionController<IntfService>& subscriptions() { return subscriptions_; }
+   // With the SDK's lock: callbacks come only in between.
+   void startWatching() { watch_all_intfs(true); }
+   void stopWatching() { watch_all_intfs(false); }
+
+   // Each is one message to the streams, at once.
+   void on_intf_create(const orv::intf_id_t& intf) override;
+   void on_intf_delete(const orv::intf_id_t& intf) override;
+   void on_oper_status(const orv::intf_id_t& intf, orv::oper_status_t status) override;
+   void on_admin_enabled(const orv::intf_id_t& intf, bool enabled) override;
+   void on_intf_description(const orv::intf_id_t& intf, const std::string& description) override;
+
+private:
+   SubscriptionController<IntfService> subscriptions_{*this};
+};
+
+}  // namespace OrvSdkRpc

@@ -1,0 +1,54 @@
+// The SDK's nexthop groups, on the network.
+//
+// Thread-safety: constructed and destroyed on the SDK's main thread, where the callbacks come too; everything
+// else runs on the pump thread.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "OrvSdkRpc/handlers/GenericBacklog.h"
+#include "OrvSdkRpc/handlers/SubscriptionController.h"
+#include "OrvSdkRpc/mirror/MirrorService.h"
+#include "OrvSdkRpcProtos/nexthop_group.grpc.pb.h"
+#include "orv/nexthop_group.h"
+
+namespace OrvSdkRpc {
+
+class NexthopGroupService;
+
+// Publishes what waits in a backlog.
+struct NexthopGroupBacklog {
+   NexthopGroupService& service;
+
+   void operator()(const std::string& name, orv::remote::WatchNexthopGroupResponse& response) const;
+};
+
+class NexthopGroupService final : public MirrorService<orv::remote::NexthopGroupMgrService>,
+                                  public orv::nexthop_group_handler_v3 {
+public:
+   // The manager lives longer than the service and is an orv::NexthopGroupMgrImpl.
+   explicit NexthopGroupService(orv::nexthop_group_mgr* mgr);
+   ~NexthopGroupService() override;
+
+   void startHandlers() override;
+
+   [[nodiscard]] SubscriptionController<NexthopGroupService>& subscriptions() { return subscriptions_; }
+   // With the SDK's lock: callbacks come only in between.
+   void startWatching() { watch_all_nexthop_groups(true); }
+   void stopWatching() { watch_all_nexthop_groups(false); }
+
+   void on_nexthop_group_active(const std::string& name, bool active) override;
+   void on_nexthop_group_programmed(const std::string& name, std::uint16_t version,
+                                    const orv::nexthop_group_programmed_status_t& status) override;
+
+private:
+   using Backlog = GenericBacklog<std::string, orv::remote::WatchNexthopGroupResponse, NexthopGroupBacklog>;
+
+   SubscriptionController<NexthopGroupService> subscriptions_{*this};
+   // Two, so that an activation and an answer of hardware come as messages of their own.
+   Backlog activeBacklog_;
+   Backlog programmedBacklog_;
+};
+
+}  // namespace OrvSdkRpc

@@ -1,0 +1,47 @@
+// Round-trip times on their way from the SDK to the streams: one value per session waits, the latest.
+//
+// Thread-safety: SDK's main thread, or with the SDK's lock held. Destroyed like a Pavo::Task.
+#pragma once
+
+#include <string>
+
+#include "OrvSdkRpc/handlers/PendingTable.h"
+#include "OrvSdkRpc/programming/SbfdUpdateSender.h"
+#include "gorm/Task.h"
+#include "gorm/TaskScheduler.h"
+#include "orv/sbfd_types.h"
+#include "pavo/Ptr.h"
+
+namespace OrvSdkRpc {
+
+class BfdRttBacklogSm final : public Pavo::RefCounted {
+public:
+   using Key = orv::sbfd_echo_session_key_t;
+
+   explicit BfdRttBacklogSm(SbfdUpdateSender& sender) : sender_(sender) {}
+
+   // The task that drains the backlog. Once, before the first report.
+   const Pavo::Ptr<Gorm::Task>& rttBacklogTaskIs(const Pavo::Ptr<Gorm::TaskScheduler>& scheduler,
+                                                 Gorm::Priority priority, std::string name);
+
+   // Replaces what waits for the session.
+   void backlogIs(const Key& key, const pb::sbfd_echo_session_rtt_msg& rtt);
+   // Drops what waits for the session.
+   void backlogDel(const Key& key) { backlog_.erase(key); }
+
+   // One run: what it drains within its quantum goes out as one message.
+   void handleRttBacklogTask();
+
+   [[nodiscard]] std::size_t backlogSize() const { return backlog_.size(); }
+
+private:
+   ~BfdRttBacklogSm() override;
+   static void handleRttBacklogElem(const Key& key, const pb::sbfd_echo_session_rtt_msg& rtt,
+                                    pb::watch_sbfd_echo_session_status_msg& message);
+
+   SbfdUpdateSender& sender_;
+   PendingTable<Key, pb::sbfd_echo_session_rtt_msg> backlog_;
+   Pavo::Ptr<Gorm::Task> task_;
+};
+
+}  // namespace OrvSdkRpc

@@ -1,0 +1,31 @@
+// Writes the platform's table of class-based overrides. Of all agents of a switch one may.
+//
+// Thread-safety: SDK's main thread, or with the SDK's lock held.
+#pragma once
+
+#include "cbfnhgext/CbfNhgOverride.h"
+#include "orv/mount.h"
+#include "pavo/Ptr.h"
+
+namespace OrvSdkRpc {
+
+class CbfNhgMgr final : public orv::mount_handler {
+public:
+   explicit CbfNhgMgr(orv::mount_mgr* mgr) : orv::mount_handler(mgr) {}
+
+   // Where another agent has the table, the agent is stopped through orv::panic with unsupported_error.
+   void doMounts(const Pavo::Ptr<Tessel::MountGroup>& state,
+                 const Pavo::Ptr<ZeltSharedMem::MountGroup>& shared) override;
+   void onMountsComplete(const Pavo::Ptr<Tessel::EntityManager>& state,
+                         const Pavo::Ptr<ZeltSharedMem::EntityManager>& shared) override;
+
+   // Nothing happens before the mounts are complete.
+   void override_set(const CbfNhgExt::CbfNhgOverrideEntry& entry);
+   void override_del(const CbfNhgExt::CbfNhgOverrideKey& key);
+
+private:
+   // Null until the mounts are complete.
+   Pavo::Ptr<CbfNhgExt::CbfNhgOverrideConfig> config_;
+};
+
+}  // namespace OrvSdkRpc

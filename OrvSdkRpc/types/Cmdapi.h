@@ -1,0 +1,13 @@
+// Answers to commands; they go to the wire alone.
+//
+// Thread-safe: pure functions.
+#pragma once
+
+#include "OrvSdkRpcProtos/types.pb.h"
+#include "orv/cmdapi_types.h"
+
+namespace OrvSdkRpc::types {
+
+orv::remote::CmdapiResponse convert(const orv::cmdapi_response_t& response);
+
+}  // namespace OrvSdkRpc::types

@@ -1,0 +1,119 @@
+#include "OrvSdkRpc/types/NexthopGroup.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "OrvSdkRpc/types/Addresses.h"
+#include "OrvSdkRpc/types/Enumerations.h"
+#include "OrvSdkRpc/types/Identifiers.h"
+
+namespace OrvSdkRpc::types {
+
+namespace remote = orv::remote;
+
+namespace {
+
+std::uint16_t slotOf(std::uint32_t key) {
+   return static_cast<std::uint16_t>(key);
+}
+
+// Visits the map by slot, so that a slot_map grows at its end, whatever order the map has.
+template <typename T, typename Map, typename Convert>
+orv::slot_map<T> slots(const Map& map, const Convert& convertOne) {
+   using Item = typename Map::value_type;
+   std::vector<const Item*> items;
+   items.reserve(map.size());
+   for (const Item& item : map)
+      items.push_back(&item);
+   std::sort(items.begin(), items.end(), [](const Item* a, const Item* b) {
+      return std::pair(slotOf(a->first), a->first) < std::pair(slotOf(b->first), b->first);
+   });
+   orv::slot_map<T> result;
+   result.reserve(items.size());
+   for (const Item* item : items)
+      result.insert(slotOf(item->first), convertOne(item->second));
+   return result;
+}
+
+orv::slot_map<orv::nexthop_group_entry_t> entries(
+     const google::protobuf::Map<std::uint32_t, remote::NexthopGroupEntry>& map) {
+   return slots<orv::nexthop_group_entry_t>(
+        map, [](const remote::NexthopGroupEntry& entry) { return convert(entry); });
+}
+
+}  // namespace
+
+orv::nexthop_group_t convert(const remote::NexthopGroup& message) {
+   const auto greKeyType = convert(message.gre_key_type());
+   const auto type = convert(message.type());
+   orv::nexthop_group_t group(message.name(), type, greKeyType);
+   if (message.has_ttl()) group.ttl_is(static_cast<std::uint16_t>(message.ttl()));
+   group.source_ip_is(ip_addr(message.source_ip()));
+   group.source_intf_is(convert(message.source_intf()));
+   group.autosize_is(message.autosize());
+   group.nexthops_is(entries(message.nexthops()));
+   group.backup_nexthops_is(entries(message.backup_nexthops()));
+   group.destination_ips_is(slots<orv::ip_addr_t>(message.destination_ips(), ip_addr));
+   group.counters_unshared_is(message.counters_unshared());
+   group.counters_persistent_is(message.counters_persistent());
+   group.hierarchical_fecs_enabled_is(message.hierarchical_fecs_enabled());
+   return group;
+}
+
+remote::NexthopGroup convert(const orv::nexthop_group_t& group) {
+   remote::NexthopGroup message;
+   message.set_gre_key_type(convert(group.gre_key_type()));
+   message.set_type(convert(group.type()));
+   message.set_name(group.name());
+   message.set_ttl(group.ttl());
+   if (!!group.source_ip()) message.set_source_ip(group.source_ip().addr(), afToSize(group.source_ip()));
+   *message.mutable_source_intf() = convert(group.source_intf());
+   message.set_autosize(group.autosize());
+   auto& nexthops = *message.mutable_nexthops();
+   for (const auto& [slot, entry] : group.nexthops())
+      nexthops[slot] = convert(entry);
+   auto& destinationIps = *message.mutable_destination_ips();
+   for (const auto& [slot, destination] : group.destination_ips())
+      destinationIps[slot] = ip_addr_bytes(destination);
+   message.set_counters_unshared(group.counters_unshared());
+   message.set_counters_persistent(group.counters_persistent());
+   message.set_hierarchical_fecs_enabled(group.hierarchical_fecs_enabled());
+   message.set_version_id(group.version_id());
+   return message;
+}
+
+orv::nexthop_group_entry_t convert(const remote::NexthopGroupEntry& message) {
+   orv::nexthop_group_entry_t entry(ip_addr(message.nexthop()));
+   entry.mpls_action_is(convert(message.mpls_action()));
+   entry.intf_is(convert(message.intf()));
+   entry.child_nexthop_group_is(message.child_nexthop_group());
+   return entry;
+}
+
+remote::NexthopGroupEntry convert(const orv::nexthop_group_entry_t& entry) {
+   remote::NexthopGroupEntry message;
+   if (!!entry.nexthop()) message.set_nexthop(entry.nexthop().addr(), afToSize(entry.nexthop()));
+   *message.mutable_mpls_action() = convert(entry.mpls_action());
+   *message.mutable_intf() = convert(entry.intf());
+   if (!entry.child_nexthop_group().empty()) message.set_child_nexthop_group(entry.child_nexthop_group());
+   return message;
+}
+
+orv::nexthop_group_mpls_action_t convert(const remote::NexthopGroupMplsAction& message) {
+   const auto actionType = convert(message.action_type());
+   std::forward_list<orv::mpls_label_t> labels;
+   auto last = labels.before_begin();
+   for (const std::uint32_t label : message.label_stack())
+      last = labels.emplace_after(last, label);
+   return {actionType, std::move(labels)};
+}
+
+remote::NexthopGroupMplsAction convert(const orv::nexthop_group_mpls_action_t& action) {
+   remote::NexthopGroupMplsAction message;
+   message.set_action_type(convert(action.action_type()));
+   for (const orv::mpls_label_t label : action.label_stack())
+      message.add_label_stack(label.label());
+   return message;
+}
+
+}  // namespace OrvSdkRpc::types

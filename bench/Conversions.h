@@ -1,0 +1,12 @@
+// The figures of the conversions, which have no server: each direction against what protobuf takes to parse
+// the same bytes.
+#pragma once
+
+#include "Measurements.h"
+
+namespace bench {
+
+// convert_from_wire_RECORD and convert_to_wire_RECORD, nanoseconds.
+void measureConversions(const Setup& setup, Report& report);
+
+}  // namespace bench

@@ -1,0 +1,177 @@
+#include "EventSource.h"
+
+#include <malloc.h>
+#include <time.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <fstream>
+
+#include "OrvSdkRpc/handlers/StreamingToolkit.h"
+#include "zelt/Clock.h"
+
+namespace bench {
+namespace {
+
+constexpr std::int64_t microsecond = 1000;
+constexpr std::int64_t millisecond = 1000 * microsecond;
+
+std::vector<std::shared_ptr<OrvSdkRpc::RequestHandler>> watchersOf(OrvSdkRpc::AgentService& service) {
+   return service.subscriptions().getHandlers();
+}
+
+// The longest queue among the streams.
+std::size_t longestQueue(const std::vector<std::shared_ptr<OrvSdkRpc::RequestHandler>>& streams) {
+   std::size_t longest = 0;
+   for (const auto& stream : streams)
+      longest = std::max(longest, dynamic_cast<OrvSdkRpc::EventStream&>(*stream).queued());
+   return longest;
+}
+
+std::int64_t threadCpuNanos() {
+   timespec now{};
+   ::clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
+   return std::int64_t{now.tv_sec} * 1'000'000'000 + now.tv_nsec;
+}
+
+const std::string name = "bench-option";
+const std::string value = "a value of some length";
+
+}  // namespace
+
+OptionSource::OptionSource(const Pavo::Ptr<Gorm::TaskScheduler>& scheduler, OrvSdkRpc::AgentService& service)
+     : TimerTask(scheduler, "option source"), service_(service) {
+   scheduleTask();
+}
+
+void OptionSource::taskExecute() {
+   const auto streams = watchersOf(service_);
+   if (streams.empty()) {
+      scheduleTaskLowestDelay(millisecond);
+      return;
+   }
+   // About as many messages in one go, however many streams share them.
+   const std::size_t burst = std::max<std::size_t>(2048 / streams.size(), 8);
+   if (longestQueue(streams) > 2 * burst) {
+      scheduleTaskLowestDelay(50 * microsecond);
+      return;
+   }
+   for (std::size_t i = 0; i < burst; ++i)
+      service_.on_agent_option(name, value);
+   scheduleTask();
+}
+
+ClockSource::ClockSource(const Pavo::Ptr<Gorm::TaskScheduler>& scheduler, OrvSdkRpc::AgentService& service)
+     : TimerTask(scheduler, "clock source"), service_(service) {
+   scheduleTask();
+}
+
+void ClockSource::taskExecute() {
+   scheduleTaskLowestDelay(millisecond);
+   if (watchersOf(service_).empty()) return;
+   service_.on_agent_option(name, std::to_string(Zelt::Clock::steadyNanos()));
+}
+
+RatesSource::RatesSource(const Pavo::Ptr<Gorm::TaskScheduler>& scheduler,
+                         OrvSdkRpc::IntfTrafficRatesWatcher& watcher, std::size_t interfaces)
+     : TimerTask(scheduler, "rates source"), watcher_(watcher) {
+   for (std::size_t i = 1; i <= interfaces; ++i)
+      interfaces_.emplace_back("Ethernet" + std::to_string(i));
+   scheduleTask();
+}
+
+void RatesSource::taskExecute() {
+   if (!watcher_.watching()) {
+      watched_ = false;
+      scheduleTaskLowestDelay(millisecond);
+      return;
+   }
+   if (!watched_) {
+      watched_ = true;
+      published_ = written_;
+   }
+   constexpr std::uint64_t burst = 1000;
+   if (published_ - written_ + burst > interfaces_.size()) {
+      scheduleTaskLowestDelay(50 * microsecond);
+      return;
+   }
+   for (std::uint64_t i = 0; i < burst; ++i, ++published_) {
+      const auto rate = static_cast<double>(published_ + 1);
+      watcher_.onTrafficRatesUpdate(interfaces_[published_ % interfaces_.size()],
+                                    {.outPktsRate = rate,
+                                     .inPktsRate = rate + 0.5,
+                                     .outBitsRate = rate * 4096,
+                                     .inBitsRate = rate * 4096 + 0.5,
+                                     .sampleTime = 1.7e9 + rate});
+   }
+   scheduleTask();
+}
+
+PublishMeter::PublishMeter(const Pavo::Ptr<Gorm::TaskScheduler>& scheduler, OrvSdkRpc::AgentService& service,
+                           Options options)
+     : TimerTask(scheduler, "publish meter"), service_(service), options_(std::move(options)) {
+   scheduleTask();
+}
+
+void PublishMeter::taskExecute() {
+   const auto streams = watchersOf(service_);
+   if (streams.size() < options_.watchers) {
+      scheduleTaskLowestDelay(10 * millisecond);
+   } else if (options_.idle) {
+      measureIdle();
+   } else if (!blocked_) {
+      // More than a client that does not read has room for: the write stays outstanding.
+      blocked_ = true;
+      service_.on_agent_option(name, std::string(std::size_t{16} << 20, 'x'));
+      scheduleTaskLowestDelay(millisecond);
+   } else if (longestQueue(streams) > 0) {
+      scheduleTaskLowestDelay(10 * millisecond);
+   } else {
+      measureQueued();
+   }
+}
+
+void PublishMeter::measureQueued() {
+   constexpr std::size_t rounds = 40;
+   constexpr std::size_t perRound = 2500;
+   // The first round makes the queues what they are, and is not counted.
+   const auto round = [&] {
+      const auto start = Zelt::Clock::steadyNanos();
+      for (std::size_t i = 0; i < perRound; ++i)
+         service_.on_agent_option(name, value);
+      return static_cast<double>(Zelt::Clock::steadyNanos() - start) /
+             static_cast<double>(perRound * options_.watchers);
+   };
+   round();
+   const std::size_t before = ::mallinfo2().uordblks;
+   samples_.reserve(rounds);
+   for (std::size_t i = 0; i < rounds; ++i)
+      samples_.push_back(round());
+   bytesPerEvent_ =
+        static_cast<double>(::mallinfo2().uordblks - before) / static_cast<double>(rounds * perRound);
+   end();
+}
+
+void PublishMeter::measureIdle() {
+   constexpr std::size_t wanted = 200;
+   // The processor's time, since the pump runs beside.
+   const auto before = threadCpuNanos();
+   service_.on_agent_option(name, value);
+   samples_.push_back(static_cast<double>(threadCpuNanos() - before) /
+                      static_cast<double>(options_.watchers));
+   if (samples_.size() == wanted) end();
+   scheduleTaskLowestDelay(10 * millisecond);
+}
+
+void PublishMeter::end() const {
+   std::ofstream file(options_.resultFile);
+   file << "{\"bytes_per_event\": " << bytesPerEvent_ << ", \"ns\": [";
+   for (std::size_t i = 0; i < samples_.size(); ++i)
+      file << (i ? ", " : "") << samples_[i];
+   file << "]}\n";
+   file.close();
+   // The streams are as they were meant to be: full.
+   ::_exit(file ? 0 : 2);
+}
+
+}  // namespace bench

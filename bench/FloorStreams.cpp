@@ -1,0 +1,162 @@
+#include "FloorStreams.h"
+
+#include <fstream>
+#include <sstream>
+#include <stdexcept>
+
+#include "OrvSdkRpcProtos/agent.grpc.pb.h"
+#include "OrvSdkRpcProtos/intf.grpc.pb.h"
+#include "OrvSdkRpcProtos/intf_counter.grpc.pb.h"
+#include "OrvSdkRpcProtos/nexthop_group.grpc.pb.h"
+
+namespace bench {
+namespace {
+
+namespace rpc = orv::remote;
+
+// What all streams of one RPC have in common.
+template <class Response>
+struct Script {
+   Response message;
+   // Behind the messages of a dump; null for none.
+   const Response* last = nullptr;
+   // 0: without end.
+   std::uint64_t count = 0;
+   // Every write but the first may be held back for the next, as in a list.
+   bool buffered = false;
+   // Every write is of a copy.
+   bool fresh = false;
+};
+
+template <class Service, class Request, class Response>
+class StreamHandler final : public FloorHandler {
+public:
+   using Method = void (Service::*)(grpc::ServerContext*, Request*, grpc::ServerAsyncWriter<Response>*,
+                                    grpc::CompletionQueue*, grpc::ServerCompletionQueue*, void*);
+
+   StreamHandler(Service& service, grpc::ServerCompletionQueue& queue, Method method,
+                 const Script<Response>& script)
+        : service_(service), queue_(queue), method_(method), script_(script), writer_(&context_) {
+      if (script.buffered) options_.set_buffer_hint();
+      (service_.*method_)(&context_, &request_, &writer_, &queue_, &queue_, this);
+   }
+
+   void proceed(bool ok) override {
+      if (!ok || finished_) {
+         delete this;
+         return;
+      }
+      if (!arrived_) {
+         arrived_ = true;
+         new StreamHandler(service_, queue_, method_, script_);
+      }
+      if (script_.count == 0 || written_ < script_.count) {
+         write();
+      } else if (script_.last && !lastWritten_) {
+         lastWritten_ = true;
+         writer_.Write(*script_.last, this);
+      } else {
+         finished_ = true;
+         writer_.Finish(grpc::Status::OK, this);
+      }
+   }
+
+private:
+   void write() {
+      if (script_.fresh) {
+         writer_.Write(Response(script_.message), this);
+      } else if (written_++ == 0) {
+         writer_.Write(script_.message, this);
+      } else {
+         writer_.Write(script_.message, options_, this);
+      }
+   }
+
+   Service& service_;
+   grpc::ServerCompletionQueue& queue_;
+   Method method_;
+   const Script<Response>& script_;
+   grpc::ServerContext context_;
+   Request request_;
+   grpc::ServerAsyncWriter<Response> writer_;
+   grpc::WriteOptions options_;
+   std::uint64_t written_ = 0;
+   bool arrived_ = false;
+   bool lastWritten_ = false;
+   bool finished_ = false;
+};
+
+template <class Rpc, class Request, class Response>
+class Streams final : public FloorStreams {
+public:
+   using Service = typename Rpc::AsyncService;
+   using Method = typename StreamHandler<Service, Request, Response>::Method;
+
+   Streams(Method method, Script<Response> script) : method_(method), script_(std::move(script)) {}
+   void registerWith(grpc::ServerBuilder& builder) override { builder.RegisterService(&service_); }
+   void post(grpc::ServerCompletionQueue& queue) override {
+      new StreamHandler<Service, Request, Response>(service_, queue, method_, script_);
+   }
+
+private:
+   Service service_;
+   Method method_;
+   const Script<Response> script_;
+};
+
+template <class Message>
+Message read(const std::string& path) {
+   std::ifstream file(path, std::ios::binary);
+   std::ostringstream bytes;
+   bytes << file.rdbuf();
+   Message message;
+   if (!file || !message.ParseFromString(bytes.str())) {
+      throw std::runtime_error(path + " does not hold a " + message.GetTypeName());
+   }
+   return message;
+}
+
+}  // namespace
+
+std::unique_ptr<FloorStreams> FloorStreams::make(const FloorStreamOptions& options) {
+   const auto& file = options.messageFile;
+   if (options.rpc == "list") {
+      using Rpc = rpc::NexthopGroupMgrService;
+      using Made = Streams<Rpc, rpc::NexthopGroupsRequest, rpc::NexthopGroupsResponse>;
+      return std::make_unique<Made>(
+           &Rpc::AsyncService::Requestnexthop_groups,
+           Script<rpc::NexthopGroupsResponse>{
+                .message = read<rpc::NexthopGroupsResponse>(file), .count = options.count, .buffered = true});
+   }
+   if (options.rpc == "dump") {
+      static const rpc::WatchIntfResponse ack = [] {
+         rpc::WatchIntfResponse message;
+         message.set_ack(true);
+         return message;
+      }();
+      using Rpc = rpc::IntfMgrService;
+      using Made = Streams<Rpc, rpc::WatchIntfRequest, rpc::WatchIntfResponse>;
+      return std::make_unique<Made>(
+           &Rpc::AsyncService::Requestwatch,
+           Script<rpc::WatchIntfResponse>{
+                .message = read<rpc::WatchIntfResponse>(file), .last = &ack, .count = options.count});
+   }
+   if (options.rpc == "watch") {
+      using Rpc = rpc::AgentService;
+      using Made = Streams<Rpc, rpc::WatchAgentRequest, rpc::WatchAgentResponse>;
+      return std::make_unique<Made>(
+           &Rpc::AsyncService::Requestwatch,
+           Script<rpc::WatchAgentResponse>{.message = read<rpc::WatchAgentResponse>(file)});
+   }
+   if (options.rpc == "rates") {
+      using Rpc = rpc::IntfCounterMgrService;
+      using Made = Streams<Rpc, rpc::IntfTrafficRatesStreamRequest, rpc::IntfTrafficRatesStreamResponse>;
+      return std::make_unique<Made>(
+           &Rpc::AsyncService::Requestintf_traffic_rates_stream,
+           Script<rpc::IntfTrafficRatesStreamResponse>{
+                .message = read<rpc::IntfTrafficRatesStreamResponse>(file), .fresh = options.fresh});
+   }
+   return nullptr;
+}
+
+}  // namespace bench

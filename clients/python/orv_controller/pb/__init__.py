@@ -1,0 +1,1 @@
+"""Generated from OrvSdkRpcProtos/orvsdk.proto by regenerate.sh."""

@@ -1,0 +1,119 @@
+#include "orvctl/WatchRpcs.h"
+
+#include <map>
+#include <stdexcept>
+
+#include "orvctl/Descriptors.h"
+#include "orvctl/EnumWords.h"
+
+namespace orvctl {
+namespace {
+
+using google::protobuf::Descriptor;
+using google::protobuf::FieldDescriptor;
+using google::protobuf::Message;
+using google::protobuf::MessageFactory;
+using google::protobuf::MethodDescriptor;
+
+bool isWatch(const MethodDescriptor& method) {
+   if (!method.server_streaming() || method.name() == "watch_rpc_server_alive") return false;
+   return method.name().starts_with("watch") || method.name().ends_with("_stream");
+}
+
+// The words of the console and of the other commands; what has none is called as its RPC is.
+std::string wordOf(const MethodDescriptor& method) {
+   static const std::map<std::string, std::string> words = {
+        {"orv.remote.AclMgrService.watch", "acl"},
+        {"orv.remote.AgentService.watch", "agent"},
+        {"orv.remote.EthPhyIntfMgrService.watch", "phy"},
+        {"orv.remote.IntfMgrService.watch", "intf"},
+        {"orv.remote.IntfCounterMgrService.intf_traffic_rates_stream", "counters"},
+        {"orv.remote.NexthopGroupMgrService.watch", "nhg"},
+        {"OrvSdkRpc.pb.orvsdk_service.watch_sbfd_echo_session_status_msgs", "sbfd"},
+   };
+   const auto known = words.find(method.full_name());
+   return known != words.end() ? known->second : method.service()->name() + "/" + method.name();
+}
+
+const FieldDescriptor* fieldOf(const Descriptor& type, std::initializer_list<const char*> names) {
+   for (const char* name : names) {
+      if (const FieldDescriptor* field = type.FindFieldByName(name)) return field;
+   }
+   return nullptr;
+}
+
+WatchRpc describe(const MethodDescriptor& method) {
+   const Descriptor& request = *method.input_type();
+   WatchRpc watch{.word = wordOf(method),
+                  .method = &method,
+                  .all = fieldOf(request, {"all"}),
+                  .name = fieldOf(request, {"name"}),
+                  .intf = fieldOf(request, {"intf"}),
+                  .regex = fieldOf(request, {"intf_name_regex"}),
+                  .fieldsControl = fieldOf(request, {"fields_control"}),
+                  .ack = fieldOf(request, {"ack", "first_message", "send_initial_message"})};
+   if (watch.fieldsControl) {
+      watch.field = watch.fieldsControl->message_type()->FindFieldByName("fields")->enum_type();
+   }
+   return watch;
+}
+
+// Calls `each` with every part of the words that stands between commas.
+template <typename Each>
+void forEachPart(const std::vector<std::string>& words, Each each) {
+   for (const std::string& word : words) {
+      for (size_t from = 0; from <= word.size();) {
+         const size_t end = std::min(word.find(',', from), word.size());
+         each(word.substr(from, end - from));
+         from = end + 1;
+      }
+   }
+}
+
+}  // namespace
+
+const std::vector<WatchRpc>& watchRpcs() {
+   static const std::vector<WatchRpc> all = [] {
+      std::vector<WatchRpc> found;
+      for (const auto* service : linkedServices()) {
+         for (int i = 0; i < service->method_count(); ++i) {
+            if (isWatch(*service->method(i))) found.push_back(describe(*service->method(i)));
+         }
+      }
+      return found;
+   }();
+   return all;
+}
+
+const WatchRpc& watchRpc(const std::string& word) {
+   for (const WatchRpc& watch : watchRpcs()) {
+      if (watch.word == word) return watch;
+   }
+   throw std::logic_error("no watch is called " + word);
+}
+
+std::unique_ptr<Message> watchRequest(const WatchRpc& watch, const WatchChoice& choice) {
+   std::unique_ptr<Message> request(
+        MessageFactory::generated_factory()->GetPrototype(watch.method->input_type())->New());
+   const auto& reflection = *request->GetReflection();
+   if (watch.name && !choice.name.empty()) {
+      reflection.SetString(request.get(), watch.name, choice.name);
+   } else if (watch.intf && !choice.intf.empty()) {
+      Message* intf = reflection.MutableMessage(request.get(), watch.intf);
+      intf->GetReflection()->SetString(intf, intf->GetDescriptor()->FindFieldByName("name"), choice.intf);
+   } else if (watch.all) {
+      reflection.SetBool(request.get(), watch.all, true);
+   }
+   if (watch.regex) reflection.SetString(request.get(), watch.regex, choice.regex);
+   if (watch.ack && choice.ack) reflection.SetBool(request.get(), watch.ack, true);
+   if (watch.fieldsControl && !choice.fields.empty()) {
+      Message* control = reflection.MutableMessage(request.get(), watch.fieldsControl);
+      const FieldDescriptor* fields = control->GetDescriptor()->FindFieldByName("fields");
+      forEachPart(choice.fields, [&](const std::string& part) {
+         control->GetReflection()->AddEnumValue(control, fields, parseEnum("--fields", part, *watch.field));
+      });
+   }
+   return request;
+}
+
+}  // namespace orvctl

@@ -1,0 +1,38 @@
+// What the commands of the programming service have in common. Used from one thread.
+#pragma once
+
+#include <fmt/format.h>
+
+#include <string>
+
+#include "orvctl/Bulk.h"
+#include "orvctl/JsonText.h"
+#include "orvctl/Progress.h"
+
+namespace orvctl {
+
+// Sends one item by `rpc` and reports its status.
+template <typename Item, typename Method>
+int sendItem(Context& context, const char* rpc, Method method, const Item& item, const std::string& name) {
+   auto connection = context.connect();
+   const auto status = connection.call(rpc, method, item);
+   if (context.json) context.out << messageToJson(status) << '\n';
+   if (status.status() == OrvSdkRpc::pb::RPC_STATUS_OK) return kOk;
+   if (!context.json) context.err << fmt::format("{}: {}\n", name, statusText(status));
+   return kRefused;
+}
+
+// Sends a plan by the bulk RPC `rpc`, with a progress bar, and reports what failed. `describe(item)` names an
+// item.
+template <typename BulkRequest, typename Method, typename Describe>
+int sendItems(Context& context, const char* rpc, Method method, const BulkPlan<BulkRequest>& plan,
+              Describe describe) {
+   auto connection = context.connect();
+   Progress bar(context.err, context.interactive && !context.json, plan.size());
+   const auto result = sendBulk(
+        plan, [&](const auto& request) { return connection.call(rpc, method, request); }, describe,
+        [&](size_t done) { bar.doneIs(done); });
+   return reportBulk(context, result);
+}
+
+}  // namespace orvctl

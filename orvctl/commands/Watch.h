@@ -1,0 +1,14 @@
+// A watch as a command. Used from one thread.
+#pragma once
+
+#include <string>
+
+#include "orvctl/Context.h"
+#include "orvctl/WatchRpcs.h"
+
+namespace orvctl {
+
+// Adds the watch as the subcommand `name` of `parent`.
+void addWatchOf(CLI::App& parent, Context& context, const WatchRpc& watch, const std::string& name);
+
+}  // namespace orvctl

@@ -1,0 +1,291 @@
+#pragma once
+
+// A table of the platform's state: rows by key, one writer, readers that are told of changes.
+//
+// Readers are told from the main loop, after the changing call, of each row that has changed since they
+// looked; a row that changes several times meanwhile is told once. A new reader is told of every row present.
+// What a reader then reads is the row as it is at that moment.
+//
+// A Row with `std::uint64_t check() const` is verified at each read: one whose memory was damaged throws
+// TableCorruption until doCorruptionDetected has been called for it.
+//
+// Thread-safety: guarded by the activity lock, which every caller holds, also where a Reaction is dropped.
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <deque>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <type_traits>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+#include "gorm/TaskScheduler.h"
+#include "pavo/Ptr.h"
+#include "rillo/Reader.h"
+#include "rillo/TableCorruption.h"
+
+namespace Rillo {
+
+template <typename Key, typename Row, typename Hash = std::hash<Key>>
+class Table : public Pavo::RefCounted {
+   struct Subscription;
+
+public:
+   using key_type = Key;
+   using row_type = Row;
+
+   /// Called with the key of a row that was added, changed or removed.
+   using Reactor = std::function<void(const Key& key)>;
+   /// The same with the row as the reader was told of it last; nothing if it was not there then.
+   using ChangeReactor = std::function<void(const Key& key, const std::optional<Row>& before)>;
+
+   /// Keeps a reactor, and the table, for its own life. May be dropped inside the reactor.
+   class Reaction {
+   public:
+      Reaction() = default;
+
+   private:
+      friend class Table;
+      explicit Reaction(std::unique_ptr<Subscription> subscription)
+           : subscription_(std::move(subscription)) {}
+      std::unique_ptr<Subscription> subscription_;
+   };
+
+   /// `name` is for error texts.
+   explicit Table(std::string name) : name_(std::move(name)) {}
+
+   [[nodiscard]] const std::string& name() const { return name_; }
+   [[nodiscard]] std::size_t size() const { return size_; }
+   [[nodiscard]] bool contains(const Key& key) const {
+      const auto it = slots_.find(key);
+      return it != slots_.end() && entries_[it->second].present;
+   }
+
+   /// A copy of the row, or nothing. Throws TableCorruption.
+   [[nodiscard]] std::optional<Row> row(const Key& key) const {
+      const auto it = slots_.find(key);
+      if (it == slots_.end() || !entries_[it->second].present) return std::nullopt;
+      verify(it->second);
+      return entries_[it->second].row;
+   }
+
+   /// Keys in no particular order.
+   [[nodiscard]] std::vector<Key> keys() const {
+      std::vector<Key> result;
+      result.reserve(size_);
+      for (const auto& entry : entries_) {
+         if (entry.present) result.push_back(entry.key);
+      }
+      return result;
+   }
+
+   /// Sets a row. False when it was there just so.
+   bool rowIs(const Key& key, const Row& row) {
+      const auto slot = slotFor(key);
+      auto& entry = entries_[slot];
+      if (entry.present && entry.row == row && intact(entry)) return false;
+      noteChange(slot);
+      if (!entry.present) ++size_;
+      entry.present = true;
+      entry.row = row;
+      entry.check = checkOf(row);
+      return true;
+   }
+
+   /// False when there was none.
+   bool rowDel(const Key& key) {
+      const auto it = slots_.find(key);
+      if (it == slots_.end() || !entries_[it->second].present) return false;
+      const auto slot = it->second;
+      noteChange(slot);
+      entries_[slot].present = false;
+      --size_;
+      freeIfUnused(slot);
+      return true;
+   }
+
+   void clear() {
+      for (const auto& key : keys())
+         rowDel(key);
+   }
+
+   /// `reactor` is told of the rows that are present and from then on of changes.
+   [[nodiscard]] Reaction reactorIs(Reactor reactor,
+                                    const Pavo::Ptr<Gorm::TaskScheduler>& scheduler = mainScheduler()) const {
+      return subscribe(
+           [react = std::move(reactor)](const Key& key, const std::optional<Row>&) { react(key); }, false,
+           scheduler);
+   }
+   [[nodiscard]] Reaction changeReactorIs(
+        ChangeReactor reactor, const Pavo::Ptr<Gorm::TaskScheduler>& scheduler = mainScheduler()) const {
+      return subscribe(std::move(reactor), true, scheduler);
+   }
+
+   /// For the writer: how a damaged row is set right, by setting or deleting it.
+   void repairIs(std::function<void(const Key& key)> repair) { repair_ = std::move(repair); }
+   /// For whoever met a damaged row: has the writer repair it. A row that is not repaired is removed. Another
+   /// table's exception, or one that is out of date, does nothing.
+   void doCorruptionDetected(const TableCorruption& corruption) const {
+      const auto slot = corruption.slot();
+      const auto damaged = [&] {
+         return slot < entries_.size() && entries_[slot].present && !intact(entries_[slot]);
+      };
+      if (!damaged()) return;
+      ++corruptions_;
+      const Key key = entries_[slot].key;
+      if (repair_) repair_(key);
+      if (damaged()) const_cast<Table*>(this)->rowDel(key);
+   }
+   /// Damaged rows met so far.
+   [[nodiscard]] std::uint64_t corruptions() const { return corruptions_; }
+
+   /// Damages a row in memory, as a writer that dies halfway would; readers are told. False when there is no
+   /// row.
+   bool damageRow(const Key& key) requires std::is_trivially_copyable_v<Row> {
+      const auto it = slots_.find(key);
+      if (it == slots_.end() || !entries_[it->second].present) return false;
+      noteChange(it->second);
+      reinterpret_cast<unsigned char*>(&entries_[it->second].row)[0] ^= 1U;
+      return true;
+   }
+
+protected:
+   ~Table() override = default;
+
+private:
+   struct Entry {
+      Key key;
+      Row row{};
+      std::uint64_t check = 0;
+      std::uint32_t waiting = 0;  ///< readers that will be told of it; the slot keeps its key for them
+      bool present = false;
+   };
+
+   struct Subscription {
+      Pavo::Ptr<const Table> table;
+      std::shared_ptr<const ChangeReactor> react;
+      bool keepsBefore;
+      std::unordered_map<std::uint32_t, std::optional<Row>> before;  ///< of rows that wait
+      std::shared_ptr<Reader> reader;
+
+      Subscription(const Table* ofTable, ChangeReactor reactor, bool keeps)
+           : table(ofTable),
+             react(std::make_shared<const ChangeReactor>(std::move(reactor))),
+             keepsBefore(keeps) {}
+      Subscription(const Subscription&) = delete;
+      Subscription& operator=(const Subscription&) = delete;
+      ~Subscription() { table->unsubscribe(*this); }
+   };
+
+   static const Pavo::Ptr<Gorm::TaskScheduler>& mainScheduler() {
+      return Gorm::TaskSchedulerRoot::findOrCreateScheduler();
+   }
+
+   static std::uint64_t checkOf(const Row& row) {
+      if constexpr (requires { row.check(); }) {
+         return row.check();
+      } else {
+         return 0;
+      }
+   }
+   static bool intact(const Entry& entry) { return checkOf(entry.row) == entry.check; }
+   void verify(std::uint32_t slot) const {
+      if (!intact(entries_[slot])) {
+         throw TableCorruption(slot, fmt::format("table '{}': row {} is damaged", name_, slot));
+      }
+   }
+
+   std::uint32_t slotFor(const Key& key) {
+      const auto it = slots_.find(key);
+      if (it != slots_.end()) return it->second;
+      std::uint32_t slot = 0;
+      if (!free_.empty()) {
+         slot = free_.back();
+         free_.pop_back();
+         entries_[slot].key = key;
+      } else {
+         slot = static_cast<std::uint32_t>(entries_.size());
+         entries_.push_back({.key = key});
+      }
+      slots_.emplace(key, slot);
+      return slot;
+   }
+
+   void freeIfUnused(std::uint32_t slot) const {
+      auto& entry = entries_[slot];
+      if (entry.present || entry.waiting != 0) return;
+      slots_.erase(entry.key);
+      entry.key = Key{};
+      entry.row = Row{};
+      free_.push_back(slot);
+   }
+
+   // Before the row changes.
+   void noteChange(std::uint32_t slot) {
+      auto& entry = entries_[slot];
+      for (Subscription* reader : readers_) {
+         if (!reader->reader->changed(slot)) continue;
+         ++entry.waiting;
+         if (reader->keepsBefore) {
+            reader->before[slot] =
+                 entry.present && intact(entry) ? std::optional<Row>(entry.row) : std::nullopt;
+         }
+      }
+   }
+
+   Reaction subscribe(ChangeReactor reactor, bool keepsBefore,
+                      const Pavo::Ptr<Gorm::TaskScheduler>& scheduler) const {
+      auto made = std::make_unique<Subscription>(this, std::move(reactor), keepsBefore);
+      auto* const raw = made.get();
+      raw->reader = Reader::make(scheduler, fmt::format("reader of {}", name_),
+                                 [this, raw](std::uint32_t slot) { tell(*raw, slot); });
+      readers_.push_back(raw);
+      for (std::uint32_t slot = 0; slot < entries_.size(); ++slot) {
+         if (!entries_[slot].present) continue;
+         raw->reader->changed(slot);
+         ++entries_[slot].waiting;
+      }
+      return Reaction(std::move(made));
+   }
+
+   // Neither the subscription nor this table need survive the reactor's call.
+   void tell(Subscription& to, std::uint32_t slot) const {
+      auto& entry = entries_[slot];
+      const Key key = entry.key;
+      std::optional<Row> before;
+      if (to.keepsBefore) {
+         if (auto node = to.before.extract(slot)) before = std::move(node.mapped());
+      }
+      --entry.waiting;
+      freeIfUnused(slot);
+      const auto react = to.react;
+      (*react)(key, before);
+   }
+
+   void unsubscribe(Subscription& gone) const {
+      std::erase(readers_, &gone);
+      for (const auto slot : gone.reader->close()) {
+         --entries_[slot].waiting;
+         freeIfUnused(slot);
+      }
+   }
+
+   const std::string name_;
+   // Readers hold the table as constant; what they wait for is not part of its value.
+   mutable std::deque<Entry> entries_;
+   mutable std::unordered_map<Key, std::uint32_t, Hash> slots_;
+   mutable std::vector<std::uint32_t> free_;
+   mutable std::vector<Subscription*> readers_;
+   mutable std::uint64_t corruptions_ = 0;
+   std::size_t size_ = 0;
+   std::function<void(const Key& key)> repair_;
+};
+
+}  // namespace Rillo

@@ -1,0 +1,53 @@
+#pragma once
+
+// What one holder has mounted.
+// Thread-safety: guarded by the activity lock, which every caller holds, also where a group is destroyed.
+
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "tessel/EntityManager.h"
+
+namespace Tessel {
+
+/// Keeps its mounts until it is destroyed.
+class MountGroup : public Pavo::RefCounted {
+public:
+   explicit MountGroup(Pavo::Ptr<EntityManager> manager) : manager_(std::move(manager)) {}
+
+   /// Mounts the entity of type T at a path. A writer finds the entity that an earlier one left, or makes it
+   /// from `args`; a reader finds it when it is there, and null when it is not, or is of another type.
+   /// Throws what EntityManager::mount throws, std::runtime_error for a writer where the entity is of another
+   /// type, and std::logic_error for one that has to make an entity from arguments that do not make one.
+   template <typename T, typename... Args>
+   void mount(const std::string& path, MountMode mode, Args&&... args) {
+      Mount made = manager_->mount(path, mode);
+      if (mode == MountMode::write && !made.entity<T>()) {
+         if (made.entity<Pavo::RefCounted>()) refuseType(path, T::entityType);
+         if constexpr (requires { new T(std::forward<Args>(args)...); }) {
+            made.entityIs(Pavo::makePtr<T>(std::forward<Args>(args)...));
+         } else {
+            refuseArguments(path, T::entityType);
+         }
+      }
+      mounts_.push_back(std::move(made));
+   }
+
+   const Pavo::Ptr<EntityManager>& manager() const { return manager_; }
+   std::size_t size() const { return mounts_.size(); }
+
+protected:
+   ~MountGroup() override = default;
+
+private:
+   [[noreturn]] static void refuseType(const std::string& path, std::string_view type);
+   [[noreturn]] static void refuseArguments(const std::string& path, std::string_view type);
+
+   const Pavo::Ptr<EntityManager> manager_;
+   std::vector<Mount> mounts_;
+};
+
+}  // namespace Tessel

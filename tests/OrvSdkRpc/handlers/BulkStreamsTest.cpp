@@ -1,0 +1,401 @@
+#include "OrvSdkRpc/handlers/BulkStreams.h"
+
+#include <gtest/gtest.h>
+
+#include <map>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "fixture/StreamTest.h"
+#include "zelt/Clock.h"
+
+namespace OrvSdkRpc {
+namespace {
+
+using fixture::eventually;
+using fixture::PumpHold;
+using fixture::tracesWith;
+using RatesClient = fixture::StreamClient<test::RatesResponse>;
+using CountersClient = fixture::StreamClient<test::CountersResponse>;
+
+class RatesStreamTest : public fixture::StreamTest {
+protected:
+   std::unique_ptr<RatesClient> rates(const std::string& names = "", bool firstMessage = false) {
+      const std::size_t before = service_->rateStreams().getHandlers().size();
+      test::RatesRequest request;
+      request.set_name_regex(names);
+      request.set_first_message(firstMessage);
+      auto client = std::make_unique<RatesClient>(*stub_, &Stub::rates, request);
+      EXPECT_TRUE(eventually([&] { return service_->rateStreams().getHandlers().size() == before + 1; }));
+      return client;
+   }
+   static std::string port(int n) { return "Ethernet" + std::to_string(n); }
+};
+
+TEST_F(RatesStreamTest, anEntryForAKeyThatWaitsIsMergedAndSetsNoAlarm) {
+   const auto client = rates();
+   const fixture::TraceCapture traces("stream-probe/8-9");
+   {
+      PumpHold hold(*service_, *stub_);
+      test::RatesEntry entry;
+      entry.set_name(port(1));
+      entry.set_packets(1);
+      entry.set_bytes(100);
+      entry.add_samples(7);
+      service_->rateStreams().publishBulk<fixture::Rates>(port(1), entry);
+      entry.Clear();
+      entry.set_packets(2);
+      entry.add_samples(8);
+      service_->rateStreams().publishBulk<fixture::Rates>(port(1), entry);
+      EXPECT_EQ(tracesWith(traces, "Set alarm for handler 0x"), 1U);
+      EXPECT_EQ(tracesWith(traces, "Enqueue packets: 2 samples: 8 to handler 0x"), 1U);
+   }
+   const auto response = client->next();
+   ASSERT_TRUE(response);
+   ASSERT_EQ(response->data_size(), 1);
+   EXPECT_EQ(response->data(0).name(), port(1));
+   EXPECT_EQ(response->data(0).packets(), 2U);
+   EXPECT_EQ(response->data(0).bytes(), 100U);
+   EXPECT_EQ(response->data(0).samples_size(), 2);
+   EXPECT_TRUE(eventually([&] { return tracesWith(traces, "Wrote 1 entries to handler 0x") == 1; }));
+   EXPECT_EQ(tracesWith(traces, "Set alarm for handler 0x"), 1U);
+}
+
+TEST_F(RatesStreamTest, aThousandAndOneKeysMakeTwoBatchesEachFromAnAlarmOfItsOwn) {
+   const auto client = rates();
+   const fixture::TraceCapture traces("stream-probe/8");
+   {
+      PumpHold hold(*service_, *stub_);
+      for (int i = 0; i < 1001; ++i)
+         service_->publishRate(port(i), 1);
+   }
+   std::set<std::string> names;
+   for (const int size : {1000, 1}) {
+      const auto response = client->next();
+      ASSERT_TRUE(response);
+      EXPECT_EQ(response->data_size(), size);
+      for (const auto& entry : response->data())
+         EXPECT_TRUE(names.insert(entry.name()).second);
+   }
+   EXPECT_EQ(names.size(), 1001U);
+   EXPECT_TRUE(eventually([&] { return tracesWith(traces, "Wrote 1 entries to handler 0x") == 1; }));
+   EXPECT_EQ(tracesWith(traces, "Wrote 1000 entries to handler 0x"), 1U);
+   EXPECT_EQ(tracesWith(traces, "Set alarm for handler 0x"), 2U);
+   // The write that completed set the second alarm, and wrote nothing.
+   EXPECT_EQ(traces.countAt(8), traces.texts().size());
+}
+
+TEST_F(RatesStreamTest, keysThatComeWhileABatchStandsGoOutLaterEachOnce) {
+   const auto client = rates();
+   {
+      PumpHold hold(*service_, *stub_);
+      for (int i = 0; i < 1500; ++i)
+         service_->publishRate(port(i), 1);
+   }
+   auto first = client->next();
+   ASSERT_EQ(first->data_size(), 1000);
+   // Some of them fall in front of the resume point.
+   for (int i = 1500; i < 2500; ++i)
+      service_->publishRate(port(i), 1);
+   std::multiset<std::string> names;
+   for (const auto& entry : first->data())
+      names.insert(entry.name());
+   while (names.size() < 2500) {
+      const auto response = client->next();
+      ASSERT_TRUE(response);
+      for (const auto& entry : response->data())
+         names.insert(entry.name());
+   }
+   for (int i = 0; i < 2500; ++i)
+      EXPECT_EQ(names.count(port(i)), 1U) << i;
+}
+
+TEST_F(RatesStreamTest, theFirstMessageIsEmptyAndOnlyThereWhenAskedFor) {
+   const auto asked = rates("", true);
+   EXPECT_EQ(asked->next()->data_size(), 0);
+   const auto silent = rates();
+   service_->publishRate(port(1), 1);
+   EXPECT_EQ(asked->next()->data_size(), 1);
+   EXPECT_EQ(silent->next()->data_size(), 1);
+}
+
+TEST_F(RatesStreamTest, eachStreamHasAFilterOfWholeNames) {
+   const auto one = rates("Ethernet1");
+   const auto tens = rates("Ethernet1\\d");
+   for (const int n : {1, 10, 11, 2, 100})
+      service_->publishRate(port(n), 1);
+   std::set<std::string> names;
+   while (names.size() < 2) {
+      const auto response = tens->next();
+      ASSERT_TRUE(response);
+      for (const auto& entry : response->data())
+         names.insert(entry.name());
+   }
+   EXPECT_EQ(names, (std::set<std::string>{port(10), port(11)}));
+   const auto response = one->next();
+   ASSERT_EQ(response->data_size(), 1);
+   EXPECT_EQ(response->data(0).name(), port(1));
+}
+
+TEST_F(RatesStreamTest, aBadExpressionIsTheStatusOfTheCall) {
+   for (const bool firstMessage : {false, true}) {
+      test::RatesRequest request;
+      request.set_name_regex("(");
+      request.set_first_message(firstMessage);
+      RatesClient client(*stub_, &Stub::rates, request);
+      EXPECT_EQ(client.finish().error_code(), grpc::StatusCode::INVALID_ARGUMENT);
+   }
+   expectAllFreed("Rates");
+   EXPECT_EQ(service_->rateStreams().started, 0);
+   EXPECT_EQ(service_->rateStreams().stopped, 0);
+}
+
+TEST_F(RatesStreamTest, aSlowClientGetsTheLatestValuesAndStaysConnected) {
+   const auto client = rates();
+   // More than the client's window, and nobody reads.
+   test::RatesEntry big;
+   big.set_name(std::string(8U << 20, 'x'));
+   service_->rateStreams().publishBulk<fixture::Rates>(std::string("big"), big);
+   for (std::uint64_t value = 1; value <= 300'000; ++value)
+      service_->publishRate(port(1), value);
+   EXPECT_EQ(service_->rateStreams().getHandlers().size(), 1U);
+   std::uint64_t last = 0;
+   int responses = 0;
+   while (last != 300'000) {
+      const auto response = client->next();
+      ASSERT_TRUE(response);
+      ++responses;
+      for (const auto& entry : response->data())
+         last = entry.packets();
+   }
+   EXPECT_LT(responses, 1000);
+}
+
+TEST_F(RatesStreamTest, aClientThatLeavesIsFreedWithWhatWaits) {
+   const auto idle = rates();
+   const auto writing = rates();
+   test::RatesEntry big;
+   big.set_name(std::string(8U << 20, 'x'));
+   service_->rateStreams().publishBulk<fixture::Rates>(std::string("big"), big);
+   for (int i = 0; i < 100; ++i)
+      service_->publishRate(port(i), 1);
+   idle->cancel();
+   writing->cancel();
+   expectAllFreed("Rates");
+   EXPECT_TRUE(eventually([&] { return !service_->rateStreams().watching; }));
+   EXPECT_TRUE(eventually([&] { return fixture::liveHandlers("test::RatesEntry") == 0; }));
+}
+
+class CountersStreamTest : public fixture::StreamTest {
+protected:
+   using Entry = test::CountersEntry;
+
+   std::unique_ptr<CountersClient> counters() {
+      auto client = std::make_unique<CountersClient>(*stub_, &Stub::counters, test::CountersRequest());
+      EXPECT_TRUE(eventually([&] { return service_->counterStreams().getHandlers().size() == 1; }));
+      return client;
+   }
+   // A stream whose empty snapshot has been received.
+   std::unique_ptr<CountersClient> live() {
+      auto client = counters();
+      EXPECT_EQ(client->next()->data_size(), 0);
+      return client;
+   }
+   static Entry entry(std::uint64_t key, std::uint64_t packets) {
+      Entry entry;
+      entry.set_key(key);
+      entry.mutable_counters()->set_packets(packets);
+      entry.set_policy_action("drop");
+      return entry;
+   }
+   static Entry named(Entry entry) {
+      entry.set_key_name("name");
+      return entry;
+   }
+   static Entry deleted(std::uint64_t key) {
+      Entry entry;
+      entry.set_key(key);
+      entry.set_key_name("name");
+      entry.set_operation(Entry::OPERATION_DELETE);
+      return entry;
+   }
+};
+
+TEST_F(CountersStreamTest, anEmptySnapshotIsOneEmptyResponse) {
+   const fixture::TraceCapture traces("stream-probe/9");
+   const auto client = counters();
+   EXPECT_EQ(client->next()->data_size(), 0);
+   EXPECT_TRUE(eventually([&] { return tracesWith(traces, "handler 0x") == 1; }));
+   EXPECT_TRUE(traces.texts().back().ends_with("end of dump"));
+   service_->publishCounter(entry(1, 1));
+   EXPECT_EQ(client->next()->data_size(), 1);
+}
+
+TEST_F(CountersStreamTest, theSnapshotComesWholeAndLiveEntriesWaitForItsEnd) {
+   for (std::uint64_t i = 1; i <= 3; ++i) {
+      test::CountersResponse response;
+      *response.add_data() = entry(i, i);
+      *response.add_data() = entry(100 + i, i);
+      change([&] { service_->snapshot.push_back(response); });
+   }
+   // The controller is told before the snapshot has gone out, so these come in the middle of it.
+   change([&] {
+      service_->counterStreams().onStart = [&] {
+         service_->publishCounter(entry(1, 10));
+         service_->publishCounter(entry(7, 7));
+      };
+   });
+   const auto client = counters();
+   for (std::uint64_t i = 1; i <= 3; ++i) {
+      const auto response = client->next();
+      ASSERT_EQ(response->data_size(), 2);
+      EXPECT_EQ(response->data(0).key(), i);
+   }
+   EXPECT_EQ(client->next()->data_size(), 0);
+   const auto live = client->next();
+   ASSERT_EQ(live->data_size(), 2);
+   EXPECT_EQ(live->data(0).counters().packets(), 10U);
+   EXPECT_EQ(live->data(1).key(), 7U);
+}
+
+TEST_F(CountersStreamTest, anUpdateReplacesWhatWaits) {
+   const auto client = live();
+   {
+      PumpHold hold(*service_, *stub_);
+      service_->publishCounter(named(entry(1, 1)));
+      service_->publishCounter(entry(1, 2));
+   }
+   const auto response = client->next();
+   ASSERT_EQ(response->data_size(), 1);
+   EXPECT_EQ(response->data(0).key_name(), "name");
+   EXPECT_EQ(response->data(0).counters().packets(), 2U);
+}
+
+TEST_F(CountersStreamTest, aKeyThatIsDeletedBeforeItWasSentVanishes) {
+   const auto client = live();
+   {
+      PumpHold hold(*service_, *stub_);
+      service_->publishCounter(named(entry(1, 1)));
+      service_->publishCounter(deleted(1));
+   }
+   service_->publishCounter(entry(2, 2));
+   const auto response = client->next();
+   ASSERT_EQ(response->data_size(), 1);
+   EXPECT_EQ(response->data(0).key(), 2U);
+}
+
+TEST_F(CountersStreamTest, aKeyThatIsDeletedAfterItWasSentIsReportedWithoutNumbers) {
+   const auto client = live();
+   {
+      PumpHold hold(*service_, *stub_);
+      service_->publishCounter(entry(1, 1));
+      service_->publishCounter(deleted(1));
+   }
+   const auto response = client->next();
+   ASSERT_EQ(response->data_size(), 1);
+   EXPECT_EQ(response->data(0).key(), 1U);
+   EXPECT_EQ(response->data(0).operation(), Entry::OPERATION_DELETE);
+   EXPECT_FALSE(response->data(0).has_counters());
+   EXPECT_EQ(response->data(0).policy_action(), "");
+}
+
+TEST_F(CountersStreamTest, theTimeOfALiveEntryIsOfTheWallClock) {
+   const auto client = live();
+   Entry sample = entry(1, 1);
+   sample.mutable_counters()->set_time(Zelt::Clock::seconds(Zelt::Clock::steadyNanos()));
+   const double before = Zelt::Clock::seconds(Zelt::Clock::wallNanos());
+   service_->publishCounter(sample);
+   EXPECT_NEAR(client->next()->data(0).counters().time(), before, 10.0);
+}
+
+TEST_F(CountersStreamTest, aBatchIsAtMostAsLargeAsItsLimit) {
+   const auto client = live();
+   {
+      PumpHold hold(*service_, *stub_);
+      for (std::uint64_t i = 1; i <= 100; ++i) {
+         Entry large = entry(i, 1);
+         large.set_key_name(std::string(1500, 'x'));
+         service_->publishCounter(large);
+      }
+   }
+   std::size_t most = 0;
+   int entries = 0;
+   int responses = 0;
+   for (; entries < 100; ++responses) {
+      const auto response = client->next();
+      ASSERT_TRUE(response);
+      entries += response->data_size();
+      most = std::max(most, response->ByteSizeLong());
+   }
+   EXPECT_LE(most, 65535U + 4U);
+   EXPECT_GT(most, 65535U - 1600U);
+   EXPECT_EQ(responses, 3);
+}
+
+TEST_F(CountersStreamTest, anEntryAboveTheLimitGoesOutNeverAndResponsesAreEmpty) {
+   const auto client = live();
+   Entry large = entry(5, 1);
+   large.set_key_name(std::string(70'000, 'x'));
+   service_->publishCounter(large);
+   for (int i = 0; i < 5; ++i)
+      EXPECT_EQ(client->next()->data_size(), 0);
+}
+
+TEST_F(CountersStreamTest, aRequestThatIsNotServedGetsItsWords) {
+   test::CountersRequest request;
+   request.set_compress_keys(false);
+   CountersClient refused(*stub_, &Stub::counters, request);
+   const grpc::Status status = refused.finish();
+   EXPECT_EQ(status.error_code(), grpc::StatusCode::INVALID_ARGUMENT);
+   EXPECT_EQ(status.error_message(), "disabling compression is not supported");
+   EXPECT_EQ(service_->counterStreams().started, 0);
+   request.set_compress_keys(true);
+   CountersClient served(*stub_, &Stub::counters, request);
+   EXPECT_TRUE(served.next());
+}
+
+TEST_F(CountersStreamTest, aClientThatLeavesDuringTheSnapshotEndsIt) {
+   test::CountersResponse response;
+   Entry large = entry(1, 1);
+   large.set_key_name(std::string(1U << 20, 'x'));
+   *response.add_data() = large;
+   change([&] { service_->snapshot.assign(50, response); });
+   {
+      const auto client = counters();
+      ASSERT_TRUE(client->next());
+      service_->publishCounter(entry(2, 2));
+   }
+   expectAllFreed("Counters");
+   EXPECT_FALSE(service_->counterStreams().watching);
+}
+
+TEST(BulkStreams, anOperationThatIsNoneEndsTheProcess) {
+   test::CountersEntry old;
+   test::CountersEntry fresh;
+   fresh.set_operation(static_cast<test::CountersEntry::Operation>(5));
+   EXPECT_DEATH(fixture::Counters::coalesce(old, fresh), "invalid value for operation");
+}
+
+TEST(BulkStreams, theSizeOfABatchIsThatOfItsResponse) {
+   BatchBytes bytes(65535);
+   test::CountersResponse response;
+   for (const std::size_t size : {0, 1, 100, 127, 128, 20'000}) {
+      test::CountersEntry entry;
+      entry.set_key_name(std::string(size, 'x'));
+      *response.add_data() = entry;
+      bytes.add(entry);
+   }
+   test::CountersEntry last;
+   // What is left for one more entry, by its own size: three bytes of header in front of the text.
+   last.set_key_name(std::string(65535 - response.ByteSizeLong() - 4, 'x'));
+   ASSERT_EQ(last.ByteSizeLong() + response.ByteSizeLong(), 65535U);
+   EXPECT_TRUE(bytes.fits(last));
+   last.mutable_key_name()->push_back('x');
+   EXPECT_FALSE(bytes.fits(last));
+   bytes.clear();
+   EXPECT_TRUE(bytes.fits(last));
+}
+
+}  // namespace
+}  // namespace OrvSdkRpc

@@ -1,0 +1,220 @@
+#include "OrvSdkRpc/handlers/GenericBacklog.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <atomic>
+#include <functional>
+#include <map>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "fixture/StreamTest.h"
+#include "gorm/TaskScheduler.h"
+#include "zelt/ActivityLock.h"
+#include "zelt/Anchors.h"
+#include "zelt/Clock.h"
+
+namespace OrvSdkRpc {
+namespace {
+
+// A key is its own hash, so the order of the table is that of the numbers.
+using Handled = std::vector<std::pair<int, test::WatchResponse>>;
+
+struct Record {
+   Handled* handled;
+   std::function<void(int)>* onHandle;
+
+   void operator()(int key, test::WatchResponse& message) {
+      handled->emplace_back(key, std::move(message));
+      if (*onHandle) (*onHandle)(key);
+   }
+};
+
+class GenericBacklogTest : public testing::Test {
+protected:
+   void run() {
+      Zelt::ActivityLockAnchor lock(scheduler_->lock());
+      scheduler_->runReady(Zelt::nanosPerSecond);
+   }
+   // Runs one execution of the backlog's task, which the scheduler asks to yield all the time.
+   std::vector<int> oneYieldingRun() {
+      handled_.clear();
+      Gorm::TaskScheduler& scheduler = *scheduler_;
+      onHandle_ = [&](int) { urgent_->scheduleTask(); };
+      Zelt::ActivityLockAnchor lock(scheduler.lock());
+      scheduler.runReady(0);
+      onHandle_ = {};
+      urgent_->unscheduleTask();
+      return keys();
+   }
+   std::vector<int> keys() const {
+      std::vector<int> keys;
+      for (const auto& [key, message] : handled_)
+         keys.push_back(key);
+      return keys;
+   }
+   void add(std::initializer_list<int> keys) {
+      Zelt::ActivityLockAnchor lock(scheduler_->lock());
+      for (const int key : keys)
+         backlog_.get(key);
+   }
+
+   Pavo::Ptr<Gorm::TaskScheduler> scheduler_ = Pavo::makePtr<Gorm::TaskScheduler>("test");
+   Pavo::Ptr<Gorm::Task> urgent_ =
+        Pavo::makePtr<Gorm::Task>(scheduler_, "urgent", Gorm::priorityUrgent, [] {});
+   Handled handled_;
+   std::function<void(int)> onHandle_;
+   GenericBacklog<int, test::WatchResponse, Record> backlog_{"backlog", scheduler_,
+                                                             Record{&handled_, &onHandle_}};
+};
+
+TEST_F(GenericBacklogTest, eventsOfOneKeyBecomeOneMessageWithTheLastValues) {
+   backlog_.get(1).set_number(10);
+   backlog_.get(1).set_number(20);
+   backlog_.get(1).set_key("another field");
+   run();
+   ASSERT_EQ(handled_.size(), 1U);
+   EXPECT_EQ(handled_[0].first, 1);
+   EXPECT_EQ(handled_[0].second.number(), 20U);
+   EXPECT_EQ(handled_[0].second.key(), "another field");
+   backlog_.get(1);
+   run();
+   EXPECT_EQ(handled_[1].second.number(), 0U);
+}
+
+TEST_F(GenericBacklogTest, aSchedulerThatAlwaysSaysYieldGetsOneEntryARun) {
+   add({30, 10, 20});
+   EXPECT_EQ(oneYieldingRun(), std::vector<int>{10});
+   EXPECT_EQ(backlog_.pending().resumeKey(), 20);
+   EXPECT_EQ(oneYieldingRun(), std::vector<int>{20});
+   EXPECT_EQ(oneYieldingRun(), std::vector<int>{30});
+   EXPECT_TRUE(backlog_.pending().empty());
+   EXPECT_EQ(oneYieldingRun(), std::vector<int>{});
+}
+
+TEST_F(GenericBacklogTest, aKeyInFrontOfTheResumePointComesInTheRunAfter) {
+   add({10, 20, 30});
+   EXPECT_EQ(oneYieldingRun(), std::vector<int>{10});
+   add({5, 25});
+   run();
+   EXPECT_EQ(keys(), (std::vector<int>{10, 20, 25, 30, 5}));
+   EXPECT_TRUE(backlog_.pending().empty());
+}
+
+TEST_F(GenericBacklogTest, anEventForAKeyThatWasHandedOnComesAgain) {
+   add({10, 20});
+   EXPECT_EQ(oneYieldingRun(), std::vector<int>{10});
+   backlog_.get(10).set_number(2);
+   run();
+   ASSERT_EQ(keys(), (std::vector<int>{10, 20, 10}));
+   EXPECT_EQ(handled_[2].second.number(), 2U);
+}
+
+TEST_F(GenericBacklogTest, anEmptyTableIsNothingAndAsksForNoRun) {
+   backlog_.handleBacklogTask();
+   EXPECT_TRUE(handled_.empty());
+   const Zelt::ActivityLockAnchor lock(scheduler_->lock());
+   EXPECT_FALSE(scheduler_->hasReady());
+}
+
+TEST_F(GenericBacklogTest, theTaskTellsWhatItDidAndWhatIsLeft) {
+   const auto counts = [&] {
+      std::pair<std::uint64_t, std::uint64_t> both;
+      Zelt::ActivityLockAnchor lock(scheduler_->lock());
+      scheduler_->forEachTask([&](const Gorm::Task& task) {
+         if (task.name() == "backlog") both = {task.workCount(), task.workPending()};
+      });
+      return both;
+   };
+   add({1, 2, 3});
+   oneYieldingRun();
+   EXPECT_EQ(counts(), (std::pair<std::uint64_t, std::uint64_t>{1, 2}));
+   run();
+   EXPECT_EQ(counts(), (std::pair<std::uint64_t, std::uint64_t>{3, 0}));
+}
+
+TEST_F(GenericBacklogTest, whatIsPendingGoesWithTheBacklog) {
+   {
+      Zelt::ActivityLockAnchor lock(scheduler_->lock());
+      GenericBacklog<int, test::WatchResponse, Record> other("other", scheduler_,
+                                                             Record{&handled_, &onHandle_});
+      other.get(1);
+   }
+   run();
+   EXPECT_TRUE(handled_.empty());
+}
+
+// The way of a service: callbacks on the main loop, a watcher of all ports, a million link changes.
+TEST(GenericBacklog, aStormReachesTheWatcherAsTheLastStateOfEachPortAndThePingStaysQuick) {
+   auto* const service = new fixture::StreamProbe;
+   fixture::RunningServer running{std::unique_ptr<fixture::StreamProbe>(service)};
+   const auto stub = running.stub<test::StreamProbeService>();
+   struct Publish {
+      fixture::StreamProbe* service;
+      void operator()(int, test::WatchResponse& message) {
+         service->subscriptions().publish<fixture::Watch>(message);
+      }
+   };
+   const auto scheduler = Pavo::makePtr<Gorm::TaskScheduler>("storm");
+   GenericBacklog<int, test::WatchResponse, Publish> backlog("backlog", scheduler, Publish{service});
+   test::WatchRequest request;
+   request.set_all(true);
+   fixture::StreamClient<test::WatchResponse> client(*stub, &test::StreamProbeService::Stub::watch, request);
+   ASSERT_TRUE(fixture::eventually([&] { return service->subscriptions().getHandlers().size() == 1; }));
+
+   constexpr int ports = 64;
+   constexpr std::uint64_t changes = 1'000'000;
+   std::thread loop([&] { scheduler->run(); });
+   std::vector<std::int64_t> pings;
+   std::int64_t asked = 0;
+   const auto ping = Pavo::makePtr<Gorm::Task>(scheduler, "ping", Gorm::priorityUrgent, [&] {
+      pings.push_back(Zelt::Clock::steadyNanos() - asked);
+      asked = 0;
+   });
+   // The changes come in callbacks of one task, as the switch makes them, and somebody pings all the time.
+   std::uint64_t made = 0;
+   Gorm::Task* self = nullptr;
+   const auto storm = Pavo::makePtr<Gorm::Task>(scheduler, "storm", Gorm::priorityNormal, [&] {
+      while (made < changes && !self->taskShouldYield()) {
+         const int port = static_cast<int>(made % ports);
+         test::WatchResponse& message = backlog.get(port);
+         message.set_key(std::to_string(port));
+         message.set_number(++made);
+         if (made % 1000 == 0 && asked == 0) {
+            asked = Zelt::Clock::steadyNanos();
+            ping->scheduleTask();
+         }
+      }
+      if (made < changes) self->scheduleTask();
+   });
+   self = storm.get();
+   storm->scheduleTask();
+
+   std::map<std::string, std::uint64_t> last;
+   std::uint64_t received = 0;
+   while (last.size() < ports || std::any_of(last.begin(), last.end(), [](const auto& port) {
+             return port.second <= changes - ports;
+          })) {
+      const auto response = client.next();
+      ASSERT_TRUE(response);
+      std::uint64_t& number = last[response->key()];
+      EXPECT_LT(number, response->number());
+      number = response->number();
+      ++received;
+   }
+   scheduler->stop();
+   loop.join();
+   EXPECT_LT(received, changes / 10);
+   // The slowest few are the machine's own: it may run something else for a while.
+   std::sort(pings.begin(), pings.end());
+   ASSERT_GE(pings.size(), 10U);
+   EXPECT_LT(pings[pings.size() * 9 / 10], 10 * Zelt::nanosPerMilli * fixture::slowdown());
+   storm->retire();
+   ping->retire();
+}
+
+}  // namespace
+}  // namespace OrvSdkRpc

@@ -1,0 +1,421 @@
+#include "OrvSdkRpc/handlers/StreamingToolkit.h"
+
+#include <gtest/gtest.h>
+#include <malloc.h>
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "fixture/StreamTest.h"
+
+namespace OrvSdkRpc {
+namespace {
+
+using fixture::tracesWith;
+
+// A stream without a call: what it writes and how it ends is recorded.
+class LooseStream final : public EventStream, public std::enable_shared_from_this<LooseStream> {
+public:
+   LooseStream(GrpcService& service, grpc::ServerCompletionQueue& cq, unsigned long queueLimit)
+        : EventStream(service.nextOpaqueId(), service.server(), cq, service) {
+      queueLimit_ = queueLimit;
+   }
+
+   std::shared_ptr<RequestHandler> chain(OpaqueId) override { return nullptr; }
+   void publish(const std::string& key, bool ack = false) {
+      auto message = std::make_shared<test::WatchResponse>();
+      message->set_key(key);
+      message->set_ack(ack);
+      enqueue(std::move(message), ack);
+   }
+   void publishAck() override { publish("", true); }
+   [[nodiscard]] CqEventSource source() {
+      MutexLock lock(mutex_);
+      return source_;
+   }
+   void sourceIs(CqEventSource source) {
+      MutexLock lock(mutex_);
+      source_ = source;
+   }
+   [[nodiscard]] OpaqueId alarmTag() const { return alarmTag_; }
+   [[nodiscard]] OpaqueId writeTag() const { return writeTag_; }
+
+   struct Written {
+      std::string key;
+      OpaqueId tag;
+      bool withOptions;
+      bool ack;
+   };
+   std::vector<Written> written;
+   std::optional<grpc::Status> finished;
+   bool wantsAll = true;
+   bool ackRequested = false;
+   bool isCancelled = false;
+   int subscribed = 0;
+   int left = 0;
+
+private:
+   [[nodiscard]] std::string peer() const override { return "unix:"; }
+   [[nodiscard]] bool cancelled() const override { return isCancelled; }
+   [[nodiscard]] std::shared_ptr<RequestHandler> self() override { return shared_from_this(); }
+   void write(const google::protobuf::Message& message, OpaqueId tag,
+              const grpc::WriteOptions* options) override {
+      const auto& response = static_cast<const test::WatchResponse&>(message);
+      written.push_back({response.key(), tag, options != nullptr, response.ack()});
+   }
+   void finishStream(const grpc::Status& status) override { finished = status; }
+   void subscribe() override { ++subscribed; }
+   void cancel() override {
+      // Would not return if the stream still held its mutex.
+      static_cast<void>(queued());
+      ++left;
+   }
+   [[nodiscard]] bool wants(const google::protobuf::Message&) const override { return wantsAll; }
+   [[nodiscard]] bool ackWanted() override { return ackRequested; }
+};
+
+// The stream's alarms come to a queue of the test's own, so that every event is delivered by hand.
+class EventStreamTest : public fixture::StreamTest {
+protected:
+   void TearDown() override {
+      service_->removeHandler(stream_->tag());
+      service_->removeHandler(stream_->alarmTag());
+      service_->removeHandler(stream_->writeTag());
+      cq_->Shutdown();
+      OpaqueId tag = nullptr;
+      bool ok = false;
+      while (cq_->Next(&tag, &ok))
+         service_->events().end();
+   }
+
+   void begin(unsigned long limit = streamQueueLimit, bool ack = false) {
+      stream_ = std::make_shared<LooseStream>(*service_, *cq_, limit);
+      stream_->ackRequested = ack;
+      service_->registerHandler(stream_);
+      stream_->process(stream_->tag());
+   }
+   // Waits for the alarm and delivers it.
+   void alarm() {
+      OpaqueId tag = nullptr;
+      bool ok = false;
+      ASSERT_TRUE(cq_->Next(&tag, &ok));
+      service_->events().end();
+      EXPECT_EQ(tag, stream_->alarmTag());
+      if (stream_->state() == 1) stream_->process(tag);
+   }
+   [[nodiscard]] bool alarmWaits() {
+      OpaqueId tag = nullptr;
+      bool ok = false;
+      const auto event = cq_->AsyncNext(&tag, &ok, gpr_inf_past(GPR_CLOCK_REALTIME));
+      if (event == grpc::CompletionQueue::GOT_EVENT) service_->events().end();
+      return event == grpc::CompletionQueue::GOT_EVENT;
+   }
+   void writeCompletes() { stream_->process(stream_->writeTag()); }
+
+   grpc::ServerBuilder builder_;
+   std::unique_ptr<grpc::ServerCompletionQueue> cq_ = builder_.AddCompletionQueue();
+   std::shared_ptr<LooseStream> stream_;
+};
+
+TEST_F(EventStreamTest, startsByTakingItsTagsAndSubscribing) {
+   begin();
+   EXPECT_EQ(stream_->state(), 1);
+   EXPECT_EQ(stream_->subscribed, 1);
+   EXPECT_EQ(service_->findHandler(stream_->alarmTag()), stream_);
+   EXPECT_EQ(service_->findHandler(stream_->writeTag()), stream_);
+   EXPECT_NE(stream_->alarmTag(), stream_->writeTag());
+   EXPECT_EQ(stream_->queued(), 0U);
+   EXPECT_EQ(stream_->source(), CqEventSource::None);
+}
+
+TEST_F(EventStreamTest, anAcknowledgementIsQueuedWhenTheRequestAsksForOne) {
+   begin(streamQueueLimit, true);
+   alarm();
+   ASSERT_EQ(stream_->written.size(), 1U);
+   EXPECT_TRUE(stream_->written[0].ack);
+}
+
+TEST_F(EventStreamTest, aMessageIntoAnIdleStreamSetsTheAlarmAndIsWrittenWhenItFires) {
+   begin();
+   const fixture::TraceCapture traces("stream-probe/0-9");
+   stream_->publish("a");
+   EXPECT_EQ(stream_->source(), CqEventSource::Alarm);
+   EXPECT_TRUE(stream_->written.empty());
+   alarm();
+   ASSERT_EQ(stream_->written.size(), 1U);
+   EXPECT_EQ(stream_->written[0].key, "a");
+   EXPECT_EQ(stream_->written[0].tag, stream_->writeTag());
+   EXPECT_FALSE(stream_->written[0].withOptions);
+   EXPECT_EQ(stream_->source(), CqEventSource::Write);
+   writeCompletes();
+   EXPECT_EQ(stream_->source(), CqEventSource::None);
+   EXPECT_EQ(stream_->written.size(), 1U);
+   const std::string tag = fmt::format("{}", stream_->tag());
+   const std::string alarmTag = fmt::format("{}", stream_->alarmTag());
+   const std::string writeTag = fmt::format("{}", stream_->writeTag());
+   EXPECT_EQ(traces.texts(),
+             (std::vector<std::string>{"Enqueue key: \"a\" to handler " + tag,
+                                       "Set alarm for handler " + tag + "\n",
+                                       "process handler " + tag + " source ALARM tag " + alarmTag,
+                                       "Write key: \"a\" to handler " + tag + " tag " + writeTag,
+                                       "process handler " + tag + " source WRITE tag " + writeTag}));
+   EXPECT_EQ(traces.countAt(8), 1U);
+   EXPECT_EQ(traces.countAt(9), 4U);
+}
+
+TEST_F(EventStreamTest, twoMessagesBeforeTheAlarmFiresMakeOneAlarmAndTwoWrites) {
+   begin();
+   stream_->publish("a");
+   stream_->publish("b");
+   alarm();
+   EXPECT_EQ(stream_->written.size(), 1U);
+   writeCompletes();
+   ASSERT_EQ(stream_->written.size(), 2U);
+   EXPECT_EQ(stream_->written[0].key, "a");
+   EXPECT_EQ(stream_->written[1].key, "b");
+   EXPECT_TRUE(stream_->written[1].withOptions);
+   writeCompletes();
+   EXPECT_EQ(stream_->source(), CqEventSource::None);
+   EXPECT_FALSE(alarmWaits());
+}
+
+TEST_F(EventStreamTest, aMessageDuringAWriteWaitsForItsCompletionAndSetsNoAlarm) {
+   begin();
+   stream_->publish("a");
+   alarm();
+   stream_->publish("b");
+   EXPECT_EQ(stream_->source(), CqEventSource::Write);
+   EXPECT_FALSE(alarmWaits());
+   writeCompletes();
+   ASSERT_EQ(stream_->written.size(), 2U);
+   EXPECT_EQ(stream_->written[1].key, "b");
+   writeCompletes();
+   stream_->publish("c");
+   EXPECT_EQ(stream_->source(), CqEventSource::Alarm);
+   alarm();
+   EXPECT_EQ(stream_->written.size(), 3U);
+}
+
+TEST_F(EventStreamTest, exactlyTheLimitIsHeldAndTheNextMessageEndsTheStream) {
+   begin();
+   stream_->publish("first");
+   alarm();
+   const fixture::TraceCapture traces("stream-probe/3");
+   const auto message = std::make_shared<test::WatchResponse>();
+   for (unsigned long i = 0; i < 262144; ++i)
+      stream_->enqueue(message, false);
+   EXPECT_EQ(stream_->queued(), 262144U);
+   EXPECT_EQ(stream_->left, 0);
+   EXPECT_TRUE(traces.texts().empty());
+   const std::string tag = fmt::format("{}", stream_->tag());
+   const std::string unsubscribing = "Queue limit reached (262144) for tag " + tag + ". Unsubscribing.";
+   const std::string closing = "Queue limit reached (262144) for tag " + tag + ". Closing stream.";
+
+   stream_->enqueue(message, false);
+   EXPECT_EQ(stream_->left, 1);
+   EXPECT_EQ(stream_->queued(), 262145U);
+   EXPECT_FALSE(stream_->finished);
+   EXPECT_EQ(traces.texts(), std::vector<std::string>{unsubscribing});
+
+   writeCompletes();
+   EXPECT_EQ(traces.texts(), (std::vector<std::string>{unsubscribing, closing}));
+   EXPECT_EQ(traces.countAt(3), 2U);
+   EXPECT_EQ(stream_->written.size(), 1U);
+   ASSERT_TRUE(stream_->finished);
+   EXPECT_EQ(stream_->finished->error_code(), grpc::StatusCode::RESOURCE_EXHAUSTED);
+   EXPECT_EQ(stream_->finished->error_message(),
+             "Slow stream reader, too many responses waiting in a queue.");
+   EXPECT_EQ(stream_->state(), 2);
+   // What was queued goes at once, not with the handler.
+   EXPECT_EQ(stream_->queued(), 0U);
+   EXPECT_EQ(message.use_count(), 1);
+}
+
+TEST_F(EventStreamTest, aQueueAtItsLimitLivesOn) {
+   begin(4);
+   for (int i = 0; i < 4; ++i)
+      stream_->publish("x");
+   EXPECT_EQ(stream_->left, 0);
+   alarm();
+   for (int i = 0; i < 4; ++i)
+      writeCompletes();
+   EXPECT_EQ(stream_->written.size(), 4U);
+   EXPECT_FALSE(stream_->finished);
+}
+
+TEST_F(EventStreamTest, aMessageForAStreamThatEndsIsDropped) {
+   begin(2);
+   for (int i = 0; i < 3; ++i)
+      stream_->publish("x");
+   alarm();
+   ASSERT_EQ(stream_->state(), 2);
+   const fixture::TraceCapture traces("stream-probe/0-9");
+   stream_->publish("y");
+   stream_->publish("", true);
+   EXPECT_EQ(stream_->queued(), 0U);
+   EXPECT_TRUE(traces.texts().empty());
+}
+
+TEST_F(EventStreamTest, aFilterRejectsMessagesButNoAcknowledgement) {
+   begin();
+   stream_->wantsAll = false;
+   stream_->publish("a");
+   EXPECT_EQ(stream_->queued(), 0U);
+   EXPECT_EQ(stream_->source(), CqEventSource::None);
+   stream_->publishAck();
+   alarm();
+   ASSERT_EQ(stream_->written.size(), 1U);
+   EXPECT_TRUE(stream_->written[0].ack);
+}
+
+TEST_F(EventStreamTest, aCancelledAlarmFindsTheStreamEndedAndDoesNothing) {
+   begin();
+   stream_->publish("a");
+   const fixture::TraceCapture traces("stream-probe/0-9");
+   stream_->isCancelled = true;
+   stream_->callDone();
+   EXPECT_EQ(traces.texts(), std::vector<std::string>{fmt::format("Cancelled handler {}", stream_->tag())});
+   EXPECT_EQ(stream_->state(), 2);
+   EXPECT_EQ(stream_->left, 1);
+   ASSERT_TRUE(stream_->finished);
+   EXPECT_TRUE(stream_->finished->ok());
+   EXPECT_EQ(stream_->queued(), 0U);
+   // The alarm's event is still to come, a write's is not.
+   EXPECT_EQ(service_->findHandler(stream_->alarmTag()), stream_);
+   EXPECT_EQ(service_->findHandler(stream_->writeTag()), nullptr);
+   OpaqueId tag = nullptr;
+   bool ok = true;
+   ASSERT_TRUE(cq_->Next(&tag, &ok));
+   service_->events().end();
+   EXPECT_EQ(tag, stream_->alarmTag());
+   stream_->process(tag);
+   EXPECT_TRUE(stream_->written.empty());
+   EXPECT_EQ(stream_->left, 1);
+}
+
+TEST_F(EventStreamTest, aCancelDuringAWriteKeepsTheWriteTagOnly) {
+   begin();
+   stream_->publish("a");
+   alarm();
+   stream_->isCancelled = true;
+   stream_->callDone();
+   EXPECT_EQ(service_->findHandler(stream_->alarmTag()), nullptr);
+   EXPECT_EQ(service_->findHandler(stream_->writeTag()), stream_);
+   EXPECT_EQ(stream_->left, 1);
+}
+
+TEST_F(EventStreamTest, aCancelWithNothingOutstandingGivesBothTagsBack) {
+   begin();
+   stream_->isCancelled = true;
+   stream_->callDone();
+   EXPECT_EQ(service_->findHandler(stream_->alarmTag()), nullptr);
+   EXPECT_EQ(service_->findHandler(stream_->writeTag()), nullptr);
+   EXPECT_EQ(stream_->left, 1);
+}
+
+TEST_F(EventStreamTest, theEndOfACallThatTheServerClosedIsNoCancel) {
+   begin(2);
+   for (int i = 0; i < 3; ++i)
+      stream_->publish("x");
+   EXPECT_EQ(stream_->left, 1);
+   alarm();
+   ASSERT_TRUE(stream_->finished);
+   stream_->finished.reset();
+   stream_->callDone();
+   stream_->isCancelled = true;
+   stream_->callDone();
+   EXPECT_FALSE(stream_->finished);
+   EXPECT_EQ(stream_->left, 1);
+}
+
+TEST_F(EventStreamTest, nothingIsQueuedOnceTheServerStops) {
+   begin();
+   running_->stop();
+   stream_->publish("a");
+   EXPECT_EQ(stream_->queued(), 0U);
+   EXPECT_EQ(stream_->source(), CqEventSource::None);
+}
+
+TEST_F(EventStreamTest, anEventUnderAForeignTagEndsTheProcess) {
+   begin();
+   EXPECT_DEATH(stream_->process(service_->nextOpaqueId()), "tag == alarmTag_");
+}
+
+TEST_F(EventStreamTest, aSourceThatIsNoneOfTheThreeIsALogicError) {
+   begin();
+   stream_->sourceIs(static_cast<CqEventSource>(7));
+   EXPECT_THROW(stream_->process(stream_->writeTag()), std::logic_error);
+   stream_->sourceIs(CqEventSource::None);
+}
+
+TEST_F(EventStreamTest, aQueuedMessageCostsAnotherStreamTwoPointers) {
+   begin();
+   const auto message = std::make_shared<const test::WatchResponse>();
+   stream_->enqueue(message, false);
+   constexpr std::size_t count = 200'000;
+   const auto used = [] {
+      const struct mallinfo2 info = mallinfo2();
+      return info.uordblks + info.hblkhd;
+   };
+   const std::size_t before = used();
+   if (before == 0) GTEST_SKIP() << "this allocator keeps no account";
+   for (std::size_t i = 0; i < count; ++i)
+      stream_->enqueue(message, false);
+   EXPECT_LE(used() - before, 24 * count);
+}
+
+class StreamingToolkitTest : public fixture::StreamTest {};
+
+TEST_F(StreamingToolkitTest, messagesArriveInOrder) {
+   const auto client = watch();
+   for (std::uint64_t i = 1; i <= 1000; ++i)
+      service_->publish("k", i);
+   for (std::uint64_t i = 1; i <= 1000; ++i) {
+      const auto response = client->next();
+      ASSERT_TRUE(response);
+      EXPECT_EQ(response->number(), i);
+   }
+}
+
+TEST_F(StreamingToolkitTest, aClientThatStopsReadingIsCutOffAndItsNeighbourMissesNothing) {
+   const auto slow = watch();
+   const auto quick = watch();
+   // More than the client's window, so the write cannot complete while nobody reads.
+   service_->publish("first", 1, 8U << 20);
+   ASSERT_TRUE(quick->next());
+   constexpr std::uint64_t limit = 262144;
+   std::uint64_t received = 1;
+   std::thread reader([&] {
+      while (received < limit + 2 && quick->next())
+         ++received;
+   });
+   test::WatchResponse message;
+   const auto publish = [&] {
+      message.set_key("k");
+      service_->subscriptions().publish<fixture::Watch>(message);
+   };
+   for (std::uint64_t i = 0; i < limit; ++i)
+      publish();
+   EXPECT_EQ(watchers(), 2U);
+   publish();
+   EXPECT_EQ(watchers(), 1U);
+   EXPECT_TRUE(service_->watching);
+   reader.join();
+   EXPECT_EQ(received, limit + 2);
+   // The client wakes up: it gets what was being written, and then the reason.
+   const auto first = slow->next();
+   ASSERT_TRUE(first);
+   EXPECT_EQ(first->key(), "first");
+   EXPECT_EQ(slow->next(), std::nullopt);
+   const grpc::Status status = slow->finish();
+   EXPECT_EQ(status.error_code(), grpc::StatusCode::RESOURCE_EXHAUSTED);
+   EXPECT_EQ(status.error_message(), "Slow stream reader, too many responses waiting in a queue.");
+   EXPECT_TRUE(fixture::eventually([] { return open("Watch") == 1; }));
+   service_->publish("after", 1);
+   EXPECT_EQ(quick->next()->key(), "after");
+}
+
+}  // namespace
+}  // namespace OrvSdkRpc

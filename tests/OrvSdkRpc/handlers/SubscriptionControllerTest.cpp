@@ -1,0 +1,201 @@
+#include "OrvSdkRpc/handlers/SubscriptionController.h"
+
+#include <gtest/gtest.h>
+
+#include <condition_variable>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+#include "fixture/StreamTest.h"
+#include "orv/error.h"
+#include "pavo/Allocator.h"
+
+namespace OrvSdkRpc {
+namespace {
+
+using fixture::ProbeController;
+
+OpaqueId id(std::uintptr_t n) {
+   return reinterpret_cast<OpaqueId>(n);
+}
+
+// A controller of a service that no server has: tags without handlers.
+class SubscriptionControllerTest : public testing::Test {
+protected:
+   fixture::StreamProbe service_;
+   ProbeController& controller_ = service_.tableStreams();
+};
+
+TEST_F(SubscriptionControllerTest, theFirstSubscriberStartsAndTheLastOneStops) {
+   controller_.subscribe(id(1));
+   EXPECT_EQ(controller_.started, 1);
+   controller_.subscribe(id(2));
+   EXPECT_EQ(controller_.started, 1);
+   controller_.cancel(id(1));
+   EXPECT_EQ(controller_.stopped, 0);
+   controller_.cancel(id(2));
+   EXPECT_EQ(controller_.started, 1);
+   EXPECT_EQ(controller_.stopped, 1);
+   EXPECT_FALSE(controller_.watching);
+}
+
+TEST_F(SubscriptionControllerTest, cancellingAnUnknownTagStopsOnlyWhereNobodyIsSubscribed) {
+   controller_.subscribe(id(1));
+   controller_.cancel(id(7));
+   EXPECT_EQ(controller_.stopped, 0);
+   controller_.cancel(id(1));
+   controller_.cancel(id(1));
+   EXPECT_EQ(controller_.stopped, 2);
+}
+
+TEST_F(SubscriptionControllerTest, theOnlySubscriberMaySubscribeAgain) {
+   controller_.subscribe(id(1));
+   controller_.subscribe(id(1));
+   EXPECT_EQ(controller_.started, 2);
+   controller_.subscribe(id(2));
+   controller_.subscribe(id(2));
+   EXPECT_EQ(controller_.started, 2);
+}
+
+TEST_F(SubscriptionControllerTest, theServiceIsToldUnderTheSdksLock) {
+   orv::host::main_thread_is();
+   std::thread pump([&] {
+      bool locked = false;
+      controller_.onStart = controller_.onStop = [&] { locked = orv::sdk_call_allowed(); };
+      controller_.subscribe(id(1));
+      EXPECT_TRUE(locked);
+      locked = false;
+      controller_.cancel(id(1));
+      EXPECT_TRUE(locked);
+   });
+   pump.join();
+   orv::host::main_thread_clear();
+}
+
+TEST_F(SubscriptionControllerTest, anEventMayBePublishedWhileTheServiceIsTold) {
+   // Would not return if the controller held its mutex.
+   controller_.onStart = controller_.onStop = [&] { service_.publishTable("k", 1); };
+   controller_.subscribe(id(1));
+   controller_.cancel(id(1));
+   EXPECT_EQ(controller_.started, 1);
+   EXPECT_EQ(controller_.stopped, 1);
+}
+
+TEST_F(SubscriptionControllerTest, aFailedStartLeavesNobodySubscribed) {
+   controller_.onStart = [] { throw orv::configuration_error("no events"); };
+   EXPECT_THROW(controller_.subscribe(id(1)), orv::configuration_error);
+   controller_.onStart = {};
+   controller_.subscribe(id(2));
+   EXPECT_EQ(controller_.started, 2);
+}
+
+// The last stream leaves on one thread, and before it has the SDK's lock the next one has subscribed.
+TEST_F(SubscriptionControllerTest, aStreamThatLeavesDoesNotStopTheNextOne) {
+   controller_.subscribe(id(1));
+   std::thread leaving;
+   {
+      orv::sdk_scoped_lock lock;
+      leaving = std::thread([&] { controller_.cancel(id(1)); });
+      // The tag goes before the lock is waited for.
+      while (controller_.subscribed(id(1)))
+         std::this_thread::yield();
+      controller_.subscribe(id(2));
+   }
+   leaving.join();
+   EXPECT_TRUE(controller_.watching);
+   EXPECT_EQ(controller_.stopped, 0);
+   controller_.cancel(id(2));
+   EXPECT_FALSE(controller_.watching);
+}
+
+TEST_F(SubscriptionControllerTest, whereNoServerIsAMessageIsConsumedAndReachesNobody) {
+   controller_.subscribe(id(1));
+   test::WatchResponse message;
+   message.set_key("k");
+   controller_.publish<fixture::WatchTable>(message);
+   EXPECT_EQ(message.key(), "");
+   EXPECT_TRUE(controller_.getHandlers().empty());
+   service_.publishRate("Ethernet1", 1);
+}
+
+class AttachedControllerTest : public fixture::StreamTest {};
+
+TEST_F(AttachedControllerTest, aMessageForNobodyIsConsumedAndNothingIsAllocated) {
+   const auto allocated = [] {
+      std::uint64_t total = 0;
+      for (const Pavo::AllocationCount& row : Pavo::allocationCounts()) {
+         if (row.type == "OrvSdkRpc::test::WatchResponse") total += row.total;
+      }
+      return total;
+   };
+   const std::uint64_t before = allocated();
+   test::WatchResponse message;
+   message.set_key("k");
+   service_->subscriptions().publish<fixture::Watch>(message);
+   EXPECT_EQ(message.key(), "");
+   EXPECT_EQ(allocated(), before);
+   const auto client = watch();
+   service_->publish("k", 1);
+   EXPECT_EQ(allocated(), before + 1);
+}
+
+TEST_F(AttachedControllerTest, aConstantMessageIsCopied) {
+   const auto client = watch();
+   test::WatchResponse message;
+   message.set_key("k");
+   service_->subscriptions().publish<fixture::Watch>(std::as_const(message));
+   EXPECT_EQ(message.key(), "k");
+   EXPECT_EQ(client->next()->key(), "k");
+}
+
+TEST_F(AttachedControllerTest, aMessageOfAnArenaIsCopiedAndCleared) {
+   const auto client = watch();
+   google::protobuf::Arena arena;
+   auto& message = *google::protobuf::Arena::CreateMessage<test::WatchResponse>(&arena);
+   message.set_key("k");
+   service_->subscriptions().publish<fixture::Watch>(message);
+   EXPECT_EQ(message.key(), "");
+   EXPECT_EQ(client->next()->key(), "k");
+}
+
+TEST_F(AttachedControllerTest, theServiceIsToldOfItsFirstAndLastWatcher) {
+   auto first = watch();
+   EXPECT_EQ(service_->started, 1);
+   auto second = watch();
+   EXPECT_EQ(service_->started, 1);
+   first.reset();
+   EXPECT_TRUE(fixture::eventually([&] { return watchers() == 1; }));
+   EXPECT_EQ(service_->stopped, 0);
+   second.reset();
+   EXPECT_TRUE(fixture::eventually([&] { return service_->stopped == 1; }));
+   EXPECT_EQ(service_->started, 1);
+}
+
+TEST_F(AttachedControllerTest, aTagWhoseHandlerHasGoneIsSkipped) {
+   const auto client = watch();
+   service_->subscriptions().subscribe(service_->nextOpaqueId());
+   EXPECT_EQ(watchers(), 1U);
+   service_->publish("k", 1);
+   EXPECT_EQ(client->next()->key(), "k");
+}
+
+TEST_F(AttachedControllerTest, everyStreamGetsTheSameMessage) {
+   std::vector<std::unique_ptr<WatchClient>> clients;
+   for (int i = 0; i < 20; ++i)
+      clients.push_back(watch());
+   for (std::uint64_t i = 1; i <= 50; ++i)
+      service_->publish("k", i);
+   for (auto& client : clients) {
+      for (std::uint64_t i = 1; i <= 50; ++i)
+         ASSERT_EQ(client->next()->number(), i);
+   }
+   // All went out, so no copy is left.
+   EXPECT_TRUE(fixture::eventually([] {
+      return fixture::liveHandlers("test::WatchResponse") ==
+             fixture::liveHandlers("AdapterHandler<fixture::Watch");
+   }));
+}
+
+}  // namespace
+}  // namespace OrvSdkRpc

@@ -1,0 +1,257 @@
+#include "OrvSdkRpc/mirror/EthPhyIntfService.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "MainLoop.h"
+#include "fixture/MirrorTest.h"
+#include "orv/error.h"
+#include "support/VectorIter.h"
+#include "support/mock/MockEthPhyIntfMgr.h"
+
+namespace OrvSdkRpc {
+namespace {
+
+namespace remote = orv::remote;
+using orv::eth_link_speed_t;
+using support::iterOver;
+using testing::Return;
+using testing::Throw;
+
+const orv::intf_id_t ethernet1("Ethernet1");
+const orv::intf_id_t ethernet2("Ethernet2");
+
+template <class Rq>
+Rq of(const std::string& intf) {
+   Rq request;
+   request.mutable_intf_id()->set_name(intf);
+   return request;
+}
+
+class EthPhyIntfServiceTest : public MainLoop,
+                              public fixture::MirrorTest<EthPhyIntfService, remote::EthPhyIntfMgrService,
+                                                         support::MockEthPhyIntfMgr> {
+protected:
+   using WatchClient = fixture::StreamClient<remote::EthPhyIntfWatchResponse>;
+
+   ~EthPhyIntfServiceTest() override {
+      running_.stop();
+      const orv::sdk_scoped_lock lock;
+      running_.destroy();
+   }
+
+   static remote::EthPhyIntfWatchRequest all(bool value = true) {
+      remote::EthPhyIntfWatchRequest request;
+      request.set_all(value);
+      return request;
+   }
+   static remote::EthPhyIntfWatchRequest one(const std::string& intf) {
+      remote::EthPhyIntfWatchRequest request;
+      request.mutable_intf()->set_name(intf);
+      return request;
+   }
+   // A watch that has subscribed.
+   std::unique_ptr<WatchClient> watch(remote::EthPhyIntfWatchRequest request) {
+      meetPump();
+      const std::size_t before = watchers();
+      auto client = std::make_unique<WatchClient>(*stub_, &Stub::watch, request);
+      EXPECT_TRUE(fixture::eventually([&] { return watchers() == before + 1; }));
+      return client;
+   }
+   // As the main loop calls handlers back; what they leave waits for the next turn of the loop.
+   template <class Call>
+   void callBack(Call&& call) {
+      const orv::sdk_scoped_lock lock;
+      mgr_.handlers().notify_all(call);
+   }
+   void speed(const orv::intf_id_t& intf, eth_link_speed_t speed) {
+      callBack([&](auto& handler) { handler.on_eth_phy_intf_link_speed(intf, speed); });
+   }
+   bool sdkWatched() {
+      const orv::sdk_scoped_lock lock;
+      return mgr_.handlers().wanted();
+   }
+};
+
+TEST_F(EthPhyIntfServiceTest, whatAPortIsReadsAsTheSwitchSaysIt) {
+   EXPECT_CALL(mgr_, exists(ethernet1)).WillOnce([](const orv::intf_id_t&) {
+      EXPECT_TRUE(locked());
+      return true;
+   });
+   EXPECT_TRUE(ok(&Stub::exists, of<remote::EthPhyIntfExistsRequest>("Ethernet1")).exists());
+   EXPECT_CALL(mgr_, exists(orv::intf_id_t())).WillOnce(Return(false));
+   EXPECT_FALSE(ok(&Stub::exists, remote::EthPhyIntfExistsRequest()).exists());
+
+   EXPECT_CALL(mgr_, hardware_present(ethernet1)).WillOnce(Return(true)).WillOnce(Return(false));
+   const auto hardware = of<remote::EthPhyIntfHardwarePresentRequest>("Ethernet1");
+   EXPECT_TRUE(ok(&Stub::hardware_present, hardware).hardware_present());
+   EXPECT_FALSE(ok(&Stub::hardware_present, hardware).hardware_present());
+
+   EXPECT_CALL(mgr_, link_speed(ethernet1)).WillOnce(Return(eth_link_speed_t::speed_100gb));
+   EXPECT_EQ(ok(&Stub::link_speed, of<remote::EthPhyIntfLinkSpeedRequest>("Ethernet1")).link_speed(),
+             static_cast<int>(eth_link_speed_t::speed_100gb));
+
+   EXPECT_CALL(mgr_, transceiver_present(ethernet1)).WillOnce(Return(true));
+   EXPECT_TRUE(ok(&Stub::transceiver_present, of<remote::EthPhyIntfTransceiverPresentRequest>("Ethernet1"))
+                    .transceiver_present());
+}
+
+TEST_F(EthPhyIntfServiceTest, theBurnedInAddressIsSixBytesInTransmissionOrder) {
+   const std::string mac("\x00\x1c\x73\x00\xff\x01", 6);
+   EXPECT_CALL(mgr_, burned_in_eth_addr(ethernet1))
+        .WillOnce(Return(orv::eth_addr_t(reinterpret_cast<const std::uint8_t*>(mac.data()))))
+        .WillOnce(Return(orv::eth_addr_t()));
+   const auto request = of<remote::EthPhyIntfBurnedInEthAddrRequest>("Ethernet1");
+   EXPECT_EQ(ok(&Stub::burned_in_eth_addr, request).burned_in_eth_addr(), mac);
+   EXPECT_EQ(ok(&Stub::burned_in_eth_addr, request).burned_in_eth_addr(), std::string(6, '\0'));
+}
+
+TEST_F(EthPhyIntfServiceTest, portsAreListedInTheSwitchesOrder) {
+   EXPECT_CALL(mgr_, eth_phy_intf_iter())
+        .WillOnce(Return(iterOver<orv::eth_phy_intf_iter_t>({ethernet2, ethernet1})))
+        .WillOnce(Return(orv::eth_phy_intf_iter_t()));
+   const auto ports = list(&Stub::eth_phy_intfs, remote::EthPhyIntfsRequest());
+   ASSERT_EQ(ports.size(), 2U);
+   EXPECT_EQ(ports[0].intf_id().name(), "Ethernet2");
+   EXPECT_EQ(ports[1].intf_id().name(), "Ethernet1");
+   EXPECT_TRUE(list(&Stub::eth_phy_intfs, remote::EthPhyIntfsRequest()).empty());
+}
+
+TEST_F(EthPhyIntfServiceTest, theSwitchesErrorsBecomeTheStatusOfTheCall) {
+   EXPECT_CALL(mgr_, link_speed(ethernet1)).WillOnce(Throw(orv::invalid_argument_error("no such port")));
+   fails(&Stub::link_speed, of<remote::EthPhyIntfLinkSpeedRequest>("Ethernet1"),
+         grpc::StatusCode::INVALID_ARGUMENT, "no such port");
+   EXPECT_CALL(mgr_, eth_phy_intf_iter()).WillOnce(Throw(orv::error("not now")));
+   listFails(&Stub::eth_phy_intfs, remote::EthPhyIntfsRequest(), grpc::StatusCode::INTERNAL, "not now");
+   // Never reaches the switch.
+   remote::EthPhyIntfExistsResponse response;
+   EXPECT_EQ(call(&Stub::exists, of<remote::EthPhyIntfExistsRequest>("not a name"), response).error_code(),
+             grpc::StatusCode::INVALID_ARGUMENT);
+}
+
+TEST_F(EthPhyIntfServiceTest, twoSpeedsOfOnePortBetweenTwoTurnsAreOneMessageWithTheLast) {
+   const auto client = watch(all());
+   speed(ethernet1, eth_link_speed_t::speed_10gb);
+   speed(ethernet1, eth_link_speed_t::speed_25gb);
+   runLoop();
+   speed(ethernet1, eth_link_speed_t::speed_40gb);
+   runLoop();
+   const auto first = client->next();
+   ASSERT_TRUE(first);
+   EXPECT_EQ(first->intf().name(), "Ethernet1");
+   EXPECT_EQ(first->on_eth_phy_intf_link_speed().link_speed(),
+             static_cast<int>(eth_link_speed_t::speed_25gb));
+   const auto second = client->next();
+   ASSERT_TRUE(second);
+   EXPECT_EQ(second->on_eth_phy_intf_link_speed().link_speed(),
+             static_cast<int>(eth_link_speed_t::speed_40gb));
+}
+
+TEST_F(EthPhyIntfServiceTest, everyKindOfEventHasItsPlaceInTheMessage) {
+   const auto client = watch(all());
+   callBack([](auto& handler) { handler.on_eth_phy_intf_create(ethernet1); });
+   runLoop();
+   callBack([](auto& handler) { handler.on_eth_phy_intf_hardware_present(ethernet1, true); });
+   runLoop();
+   callBack([](auto& handler) { handler.on_eth_phy_intf_transceiver_present(ethernet1, true); });
+   runLoop();
+   callBack([](auto& handler) { handler.on_eth_phy_intf_delete(ethernet1); });
+   runLoop();
+   remote::EthPhyIntfWatchResponse expected;
+   expected.mutable_intf()->set_name("Ethernet1");
+   auto created = expected;
+   created.mutable_on_eth_phy_intf_create();
+   auto hardware = expected;
+   hardware.mutable_on_eth_phy_intf_hardware_present()->set_hardware_present(true);
+   auto transceiver = expected;
+   transceiver.mutable_on_eth_phy_intf_transceiver_present()->set_transceiver_present(true);
+   auto deleted = expected;
+   deleted.mutable_on_eth_phy_intf_delete();
+   for (const auto& event : {created, hardware, transceiver, deleted}) {
+      const auto response = client->next();
+      ASSERT_TRUE(response);
+      EXPECT_EQ(response->ShortDebugString(), event.ShortDebugString());
+   }
+}
+
+TEST_F(EthPhyIntfServiceTest, severalKindsOfEventForOnePortAreDeliveredTogether) {
+   const auto client = watch(all());
+   callBack([](auto& handler) {
+      handler.on_eth_phy_intf_create(ethernet1);
+      handler.on_eth_phy_intf_hardware_present(ethernet1, true);
+      handler.on_eth_phy_intf_transceiver_present(ethernet1, true);
+      handler.on_eth_phy_intf_transceiver_present(ethernet1, false);
+      handler.on_eth_phy_intf_link_speed(ethernet1, eth_link_speed_t::speed_10gb);
+      handler.on_eth_phy_intf_delete(ethernet1);
+   });
+   runLoop();
+   const auto response = client->next();
+   ASSERT_TRUE(response);
+   EXPECT_EQ(response->intf().name(), "Ethernet1");
+   EXPECT_TRUE(response->has_on_eth_phy_intf_create());
+   EXPECT_TRUE(response->on_eth_phy_intf_hardware_present().hardware_present());
+   ASSERT_TRUE(response->has_on_eth_phy_intf_transceiver_present());
+   EXPECT_FALSE(response->on_eth_phy_intf_transceiver_present().transceiver_present());
+   EXPECT_EQ(response->on_eth_phy_intf_link_speed().link_speed(),
+             static_cast<int>(eth_link_speed_t::speed_10gb));
+   EXPECT_TRUE(response->has_on_eth_phy_intf_delete());
+}
+
+TEST_F(EthPhyIntfServiceTest, aWatchOfOnePortHearsNothingOfOthers) {
+   const auto client = watch(one("Ethernet2"));
+   speed(ethernet1, eth_link_speed_t::speed_10gb);
+   runLoop();
+   speed(ethernet2, eth_link_speed_t::speed_25gb);
+   runLoop();
+   const auto response = client->next();
+   ASSERT_TRUE(response);
+   EXPECT_EQ(response->intf().name(), "Ethernet2");
+}
+
+TEST_F(EthPhyIntfServiceTest, withoutASelectionThereIsTheAcknowledgementAlone) {
+   std::vector<remote::EthPhyIntfWatchRequest> requests{all(false), {}, one("")};
+   const fixture::TraceCapture traces("eth-phy-intf/9");
+   std::size_t acks = 0;
+   for (auto& request : requests) {
+      request.set_ack(true);
+      auto client = watch(request);
+      const auto ack = client->next();
+      ASSERT_TRUE(ack);
+      EXPECT_TRUE(ack->ack());
+      speed(ethernet1, eth_link_speed_t::speed_10gb);
+      runLoop();
+      EXPECT_EQ(fixture::tracesWith(traces, "Enqueue "), ++acks);
+      client.reset();
+      ASSERT_TRUE(fixture::eventually([&] { return watchers() == 0; }));
+   }
+}
+
+TEST_F(EthPhyIntfServiceTest, theSwitchIsWatchedWhileSomebodyListens) {
+   EXPECT_FALSE(sdkWatched());
+   {
+      const auto first = watch(all());
+      EXPECT_TRUE(sdkWatched());
+      { const auto second = watch(one("Ethernet1")); }
+      EXPECT_TRUE(fixture::eventually([&] { return watchers() == 1; }));
+      EXPECT_TRUE(sdkWatched());
+   }
+   EXPECT_TRUE(fixture::eventually([&] { return !sdkWatched(); }));
+   // What was still pending when the last one left reaches nobody.
+   speed(ethernet1, eth_link_speed_t::speed_10gb);
+   runLoop();
+   const auto late = watch(all());
+   speed(ethernet2, eth_link_speed_t::speed_10gb);
+   runLoop();
+   EXPECT_EQ(late->next()->intf().name(), "Ethernet2");
+}
+
+TEST_F(EthPhyIntfServiceTest, eachRpcHasOneHandlerThatWaits) {
+   EXPECT_EQ(fixture::liveHandlers(), 7U);
+}
+
+}  // namespace
+}  // namespace OrvSdkRpc

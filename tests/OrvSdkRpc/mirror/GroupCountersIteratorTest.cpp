@@ -1,0 +1,102 @@
+#include "OrvSdkRpc/mirror/GroupCountersIterator.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "support/VectorIter.h"
+#include "support/mock/MockNexthopGroupMgr.h"
+
+namespace OrvSdkRpc {
+namespace {
+
+using support::iterOver;
+using testing::ElementsAre;
+using testing::Return;
+
+orv::nexthop_group_t group(const std::string& name, std::initializer_list<std::uint16_t> slots) {
+   orv::nexthop_group_t made(name, orv::nexthop_group_encap_t::mpls);
+   for (const std::uint16_t slot : slots)
+      made.nexthop_set(slot, {});
+   return made;
+}
+
+class GroupCountersIteratorTest : public testing::Test {
+protected:
+   void programmedAre(std::vector<std::string> names) {
+      for (const std::string& name : names) {
+         ON_CALL(mgr_, programmed_nexthop_group(name)).WillByDefault(Return(group(name, {})));
+      }
+      EXPECT_CALL(mgr_, programmed_nexthop_group_iter())
+           .WillOnce(Return(iterOver<orv::programmed_nexthop_group_iter_t>(std::move(names))));
+   }
+   static std::vector<std::string> names(GroupCountersIterator it) {
+      std::vector<std::string> walked;
+      for (; it; ++it)
+         walked.push_back((*it).name);
+      return walked;
+   }
+
+   testing::NiceMock<support::MockNexthopGroupMgr> mgr_;
+};
+
+TEST_F(GroupCountersIteratorTest, aSingleNameIsOneElement) {
+   GroupCountersIterator it(mgr_, "a");
+   ASSERT_TRUE(it);
+   EXPECT_EQ((*it).name, "a");
+   ++it;
+   EXPECT_FALSE(it);
+}
+
+TEST_F(GroupCountersIteratorTest, anEmptyNameIsNone) {
+   EXPECT_FALSE(GroupCountersIterator(mgr_, ""));
+}
+
+TEST_F(GroupCountersIteratorTest, allAreThoseThatHardwareHas) {
+   programmedAre({"a", "b", "c"});
+   EXPECT_THAT(names(GroupCountersIterator(mgr_)), ElementsAre("a", "b", "c"));
+   programmedAre({});
+   EXPECT_FALSE(GroupCountersIterator(mgr_));
+}
+
+TEST_F(GroupCountersIteratorTest, anExpressionSkipsWhatDoesNotMatchAsAWhole) {
+   programmedAre({"ab", "abc", "b", "xabc", "abc1", "abd"});
+   EXPECT_THAT(names(GroupCountersIterator(mgr_, NameRegex("ab[cd]"))), ElementsAre("abc", "abd"));
+   programmedAre({"a", "b"});
+   EXPECT_FALSE(GroupCountersIterator(mgr_, NameRegex("c")));
+   programmedAre({"a", "b"});
+   EXPECT_THAT(names(GroupCountersIterator(mgr_, NameRegex(".*"))), ElementsAre("a", "b"));
+}
+
+TEST_F(GroupCountersIteratorTest, yieldsTheValidCountersBySlot) {
+   ON_CALL(mgr_, programmed_nexthop_group("g")).WillByDefault(Return(group("g", {7, 2, 900, 5})));
+   const testing::InSequence order;
+   EXPECT_CALL(mgr_, counter("g", 2)).WillOnce(Return(orv::nexthop_group_entry_counter_t(1, 10, true)));
+   EXPECT_CALL(mgr_, counter("g", 5)).WillOnce(Return(orv::nexthop_group_entry_counter_t(2, 20, false)));
+   EXPECT_CALL(mgr_, counter("g", 7)).WillOnce(Return(orv::nexthop_group_entry_counter_t(3, 30, true)));
+   EXPECT_CALL(mgr_, counter("g", 900)).WillOnce(Return(orv::nexthop_group_entry_counter_t()));
+   const GroupCounters counters = *GroupCountersIterator(mgr_, "g");
+   ASSERT_EQ(counters.counters.size(), 2U);
+   EXPECT_EQ(counters.counters[0].entry, 2U);
+   EXPECT_EQ(counters.counters[0].counter.packets(), 1U);
+   EXPECT_EQ(counters.counters[1].entry, 7U);
+   EXPECT_EQ(counters.counters[1].counter.bytes(), 30U);
+}
+
+TEST_F(GroupCountersIteratorTest, takesMoreEntriesThanItHasRoomFor) {
+   orv::nexthop_group_t large("g", orv::nexthop_group_encap_t::mpls);
+   for (std::uint16_t slot = 0; slot < 100; ++slot)
+      large.nexthop_set(slot, {});
+   ON_CALL(mgr_, programmed_nexthop_group("g")).WillByDefault(Return(large));
+   ON_CALL(mgr_, counter).WillByDefault([](const std::string&, std::uint16_t entry) {
+      return orv::nexthop_group_entry_counter_t(entry, 0, true);
+   });
+   const GroupCounters counters = *GroupCountersIterator(mgr_, "g");
+   ASSERT_EQ(counters.counters.size(), 100U);
+   EXPECT_EQ(counters.counters[99].counter.packets(), 99U);
+}
+
+}  // namespace
+}  // namespace OrvSdkRpc

@@ -1,0 +1,388 @@
+#include "OrvSdkRpc/mirror/IntfCounterService.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <fstream>
+#include <future>
+#include <memory>
+#include <optional>
+#include <regex>
+#include <string>
+#include <vector>
+
+#include "../hardware/CounterTables.h"
+#include "MainLoop.h"
+#include "OrvSdkRpc/hardware/IntfTrafficRatesWatcher.h"
+#include "fixture/MirrorTest.h"
+#include "orv/error.h"
+#include "support/mock/MockIntfCounterMgr.h"
+#include "toggles/Toggles.h"
+
+namespace OrvSdkRpc {
+namespace {
+
+namespace remote = orv::remote;
+using testing::Return;
+using testing::Throw;
+
+const orv::intf_id_t ethernet1("Ethernet1");
+
+template <class Rq>
+Rq of(const std::string& intf) {
+   Rq request;
+   request.mutable_intf_id()->set_name(intf);
+   return request;
+}
+
+// The service alone, over a watcher or none.
+class CounterServer : public fixture::MirrorTest<IntfCounterService, remote::IntfCounterMgrService,
+                                                 support::MockIntfCounterMgr> {
+public:
+   using Stub = MirrorTest::Stub;
+   using Client = fixture::StreamClient<remote::IntfTrafficRatesStreamResponse>;
+
+   explicit CounterServer(IntfTrafficRatesWatcher* watcher) : MirrorTest({.internalServer = true}, watcher) {}
+
+   using MirrorTest::call;
+   using MirrorTest::fails;
+   using MirrorTest::ok;
+   using MirrorTest::watchers;
+   support::MockIntfCounterMgr& mgr() { return mgr_; }
+
+   static remote::IntfTrafficRatesStreamRequest request(const std::string& regex = "", bool first = false) {
+      remote::IntfTrafficRatesStreamRequest request;
+      request.set_intf_name_regex(regex);
+      request.set_first_message(first);
+      return request;
+   }
+   std::unique_ptr<Client> open(const remote::IntfTrafficRatesStreamRequest& request) {
+      meetPump();
+      return std::make_unique<Client>(*stub_, &Stub::intf_traffic_rates_stream, request);
+   }
+   // A stream that has subscribed.
+   std::unique_ptr<Client> stream(const std::string& regex = "", bool first = false) {
+      meetPump();
+      const std::size_t before = watchers();
+      auto client = std::make_unique<Client>(*stub_, &Stub::intf_traffic_rates_stream, request(regex, first));
+      EXPECT_TRUE(fixture::eventually([&] { return watchers() == before + 1; }));
+      return client;
+   }
+
+private:
+   void TestBody() override {}
+};
+
+class IntfCounterServiceTest : public MainLoop, public CounterTables {
+protected:
+   using Client = CounterServer::Client;
+   using Stub = CounterServer::Stub;
+
+   IntfCounterServiceTest() {
+      const orv::sdk_scoped_lock lock;
+      watcher_.initialized_is(true);
+      watcher_.onMountsComplete(state_, shared_);
+   }
+
+   // A writer comes as on the main loop.
+   Pavo::Ptr<EthTable> writerIs(const std::string& name) {
+      const orv::sdk_scoped_lock lock;
+      return CounterTables::writerIs(name);
+   }
+   // The tables are written as their writers do it, and the reactors run.
+   template <class Write>
+   static void write(Write&& rows) {
+      {
+         const orv::sdk_scoped_lock lock;
+         rows();
+      }
+      MainLoop::runLoop();
+   }
+   bool watching() {
+      const orv::sdk_scoped_lock lock;
+      return watcher_.watching();
+   }
+   // The next batch, "Ethernet1 5" for five packets per second, by name.
+   static std::vector<std::string> batch(Client& client) {
+      std::vector<std::string> entries;
+      const auto response = client.next();
+      if (!response) return {"end"};
+      for (const auto& entry : response->data())
+         entries.push_back(fmt::format("{} {}", entry.intf_id().name(), entry.rates().in_pkts_rate()));
+      std::sort(entries.begin(), entries.end());
+      return entries;
+   }
+
+   IntfTrafficRatesWatcher watcher_{nullptr};
+   CounterServer server_{&watcher_};
+};
+
+using Batch = std::vector<std::string>;
+
+TEST_F(IntfCounterServiceTest, countersAndRatesReadAsTheSwitchSaysThem) {
+   orv::intf_counters_t counters;
+   counters.in_octets_is(5);
+   counters.sample_time_is(1.5);
+   EXPECT_CALL(server_.mgr(), counters(ethernet1)).WillOnce([&](const orv::intf_id_t&) {
+      EXPECT_TRUE(locked());
+      return counters;
+   });
+   const auto read =
+        server_.ok(&Stub::intf_counters, of<remote::IntfCountersRequest>("Ethernet1")).counters();
+   EXPECT_EQ(read.in_octets(), 5U);
+   EXPECT_EQ(read.sample_time(), 1.5);
+
+   EXPECT_CALL(server_.mgr(), traffic_rates(ethernet1)).WillOnce([](const orv::intf_id_t&) {
+      EXPECT_TRUE(locked());
+      return orv::intf_traffic_rates_t(1, 2, 3, 4, 5);
+   });
+   const auto rates =
+        server_.ok(&Stub::intf_traffic_rates, of<remote::IntfTrafficRatesRequest>("Ethernet1")).rates();
+   EXPECT_EQ(rates.out_pkts_rate(), 1);
+   EXPECT_EQ(rates.in_pkts_rate(), 2);
+   EXPECT_EQ(rates.out_bits_rate(), 3);
+   EXPECT_EQ(rates.in_bits_rate(), 4);
+   EXPECT_EQ(rates.sample_time(), 5);
+}
+
+TEST_F(IntfCounterServiceTest, theSwitchesErrorsBecomeTheStatusOfTheCall) {
+   EXPECT_CALL(server_.mgr(), counters(ethernet1)).WillOnce(Throw(orv::invalid_argument_error("no such")));
+   server_.fails(&Stub::intf_counters, of<remote::IntfCountersRequest>("Ethernet1"),
+                 grpc::StatusCode::INVALID_ARGUMENT, "no such");
+   EXPECT_CALL(server_.mgr(), traffic_rates(orv::intf_id_t())).WillOnce(Throw(orv::error("not now")));
+   server_.fails(&Stub::intf_traffic_rates, remote::IntfTrafficRatesRequest(), grpc::StatusCode::INTERNAL,
+                 "not now");
+}
+
+TEST_F(IntfCounterServiceTest, aStreamTellsAllFiveRates) {
+   const auto table = writerIs("a");
+   const auto client = server_.stream();
+   write([&] {
+      table->rowIs(
+           id("Ethernet1"),
+           {.statistics = {},
+            .rates = {
+                 .outPktsRate = 1, .inPktsRate = 2, .outBitsRate = 3, .inBitsRate = 4, .sampleTime = 5}});
+   });
+   const auto response = client->next();
+   ASSERT_TRUE(response);
+   ASSERT_EQ(response->data_size(), 1);
+   EXPECT_EQ(response->data(0).intf_id().name(), "Ethernet1");
+   const auto& rates = response->data(0).rates();
+   EXPECT_EQ(rates.out_pkts_rate(), 1);
+   EXPECT_EQ(rates.in_pkts_rate(), 2);
+   EXPECT_EQ(rates.out_bits_rate(), 3);
+   EXPECT_EQ(rates.in_bits_rate(), 4);
+   EXPECT_EQ(rates.sample_time(), 5);
+}
+
+TEST_F(IntfCounterServiceTest, theFirstMessageIsEmptyWhereItIsAskedFor) {
+   const auto client = server_.open(CounterServer::request("", true));
+   EXPECT_EQ(batch(*client), Batch{});
+   ASSERT_TRUE(fixture::eventually([&] { return server_.watchers() == 1; }));
+   const auto table = writerIs("a");
+   write([&] { table->rowIs(id("Ethernet1"), row(5)); });
+   EXPECT_EQ(batch(*client), Batch{"Ethernet1 5"});
+}
+
+TEST_F(IntfCounterServiceTest, whatIsKnownAlreadyComesAtTheBeginning) {
+   const auto table = writerIs("a");
+   write([&] {
+      table->rowIs(id("Ethernet1"), row(5));
+      lags_->rowIs(id("Lag1"), row(6));
+   });
+   const auto client = server_.stream("Lag1");
+   MainLoop::runLoop();
+   EXPECT_EQ(batch(*client), Batch{"Lag1 6"});
+}
+
+TEST_F(IntfCounterServiceTest, internalInterfacesAndRowsWithoutRatesAreNeverStreamed) {
+   const auto table = writerIs("a");
+   const auto client = server_.stream();
+   write([&] {
+      for (const char* name : {"Internal1", "PeerEthernet1", "PeerLag1"})
+         table->rowIs(id(name), row(5));
+      table->rowIs(id("Ethernet2"), {});
+      table->rowIs(id("Ethernet1"), row(5));
+   });
+   EXPECT_EQ(batch(*client), Batch{"Ethernet1 5"});
+}
+
+TEST_F(IntfCounterServiceTest, aNameExpressionMatchesWholeNamesAndEachStreamHasItsOwn) {
+   const auto table = writerIs("a");
+   const auto exact = server_.stream("Ethernet1");
+   const auto lags = server_.stream("Lag.*");
+   const auto everything = server_.stream();
+   {
+      // One alarm each: the pump cannot come before all rows are told.
+      const orv::sdk_scoped_lock lock;
+      for (const char* name : {"Ethernet1", "Ethernet12", "Ethernet1/1", "aEthernet1"})
+         table->rowIs(id(name), row(5));
+      lags_->rowIs(id("Lag1"), row(6));
+   }
+   MainLoop::runLoop();
+   EXPECT_EQ(batch(*exact), Batch{"Ethernet1 5"});
+   EXPECT_EQ(batch(*lags), Batch{"Lag1 6"});
+   Batch all;
+   while (all.size() < 5) {
+      for (auto& entry : batch(*everything))
+         all.push_back(entry);
+   }
+   std::sort(all.begin(), all.end());
+   EXPECT_EQ(all, (Batch{"Ethernet1 5", "Ethernet1/1 5", "Ethernet12 5", "Lag1 6", "aEthernet1 5"}));
+   // And nothing of the others is behind.
+   write([&] { table->rowIs(id("Ethernet1"), row(7)); });
+   EXPECT_EQ(batch(*exact), Batch{"Ethernet1 7"});
+}
+
+TEST_F(IntfCounterServiceTest, anIllFormedExpressionIsRefusedWithTheNameOfTheArgument) {
+   std::string words;
+   try {
+      const std::regex regex("(");
+   } catch (const std::regex_error& e) {
+      words = e.what();
+   }
+   for (const bool first : {false, true}) {
+      const auto client = server_.open(CounterServer::request("(", first));
+      if (first) {
+         EXPECT_EQ(batch(*client), Batch{});
+      }
+      const grpc::Status status = client->finish();
+      EXPECT_EQ(status.error_code(), grpc::StatusCode::INVALID_ARGUMENT);
+      EXPECT_EQ(status.error_message(), "intf_name_regex: " + words);
+   }
+   EXPECT_EQ(server_.watchers(), 0U);
+   EXPECT_FALSE(watching());
+}
+
+TEST_F(IntfCounterServiceTest, aWriterThatComesLaterIsFollowed) {
+   const auto client = server_.stream();
+   Pavo::Ptr<EthTable> table;
+   write([&] {
+      table = writerIs("later");
+      table->rowIs(id("Ethernet1"), row(5));
+   });
+   EXPECT_EQ(batch(*client), Batch{"Ethernet1 5"});
+   write([&] { table->rowIs(id("Ethernet1"), row(6)); });
+   EXPECT_EQ(batch(*client), Batch{"Ethernet1 6"});
+}
+
+TEST_F(IntfCounterServiceTest, theLastStreamOutStopsTheWatcherAndTheNextStartsItAnew) {
+   const auto table = writerIs("a");
+   EXPECT_FALSE(watching());
+   {
+      const auto first = server_.stream();
+      { const auto second = server_.stream(); }
+      EXPECT_TRUE(fixture::eventually([&] { return server_.watchers() == 1; }));
+      EXPECT_TRUE(watching());
+   }
+   EXPECT_TRUE(fixture::eventually([&] { return !watching(); }));
+   write([&] { table->rowIs(id("Ethernet1"), row(5)); });
+   const auto next = server_.stream();
+   EXPECT_TRUE(watching());
+   MainLoop::runLoop();
+   EXPECT_EQ(batch(*next), Batch{"Ethernet1 5"});
+}
+
+TEST_F(IntfCounterServiceTest, aBatchHasAThousandEntriesAtMost) {
+   const auto table = writerIs("a");
+   const auto client = server_.stream();
+   // The pump is kept busy until everything waits.
+   std::promise<void> release;
+   std::promise<void> busy;
+   EXPECT_CALL(server_.mgr(), counters(ethernet1)).WillOnce([&](const orv::intf_id_t&) {
+      // Without the lock, which the main loop needs.
+      const Zelt::UnlockAnchor unlocked(Zelt::activityLock());
+      busy.set_value();
+      release.get_future().wait();
+      return orv::intf_counters_t();
+   });
+   const auto pending = std::async(std::launch::async, [&] {
+      server_.ok(&Stub::intf_counters, of<remote::IntfCountersRequest>("Ethernet1"));
+   });
+   busy.get_future().wait();
+   write([&] {
+      for (int i = 0; i < 1001; ++i)
+         table->rowIs(id("Ethernet" + std::to_string(i)), row(i + 1));
+   });
+   release.set_value();
+   const Batch first = batch(*client);
+   EXPECT_EQ(first.size(), 1000U);
+   Batch all = batch(*client);
+   EXPECT_EQ(all.size(), 1U);
+   all.insert(all.end(), first.begin(), first.end());
+   std::sort(all.begin(), all.end());
+   EXPECT_EQ(std::unique(all.begin(), all.end()) - all.begin(), 1001);
+}
+
+TEST_F(IntfCounterServiceTest, ASlowReaderGetsTheLatestValue) {
+   const auto table = writerIs("a");
+   const auto client = server_.stream();
+   std::promise<void> release;
+   std::promise<void> busy;
+   EXPECT_CALL(server_.mgr(), counters(ethernet1)).WillOnce([&](const orv::intf_id_t&) {
+      const Zelt::UnlockAnchor unlocked(Zelt::activityLock());
+      busy.set_value();
+      release.get_future().wait();
+      return orv::intf_counters_t();
+   });
+   const auto pending = std::async(std::launch::async, [&] {
+      server_.ok(&Stub::intf_counters, of<remote::IntfCountersRequest>("Ethernet1"));
+   });
+   busy.get_future().wait();
+   for (const int rate : {1, 2, 3})
+      write([&] { table->rowIs(id("Ethernet1"), row(rate)); });
+   release.set_value();
+   EXPECT_EQ(batch(*client), Batch{"Ethernet1 3"});
+}
+
+TEST(IntfCounterService, withoutAWatcherAStreamStaysOpenAndSilent) {
+   const MainLoop loop;
+   CounterServer server(nullptr);
+   const auto client = server.stream("", true);
+   const auto first = client->next();
+   ASSERT_TRUE(first);
+   EXPECT_EQ(first->data_size(), 0);
+   EXPECT_EQ(server.watchers(), 1U);
+   client->cancel();
+   EXPECT_FALSE(client->next());
+   EXPECT_TRUE(fixture::eventually([&] { return server.watchers() == 0; }));
+}
+
+TEST(IntfCounterService, eachRpcHasOneHandlerThatWaits) {
+   const CounterServer server(nullptr);
+   EXPECT_EQ(fixture::liveHandlers(), 3U);
+}
+
+// A toggle is read once per process, so each look at one has a process of its own.
+int withTheToggleOff() {
+   const fixture::TempDir dir;
+   std::ofstream(dir.file("OrvSdkRpc.json")) << R"({"OrvSdkRpcTrafficStream": false})";
+   toggleDirectoryIs(dir.path());
+   {
+      CounterServer server(nullptr);
+      for (const bool first : {false, true}) {
+         const auto client = server.open(CounterServer::request("(", first));
+         EXPECT_EQ(client->rest().size(), first ? 1U : 0U);
+         const grpc::Status status = client->finish();
+         EXPECT_EQ(status.error_code(), grpc::StatusCode::UNIMPLEMENTED);
+         EXPECT_EQ(status.error_message(), "This feature is not yet implemented");
+         // Too late: it was read.
+         toggleDirectoryDel();
+      }
+      EXPECT_EQ(server.watchers(), 0U);
+      EXPECT_CALL(server.mgr(), counters(ethernet1)).WillOnce(Return(orv::intf_counters_t()));
+      server.ok(&CounterServer::Stub::intf_counters, of<remote::IntfCountersRequest>("Ethernet1"));
+   }
+   return testing::Test::HasFailure() ? 1 : 0;
+}
+
+TEST(IntfCounterServiceDeathTest, whereTheToggleIsOffTheStreamIsNotThere) {
+   GTEST_FLAG_SET(death_test_style, "threadsafe");
+   EXPECT_EXIT(std::exit(withTheToggleOff()), testing::ExitedWithCode(0), "");
+}
+
+}  // namespace
+}  // namespace OrvSdkRpc

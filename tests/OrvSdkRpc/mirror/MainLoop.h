@@ -1,0 +1,41 @@
+// The main loop of a switch of mocks: the SDK's lock is the activity lock, and the test says when the loop
+// runs.
+//
+// A base class in front of everything that uses the lock.
+#pragma once
+
+#include "gorm/TaskScheduler.h"
+#include "orv/lock.h"
+#include "zelt/ActivityLock.h"
+#include "zelt/Anchors.h"
+
+namespace OrvSdkRpc {
+
+class MainLoop {
+public:
+   MainLoop() { orv::host::lock_backend_is(&backend_); }
+   ~MainLoop() { orv::host::lock_backend_is(nullptr); }
+   MainLoop(const MainLoop&) = delete;
+   MainLoop& operator=(const MainLoop&) = delete;
+
+   // Until nothing is left to do.
+   static void runLoop() {
+      const auto& scheduler = Gorm::TaskSchedulerRoot::findOrCreateScheduler();
+      const Zelt::ActivityLockAnchor lock;
+      while (scheduler->hasReady())
+         scheduler->runReady();
+   }
+   // Whether the caller holds the SDK's lock.
+   static bool locked() { return Zelt::activityLock().ownedByMe(); }
+
+private:
+   class Backend final : public orv::host::lock_backend {
+   public:
+      void acquire() override { Zelt::activityLock().acquire(); }
+      void release() noexcept override { Zelt::activityLock().release(); }
+   };
+
+   Backend backend_;
+};
+
+}  // namespace OrvSdkRpc

@@ -1,0 +1,8 @@
+// Fuzz target: values of the SDK that arbitrary bytes make up, to the wire and back.
+#include <cstddef>
+
+#include "Records.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+   return fuzz::fromSdk({data, size});
+}

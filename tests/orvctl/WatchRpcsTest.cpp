@@ -1,0 +1,74 @@
+#include "orvctl/WatchRpcs.h"
+
+#include <gtest/gtest.h>
+
+#include "orvctl/Descriptors.h"
+#include "orvctl/ExitCode.h"
+#include "orvctl/JsonText.h"
+
+namespace orvctl {
+namespace {
+
+std::string requestJson(const std::string& word, const WatchChoice& choice) {
+   return messageToJson(*watchRequest(watchRpc(word), choice));
+}
+
+TEST(WatchRpcs, EveryWatchThatDeliversSomething) {
+   std::vector<std::string> words;
+   for (const auto& watch : watchRpcs())
+      words.push_back(watch.word);
+   EXPECT_EQ(words, (std::vector<std::string>{"sbfd", "acl", "agent", "phy", "intf", "counters", "nhg"}));
+}
+
+TEST(WatchRpcs, NoServerStreamWithWatchInItsNameIsMissing) {
+   size_t streams = 0;
+   for (const auto* service : linkedServices()) {
+      for (int i = 0; i < service->method_count(); ++i) {
+         const std::string& name = service->method(i)->name();
+         streams += name.find("watch") != std::string::npos || name.find("stream") != std::string::npos
+                         ? service->method(i)->server_streaming()
+                         : 0;
+      }
+   }
+   // The alive watch has a command of its own.
+   EXPECT_EQ(watchRpcs().size(), streams - 1);
+}
+
+TEST(WatchRpcs, WhatCanBeSelected) {
+   EXPECT_TRUE(watchRpc("intf").all && watchRpc("intf").intf && watchRpc("intf").field);
+   EXPECT_FALSE(watchRpc("intf").name);
+   EXPECT_TRUE(watchRpc("nhg").all && watchRpc("nhg").name && watchRpc("nhg").field);
+   EXPECT_TRUE(watchRpc("phy").all && watchRpc("phy").intf);
+   EXPECT_FALSE(watchRpc("phy").field);
+   EXPECT_TRUE(watchRpc("counters").regex);
+   EXPECT_FALSE(watchRpc("acl").all || watchRpc("acl").name || watchRpc("acl").field);
+   for (const auto& watch : watchRpcs())
+      EXPECT_TRUE(watch.ack) << watch.word;
+}
+
+TEST(WatchRpcs, NothingChosenIsEverything) {
+   EXPECT_EQ(requestJson("intf", {}), R"({"ack":false,"all":true})");
+   EXPECT_EQ(requestJson("acl", {}), R"({"ack":false})");
+   EXPECT_EQ(requestJson("counters", {}), R"({"intf_name_regex":"","first_message":false})");
+}
+
+TEST(WatchRpcs, TheChoiceIsInTheRequest) {
+   EXPECT_EQ(requestJson("intf", {.intf = "Ethernet1", .fields = {"oper_status,3", "admin-enabled"}}),
+             R"({"intf":{"name":"Ethernet1"},"fields_control":{"fields":["INTF_FIELD_OPER_STATUS",)"
+             R"("INTF_FIELD_DESCRIPTION","INTF_FIELD_ADMIN_ENABLED"]},"ack":false})");
+   EXPECT_EQ(requestJson("nhg", {.name = "g1", .ack = true}), R"({"ack":true,"name":"g1"})");
+   EXPECT_EQ(requestJson("nhg", {.fields = {"77"}}),
+             R"({"fields_control":{"fields":[77]},"ack":false,"all":true})");
+   EXPECT_EQ(requestJson("counters", {.regex = "Ethernet.*", .ack = true}),
+             R"({"intf_name_regex":"Ethernet.*","first_message":true})");
+   EXPECT_EQ(requestJson("sbfd", {.ack = true}),
+             R"({"send_initial_message":true,"send_current_status":false})");
+}
+
+TEST(WatchRpcs, AFieldThatIsNoneIsRefused) {
+   EXPECT_THROW(watchRequest(watchRpc("intf"), {.fields = {"speed"}}), UsageError);
+   EXPECT_THROW(watchRequest(watchRpc("intf"), {.fields = {"all,"}}), UsageError);
+}
+
+}  // namespace
+}  // namespace orvctl

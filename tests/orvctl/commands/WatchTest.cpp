@@ -1,0 +1,197 @@
+#include "orvctl/commands/Watch.h"
+
+#include <gmock/gmock.h>
+#include <signal.h>
+
+#include <nlohmann/json.hpp>
+#include <sstream>
+#include <thread>
+
+#include "OrvSdkRpcProtos/acl.pb.h"
+#include "OrvSdkRpcProtos/intf.pb.h"
+#include "OrvSdkRpcProtos/intf_counter.pb.h"
+#include "OrvctlRun.h"
+#include "orvctl/Run.h"
+
+namespace orvctl {
+namespace {
+
+using test::Result;
+using test::runWith;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::StartsWith;
+namespace rpc = orv::remote;
+
+rpc::WatchIntfResponse oper(const std::string& name, rpc::OperStatus status) {
+   rpc::WatchIntfResponse event;
+   event.mutable_intf()->set_name(name);
+   event.set_oper_status(status);
+   return event;
+}
+
+rpc::WatchIntfResponse ack() {
+   rpc::WatchIntfResponse event;
+   event.set_ack(true);
+   return event;
+}
+
+class OrvctlWatch : public test::Orvctl {
+protected:
+   // Three events of interfaces behind an acknowledgement; the stream stays open.
+   void startWithInterfaces() {
+      server_.mirror
+           .answer("IntfMgrService/watch", ack(), oper("Ethernet1", rpc::OPER_STATUS_UP),
+                   oper("Ethernet2", rpc::OPER_STATUS_DOWN), oper("Ethernet3", rpc::OPER_STATUS_UP))
+           .held = true;
+      server_.start();
+   }
+};
+
+TEST_F(OrvctlWatch, OneLinePerEvent) {
+   startWithInterfaces();
+   const Result result = orvctl({"watch", "intf", "--all", "--ack", "--count", "3"});
+   EXPECT_EQ(result.code, 0) << result.err;
+   EXPECT_EQ(result.out,
+             "# watching\nEthernet1 oper_status=up\nEthernet2 oper_status=down\nEthernet3 oper_status=up\n");
+   EXPECT_THAT(server_.mirror.requests(), ElementsAre(R"(IntfMgrService/watch {"ack":true,"all":true})"));
+}
+
+TEST_F(OrvctlWatch, JsonIsOneMessagePerLine) {
+   startWithInterfaces();
+   const Result result = orvctl({"--json", "watch", "intf", "-n", "1"});
+   EXPECT_EQ(result.out,
+             "{\"ack\":true}\n{\"intf\":{\"name\":\"Ethernet1\"},\"ack\":false,\"oper_status\":"
+             "\"OPER_STATUS_UP\"}\n");
+}
+
+TEST_F(OrvctlWatch, TheEndOfWhatIsShownIsTold) {
+   startWithInterfaces();
+   const Result result =
+        orvctl({"watch", "intf", "--intf", "Ethernet1", "--fields", "oper_status,2", "-n", "1"});
+   EXPECT_THAT(result.out, StartsWith("# complete, changes follow\n"));
+   EXPECT_THAT(server_.mirror.requests(),
+               ElementsAre(R"(IntfMgrService/watch {"intf":{"name":"Ethernet1"},"fields_control":{"fields":)"
+                           R"(["INTF_FIELD_OPER_STATUS","INTF_FIELD_ADMIN_ENABLED"]},"ack":false})"));
+}
+
+TEST_F(OrvctlWatch, TheEntriesOfABatchAreLinesAndCount) {
+   rpc::IntfTrafficRatesStreamResponse batch;
+   for (const char* name : {"Ethernet1", "Ethernet2", "Ethernet3"}) {
+      auto& entry = *batch.add_data();
+      entry.mutable_intf_id()->set_name(name);
+      entry.mutable_rates()->set_out_pkts_rate(1.5);
+   }
+   server_.mirror
+        .answer("IntfCounterMgrService/intf_traffic_rates_stream", rpc::IntfTrafficRatesStreamResponse(),
+                batch)
+        .held = true;
+   server_.start();
+   const Result result = orvctl({"watch", "counters", "--regex", "Ethernet.*", "--ack", "--count", "2"});
+   EXPECT_EQ(result.code, 0) << result.err;
+   EXPECT_THAT(result.out, StartsWith("# watching\nEthernet1 out_pkts_rate=1.5 "));
+   EXPECT_EQ(std::count(result.out.begin(), result.out.end(), '\n'), 3);
+   EXPECT_EQ(orvctl({"counters", "watch", "-n", "2", "--ack"}).out, result.out);
+   EXPECT_THAT(server_.mirror.requests()[0],
+               HasSubstr(R"({"intf_name_regex":"Ethernet.*","first_message":true})"));
+}
+
+TEST_F(OrvctlWatch, ATimeoutIsAnEndInOrder) {
+   startWithInterfaces();
+   const Result result = orvctl({"--timeout", "0.2", "watch", "intf"});
+   EXPECT_EQ(result.code, 0) << result.err;
+   EXPECT_THAT(result.out, HasSubstr("Ethernet3"));
+   EXPECT_EQ(result.err, "");
+}
+
+TEST_F(OrvctlWatch, ASignalIsAnEndInOrder) {
+   startWithInterfaces();
+   for (const int number : {SIGINT, SIGTERM}) {
+      struct sigaction before {};
+      sigaction(number, nullptr, &before);
+      Result result;
+      std::thread watcher([&] { result = orvctl({"watch", "intf"}); });
+      // Not before the watch has its handler in place.
+      struct sigaction now {};
+      do {
+         std::this_thread::yield();
+         sigaction(number, nullptr, &now);
+      } while (now.sa_handler == before.sa_handler);
+      raise(number);
+      watcher.join();
+      EXPECT_EQ(result.code, 0) << result.err;
+      EXPECT_EQ(result.err, "");
+   }
+}
+
+TEST_F(OrvctlWatch, ASlowReaderIsAnExitCodeOfItsOwn) {
+   auto& answer = server_.mirror.answer("IntfMgrService/watch", oper("Ethernet1", rpc::OPER_STATUS_UP));
+   answer.end = grpc::Status(grpc::StatusCode::RESOURCE_EXHAUSTED,
+                             "Slow stream reader, too many responses waiting in a queue.");
+   server_.start();
+   const Result result = orvctl({"watch", "intf"});
+   EXPECT_EQ(result.code, 4);
+   EXPECT_EQ(result.out, "Ethernet1 oper_status=up\n");
+   EXPECT_EQ(result.err, "orvctl: watch intf: " + server_.target() +
+                              " closed it: Slow stream reader, too many responses waiting in a queue.\n");
+}
+
+TEST_F(OrvctlWatch, ARefusalIsAFailure) {
+   server_.mirror.answer("IntfCounterMgrService/intf_traffic_rates_stream").end =
+        grpc::Status(grpc::StatusCode::INVALID_ARGUMENT, "intf_name_regex: bad");
+   server_.start();
+   const Result result = orvctl({"watch", "counters", "--regex", "["});
+   EXPECT_EQ(result.code, 1);
+   EXPECT_EQ(result.err, "orvctl: watch counters: " + server_.target() +
+                              " answered INVALID_ARGUMENT: intf_name_regex: bad\n");
+}
+
+TEST_F(OrvctlWatch, AServerThatGoesIsNoEndInOrder) {
+   server_.mirror.answer("AclMgrService/watch", rpc::AclWatchResponse());
+   server_.start();
+   const Result ended = orvctl({"watch", "acl"});
+   EXPECT_EQ(ended.code, 3);
+   EXPECT_EQ(ended.err, "orvctl: watch acl: " + server_.target() + " ended it\n");
+   const Result missing = orvctl({"watch", "agent"});
+   EXPECT_EQ(missing.code, 3);
+   EXPECT_THAT(missing.err, HasSubstr("UNIMPLEMENTED"));
+   server_.stop();
+   EXPECT_EQ(orvctl({"watch", "acl"}).code, 3);
+}
+
+TEST_F(OrvctlWatch, WhenNobodyReadsItEnds) {
+   startWithInterfaces();
+   std::istringstream in;
+   std::ostringstream out, err;
+   out.setstate(std::ios::badbit);
+   EXPECT_EQ(run({"--target", server_.target(), "watch", "intf"}, {.in = in, .out = out, .err = err}), 0)
+        << err.str();
+}
+
+TEST_F(OrvctlWatch, MistakesAreRefusedBeforeAnythingIsSent) {
+   server_.start();
+   for (const std::vector<std::string>& arguments : {std::vector<std::string>{"watch"},
+                                                     {"watch", "nonsense"},
+                                                     {"watch", "intf", "--name", "x"},
+                                                     {"watch", "acl", "--all"},
+                                                     {"watch", "intf", "--all", "--intf", "Ethernet1"},
+                                                     {"watch", "nhg", "--all", "--name", "g"},
+                                                     {"watch", "intf", "--fields", "speed"},
+                                                     {"watch", "phy", "--fields", "all"},
+                                                     {"watch", "intf", "--count", "0"}}) {
+      const Result result = orvctl(arguments);
+      EXPECT_EQ(result.code, 2) << arguments.back() << result.err;
+      EXPECT_EQ(std::count(result.err.begin(), result.err.end(), '\n'), 1) << result.err;
+   }
+   EXPECT_TRUE(server_.mirror.requests().empty());
+}
+
+TEST(OrvctlWatchHelp, TellsTheFieldsAndTheExitCodes) {
+   const Result result = runWith({"watch", "intf", "--help"});
+   EXPECT_EQ(result.code, 0);
+   EXPECT_THAT(result.out, HasSubstr("all|oper_status|admin_enabled|description"));
+   EXPECT_THAT(result.out, HasSubstr("4 when this reader was too slow"));
+}
+
+}  // namespace
+}  // namespace orvctl

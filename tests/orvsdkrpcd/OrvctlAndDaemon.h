@@ -1,0 +1,46 @@
+// A daemon, and orvctl as an operator runs it.
+//
+// Thread-safety: the fixture belongs to its test.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "Child.h"
+#include "Daemon.h"
+#include "Program.h"
+#include "TempDir.h"
+
+namespace orvsdkrpcd::test {
+
+class OrvctlAndDaemon : public testing::Test {
+protected:
+   OrvctlAndDaemon();
+   ~OrvctlAndDaemon() override;
+
+   Outcome orvctl(std::vector<std::string> arguments) const;
+   // Runs a command that must end with `code` and returns what it said.
+   std::string expect(int code, std::vector<std::string> arguments) const;
+   std::string file(const std::string& name, const std::string& text) const;
+
+   systest::TempDir directory_;
+   systest::Daemon daemon_;
+};
+
+// An orvctl that runs beside the test.
+class Running {
+public:
+   Running(const systest::Daemon& daemon, const systest::TempDir& directory, const std::string& logName,
+           std::vector<std::string> arguments);
+
+   // Waits until it has said this; what it has said then. Throws std::runtime_error when it ends before.
+   std::string waitFor(const std::string& text);
+   systest::Child& child() { return child_; }
+
+private:
+   systest::Child child_;
+};
+
+}  // namespace orvsdkrpcd::test

@@ -1,0 +1,116 @@
+// What the tests of conversions share: refusals as values, messages from text, the order of checks, round
+// trips.
+#pragma once
+
+#include <fmt/format.h>
+#include <google/protobuf/text_format.h>
+#include <google/protobuf/util/message_differencer.h>
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <optional>
+#include <string>
+#include <typeindex>
+#include <unordered_set>
+#include <vector>
+
+#include "orv/error.h"
+#include "support/Generate.h"
+
+namespace types_test {
+
+// What a conversion threw: its most derived class and its words.
+struct Refusal {
+   std::type_index type;
+   std::string words;
+
+   bool operator==(const Refusal&) const = default;
+};
+
+inline std::ostream& operator<<(std::ostream& out, const Refusal& refusal) {
+   return out << refusal.type.name() << ": \"" << refusal.words << '"';
+}
+
+inline Refusal invalidArgument(std::string words) {
+   return {typeid(orv::invalid_argument_error), std::move(words)};
+}
+inline Refusal unsupported(std::string words) {
+   return {typeid(orv::unsupported_error), std::move(words)};
+}
+
+// Nothing where `call` returned.
+template <typename Call>
+std::optional<Refusal> refusalOf(Call&& call) {
+   try {
+      call();
+   } catch (const std::exception& e) {
+      return Refusal{typeid(e), e.what()};
+   }
+   return std::nullopt;
+}
+
+// A message of protobuf's text format.
+template <typename Message>
+Message parsed(const std::string& text) {
+   Message message;
+   if (!google::protobuf::TextFormat::ParseFromString(text, &message)) {
+      ADD_FAILURE() << "not a " << message.GetTypeName() << ": " << text;
+   }
+   return message;
+}
+
+template <typename Message>
+testing::AssertionResult same(const Message& actual, const Message& expected) {
+   google::protobuf::util::MessageDifferencer differencer;
+   std::string difference;
+   differencer.ReportDifferencesToString(&difference);
+   // Equals, not equivalent: a field that is absent is not one that holds its default.
+   if (differencer.Compare(expected, actual)) return testing::AssertionSuccess();
+   return testing::AssertionFailure() << difference;
+}
+
+// One way to make a message one that cannot be converted.
+template <typename Message>
+struct Spoiled {
+   std::function<void(Message&)> spoil;
+   Refusal refusal;
+};
+
+// `spoiled` in the order in which a conversion must find them: of two the first is told, wherever they stand.
+template <typename Message, typename Convert>
+void expectFirstIsTold(const Message& good, Convert&& convertOne,
+                       const std::vector<Spoiled<Message>>& spoiled) {
+   EXPECT_EQ(refusalOf([&] { (void)convertOne(good); }), std::nullopt);
+   for (std::size_t i = 0; i < spoiled.size(); ++i) {
+      for (std::size_t j = i; j < spoiled.size(); ++j) {
+         SCOPED_TRACE(testing::Message() << "spoiled " << i << " and " << j);
+         Message bad = good;
+         spoiled[j].spoil(bad);
+         spoiled[i].spoil(bad);
+         EXPECT_EQ(refusalOf([&] { (void)convertOne(bad); }), spoiled[i].refusal);
+      }
+   }
+}
+
+inline constexpr std::uint64_t roundTripSeeds = 400;
+
+// SDK to wire, through bytes, and back, for many values: what comes back is `expected` of what went in.
+template <typename Sdk, typename ToWire, typename ToSdk, typename Expected = std::identity>
+void expectRoundTrips(ToWire&& toWire, ToSdk&& toSdk, Expected&& expected = {}) {
+   std::unordered_set<Sdk> seen;
+   for (std::uint64_t seed = 1; seed <= roundTripSeeds && !testing::Test::HasFailure(); ++seed) {
+      SCOPED_TRACE(testing::Message() << "seed " << seed);
+      support::ValueSource source(seed);
+      const Sdk value = support::generate<Sdk>(source);
+      seen.insert(value);
+      const auto message = toWire(value);
+      auto received = message;
+      received.Clear();
+      ASSERT_TRUE(received.ParseFromString(message.SerializeAsString()));
+      ASSERT_TRUE(same(received, message));
+      EXPECT_EQ(toSdk(received), expected(value));
+   }
+   EXPECT_GT(seen.size(), roundTripSeeds / 8) << "the generator repeats itself";
+}
+
+}  // namespace types_test
