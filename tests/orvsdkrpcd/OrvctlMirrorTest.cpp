@@ -212,7 +212,8 @@ TEST_F(OrvctlMirror, AWatchEndsWithTheDaemon) {
 // Changes descriptions until more than the queue of a stream has happened; the last one is of Ethernet1.
 void flood(const std::string& address, const std::string& lastDescription) {
    constexpr int perBulk = 10'000;
-   constexpr int bulks = 30;
+   // Beyond the queue, more than gRPC and the socket take for a reader that has stopped.
+   constexpr int bulks = 60;
    const auto stub = orv::remote::IntfMgrService::NewStub(
         grpc::CreateChannel(address, grpc::InsecureChannelCredentials()));
    for (int bulk = 0; bulk < bulks; ++bulk) {

@@ -1,8 +1,11 @@
 // A short run of the benchmark: that it runs to its end and tells every figure.
 #include <gtest/gtest.h>
+#include <malloc.h>
 
 #include <fstream>
 #include <nlohmann/json.hpp>
+#include <string_view>
+#include <vector>
 
 #include "Child.h"
 #include "Daemon.h"
@@ -10,6 +13,12 @@
 
 namespace systest {
 namespace {
+
+bool mallocKeepsAccount() {
+   const auto before = mallinfo2().uordblks;
+   const std::vector<char> block(1 << 16);
+   return mallinfo2().uordblks >= before + block.size();
+}
 
 TEST(Bench, AQuickRunTellsEveryFigure) {
    const TempDir directory("orv-bench-test-");
@@ -36,7 +45,10 @@ TEST(Bench, AQuickRunTellsEveryFigure) {
       ASSERT_TRUE(figures.contains(key)) << key;
       const auto& figure = figures.at(key);
       EXPECT_EQ(figure.size(), 4u) << key;
-      EXPECT_GT(figure.at("ours"), 0) << key;
+      // Memory is measured by malloc's own account, which a sanitizer's allocator does not keep.
+      if (std::string_view(key) != "queue_bytes_per_message" || mallocKeepsAccount()) {
+         EXPECT_GT(figure.at("ours"), 0) << key;
+      }
       EXPECT_TRUE(figure.at("floor").is_null()) << key;
       EXPECT_TRUE(figure.at("ratio").is_null()) << key;
       EXPECT_TRUE(figure.at("unit").is_string()) << key;

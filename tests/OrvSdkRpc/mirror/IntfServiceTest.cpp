@@ -43,18 +43,18 @@ class IntfServiceTest
 protected:
    using WatchClient = fixture::StreamClient<remote::WatchIntfResponse>;
 
-   static remote::WatchIntfRequest all(std::initializer_list<int> fields = {}, bool value = true) {
+   static remote::WatchIntfRequest all(const std::vector<int>& fields = {}, bool value = true) {
       remote::WatchIntfRequest request;
       request.set_all(value);
       return withFields(request, fields);
    }
-   static remote::WatchIntfRequest one(const std::string& intf, std::initializer_list<int> fields = {}) {
+   static remote::WatchIntfRequest one(const std::string& intf, const std::vector<int>& fields = {}) {
       remote::WatchIntfRequest request;
       request.mutable_intf()->set_name(intf);
       return withFields(request, fields);
    }
    static remote::WatchIntfRequest withFields(remote::WatchIntfRequest request,
-                                              std::initializer_list<int> fields) {
+                                              const std::vector<int>& fields) {
       for (const int field : fields)
          request.mutable_fields_control()->add_fields(static_cast<remote::IntfField>(field));
       return request;
@@ -259,7 +259,7 @@ TEST_F(IntfServiceTest, theTableComesFirstThenTheAcknowledgementThenEvents) {
 
 TEST_F(IntfServiceTest, fieldsSelectWhatIsShown) {
    tableIs({ethernet1});
-   const std::vector<std::pair<std::initializer_list<int>, std::string>> selections{
+   const std::vector<std::pair<std::vector<int>, std::string>> selections{
         {{1}, "Ethernet1 oper=1"},
         {{2}, "Ethernet1 admin=1"},
         {{3}, "Ethernet1 text='to Ethernet1'"},

@@ -83,18 +83,17 @@ protected:
    }
 
    static remote::WatchNexthopGroupRequest withFields(remote::WatchNexthopGroupRequest request,
-                                                      std::initializer_list<int> fields) {
+                                                      const std::vector<int>& fields) {
       for (const int field : fields)
          request.mutable_fields_control()->add_fields(static_cast<remote::NexthopGroupField>(field));
       return request;
    }
-   static remote::WatchNexthopGroupRequest all(std::initializer_list<int> fields = {}, bool value = true) {
+   static remote::WatchNexthopGroupRequest all(const std::vector<int>& fields = {}, bool value = true) {
       remote::WatchNexthopGroupRequest request;
       request.set_all(value);
       return withFields(request, fields);
    }
-   static remote::WatchNexthopGroupRequest one(const std::string& name,
-                                               std::initializer_list<int> fields = {}) {
+   static remote::WatchNexthopGroupRequest one(const std::string& name, const std::vector<int>& fields = {}) {
       return withFields(of<remote::WatchNexthopGroupRequest>(name), fields);
    }
    std::unique_ptr<WatchClient> open(const remote::WatchNexthopGroupRequest& request) {
@@ -459,7 +458,7 @@ TEST_F(NexthopGroupServiceTest, theTableComesFirstThenTheAcknowledgementThenEven
 
 TEST_F(NexthopGroupServiceTest, fieldsSelectWhatIsShownAndNothingElse) {
    hardwareHas({"a"});
-   const std::vector<std::pair<std::initializer_list<int>, std::string>> selections{
+   const std::vector<std::pair<std::vector<int>, std::string>> selections{
         {{1}, "a active=1"},
         {{2}, "a programmed"},
         {{3}, "a version=7"},
