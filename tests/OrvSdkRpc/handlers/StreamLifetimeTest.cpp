@@ -35,6 +35,16 @@ protected:
       EXPECT_EQ(watchers(), 0U);
       EXPECT_EQ(tableWatchers(), 0U);
    }
+   // Events of every kind. No faster than this: a stream that nobody reads shall not reach the limit of its
+   // queue, and a switch does nothing but publish neither.
+   void publishUntil(const std::atomic<bool>& over) {
+      for (std::uint64_t i = 0; !over; ++i, std::this_thread::sleep_for(std::chrono::microseconds(100))) {
+         orv::sdk_scoped_lock lock;
+         service_->publish("k", i);
+         service_->publishTable("k", i);
+         service_->publishRate("Ethernet" + std::to_string(i % 10), i);
+      }
+   }
    // Everything that the counting allocator has of this service, messages too.
    static std::uint64_t alive() { return liveHandlers("OrvSdkRpc::test::"); }
 };
@@ -131,14 +141,7 @@ TEST_F(StreamLifetimeTest, aThousandStreamsOpenedAndDroppedAtRandomLeaveNothing)
          service_->table["key" + std::to_string(i)] = 1;
    });
    std::atomic<bool> over{false};
-   std::thread publisher([&] {
-      for (std::uint64_t i = 0; !over; ++i) {
-         orv::sdk_scoped_lock lock;
-         service_->publish("k", i);
-         service_->publishTable("k", i);
-         service_->publishRate("Ethernet" + std::to_string(i % 10), i);
-      }
-   });
+   std::thread publisher([&] { publishUntil(over); });
    std::vector<std::thread> clients;
    for (unsigned seed = 1; seed <= 4; ++seed) {
       clients.emplace_back([&, seed] {
@@ -195,14 +198,7 @@ TEST_F(StreamLifetimeTest, stopWithHundredsOfStreamsInEveryStateIsPromptAndLeave
    ASSERT_TRUE(eventually([&] { return watchers() == 150 && tableWatchers() == 150; }));
    service_->publish("big", 1, 8U << 20);
    std::atomic<bool> over{false};
-   std::thread publisher([&] {
-      for (std::uint64_t i = 0; !over; ++i) {
-         orv::sdk_scoped_lock lock;
-         service_->publish("k", i);
-         service_->publishTable("k", i);
-         service_->publishRate("Ethernet" + std::to_string(i % 10), i);
-      }
-   });
+   std::thread publisher([&] { publishUntil(over); });
    for (int i = 0; i < 5; ++i)
       ASSERT_TRUE(watches[1]->next());
    const auto begin = std::chrono::steady_clock::now();
