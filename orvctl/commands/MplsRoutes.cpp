@@ -77,7 +77,7 @@ int set(Context& context, const Flags& flags) {
 
 int del(Context& context, const Flags& flags) {
    Plan plan(flags.batch);
-   auto add = [&](std::string_view what, std::string_view text, size_t number) {
+   const auto add = [&](const std::string& what, std::string_view text, size_t number) {
       pb::mpls_route_msg route;
       if (text.starts_with('{')) {
          messageFromJson(what, text, route);
@@ -87,18 +87,9 @@ int del(Context& context, const Flags& flags) {
       route.set_delete_(true);
       plan.add(std::move(route), number);
    };
-   if (!flags.file.empty()) {
-      if (!flags.labels.empty()) throw UsageError("--file stands beside LABEL, expected one or the other");
-      forEachLine(context, "--file", flags.file, [&](std::string_view line, size_t number) {
-         add(fmt::format("{} line {}", flags.file, number), line, number);
-      });
-      return sendAll(context, plan);
-   }
-   if (flags.labels.empty())
-      throw UsageError("LABEL is missing, expected 'mpls del LABEL…' or 'mpls del --file FILE'");
-   for (size_t i = 0; i < flags.labels.size(); ++i)
-      add("LABEL", flags.labels[i], i + 1);
-   return plan.size() == 1 ? sendOne(context, plan.requests().front().bulk(0)) : sendAll(context, plan);
+   forEachDeleted(context, "mpls del", "LABEL", flags.file, flags.labels, add);
+   return flags.file.empty() && plan.size() == 1 ? sendOne(context, plan.requests().front().bulk(0))
+                                                 : sendAll(context, plan);
 }
 
 }  // namespace

@@ -2,11 +2,8 @@
 
 #include <memory>
 
-#include "orvctl/Bulk.h"
-#include "orvctl/InBand.h"
-#include "orvctl/JsonText.h"
-#include "orvctl/Progress.h"
 #include "orvctl/commands/Commands.h"
+#include "orvctl/commands/Programming.h"
 
 namespace orvctl {
 namespace pb = OrvSdkRpc::pb;
@@ -24,41 +21,15 @@ struct Flags {
    size_t batch = 1000;
 };
 
-int send(Context& context, const BulkPlan<pb::nexthop_group_bulk_msg>& plan) {
-   auto connection = context.connect();
-   Progress bar(context.err, context.interactive && !context.json, plan.size());
-   const auto result = sendBulk(
-        plan,
-        [&](const auto& request) {
-           return connection.call("nexthop_group_bulk", &Stub::nexthop_group_bulk, request);
-        },
-        [](const pb::nexthop_group_msg& item) { return item.name(); },
-        [&](size_t done) { bar.doneIs(done); });
-   return reportBulk(context, result);
+using Plan = BulkPlan<pb::nexthop_group_bulk_msg>;
+
+int sendOne(Context& context, const pb::nexthop_group_msg& group) {
+   return sendItem(context, "nexthop_group", &Stub::nexthop_group, group, group.name());
 }
 
-int sendOne(Context& context, const pb::nexthop_group_msg& request) {
-   auto connection = context.connect();
-   const auto status = connection.call("nexthop_group", &Stub::nexthop_group, request);
-   if (context.json) context.out << messageToJson(status) << '\n';
-   if (status.status() == pb::RPC_STATUS_OK) return kOk;
-   if (!context.json) context.err << fmt::format("{}: {}\n", request.name(), statusText(status));
-   return kRefused;
-}
-
-BulkPlan<pb::nexthop_group_bulk_msg> planFromFile(Context& context, const Flags& flags, bool deletes) {
-   BulkPlan<pb::nexthop_group_bulk_msg> plan(flags.batch);
-   forEachLine(context, "--file", flags.file, [&](std::string_view line, size_t number) {
-      pb::nexthop_group_msg group;
-      if (deletes && !line.starts_with('{')) {
-         group.set_name(std::string(line));
-      } else {
-         messageFromJson(fmt::format("{} line {}", flags.file, number), line, group);
-      }
-      if (deletes) group.set_delete_(true);
-      plan.add(std::move(group), number);
-   });
-   return plan;
+int sendAll(Context& context, const Plan& plan) {
+   return sendItems(context, "nexthop_group_bulk", &Stub::nexthop_group_bulk, plan,
+                    [](const pb::nexthop_group_msg& group) { return group.name(); });
 }
 
 int set(Context& context, const Flags& flags) {
@@ -66,7 +37,13 @@ int set(Context& context, const Flags& flags) {
       if (!flags.names.empty() || !flags.nexthops.empty() || !flags.backups.empty()) {
          throw UsageError("--file stands beside NAME or --nexthop, expected one or the other");
       }
-      return send(context, planFromFile(context, flags, false));
+      Plan plan(flags.batch);
+      forEachLine(context, "--file", flags.file, [&](std::string_view line, size_t number) {
+         pb::nexthop_group_msg group;
+         messageFromJson(fmt::format("{} line {}", flags.file, number), line, group);
+         plan.add(std::move(group), number);
+      });
+      return sendAll(context, plan);
    }
    if (flags.names.empty())
       throw UsageError("NAME is missing, expected 'nhg set NAME --nexthop …' or 'nhg set --file FILE'");
@@ -83,21 +60,20 @@ int set(Context& context, const Flags& flags) {
 }
 
 int del(Context& context, const Flags& flags) {
-   if (!flags.file.empty()) {
-      if (!flags.names.empty()) throw UsageError("--file stands beside NAME, expected one or the other");
-      return send(context, planFromFile(context, flags, true));
-   }
-   if (flags.names.empty())
-      throw UsageError("NAME is missing, expected 'nhg del NAME…' or 'nhg del --file FILE'");
-   BulkPlan<pb::nexthop_group_bulk_msg> plan(flags.batch);
-   for (size_t i = 0; i < flags.names.size(); ++i) {
+   Plan plan(flags.batch);
+   const auto add = [&](const std::string& what, std::string_view text, size_t number) {
       pb::nexthop_group_msg group;
-      group.set_name(flags.names[i]);
+      if (text.starts_with('{')) {
+         messageFromJson(what, text, group);
+      } else {
+         group.set_name(std::string(text));
+      }
       group.set_delete_(true);
-      if (flags.names.size() == 1) return sendOne(context, group);
-      plan.add(std::move(group), i + 1);
-   }
-   return send(context, plan);
+      plan.add(std::move(group), number);
+   };
+   forEachDeleted(context, "nhg del", "NAME", flags.file, flags.names, add);
+   return flags.file.empty() && plan.size() == 1 ? sendOne(context, plan.requests().front().bulk(0))
+                                                 : sendAll(context, plan);
 }
 
 }  // namespace

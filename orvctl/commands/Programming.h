@@ -3,7 +3,10 @@
 
 #include <fmt/format.h>
 
+#include <functional>
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include "orvctl/Bulk.h"
 #include "orvctl/JsonText.h"
@@ -34,5 +37,12 @@ int sendItems(Context& context, const char* rpc, Method method, const BulkPlan<B
         [&](size_t done) { bar.doneIs(done); });
    return reportBulk(context, result);
 }
+
+// What a command deletes: the lines of `file`, or else the `arguments`, called `what` in words to a person
+// ("PREFIX"). `command` is the command as it is typed ("route del"). `add(where, text, number)` is called for
+// each. Both or neither: UsageError.
+void forEachDeleted(Context& context, std::string_view command, std::string_view what,
+                    const std::string& file, const std::vector<std::string>& arguments,
+                    const std::function<void(const std::string&, std::string_view, size_t)>& add);
 
 }  // namespace orvctl

@@ -2,11 +2,8 @@
 
 #include <memory>
 
-#include "orvctl/Bulk.h"
-#include "orvctl/InBand.h"
-#include "orvctl/JsonText.h"
-#include "orvctl/Progress.h"
 #include "orvctl/commands/Commands.h"
+#include "orvctl/commands/Programming.h"
 
 namespace orvctl {
 namespace pb = OrvSdkRpc::pb;
@@ -24,25 +21,16 @@ struct Flags {
 
 using Plan = BulkPlan<pb::ip_route_bulk_msg>;
 
-int send(Context& context, const Plan& plan) {
-   auto connection = context.connect();
-   Progress bar(context.err, context.interactive && !context.json, plan.size());
-   const auto result = sendBulk(
-        plan,
-        [&](const auto& request) { return connection.call("ip_route_bulk", &Stub::ip_route_bulk, request); },
-        [](const pb::ip_route_msg& item) { return prefixText(item.prefix()); },
-        [&](size_t done) { bar.doneIs(done); });
-   return reportBulk(context, result);
+std::string nameOf(const pb::ip_route_msg& route) {
+   return prefixText(route.prefix());
 }
 
-int sendOne(Context& context, const pb::ip_route_msg& request) {
-   auto connection = context.connect();
-   const auto status = connection.call("ip_route", &Stub::ip_route, request);
-   if (context.json) context.out << messageToJson(status) << '\n';
-   if (status.status() == pb::RPC_STATUS_OK) return kOk;
-   if (!context.json)
-      context.err << fmt::format("{}: {}\n", prefixText(request.prefix()), statusText(status));
-   return kRefused;
+int sendOne(Context& context, const pb::ip_route_msg& route) {
+   return sendItem(context, "ip_route", &Stub::ip_route, route, nameOf(route));
+}
+
+int sendAll(Context& context, const Plan& plan) {
+   return sendItems(context, "ip_route_bulk", &Stub::ip_route_bulk, plan, nameOf);
 }
 
 std::string_view nextWord(std::string_view& rest) {
@@ -80,28 +68,20 @@ int load(Context& context, const Flags& flags) {
    forEachLine(context, "FILE", flags.file, [&](std::string_view line, size_t number) {
       plan.add(routeFromLine(fmt::format("{} line {}", flags.file, number), line, flags.tag), number);
    });
-   return send(context, plan);
+   return sendAll(context, plan);
 }
 
 int del(Context& context, const Flags& flags) {
    Plan plan(flags.batch);
-   auto add = [&](std::string_view what, std::string_view text, size_t number) {
+   const auto add = [&](const std::string& what, std::string_view text, size_t number) {
       pb::ip_route_msg route;
-      *route.mutable_prefix() = parsePrefix(what, text);
+      // A line may go on as one of 'route load' does.
+      *route.mutable_prefix() = parsePrefix(what, nextWord(text));
       plan.add(std::move(route), number);
    };
-   if (!flags.file.empty()) {
-      if (!flags.prefixes.empty()) throw UsageError("--file stands beside PREFIX, expected one or the other");
-      forEachLine(context, "--file", flags.file, [&](std::string_view line, size_t number) {
-         add(fmt::format("{} line {}", flags.file, number), nextWord(line), number);
-      });
-      return send(context, plan);
-   }
-   if (flags.prefixes.empty())
-      throw UsageError("PREFIX is missing, expected 'route del PREFIX…' or 'route del --file FILE'");
-   for (size_t i = 0; i < flags.prefixes.size(); ++i)
-      add("PREFIX", flags.prefixes[i], i + 1);
-   return plan.size() == 1 ? sendOne(context, plan.requests().front().bulk(0)) : send(context, plan);
+   forEachDeleted(context, "route del", "PREFIX", flags.file, flags.prefixes, add);
+   return flags.file.empty() && plan.size() == 1 ? sendOne(context, plan.requests().front().bulk(0))
+                                                 : sendAll(context, plan);
 }
 
 }  // namespace

@@ -62,7 +62,7 @@ int set(Context& context, const Flags& flags) {
 
 int del(Context& context, const Flags& flags) {
    Plan plan(flags.batch);
-   auto add = [&](std::string_view what, std::string_view text, size_t number) {
+   const auto add = [&](const std::string& what, std::string_view text, size_t number) {
       pb::nexthop_group_tunnel_msg tunnel;
       if (text.starts_with('{')) {
          messageFromJson(what, text, tunnel);
@@ -72,18 +72,9 @@ int del(Context& context, const Flags& flags) {
       }
       plan.add(std::move(tunnel), number);
    };
-   if (!flags.file.empty()) {
-      if (!flags.prefixes.empty()) throw UsageError("--file stands beside PREFIX, expected one or the other");
-      forEachLine(context, "--file", flags.file, [&](std::string_view line, size_t number) {
-         add(fmt::format("{} line {}", flags.file, number), line, number);
-      });
-      return sendAll(context, plan);
-   }
-   if (flags.prefixes.empty())
-      throw UsageError("PREFIX is missing, expected 'tunnel del PREFIX…' or 'tunnel del --file FILE'");
-   for (size_t i = 0; i < flags.prefixes.size(); ++i)
-      add("PREFIX", flags.prefixes[i], i + 1);
-   return plan.size() == 1 ? sendOne(context, plan.requests().front().bulk(0)) : sendAll(context, plan);
+   forEachDeleted(context, "tunnel del", "PREFIX", flags.file, flags.prefixes, add);
+   return flags.file.empty() && plan.size() == 1 ? sendOne(context, plan.requests().front().bulk(0))
+                                                 : sendAll(context, plan);
 }
 
 }  // namespace

@@ -2,7 +2,6 @@
 
 #include "orv/error.h"
 #include "softswitch/managers/acl_rules.h"
-#include "softswitch/managers/policy_codecs.h"
 
 namespace softswitch {
 
@@ -15,22 +14,6 @@ void checkPolicyMapKey(std::string_view what, const orv::policy_map_key_t& key) 
            fmt::format("{} '{}' has feature none, expected pbr, qos, tap-aggregation or control-plane", what,
                        orv::detail::quotable(key.name())));
    }
-}
-
-void ClassMapCodec::encodeKey(const orv::policy_map_key_t& key, store::Writer& out) {
-   write(out, key);
-}
-orv::policy_map_key_t ClassMapCodec::decodeKey(store::Reader& in) {
-   return readPolicyMapKey(in);
-}
-void ClassMapCodec::encodeRow(const orv::class_map_t& row, store::Writer& out) {
-   writeRules(out, row);
-}
-
-orv::class_map_t ClassMapCodec::decodeRow(store::Reader& in, std::uint8_t) {
-   orv::class_map_t map;
-   readRules(in, map);
-   return map;
 }
 
 ClassMapMgr::ClassMapMgr(const Context& context)

@@ -18,21 +18,14 @@
 
 #include "orv/class_map.h"
 #include "softswitch/context.h"
+#include "softswitch/managers/policy_codecs.h"
 #include "softswitch/table.h"
 
 namespace softswitch {
 
-struct ClassMapCodec {
-   static constexpr std::uint8_t version = 1;
-   static void encodeKey(const orv::policy_map_key_t& key, store::Writer& out);
-   static orv::policy_map_key_t decodeKey(store::Reader& in);
-   static void encodeRow(const orv::class_map_t& row, store::Writer& out);
-   static orv::class_map_t decodeRow(store::Reader& in, std::uint8_t version);
-};
-
 class ClassMapMgr final : public orv::class_map_mgr {
 public:
-   using Maps = Table<orv::policy_map_key_t, orv::class_map_t, ClassMapCodec>;
+   using Maps = Table<orv::policy_map_key_t, orv::class_map_t, RulesCodec<orv::class_map_t>>;
 
    explicit ClassMapMgr(const Context& context);
 

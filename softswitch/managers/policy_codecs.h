@@ -29,4 +29,18 @@ void readRules(store::Reader& in, orv::class_map_t& into);
 void writeRules(store::Writer& out, const orv::policy_map_t& v);
 void readRules(store::Reader& in, orv::policy_map_t& into);
 
+// The codec (table.h) of the class maps and of the policy maps: a row is the rules of its map.
+template <class Map>
+struct RulesCodec {
+   static constexpr std::uint8_t version = 1;
+   static void encodeKey(const orv::policy_map_key_t& key, store::Writer& out) { write(out, key); }
+   static orv::policy_map_key_t decodeKey(store::Reader& in) { return readPolicyMapKey(in); }
+   static void encodeRow(const Map& row, store::Writer& out) { writeRules(out, row); }
+   static Map decodeRow(store::Reader& in, std::uint8_t) {
+      Map map;
+      readRules(in, map);
+      return map;
+   }
+};
+
 }  // namespace softswitch

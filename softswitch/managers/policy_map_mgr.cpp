@@ -6,7 +6,6 @@
 #include "orv/error.h"
 #include "softswitch/managers/class_map_mgr.h"
 #include "softswitch/managers/intf_mgr.h"
-#include "softswitch/managers/policy_codecs.h"
 
 namespace softswitch {
 namespace {
@@ -71,22 +70,6 @@ private:
 };
 
 }  // namespace
-
-void PolicyMapCodec::encodeKey(const orv::policy_map_key_t& key, store::Writer& out) {
-   write(out, key);
-}
-orv::policy_map_key_t PolicyMapCodec::decodeKey(store::Reader& in) {
-   return readPolicyMapKey(in);
-}
-void PolicyMapCodec::encodeRow(const orv::policy_map_t& row, store::Writer& out) {
-   writeRules(out, row);
-}
-
-orv::policy_map_t PolicyMapCodec::decodeRow(store::Reader& in, std::uint8_t) {
-   orv::policy_map_t map;
-   readRules(in, map);
-   return map;
-}
 
 void PolicyPlaceCodec::encodeKey(const PolicyPlace& key, store::Writer& out) {
    write(out, key.intf);

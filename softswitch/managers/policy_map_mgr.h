@@ -24,20 +24,13 @@
 
 #include "orv/policy_map.h"
 #include "softswitch/context.h"
+#include "softswitch/managers/policy_codecs.h"
 #include "softswitch/table.h"
 
 namespace softswitch {
 
 class ClassMapMgr;
 class IntfMgr;
-
-struct PolicyMapCodec {
-   static constexpr std::uint8_t version = 1;
-   static void encodeKey(const orv::policy_map_key_t& key, store::Writer& out);
-   static orv::policy_map_key_t decodeKey(store::Reader& in);
-   static void encodeRow(const orv::policy_map_t& row, store::Writer& out);
-   static orv::policy_map_t decodeRow(store::Reader& in, std::uint8_t version);
-};
 
 // An interface takes one policy map of a feature in each direction.
 struct PolicyPlace {
@@ -58,7 +51,7 @@ struct PolicyPlaceCodec {
 
 class PolicyMapMgr final : public orv::policy_map_mgr {
 public:
-   using Maps = Table<orv::policy_map_key_t, orv::policy_map_t, PolicyMapCodec>;
+   using Maps = Table<orv::policy_map_key_t, orv::policy_map_t, RulesCodec<orv::policy_map_t>>;
    using Places = Table<PolicyPlace, std::string, PolicyPlaceCodec>;
 
    PolicyMapMgr(const Context& context, const IntfMgr& intfs, ClassMapMgr& classMaps);
