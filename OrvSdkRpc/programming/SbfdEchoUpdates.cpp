@@ -17,19 +17,22 @@ void SbfdEchoUpdates::insert(OpaqueId tag) {
 
 void SbfdEchoUpdates::fanout(Send send, Message&& message) {
    MutexLock lock(mutex_);
+   // Each stream gets a copy, the last one the message itself.
+   std::shared_ptr<RequestHandler> last;
+   const auto deliver = [&](Message&& own) {
+      (static_cast<SbfdEchoUpdatesHandler&>(*last).*send)(std::move(own));
+   };
    for (auto tag = tags_.begin(); tag != tags_.end();) {
-      const std::shared_ptr<RequestHandler> handler = service_.findHandler(*tag);
+      std::shared_ptr<RequestHandler> handler = service_.findHandler(*tag);
       if (!handler) {
          tag = tags_.erase(tag);
          continue;
       }
-      auto& stream = static_cast<SbfdEchoUpdatesHandler&>(*handler);
-      if (++tag == tags_.end()) {
-         (stream.*send)(std::move(message));
-      } else {
-         (stream.*send)(Message(message));
-      }
+      if (last) deliver(Message(message));
+      last = std::move(handler);
+      ++tag;
    }
+   if (last) deliver(std::move(message));
 }
 
 std::size_t SbfdEchoUpdates::size() const {
