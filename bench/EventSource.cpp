@@ -8,6 +8,7 @@
 #include <fstream>
 
 #include "OrvSdkRpc/handlers/StreamingToolkit.h"
+#include "orv/intf_id.h"
 #include "zelt/Clock.h"
 
 namespace bench {
@@ -75,8 +76,12 @@ void ClockSource::taskExecute() {
 RatesSource::RatesSource(const Pavo::Ptr<Gorm::TaskScheduler>& scheduler,
                          OrvSdkRpc::IntfTrafficRatesWatcher& watcher, std::size_t interfaces)
      : TimerTask(scheduler, "rates source"), watcher_(watcher) {
-   for (std::size_t i = 1; i <= interfaces; ++i)
-      interfaces_.emplace_back("Ethernet" + std::to_string(i));
+   for (std::size_t i = 1; i <= interfaces; ++i) {
+      const std::string intf = "Ethernet" + std::to_string(i);
+      interfaces_.emplace_back(intf);
+      // Interfaces that have rates are ones that the switch has made known.
+      orv::host::intf_name_known(intf);
+   }
    scheduleTask();
 }
 

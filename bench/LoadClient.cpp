@@ -69,6 +69,13 @@ std::string complaint(const Workload& workload, const grpc::ByteBuffer& reply) {
    return "a reply that does not parse";
 }
 
+void requireOk(const char* name, const grpc::Status& status, const pb::rpc_status_msg& reply) {
+   if (!status.ok()) throw std::runtime_error(std::string(name) + ": " + status.error_message());
+   if (reply.status() != pb::RPC_STATUS_OK) {
+      throw std::runtime_error(std::string(name) + ": " + reply.ShortDebugString());
+   }
+}
+
 }  // namespace
 
 LoadClient::LoadClient(const std::string& target, std::chrono::milliseconds patience)
@@ -78,15 +85,30 @@ LoadClient::LoadClient(const std::string& target, std::chrono::milliseconds pati
    }
 }
 
-void LoadClient::init() {
+void LoadClient::init(const std::string& policyMap) {
    grpc::ClientContext context;
+   pb::rpc_server_config_msg request;
+   request.set_cbf_nexthop_group_redirect_policy_map_name(policyMap);
    pb::rpc_server_init_status_msg reply;
-   const auto status =
-        pb::orvsdk_service::NewStub(channel_)->rpc_server_init(&context, pb::rpc_server_config_msg(), &reply);
-   if (!status.ok()) throw std::runtime_error("rpc_server_init: " + status.error_message());
-   if (reply.status().status() != pb::RPC_STATUS_OK) {
-      throw std::runtime_error("rpc_server_init: " + reply.status().ShortDebugString());
-   }
+   const auto status = pb::orvsdk_service::NewStub(channel_)->rpc_server_init(&context, request, &reply);
+   requireOk("rpc_server_init", status, reply.status());
+}
+
+void LoadClient::resyncStart() {
+   resync(pb::rpc_server_resync_msg::RESYNC_START);
+}
+
+void LoadClient::resyncEnd() {
+   resync(pb::rpc_server_resync_msg::RESYNC_END);
+}
+
+void LoadClient::resync(int phase) {
+   grpc::ClientContext context;
+   pb::rpc_server_resync_msg request;
+   request.set_resync_phase(static_cast<pb::rpc_server_resync_msg::resync_phase_enum>(phase));
+   pb::rpc_status_msg reply;
+   const auto status = pb::orvsdk_service::NewStub(channel_)->rpc_server_resync(&context, request, &reply);
+   requireOk("rpc_server_resync", status, reply);
 }
 
 LoadResult LoadClient::run(Workload& workload, std::size_t inFlight, Limit limit) {

@@ -50,10 +50,15 @@ public:
    // expected one, with the reply's words.
    LoadResult run(Workload& workload, std::size_t inFlight, Limit limit);
 
-   // One rpc_server_init without tag and policy map; throws when it is refused.
-   void init();
+   // One rpc_server_init without a tag; throws when it is refused.
+   void init(const std::string& policyMap = {});
+   // One rpc_server_resync; throws when it is refused.
+   void resyncStart();
+   void resyncEnd();
 
 private:
+   void resync(int phase);
+
    std::shared_ptr<grpc::Channel> channel_;
    grpc::GenericStub stub_;
    grpc::CompletionQueue queue_;

@@ -184,6 +184,92 @@ void measureBulkGroups(const Setup& setup, Report& report) {
                             std::to_string(setup.bulksInFlight) + " bulks in flight"));
 }
 
+void measureBulkLabels(const Setup& setup, Report& report) {
+   const FloorServer floorServer(setup.floorProgram, setup.floorFlags);
+   // There are not many more labels than that.
+   const auto labels = std::min<std::uint64_t>(setup.routes, 1'000'000);
+   const Arguments arguments = {"--workload",      "label-bulk",
+                                "--total",         std::to_string(labels),
+                                "--per-bulk",      std::to_string(setup.perBulk),
+                                "--groups",        std::to_string(setup.groups),
+                                "--in-flight",     std::to_string(setup.bulksInFlight),
+                                "--requests",      std::to_string(labels / setup.perBulk),
+                                "--program-groups"};
+   Samples ours, again, floor;
+   for (int round = 0; round < setup.rounds; ++round) {
+      FreshDaemon daemon(setup.daemonProgram);
+      sample(setup, daemon.address(), daemon.pid(), arguments, ours);
+      sample(setup, floorServer.address(), floorServer.pid(), arguments, floor);
+      sample(setup, daemon.address(), daemon.pid(), arguments, again);
+   }
+   const auto inFlight = ", " + std::to_string(setup.bulksInFlight) + " bulks in flight";
+   report.add(
+        figureOf("bulk_mpls_route_1000", "labels/s", ours, floor, 0.15,
+                 std::to_string(labels) + " distinct labels over groups into an empty switch" + inFlight));
+   report.add(figureOf("bulk_mpls_route_1000_again", "labels/s", again, floor, std::nullopt,
+                       "the same labels a second time" + inFlight));
+}
+
+void measureRedirects(const Setup& setup, Report& report) {
+   constexpr std::uint64_t total = 1000;
+   const auto arguments = [&](const std::string& workload, std::uint64_t perBulk) {
+      return Arguments{"--workload",   workload,
+                       "--total",      std::to_string(total),
+                       "--per-bulk",   std::to_string(perBulk),
+                       "--requests",   std::to_string(total / perBulk),
+                       "--policy-map", "bench"};
+   };
+   Samples bulk, single;
+   for (int round = 0; round < setup.rounds; ++round) {
+      // New redirects each time: a switch that has them answers without a change.
+      FreshDaemon forBulk(setup.daemonProgram);
+      sample(setup, forBulk.address(), forBulk.pid(), arguments("redirect-bulk", total), bulk);
+      FreshDaemon forSingle(setup.daemonProgram);
+      sample(setup, forSingle.address(), forSingle.pid(), arguments("redirect", 1), single);
+   }
+   char note[160];
+   std::snprintf(note, sizeof note,
+                 "one bulk of %llu new redirects of 3 + 3 DSCPs; the floor is as many single calls, %.1f ms "
+                 "against %.1f ms",
+                 static_cast<unsigned long long>(total), 1e3 * total / median(bulk.rates),
+                 1e3 * total / median(single.rates));
+   report.add(Figure{.key = "bulk_redirect_1000",
+                     .ours = median(bulk.rates),
+                     .floor = median(single.rates),
+                     .unit = "redirects/s",
+                     .target = Target{.kind = Target::Kind::ratioAtLeast, .value = 10},
+                     .note = note});
+}
+
+void measureResync(const Setup& setup, Report& report) {
+   FreshDaemon daemon(setup.daemonProgram);
+   fill(setup, daemon.address());
+   settledResident(daemon.pid());
+   const auto arguments = with(bulkArguments(setup), {"--program-groups"});
+   std::vector<double> whole, starts, ends, bulksAlone;
+   for (int round = 0; round < setup.rounds; ++round) {
+      const auto alone = runLoad(setup.loadProgram, daemon.address(), arguments);
+      bulksAlone.push_back(alone["seconds"]);
+      const auto resync =
+           runLoad(setup.loadProgram, daemon.address(), with(arguments, {"--resync"}))["resync"];
+      whole.push_back(resync["seconds"]);
+      starts.push_back(resync["start_seconds"]);
+      ends.push_back(resync["end_seconds"]);
+   }
+   char note[200];
+   std::snprintf(note, sizeof note,
+                 "%llu routes over %llu groups replayed, all in all; the floor is the same bulks without a "
+                 "resync; start %.1f ms, end %.1f ms",
+                 static_cast<unsigned long long>(setup.routes), static_cast<unsigned long long>(setup.groups),
+                 1e3 * median(starts), 1e3 * median(ends));
+   report.add(Figure{.key = "resync_1m_routes_s",
+                     .ours = median(whole),
+                     .floor = median(bulksAlone),
+                     .unit = "s",
+                     .target = Target{.kind = Target::Kind::ratioAtMost, .value = 1.5},
+                     .note = note});
+}
+
 void measurePing(const Setup& setup, Report& report) {
    std::vector<double> p99;
    std::vector<double> worst;

@@ -37,6 +37,12 @@ void measureUnary(const Setup& setup, Report& report, const std::string& key, st
 // a second pass over the same routes and of spread prefixes.
 void measureBulkRoutes(const Setup& setup, Report& report);
 void measureBulkGroups(const Setup& setup, Report& report);
+// bulk_mpls_route_1000; also the figure of a second pass over the same labels.
+void measureBulkLabels(const Setup& setup, Report& report);
+// bulk_redirect_1000, whose floor is the rate of single calls.
+void measureRedirects(const Setup& setup, Report& report);
+// resync_1m_routes_s, whose floor is the time that the bulks take without a resync.
+void measureResync(const Setup& setup, Report& report);
 void measurePing(const Setup& setup, Report& report);
 // restart_1m_routes_s and rss_1m_routes_mib.
 void measureRestart(const Setup& setup, Report& report);

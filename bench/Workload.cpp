@@ -148,6 +148,66 @@ public:
    }
 };
 
+class BulkLabels : public Prebuilt {
+public:
+   BulkLabels(std::uint64_t total, std::size_t perBulk, std::uint64_t groups)
+        : Prebuilt("mpls_route_bulk", perBulk, okReply(perBulk)) {
+      requireWholeBulks(total, perBulk);
+      if (total > labelCount) throw std::invalid_argument("there are not so many labels");
+      for (std::uint64_t index = 0; index < total;) {
+         pb::mpls_route_bulk_msg bulk;
+         for (std::size_t i = 0; i < perBulk; ++i, ++index) {
+            auto& label = *bulk.add_bulk();
+            label.set_label(firstLabel + static_cast<std::uint32_t>(index));
+            auto& group = *label.mutable_nexthop_group_msg();
+            group.set_name(groupName(index % groups));
+            group.set_mpls_operation(
+                 pb::mpls_route_msg::forward_nexthop_group_msg::GROUP_MPLS_OPERATION_FORWARD);
+         }
+         add(bulk);
+      }
+   }
+
+private:
+   // The first 16 are reserved.
+   static constexpr std::uint32_t firstLabel = 16;
+   static constexpr std::uint64_t labelCount = (std::uint64_t{1} << 20) - firstLabel;
+};
+
+pb::cbf_nexthop_group_redirect_msg redirect(std::uint64_t index) {
+   pb::cbf_nexthop_group_redirect_msg message;
+   message.set_match_nexthop_group_name(groupName(index));
+   message.set_redirect_nexthop_group_name(groupName(index) + "_voice");
+   for (const std::uint32_t dscp : {34, 40, 46}) {
+      message.add_match_ipv4_dscp(dscp);
+      message.add_match_ipv6_dscp(dscp);
+   }
+   return message;
+}
+
+class BulkRedirects : public Prebuilt {
+public:
+   BulkRedirects(std::uint64_t total, std::size_t perBulk)
+        : Prebuilt("cbf_nexthop_group_redirect_bulk", perBulk, okReply(perBulk)) {
+      requireWholeBulks(total, perBulk);
+      for (std::uint64_t index = 0; index < total;) {
+         pb::cbf_nexthop_group_redirect_bulk_msg bulk;
+         for (std::size_t i = 0; i < perBulk; ++i, ++index)
+            *bulk.add_bulk() = redirect(index);
+         add(bulk);
+      }
+   }
+};
+
+class SingleRedirects : public Prebuilt {
+public:
+   explicit SingleRedirects(std::uint64_t total)
+        : Prebuilt("cbf_nexthop_group_redirect", 1, pb::rpc_status_msg().SerializeAsString()) {
+      for (std::uint64_t index = 0; index < total; ++index)
+         add(redirect(index));
+   }
+};
+
 class EmptyCalls : public Prebuilt {
 public:
    EmptyCalls() : Prebuilt("get_rpc_server_state", 1, std::string()) {
@@ -181,6 +241,18 @@ std::unique_ptr<Workload> bulkRoutes(std::uint64_t first, std::uint64_t total, s
 
 std::unique_ptr<Workload> bulkGroups(std::uint64_t total, std::size_t perBulk, std::size_t nexthops) {
    return std::make_unique<BulkGroups>(total, perBulk, nexthops);
+}
+
+std::unique_ptr<Workload> bulkLabels(std::uint64_t total, std::size_t perBulk, std::uint64_t groups) {
+   return std::make_unique<BulkLabels>(total, perBulk, groups);
+}
+
+std::unique_ptr<Workload> bulkRedirects(std::uint64_t total, std::size_t perBulk) {
+   return std::make_unique<BulkRedirects>(total, perBulk);
+}
+
+std::unique_ptr<Workload> singleRedirects(std::uint64_t total) {
+   return std::make_unique<SingleRedirects>(total);
 }
 
 std::unique_ptr<Workload> emptyCalls() {

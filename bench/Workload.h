@@ -47,6 +47,17 @@ std::unique_ptr<Workload> bulkRoutes(std::uint64_t first, std::uint64_t total, s
 // every group it names. `total` is a multiple of `perBulk`.
 std::unique_ptr<Workload> bulkGroups(std::uint64_t total, std::size_t perBulk, std::size_t nexthops);
 
+// `mpls_route_bulk` with `perBulk` labels from 16 on, each forwarded to one of
+// `groups` groups; `total` is a multiple of `perBulk` and at most 2^20 - 16.
+std::unique_ptr<Workload> bulkLabels(std::uint64_t total, std::size_t perBulk, std::uint64_t groups);
+
+// `cbf_nexthop_group_redirect_bulk` with `perBulk` redirects of 3 IPv4 and 3 IPv6
+// DSCPs, each from a group of its own; `total` is a multiple of `perBulk`.
+std::unique_ptr<Workload> bulkRedirects(std::uint64_t total, std::size_t perBulk);
+
+// The same redirects, `cbf_nexthop_group_redirect` each.
+std::unique_ptr<Workload> singleRedirects(std::uint64_t total);
+
 // `get_rpc_server_state` without a key: the cheapest call there is.
 std::unique_ptr<Workload> emptyCalls();
 

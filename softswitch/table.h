@@ -291,6 +291,38 @@ private:
    Make make_;
 };
 
+// The same over a table whose rows are std::shared_ptr<const Iter::value_type>: the iterator shares the row.
+template <class Iter, class TableType>
+class SharedTableIter final : public Iter::impl_type {
+public:
+   using Value = typename Iter::value_type;
+
+   explicit SharedTableIter(const TableType& table) : cursor_(table) {}
+
+   bool next(Value& row) override {
+      const Value* const at = next_row(row);
+      if (at == nullptr) return false;
+      row = *at;
+      return true;
+   }
+   const Value* next_row(Value&) override {
+      const auto item = cursor_.next();
+      if (item) {
+         row_ = *item.row;
+      } else {
+         row_.reset();
+      }
+      return row_.get();
+   }
+   std::unique_ptr<orv::iter_impl<Value>> clone() const override {
+      return std::make_unique<SharedTableIter>(*this);
+   }
+
+private:
+   typename TableType::Cursor cursor_;
+   std::shared_ptr<const Value> row_;
+};
+
 // makeTableIter<orv::vrf_iter_t>(table, [](auto item) { return std::optional(*item.key); })
 template <class Iter, class TableType, class Make>
 Iter makeTableIter(const TableType& table, Make make) {

@@ -31,7 +31,7 @@ void AlarmedStream::processIo(CqEventSource source) {
 
 bool AlarmedStream::processCancel() {
    if (!cancelled()) return false;
-   orv::fmttrace(tracer(), 9, "Cancelled handler {}", tag_);
+   orv::fmttrace(tracer(), StreamTrace::event, "Cancelled handler {}", tag_);
    CqEventSource outstanding;
    {
       MutexLock lock(mutex_);

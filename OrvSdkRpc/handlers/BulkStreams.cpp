@@ -1,18 +1,12 @@
 #include "OrvSdkRpc/handlers/BulkStreams.h"
 
 namespace OrvSdkRpc {
-namespace {
-
-constexpr int traceWrite = 8;
-constexpr int traceEvent = 9;
-
-}  // namespace
 
 BulkStream::BulkStream(OpaqueId tag, grpc::Server& server, grpc::ServerCompletionQueue& cq,
                        GrpcService& service)
      : AlarmedStream(tag, server, cq, service,
-                     Style{.processLevel = traceWrite,
-                           .alarmLevel = traceWrite,
+                     Style{.processLevel = StreamTrace::write,
+                           .alarmLevel = StreamTrace::write,
                            .alarmSet = "Set alarm for handler {}",
                            .unknownTag = "false && \"unknown tag\""}) {}
 
@@ -25,7 +19,8 @@ void BulkStream::onTick(CqEventSource source) {
       return;
    }
    const std::size_t count = writeBatch();
-   orv::fmttrace(tracer(), traceWrite, "Wrote {} entries to handler {} tag {}", count, tag_, writeTag_);
+   orv::fmttrace(tracer(), StreamTrace::write, "Wrote {} entries to handler {} tag {}", count, tag_,
+                 writeTag_);
 }
 
 void BulkStream::writeDone(CqEventSource source) {
@@ -39,9 +34,7 @@ void BulkStream::writeResponse(const google::protobuf::Message& response) {
 }
 
 void BulkStream::traceEntry(const google::protobuf::Message& entry) const {
-   if (tracer().enabled(traceEvent)) {
-      orv::fmttrace(tracer(), traceEvent, "Enqueue {} to handler {}", traceText(entry), tag_);
-   }
+   orv::fmttrace(tracer(), StreamTrace::event, "Enqueue {} to handler {}", traceText(entry), tag_);
 }
 
 void BulkStream::wake() {
@@ -58,9 +51,9 @@ void BulkStream::dumpNext() {
       MutexLock lock(mutex_);
       if (!snapshot_) return;
    }
-   const std::unique_ptr<google::protobuf::Message> response = nextOfSnapshot();
+   const google::protobuf::Message* const response = nextOfSnapshot();
    MutexLock lock(mutex_);
-   if (response) {
+   if (response != nullptr) {
       writeResponse(*response);
       return;
    }
@@ -68,7 +61,7 @@ void BulkStream::dumpNext() {
    snapshot_ = false;
    writeEmpty();
    lock.unlock();
-   orv::fmttrace(tracer(), traceEvent, "handler {} end of dump", tag_);
+   orv::fmttrace(tracer(), StreamTrace::event, "handler {} end of dump", tag_);
 }
 
 }  // namespace OrvSdkRpc

@@ -9,14 +9,17 @@
 // get their turn and values merge meanwhile.
 #pragma once
 
+#include <google/protobuf/arena.h>
 #include <google/protobuf/io/coded_stream.h>
 #include <google/protobuf/message.h>
 
 #include <cstddef>
 #include <list>
 #include <memory>
-#include <optional>
+#include <span>
+#include <type_traits>
 #include <utility>
+#include <vector>
 
 #include "OrvSdkRpc/handlers/AlarmedStream.h"
 #include "OrvSdkRpc/handlers/PendingTable.h"
@@ -38,12 +41,14 @@ protected:
    // Fills one batch from the table, writes it with writeResponse and takes what it holds out of the table;
    // how many entries that are.
    virtual std::size_t writeBatch() ORV_REQUIRES(mutex_) = 0;
-   // The next whole response of the snapshot, or null at its end.
-   virtual std::unique_ptr<google::protobuf::Message> nextOfSnapshot() = 0;
+   // The next whole response of the snapshot, or null at its end. Valid until the next call.
+   virtual const google::protobuf::Message* nextOfSnapshot() = 0;
    // Writes a response without entries.
    virtual void writeEmpty() ORV_REQUIRES(mutex_) = 0;
 
    void writeResponse(const google::protobuf::Message& response) ORV_REQUIRES(mutex_);
+   [[nodiscard]] bool entriesTraced() const { return tracer().enabled(StreamTrace::event); }
+   // For when they are.
    void traceEntry(const google::protobuf::Message& entry) const;
    // An entry came into an empty table: sets the alarm if nothing else will bring the stream its turn.
    void wake() ORV_REQUIRES(mutex_);
@@ -77,6 +82,55 @@ private:
    std::size_t size_ = 0;
 };
 
+// A response whose entries are those of the batches before it, written over: batch after batch is made
+// without an allocation. Keeps the memory of its largest batch.
+//
+// Thread-safety: belongs to its stream.
+template <class A>
+class ReusedBatch {
+   using Rp = typename MethodTraits<A::method>::Response;
+   using Entry = typename A::Entry;
+
+public:
+   [[nodiscard]] const Rp& response() const { return response_; }
+   [[nodiscard]] bool full() { return A::entries(response_).size() == A::batchMax; }
+   // One more entry, which still holds what it held in an earlier batch.
+   Entry& add() {
+      auto& entries = A::entries(response_);
+      const auto index = static_cast<std::size_t>(entries.size());
+      if (index == made_.size()) made_.push_back(google::protobuf::Arena::CreateMessage<Entry>(&arena_));
+      entries.UnsafeArenaAddAllocated(made_[index]);
+      return *made_[index];
+   }
+   // Clearing the entries themselves would free what they hold.
+   void clear() {
+      auto& entries = A::entries(response_);
+      entries.UnsafeArenaExtractSubrange(0, entries.size(), nullptr);
+   }
+
+private:
+   google::protobuf::Arena arena_;
+   Rp& response_ = *google::protobuf::Arena::CreateMessage<Rp>(&arena_);
+   std::vector<Entry*> made_;
+};
+
+namespace detail {
+
+// What waits for a key.
+template <class A>
+struct BulkValue {
+   using Type = typename A::Entry;
+};
+template <class A>
+requires requires {
+   typename A::Value;
+}
+struct BulkValue<A> {
+   using Type = typename A::Value;
+};
+
+}  // namespace detail
+
 // A is a structure; each stream holds one. As in StreamingAdapterHandler.h, what may be left out is found by
 // its name:
 //
@@ -84,15 +138,27 @@ private:
 //       static constexpr auto method = &Generated::AsyncService::Requestrates;
 //       using Key = orv::intf_id_t;          // std::hash and <
 //       using Entry = RatesResponse_Entry;   // a message
+//
+//       // Either entries wait.
 //       // Moves the entry into the response, or answers false: the batch is full.
 //       bool append(Rp& response, Entry& entry);
+//       // A new value for a key that waits; false takes the key out of the table. Without it, MergeFrom: set
+//       // fields overwrite, repeated ones are added.
+//       static bool coalesce(Entry& old, const Entry& fresh);
+//
+//       // Or values of the SDK wait, which become entries when they are written: what a newer value
+//       // replaces is never converted.
+//       using Value = orv::intf_traffic_rates_t;
+//       static bool coalesce(Value& old, const Value& fresh);
+//       // Writes over an entry of an earlier batch: sets or clears every field.
+//       static void convert(const Key& key, const Value& value, Entry& entry);
+//       // The repeated field of the response, and how many entries one batch has at most.
+//       static google::protobuf::RepeatedPtrField<Entry>& entries(Rp& response);
+//       static constexpr int batchMax = 1000;
 //
 //       // All of these may be left out.
 //       // Before the first entry of a batch.
 //       void beginBatch();
-//       // A new value for a key that waits; false takes the key out of the table. Without it, MergeFrom: set
-//       // fields overwrite, repeated ones are added.
-//       static bool coalesce(Entry& old, const Entry& fresh);
 //       // Which keys the stream wants. Runs on the publishing thread.
 //       bool wants(const Key& key) const;
 //       // Whether one empty response goes out before anything else.
@@ -114,7 +180,9 @@ class BulkStreamHandler final
    using Rp = typename MethodTraits<A::method>::Response;
    using Key = typename A::Key;
    using Entry = typename A::Entry;
+   using Value = typename detail::BulkValue<A>::Type;
    using Base = ServerStreamHandler<BulkStreamHandler, Rq, Rp, S, BulkStream>;
+   static constexpr bool entriesWait = std::is_same_v<Value, Entry>;
    static constexpr bool hasSnapshot = requires { &A::snapshot; };
 
 public:
@@ -124,23 +192,33 @@ public:
    }
 
    // Any thread.
-   void publish(const Key& key, Entry entry) {
+   void publish(const Key& key, const Value& value) {
+      MutexLock lock(this->mutex_);
+      if (!this->closed()) add(key, value);
+   }
+   // The same for one value after the other.
+   void publish(std::span<const std::pair<Key, Value>> values) {
       MutexLock lock(this->mutex_);
       if (this->closed()) return;
+      for (const auto& [key, value] : values)
+         add(key, value);
+   }
+
+private:
+   void add(const Key& key, const Value& value) ORV_REQUIRES(this->mutex_) {
       if constexpr (requires { &A::wants; }) {
          if (!def_.wants(key)) return;
       }
-      this->traceEntry(entry);
+      if (this->entriesTraced()) traceValue(key, value);
       const auto [waiting, fresh] = pending_.emplace(key);
       if (fresh) {
-         waiting = std::move(entry);
+         waiting = value;
          if (pending_.size() == 1) this->wake();
-      } else if (!coalesce(waiting, entry)) {
+      } else if (!coalesce(waiting, value)) {
          pending_.erase(key);
       }
    }
 
-private:
    void start() override {
       this->rejectInsecureRemote();
       this->setupTags();
@@ -168,24 +246,47 @@ private:
 
    [[nodiscard]] bool tableEmpty() const override ORV_REQUIRES(this->mutex_) { return pending_.empty(); }
    std::size_t writeBatch() override ORV_REQUIRES(this->mutex_) {
-      Rp response;
       if constexpr (requires { &A::beginBatch; }) def_.beginBatch();
-      const std::size_t count =
-           pending_.pass([&](const Key&, Entry& entry) { return def_.append(response, entry); });
-      this->writeResponse(response);
-      return count;
+      if constexpr (entriesWait) {
+         Rp response;
+         const std::size_t count =
+              pending_.pass([&](const Key&, Entry& entry) { return def_.append(response, entry); });
+         this->writeResponse(response);
+         return count;
+      } else {
+         const std::size_t count = pending_.pass([&](const Key& key, const Value& value) {
+            if (batch_.full()) return false;
+            A::convert(key, value, batch_.add());
+            return true;
+         });
+         this->writeResponse(batch_.response());
+         batch_.clear();
+         return count;
+      }
    }
-   std::unique_ptr<google::protobuf::Message> nextOfSnapshot() override {
+   const google::protobuf::Message* nextOfSnapshot() override {
       // A snapshot may hold on to what is the SDK's.
       orv::sdk_scoped_lock lock;
-      if (responses_.empty()) return nullptr;
-      auto response = std::make_unique<Rp>(std::move(responses_.front()));
+      if (responses_.empty()) {
+         snapshotResponse_.Clear();
+         return nullptr;
+      }
+      snapshotResponse_ = std::move(responses_.front());
       responses_.pop_front();
-      return response;
+      return &snapshotResponse_;
    }
    void writeEmpty() override ORV_REQUIRES(this->mutex_) { this->writeResponse(Rp()); }
 
-   static bool coalesce(Entry& old, const Entry& fresh) {
+   void traceValue(const Key& key, const Value& value) const {
+      if constexpr (entriesWait) {
+         this->traceEntry(value);
+      } else {
+         Entry entry;
+         A::convert(key, value, entry);
+         this->traceEntry(entry);
+      }
+   }
+   static bool coalesce(Value& old, const Value& fresh) {
       if constexpr (requires { &A::coalesce; }) {
          return A::coalesce(old, fresh);
       } else {
@@ -194,15 +295,20 @@ private:
       }
    }
    void discard() override {
-      PendingTable<Key, Entry> lost;
+      PendingTable<Key, Value> lost;
       MutexLock lock(this->mutex_);
       std::swap(lost, pending_);
       lock.unlock();
    }
 
-   PendingTable<Key, Entry> pending_;
+   struct Nothing {};
+
+   PendingTable<Key, Value> pending_;
    A def_;
+   [[no_unique_address]] std::conditional_t<entriesWait, Nothing, ReusedBatch<A>> batch_;
+   // The snapshot, and the response that was taken from it last.
    std::list<Rp> responses_;
+   Rp snapshotResponse_;
 };
 
 }  // namespace OrvSdkRpc

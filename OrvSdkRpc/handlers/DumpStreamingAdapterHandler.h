@@ -26,10 +26,13 @@ namespace OrvSdkRpc {
 //    };
 template <class Def, class Rq, class Rp, class Svc>
 class DumpStreamingAdapterHandler final
-     : public DumpStreamingHandler<DumpStreamingAdapterHandler<Def, Rq, Rp, Svc>, Rq, Rp, Svc,
-                                   decltype(Def::iterator(std::declval<Svc&>()))> {
-   using Base = DumpStreamingHandler<DumpStreamingAdapterHandler, Rq, Rp, Svc,
-                                     decltype(Def::iterator(std::declval<Svc&>()))>;
+     : public detail::AdaptedStream<
+            Def, Rp,
+            DumpStreamingHandler<DumpStreamingAdapterHandler<Def, Rq, Rp, Svc>, Rq, Rp, Svc,
+                                 decltype(Def::iterator(std::declval<Svc&>()))>> {
+   using Base = detail::AdaptedStream<Def, Rp,
+                                      DumpStreamingHandler<DumpStreamingAdapterHandler, Rq, Rp, Svc,
+                                                           decltype(Def::iterator(std::declval<Svc&>()))>>;
 
 public:
    DumpStreamingAdapterHandler(OpaqueId tag, grpc::Server& server, grpc::ServerCompletionQueue& cq,
@@ -42,25 +45,16 @@ public:
    auto iterator() { return Def::iterator(this->service_); }
    template <class Key>
    void encodeDump(const Key& key, Rp& message) {
-      def_.encodeDump(this->service_, key, message);
+      this->def_.encodeDump(this->service_, key, message);
    }
 
 private:
-   void subscribe() override { detail::subscribeBy(def_, this->service_, this->tag_, *this->request_); }
-   void cancel() override { detail::controllerOf<Def>(this->service_).cancel(this->tag_); }
-   [[nodiscard]] bool filter(const Rp& message) const override {
-      if constexpr (requires { &Def::filter; }) {
-         return def_.filter(*this->request_, message);
-      } else {
-         return true;
-      }
+   [[nodiscard]] bool dumpEnabled() override {
+      return this->def_.dumpEnabled(this->service_, *this->request_);
    }
-   [[nodiscard]] bool dumpEnabled() override { return def_.dumpEnabled(this->service_, *this->request_); }
    void endOfDump() override {
-      if constexpr (requires { &Def::endOfDump; }) def_.endOfDump(this->service_);
+      if constexpr (requires { &Def::endOfDump; }) this->def_.endOfDump(this->service_);
    }
-
-   Def def_;
 };
 
 }  // namespace OrvSdkRpc

@@ -10,9 +10,7 @@ void DumpStream::start() {
       dumpNext();
       return;
    }
-   state_ = 1;
-   join();
-   if (ackWanted()) publishAck();
+   goLive();
 }
 
 bool DumpStream::dumpIterator() {
@@ -37,7 +35,7 @@ void DumpStream::dumpNext() {
    endOfDump();
    closeDump();
    publishAck();
-   orv::fmttrace(tracer(), 9, "handler {} end of dump", tag_);
+   orv::fmttrace(tracer(), StreamTrace::event, "handler {} end of dump", tag_);
 }
 
 }  // namespace OrvSdkRpc

@@ -32,15 +32,16 @@ void ListStream::process(OpaqueId) {
    }
    if (!atElement()) {
       end(grpc::Status::OK);
-      orv::fmttrace(tracer(), 9, "iterator complete handler {}\n", tag_);
+      orv::fmttrace(tracer(), StreamTrace::event, "iterator complete handler {}\n", tag_);
       return;
    }
    writeElement(first);
 }
 
 void ListStream::writeResponse(const google::protobuf::Message& response, bool first) {
-   if (tracer().enabled(9)) {
-      orv::fmttrace(tracer(), 9, "iterator streaming {} to handler {}\n", traceText(response), tag_);
+   if (tracer().enabled(StreamTrace::event)) {
+      orv::fmttrace(tracer(), StreamTrace::event, "iterator streaming {} to handler {}\n",
+                    traceText(response), tag_);
    }
    write(response, tag_, first ? nullptr : &writeOptions_);
 }

@@ -49,8 +49,10 @@ private:
 //       // Either of the two; what it throws becomes the status of the call.
 //       static auto iterator(Svc& service);
 //       static auto iterator(const Rq& request, Svc& service);
-//       // Without the SDK's lock.
+//       // Either of the two, without the SDK's lock. The second writes over the response of the element
+//       // before, and sets or clears every field of it.
 //       static Rp convert(const Element& element);
+//       static void convert(const Element& element, Rp& response);
 //    };
 //
 // The iterator is an orv::..._iter_t or any class with the operators bool, ++ and *. All three run under the
@@ -78,6 +80,9 @@ private:
    using Iterator = decltype(open(std::declval<Rq&>(), std::declval<Svc&>()));
    using Element = decltype(*std::declval<Iterator&>());
    static constexpr bool byReference = std::is_reference_v<Element>;
+   static constexpr bool reusesResponse = requires(const std::decay_t<Element>& element, Rp& response) {
+      Def::convert(element, response);
+   };
 
    void begin() override {
       iterator_.emplace(open(*this->request_, this->service_));
@@ -89,10 +94,19 @@ private:
    }
    [[nodiscard]] bool atElement() const override { return static_cast<bool>(*iterator_); }
    void writeElement(bool first) override {
-      if constexpr (byReference) {
-         this->writeResponse(Def::convert(**iterator_), first);
+      if constexpr (reusesResponse) {
+         Def::convert(element(), response_);
+         this->writeResponse(response_, first);
       } else {
-         this->writeResponse(Def::convert(*element_), first);
+         this->writeResponse(Def::convert(element()), first);
+      }
+   }
+
+   [[nodiscard]] const std::decay_t<Element>& element() {
+      if constexpr (byReference) {
+         return **iterator_;
+      } else {
+         return *element_;
       }
    }
 
@@ -110,6 +124,7 @@ private:
    std::optional<Iterator> iterator_;
    [[no_unique_address]] std::conditional_t<byReference, Nothing, std::optional<std::decay_t<Element>>>
         element_;
+   [[no_unique_address]] std::conditional_t<reusesResponse, Rp, Nothing> response_;
 };
 
 }  // namespace OrvSdkRpc

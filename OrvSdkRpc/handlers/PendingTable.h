@@ -3,50 +3,72 @@
 // Thread-safety: none of its own.
 //
 // The order of the keys is that of their hashes: stable, whatever comes and goes, and not the order of
-// arrival, so that a busy source's old keys do not push back the new ones of another. A hash table proper has
-// no order that survives its growth, so this is a tree over (hash, key); with the hash in front nearly every
-// comparison is one of two integers. See docs/decisions/pending-table.md.
+// arrival, so that a busy source's old keys do not push back the new ones of another. See
+// docs/decisions/pending-table.md.
 #pragma once
 
+#include <algorithm>
+#include <bit>
 #include <cstddef>
+#include <cstdint>
 #include <functional>
-#include <map>
+#include <list>
 #include <optional>
-#include <tuple>
 #include <utility>
+#include <vector>
 
 #include "pavo/Allocator.h"
 
 namespace OrvSdkRpc {
 
-// Key is hashable by std::hash and ordered by <.
-template <class Key, class Entry>
+// Numbers are their own std::hash; here their bits are spread, the upper ones above all.
+template <class Key>
+struct SpreadHash {
+   std::uint64_t operator()(const Key& key) const {
+      const std::uint64_t hash = std::hash<Key>{}(key);
+      return (hash ^ (hash >> 32)) * 0x9e3779b97f4a7c15ULL;
+   }
+};
+
+// Key is ordered by <; Hash is well spread in its upper bits. Entry is default-constructible and moves.
+//
+// An entry stays where it is until it is erased. Its memory is then kept for the next one. A table that was
+// moved from may be assigned to or destroyed, and nothing else.
+template <class Key, class Entry, class Hash = SpreadHash<Key>>
 class PendingTable {
 public:
-   [[nodiscard]] std::size_t size() const { return table_.size(); }
-   [[nodiscard]] bool empty() const { return table_.empty(); }
+   [[nodiscard]] std::size_t size() const { return size_; }
+   [[nodiscard]] bool empty() const { return size_ == 0; }
    // Where the next pass begins; empty for the beginning.
    [[nodiscard]] const std::optional<Key>& resumeKey() const { return resumeKey_; }
 
    // The entry of the key and whether it was made now, from `args`.
    template <class... Args>
    std::pair<Entry&, bool> emplace(const Key& key, Args&&... args) {
-      const Probe probe{std::hash<Key>{}(key), key};
-      const auto at = table_.lower_bound(probe);
-      if (at != table_.end() && at->first.hash == probe.hash && !(key < at->first.key)) {
-         return {at->second, false};
+      if (4 * (size_ + 1) > 3 * homes_) grow();
+      const std::uint64_t hash = Hash{}(key);
+      const std::size_t at = lowerBound(hash, key);
+      if (slots_[at].node && slots_[at].hash == hash && !(key < slots_[at].node->key)) {
+         return {slots_[at].node->entry, false};
       }
-      const auto made = table_.emplace_hint(at, std::piecewise_construct, std::forward_as_tuple(probe),
-                                            std::forward_as_tuple(std::forward<Args>(args)...));
-      return {made->second, true};
+      Node* const node = newNode(key);
+      node->entry = Entry(std::forward<Args>(args)...);
+      makeRoom(at);
+      slots_[at] = {hash, node};
+      ++size_;
+      ++insertions_;
+      return {node->entry, true};
    }
 
    // A pass that would begin at the key begins at the next one.
    void erase(const Key& key) {
-      const auto at = table_.find(Probe{std::hash<Key>{}(key), key});
-      if (at == table_.end()) return;
-      const auto next = table_.erase(at);
-      if (resumeKey_ && *resumeKey_ == key) resumeAt(next);
+      if (empty()) return;
+      const std::uint64_t hash = Hash{}(key);
+      const std::size_t at = lowerBound(hash, key);
+      const Slot& slot = slots_[at];
+      if (!slot.node || slot.hash != hash || key < slot.node->key) return;
+      if (resumeKey_ && *resumeKey_ == key) resumeAt(occupied(at + 1));
+      eraseRange(at, at + 1);
    }
 
    // Calls visit(key, entry) for one entry after the other, from where the last pass stopped, until it
@@ -55,52 +77,164 @@ public:
    // with them.
    template <class Visit>
    std::size_t pass(Visit&& visit) {
-      const auto first = resumeKey_ ? table_.lower_bound(Probe{std::hash<Key>{}(*resumeKey_), *resumeKey_})
-                                    : table_.begin();
-      auto at = first;
+      if (empty()) {
+         resumeKey_.reset();
+         return 0;
+      }
+      std::size_t first = occupied(resumeKey_ ? lowerBound(Hash{}(*resumeKey_), *resumeKey_) : 0);
+      const Slot start = slots_[first];
+      std::size_t at = first;
       std::size_t visited = 0;
-      while (at != table_.end() && visit(at->first.key, at->second)) {
-         ++at;
+      while (Node* const node = slots_[at].node) {
+         prefetchNode(at + lookAhead);
+         const std::uint64_t hash = slots_[at].hash;
+         const std::size_t insertions = insertions_;
+         const bool more = visit(std::as_const(node->key), node->entry);
+         if (insertions != insertions_) {
+            // A new entry moves others.
+            at = lowerBound(hash, node->key);
+            first = lowerBound(start.hash, start.node->key);
+         }
+         if (!more) break;
          ++visited;
+         at = occupied(at + 1);
       }
       resumeAt(at);
-      table_.erase(first, at);
+      eraseRange(first, at);
       return visited;
    }
 
-   void clear() {
-      table_.clear();
-      resumeKey_.reset();
-   }
+   void clear() { *this = PendingTable(); }
 
 private:
-   struct Probe {
-      std::size_t hash;
-      const Key& key;
+   struct Node {
+      Key key{};
+      Entry entry{};
    };
+   // Empty without a node.
    struct Slot {
-      explicit Slot(const Probe& probe) : hash(probe.hash), key(probe.key) {}
-      std::size_t hash;
-      Key key;
+      std::uint64_t hash = 0;
+      Node* node = nullptr;
    };
-   struct Before {
-      using is_transparent = void;
-      template <class A, class B>
-      bool operator()(const A& a, const B& b) const {
-         return a.hash != b.hash ? a.hash < b.hash : a.key < b.key;
-      }
-   };
-   using Table = std::map<Slot, Entry, Before, Pavo::Allocator<std::pair<const Slot, Entry>>>;
 
-   void resumeAt(typename Table::const_iterator at) {
-      if (at == table_.end()) {
-         resumeKey_.reset();
-      } else {
-         resumeKey_ = at->first.key;
+   // The slots are a hash table in which the upper bits of a hash are its home, and whose entries stand in
+   // the order of (hash, key), none in front of its home and with no gap between its home and it. So a walk
+   // along the slots is a walk in order, and growing does not change it. Behind the last home stand those
+   // that were pushed over the edge; the last slot is always empty.
+   static constexpr std::size_t homesMin = 16;
+   static constexpr std::size_t keptMin = 64;
+
+   [[nodiscard]] std::size_t home(std::uint64_t hash) const { return hash >> shift_; }
+   [[nodiscard]] std::size_t end() const { return slots_.size() - 1; }
+
+   // Where the key stands or is to be put.
+   [[nodiscard]] std::size_t lowerBound(std::uint64_t hash, const Key& key) const {
+      std::size_t at = home(hash);
+      while (slots_[at].node &&
+             (slots_[at].hash != hash ? slots_[at].hash < hash : slots_[at].node->key < key)) {
+         ++at;
+      }
+      return at;
+   }
+   // The first entry from `at` on, or end().
+   [[nodiscard]] std::size_t occupied(std::size_t at) const {
+      while (at < end() && !slots_[at].node)
+         ++at;
+      return std::min(at, end());
+   }
+
+   // Nodes lie in the order of their making, so a walk finds none of them in the cache.
+   static constexpr std::size_t lookAhead = 6;
+   void prefetchNode(std::size_t at) const {
+      if (at < slots_.size()) __builtin_prefetch(slots_[at].node);
+   }
+
+   // Moves what stands at `at` and directly behind it on by one.
+   void makeRoom(std::size_t at) {
+      std::size_t gap = at;
+      while (slots_[gap].node)
+         ++gap;
+      if (gap == end()) slots_.emplace_back();
+      std::move_backward(slots_.begin() + static_cast<std::ptrdiff_t>(at),
+                         slots_.begin() + static_cast<std::ptrdiff_t>(gap),
+                         slots_.begin() + static_cast<std::ptrdiff_t>(gap) + 1);
+   }
+
+   void grow() {
+      const Slots before = std::move(slots_);
+      homes_ = std::max(2 * homes_, homesMin);
+      shift_ = 64U - static_cast<unsigned>(std::countr_zero(homes_));
+      slots_.assign(homes_ + 1, Slot());
+      std::size_t at = 0;
+      for (const Slot& slot : before) {
+         if (!slot.node) continue;
+         at = std::max(at, home(slot.hash));
+         if (at == end()) slots_.emplace_back();
+         slots_[at++] = slot;
       }
    }
 
-   Table table_;
+   void eraseRange(std::size_t first, std::size_t last) {
+      for (std::size_t at = first; at != last; ++at) {
+         if (!slots_[at].node) continue;
+         freeNode(slots_[at].node);
+         slots_[at].node = nullptr;
+         --size_;
+      }
+      // Those directly behind move up, towards their homes.
+      std::size_t to = first;
+      for (std::size_t at = last; slots_[at].node; ++at, ++to) {
+         to = std::max(to, home(slots_[at].hash));
+         if (to == at) break;
+         slots_[to] = std::exchange(slots_[at], Slot());
+      }
+      if (empty()) trim();
+   }
+
+   void resumeAt(std::size_t at) {
+      if (slots_[at].node) {
+         resumeKey_ = slots_[at].node->key;
+      } else {
+         resumeKey_.reset();
+      }
+   }
+
+   Node* newNode(const Key& key) {
+      Node* node = nullptr;
+      if (free_.empty()) {
+         node = &nodes_.emplace_back();
+      } else {
+         node = free_.back();
+         free_.pop_back();
+      }
+      node->key = key;
+      most_ = std::max(most_, size_ + 1);
+      return node;
+   }
+   void freeNode(Node* node) {
+      node->key = Key();
+      node->entry = Entry();
+      free_.push_back(node);
+   }
+   // An empty table keeps what its last fill needed, not what a storm once did; what is soon made again, not
+   // at all.
+   void trim() {
+      if (most_ < keptMin || nodes_.size() > 2 * most_) clear();
+      most_ = 0;
+   }
+
+   using Slots = std::vector<Slot>;
+
+   Slots slots_;
+   // A power of two; the upper bits of a hash that are its home begin at shift_.
+   std::size_t homes_ = 0;
+   unsigned shift_ = 64;
+   std::size_t size_ = 0;
+   std::size_t insertions_ = 0;
+   std::list<Node, Pavo::Allocator<Node>> nodes_;
+   std::vector<Node*> free_;
+   // The largest size since the table was last empty.
+   std::size_t most_ = 0;
    std::optional<Key> resumeKey_;
 };
 

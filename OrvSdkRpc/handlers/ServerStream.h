@@ -29,6 +29,14 @@
 
 namespace OrvSdkRpc {
 
+// How loud the streams' traces are.
+struct StreamTrace {
+   // A client is cut off.
+   static constexpr int closing = 3;
+   static constexpr int write = 8;
+   static constexpr int event = 9;
+};
+
 class ServerStream : public RequestHandler {
 protected:
    ServerStream(OpaqueId tag, grpc::Server& server, grpc::ServerCompletionQueue& cq, GrpcService& service)

@@ -29,6 +29,26 @@ void subscribeBy(Def& def, Svc& service, OpaqueId tag, const Rq& request) {
    }
 }
 
+// What every watch leaves to its definition. Base is the handler below it.
+template <class Def, class Rp, class Base>
+class AdaptedStream : public Base {
+protected:
+   using Base::Base;
+
+   Def def_;
+
+private:
+   void subscribe() final { subscribeBy(def_, this->service_, this->tag_, *this->request_); }
+   void cancel() final { controllerOf<Def>(this->service_).cancel(this->tag_); }
+   [[nodiscard]] bool filter(const Rp& message) const final {
+      if constexpr (requires { &Def::filter; }) {
+         return def_.filter(*this->request_, message);
+      } else {
+         return true;
+      }
+   }
+};
+
 }  // namespace detail
 
 // Def is a structure; each stream holds one. What a definition may leave out is found by its name, so it is
@@ -49,8 +69,9 @@ void subscribeBy(Def& def, Svc& service, OpaqueId tag, const Rq& request) {
 //    };
 template <class Def, class Rq, class Rp, class Svc>
 class StreamingAdapterHandler final
-     : public StreamingRequestHandler<StreamingAdapterHandler<Def, Rq, Rp, Svc>, Rq, Rp, Svc> {
-   using Base = StreamingRequestHandler<StreamingAdapterHandler, Rq, Rp, Svc>;
+     : public detail::AdaptedStream<
+            Def, Rp, StreamingRequestHandler<StreamingAdapterHandler<Def, Rq, Rp, Svc>, Rq, Rp, Svc>> {
+   using Base = detail::AdaptedStream<Def, Rp, StreamingRequestHandler<StreamingAdapterHandler, Rq, Rp, Svc>>;
 
 public:
    StreamingAdapterHandler(OpaqueId tag, grpc::Server& server, grpc::ServerCompletionQueue& cq, Svc& service,
@@ -58,19 +79,6 @@ public:
         : Base(tag, server, cq, service, queueLimit) {
       this->post(service, Def::method);
    }
-
-private:
-   void subscribe() override { detail::subscribeBy(def_, this->service_, this->tag_, *this->request_); }
-   void cancel() override { detail::controllerOf<Def>(this->service_).cancel(this->tag_); }
-   [[nodiscard]] bool filter(const Rp& message) const override {
-      if constexpr (requires { &Def::filter; }) {
-         return def_.filter(*this->request_, message);
-      } else {
-         return true;
-      }
-   }
-
-   Def def_;
 };
 
 }  // namespace OrvSdkRpc

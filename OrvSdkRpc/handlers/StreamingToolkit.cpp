@@ -3,26 +3,23 @@
 #include <utility>
 
 namespace OrvSdkRpc {
-namespace {
-
-constexpr int traceClosing = 3;
-constexpr int traceWrite = 8;
-constexpr int traceEvent = 9;
-
-}  // namespace
 
 EventStream::EventStream(OpaqueId tag, grpc::Server& server, grpc::ServerCompletionQueue& cq,
                          GrpcService& service)
      : AlarmedStream(tag, server, cq, service,
-                     Style{.processLevel = traceEvent,
-                           .alarmLevel = traceEvent,
+                     Style{.processLevel = StreamTrace::event,
+                           .alarmLevel = StreamTrace::event,
                            .alarmSet = "Set alarm for handler {}\n",
                            .unknownTag = "tag == alarmTag_"}) {}
 
 void EventStream::start() {
    rejectInsecureRemote();
-   state_ = 1;
    setupTags();
+   goLive();
+}
+
+void EventStream::goLive() {
+   state_ = 1;
    join();
    if (ackWanted()) publishAck();
 }
@@ -32,8 +29,8 @@ void EventStream::enqueue(std::shared_ptr<const google::protobuf::Message> messa
       MutexLock lock(mutex_);
       if (closed()) return;
       if (!ack && !wants(*message)) return;
-      if (tracer().enabled(traceEvent)) {
-         orv::fmttrace(tracer(), traceEvent, "Enqueue {} to handler {}", traceText(*message), tag_);
+      if (tracer().enabled(StreamTrace::event)) {
+         orv::fmttrace(tracer(), StreamTrace::event, "Enqueue {} to handler {}", traceText(*message), tag_);
       }
       queue_.push_back(std::move(message));
       const std::size_t size = queue_.size();
@@ -43,7 +40,7 @@ void EventStream::enqueue(std::shared_ptr<const google::protobuf::Message> messa
          return;
       }
       if (size <= queueLimit_) return;
-      orv::fmttrace(tracer(), traceClosing, "Queue limit reached ({}) for tag {}. Unsubscribing.",
+      orv::fmttrace(tracer(), StreamTrace::closing, "Queue limit reached ({}) for tag {}. Unsubscribing.",
                     queueLimit_, tag_);
    }
    // The last stream of a controller takes the SDK's lock when it leaves, and the thread that holds that lock
@@ -58,7 +55,7 @@ void EventStream::onTick(CqEventSource source) {
    source_ = CqEventSource::None;
    if (queue_.empty()) return;
    if (queue_.size() > queueLimit_) {
-      orv::fmttrace(tracer(), traceClosing, "Queue limit reached ({}) for tag {}. Closing stream.",
+      orv::fmttrace(tracer(), StreamTrace::closing, "Queue limit reached ({}) for tag {}. Closing stream.",
                     queueLimit_, tag_);
       const out_of_resources e("Slow stream reader, too many responses waiting in a queue.");
       state_ = 2;
@@ -69,8 +66,8 @@ void EventStream::onTick(CqEventSource source) {
    }
    message = std::move(queue_.front());
    queue_.pop_front();
-   if (tracer().enabled(traceWrite)) {
-      orv::fmttrace(tracer(), traceWrite, "Write {} to handler {} tag {}", traceText(*message), tag_,
+   if (tracer().enabled(StreamTrace::write)) {
+      orv::fmttrace(tracer(), StreamTrace::write, "Write {} to handler {} tag {}", traceText(*message), tag_,
                     writeTag_);
    }
    source_ = CqEventSource::Write;

@@ -35,6 +35,8 @@ protected:
 
    // The call has arrived: checks the peer, takes the tags, subscribes and acknowledges.
    void start() override;
+   // The last step of it: from here on the stream gets events.
+   void goLive();
    void onTick(CqEventSource source) final ORV_EXCLUDES(mutex_);
    void discard() final ORV_EXCLUDES(mutex_);
 

@@ -35,11 +35,6 @@ void Subscriptions::cancel(OpaqueId tag) {
    if (!watched()) stopWatching();
 }
 
-bool Subscriptions::subscribed(OpaqueId tag) const {
-   MutexLock lock(mutex_);
-   return tags_.contains(tag);
-}
-
 bool Subscriptions::watched() const {
    MutexLock lock(mutex_);
    return !tags_.empty();

@@ -9,6 +9,7 @@
 
 #include <cstddef>
 #include <memory>
+#include <span>
 #include <type_traits>
 #include <unordered_set>
 #include <utility>
@@ -40,8 +41,6 @@ public:
    // Takes the stream out, and calls stopWatching under the SDK's lock if none is left, also when none was
    // there: a stream may leave twice.
    void cancel(OpaqueId tag) ORV_EXCLUDES(mutex_);
-
-   [[nodiscard]] bool subscribed(OpaqueId tag) const ORV_EXCLUDES(mutex_);
 
    // The subscribed handlers that are still alive.
    [[nodiscard]] std::vector<std::shared_ptr<RequestHandler>> getHandlers() const ORV_EXCLUDES(mutex_);
@@ -116,22 +115,16 @@ public:
    }
 
    // The latest value of a key, to the bulk streams of the definition `Watch`, a copy for each.
-   template <class Watch, class Key, class Entry>
-   void publishBulk(const Key& key, const Entry& entry) const {
-      publishBulk<Watch>(key, Entry(entry));
+   template <class Watch, class Key, class Value>
+   void publishBulk(const Key& key, const Value& value) const {
+      for (const auto& stream : getHandlers())
+         static_cast<BulkStreamHandler<Watch, Svc>&>(*stream).publish(key, value);
    }
-   // The same; the last of them gets the entry itself.
-   template <class Watch, class Key, class Entry>
-   requires(!std::is_lvalue_reference_v<Entry>) void publishBulk(const Key& key, Entry&& entry) const {
-      const Handlers streams = getHandlers();
-      for (std::size_t i = 0; i < streams.size(); ++i) {
-         auto& stream = static_cast<BulkStreamHandler<Watch, Svc>&>(*streams[i]);
-         if (i + 1 < streams.size()) {
-            stream.publish(key, entry);
-         } else {
-            stream.publish(key, std::move(entry));
-         }
-      }
+   // The same for one value after the other.
+   template <class Watch, class Key, class Value>
+   void publishBulk(std::span<const std::pair<Key, Value>> values) const {
+      for (const auto& stream : getHandlers())
+         static_cast<BulkStreamHandler<Watch, Svc>&>(*stream).publish(values);
    }
 
 protected:

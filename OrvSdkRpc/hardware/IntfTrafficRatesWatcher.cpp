@@ -34,13 +34,15 @@ void IntfTrafficRatesWatcher::stopWatching() {
    const orv::sdk_scoped_lock lock;
    onRates_ = nullptr;
    stateMachine_ = nullptr;
+   ids_.clear();
 }
 
 void IntfTrafficRatesWatcher::onTrafficRatesUpdate(const Lumic::IntfId& intf,
                                                    const Interface::IntfRates& rates) {
    if (!onRates_) return;
-   onRates_(orv::intf_id_t(intf.name()),
-            {rates.outPktsRate, rates.inPktsRate, rates.outBitsRate, rates.inBitsRate, rates.sampleTime});
+   auto& id = ids_[intf];
+   if (!id) id = orv::intf_id_t(intf.name());
+   onRates_(id, {rates.outPktsRate, rates.inPktsRate, rates.outBitsRate, rates.inBitsRate, rates.sampleTime});
 }
 
 }  // namespace OrvSdkRpc

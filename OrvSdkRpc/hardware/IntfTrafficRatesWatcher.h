@@ -6,6 +6,8 @@
 // Thread-safety: guarded by the SDK's lock. Rates are told from the main loop, under it.
 #pragma once
 
+#include <absl/container/flat_hash_map.h>
+
 #include <functional>
 
 #include "interface/EthIntfCounter.h"
@@ -49,6 +51,9 @@ private:
    void intfCounterServiceSmIs();
 
    OnRates onRates_;
+   // Of the interfaces that were told. Rates come for the same ones again and again, and looking a name up
+   // costs as much as all the rest.
+   absl::flat_hash_map<Lumic::IntfId, orv::intf_id_t> ids_;
    Pavo::Ptr<ZeltSharedMem::EntityManager> shared_;
    Pavo::Ptr<IntfCounterServiceSm> stateMachine_;
    // Null where the platform has none.

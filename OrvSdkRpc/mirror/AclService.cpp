@@ -20,24 +20,24 @@ struct Watch {
    static constexpr auto method = &Rpc::Requestwatch;
 };
 
+// Rp is a response that holds a key alone.
+template <class Rp>
+Rp keyResponse(const orv::acl_key_t& key) {
+   Rp response;
+   *response.mutable_key() = convert(key);
+   return response;
+}
+
 struct Acls {
    static constexpr auto method = &Rpc::Requestacls;
    static auto iterator(AclService& service) { return service.get_acl_mgr()->acl_iter(); }
-   static AclsResponse convert(const orv::acl_key_t& key) {
-      AclsResponse response;
-      *response.mutable_key() = types::convert(key);
-      return response;
-   }
+   static constexpr auto convert = keyResponse<AclsResponse>;
 };
 
 struct AclsAll {
    static constexpr auto method = &Rpc::Requestacls_all;
    static auto iterator(AclService& service) { return service.get_acl_mgr()->acl_all_iter(); }
-   static AclsAllResponse convert(const orv::acl_key_t& key) {
-      AclsAllResponse response;
-      *response.mutable_key() = types::convert(key);
-      return response;
-   }
+   static constexpr auto convert = keyResponse<AclsAllResponse>;
 };
 
 // Rp is a response that holds one sequence number with its rule.

@@ -1,7 +1,8 @@
 #include "OrvSdkRpc/mirror/IntfCounterService.h"
 
+#include <bit>
+#include <cstdint>
 #include <optional>
-#include <utility>
 
 #include "OrvSdkRpc/handlers/BulkStreams.h"
 #include "OrvSdkRpc/handlers/UnaryRequestHandler.h"
@@ -45,6 +46,7 @@ struct IntfTrafficRatesStream {
    static constexpr auto method = &Rpc::Requestintf_traffic_rates_stream;
    using Key = orv::intf_id_t;
    using Entry = IntfTrafficRatesStreamResponse_DataEntry;
+   using Value = orv::intf_traffic_rates_t;
    static constexpr int batchMax = 1000;
 
    static bool firstMessage(const IntfTrafficRatesStreamRequest& request) { return request.first_message(); }
@@ -64,10 +66,23 @@ struct IntfTrafficRatesStream {
 
    bool wants(const orv::intf_id_t& intf) const { return !filter_ || filter_->matches(intf.name()); }
 
-   bool append(IntfTrafficRatesStreamResponse& response, Entry& entry) {
-      if (response.data_size() == batchMax) return false;
-      *response.add_data() = std::move(entry);
+   // As the messages merge, which do not tell a rate of zero from one that is not set: it leaves what waits.
+   static bool coalesce(Value& old, const Value& fresh) {
+      const auto latest = [](double waiting, double rate) {
+         return std::bit_cast<std::uint64_t>(rate) == 0 ? waiting : rate;
+      };
+      old = Value(latest(old.out_pkts_rate(), fresh.out_pkts_rate()),
+                  latest(old.in_pkts_rate(), fresh.in_pkts_rate()),
+                  latest(old.out_bits_rate(), fresh.out_bits_rate()),
+                  latest(old.in_bits_rate(), fresh.in_bits_rate()),
+                  latest(old.sample_time(), fresh.sample_time()));
       return true;
+   }
+
+   static auto& entries(IntfTrafficRatesStreamResponse& response) { return *response.mutable_data(); }
+   static void convert(const orv::intf_id_t& intf, const Value& rates, Entry& entry) {
+      types::convert(intf, *entry.mutable_intf_id());
+      types::convert(rates, *entry.mutable_rates());
    }
 
 private:
@@ -78,8 +93,17 @@ private:
 
 using namespace IntfCounterServiceHandlers;
 
+void IntfTrafficRatesBacklog::operator()(
+     std::span<const std::pair<orv::intf_id_t, orv::intf_traffic_rates_t>> rates) const {
+   service.subscriptions().publishBulk<IntfTrafficRatesStream>(rates);
+}
+
 IntfCounterService::IntfCounterService(orv::intf_counter_mgr* mgr, IntfTrafficRatesWatcher* watcher)
-     : MirrorService("intf_counter"), mgr_(mgr), watcher_(watcher) {}
+     : MirrorService("intf_counter"),
+       mgr_(mgr),
+       watcher_(watcher),
+       backlog_("IntfTrafficRatesBacklog", Gorm::TaskSchedulerRoot::findOrCreateScheduler(),
+                IntfTrafficRatesBacklog{*this}) {}
 
 IntfCounterService::~IntfCounterService() = default;
 
@@ -92,15 +116,14 @@ void IntfCounterService::startHandlers() {
 void IntfCounterService::startWatching() {
    if (watcher_ == nullptr) return;
    watcher_->startWatching([this](const orv::intf_id_t& intf, const orv::intf_traffic_rates_t& rates) {
-      IntfTrafficRatesStream::Entry entry;
-      *entry.mutable_intf_id() = convert(intf);
-      *entry.mutable_rates() = convert(rates);
-      subscriptions_.publishBulk<IntfTrafficRatesStream>(intf, std::move(entry));
+      backlog_.add(intf, rates);
    });
 }
 
 void IntfCounterService::stopWatching() {
-   if (watcher_ != nullptr) watcher_->stopWatching();
+   if (watcher_ == nullptr) return;
+   watcher_->stopWatching();
+   backlog_.clear();
 }
 
 }  // namespace OrvSdkRpc

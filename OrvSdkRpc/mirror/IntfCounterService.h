@@ -4,6 +4,10 @@
 // else runs on the pump thread.
 #pragma once
 
+#include <span>
+#include <utility>
+
+#include "OrvSdkRpc/handlers/BulkBacklog.h"
 #include "OrvSdkRpc/handlers/SubscriptionController.h"
 #include "OrvSdkRpc/mirror/MirrorService.h"
 #include "OrvSdkRpcProtos/intf_counter.grpc.pb.h"
@@ -11,7 +15,15 @@
 
 namespace OrvSdkRpc {
 
+class IntfCounterService;
 class IntfTrafficRatesWatcher;
+
+// Publishes what waits in the backlog.
+struct IntfTrafficRatesBacklog {
+   IntfCounterService& service;
+
+   void operator()(std::span<const std::pair<orv::intf_id_t, orv::intf_traffic_rates_t>> rates) const;
+};
 
 class IntfCounterService final : public MirrorService<orv::remote::IntfCounterMgrService> {
 public:
@@ -32,6 +44,7 @@ private:
    orv::intf_counter_mgr* const mgr_;
    IntfTrafficRatesWatcher* const watcher_;
    SubscriptionController<IntfCounterService> subscriptions_{*this};
+   BulkBacklog<orv::intf_id_t, orv::intf_traffic_rates_t, IntfTrafficRatesBacklog> backlog_;
 };
 
 }  // namespace OrvSdkRpc

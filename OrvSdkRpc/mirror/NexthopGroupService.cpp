@@ -144,10 +144,8 @@ struct NexthopGroups {
    static auto iterator(NexthopGroupService& service) {
       return service.get_nexthop_group_mgr()->nexthop_group_iter();
    }
-   static NexthopGroupsResponse convert(const orv::nexthop_group_t& group) {
-      NexthopGroupsResponse response;
-      *response.mutable_nexthop_group() = types::convert(group);
-      return response;
+   static void convert(const orv::nexthop_group_t& group, NexthopGroupsResponse& response) {
+      types::convert(group, *response.mutable_nexthop_group());
    }
 };
 
@@ -231,7 +229,7 @@ struct Watch {
       if (activeStatus_) message.set_active(mgr.active(name));
       if (programmed_) message.set_nhg_programmed(true);
       if (version_) message.set_version_id(group.version_id());
-      if (nexthopGroup_) *message.mutable_nexthop_group() = convert(group);
+      if (nexthopGroup_) convert(group, *message.mutable_nexthop_group());
       if (programmedStatus_) {
          OnNexthopGroupProgrammed& status = *message.mutable_on_nexthop_group_programmed();
          status.set_hw_state(convert(mgr.get_nexthop_group_programmed_hw_state(name)));

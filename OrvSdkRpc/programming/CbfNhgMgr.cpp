@@ -11,7 +11,6 @@
 namespace OrvSdkRpc {
 namespace {
 
-constexpr const char* overridePath = "te/nexthopgroup/override/config";
 constexpr std::size_t overrideSize = 1024;
 
 }  // namespace
@@ -19,8 +18,8 @@ constexpr std::size_t overrideSize = 1024;
 void CbfNhgMgr::doMounts(const Pavo::Ptr<Tessel::MountGroup>& state,
                          const Pavo::Ptr<ZeltSharedMem::MountGroup>&) {
    try {
-      state->mount<CbfNhgExt::CbfNhgOverrideConfig>(overridePath, Tessel::MountMode::write, "nhgOverride",
-                                                    overrideSize);
+      state->mount<CbfNhgExt::CbfNhgOverrideConfig>(CbfNhgExt::CbfNhgOverrideConfig::mountPath,
+                                                    Tessel::MountMode::write, "nhgOverride", overrideSize);
    } catch (const std::runtime_error& e) {
       orv::fmttrace(programmingTracer(), 0, "Only a single OrvSdkRpc agent can use CbfNhg: {}", e.what());
       orv::panic(orv::unsupported_error(
@@ -30,7 +29,7 @@ void CbfNhgMgr::doMounts(const Pavo::Ptr<Tessel::MountGroup>& state,
 
 void CbfNhgMgr::onMountsComplete(const Pavo::Ptr<Tessel::EntityManager>& state,
                                  const Pavo::Ptr<ZeltSharedMem::EntityManager>&) {
-   config_ = state->entity<CbfNhgExt::CbfNhgOverrideConfig>(overridePath);
+   config_ = state->entity<CbfNhgExt::CbfNhgOverrideConfig>(CbfNhgExt::CbfNhgOverrideConfig::mountPath);
 }
 
 void CbfNhgMgr::override_set(const CbfNhgExt::CbfNhgOverrideEntry& entry) {

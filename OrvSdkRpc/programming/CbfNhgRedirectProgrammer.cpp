@@ -49,6 +49,10 @@ bool isSeparator(char c) {
    return c == '_' || c == '-';
 }
 
+CbfNhgRedirectProgrammer::Key keyOf(const pb::cbf_nexthop_group_redirect_msg& request) {
+   return {request.match_nexthop_group_name(), request.redirect_nexthop_group_name()};
+}
+
 // Takes the first name; false if there was another one before.
 bool takeName(std::string& taken, const std::string& name) {
    if (taken.empty()) taken = name;
@@ -233,9 +237,12 @@ void CbfNhgRedirectProgrammer::processCbfNhgRedirectBulkRequest(
       if (!policyMapName_.empty()) policyMapMgr_->policy_map_is(policyMap_);
    } catch (const orv::error& e) {
       // No item has reached the switch as a whole.
-      for (pb::rpc_status_msg& status : *response.mutable_statuses()) {
+      for (int at = 0; at < request.bulk_size(); ++at) {
+         pb::rpc_status_msg& status = *response.mutable_statuses(at);
          if (status.status() != pb::RPC_STATUS_OK) continue;
          setReplyStatusWithDebugString(status, pb::RPC_STATUS_ERROR, "Error: exception {}", e.what());
+         const auto found = redirects_.find(keyOf(request.bulk(at)));
+         if (found != redirects_.end()) found->second.unfinished = true;
       }
       orv::fmttrace(programmingTracer(), 0, "Error: exception {}", e.what());
    }
@@ -277,19 +284,21 @@ int CbfNhgRedirectProgrammer::work(const pb::cbf_nexthop_group_redirect_msg& req
 
 int CbfNhgRedirectProgrammer::addRedirect(const pb::cbf_nexthop_group_redirect_msg& request, std::string&,
                                           bool commit) {
-   const Key key{request.match_nexthop_group_name(), request.redirect_nexthop_group_name()};
+   const Key key = keyOf(request);
    DscpValues ipv4(request.match_ipv4_dscp());
    DscpValues ipv6(request.match_ipv6_dscp());
    // Before any other layer, whatever follows.
    if (cbfNhgMgr_ != nullptr) cbfNhgMgr_->override_set(cbfNhgOverrideEntry(key, ipv4, ipv6));
    const std::string name = key.uniqueName();
-   const auto found = redirects_.find(key);
-   const bool update = found != redirects_.end();
-   if (update) {
+   auto found = redirects_.find(key);
+   const bool stands = found != redirects_.end();
+   // The class map and the rule are there: only the lists are to change.
+   const bool update = stands && !found->second.unfinished;
+   if (stands) {
       SeqAndDscpValues& known = found->second;
       known.epoch = epoch_;
       const bool wasPending = pendingRemoval_.erase(key) != 0;
-      if (known.ipv4 == ipv4 && known.ipv6 == ipv6) {
+      if (update && known.ipv4 == ipv4 && known.ipv6 == ipv6) {
          orv::fmttrace(programmingTracer(), 6,
                        "Ignore add {} seq {} matching {} redirect {} IPv4-DSCP {} IPv6-DSCP {} existing "
                        "sequence{}",
@@ -303,11 +312,13 @@ int CbfNhgRedirectProgrammer::addRedirect(const pb::cbf_nexthop_group_redirect_m
                     known.ipv6.toStrep(), ipv6.toStrep());
       known.ipv4 = ipv4;
       known.ipv6 = ipv6;
+      known.unfinished = true;
    }
-   addAcl(afDefinitions[0], name, key, ipv4, update);
-   addAcl(afDefinitions[1], name, key, ipv6, update);
+   addAcl(afDefinitions[0], name, key, ipv4, stands);
+   addAcl(afDefinitions[1], name, key, ipv6, stands);
    if (commit) aclMgr_->acl_commit();
    if (update) {
+      found->second.unfinished = false;
       orv::fmttrace(programmingTracer(), 1,
                     "Updated Acl for {} seq {} matching {} redirect {} IPv4-DSCP {} IPv6-DSCP {}",
                     policyMapName_, found->second.sequence, key.match, key.redirect, ipv4.toStrep(),
@@ -325,14 +336,21 @@ int CbfNhgRedirectProgrammer::addRedirect(const pb::cbf_nexthop_group_redirect_m
    action.nexthop_group_name_is(key.redirect);
    orv::policy_map_rule_t rule(classMapKey);
    rule.action_set(std::move(action));
-   const std::uint32_t sequence = ++lastSequence_;
+   const std::uint32_t sequence = stands ? found->second.sequence : ++lastSequence_;
    orv::fmttrace(programmingTracer(), 1, "Added {} seq {} matching {} redirect {} IPv4-DSCP {} IPv6-DSCP {}",
                  policyMapName_, sequence, key.match, key.redirect, ipv4.toStrep(), ipv6.toStrep());
-   redirects_.insert_or_assign(
-        key, SeqAndDscpValues{
-                  .sequence = sequence, .epoch = epoch_, .ipv4 = std::move(ipv4), .ipv6 = std::move(ipv6)});
+   if (!stands) {
+      found = redirects_
+                   .emplace(key, SeqAndDscpValues{.sequence = sequence,
+                                                  .epoch = epoch_,
+                                                  .ipv4 = std::move(ipv4),
+                                                  .ipv6 = std::move(ipv6),
+                                                  .unfinished = true})
+                   .first;
+   }
    policyMap_.rule_set(sequence, std::move(rule));
    if (commit) policyMapMgr_->policy_map_is(policyMap_);
+   found->second.unfinished = false;
    return pb::RPC_STATUS_OK;
 }
 
@@ -365,7 +383,7 @@ void CbfNhgRedirectProgrammer::removeAcl(const AfDefinition& af, const std::stri
 }
 
 int CbfNhgRedirectProgrammer::removeRedirect(const pb::cbf_nexthop_group_redirect_msg& request) {
-   const Key key{request.match_nexthop_group_name(), request.redirect_nexthop_group_name()};
+   const Key key = keyOf(request);
    const auto found = redirects_.find(key);
    if (found == redirects_.end()) {
       orv::fmttrace(programmingTracer(), 6, "Ignore remove {} matching {} redirect {} no matching sequence",
@@ -385,26 +403,39 @@ void CbfNhgRedirectProgrammer::scheduleRemoveRedirect(const Key& key) {
 std::size_t CbfNhgRedirectProgrammer::processRemove() {
    // Every removal was cancelled meanwhile.
    if (pendingRemoval_.empty()) return 0;
-   for (const Key& key : pendingRemoval_) {
-      const auto found = redirects_.find(key);
-      assertThat(found != redirects_.end(), "found");
-      const std::uint32_t sequence = found->second.sequence;
-      redirects_.erase(found);
-      const std::string name = key.uniqueName();
-      policyMap_.rule_del(sequence);
-      classMapMgr_->class_map_del(orv::policy_map_key_t(name, feature));
-      for (const AfDefinition& af : afDefinitions)
-         removeAcl(af, name);
-      orv::fmttrace(programmingTracer(), 1, "Removed {} seq {} matchNhg {} redirectNhg {}", policyMapName_,
-                    sequence, key.match, key.redirect);
-      if (cbfNhgMgr_ != nullptr) cbfNhgMgr_->override_del(cbfNhgOverrideKey(key));
+   try {
+      for (const Key& key : pendingRemoval_)
+         takeOut(key);
+      policyMapMgr_->policy_map_is(policyMap_);
+      aclMgr_->acl_commit();
+   } catch (const orv::error& e) {
+      // An exception out of a task would end the process. All of them stay due.
+      orv::fmttrace(programmingTracer(), 0, "Error: exception {}", e.what());
+      removeTask_->scheduleTaskLowestDelay(removeDelayNanos);
+      return 0;
    }
-   policyMapMgr_->policy_map_is(policyMap_);
-   aclMgr_->acl_commit();
+   for (const Key& key : pendingRemoval_)
+      redirects_.erase(key);
    const std::size_t count = pendingRemoval_.size();
    orv::fmttrace(programmingTracer(), 1, "Removed {} sequences from {}", count, policyMapName_);
    pendingRemoval_.clear();
    return count;
+}
+
+// All layers but the policy map's push and the lists' commit. May be repeated.
+void CbfNhgRedirectProgrammer::takeOut(const Key& key) {
+   const auto found = redirects_.find(key);
+   assertThat(found != redirects_.end(), "found");
+   SeqAndDscpValues& values = found->second;
+   values.unfinished = true;
+   const std::string name = key.uniqueName();
+   policyMap_.rule_del(values.sequence);
+   classMapMgr_->class_map_del(orv::policy_map_key_t(name, feature));
+   for (const AfDefinition& af : afDefinitions)
+      removeAcl(af, name);
+   orv::fmttrace(programmingTracer(), 1, "Removed {} seq {} matchNhg {} redirectNhg {}", policyMapName_,
+                 values.sequence, key.match, key.redirect);
+   if (cbfNhgMgr_ != nullptr) cbfNhgMgr_->override_del(cbfNhgOverrideKey(key));
 }
 
 void CbfNhgRedirectProgrammer::resyncStart() {

@@ -70,6 +70,8 @@ public:
       std::uint8_t epoch = 0;
       DscpValues ipv4;
       DscpValues ipv6;
+      // A call of the SDK was refused on the way, so a layer may be missing: the next add writes all of them.
+      bool unfinished = false;
    };
 
    // `cbfNhgMgr` is null where the platform has no override table.
@@ -92,7 +94,8 @@ public:
    // Schedules the removal of the stale ones.
    void resyncEnd();
 
-   // Removes what is due, in one push of the policy map and one commit. Returns how many.
+   // Removes what is due, in one push of the policy map and one commit. Returns how many. What the SDK
+   // refuses is tried again a second later.
    std::size_t processRemove();
 
    [[nodiscard]] std::uint8_t epoch() const { return epoch_; }
@@ -111,6 +114,7 @@ private:
    int addRedirect(const pb::cbf_nexthop_group_redirect_msg& request, std::string& errorText, bool commit);
    int removeRedirect(const pb::cbf_nexthop_group_redirect_msg& request);
    void scheduleRemoveRedirect(const Key& key);
+   void takeOut(const Key& key);
    void addAcl(const AfDefinition& af, const std::string& name, const Key& key, const DscpValues& dscpValues,
                bool update);
    void removeAcl(const AfDefinition& af, const std::string& name);

@@ -24,12 +24,16 @@ remote::IntfCounters convert(const orv::intf_counters_t& counters) {
 
 remote::IntfTrafficRates convert(const orv::intf_traffic_rates_t& rates) {
    remote::IntfTrafficRates message;
+   convert(rates, message);
+   return message;
+}
+
+void convert(const orv::intf_traffic_rates_t& rates, remote::IntfTrafficRates& message) {
    message.set_out_pkts_rate(rates.out_pkts_rate());
    message.set_in_pkts_rate(rates.in_pkts_rate());
    message.set_out_bits_rate(rates.out_bits_rate());
    message.set_in_bits_rate(rates.in_bits_rate());
    message.set_sample_time(rates.sample_time());
-   return message;
 }
 
 remote::EthPhyIntfCounters convert(const orv::eth_phy_intf_counters_t& counters) {

@@ -13,6 +13,8 @@ namespace OrvSdkRpc::types {
 orv::remote::IntfCounters convert(const orv::intf_counters_t& counters);
 
 orv::remote::IntfTrafficRates convert(const orv::intf_traffic_rates_t& rates);
+// Over a message that is there; every field is set.
+void convert(const orv::intf_traffic_rates_t& rates, orv::remote::IntfTrafficRates& message);
 
 orv::remote::EthPhyIntfCounters convert(const orv::eth_phy_intf_counters_t& counters);
 

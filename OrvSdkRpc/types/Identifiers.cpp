@@ -19,8 +19,16 @@ orv::intf_id_t convert(const remote::IntfId& message) {
 
 remote::IntfId convert(const orv::intf_id_t& intf) {
    remote::IntfId message;
-   if (!!intf) message.set_name(intf.to_string());
+   convert(intf, message);
    return message;
+}
+
+void convert(const orv::intf_id_t& intf, remote::IntfId& message) {
+   if (!!intf) {
+      message.mutable_name()->assign(intf.name());
+   } else {
+      message.clear_name();
+   }
 }
 
 orv::mpls_fec_id_t convert(const remote::MplsFecId& message) {

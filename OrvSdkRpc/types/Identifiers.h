@@ -27,6 +27,8 @@ namespace OrvSdkRpc::types {
 
 orv::intf_id_t convert(const orv::remote::IntfId& message);
 orv::remote::IntfId convert(const orv::intf_id_t& intf);
+// Over a message that an earlier conversion made; nothing of that is left but the memory of its text.
+void convert(const orv::intf_id_t& intf, orv::remote::IntfId& message);
 
 orv::mpls_fec_id_t convert(const orv::remote::MplsFecId& message);
 orv::remote::MplsFecId convert(orv::mpls_fec_id_t fecId);

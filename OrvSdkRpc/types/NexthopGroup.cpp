@@ -1,6 +1,7 @@
 #include "OrvSdkRpc/types/NexthopGroup.h"
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 #include "OrvSdkRpc/types/Addresses.h"
@@ -41,6 +42,23 @@ orv::slot_map<orv::nexthop_group_entry_t> entries(
         map, [](const remote::NexthopGroupEntry& entry) { return convert(entry); });
 }
 
+void assignAddress(const orv::ip_addr_t& address, std::string& bytes) {
+   bytes.assign(reinterpret_cast<const char*>(address.addr()), afToSize(address));
+}
+
+// One item for each slot, written by fill(value, item), and no other.
+template <typename T, typename Item, typename Fill>
+void fillSlots(const orv::slot_map<T>& from, google::protobuf::Map<std::uint32_t, Item>& to,
+               const Fill& fill) {
+   for (const auto& [slot, value] : from)
+      fill(value, to[slot]);
+   if (to.size() == from.size()) return;
+   for (auto it = to.begin(); it != to.end();) {
+      const bool kept = it->first == slotOf(it->first) && from.contains(slotOf(it->first));
+      it = kept ? std::next(it) : to.erase(it);
+   }
+}
+
 }  // namespace
 
 orv::nexthop_group_t convert(const remote::NexthopGroup& message) {
@@ -62,24 +80,33 @@ orv::nexthop_group_t convert(const remote::NexthopGroup& message) {
 
 remote::NexthopGroup convert(const orv::nexthop_group_t& group) {
    remote::NexthopGroup message;
+   convert(group, message);
+   return message;
+}
+
+void convert(const orv::nexthop_group_t& group, remote::NexthopGroup& message) {
    message.set_gre_key_type(convert(group.gre_key_type()));
    message.set_type(convert(group.type()));
    message.set_name(group.name());
    message.set_ttl(group.ttl());
-   if (!!group.source_ip()) message.set_source_ip(group.source_ip().addr(), afToSize(group.source_ip()));
-   *message.mutable_source_intf() = convert(group.source_intf());
+   if (!!group.source_ip()) {
+      assignAddress(group.source_ip(), *message.mutable_source_ip());
+   } else {
+      message.clear_source_ip();
+   }
+   convert(group.source_intf(), *message.mutable_source_intf());
    message.set_autosize(group.autosize());
-   auto& nexthops = *message.mutable_nexthops();
-   for (const auto& [slot, entry] : group.nexthops())
-      nexthops[slot] = convert(entry);
-   auto& destinationIps = *message.mutable_destination_ips();
-   for (const auto& [slot, destination] : group.destination_ips())
-      destinationIps[slot] = ip_addr_bytes(destination);
+   fillSlots(group.nexthops(), *message.mutable_nexthops(),
+             [](const orv::nexthop_group_entry_t& entry, remote::NexthopGroupEntry& item) {
+                convert(entry, item);
+             });
+   message.clear_backup_nexthops();
+   fillSlots(group.destination_ips(), *message.mutable_destination_ips(),
+             [](const orv::ip_addr_t& destination, std::string& item) { item = ip_addr_bytes(destination); });
    message.set_counters_unshared(group.counters_unshared());
    message.set_counters_persistent(group.counters_persistent());
    message.set_hierarchical_fecs_enabled(group.hierarchical_fecs_enabled());
    message.set_version_id(group.version_id());
-   return message;
 }
 
 orv::nexthop_group_entry_t convert(const remote::NexthopGroupEntry& message) {
@@ -92,11 +119,23 @@ orv::nexthop_group_entry_t convert(const remote::NexthopGroupEntry& message) {
 
 remote::NexthopGroupEntry convert(const orv::nexthop_group_entry_t& entry) {
    remote::NexthopGroupEntry message;
-   if (!!entry.nexthop()) message.set_nexthop(entry.nexthop().addr(), afToSize(entry.nexthop()));
-   *message.mutable_mpls_action() = convert(entry.mpls_action());
-   *message.mutable_intf() = convert(entry.intf());
-   if (!entry.child_nexthop_group().empty()) message.set_child_nexthop_group(entry.child_nexthop_group());
+   convert(entry, message);
    return message;
+}
+
+void convert(const orv::nexthop_group_entry_t& entry, remote::NexthopGroupEntry& message) {
+   if (!!entry.nexthop()) {
+      assignAddress(entry.nexthop(), *message.mutable_nexthop());
+   } else {
+      message.clear_nexthop();
+   }
+   convert(entry.mpls_action(), *message.mutable_mpls_action());
+   convert(entry.intf(), *message.mutable_intf());
+   if (!entry.child_nexthop_group().empty()) {
+      message.set_child_nexthop_group(entry.child_nexthop_group());
+   } else {
+      message.clear_child_nexthop_group();
+   }
 }
 
 orv::nexthop_group_mpls_action_t convert(const remote::NexthopGroupMplsAction& message) {
@@ -110,10 +149,15 @@ orv::nexthop_group_mpls_action_t convert(const remote::NexthopGroupMplsAction& m
 
 remote::NexthopGroupMplsAction convert(const orv::nexthop_group_mpls_action_t& action) {
    remote::NexthopGroupMplsAction message;
+   convert(action, message);
+   return message;
+}
+
+void convert(const orv::nexthop_group_mpls_action_t& action, remote::NexthopGroupMplsAction& message) {
    message.set_action_type(convert(action.action_type()));
+   message.clear_label_stack();
    for (const orv::mpls_label_t label : action.label_stack())
       message.add_label_stack(label.label());
-   return message;
 }
 
 }  // namespace OrvSdkRpc::types

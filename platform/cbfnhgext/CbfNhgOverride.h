@@ -70,6 +70,8 @@ struct CbfNhgOverrideEntry {
 class CbfNhgOverrideConfig final : public Pavo::RefCounted {
 public:
    static constexpr std::string_view entityType = "CbfNhgExt::CbfNhgOverrideConfig";
+   /// Where its writer mounts it, and forwarding looks for it.
+   static constexpr const char* mountPath = "te/nexthopgroup/override/config";
 
    /// `size` is what the writer expects to need; more is taken too.
    CbfNhgOverrideConfig(std::string name, std::size_t size) : name_(std::move(name)), size_(size) {}

@@ -28,6 +28,8 @@
 //    show sbfd                                sBFD echo sessions with their round-trip times, and far ends
 //    show counters                            rows and capacity of every table, bytes of the store
 //    show tech                                all of the above, one after the other
+//    show forwarding lookup [ADDRESS] [label N] [dscp N] [vrf NAME]
+//                                             the way a packet takes; it has an address, a label or both
 //    configure interface NAME shutdown        and "no shutdown"
 //    configure interface NAME description TEXT…    and "no description"
 //    configure interface NAME create          a loopback, LAG, VLAN or VXLAN; "configure no interface NAME"

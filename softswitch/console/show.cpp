@@ -54,6 +54,8 @@ constexpr std::array commands{
      command("show sbfd", "", "sBFD echo sessions and the far ends that answer them", run<showSbfd>),
      command("show counters", "", "rows and capacity of every table", run<showCounters>),
      command("show tech", "", "everything above, one after the other", showTech),
+     command("show forwarding lookup", "[ADDRESS] [label N] [dscp N] [vrf NAME]",
+             "which way a packet takes: route, group, redirect, entry", run<showForwardingLookup>),
 };
 
 }  // namespace

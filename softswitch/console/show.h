@@ -21,6 +21,7 @@ Show showVersion, showInterfaces, showVrf, showAgentStatus, showCounters;       
 Show showPorts, showTraffic, showWriters;                                                 // show_ports.cpp
 Show showNexthopGroup, showIpRoute, showMplsRoute, showTunnel, showFibRoute, showFibFec;  // show_routes.cpp
 Show showAcl, showClassMap, showPolicyMap;                                                // show_policy.cpp
+Show showForwardingLookup;                                                                // show_lookup.cpp
 Show showSbfd;                                                                            // sbfd.cpp
 
 }  // namespace softswitch::console

@@ -1,3 +1,4 @@
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -23,19 +24,17 @@ public:
    using Pair = std::pair<typename TableType::key_type, typename TableType::row_type>;
 
    explicit TableWalk(const TableType& table) : cursor_(table) { ++*this; }
-   explicit operator bool() const { return there_; }
-   const Pair& operator*() const { return pair_; }
+   explicit operator bool() const { return pair_.has_value(); }
+   const Pair& operator*() const { return *pair_; }
    TableWalk& operator++() {
-      const auto item = cursor_.next();
-      there_ = static_cast<bool>(item);
-      if (there_) pair_ = {*item.key, *item.row};
+      pair_.reset();
+      if (const auto item = cursor_.next()) pair_.emplace(*item.key, *item.row);
       return *this;
    }
 
 private:
    typename TableType::Cursor cursor_;
-   bool there_ = false;
-   Pair pair_;
+   std::optional<Pair> pair_;
 };
 
 template <typename TableType, typename Show>
@@ -73,7 +72,7 @@ void aclRules(Document& document, const AclMgr::Rules& rules, const AclMgr::Rule
    forEachTableRow(rules, [&](const AclRuleKey& key, const AclRule& rule) {
       const bool alike = locked([&] {
          const auto* other = others.find(key);
-         return other != nullptr && *other == rule;
+         return other != nullptr && other->get() == rule;
       });
       if (alike && !committed) return;
       document.row({{"acl", key.acl.acl_name()},

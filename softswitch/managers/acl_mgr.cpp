@@ -25,7 +25,7 @@ public:
       while (const auto item = from_ ? rules_->upperBound({key_, *from_}) : rules_->lowerBound({key_, 0})) {
          if (item.key->acl != key_) return false;
          from_ = item.key->seq;
-         if (const auto* rule = std::get_if<Rule>(item.row)) {
+         if (const auto* rule = std::get_if<Rule>(&item.row->get())) {
             row = {item.key->seq, *rule};
             return true;
          }
@@ -59,8 +59,8 @@ void carryOver(const TableType& from, TableType& to, const typename TableType::k
 
 // Keys whose rows differ between the tables.
 template <typename TableType, typename Key = typename TableType::key_type>
-std::set<Key> differences(const TableType& a, const TableType& b) {
-   std::set<Key> keys;
+absl::btree_set<Key> differences(const TableType& a, const TableType& b) {
+   absl::btree_set<Key> keys;
    const auto gather = [&keys](const TableType& table, const TableType& other) {
       table.forEach([&](const Key& key, const auto& row) {
          const auto* twin = other.find(key);
@@ -110,14 +110,14 @@ AclRuleKey AclRuleCodec::decodeKey(store::Reader& in) {
    return {.acl = std::move(acl), .seq = in.u32()};
 }
 
-void AclRuleCodec::encodeRow(const AclRule& row, store::Writer& out) {
-   out.boolean(std::holds_alternative<orv::acl_rule_eth_t>(row));
-   std::visit([&out](const auto& rule) { write(out, rule); }, row);
+void AclRuleCodec::encodeRow(const SharedAclRule& row, store::Writer& out) {
+   out.boolean(std::holds_alternative<orv::acl_rule_eth_t>(row.get()));
+   std::visit([&out](const auto& rule) { write(out, rule); }, row.get());
 }
 
-AclRule AclRuleCodec::decodeRow(store::Reader& in, std::uint8_t) {
-   if (in.boolean()) return readAclRuleEth(in);
-   return readAclRuleIp(in);
+SharedAclRule AclRuleCodec::decodeRow(store::Reader& in, std::uint8_t) {
+   if (in.boolean()) return SharedAclRule(readAclRuleEth(in));
+   return SharedAclRule(readAclRuleIp(in));
 }
 
 void AclPlaceCodec::encodeKey(const AclPlace& key, store::Writer& out) {
@@ -204,7 +204,7 @@ void AclMgr::setRule(const orv::acl_key_t& key, std::uint32_t seq, AclRule rule)
    const bool newList = !pendingLists_.contains(key);
    if (newList) pendingLists_.set(key, {});
    try {
-      pendingRules_.set({key, seq}, std::move(rule));
+      pendingRules_.set({key, seq}, SharedAclRule(std::move(rule)));
    } catch (...) {
       if (newList) pendingLists_.erase(key);
       throw;
@@ -234,7 +234,7 @@ void AclMgr::acl_del(const orv::acl_key_t& key) {
 void AclMgr::acl_commit() {
    orv::sdk_lock_check();
    std::vector<std::pair<std::string, std::string>> failures;
-   std::set<orv::acl_key_t> keptLists;
+   absl::btree_set<orv::acl_key_t> keptLists;
    for (const auto& key : editedLists_) {
       const auto place = pendingLists_.contains(key) ? std::nullopt : placeOf(key);
       if (!place) {
@@ -246,7 +246,7 @@ void AclMgr::acl_commit() {
                                         place->intf, orv::to_string(place->direction)));
       keptLists.insert(key);
    }
-   std::set<AclRuleKey> keptRules;
+   absl::btree_set<AclRuleKey> keptRules;
    for (const auto& key : editedRules_) {
       if (keptLists.contains(key.acl)) {
          keptRules.insert(key);

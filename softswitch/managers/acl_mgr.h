@@ -20,10 +20,13 @@
 // Thread-safety: guarded by the SDK's lock; callbacks come from the main loop.
 #pragma once
 
+#include <absl/container/btree_set.h>
+
+#include <memory>
 #include <optional>
-#include <set>
 #include <string>
 #include <tuple>
+#include <utility>
 
 #include "orv/acl.h"
 #include "softswitch/context.h"
@@ -56,12 +59,29 @@ struct AclRuleKey {
    auto operator<=>(const AclRuleKey&) const = default;
 };
 
+// A rule as the tables keep it: the pending and the committed one share it as long as they are alike.
+class SharedAclRule {
+public:
+   SharedAclRule() : SharedAclRule(AclRule()) {}
+   explicit SharedAclRule(AclRule rule) : rule_(std::make_shared<const AclRule>(std::move(rule))) {}
+
+   const AclRule& get() const { return *rule_; }
+   // NOLINTNEXTLINE(google-explicit-constructor): it is the rule.
+   operator const AclRule&() const { return *rule_; }
+   bool operator==(const SharedAclRule& other) const {
+      return rule_ == other.rule_ || *rule_ == *other.rule_;
+   }
+
+private:
+   std::shared_ptr<const AclRule> rule_;
+};
+
 struct AclRuleCodec {
    static constexpr std::uint8_t version = 1;
    static void encodeKey(const AclRuleKey& key, store::Writer& out);
    static AclRuleKey decodeKey(store::Reader& in);
-   static void encodeRow(const AclRule& row, store::Writer& out);
-   static AclRule decodeRow(store::Reader& in, std::uint8_t version);
+   static void encodeRow(const SharedAclRule& row, store::Writer& out);
+   static SharedAclRule decodeRow(store::Reader& in, std::uint8_t version);
 };
 
 // An interface takes one list of a type in each direction.
@@ -84,7 +104,7 @@ struct AclPlaceCodec {
 class AclMgr final : public orv::acl_mgr {
 public:
    using Lists = Table<orv::acl_key_t, AclRow, AclCodec>;
-   using Rules = Table<AclRuleKey, AclRule, AclRuleCodec>;
+   using Rules = Table<AclRuleKey, SharedAclRule, AclRuleCodec>;
    using Places = Table<AclPlace, std::string, AclPlaceCodec>;
 
    AclMgr(const Context& context, const IntfMgr& intfs);
@@ -143,8 +163,8 @@ private:
    Rules committedRules_;
    Places places_;
    // Where pending and committed may differ.
-   std::set<orv::acl_key_t> editedLists_;
-   std::set<AclRuleKey> editedRules_;
+   absl::btree_set<orv::acl_key_t> editedLists_;
+   absl::btree_set<AclRuleKey> editedRules_;
 };
 
 }  // namespace softswitch

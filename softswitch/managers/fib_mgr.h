@@ -35,8 +35,9 @@ public:
    void groupProgrammed(NameId id, bool fresh) override;
    void groupGone(NameId id) override;
 
-   // For the iterators.
+   // For the iterators and for look-ups.
    bool inFib(const RouteRow& row) const { return hasWayOut(row) && best(row); }
+   bool hopResolves(const orv::ip_route_via_t& via) const;
    orv::fib_route_t toFibRoute(const RouteRow& row) const;
    orv::fib_fec_t groupFec(NameId id) const;
    orv::fib_fec_t hopsFec(const RouteRow& row) const;
@@ -45,7 +46,6 @@ public:
 
 private:
    bool hasWayOut(const RouteRow& row) const;
-   bool hopResolves(const orv::ip_route_via_t& via) const;
    bool best(const RouteRow& row) const;
    const RouteRow* bestOf(const RouteKey& key) const;
    void announce(RouteRow& row);

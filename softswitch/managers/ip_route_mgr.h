@@ -103,6 +103,8 @@ public:
    orv::ip_route_action_t action(const orv::ip_route_key_t& key, const std::string& vrf_name) const;
 
    std::size_t routesIn(const std::string& vrf_name) const;
+   // The number that keys of a VRF's routes have; false where the VRF has had no route yet.
+   bool vrfNumber(const std::string& vrfName, NameId& number) const;
 
    void observe(RouteObserver& observer) { observer_ = &observer; }
    IpRouteTable& table() { return table_; }
@@ -117,7 +119,6 @@ public:
 private:
    void on_oper_status(const orv::intf_id_t& intf, orv::oper_status_t status) override;
 
-   bool vrfNumber(const std::string& vrfName, NameId& number) const;
    NameId vrfForWrite(const std::string& vrfName);
    const RouteRow* find(const orv::ip_route_key_t& key, const std::string& vrfName) const;
    void set(const orv::ip_route_t& route, const orv::ip_route_action_t* action, NameId vrf);

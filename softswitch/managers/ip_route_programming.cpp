@@ -109,7 +109,7 @@ void IpRouteMgr::groupGone(NameId id) {
    if (groupNames_.references(id) > 0) sweepGroup(id);
 }
 
-// Besides the group itself, who holds a reference to its name is a route.
+// Besides the group itself, who holds a reference to its name is a route, of IP or of MPLS.
 void IpRouteMgr::sweepGroup(NameId id) {
    if (id >= sweepGroups_.size()) sweepGroups_.resize(id + 1);
    sweepGroups_[id] = true;

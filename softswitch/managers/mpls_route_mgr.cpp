@@ -6,18 +6,27 @@
 
 #include "orv/lock.h"
 #include "softswitch/fec.h"
-#include "softswitch/value_codec.h"
 
 namespace softswitch {
 namespace {
 
 using Action = orv::mpls_action_t;
 
-constexpr int routesPerStep = 32;
+constexpr std::size_t routesPerStep = 64;
 constexpr int sweptPerStep = 256;
+// Of a hop in the store, about.
+constexpr std::size_t bytesOfHop = 64;
 
 bool isBare(const orv::mpls_route_via_t& via) {
    return via == orv::mpls_route_via_t(via.route_key());
+}
+
+// In all fields but the route's key.
+bool sameFields(const orv::mpls_route_via_t& kept, const orv::mpls_route_via_t& via) {
+   return kept.hop() == via.hop() && kept.intf() == via.intf() &&
+          kept.pushswap_label() == via.pushswap_label() && kept.label_action() == via.label_action() &&
+          kept.ttl_mode() == via.ttl_mode() && kept.payload_type() == via.payload_type() &&
+          kept.skip_egress_acl() == via.skip_egress_acl() && kept.nexthop_group() == via.nexthop_group();
 }
 
 bool sameIdentity(const orv::mpls_route_via_t& a, const orv::mpls_route_via_t& b) {
@@ -25,28 +34,9 @@ bool sameIdentity(const orv::mpls_route_via_t& a, const orv::mpls_route_via_t& b
    return !a.nexthop_group().empty() || (a.hop() == b.hop() && a.intf() == b.intf());
 }
 
-void writeVia(store::Writer& out, const orv::mpls_route_via_t& via) {
-   write(out, via.hop());
-   write(out, via.intf());
-   write(out, via.pushswap_label());
-   writeEnum(out, via.label_action());
-   writeEnum(out, via.ttl_mode());
-   writeEnum(out, via.payload_type());
-   out.boolean(via.skip_egress_acl());
-   out.text(via.nexthop_group());
-}
-
-orv::mpls_route_via_t readVia(store::Reader& in) {
-   orv::mpls_route_via_t via;
-   via.hop_is(readIpAddr(in));
-   via.intf_is(readIntfId(in));
-   via.pushswap_label_is(readMplsLabel(in));
-   via.label_action_is(readEnum(in, Action::forward));
-   via.ttl_mode_is(readEnum(in, orv::mpls_ttl_mode_t::pipe));
-   via.payload_type_is(readEnum(in, orv::mpls_payload_type_t::autodecide));
-   via.skip_egress_acl_is(in.boolean());
-   via.nexthop_group_is(std::string(in.text()));
-   return via;
+[[noreturn]] void refuseMix(const orv::mpls_route_key_t& key, const char* have, const char* has) {
+   throw orv::invalid_argument_error(
+        fmt::format("via of mpls route {}: the route's vias have {}, this one has {}", key, have, has));
 }
 
 void validateKey(const orv::mpls_route_key_t& key) {
@@ -55,6 +45,36 @@ void validateKey(const orv::mpls_route_key_t& key) {
       if (!label)
          throw orv::invalid_range_error("mpls route: label", label.label(), 0, orv::mpls_label_t::max);
    }
+}
+
+// An SDK iterator over the routes. `Make` turns a row into an optional of what the iterator yields, empty to
+// skip it.
+template <class Iter, class Make>
+class RowIter final : public Iter::impl_type {
+public:
+   using Value = typename Iter::value_type;
+
+   RowIter(const MplsRouteTable& table, Make make) : cursor_(table), make_(std::move(make)) {}
+
+   bool next(Value& value) override {
+      while (const auto* row = cursor_.next()) {
+         std::optional<Value> made = make_(*row);
+         if (!made) continue;
+         value = *std::move(made);
+         return true;
+      }
+      return false;
+   }
+   std::unique_ptr<orv::iter_impl<Value>> clone() const override { return std::make_unique<RowIter>(*this); }
+
+private:
+   MplsRouteTable::Cursor cursor_;
+   Make make_;
+};
+
+template <class Iter, class Make>
+Iter makeRowIter(const MplsRouteTable& table, Make make) {
+   return Iter(std::make_unique<RowIter<Iter, Make>>(table, std::move(make)));
 }
 
 // The vias as they were when the walk began, without those that are gone when their turn comes.
@@ -91,90 +111,74 @@ Iter makeViaIter(Now now) {
 
 }  // namespace
 
-void MplsRouteCodec::encodeKey(const orv::mpls_route_key_t& key, store::Writer& out) {
-   write(out, key);
-}
-
-orv::mpls_route_key_t MplsRouteCodec::decodeKey(store::Reader& in) {
-   return readMplsRouteKey(in);
-}
-
-void MplsRouteCodec::encodeRow(const MplsRow& row, store::Writer& out) {
-   out.varint(row.version);
-   out.varint(row.vias.size());
-   for (const auto& each : row.vias)
-      writeVia(out, each.via);
-}
-
-MplsRow MplsRouteCodec::decodeRow(store::Reader& in, std::uint8_t) {
-   MplsRow row;
-   row.version = in.number<std::uint16_t>();
-   for (auto count = in.varint(); count != 0; --count)
-      row.vias.push_back({readVia(in)});
-   return row;
-}
-
 MplsRouteMgr::MplsRouteMgr(const Context& context, Hardware& hardware, Names& groupNames,
                            NexthopGroupMgr& groups, const orv::intf_mgr& intfs)
      : hardware_(hardware),
        groupNames_(groupNames),
        groups_(groups),
        intfs_(intfs),
-       routes_(context.store, "mpls_route", context.limits.mplsRoutes) {
+       table_(context.store, groupNames, context.limits.mplsRoutes) {
    groups.observe(*this);
-   routes_.forEach([this](const auto& key, const auto&) { queue(key); });
+   table_.visitAll([this](MplsRow& row) { queue(row); });
 }
 
 void MplsRouteMgr::resync_init() {
    orv::sdk_lock_check();
-   routes_.resyncInit();
+   table_.resyncInit();
 }
 
 void MplsRouteMgr::resync_complete() {
    orv::sdk_lock_check();
-   if (!routes_.resyncing()) return;
-   routes_.resyncComplete([this](const auto& key, const auto&) { queue(key); });
-   // Vias that were not set again go, though their route was.
-   const auto stale = [this](const MplsVia& v) { return v.mark != routes_.epoch(); };
-   for (auto cursor = Routes::Cursor(routes_); const auto item = cursor.next();) {
-      if (std::none_of(item.row->vias.begin(), item.row->vias.end(), stale)) continue;
-      const auto key = *item.key;
-      auto row = *item.row;
-      std::erase_if(row.vias, stale);
-      routes_.set(key, std::move(row));
-      queue(key);
+   if (!table_.resyncing()) return;
+   table_.resyncEnds();
+   table_.visitAll([this](MplsRow& row) {
+      if (row.mark != table_.epoch()) {
+         erase(row);
+      } else if (dropStaleVias(row)) {
+         changed(row);
+      }
+   });
+}
+
+// Vias that were not set again go, though their route was. False where there are none.
+bool MplsRouteMgr::dropStaleVias(MplsRow& row) {
+   const auto epoch = table_.epoch();
+   if (row.group != Names::none) {
+      if (row.viaMark == epoch) return false;
+      table_.prepare(0, true);
+      table_.clearVias(row);
+      return true;
    }
+   const auto stale = [epoch](const MplsVia& v) { return v.mark != epoch; };
+   if (row.vias == nullptr || std::none_of(row.vias->begin(), row.vias->end(), stale)) return false;
+   table_.prepare(0, true);
+   std::erase_if(*row.vias, stale);
+   if (row.vias->empty()) table_.clearVias(row);
+   return true;
 }
 
 orv::mpls_route_iter_t MplsRouteMgr::mpls_route_iter() const {
    orv::sdk_lock_check();
-   return makeTableIter<orv::mpls_route_iter_t>(
-        routes_, [](auto item) { return std::optional(orv::mpls_route_t(*item.key, item.row->version)); });
+   return makeRowIter<orv::mpls_route_iter_t>(
+        table_, [](const MplsRow& row) { return std::optional(orv::mpls_route_t(row.key(), row.version)); });
 }
 
 orv::mpls_route_via_iter_t MplsRouteMgr::mpls_route_via_iter(const orv::mpls_route_key_t& key) const {
    orv::sdk_lock_check();
    return makeViaIter<orv::mpls_route_via_iter_t>([this, key] {
-      std::vector<orv::mpls_route_via_t> vias;
-      if (const auto* row = routes_.find(key)) {
-         for (const auto& each : row->vias) {
-            vias.push_back(each.via);
-            vias.back().route_key_is(key);
-         }
-      }
-      return vias;
+      const auto* row = table_.findRoute(key);
+      return row == nullptr ? std::vector<orv::mpls_route_via_t>() : table_.viasOf(*row);
    });
 }
 
 orv::mpls_route_status_iter_t MplsRouteMgr::mpls_route_status_iter() const {
    orv::sdk_lock_check();
-   return makeTableIter<orv::mpls_route_status_iter_t>(
-        routes_, [this](auto item) -> std::optional<orv::mpls_route_status_t> {
-           const auto* state = inHardware(*item.key);
-           if (state == nullptr) return std::nullopt;
-           orv::mpls_route_status_t status(*item.key);
-           status.fec_id_is(orv::mpls_fec_id_t(state->fec));
-           status.hw_version_id_is(state->version);
+   return makeRowIter<orv::mpls_route_status_iter_t>(
+        table_, [](const MplsRow& row) -> std::optional<orv::mpls_route_status_t> {
+           if (row.fec == 0) return std::nullopt;
+           orv::mpls_route_status_t status(row.key());
+           status.fec_id_is(orv::mpls_fec_id_t(row.fec));
+           status.hw_version_id_is(row.programmedVersion);
            return status;
         });
 }
@@ -184,7 +188,14 @@ orv::mpls_route_via_status_iter_t MplsRouteMgr::mpls_route_via_status_iter(
    orv::sdk_lock_check();
    return makeViaIter<orv::mpls_route_via_status_iter_t>([this, key] {
       std::vector<orv::mpls_route_via_t> vias;
-      if (const auto* state = inHardware(key)) vias = state->vias;
+      const auto* row = inHardware(key);
+      if (row == nullptr) return vias;
+      if (row->hardware != nullptr && !row->hardware->programmed.empty()) {
+         vias = row->hardware->programmed;
+      } else if (row->programmedGroup != Names::none) {
+         vias.emplace_back(key, row->programmedAction)
+              .nexthop_group_is(groupNames_.text(row->programmedGroup));
+      }
       for (auto& via : vias)
          via.route_key_is(key);
       return vias;
@@ -193,50 +204,64 @@ orv::mpls_route_via_status_iter_t MplsRouteMgr::mpls_route_via_status_iter(
 
 bool MplsRouteMgr::exists(const orv::mpls_route_key_t& key) const {
    orv::sdk_lock_check();
-   return routes_.contains(key);
+   return table_.findRoute(key) != nullptr;
 }
 
 bool MplsRouteMgr::exists(const orv::mpls_route_via_t& via) const {
    orv::sdk_lock_check();
-   const auto* row = routes_.find(via.route_key());
+   const auto* row = table_.findRoute(via.route_key());
    if (row == nullptr) return false;
-   if (isBare(via)) return !row->vias.empty();
-   auto wanted = via;
-   wanted.route_key_is({});
-   return std::any_of(row->vias.begin(), row->vias.end(), [&](const auto& v) { return v.via == wanted; });
+   if (isBare(via)) return row->hasVias();
+   const auto vias = table_.viasOf(*row);
+   return std::find(vias.begin(), vias.end(), via) != vias.end();
 }
 
 std::uint8_t MplsRouteMgr::metric(const orv::mpls_route_key_t& key) const {
    orv::sdk_lock_check();
-   const auto item = routes_.atOrAfter(orv::mpls_route_key_t(key.labels(), 0));
-   if (!item || !std::ranges::equal(item.key->labels(), key.labels())) return 0;
-   return item.key->metric();
+   const auto* row = table_.atOrAfter(orv::mpls_route_key_t(key.labels(), 0));
+   if (row == nullptr) return 0;
+   const auto found = row->key();
+   return std::ranges::equal(found.labels(), key.labels()) ? found.metric() : std::uint8_t{0};
 }
 
 orv::mpls_fec_id_t MplsRouteMgr::fec_id(const orv::mpls_route_key_t& key) const {
    orv::sdk_lock_check();
-   const auto* state = inHardware(key);
-   return orv::mpls_fec_id_t(state == nullptr ? 0 : state->fec);
+   const auto* row = inHardware(key);
+   return orv::mpls_fec_id_t(row == nullptr ? 0 : row->fec);
 }
 
 std::uint16_t MplsRouteMgr::hw_version_id(const orv::mpls_route_key_t& key) const {
    orv::sdk_lock_check();
-   const auto* state = inHardware(key);
-   return state == nullptr ? std::uint16_t{0} : state->version;
+   const auto* row = inHardware(key);
+   return row == nullptr ? std::uint16_t{0} : row->programmedVersion;
 }
 
 void MplsRouteMgr::mpls_route_set(const orv::mpls_route_t& route) {
    orv::sdk_lock_check();
    validateKey(route.key());
-   MplsRow row;
-   if (const auto* before = routes_.find(route.key())) row = *before;
-   row.version = route.version_id();
-   if (routes_.set(route.key(), std::move(row)) != Change::none) queue(route.key());
+   auto* row = table_.findRoute(route.key());
+   if (row == nullptr) {
+      table_.checkCapacity();
+      table_.prepare(0);
+      row = &table_.insert(route.key());
+   } else {
+      row->mark = table_.epoch();
+      if (row->version == route.version_id()) return;
+      table_.prepare(0);
+   }
+   row->version = route.version_id();
+   changed(*row);
 }
 
 void MplsRouteMgr::mpls_route_del(const orv::mpls_route_key_t& key) {
    orv::sdk_lock_check();
-   if (routes_.erase(key)) queue(key);
+   if (auto* row = table_.findRoute(key)) erase(*row);
+}
+
+void MplsRouteMgr::erase(MplsRow& row) {
+   table_.prepare(0, true);
+   table_.erase(row);
+   queue(row);
 }
 
 void MplsRouteMgr::validateVia(const orv::mpls_route_via_t& via) const {
@@ -271,142 +296,185 @@ void MplsRouteMgr::validateVia(const orv::mpls_route_via_t& via) const {
 
 void MplsRouteMgr::mpls_route_via_set(const orv::mpls_route_via_t& via) {
    orv::sdk_lock_check();
-   const auto& key = via.route_key();
-   const auto* before = routes_.find(key);
-   if (before == nullptr)
-      throw orv::invalid_argument_error(fmt::format("via of mpls route {}, which does not exist", key));
-   validateVia(via);
-   auto wanted = via;
-   wanted.route_key_is({});
-   auto row = *before;
-   const auto it = std::find_if(row.vias.begin(), row.vias.end(),
-                                [&](const auto& v) { return sameIdentity(v.via, wanted); });
-   if (it != row.vias.end()) {
-      *it = {std::move(wanted), routes_.epoch()};
-   } else {
-      if (!row.vias.empty() &&
-          row.vias.front().via.nexthop_group().empty() != wanted.nexthop_group().empty()) {
-         throw orv::invalid_argument_error(
-              fmt::format("via of mpls route {}: the route's vias have {}, this one has {}", key,
-                          wanted.nexthop_group().empty() ? "a nexthop group" : "hops",
-                          wanted.nexthop_group().empty() ? "a hop" : "a nexthop group"));
-      }
-      row.vias.push_back({std::move(wanted), routes_.epoch()});
+   auto* row = table_.findRoute(via.route_key());
+   if (row == nullptr) {
+      throw orv::invalid_argument_error(
+           fmt::format("via of mpls route {}, which does not exist", via.route_key()));
    }
-   if (routes_.set(key, std::move(row)) != Change::none) queue(key);
+   validateVia(via);
+   const bool group = !via.nexthop_group().empty();
+   if (row->vias != nullptr && row->group == Names::none && group)
+      refuseMix(via.route_key(), "hops", "a nexthop group");
+   if (row->group != Names::none && !group) refuseMix(via.route_key(), "a nexthop group", "a hop");
+   if (!group) {
+      setListedVia(*row, via);
+      return;
+   }
+   row->mark = table_.epoch();
+   const bool plain = MplsRouteTable::plainGroup(via);
+   if (row->group != Names::none && groupNames_.text(row->group) == via.nexthop_group() &&
+       (plain ? row->vias == nullptr && row->action == via.label_action()
+              : row->vias != nullptr && sameFields(row->vias->front().via, via))) {
+      row->viaMark = table_.epoch();
+      return;
+   }
+   table_.prepare(via.nexthop_group().size());
+   table_.setGroup(*row, via);
+   changed(*row);
+}
+
+void MplsRouteMgr::setListedVia(MplsRow& row, const orv::mpls_route_via_t& via) {
+   row.mark = table_.epoch();
+   const auto same = [&](const MplsVia& v) { return v.via.hop() == via.hop() && v.via.intf() == via.intf(); };
+   const auto count = row.vias == nullptr ? 0 : row.vias->size();
+   auto* known = count == 0 ? nullptr : &*row.vias->begin();
+   if (count != 0) {
+      const auto it = std::find_if(row.vias->begin(), row.vias->end(), same);
+      known = it == row.vias->end() ? nullptr : &*it;
+   }
+   if (known != nullptr && sameFields(known->via, via)) {
+      known->mark = table_.epoch();
+      return;
+   }
+   table_.prepare((count + 1) * bytesOfHop);
+   if (row.vias == nullptr) row.vias = std::make_unique<MplsVias>();
+   if (known == nullptr) known = &row.vias->emplace_back();
+   *known = {via, table_.epoch()};
+   known->via.route_key_is({});
+   changed(row);
 }
 
 void MplsRouteMgr::mpls_route_via_del(const orv::mpls_route_via_t& via) {
    orv::sdk_lock_check();
-   const auto* before = routes_.find(via.route_key());
-   if (before == nullptr || before->vias.empty()) return;
-   auto row = *before;
-   if (isBare(via)) {
-      row.vias.clear();
+   auto* row = table_.findRoute(via.route_key());
+   if (row == nullptr || !row->hasVias()) return;
+   const bool all = isBare(via);
+   if (!all && !exists(via)) return;
+   table_.prepare(0, true);
+   row->mark = table_.epoch();
+   if (!all && row->vias != nullptr && row->vias->size() > 1) {
+      std::erase_if(*row->vias, [&](const MplsVia& v) { return sameFields(v.via, via); });
    } else {
-      auto wanted = via;
-      wanted.route_key_is({});
-      if (std::erase_if(row.vias, [&](const auto& v) { return v.via == wanted; }) == 0) return;
+      table_.clearVias(*row);
    }
-   routes_.set(via.route_key(), std::move(row));
-   queue(via.route_key());
+   changed(*row);
 }
 
-const MplsRouteMgr::State* MplsRouteMgr::inHardware(const orv::mpls_route_key_t& key) const {
-   const auto it = states_.find(key);
-   return it == states_.end() || it->second.fec == 0 ? nullptr : &it->second;
+const MplsRow* MplsRouteMgr::inHardware(const orv::mpls_route_key_t& key) const {
+   const auto* row = table_.find(key);
+   return row == nullptr || row->fec == 0 ? nullptr : row;
 }
 
-void MplsRouteMgr::queue(const orv::mpls_route_key_t& key) {
-   auto& state = states_[key];
-   if (!state.queued) {
-      state.queued = true;
-      pending_.push_back(key);
+void MplsRouteMgr::changed(MplsRow& row) {
+   table_.changed(row);
+   queue(row);
+}
+
+void MplsRouteMgr::queue(MplsRow& row) {
+   if (!row.queued) {
+      row.queued = true;
+      pending_.push_back(&row);
    }
    hardware_.request();
 }
 
 void MplsRouteMgr::hardwareStep(ForwardingPlane& plane) {
-   for (int done = 0; done < routesPerStep && !pending_.empty(); ++done) {
-      const auto key = pending_.front();
-      pending_.pop_front();
-      const auto it = states_.find(key);
-      auto& state = it->second;
-      state.queued = false;
-      const auto* row = routes_.find(key);
-      const bool wayOut =
-           row != nullptr && !row->vias.empty() &&
-           (row->vias.front().via.nexthop_group().empty() ||
-            groups_.programmed(groupNames_.find(row->vias.front().via.nexthop_group())) != nullptr);
-      if (wayOut) {
-         program(plane, key, state, *row);
+   for (std::size_t done = 0; done < routesPerStep && pendingAt_ < pending_.size(); ++done) {
+      auto& row = *pending_[pendingAt_++];
+      row.queued = false;
+      if (hasWayOut(row)) {
+         program(plane, row);
       } else {
-         unprogram(plane, key, state);
-         // A handler may have set the route again.
-         if (!state.queued && state.awaited == 0) states_.erase(key);
+         unprogram(plane, row);
+         releaseIfDone(row);
       }
    }
-   if (!pending_.empty() || !sweeping_) return;
-   for (int done = 0; done < sweptPerStep; ++done) {
-      const auto item = sweepAt_->next();
-      if (!item) {
-         sweeping_ = false;
-         sweepGroups_.clear();
-         return;
-      }
-      if (usesSweptGroup(*item.row)) queue(*item.key);
-   }
+   if (pendingAt_ < pending_.size()) return;
+   pending_.clear();
+   // A burst's memory is given back, a trickle's is kept.
+   if (pending_.capacity() > 65536) pending_.shrink_to_fit();
+   pendingAt_ = 0;
+   if (sweeping_) sweepStep();
 }
 
-void MplsRouteMgr::program(ForwardingPlane& plane, const orv::mpls_route_key_t& key, State& state,
-                           const MplsRow& row) {
-   state.sent.clear();
-   for (const auto& each : row.vias)
-      state.sent.push_back(each.via);
-   ++state.awaited;
-   plane.mplsRouteSet({.key = key, .version = row.version, .vias = state.sent});
+bool MplsRouteMgr::hasWayOut(const MplsRow& row) const {
+   if (!row.configured) return false;
+   return row.group == Names::none ? row.vias != nullptr : groups_.programmed(row.group) != nullptr;
+}
+
+void MplsRouteMgr::program(ForwardingPlane& plane, MplsRow& row) {
+   table_.nameIs(row.sentGroup, row.group);
+   row.sentAction = row.action;
+   std::span<const orv::mpls_route_via_t> vias;
+   if (row.vias != nullptr) {
+      if (row.hardware == nullptr) row.hardware = std::make_unique<MplsHardwareVias>();
+      row.hardware->sent.clear();
+      for (const auto& each : *row.vias)
+         row.hardware->sent.push_back(each.via);
+      vias = row.hardware->sent;
+   } else {
+      if (row.hardware != nullptr) row.hardware->sent.clear();
+      plainVia_.label_action_is(row.action);
+      plainVia_.nexthop_group_is(groupNames_.text(row.group));
+      vias = {&plainVia_, 1};
+   }
+   row.sent = true;
+   ++row.awaited;
+   const auto key = row.key();
+   plane.mplsRouteSet({.key = key, .version = row.version, .vias = vias});
 }
 
 void MplsRouteMgr::mplsRouteAnswer(const orv::mpls_route_key_t& key, std::uint16_t version, bool programmed) {
-   const auto it = states_.find(key);
-   if (it == states_.end() || it->second.awaited == 0) return;
-   auto& state = it->second;
+   auto* const row = table_.find(key);
+   if (row == nullptr || row->awaited == 0) return;
    // Only the answer to what was handed over last counts.
-   if (--state.awaited != 0) return;
-   if (state.sent.empty()) {
-      if (!state.queued) states_.erase(it);
+   if (--row->awaited != 0) return;
+   if (!row->sent) {
+      releaseIfDone(*row);
       return;
    }
    if (!programmed) return;
-   state.vias = state.sent;
-   state.version = version;
-   const auto before = state.fec;
+   if (row->hardware != nullptr) row->hardware->programmed = row->hardware->sent;
    // Held before the former one is let go, which may be the same.
-   state.group = HeldName(groupNames_, state.vias.front().nexthop_group());
-   const auto fec = fecFor(state);
-   state.fec = fec;
+   table_.nameIs(row->programmedGroup, row->sentGroup);
+   row->programmedAction = row->sentAction;
+   row->programmedVersion = version;
+   const auto before = row->fec;
+   const auto fec = fecFor(*row);
+   row->fec = fec;
    if (before != fec) useFec(fec);
    handlers().notify(key, [&](auto& h) { h.on_mpls_route_set(key, orv::mpls_fec_id_t(fec)); });
    if (before != 0 && before != fec) leaveFec(before);
 }
 
-void MplsRouteMgr::unprogram(ForwardingPlane& plane, const orv::mpls_route_key_t& key, State& state) {
-   if (state.fec == 0 && state.sent.empty()) return;
-   const auto fec = state.fec;
-   state.fec = 0;
-   state.sent.clear();
-   state.vias.clear();
+void MplsRouteMgr::unprogram(ForwardingPlane& plane, MplsRow& row) {
+   if (row.fec == 0 && !row.sent) return;
+   const auto fec = row.fec;
+   row.fec = 0;
+   row.sent = false;
+   row.programmedVersion = 0;
+   table_.nameIs(row.sentGroup, Names::none);
+   if (row.hardware != nullptr) {
+      row.hardware->sent.clear();
+      row.hardware->programmed.clear();
+   }
+   const auto key = row.key();
    plane.mplsRouteDel(key);
    if (fec == 0) return;
    handlers().notify(key, [&](auto& h) { h.on_mpls_route_del(key); });
    leaveFec(fec);
-   state.group = HeldName();
+   table_.nameIs(row.programmedGroup, Names::none);
 }
 
-std::uint64_t MplsRouteMgr::fecFor(State& state) {
-   if (state.group.id() != Names::none) return fecId(FecKind::nexthopGroup, state.group.id());
-   if (state.ownFec == 0) state.ownFec = fecId(FecKind::mplsHops, nextFec_++);
-   return state.ownFec;
+// A handler may have set the route again.
+void MplsRouteMgr::releaseIfDone(MplsRow& row) {
+   if (!row.configured && !row.queued && row.awaited == 0) table_.release(row);
+}
+
+std::uint64_t MplsRouteMgr::fecFor(MplsRow& row) {
+   if (row.programmedGroup != Names::none) return fecId(FecKind::nexthopGroup, row.programmedGroup);
+   if (row.hardware->ownFec == 0) row.hardware->ownFec = fecId(FecKind::mplsHops, nextFec_++);
+   return row.hardware->ownFec;
 }
 
 void MplsRouteMgr::useFec(std::uint64_t fec) {
@@ -422,26 +490,33 @@ void MplsRouteMgr::leaveFec(std::uint64_t fec) {
 }
 
 void MplsRouteMgr::groupProgrammed(NameId id, bool fresh) {
-   if (fresh) sweepGroup(id);
+   if (fresh && groupNames_.references(id) > 1) sweepGroup(id);
 }
 
 void MplsRouteMgr::groupGone(NameId id) {
-   sweepGroup(id);
+   if (groupNames_.references(id) > 0) sweepGroup(id);
 }
 
+// Besides the group itself, who holds a reference to its name is a route, of IP or of MPLS.
 void MplsRouteMgr::sweepGroup(NameId id) {
-   if (routes_.empty()) return;
+   if (table_.size() == 0) return;
    if (id >= sweepGroups_.size()) sweepGroups_.resize(id + 1);
    sweepGroups_[id] = true;
    sweeping_ = true;
-   sweepAt_.emplace(routes_);
+   sweepAt_.emplace(table_);
    hardware_.request();
 }
 
-bool MplsRouteMgr::usesSweptGroup(const MplsRow& row) const {
-   if (row.vias.empty() || row.vias.front().via.nexthop_group().empty()) return false;
-   const auto id = groupNames_.find(row.vias.front().via.nexthop_group());
-   return id < sweepGroups_.size() && sweepGroups_[id];
+void MplsRouteMgr::sweepStep() {
+   for (int done = 0; done < sweptPerStep; ++done) {
+      const auto* row = sweepAt_->next();
+      if (row == nullptr) {
+         sweeping_ = false;
+         sweepGroups_.clear();
+         return;
+      }
+      if (row->group < sweepGroups_.size() && sweepGroups_[row->group]) queue(*table_.find(row->key()));
+   }
 }
 
 }  // namespace softswitch

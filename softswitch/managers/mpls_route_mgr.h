@@ -19,39 +19,18 @@
 #pragma once
 
 #include <absl/container/flat_hash_map.h>
-#include <absl/container/node_hash_map.h>
 
-#include <deque>
+#include <optional>
 #include <vector>
 
 #include "orv/intf.h"
 #include "orv/mpls_route.h"
 #include "softswitch/context.h"
 #include "softswitch/forwarding/hardware.h"
+#include "softswitch/managers/mpls_route_table.h"
 #include "softswitch/managers/nexthop_group_mgr.h"
-#include "softswitch/table.h"
 
 namespace softswitch {
-
-struct MplsVia {
-   orv::mpls_route_via_t via;
-   std::uint32_t mark = 0;  // the resync epoch of the last set; not stored
-   bool operator==(const MplsVia& other) const { return via == other.via; }
-};
-
-struct MplsRow {
-   std::uint16_t version = 0;
-   std::vector<MplsVia> vias;
-   bool operator==(const MplsRow&) const = default;
-};
-
-struct MplsRouteCodec {
-   static constexpr std::uint8_t version = 1;
-   static void encodeKey(const orv::mpls_route_key_t& key, store::Writer& out);
-   static orv::mpls_route_key_t decodeKey(store::Reader& in);
-   static void encodeRow(const MplsRow& row, store::Writer& out);
-   static MplsRow decodeRow(store::Reader& in, std::uint8_t version);
-};
 
 class MplsRouteMgr final : public orv::MplsRouteMgrImpl,
                            public HardwareClient,
@@ -78,54 +57,48 @@ public:
    void mpls_route_via_del(const orv::mpls_route_via_t& via) override;
    std::uint16_t hw_version_id(const orv::mpls_route_key_t& key) const override;
 
-   std::size_t size() const { return routes_.size(); }
-   std::size_t capacity() const { return routes_.capacity(); }
+   std::size_t size() const { return table_.size(); }
+   std::size_t capacity() const { return table_.capacity(); }
 
-   bool hardwareIdle() const override { return pending_.empty() && !sweeping_; }
+   bool hardwareIdle() const override { return pendingAt_ == pending_.size() && !sweeping_; }
    void hardwareStep(ForwardingPlane& plane) override;
    void mplsRouteAnswer(const orv::mpls_route_key_t& key, std::uint16_t version, bool programmed) override;
    void groupProgrammed(NameId id, bool fresh) override;
    void groupGone(NameId id) override;
 
 private:
-   using Routes = Table<orv::mpls_route_key_t, MplsRow, MplsRouteCodec>;
-
-   // Of a route that hardware has or is about to have.
-   struct State {
-      std::vector<orv::mpls_route_via_t> sent;
-      std::vector<orv::mpls_route_via_t> vias;  // in hardware
-      HeldName group;                           // that the vias in hardware name
-      std::uint64_t fec = 0;                    // 0: not in hardware
-      std::uint64_t ownFec = 0;                 // given once it was needed
-      std::uint32_t awaited = 0;                // answers of the plane that are to come
-      std::uint16_t version = 0;
-      bool queued = false;
-   };
-
-   const State* inHardware(const orv::mpls_route_key_t& key) const;
+   const MplsRow* inHardware(const orv::mpls_route_key_t& key) const;
    void validateVia(const orv::mpls_route_via_t& via) const;
-   void queue(const orv::mpls_route_key_t& key);
-   void program(ForwardingPlane& plane, const orv::mpls_route_key_t& key, State& state, const MplsRow& row);
-   void unprogram(ForwardingPlane& plane, const orv::mpls_route_key_t& key, State& state);
-   std::uint64_t fecFor(State& state);
+   void setListedVia(MplsRow& row, const orv::mpls_route_via_t& via);
+   void erase(MplsRow& row);
+   bool dropStaleVias(MplsRow& row);
+   void changed(MplsRow& row);
+   void queue(MplsRow& row);
+   bool hasWayOut(const MplsRow& row) const;
+   void program(ForwardingPlane& plane, MplsRow& row);
+   void unprogram(ForwardingPlane& plane, MplsRow& row);
+   void releaseIfDone(MplsRow& row);
+   std::uint64_t fecFor(MplsRow& row);
    void useFec(std::uint64_t fec);
    void leaveFec(std::uint64_t fec);
-   bool usesSweptGroup(const MplsRow& row) const;
    void sweepGroup(NameId id);
+   void sweepStep();
 
    Hardware& hardware_;
    Names& groupNames_;
    const NexthopGroupMgr& groups_;
    const orv::intf_mgr& intfs_;
-   Routes routes_;
-   absl::node_hash_map<orv::mpls_route_key_t, State, std::hash<orv::mpls_route_key_t>> states_;
+   MplsRouteTable table_;
    absl::flat_hash_map<std::uint64_t, std::size_t> fecUsers_;
-   std::deque<orv::mpls_route_key_t> pending_;
    std::uint64_t nextFec_ = 1;
+   std::vector<MplsRow*> pending_;
+   std::size_t pendingAt_ = 0;
+   // Handed to the plane: a via that names a group and an action alone. Kept for its memory.
+   orv::mpls_route_via_t plainVia_;
    // A walk that looks again at the routes over groups that have come or gone.
    bool sweeping_ = false;
    std::vector<bool> sweepGroups_;  // by number of the group's name
-   std::optional<Routes::Cursor> sweepAt_;
+   std::optional<MplsRouteTable::Cursor> sweepAt_;
 };
 
 }  // namespace softswitch

@@ -157,8 +157,8 @@ void NexthopGroupMgr::resync_complete() {
 
 orv::nexthop_group_iter_t NexthopGroupMgr::nexthop_group_iter() const {
    orv::sdk_lock_check();
-   return makeTableIter<orv::nexthop_group_iter_t>(groups_,
-                                                   [](auto item) { return std::optional(**item.row); });
+   return orv::nexthop_group_iter_t(
+        std::make_unique<SharedTableIter<orv::nexthop_group_iter_t, Groups>>(groups_));
 }
 
 orv::programmed_nexthop_group_iter_t NexthopGroupMgr::programmed_nexthop_group_iter() const {

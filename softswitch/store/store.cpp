@@ -179,6 +179,16 @@ void Store::del(Database db, std::string_view key) {
       mark();
    makeRoom(worstPages(1, 0), 0);
    if (txn_ == nullptr) begin();
+   remove(db, key);
+}
+
+void Store::delReserved(Database db, std::string_view key) noexcept {
+   if (key.size() > maxKeyBytes || !databases_[db.index].there) return;
+   if (txn_ == nullptr) begin();
+   remove(db, key);
+}
+
+void Store::remove(Database db, std::string_view key) noexcept {
    MDB_val k{key.size(), const_cast<char*>(key.data())};
    const int rc = mdb_del(txn_, handle(db), &k, nullptr);
    if (rc != MDB_NOTFOUND) check(rc, "removal of a row");

@@ -76,8 +76,9 @@ public:
       makeRoom(pages, shrinks ? 0 : spare_);
       reserved_ += pages;
    }
-   // put() of a row that room was set aside for; does not throw.
+   // put() and del() of a row that room was set aside for; they do not throw.
    void putReserved(Database db, std::string_view key, std::string_view row) noexcept;
+   void delReserved(Database db, std::string_view key) noexcept;
 
    // Hands every row of `db` in key order to `row`, outside a span. A StoreError (damaged) that `row` throws
    // comes out with the directory's and the table's name in it.
@@ -125,6 +126,7 @@ private:
    void mark();
    void begin();
    void write(Database db, std::string_view key, std::string_view row) noexcept;
+   void remove(Database db, std::string_view key) noexcept;
    std::size_t worstPages(std::size_t rows, std::size_t bytes) const {
       return rows * pagesPerWrite + bytes / pageBytes_ * 2;
    }

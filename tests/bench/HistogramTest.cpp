@@ -5,11 +5,11 @@
 namespace bench {
 namespace {
 
-TEST(Histogram, EmptyHasNoQuantile) {
+TEST(Histogram, emptyHasNoQuantile) {
    EXPECT_EQ(Histogram().quantile(0.5), 0u);
 }
 
-TEST(Histogram, SmallValuesAreExact) {
+TEST(Histogram, smallValuesAreExact) {
    Histogram histogram;
    for (std::uint64_t value = 0; value < 10; ++value)
       histogram.add(value);
@@ -18,7 +18,7 @@ TEST(Histogram, SmallValuesAreExact) {
    EXPECT_EQ(histogram.quantile(1), 9u);
 }
 
-TEST(Histogram, QuantileIsAnUpperBoundWithinOneStep) {
+TEST(Histogram, quantileIsAnUpperBoundWithinOneStep) {
    for (const std::uint64_t value : {63ull, 64ull, 1000ull, 84'000ull, 1'000'000ull, 123'456'789'012ull}) {
       Histogram histogram;
       histogram.add(value);
@@ -27,7 +27,7 @@ TEST(Histogram, QuantileIsAnUpperBoundWithinOneStep) {
    }
 }
 
-TEST(Histogram, TheTailIsSeenAtItsShare) {
+TEST(Histogram, theTailIsSeenAtItsShare) {
    Histogram histogram;
    for (int i = 0; i < 990; ++i)
       histogram.add(10);
@@ -38,7 +38,7 @@ TEST(Histogram, TheTailIsSeenAtItsShare) {
    EXPECT_EQ(histogram.quantile(0.99), 50u);
 }
 
-TEST(Histogram, HoldsTheLargestValue) {
+TEST(Histogram, holdsTheLargestValue) {
    Histogram histogram;
    histogram.add(~std::uint64_t{0});
    EXPECT_EQ(histogram.quantile(0.5), ~std::uint64_t{0});

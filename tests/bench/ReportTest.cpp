@@ -23,12 +23,12 @@ Figure limitFigure(double ours, double limit) {
            .note = ""};
 }
 
-TEST(Report, ARatioMustReachItsTarget) {
+TEST(Report, aRatioMustReachItsTarget) {
    EXPECT_TRUE(ratioFigure(80, 100, 0.8).reached());
    EXPECT_FALSE(ratioFigure(79, 100, 0.8).reached());
 }
 
-TEST(Report, ARatioMustStayBelowItsTarget) {
+TEST(Report, aRatioMustStayBelowItsTarget) {
    auto figure = ratioFigure(100, 100, 1);
    figure.target->kind = Target::Kind::ratioAtMost;
    EXPECT_TRUE(figure.reached());
@@ -38,12 +38,12 @@ TEST(Report, ARatioMustStayBelowItsTarget) {
    EXPECT_FALSE(figure.reached());
 }
 
-TEST(Report, ALimitMustNotBePassed) {
+TEST(Report, aLimitMustNotBePassed) {
    EXPECT_TRUE(limitFigure(10, 10).reached());
    EXPECT_FALSE(limitFigure(10.1, 10).reached());
 }
 
-TEST(Report, JsonHoldsTheFourFieldsOfEachKey) {
+TEST(Report, jsonHoldsTheFourFieldsOfEachKey) {
    Report report;
    report.add(ratioFigure(80, 100, 0.8));
    report.add(limitFigure(12, 10));
@@ -53,7 +53,7 @@ TEST(Report, JsonHoldsTheFourFieldsOfEachKey) {
    EXPECT_EQ(report.missed(), std::vector<std::string>{"limit"});
 }
 
-TEST(Report, Median) {
+TEST(Report, median) {
    EXPECT_EQ(median({3, 1, 2}), 2);
    EXPECT_EQ(median({4, 1, 2, 3}), 2.5);
    EXPECT_THROW(median({}), std::invalid_argument);

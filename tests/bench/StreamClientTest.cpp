@@ -49,7 +49,7 @@ private:
    std::thread thread_;
 };
 
-TEST(StreamClient, AListIsReadToItsEnd) {
+TEST(StreamClient, aListIsReadToItsEnd) {
    rpc::NexthopGroupsResponse message;
    message.mutable_nexthop_group()->set_name("g");
    const Floor floor("list", message, 1500);
@@ -62,7 +62,7 @@ TEST(StreamClient, AListIsReadToItsEnd) {
    EXPECT_EQ(result.bytes, 1500 * message.ByteSizeLong());
 }
 
-TEST(StreamClient, ADumpIsReadUpToItsAcknowledgement) {
+TEST(StreamClient, aDumpIsReadUpToItsAcknowledgement) {
    rpc::WatchIntfResponse message, last;
    message.mutable_intf()->set_name("Ethernet1");
    last.set_ack(true);
@@ -74,7 +74,7 @@ TEST(StreamClient, ADumpIsReadUpToItsAcknowledgement) {
    EXPECT_THROW(client.readPasses(path, "", "nothing", 0s), std::runtime_error);
 }
 
-TEST(StreamClient, WatchesAreReadForATime) {
+TEST(StreamClient, watchesAreReadForATime) {
    rpc::WatchAgentResponse message;
    message.mutable_agent_option()->set_name("option");
    const Floor floor("watch", message, 0);
@@ -85,7 +85,7 @@ TEST(StreamClient, WatchesAreReadForATime) {
    EXPECT_GE(result.seconds, 0.05);
 }
 
-TEST(StreamClient, EntriesOfBatchesAreCounted) {
+TEST(StreamClient, entriesOfBatchesAreCounted) {
    rpc::IntfTrafficRatesStreamResponse message;
    for (int i = 0; i < 300; ++i)
       message.add_data()->mutable_intf_id()->set_name(std::string(static_cast<std::size_t>(i), 'x'));
@@ -101,7 +101,7 @@ TEST(StreamClient, EntriesOfBatchesAreCounted) {
    EXPECT_EQ(result.sample, message.SerializeAsString());
 }
 
-TEST(StreamClient, OneStreamIsReadForAsLongAsItIsWanted) {
+TEST(StreamClient, oneStreamIsReadForAsLongAsItIsWanted) {
    rpc::WatchAgentResponse message;
    message.mutable_agent_option()->set_name("option");
    const Floor floor("watch", message, 0);
@@ -114,7 +114,7 @@ TEST(StreamClient, OneStreamIsReadForAsLongAsItIsWanted) {
    EXPECT_EQ(seen, 5);
 }
 
-TEST(StreamClient, AStreamThatIsNotThereIsAnError) {
+TEST(StreamClient, aStreamThatIsNotThereIsAnError) {
    const Floor floor("watch", rpc::WatchAgentResponse(), 0);
    StreamClient client(floor.address());
    const std::string path = "/orv.remote.IntfMgrService/watch";
@@ -123,7 +123,7 @@ TEST(StreamClient, AStreamThatIsNotThereIsAnError) {
    EXPECT_THROW(StreamClient("unix:/nonexistent/socket", 50ms), std::runtime_error);
 }
 
-TEST(FloorStreams, AMessageOfAnotherKindIsRefused) {
+TEST(FloorStreams, aMessageOfAnotherKindIsRefused) {
    const systest::TempDir directory;
    std::ofstream(directory / "message") << "no message at all";
    EXPECT_THROW(FloorStreams::make({.rpc = "list", .messageFile = directory / "message"}),

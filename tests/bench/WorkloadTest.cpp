@@ -23,7 +23,7 @@ Message parse(const grpc::ByteBuffer& buffer) {
    return message;
 }
 
-TEST(Workload, PrefixesDoNotRepeat) {
+TEST(Workload, prefixesDoNotRepeat) {
    for (const auto order : {Order::sequential, Order::random}) {
       std::set<std::uint32_t> seen;
       for (std::uint64_t i = 0; i < 100'000; ++i)
@@ -32,7 +32,7 @@ TEST(Workload, PrefixesDoNotRepeat) {
    }
 }
 
-TEST(Workload, UnaryRoutesCountUpAndTakeTurnsBetweenTheGroups) {
+TEST(Workload, unaryRoutesCountUpAndTakeTurnsBetweenTheGroups) {
    const auto workload = unaryRoutes(255, 3, Order::sequential);
    EXPECT_EQ(workload->method(), "/OrvSdkRpc.pb.orvsdk_service/ip_route");
    EXPECT_EQ(workload->itemsPerRequest(), 1u);
@@ -45,7 +45,7 @@ TEST(Workload, UnaryRoutesCountUpAndTakeTurnsBetweenTheGroups) {
    EXPECT_EQ(second.nexthop_group_name(), groupName(256 % 3));
 }
 
-TEST(Workload, BulkRoutesNameEachRouteOnceAndStartOver) {
+TEST(Workload, bulkRoutesNameEachRouteOnceAndStartOver) {
    const auto workload = bulkRoutes(0, 300, 100, 7, Order::random);
    std::set<std::string> seen;
    grpc::ByteBuffer first;
@@ -60,7 +60,7 @@ TEST(Workload, BulkRoutesNameEachRouteOnceAndStartOver) {
    EXPECT_TRUE(seen.contains(again.bulk(0).prefix().network().address()));
 }
 
-TEST(Workload, BulkGroupsChangeFromPassToPass) {
+TEST(Workload, bulkGroupsChangeFromPassToPass) {
    const auto workload = bulkGroups(20, 10, 4);
    const auto first = parse<pb::nexthop_group_bulk_msg>(workload->next());
    workload->next();
@@ -73,7 +73,42 @@ TEST(Workload, BulkGroupsChangeFromPassToPass) {
    EXPECT_LE(again.bulk(3).nexthops(0).mpls_labels(0), 1048575u);
 }
 
-TEST(Workload, TheExpectedReplyAcceptsEveryItem) {
+TEST(Workload, bulkLabelsNameEachLabelOnceAndTakeTurnsBetweenTheGroups) {
+   const auto workload = bulkLabels(300, 100, 7);
+   EXPECT_EQ(workload->method(), "/OrvSdkRpc.pb.orvsdk_service/mpls_route_bulk");
+   std::set<std::uint32_t> seen;
+   for (std::uint64_t bulk = 0; bulk < 3; ++bulk) {
+      const auto message = parse<pb::mpls_route_bulk_msg>(workload->next());
+      ASSERT_EQ(message.bulk_size(), 100);
+      for (const auto& label : message.bulk()) {
+         EXPECT_GE(label.label(), 16u);
+         seen.insert(label.label());
+      }
+      EXPECT_EQ(message.bulk(0).nexthop_group_msg().name(), groupName(100 * bulk % 7));
+   }
+   EXPECT_EQ(seen.size(), 300u);
+   // More than there are.
+   EXPECT_THROW(bulkLabels(std::uint64_t{1} << 20, 1 << 10, 1), std::invalid_argument);
+}
+
+TEST(Workload, bulkAndSingleRedirectsAreTheSame) {
+   const auto bulk = parse<pb::cbf_nexthop_group_redirect_bulk_msg>(bulkRedirects(10, 10)->next());
+   ASSERT_EQ(bulk.bulk_size(), 10);
+   const auto singles = singleRedirects(10);
+   EXPECT_EQ(singles->itemsPerRequest(), 1u);
+   std::set<std::string> matches;
+   for (const auto& redirect : bulk.bulk()) {
+      EXPECT_EQ(redirect.match_ipv4_dscp_size(), 3);
+      EXPECT_EQ(redirect.match_ipv6_dscp_size(), 3);
+      EXPECT_NE(redirect.match_nexthop_group_name(), redirect.redirect_nexthop_group_name());
+      matches.insert(redirect.match_nexthop_group_name());
+      EXPECT_EQ(parse<pb::cbf_nexthop_group_redirect_msg>(singles->next()).SerializeAsString(),
+                redirect.SerializeAsString());
+   }
+   EXPECT_EQ(matches.size(), 10u);
+}
+
+TEST(Workload, theExpectedReplyAcceptsEveryItem) {
    pb::rpc_status_bulk_msg reply;
    ASSERT_TRUE(reply.ParseFromString(bulkRoutes(0, 100, 50, 1, Order::sequential)->expectedReply()));
    ASSERT_EQ(reply.statuses_size(), 50);
@@ -81,7 +116,7 @@ TEST(Workload, TheExpectedReplyAcceptsEveryItem) {
       EXPECT_EQ(status.status(), pb::RPC_STATUS_OK);
 }
 
-TEST(Workload, APartialBulkIsRefused) {
+TEST(Workload, aPartialBulkIsRefused) {
    EXPECT_THROW(bulkRoutes(0, 150, 100, 1, Order::sequential), std::invalid_argument);
    EXPECT_THROW(bulkGroups(0, 100, 4), std::invalid_argument);
 }

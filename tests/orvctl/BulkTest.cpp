@@ -24,7 +24,7 @@ std::string describe(const pb::ip_route_msg& item) {
    return std::to_string(item.tag());
 }
 
-TEST(Bulk, ItemsAreCutIntoRequestsInOrder) {
+TEST(Bulk, itemsAreCutIntoRequestsInOrder) {
    Plan plan(2);
    EXPECT_TRUE(plan.requests().empty());
    for (uint32_t i = 0; i < 5; ++i)
@@ -37,7 +37,7 @@ TEST(Bulk, ItemsAreCutIntoRequestsInOrder) {
    EXPECT_EQ(plan.requests()[2].bulk(0).tag(), 4U);
 }
 
-TEST(Bulk, AFailedItemIsKnownByItsLine) {
+TEST(Bulk, aFailedItemIsKnownByItsLine) {
    Plan plan(2);
    for (uint32_t i = 0; i < 5; ++i)
       plan.add(route(i), i * 2 + 1);
@@ -59,7 +59,7 @@ TEST(Bulk, AFailedItemIsKnownByItsLine) {
    EXPECT_EQ(progress, (std::vector<size_t>{2, 4, 5}));
 }
 
-TEST(Bulk, AReplyWithTooFewStatusesIsNoAnswer) {
+TEST(Bulk, aReplyWithTooFewStatusesIsNoAnswer) {
    Plan plan(2);
    plan.add(route(0), 1);
    EXPECT_THROW(sendBulk(
@@ -82,17 +82,17 @@ protected:
    Context context_{.in = in_, .out = out_, .err = err_, .consoleText = {}, .action = {}};
 };
 
-TEST_F(Lines, BlankOnesAndCommentsArePassedOver) {
+TEST_F(Lines, blankOnesAndCommentsArePassedOver) {
    EXPECT_EQ(read("-"), (std::vector<std::string>{"1:a", "4:b", "5:last"}));
 }
 
-TEST_F(Lines, OfAFile) {
+TEST_F(Lines, ofAFile) {
    const systest::TempDir directory;
    std::ofstream(directory / "f") << "x\ny\n";
    EXPECT_EQ(read(directory / "f"), (std::vector<std::string>{"1:x", "2:y"}));
 }
 
-TEST_F(Lines, AFileThatIsNotThereIsRefused) {
+TEST_F(Lines, aFileThatIsNotThereIsRefused) {
    const systest::TempDir directory;
    EXPECT_THROW(read(directory / "none"), UsageError);
    EXPECT_THROW(read(directory.path()), UsageError);

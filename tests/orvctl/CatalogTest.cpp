@@ -26,7 +26,7 @@ std::map<std::string, Availability> probed(FakeServer& server) {
    return found;
 }
 
-TEST(Catalog, ServicesAndRpcsComeFromTheServersReflection) {
+TEST(Catalog, servicesAndRpcsComeFromTheServersReflection) {
    FakeServer server;
    server.reflection = true;
    server.start();
@@ -40,7 +40,7 @@ TEST(Catalog, ServicesAndRpcsComeFromTheServersReflection) {
    EXPECT_EQ(sizes["grpc.reflection.v1alpha.ServerReflection"], 1U);
 }
 
-TEST(Catalog, WithoutReflectionTheLinkedRpcsAreListed) {
+TEST(Catalog, withoutReflectionTheLinkedRpcsAreListed) {
    FakeServer server;
    server.start();
    Connection connection(parseTarget("--target", server.target()), 10);
@@ -52,7 +52,7 @@ TEST(Catalog, WithoutReflectionTheLinkedRpcsAreListed) {
    EXPECT_TRUE(catalog.services[0].rpcs[16].replyStream);
 }
 
-TEST(Catalog, AnAnswerOfItsOwnMeansAvailable) {
+TEST(Catalog, anAnswerOfItsOwnMeansAvailable) {
    FakeServer server;
    server.itemReply = [](const std::string&) {
       pb::rpc_status_msg status;
@@ -69,7 +69,7 @@ TEST(Catalog, AnAnswerOfItsOwnMeansAvailable) {
    EXPECT_EQ(found.at("watch_sbfd_echo_session_status_msgs"), Availability::available);
 }
 
-TEST(Catalog, WhatTheServersBuildLeavesOutIsFoundByAsking) {
+TEST(Catalog, whatTheServersBuildLeavesOutIsFoundByAsking) {
    FakeServer server;
    server.unimplemented = {"watch_sbfd_echo_session_status_msgs"};
    server.itemReply = [](const std::string& item) {
@@ -90,7 +90,7 @@ TEST(Catalog, WhatTheServersBuildLeavesOutIsFoundByAsking) {
    EXPECT_EQ(found.at("cbf_nexthop_group_redirect_bulk"), Availability::notInThisBuild);
 }
 
-TEST(Catalog, BeforeInitTheAnswerSaysNothing) {
+TEST(Catalog, beforeInitTheAnswerSaysNothing) {
    FakeServer server;
    server.itemReply = [](const std::string&) {
       pb::rpc_status_msg status;
@@ -101,7 +101,7 @@ TEST(Catalog, BeforeInitTheAnswerSaysNothing) {
    EXPECT_EQ(probed(server).at("mpls_route"), Availability::notKnownBeforeInit);
 }
 
-TEST(Catalog, ProbesCannotChangeAnything) {
+TEST(Catalog, probesCannotChangeAnything) {
    FakeServer server;
    server.start();
    const auto found = probed(server);
@@ -124,7 +124,7 @@ TEST(Catalog, ProbesCannotChangeAnything) {
    }
 }
 
-TEST(Catalog, AServerThatIsNotThereIsAConnectionFailure) {
+TEST(Catalog, aServerThatIsNotThereIsAConnectionFailure) {
    const systest::TempDir directory;
    Connection connection(parseTarget("--target", directory.path() + "/none"), 10);
    EXPECT_THROW(readCatalog(connection), CallError);

@@ -33,18 +33,18 @@ std::string completions(const std::string& line) {
    return text;
 }
 
-TEST(Completion, CommandsAndTheirSubcommands) {
+TEST(Completion, commandsAndTheirSubcommands) {
    EXPECT_EQ(completions("orvctl res"), "resync");
    EXPECT_EQ(completions("orvctl resync st"), "start");
    EXPECT_EQ(completions("orvctl --target unix:/x nhg d"), "del");
 }
 
-TEST(Completion, FlagsOfTheCommandAndOfTheTopLevel) {
+TEST(Completion, flagsOfTheCommandAndOfTheTopLevel) {
    EXPECT_EQ(completions("orvctl nhg set --auto"), "--autosize");
    EXPECT_EQ(completions("orvctl nhg set --time"), "--timeout");
 }
 
-TEST(Completion, WatchesTheirFlagsAndFields) {
+TEST(Completion, watchesTheirFlagsAndFields) {
    EXPECT_EQ(completions("orvctl watch i"), "intf");
    EXPECT_EQ(completions("orvctl watch intf --fi"), "--fields");
    EXPECT_EQ(completions("orvctl watch intf --fields ad"), "admin_enabled");
@@ -52,7 +52,7 @@ TEST(Completion, WatchesTheirFlagsAndFields) {
    EXPECT_EQ(completions("orvctl intf set Ethernet1 --admin d"), "down");
 }
 
-TEST(Completion, RpcsOfCall) {
+TEST(Completion, rpcsOfCall) {
    EXPECT_EQ(completions("orvctl call orvsdk_service/rpc_server_i"), "orvsdk_service/rpc_server_init");
 }
 

@@ -7,20 +7,20 @@
 namespace orvctl {
 namespace {
 
-TEST(Descriptors, AMethodIsFoundByEveryFormOfItsName) {
+TEST(Descriptors, aMethodIsFoundByEveryFormOfItsName) {
    for (const char* name : {"OrvSdkRpc.pb.orvsdk_service/ip_route", "orvsdk_service/ip_route", "ip_route"}) {
       EXPECT_EQ(methodPath(findMethod(name)), "/OrvSdkRpc.pb.orvsdk_service/ip_route") << name;
    }
 }
 
-TEST(Descriptors, ABareNameIsTheProgrammingServicesFirst) {
+TEST(Descriptors, aBareNameIsTheProgrammingServicesFirst) {
    EXPECT_EQ(methodPath(findMethod("nexthop_group")), "/OrvSdkRpc.pb.orvsdk_service/nexthop_group");
    EXPECT_EQ(methodPath(findMethod("NexthopGroupMgrService/nexthop_group")),
              "/orv.remote.NexthopGroupMgrService/nexthop_group");
    EXPECT_EQ(methodPath(findMethod("acl_commit")), "/orv.remote.AclMgrService/acl_commit");
 }
 
-TEST(Descriptors, ABareNameOfSeveralServicesIsRefused) {
+TEST(Descriptors, aBareNameOfSeveralServicesIsRefused) {
    try {
       findMethod("watch");
       FAIL() << "'watch' was found";
@@ -31,7 +31,7 @@ TEST(Descriptors, ABareNameOfSeveralServicesIsRefused) {
    }
 }
 
-TEST(Descriptors, TheMirrorServicesAreLinked) {
+TEST(Descriptors, theMirrorServicesAreLinked) {
    std::vector<std::string> names;
    for (const auto* service : linkedServices())
       names.push_back(service->name());
@@ -40,14 +40,14 @@ TEST(Descriptors, TheMirrorServicesAreLinked) {
                                               "IntfCounterMgrService", "NexthopGroupMgrService"}));
 }
 
-TEST(Descriptors, TheProgrammingServiceHasEighteenRpcs) {
+TEST(Descriptors, theProgrammingServiceHasEighteenRpcs) {
    const auto services = linkedServices();
    ASSERT_FALSE(services.empty());
    EXPECT_EQ(services[0]->full_name(), "OrvSdkRpc.pb.orvsdk_service");
    EXPECT_EQ(services[0]->method_count(), 18);
 }
 
-TEST(Descriptors, AnUnknownNameIsRefused) {
+TEST(Descriptors, anUnknownNameIsRefused) {
    for (const char* name :
         {"", "nope", "nope/ip_route", "orvsdk_service/nope", "orvsdk_service/", "/ip_route"}) {
       try {

@@ -10,21 +10,21 @@ namespace {
 
 namespace rpc = orv::remote;
 
-TEST(EnumWords, AValueWithoutItsPrefix) {
+TEST(EnumWords, aValueWithoutItsPrefix) {
    EXPECT_EQ(enumWord(rpc::OPER_STATUS_UP), "up");
    EXPECT_EQ(enumWord(rpc::ETH_LINK_SPEED_100_GBPS), "100_gbps");
    EXPECT_EQ(enumWord(rpc::NEXTHOP_GROUP_PROGRAMMED_HW_STATE_FAILURE), "failure");
 }
 
-TEST(EnumWords, ANumberWithoutAName) {
+TEST(EnumWords, aNumberWithoutAName) {
    EXPECT_EQ(enumWord(*rpc::OperStatus_descriptor(), 77), "77");
 }
 
-TEST(EnumWords, AllWords) {
+TEST(EnumWords, allWords) {
    EXPECT_EQ(enumWords(*rpc::IntfField_descriptor()), "all|oper_status|admin_enabled|description");
 }
 
-TEST(EnumWords, AreReadAsWordsNamesAndNumbers) {
+TEST(EnumWords, areReadAsWordsNamesAndNumbers) {
    const auto& type = *rpc::IntfField_descriptor();
    EXPECT_EQ(parseEnum("--fields", "oper_status", type), 1);
    EXPECT_EQ(parseEnum("--fields", "oper-status", type), 1);
@@ -35,7 +35,7 @@ TEST(EnumWords, AreReadAsWordsNamesAndNumbers) {
    EXPECT_EQ(parseEnum("--fields", "7", type), 7);
 }
 
-TEST(EnumWords, WhatIsNoneIsRefused) {
+TEST(EnumWords, whatIsNoneIsRefused) {
    for (const char* text : {"", "speed", "-1", "99999999999", "1x"}) {
       try {
          parseEnum("--fields", text, *rpc::IntfField_descriptor());

@@ -15,7 +15,7 @@ namespace {
 
 namespace rpc = orv::remote;
 
-TEST(EventText, AnInterfaceAndWhatIsKnownOfIt) {
+TEST(EventText, anInterfaceAndWhatIsKnownOfIt) {
    rpc::WatchIntfResponse event;
    event.mutable_intf()->set_name("Ethernet1");
    event.set_oper_status(rpc::OPER_STATUS_DOWN);
@@ -30,7 +30,7 @@ TEST(EventText, AnInterfaceAndWhatIsKnownOfIt) {
    EXPECT_EQ(eventText(event), R"(Lag1 event=created description="")");
 }
 
-TEST(EventText, WhatAnEventHoldsIsToldAlsoWhereItIsZero) {
+TEST(EventText, whatAnEventHoldsIsToldAlsoWhereItIsZero) {
    rpc::EthPhyIntfWatchResponse event;
    event.mutable_intf()->set_name("Ethernet2");
    event.mutable_on_eth_phy_intf_create();
@@ -39,7 +39,7 @@ TEST(EventText, WhatAnEventHoldsIsToldAlsoWhereItIsZero) {
    EXPECT_EQ(eventText(event), "Ethernet2 eth_phy_intf_create link_speed=400_gbps transceiver_present=false");
 }
 
-TEST(EventText, AGroup) {
+TEST(EventText, aGroup) {
    rpc::WatchNexthopGroupResponse event;
    event.set_name("g 1");
    event.set_version_id(3);
@@ -53,7 +53,7 @@ TEST(EventText, AGroup) {
    EXPECT_TRUE(eventText(event).starts_with("g1 nexthop_group={\"")) << eventText(event);
 }
 
-TEST(EventText, CommitsAndOptions) {
+TEST(EventText, commitsAndOptions) {
    rpc::AclWatchResponse acl;
    acl.mutable_on_acl_sync();
    EXPECT_EQ(eventText(acl), "acl_sync");
@@ -65,7 +65,7 @@ TEST(EventText, CommitsAndOptions) {
    EXPECT_EQ(eventText(agent), "name=tag value=\"\"");
 }
 
-TEST(EventText, RatesAndSessions) {
+TEST(EventText, ratesAndSessions) {
    rpc::IntfTrafficRatesStreamResponse batch;
    auto& entry = *batch.add_data();
    entry.mutable_intf_id()->set_name("Ethernet3");
@@ -80,7 +80,7 @@ TEST(EventText, RatesAndSessions) {
    EXPECT_TRUE(eventText(session).starts_with("status=")) << eventText(session);
 }
 
-TEST(EventText, TheEntriesOfABatchAreEvents) {
+TEST(EventText, theEntriesOfABatchAreEvents) {
    rpc::IntfTrafficRatesStreamResponse batch;
    for (const char* name : {"Ethernet1", "Ethernet2", "Ethernet3"})
       batch.add_data()->mutable_intf_id()->set_name(name);
@@ -96,7 +96,7 @@ TEST(EventText, TheEntriesOfABatchAreEvents) {
    EXPECT_TRUE(forEachEvent(single, [&](const auto& event) { return &event == &single; }));
 }
 
-TEST(EventText, AcknowledgementsAreKnownInEveryForm) {
+TEST(EventText, acknowledgementsAreKnownInEveryForm) {
    rpc::WatchIntfResponse intf;
    EXPECT_FALSE(isAcknowledgement(intf));
    intf.set_ack(true);

@@ -13,7 +13,7 @@ namespace pb = OrvSdkRpc::pb;
 
 constexpr const char* kAlive = "/OrvSdkRpc.pb.orvsdk_service/watch_rpc_server_alive";
 
-TEST(HeldStream, StaysOpenForAsLongAsTheServerLives) {
+TEST(HeldStream, staysOpenForAsLongAsTheServerLives) {
    FakeServer server;
    server.start();
    Connection connection(parseTarget("--target", server.target()), 10);
@@ -28,7 +28,7 @@ TEST(HeldStream, StaysOpenForAsLongAsTheServerLives) {
    EXPECT_EQ(stream.waitForEnd()->error_code(), end->error_code());
 }
 
-TEST(HeldStream, DroppingItCancelsTheCall) {
+TEST(HeldStream, droppingItCancelsTheCall) {
    FakeServer server;
    server.start();
    Connection connection(parseTarget("--target", server.target()), 10);
@@ -37,7 +37,7 @@ TEST(HeldStream, DroppingItCancelsTheCall) {
    EXPECT_FALSE(another.waitForEnd(std::chrono::system_clock::now()));
 }
 
-TEST(HeldStream, MessagesArePassedOver) {
+TEST(HeldStream, messagesArePassedOver) {
    FakeServer server;
    server.start();
    Connection connection(parseTarget("--target", server.target()), 10);
@@ -46,7 +46,7 @@ TEST(HeldStream, MessagesArePassedOver) {
    EXPECT_TRUE(stream.waitForEnd()->ok());
 }
 
-TEST(HeldStream, WithoutAServerThereIsNoStream) {
+TEST(HeldStream, withoutAServerThereIsNoStream) {
    const systest::TempDir directory;
    Connection connection(parseTarget("--target", directory.path() + "/none"), 10);
    EXPECT_THROW(HeldStream(connection, kAlive, pb::rpc_server_alive_msg()), CallError);

@@ -9,7 +9,7 @@ namespace {
 
 namespace pb = OrvSdkRpc::pb;
 
-TEST(InBand, AStatusOtherThanOkIsAFailure) {
+TEST(InBand, aStatusOtherThanOkIsAFailure) {
    pb::rpc_status_msg status;
    EXPECT_FALSE(hasInBandFailure(status));
    status.set_status(pb::RPC_STATUS_NOT_FOUND);
@@ -18,7 +18,7 @@ TEST(InBand, AStatusOtherThanOkIsAFailure) {
    EXPECT_TRUE(hasInBandFailure(status));
 }
 
-TEST(InBand, AFailureIsFoundAtAnyDepth) {
+TEST(InBand, aFailureIsFoundAtAnyDepth) {
    pb::rpc_status_bulk_msg bulk;
    bulk.add_statuses();
    bulk.add_statuses();
@@ -33,14 +33,14 @@ TEST(InBand, AFailureIsFoundAtAnyDepth) {
    EXPECT_TRUE(hasInBandFailure(init));
 }
 
-TEST(InBand, TheMirrorServicesHaveAStatusOfTheirOwn) {
+TEST(InBand, theMirrorServicesHaveAStatusOfTheirOwn) {
    orv::remote::RpcResponseStatus status;
    EXPECT_FALSE(hasInBandFailure(status));
    status.set_code(orv::remote::RPC_RESPONSE_STATUS_CODE_INVALID_ARGUMENT);
    EXPECT_TRUE(hasInBandFailure(status));
 }
 
-TEST(InBand, AStatusInWords) {
+TEST(InBand, aStatusInWords) {
    pb::rpc_status_msg status;
    EXPECT_EQ(statusText(status), "RPC_STATUS_OK");
    status.set_status(pb::RPC_STATUS_ERROR);

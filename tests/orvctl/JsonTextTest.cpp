@@ -30,7 +30,7 @@ std::string refusal(std::string_view json) {
    return "";
 }
 
-TEST(JsonText, APrefixIsTextOrTheCanonicalObject) {
+TEST(JsonText, aPrefixIsTextOrTheCanonicalObject) {
    const auto text = read<pb::ip_route_msg>(R"({"prefix":"10.0.0.0/8","nexthop_group_name":"g"})");
    const auto canonical = read<pb::ip_route_msg>(
         R"({"prefix":{"network":{"address":"CgAAAA=="},"prefix_length":8},"nexthopGroupName":"g"})");
@@ -41,7 +41,7 @@ TEST(JsonText, APrefixIsTextOrTheCanonicalObject) {
    EXPECT_TRUE(google::protobuf::util::MessageDifferencer::Equals(text, mixed));
 }
 
-TEST(JsonText, AddressesWithinListsAreTextToo) {
+TEST(JsonText, addressesWithinListsAreTextToo) {
    const auto group = read<pb::nexthop_group_msg>(
         R"({"name":"g","nexthops":[{"address":"10.0.0.1","mpls_operation":"MPLS_OPERATION_PUSH","mpls_labels":[7]},
                                     {"address":"::1"}]})");
@@ -51,7 +51,7 @@ TEST(JsonText, AddressesWithinListsAreTextToo) {
    EXPECT_EQ(addressText(group.nexthops(1).address()), "::1");
 }
 
-TEST(JsonText, WhatIsPrintedReadsBackAlike) {
+TEST(JsonText, whatIsPrintedReadsBackAlike) {
    const auto group = read<pb::nexthop_group_msg>(
         R"({"name":"g","counters_unshared":true,
             "nexthops":[{"intf":"Ethernet1","address":"2001:db8::1","weight":3,
@@ -69,11 +69,11 @@ TEST(JsonText, WhatIsPrintedReadsBackAlike) {
    EXPECT_TRUE(google::protobuf::util::MessageDifferencer::Equals(read<pb::ip_route_msg>(routeText), route));
 }
 
-TEST(JsonText, AStatusShowsItsDefaults) {
+TEST(JsonText, aStatusShowsItsDefaults) {
    EXPECT_EQ(messageToJson(pb::rpc_status_msg()), R"({"status":"RPC_STATUS_OK","debug_string":""})");
 }
 
-TEST(JsonText, RefusalsNameTheValueAndWhatWasExpected) {
+TEST(JsonText, refusalsNameTheValueAndWhatWasExpected) {
    EXPECT_EQ(refusal<pb::ip_route_msg>("{"), "JSON is '{', expected JSON of ip_route_msg: error at byte 2");
    EXPECT_EQ(refusal<pb::ip_route_msg>("[]"), "JSON is '[]', expected a JSON object of ip_route_msg");
    EXPECT_EQ(refusal<pb::ip_route_msg>(R"({"prefix":"10.0.0.1/8"})"),
@@ -85,7 +85,7 @@ TEST(JsonText, RefusalsNameTheValueAndWhatWasExpected) {
              std::string::npos);
 }
 
-TEST(JsonText, AddressesOfTheMirrorServicesAreText) {
+TEST(JsonText, addressesOfTheMirrorServicesAreText) {
    namespace rpc = orv::remote;
    const auto rule = read<rpc::AclRuleEth>(R"({"source_addr":"02:00:00:00:00:01","destination_addr":""})");
    EXPECT_EQ(rule.source_addr(), std::string("\x02\0\0\0\0\x01", 6));
@@ -100,7 +100,7 @@ TEST(JsonText, AddressesOfTheMirrorServicesAreText) {
    EXPECT_NE(text.find(R"("source_ip":"10.0.0.2")"), std::string::npos) << text;
 }
 
-TEST(JsonText, BytesThatAreNoAddressStayAsTheyAre) {
+TEST(JsonText, bytesThatAreNoAddressStayAsTheyAre) {
    orv::remote::IpAddrMask mask;
    mask.set_addr("abc");
    EXPECT_EQ(messageToJson(mask), R"({"addr":"YWJj","mask_length":0})");

@@ -71,7 +71,7 @@ Outcome ask(const FakeConsole& console, std::string_view command, double timeout
    return outcome;
 }
 
-TEST(LineProtocol, PiecesOfOutputAndTheEnd) {
+TEST(LineProtocol, piecesOfOutputAndTheEnd) {
    const FakeConsole console("OUT 4\nab\ncOUT 3\nOK\nOK\n");
    const Outcome outcome = ask(console, "show version");
    EXPECT_TRUE(outcome.ok);
@@ -79,7 +79,7 @@ TEST(LineProtocol, PiecesOfOutputAndTheEnd) {
    EXPECT_EQ(console.line(), "show version");
 }
 
-TEST(LineProtocol, ARefusalKeepsWhatWasWrittenBefore) {
+TEST(LineProtocol, aRefusalKeepsWhatWasWrittenBefore) {
    const FakeConsole console("OUT 1\nxERR 5\nwrong");
    const Outcome outcome = ask(console, "show nonsense");
    EXPECT_FALSE(outcome.ok);
@@ -87,14 +87,14 @@ TEST(LineProtocol, ARefusalKeepsWhatWasWrittenBefore) {
    EXPECT_EQ(outcome.error, "wrong");
 }
 
-TEST(LineProtocol, AConnectionThatClosesInTheMiddleIsAFailure) {
+TEST(LineProtocol, aConnectionThatClosesInTheMiddleIsAFailure) {
    for (const char* answer : {"", "OUT 5\nabc", "OU"}) {
       const FakeConsole console(answer);
       EXPECT_THROW(ask(console, "show version"), CallError) << answer;
    }
 }
 
-TEST(LineProtocol, SomethingElseThanAConsoleIsAFailure) {
+TEST(LineProtocol, somethingElseThanAConsoleIsAFailure) {
    for (const std::string& answer :
         {std::string("HTTP/1.1 400 Bad Request\n"), std::string("OUT\nx"), std::string("OUT -1\n"),
          std::string("OUT 99999999999999999999\n"), std::string("OUT 1x\n"), std::string(100, 'x')}) {
@@ -103,12 +103,12 @@ TEST(LineProtocol, SomethingElseThanAConsoleIsAFailure) {
    }
 }
 
-TEST(LineProtocol, ASilentConsoleEndsWithTheTimeout) {
+TEST(LineProtocol, aSilentConsoleEndsWithTheTimeout) {
    const FakeConsole console("", true);
    EXPECT_THROW(ask(console, "show version", 0.05), CallError);
 }
 
-TEST(LineProtocol, NobodyThereIsAFailureThatNamesTheAddress) {
+TEST(LineProtocol, nobodyThereIsAFailureThatNamesTheAddress) {
    const systest::TempDir directory;
    try {
       const ConsoleClient client(parseTarget("--console", directory / "none"), 1);

@@ -7,7 +7,7 @@ namespace {
 
 namespace pb = OrvSdkRpc::pb;
 
-TEST(Load, PercentilesOfTheSortedOrder) {
+TEST(Load, percentilesOfTheSortedOrder) {
    std::vector<double> samples;
    for (int i = 100; i >= 0; --i)
       samples.push_back(i);
@@ -17,7 +17,7 @@ TEST(Load, PercentilesOfTheSortedOrder) {
    EXPECT_DOUBLE_EQ(percentile(samples, 1.0), 100);
 }
 
-TEST(Load, FailuresAreCountedAndTheFirstOnesWordsKept) {
+TEST(Load, failuresAreCountedAndTheFirstOnesWordsKept) {
    LoadResult result;
    pb::rpc_status_bulk_msg bulk;
    bulk.add_statuses();

@@ -7,14 +7,14 @@
 namespace orvctl {
 namespace {
 
-TEST(Progress, TheLineShowsHowFarItIs) {
+TEST(Progress, theLineShowsHowFarItIs) {
    EXPECT_EQ(progressLine(0, 10, 0, 10), "[          ]   0%  0/10  0/s");
    EXPECT_EQ(progressLine(5, 10, 123.4, 10), "[#####     ]  50%  5/10  123/s");
    EXPECT_EQ(progressLine(10, 10, 5, 10), "[##########] 100%  10/10  5/s");
    EXPECT_EQ(progressLine(0, 0, 0, 4), "[####] 100%  0/0  0/s");
 }
 
-TEST(Progress, NothingIsDrawnWhereNobodyWatches) {
+TEST(Progress, nothingIsDrawnWhereNobodyWatches) {
    std::ostringstream out;
    {
       Progress bar(out, false, 10);
@@ -23,7 +23,7 @@ TEST(Progress, NothingIsDrawnWhereNobodyWatches) {
    EXPECT_EQ(out.str(), "");
 }
 
-TEST(Progress, TheBarIsGoneAtTheEnd) {
+TEST(Progress, theBarIsGoneAtTheEnd) {
    std::ostringstream out;
    {
       Progress bar(out, true, 10);

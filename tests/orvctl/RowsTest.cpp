@@ -14,7 +14,7 @@ protected:
    Context context_{.in = in_, .out = out_, .err = err_, .consoleText = {}, .action = {}};
 };
 
-TEST_F(RowsTest, ATableFitsItsWidestCell) {
+TEST_F(RowsTest, aTableFitsItsWidestCell) {
    Rows rows(context_, {"name", "oper_state", "present"});
    EXPECT_TRUE(rows.add({{"name", "Ethernet1"}, {"oper_state", "up"}, {"present", true}}));
    EXPECT_TRUE(rows.add({{"name", "Lag1"}, {"present", 17}}));
@@ -26,13 +26,13 @@ TEST_F(RowsTest, ATableFitsItsWidestCell) {
              "Lag1                   17\n");
 }
 
-TEST_F(RowsTest, NothingIsNoTable) {
+TEST_F(RowsTest, nothingIsNoTable) {
    Rows rows(context_, {"name"});
    rows.finish();
    EXPECT_EQ(out_.str(), "");
 }
 
-TEST_F(RowsTest, JsonIsOneObjectPerLineAtOnce) {
+TEST_F(RowsTest, jsonIsOneObjectPerLineAtOnce) {
    context_.json = true;
    Rows rows(context_, {"name"});
    EXPECT_TRUE(rows.add({{"name", "a"}, {"more", 1}}));
@@ -41,7 +41,7 @@ TEST_F(RowsTest, JsonIsOneObjectPerLineAtOnce) {
    EXPECT_EQ(out_.str(), "{\"name\":\"a\",\"more\":1}\n");
 }
 
-TEST_F(RowsTest, WithoutAReaderItIsSaid) {
+TEST_F(RowsTest, withoutAReaderItIsSaid) {
    context_.json = true;
    out_.setstate(std::ios::badbit);
    Rows rows(context_, {"name"});

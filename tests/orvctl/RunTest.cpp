@@ -14,7 +14,6 @@
 namespace orvctl {
 namespace {
 
-using test::FakeServer;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
@@ -25,7 +24,7 @@ using test::Orvctl;
 using test::Result;
 using test::runWith;
 
-TEST_F(Orvctl, InitTellsWhatExists) {
+TEST_F(Orvctl, initTellsWhatExists) {
    server_.initReply.set_ip_routes_exist(true);
    server_.start();
    const Result result = orvctl({"init", "--tag", "7"});
@@ -38,14 +37,14 @@ TEST_F(Orvctl, InitTellsWhatExists) {
         ElementsAre(R"(rpc_server_init {"cbf_nexthop_group_redirect_policy_map_name":"","ip_route_tag":7})"));
 }
 
-TEST_F(Orvctl, InitWithAPolicyMapTellsOfRedirects) {
+TEST_F(Orvctl, initWithAPolicyMapTellsOfRedirects) {
    server_.initReply.set_cbf_redirects_exist(true);
    server_.start();
    EXPECT_THAT(orvctl({"init", "--policy-map", "pm"}).out, HasSubstr("CBF redirects         yes\n"));
    EXPECT_THAT(server_.requests()[0], HasSubstr(R"("cbf_nexthop_group_redirect_policy_map_name":"pm")"));
 }
 
-TEST_F(Orvctl, AFailedInitIsAFailure) {
+TEST_F(Orvctl, aFailedInitIsAFailure) {
    *server_.initReply.mutable_status() = status(pb::RPC_STATUS_ERROR, "Error: exception x");
    server_.start();
    const Result result = orvctl({"init"});
@@ -54,7 +53,7 @@ TEST_F(Orvctl, AFailedInitIsAFailure) {
    EXPECT_EQ(orvctl({"--json", "init"}).code, 1);
 }
 
-TEST_F(Orvctl, ResyncSendsItsPhase) {
+TEST_F(Orvctl, resyncSendsItsPhase) {
    server_.start();
    EXPECT_EQ(orvctl({"resync", "start"}).code, 0);
    EXPECT_EQ(orvctl({"resync", "end"}).out, "resync ended\n");
@@ -62,7 +61,7 @@ TEST_F(Orvctl, ResyncSendsItsPhase) {
                                                R"(rpc_server_resync {"resync_phase":"RESYNC_END"})"));
 }
 
-TEST_F(Orvctl, ARefusedResyncIsAFailure) {
+TEST_F(Orvctl, aRefusedResyncIsAFailure) {
    server_.statusReply = status(pb::RPC_STATUS_ERROR, "Error: resync state is already false");
    server_.start();
    const Result result = orvctl({"resync", "end"});
@@ -70,7 +69,7 @@ TEST_F(Orvctl, ARefusedResyncIsAFailure) {
    EXPECT_EQ(result.err, "RPC_STATUS_ERROR: Error: resync state is already false\n");
 }
 
-TEST_F(Orvctl, NhgSetSendsOneGroup) {
+TEST_F(Orvctl, nhgSetSendsOneGroup) {
    server_.start();
    const Result result =
         orvctl({"nhg", "set", "g1", "--nexthop", "intf=Ethernet1,address=10.0.0.1,labels=100/200,op=push",
@@ -91,7 +90,7 @@ TEST_F(Orvctl, NhgSetSendsOneGroup) {
    EXPECT_EQ(json["delete"], false);
 }
 
-TEST_F(Orvctl, NhgFromAFileGoesInBulksAndCountsFailures) {
+TEST_F(Orvctl, nhgFromAFileGoesInBulksAndCountsFailures) {
    server_.itemReply = [](const std::string& item) {
       return item == "g2" ? status(pb::RPC_STATUS_ERROR, "no such interface") : status(pb::RPC_STATUS_OK);
    };
@@ -117,7 +116,7 @@ TEST_F(Orvctl, NhgFromAFileGoesInBulksAndCountsFailures) {
    EXPECT_EQ(json["failed"][0]["status"], "RPC_STATUS_ERROR");
 }
 
-TEST_F(Orvctl, NhgDel) {
+TEST_F(Orvctl, nhgDel) {
    server_.itemReply = [](const std::string& item) {
       return item == "gone" ? status(pb::RPC_STATUS_NOT_FOUND, "NHG gone not found")
                             : status(pb::RPC_STATUS_OK);
@@ -133,7 +132,7 @@ TEST_F(Orvctl, NhgDel) {
    EXPECT_EQ(orvctl({"nhg", "del", "--file", "-"}, "g1\n{\"name\":\"g3\"}\n").code, 0);
 }
 
-TEST_F(Orvctl, RouteAddAndDel) {
+TEST_F(Orvctl, routeAddAndDel) {
    server_.start();
    EXPECT_EQ(orvctl({"route", "add", "192.0.2.0/24", "--nhg", "g1", "--tag", "7"}).code, 0);
    EXPECT_EQ(orvctl({"route", "add", "2001:db8::/32", "--nhg", "g1"}).code, 0);
@@ -144,7 +143,7 @@ TEST_F(Orvctl, RouteAddAndDel) {
                            R"(ip_route {"prefix":"192.0.2.0/24","tag":0})"));
 }
 
-TEST_F(Orvctl, ARefusedRouteIsAFailure) {
+TEST_F(Orvctl, aRefusedRouteIsAFailure) {
    server_.statusReply =
         status(pb::RPC_STATUS_NOT_INITIALIZED, "Error: no prior rpc_server_init call, request x");
    server_.start();
@@ -155,7 +154,7 @@ TEST_F(Orvctl, ARefusedRouteIsAFailure) {
    EXPECT_EQ(orvctl({"--json", "route", "del", "192.0.2.0/24"}).code, 1);
 }
 
-TEST_F(Orvctl, RouteLoadTakesLinesAndJson) {
+TEST_F(Orvctl, routeLoadTakesLinesAndJson) {
    server_.start();
    const Result result = orvctl({"route", "load", "-", "--tag", "7", "--batch", "2"},
                                 "192.0.2.0/24 g1\n2001:db8::/32\tg2   9\n"
@@ -171,7 +170,7 @@ TEST_F(Orvctl, RouteLoadTakesLinesAndJson) {
              R"(ip_route_bulk {"bulk":[{"prefix":"198.51.100.0/24","tag":7,"nexthop_group_name":"g3"}]})"));
 }
 
-TEST_F(Orvctl, ABadLineIsNamedAndNothingIsSent) {
+TEST_F(Orvctl, aBadLineIsNamedAndNothingIsSent) {
    server_.start();
    for (const char* bad : {"192.0.2.0/24", "192.0.2.1/24 g1", "x g1", "192.0.2.0/24 g1 x",
                            R"({"prefix":"192.0.2.0/24"})", "{"}) {
@@ -184,7 +183,7 @@ TEST_F(Orvctl, ABadLineIsNamedAndNothingIsSent) {
    EXPECT_THAT(server_.requests(), IsEmpty());
 }
 
-TEST_F(Orvctl, RouteDelOfManyIsOneBulk) {
+TEST_F(Orvctl, routeDelOfManyIsOneBulk) {
    server_.start();
    EXPECT_EQ(orvctl({"route", "del", "192.0.2.0/24", "198.51.100.0/24"}).code, 0);
    EXPECT_EQ(orvctl({"route", "del", "--file", "-"}, "192.0.2.0/24 g1\n").code, 0);
@@ -192,7 +191,7 @@ TEST_F(Orvctl, RouteDelOfManyIsOneBulk) {
    EXPECT_EQ(server_.requests()[1], R"(ip_route_bulk {"bulk":[{"prefix":"192.0.2.0/24","tag":0}]})");
 }
 
-TEST_F(Orvctl, ManyFailuresAreCutShort) {
+TEST_F(Orvctl, manyFailuresAreCutShort) {
    server_.statusReply = status(pb::RPC_STATUS_ERROR, "full");
    server_.start();
    std::string lines;
@@ -205,7 +204,7 @@ TEST_F(Orvctl, ManyFailuresAreCutShort) {
    EXPECT_EQ(json["failed"].size(), 30U);
 }
 
-TEST_F(Orvctl, StateSetGetDel) {
+TEST_F(Orvctl, stateSetGetDel) {
    server_.start();
    EXPECT_EQ(orvctl({"state", "set", "a=1", "b="}).out, "2 set, 0 deleted\n");
    EXPECT_EQ(orvctl({"state", "get", "a", "b"}).out, "a=value of a\nb=value of b\n");
@@ -216,7 +215,7 @@ TEST_F(Orvctl, StateSetGetDel) {
         R"(rpc_server_state {"key_value_pairs":[{"key":"a","value":"1"},{"key":"b","value":""}],"deletes":[]})");
 }
 
-TEST_F(Orvctl, NotesThatAreMissingInTheReplyAreAFailure) {
+TEST_F(Orvctl, notesThatAreMissingInTheReplyAreAFailure) {
    server_.truncateNotes = true;
    server_.start();
    const Result result = orvctl({"state", "get", "a", "b"});
@@ -224,7 +223,7 @@ TEST_F(Orvctl, NotesThatAreMissingInTheReplyAreAFailure) {
    EXPECT_EQ(result.err, "the server answered 1 of 2 keys: it met an error at 'b'\n");
 }
 
-TEST_F(Orvctl, CallTakesItsRequestFromAnywhere) {
+TEST_F(Orvctl, callTakesItsRequestFromAnywhere) {
    server_.start();
    const std::string expected = R"(ip_route {"prefix":"192.0.2.0/24","tag":0,"nexthop_group_name":"g1"})";
    const std::string json = R"({"prefix":"192.0.2.0/24","nexthop_group_name":"g1"})";
@@ -239,7 +238,7 @@ TEST_F(Orvctl, CallTakesItsRequestFromAnywhere) {
    EXPECT_EQ(orvctl({"call", "ip_route", "-f", directory_ / "none"}).code, 2);
 }
 
-TEST_F(Orvctl, CallSeesFailuresWithinTheReply) {
+TEST_F(Orvctl, callSeesFailuresWithinTheReply) {
    server_.itemReply = [](const std::string& item) {
       return item == "10.0.0.2/32" ? status(pb::RPC_STATUS_ERROR) : status(pb::RPC_STATUS_OK);
    };
@@ -251,7 +250,7 @@ TEST_F(Orvctl, CallSeesFailuresWithinTheReply) {
         1);
 }
 
-TEST_F(Orvctl, CallPrintsAStreamOneMessagePerLine) {
+TEST_F(Orvctl, callPrintsAStreamOneMessagePerLine) {
    server_.start();
    const Result result =
         orvctl({"call", "watch_sbfd_echo_session_status_msgs", R"({"send_initial_message":true})"});
@@ -265,14 +264,14 @@ TEST_F(Orvctl, CallPrintsAStreamOneMessagePerLine) {
    EXPECT_FALSE(std::getline(lines, line));
 }
 
-TEST_F(Orvctl, ATimeoutEndsAStreamWithoutAFailure) {
+TEST_F(Orvctl, aTimeoutEndsAStreamWithoutAFailure) {
    server_.start();
    const Result result = orvctl({"--timeout", "0.05", "call", "watch_rpc_server_alive"});
    EXPECT_EQ(result.code, 0) << result.err;
    EXPECT_EQ(result.out, "");
 }
 
-TEST_F(Orvctl, AStreamThatTheServerDoesNotHaveIsACallFailure) {
+TEST_F(Orvctl, aStreamThatTheServerDoesNotHaveIsACallFailure) {
    server_.unimplemented = {"watch_sbfd_echo_session_status_msgs"};
    server_.start();
    const Result result = orvctl({"call", "watch_sbfd_echo_session_status_msgs"});
@@ -281,7 +280,7 @@ TEST_F(Orvctl, AStreamThatTheServerDoesNotHaveIsACallFailure) {
    EXPECT_EQ(orvctl({"call", "sbfd_echo_session", "{}"}).code, 3);
 }
 
-TEST_F(Orvctl, ListMarksWhatIsNotThere) {
+TEST_F(Orvctl, listMarksWhatIsNotThere) {
    server_.reflection = true;
    server_.itemReply = [](const std::string& item) {
       return item == "mpls" ? status(pb::RPC_STATUS_ERROR, "Error: not available in this build, request x")
@@ -308,7 +307,7 @@ TEST_F(Orvctl, ListMarksWhatIsNotThere) {
    EXPECT_TRUE(available["rpc_server_init"].is_null());
 }
 
-TEST_F(Orvctl, ListWithoutProbesAsksNothing) {
+TEST_F(Orvctl, listWithoutProbesAsksNothing) {
    server_.start();
    const Result result = orvctl({"list", "--no-probe"});
    EXPECT_EQ(result.code, 0);
@@ -316,7 +315,7 @@ TEST_F(Orvctl, ListWithoutProbesAsksNothing) {
    EXPECT_THAT(server_.requests(), IsEmpty());
 }
 
-TEST_F(Orvctl, AliveEndsWithTheServer) {
+TEST_F(Orvctl, aliveEndsWithTheServer) {
    server_.start();
    Result result;
    std::thread watcher([&] { result = orvctl({"alive"}); });
@@ -327,7 +326,7 @@ TEST_F(Orvctl, AliveEndsWithTheServer) {
    EXPECT_THAT(result.err + result.out, HasSubstr(server_.target()));
 }
 
-TEST_F(Orvctl, AliveForATime) {
+TEST_F(Orvctl, aliveForATime) {
    server_.start();
    const Result result = orvctl({"alive", "--for", "0.05"});
    EXPECT_EQ(result.code, 0);
@@ -335,13 +334,13 @@ TEST_F(Orvctl, AliveForATime) {
    EXPECT_EQ(orvctl({"alive", "--for", "0"}).code, 2);
 }
 
-TEST_F(Orvctl, AliveWithoutTheWatchIsAFailure) {
+TEST_F(Orvctl, aliveWithoutTheWatchIsAFailure) {
    server_.unimplemented = {"watch_rpc_server_alive"};
    server_.start();
    EXPECT_EQ(orvctl({"alive"}).code, 3);
 }
 
-TEST_F(Orvctl, BenchAddsAndDeletesItsRoutes) {
+TEST_F(Orvctl, benchAddsAndDeletesItsRoutes) {
    server_.start();
    const Result result =
         orvctl({"bench", "bulk", "--nhg", "g", "--count", "5", "--batch", "2", "--in-flight", "2"});
@@ -357,7 +356,7 @@ TEST_F(Orvctl, BenchAddsAndDeletesItsRoutes) {
    EXPECT_EQ(json["failed_items"], 0);
 }
 
-TEST_F(Orvctl, BenchSeesRefusals) {
+TEST_F(Orvctl, benchSeesRefusals) {
    server_.statusReply = status(pb::RPC_STATUS_NOT_INITIALIZED);
    server_.start();
    const Result result = orvctl({"bench", "route", "--nhg", "g", "--count", "3", "--keep"});
@@ -368,7 +367,7 @@ TEST_F(Orvctl, BenchSeesRefusals) {
    EXPECT_EQ(orvctl({"bench", "route", "--nhg", "g", "--first", "255.255.255.255", "--count", "2"}).code, 2);
 }
 
-TEST_F(Orvctl, ASilentServerEndsWithTheTimeout) {
+TEST_F(Orvctl, aSilentServerEndsWithTheTimeout) {
    server_.hang = true;
    server_.start();
    const Result result = orvctl({"--timeout", "0.05", "resync", "start"});
@@ -377,7 +376,7 @@ TEST_F(Orvctl, ASilentServerEndsWithTheTimeout) {
              "orvctl: rpc_server_resync: no answer from " + server_.target() + " within 0.05 s\n");
 }
 
-TEST(OrvctlWithoutServer, EveryCommandEndsWithThreeAndOneLine) {
+TEST(OrvctlWithoutServer, everyCommandEndsWithThreeAndOneLine) {
    const systest::TempDir directory;
    for (const std::vector<std::string>& command : {std::vector<std::string>{"list"},
                                                    {"init"},
@@ -400,7 +399,7 @@ TEST(OrvctlWithoutServer, EveryCommandEndsWithThreeAndOneLine) {
    }
 }
 
-TEST(OrvctlUsage, MistakesEndWithTwoAndOneLine) {
+TEST(OrvctlUsage, mistakesEndWithTwoAndOneLine) {
    for (const std::vector<std::string>& arguments :
         {std::vector<std::string>{},
          {"nonsense"},
@@ -447,7 +446,7 @@ TEST(OrvctlUsage, MistakesEndWithTwoAndOneLine) {
    EXPECT_THAT(runWith({"resync", "middle"}).err, HasSubstr("'middle'"));
 }
 
-TEST(OrvctlUsage, HelpTellsTheExitCodes) {
+TEST(OrvctlUsage, helpTellsTheExitCodes) {
    const Result result = runWith({"--help"});
    EXPECT_EQ(result.code, 0);
    EXPECT_THAT(result.out, HasSubstr("Exit codes:"));
@@ -455,7 +454,7 @@ TEST(OrvctlUsage, HelpTellsTheExitCodes) {
    EXPECT_THAT(runWith({"route", "load", "--help"}).out, HasSubstr("PREFIX NHG"));
 }
 
-TEST_F(Orvctl, TheTargetMayComeFromTheEnvironment) {
+TEST_F(Orvctl, theTargetMayComeFromTheEnvironment) {
    server_.start();
    setenv("ORVCTL_TARGET", server_.target().c_str(), 1);
    const Result result = runWith({"resync", "start"});

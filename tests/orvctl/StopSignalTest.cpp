@@ -7,7 +7,7 @@
 namespace orvctl {
 namespace {
 
-TEST(StopSignal, EachSignalIsTold) {
+TEST(StopSignal, eachSignalIsTold) {
    std::counting_semaphore<8> told(0);
    const StopSignal stop([&] { told.release(); });
    raise(SIGINT);
@@ -19,7 +19,7 @@ TEST(StopSignal, EachSignalIsTold) {
    EXPECT_FALSE(told.try_acquire());
 }
 
-TEST(StopSignal, NothingIsToldWithoutOne) {
+TEST(StopSignal, nothingIsToldWithoutOne) {
    bool told = false;
    {
       const StopSignal stop([&] { told = true; });
@@ -27,7 +27,7 @@ TEST(StopSignal, NothingIsToldWithoutOne) {
    EXPECT_FALSE(told);
 }
 
-TEST(StopSignal, AfterwardsSignalsDoWhatTheyDidBefore) {
+TEST(StopSignal, afterwardsSignalsDoWhatTheyDidBefore) {
    struct sigaction before {};
    sigaction(SIGINT, nullptr, &before);
    {

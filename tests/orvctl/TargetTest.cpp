@@ -9,7 +9,7 @@
 namespace orvctl {
 namespace {
 
-TEST(Target, UnixPathsInEveryForm) {
+TEST(Target, unixPathsInEveryForm) {
    for (const char* text : {"unix:/run/x", "unix:///run/x", "unix://run/x", "/run/x"}) {
       const Target target = parseTarget("--target", text);
       EXPECT_EQ(target.kind, Target::Kind::unixPath) << text;
@@ -19,23 +19,23 @@ TEST(Target, UnixPathsInEveryForm) {
    }
 }
 
-TEST(Target, ARelativePathCountsFromTheWorkingDirectory) {
+TEST(Target, aRelativePathCountsFromTheWorkingDirectory) {
    const std::string here = std::filesystem::current_path().string();
    EXPECT_EQ(parseTarget("--target", "unix:x.sock").name, here + "/x.sock");
    EXPECT_EQ(parseTarget("--target", "./x.sock").name, here + "/./x.sock");
 }
 
-TEST(Target, WhatAUriDoesNotTakeIsEscapedForTheChannel) {
+TEST(Target, whatAUriDoesNotTakeIsEscapedForTheChannel) {
    EXPECT_EQ(parseTarget("--target", "unix:/run/a b%c").channelAddress(), "unix:/run/a%20b%25c");
 }
 
-TEST(Target, AbstractNamesAndTcp) {
+TEST(Target, abstractNamesAndTcp) {
    EXPECT_EQ(parseTarget("--target", "unix-abstract:orv").channelAddress(), "unix-abstract:orv");
    EXPECT_EQ(parseTarget("--target", "switch1:9000").channelAddress(), "dns:///switch1:9000");
    EXPECT_EQ(parseTarget("--target", "[::1]:9000").text(), "[::1]:9000");
 }
 
-TEST(Target, WhatIsNoAddressIsRefusedInOneLine) {
+TEST(Target, whatIsNoAddressIsRefusedInOneLine) {
    const std::string longPath = "/" + std::string(108, 'x');
    for (const std::string& text :
         {std::string(), std::string("switch1"), std::string("unix:"), std::string("unix:///"),
@@ -53,7 +53,7 @@ TEST(Target, WhatIsNoAddressIsRefusedInOneLine) {
    }
 }
 
-TEST(Target, TheConsoleStandsBesideAUnixSocketOnly) {
+TEST(Target, theConsoleStandsBesideAUnixSocketOnly) {
    EXPECT_EQ(consoleBeside(parseTarget("--target", "unix:/run/orv/a.sock")).text(),
              "unix:/run/orv/console.sock");
    EXPECT_THROW(consoleBeside(parseTarget("--target", "switch1:9000")), UsageError);

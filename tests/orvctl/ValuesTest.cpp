@@ -18,7 +18,7 @@ std::string refusal(Work work) {
    return "";
 }
 
-TEST(Values, NumbersWithinTheirRange) {
+TEST(Values, numbersWithinTheirRange) {
    EXPECT_EQ(parseNumber("--tag", "0", 0, 10), 0U);
    EXPECT_EQ(parseNumber("--tag", "10", 0, 10), 10U);
    for (const char* text : {"", "11", "-1", "+1", "1x", " 1", "0x1", "99999999999999999999"}) {
@@ -27,7 +27,7 @@ TEST(Values, NumbersWithinTheirRange) {
    }
 }
 
-TEST(Values, SecondsAboveZero) {
+TEST(Values, secondsAboveZero) {
    EXPECT_DOUBLE_EQ(parseSeconds("--timeout", "0.25"), 0.25);
    for (const char* text : {"", "0", "-1", "nan", "inf", "1e3", "86401", "1s"}) {
       EXPECT_EQ(refusal([&] { parseSeconds("--timeout", text); }),
@@ -35,7 +35,7 @@ TEST(Values, SecondsAboveZero) {
    }
 }
 
-TEST(Values, AddressesOfBothFamilies) {
+TEST(Values, addressesOfBothFamilies) {
    EXPECT_EQ(parseAddressBytes("a", "10.0.0.1"), std::string("\x0a\0\0\x01", 4));
    EXPECT_EQ(parseAddressBytes("a", "::1"), std::string(15, '\0') + '\x01');
    EXPECT_EQ(parseAddressBytes("a", ""), "");
@@ -47,20 +47,20 @@ TEST(Values, AddressesOfBothFamilies) {
    }
 }
 
-TEST(Values, AnAddressOfImpossibleLengthStillPrints) {
+TEST(Values, anAddressOfImpossibleLengthStillPrints) {
    OrvSdkRpc::pb::ip_address_msg address;
    address.set_address("abc");
    EXPECT_EQ(addressText(address), "invalid(3 bytes)");
 }
 
-TEST(Values, Prefixes) {
+TEST(Values, prefixes) {
    for (const char* text :
         {"0.0.0.0/0", "10.0.0.0/8", "192.0.2.128/25", "192.0.2.1/32", "::/0", "2001:db8::/32", "::1/128"}) {
       EXPECT_EQ(prefixText(parsePrefix("PREFIX", text)), text);
    }
 }
 
-TEST(Values, PrefixesThatAreNone) {
+TEST(Values, prefixesThatAreNone) {
    for (const char* text :
         {"", "10.0.0.0", "/8", "10.0.0.0/", "10.0.0.0/33", "::/129", "10.0.0.0/-1", "10.0.0/8", "x/8"}) {
       EXPECT_EQ(
@@ -73,7 +73,7 @@ TEST(Values, PrefixesThatAreNone) {
    EXPECT_NE(refusal([] { parsePrefix("PREFIX", "2001:db8::1/127"); }), "");
 }
 
-TEST(Values, ANexthopWithEverything) {
+TEST(Values, aNexthopWithEverything) {
    const auto nexthop =
         parseNexthop("--nexthop", "intf=Ethernet1,address=10.0.0.1,labels=100/200,op=push,weight=2");
    EXPECT_EQ(nexthop.intf(), "Ethernet1");
@@ -85,7 +85,7 @@ TEST(Values, ANexthopWithEverything) {
    EXPECT_EQ(nexthop.weight(), 2U);
 }
 
-TEST(Values, ANexthopFillsOneSlotUnlessToldOtherwise) {
+TEST(Values, aNexthopFillsOneSlotUnlessToldOtherwise) {
    const auto nexthop = parseNexthop("--nexthop", "address=10.0.0.1");
    EXPECT_EQ(nexthop.weight(), 1U);
    EXPECT_EQ(nexthop.mpls_operation(), OrvSdkRpc::pb::MPLS_OPERATION_NONE);
@@ -93,7 +93,7 @@ TEST(Values, ANexthopFillsOneSlotUnlessToldOtherwise) {
    EXPECT_EQ(parseNexthop("--nexthop", "intf=Ethernet1,weight=0").weight(), 0U);
 }
 
-TEST(Values, NexthopsThatAreNone) {
+TEST(Values, nexthopsThatAreNone) {
    for (const char* text : {"", "foo", "foo=1", "intf=Ethernet1,"}) {
       EXPECT_EQ(
            refusal([&] { parseNexthop("--nexthop", text); }),
@@ -110,7 +110,7 @@ TEST(Values, NexthopsThatAreNone) {
              "--nexthop address is 'nowhere', expected an IPv4 or IPv6 address");
 }
 
-TEST(Values, WireAddressesAreToldByTheirLength) {
+TEST(Values, wireAddressesAreToldByTheirLength) {
    EXPECT_EQ(wireAddressText(""), "");
    EXPECT_EQ(wireAddressText(std::string("\x0a\0\0\x01", 4)), "10.0.0.1");
    EXPECT_EQ(wireAddressText(std::string("\x02\0\0\0\xab\xcd", 6)), "02:00:00:00:ab:cd");
@@ -122,7 +122,7 @@ TEST(Values, WireAddressesAreToldByTheirLength) {
       EXPECT_EQ(wireAddressBytes(text), std::nullopt) << text;
 }
 
-TEST(Values, KeysAndValues) {
+TEST(Values, keysAndValues) {
    EXPECT_EQ(parseKeyValue("note", "a=b"), std::pair(std::string("a"), std::string("b")));
    EXPECT_EQ(parseKeyValue("note", "a="), std::pair(std::string("a"), std::string()));
    EXPECT_EQ(parseKeyValue("note", "a=b=c"), std::pair(std::string("a"), std::string("b=c")));

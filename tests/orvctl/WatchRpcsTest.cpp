@@ -13,14 +13,14 @@ std::string requestJson(const std::string& word, const WatchChoice& choice) {
    return messageToJson(*watchRequest(watchRpc(word), choice));
 }
 
-TEST(WatchRpcs, EveryWatchThatDeliversSomething) {
+TEST(WatchRpcs, everyWatchThatDeliversSomething) {
    std::vector<std::string> words;
    for (const auto& watch : watchRpcs())
       words.push_back(watch.word);
    EXPECT_EQ(words, (std::vector<std::string>{"sbfd", "acl", "agent", "phy", "intf", "counters", "nhg"}));
 }
 
-TEST(WatchRpcs, NoServerStreamWithWatchInItsNameIsMissing) {
+TEST(WatchRpcs, noServerStreamWithWatchInItsNameIsMissing) {
    size_t streams = 0;
    for (const auto* service : linkedServices()) {
       for (int i = 0; i < service->method_count(); ++i) {
@@ -34,7 +34,7 @@ TEST(WatchRpcs, NoServerStreamWithWatchInItsNameIsMissing) {
    EXPECT_EQ(watchRpcs().size(), streams - 1);
 }
 
-TEST(WatchRpcs, WhatCanBeSelected) {
+TEST(WatchRpcs, whatCanBeSelected) {
    EXPECT_TRUE(watchRpc("intf").all && watchRpc("intf").intf && watchRpc("intf").field);
    EXPECT_FALSE(watchRpc("intf").name);
    EXPECT_TRUE(watchRpc("nhg").all && watchRpc("nhg").name && watchRpc("nhg").field);
@@ -46,13 +46,13 @@ TEST(WatchRpcs, WhatCanBeSelected) {
       EXPECT_TRUE(watch.ack) << watch.word;
 }
 
-TEST(WatchRpcs, NothingChosenIsEverything) {
+TEST(WatchRpcs, nothingChosenIsEverything) {
    EXPECT_EQ(requestJson("intf", {}), R"({"ack":false,"all":true})");
    EXPECT_EQ(requestJson("acl", {}), R"({"ack":false})");
    EXPECT_EQ(requestJson("counters", {}), R"({"intf_name_regex":"","first_message":false})");
 }
 
-TEST(WatchRpcs, TheChoiceIsInTheRequest) {
+TEST(WatchRpcs, theChoiceIsInTheRequest) {
    EXPECT_EQ(requestJson("intf", {.intf = "Ethernet1", .fields = {"oper_status,3", "admin-enabled"}}),
              R"({"intf":{"name":"Ethernet1"},"fields_control":{"fields":["INTF_FIELD_OPER_STATUS",)"
              R"("INTF_FIELD_DESCRIPTION","INTF_FIELD_ADMIN_ENABLED"]},"ack":false})");
@@ -65,7 +65,7 @@ TEST(WatchRpcs, TheChoiceIsInTheRequest) {
              R"({"send_initial_message":true,"send_current_status":false})");
 }
 
-TEST(WatchRpcs, AFieldThatIsNoneIsRefused) {
+TEST(WatchRpcs, aFieldThatIsNoneIsRefused) {
    EXPECT_THROW(watchRequest(watchRpc("intf"), {.fields = {"speed"}}), UsageError);
    EXPECT_THROW(watchRequest(watchRpc("intf"), {.fields = {"all,"}}), UsageError);
 }

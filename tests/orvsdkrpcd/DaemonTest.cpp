@@ -89,7 +89,7 @@ protected:
    TempDir directory_;
 };
 
-TEST_F(DaemonProgram, EveryBadValueEndsWithTwoAndOneLineAndNothingIsCreated) {
+TEST_F(DaemonProgram, everyBadValueEndsWithTwoAndOneLineAndNothingIsCreated) {
    write("file", "not JSON");
    write("config", "nonsense = 1\n");
    fs::create_directory(directory_ / "toggles");
@@ -123,7 +123,7 @@ TEST_F(DaemonProgram, EveryBadValueEndsWithTwoAndOneLineAndNothingIsCreated) {
    }
 }
 
-TEST_F(DaemonProgram, BadAddressesAndStateDirectoriesCreateNothing) {
+TEST_F(DaemonProgram, badAddressesAndStateDirectoriesCreateNothing) {
    write("file", "precious");
    const std::string d = directory_.path();
    const std::string state = d + "/state";
@@ -151,7 +151,7 @@ TEST_F(DaemonProgram, BadAddressesAndStateDirectoriesCreateNothing) {
    EXPECT_EQ(runProgram({daemonProgram()}).ending, Ending{.exitCode = 2});
 }
 
-TEST_F(DaemonProgram, AForeignStateDirectoryIsRefusedAndLeftAlone) {
+TEST_F(DaemonProgram, aForeignStateDirectoryIsRefusedAndLeftAlone) {
    fs::create_directory(directory_ / "state");
    write("state/letter.txt", "dear diary");
    const auto before = filesIn(directory_.path());
@@ -161,7 +161,7 @@ TEST_F(DaemonProgram, AForeignStateDirectoryIsRefusedAndLeftAlone) {
    EXPECT_EQ(filesIn(directory_.path()), before);
 }
 
-TEST_F(DaemonProgram, HelpAndVersion) {
+TEST_F(DaemonProgram, helpAndVersion) {
    const auto help = runProgram({daemonProgram(), "--help"});
    EXPECT_EQ(help.ending, Ending{.exitCode = 0});
    EXPECT_THAT(help.text, HasSubstr("--state-dir"));
@@ -172,7 +172,7 @@ TEST_F(DaemonProgram, HelpAndVersion) {
 
 class DaemonSignal : public DaemonProgram, public testing::WithParamInterface<int> {};
 
-TEST_P(DaemonSignal, StopsItInOrder) {
+TEST_P(DaemonSignal, stopsItInOrder) {
    ServiceManager manager(directory_ / "notify");
    Daemon daemon(daemonProgram(), directory_.path());
    daemon.start();
@@ -190,7 +190,7 @@ TEST_P(DaemonSignal, StopsItInOrder) {
 INSTANTIATE_TEST_SUITE_P(Both, DaemonSignal, testing::Values(SIGTERM, SIGINT),
                          [](const auto& number) { return number.param == SIGTERM ? "Term" : "Int"; });
 
-TEST_F(DaemonProgram, ASignalRightAfterTheStartStopsItToo) {
+TEST_F(DaemonProgram, aSignalRightAfterTheStartStopsItToo) {
    systest::Child child(commandLine(), directory_ / "log");
    // The signal is taken from the moment on when it is blocked, which the state directory's making follows.
    while (!fs::exists(directory_ / "state") && !child.waitFor(std::chrono::milliseconds(1))) {
@@ -201,7 +201,7 @@ TEST_F(DaemonProgram, ASignalRightAfterTheStartStopsItToo) {
    EXPECT_FALSE(fs::exists(directory_ / "rpc.sock.lock"));
 }
 
-TEST_F(DaemonProgram, TheConfigFileIsEnough) {
+TEST_F(DaemonProgram, theConfigFileIsEnough) {
    write("config", "listen = \"unix:" + directory_.path() + "/rpc.sock\"\nstate-dir = \"" +
                         directory_.path() + "/state\"\nbfd = true\n");
    systest::Child child({daemonProgram(), "--config", directory_ / "config"}, directory_ / "log");
@@ -210,7 +210,7 @@ TEST_F(DaemonProgram, TheConfigFileIsEnough) {
    EXPECT_EQ(child.wait(), Ending{.exitCode = 0}) << child.log();
 }
 
-TEST_F(DaemonProgram, OnTcp) {
+TEST_F(DaemonProgram, onTcp) {
    // A port that was free a moment ago.
    const int fd = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
    sockaddr_in address{};
@@ -239,7 +239,7 @@ TEST_F(DaemonProgram, OnTcp) {
    EXPECT_EQ(child.wait(), Ending{.exitCode = 0}) << child.log();
 }
 
-TEST_F(DaemonProgram, OnSeveralAddressesOfWhichOneIsInUse) {
+TEST_F(DaemonProgram, onSeveralAddressesOfWhichOneIsInUse) {
    const int fd = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
    sockaddr_in address{};
    address.sin_family = AF_INET;
@@ -266,7 +266,7 @@ TEST_F(DaemonProgram, OnSeveralAddressesOfWhichOneIsInUse) {
    close(fd);
 }
 
-TEST_F(DaemonProgram, OnAnAbstractSocket) {
+TEST_F(DaemonProgram, onAnAbstractSocket) {
    const std::string listen = "unix-abstract:" + directory_.path();
    ServiceManager manager(directory_ / "notify");
    systest::Child child({daemonProgram(), "--listen", listen, "--state-dir", directory_ / "state", "--bfd"},
@@ -282,7 +282,7 @@ TEST_F(DaemonProgram, OnAnAbstractSocket) {
    EXPECT_EQ(child.wait(), Ending{.exitCode = 0}) << child.log();
 }
 
-TEST_F(DaemonProgram, PathsThatAUriWouldEscapeAreLockedAndBoundAlike) {
+TEST_F(DaemonProgram, pathsThatAUriWouldEscapeAreLockedAndBoundAlike) {
    const std::string socket = directory_ / "a b#c?d.sock";
    systest::Child child(
         {daemonProgram(), "--listen", "unix:" + socket, "--state-dir", directory_ / "state", "--bfd"},
@@ -314,7 +314,7 @@ protected:
    Daemon first_;
 };
 
-TEST_F(TwoDaemons, OnOneSocketTheSecondSaysSoAndEnds) {
+TEST_F(TwoDaemons, onOneSocketTheSecondSaysSoAndEnds) {
    const auto outcome = runProgram(second());
    EXPECT_EQ(outcome.ending, Ending{.exitCode = 1}) << outcome.text;
    EXPECT_THAT(outcome.text, HasSubstr("expected an address that is not in use: process " +
@@ -322,7 +322,7 @@ TEST_F(TwoDaemons, OnOneSocketTheSecondSaysSoAndEnds) {
    expectFirstServes();
 }
 
-TEST_F(TwoDaemons, OnOneSocketTheSecondMayStayWithoutAServer) {
+TEST_F(TwoDaemons, onOneSocketTheSecondMayStayWithoutAServer) {
    ServiceManager manager(directory_ / "notify");
    systest::Child child(second({"--stay"}), directory_ / "second.log");
    EXPECT_EQ(manager.next(), "READY=1");
@@ -332,7 +332,7 @@ TEST_F(TwoDaemons, OnOneSocketTheSecondMayStayWithoutAServer) {
    expectFirstServes();
 }
 
-TEST_F(TwoDaemons, OnOneStateDirectoryTheSecondIsRefused) {
+TEST_F(TwoDaemons, onOneStateDirectoryTheSecondIsRefused) {
    const auto outcome = runProgram({daemonProgram(), "--listen", "unix:" + directory_.path() + "/other.sock",
                                     "--state-dir", first_.stateDir()});
    EXPECT_EQ(outcome.ending, Ending{.exitCode = 2}) << outcome.text;
@@ -343,7 +343,7 @@ TEST_F(TwoDaemons, OnOneStateDirectoryTheSecondIsRefused) {
    expectFirstServes();
 }
 
-TEST_F(TwoDaemons, OnOneConsoleTheSecondIsRefusedAndLeavesNothing) {
+TEST_F(TwoDaemons, onOneConsoleTheSecondIsRefusedAndLeavesNothing) {
    const auto outcome =
         runProgram({daemonProgram(), "--listen", "unix:" + directory_.path() + "/other.sock", "--state-dir",
                     directory_ / "state2", "--console", "unix:" + first_.consolePath()});
@@ -353,7 +353,7 @@ TEST_F(TwoDaemons, OnOneConsoleTheSecondIsRefusedAndLeavesNothing) {
    EXPECT_FALSE(systest::Console(first_.consolePath()).run("show version").empty());
 }
 
-TEST_F(DaemonProgram, AStaleSocketAndLockAreTakenOver) {
+TEST_F(DaemonProgram, aStaleSocketAndLockAreTakenOver) {
    ASSERT_EQ(mknod((directory_ / "rpc.sock").c_str(), S_IFSOCK | 0600, 0), 0);
    write("rpc.sock.lock", "1\n");
    Daemon daemon(daemonProgram(), directory_.path());
@@ -364,7 +364,7 @@ TEST_F(DaemonProgram, AStaleSocketAndLockAreTakenOver) {
    EXPECT_EQ(daemon.terminate(), Ending{.exitCode = 0});
 }
 
-TEST_F(DaemonProgram, ALockThatNamesNobodyIsStillALock) {
+TEST_F(DaemonProgram, aLockThatNamesNobodyIsStillALock) {
    const int fd = open((directory_ / "rpc.sock.lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0644);
    ASSERT_EQ(flock(fd, LOCK_EX), 0);
    const auto outcome = runProgram(commandLine());
@@ -375,7 +375,7 @@ TEST_F(DaemonProgram, ALockThatNamesNobodyIsStillALock) {
 }
 
 // For root every directory is writable, but in /proc there is nothing to be made all the same.
-TEST_F(DaemonProgram, ADirectoryThatTakesNoSocketIsRefusedInWords) {
+TEST_F(DaemonProgram, aDirectoryThatTakesNoSocketIsRefusedInWords) {
    std::string place = "/proc";
    if (geteuid() != 0) {
       place = directory_ / "read-only";
@@ -395,7 +395,7 @@ TEST_F(DaemonProgram, ADirectoryThatTakesNoSocketIsRefusedInWords) {
    EXPECT_FALSE(fs::exists(directory_ / "rpc.sock"));
 }
 
-TEST_F(DaemonProgram, TooFewDescriptorsAreRefusedInWords) {
+TEST_F(DaemonProgram, tooFewDescriptorsAreRefusedInWords) {
    std::string line = "ulimit -n 20; exec";
    for (const auto& word : commandLine())
       line += " '" + word + "'";
@@ -405,7 +405,7 @@ TEST_F(DaemonProgram, TooFewDescriptorsAreRefusedInWords) {
    EXPECT_FALSE(fs::exists(directory_ / "state"));
 }
 
-TEST_F(DaemonProgram, TheLeastDescriptorsAreEnoughToServe) {
+TEST_F(DaemonProgram, theLeastDescriptorsAreEnoughToServe) {
    std::string line = "ulimit -n 64; exec";
    for (const auto& word :
         commandLine({"--bfd", "--console", "unix:" + directory_.path() + "/console.sock"})) {
@@ -417,7 +417,7 @@ TEST_F(DaemonProgram, TheLeastDescriptorsAreEnoughToServe) {
    EXPECT_EQ(child.wait(), Ending{.exitCode = 0}) << child.log();
 }
 
-TEST_F(DaemonProgram, RunningOutOfDescriptorsIsNotForEver) {
+TEST_F(DaemonProgram, runningOutOfDescriptorsIsNotForEver) {
    std::string line = "ulimit -n 64; exec";
    for (const auto& word : commandLine({"--bfd"}))
       line += " '" + word + "'";
@@ -452,7 +452,7 @@ TEST_F(DaemonProgram, RunningOutOfDescriptorsIsNotForEver) {
    EXPECT_EQ(child.wait(), Ending{.exitCode = 0}) << child.log();
 }
 
-TEST_F(DaemonProgram, TheSoftLimitOfDescriptorsIsRaised) {
+TEST_F(DaemonProgram, theSoftLimitOfDescriptorsIsRaised) {
    std::string line = "ulimit -S -n 70; ulimit -H -n 256; exec";
    for (const auto& word : commandLine({"--bfd"}))
       line += " '" + word + "'";
@@ -472,7 +472,7 @@ TEST_F(DaemonProgram, TheSoftLimitOfDescriptorsIsRaised) {
    EXPECT_EQ(child.wait(), Ending{.exitCode = 0}) << child.log();
 }
 
-TEST_F(DaemonProgram, TracesGoToStandardError) {
+TEST_F(DaemonProgram, tracesGoToStandardError) {
    Daemon daemon(daemonProgram(), directory_.path(), {"--trace", "OrvSdkRpc/0-1"});
    daemon.start();
    EXPECT_EQ(daemon.terminate(), Ending{.exitCode = 0});
@@ -481,7 +481,7 @@ TEST_F(DaemonProgram, TracesGoToStandardError) {
    EXPECT_THAT(daemon.child().log(), HasSubstr("Shutdown complete"));
 }
 
-TEST_F(DaemonProgram, TheTopologyIsTheSwitchs) {
+TEST_F(DaemonProgram, theTopologyIsTheSwitchs) {
    write("topology.json", R"({"interfaces":[{"name":"Ethernet7"}]})");
    Daemon daemon(daemonProgram(), directory_.path(), {"--topology", directory_ / "topology.json"});
    daemon.start();
@@ -492,7 +492,7 @@ TEST_F(DaemonProgram, TheTopologyIsTheSwitchs) {
    EXPECT_EQ(daemon.terminate(), Ending{.exitCode = 0});
 }
 
-TEST_F(DaemonProgram, WithSyncDurability) {
+TEST_F(DaemonProgram, withSyncDurability) {
    Daemon daemon(daemonProgram(), directory_.path(), {"--durability", "sync"});
    daemon.start();
    EXPECT_EQ(runProgram({test::clientProgram(), "--target", daemon.address(), "init"}).ending,
@@ -502,7 +502,7 @@ TEST_F(DaemonProgram, WithSyncDurability) {
    EXPECT_EQ(daemon.terminate(), Ending{.exitCode = 0});
 }
 
-TEST_F(DaemonProgram, HealthAndReflectionAnswer) {
+TEST_F(DaemonProgram, healthAndReflectionAnswer) {
    Daemon daemon(daemonProgram(), directory_.path());
    daemon.start();
    const auto channel = grpc::CreateChannel(daemon.address(), grpc::InsecureChannelCredentials());

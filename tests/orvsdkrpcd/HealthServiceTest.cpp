@@ -62,7 +62,7 @@ protected:
    std::unique_ptr<Health::Stub> stub_;
 };
 
-TEST_F(HealthServiceTest, CheckFollowsTheServer) {
+TEST_F(HealthServiceTest, checkFollowsTheServer) {
    EXPECT_EQ(check(""), std::pair(grpc::StatusCode::OK, int{HealthCheckResponse::NOT_SERVING}));
    service_.servingIs({"a.B"});
    EXPECT_EQ(check(""), std::pair(grpc::StatusCode::OK, int{HealthCheckResponse::SERVING}));
@@ -72,7 +72,7 @@ TEST_F(HealthServiceTest, CheckFollowsTheServer) {
    EXPECT_EQ(check("a.B"), std::pair(grpc::StatusCode::OK, int{HealthCheckResponse::NOT_SERVING}));
 }
 
-TEST_F(HealthServiceTest, AWatchTellsOfEveryChangeAndEndsWithTheServer) {
+TEST_F(HealthServiceTest, aWatchTellsOfEveryChangeAndEndsWithTheServer) {
    const auto whole = watch("");
    const auto named = watch("a.B");
    EXPECT_EQ(whole->next(), HealthCheckResponse::NOT_SERVING);
@@ -88,7 +88,7 @@ TEST_F(HealthServiceTest, AWatchTellsOfEveryChangeAndEndsWithTheServer) {
    EXPECT_EQ(named->next(), -1);
 }
 
-TEST_F(HealthServiceTest, TheWatchAfterTheLastIsRefusedAndOneThatEndsMakesRoom) {
+TEST_F(HealthServiceTest, theWatchAfterTheLastIsRefusedAndOneThatEndsMakesRoom) {
    std::vector<std::unique_ptr<Watch>> watches;
    for (int i = 0; i < HealthService::maxWatches; ++i) {
       watches.push_back(watch(""));

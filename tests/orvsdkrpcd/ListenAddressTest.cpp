@@ -24,7 +24,7 @@ std::string grpcPath(const std::string& address) {
    return "/" + rest.substr(rest.find_first_not_of('/'));
 }
 
-TEST(ListenAddress, EveryUnixFormNamesOnePathForAgentAndGrpc) {
+TEST(ListenAddress, everyUnixFormNamesOnePathForAgentAndGrpc) {
    const std::string here = std::filesystem::current_path().string();
    const std::pair<const char*, std::string> forms[] = {{"unix:/run/x", "/run/x"},
                                                         {"unix://run/x", "/run/x"},
@@ -41,14 +41,14 @@ TEST(ListenAddress, EveryUnixFormNamesOnePathForAgentAndGrpc) {
    }
 }
 
-TEST(ListenAddress, OtherKinds) {
+TEST(ListenAddress, otherKinds) {
    EXPECT_EQ(parseListenAddress("--listen", "unix-abstract:orv"), (ListenAddress{"unix-abstract:orv", ""}));
    EXPECT_EQ(parseListenAddress("--listen", "127.0.0.1:9000"), (ListenAddress{"127.0.0.1:9000", ""}));
    EXPECT_EQ(parseListenAddress("--listen", "localhost:9000"), (ListenAddress{"127.0.0.1:9000", ""}));
    EXPECT_EQ(parseListenAddress("--listen", "0.0.0.0:09000").text, "0.0.0.0:9000");
 }
 
-TEST(ListenAddress, WhatIsNoneIsRefusedWithTheValue) {
+TEST(ListenAddress, whatIsNoneIsRefusedWithTheValue) {
    for (const std::string& text : {std::string(),
                                    std::string("nonsense"),
                                    std::string("unix:"),
@@ -80,19 +80,19 @@ TEST(ListenAddress, WhatIsNoneIsRefusedWithTheValue) {
    }
 }
 
-TEST(ListenAddress, TheLongestPathIsTheLongestThatGrpcBinds) {
+TEST(ListenAddress, theLongestPathIsTheLongestThatGrpcBinds) {
    EXPECT_EQ(parseListenAddress("--listen", "unix:/" + std::string(104, 'x')).text.size(),
              107U + std::string("unix:").size());
 }
 
-TEST(SocketPlace, AFreePathOrASocketWillDo) {
+TEST(SocketPlace, aFreePathOrASocketWillDo) {
    const systest::TempDir directory;
    EXPECT_NO_THROW(requireSocketPlace("--listen", "v", directory / "x"));
    ASSERT_EQ(mknod((directory / "s").c_str(), S_IFSOCK | 0600, 0), 0);
    EXPECT_NO_THROW(requireSocketPlace("--listen", "v", directory / "s"));
 }
 
-TEST(SocketPlace, AnythingElseIsLeftAlone) {
+TEST(SocketPlace, anythingElseIsLeftAlone) {
    const systest::TempDir directory;
    std::ofstream(directory / "file") << "precious";
    std::filesystem::create_directory(directory / "dir");

@@ -25,7 +25,7 @@ protected:
    void console(const std::string& command) const { expect(0, {"console", command}); }
 };
 
-TEST_F(OrvctlMirror, AWatchShowsWhatIsThereAndThenWhatHappens) {
+TEST_F(OrvctlMirror, aWatchShowsWhatIsThereAndThenWhatHappens) {
    Running watch = start("watch", {"watch", "intf", "--all", "--fields", "all"});
    const std::string dump = watch.waitFor("# complete, changes follow\n");
    EXPECT_THAT(dump, HasSubstr("Ethernet1 oper_status=up admin_enabled=true description=\"\"\n"));
@@ -39,7 +39,7 @@ TEST_F(OrvctlMirror, AWatchShowsWhatIsThereAndThenWhatHappens) {
    EXPECT_EQ(watch.child().wait(), Ending{.exitCode = 0}) << watch.child().log();
 }
 
-TEST_F(OrvctlMirror, OneClientsChangeReachesEveryWatcher) {
+TEST_F(OrvctlMirror, oneClientsChangeReachesEveryWatcher) {
    Running first = start("first", {"watch", "intf", "--intf", "Ethernet3", "--ack"});
    Running second = start("second", {"--json", "watch", "intf", "--ack", "--count", "1"});
    first.waitFor("# watching\n");
@@ -51,7 +51,7 @@ TEST_F(OrvctlMirror, OneClientsChangeReachesEveryWatcher) {
    EXPECT_EQ(second.child().wait(), Ending{.exitCode = 0});
 }
 
-TEST_F(OrvctlMirror, Interfaces) {
+TEST_F(OrvctlMirror, interfaces) {
    EXPECT_THAT(expect(0, {"intf", "list"}), HasSubstr("Ethernet64\n"));
    EXPECT_THAT(expect(0, {"intf", "show"}), HasSubstr("Loopback0"));
    const auto shown = nlohmann::json::parse(expect(0, {"--json", "intf", "show", "Ethernet1"}));
@@ -62,7 +62,7 @@ TEST_F(OrvctlMirror, Interfaces) {
    EXPECT_THAT(expect(1, {"intf", "set", "Ethernet99", "--admin", "up"}), HasSubstr("INVALID_ARGUMENT"));
 }
 
-TEST_F(OrvctlMirror, Ports) {
+TEST_F(OrvctlMirror, ports) {
    Running watch = start("watch", {"watch", "phy", "--intf", "Ethernet1", "--ack"});
    watch.waitFor("# watching\n");
    EXPECT_THAT(expect(0, {"phy", "list"}), HasSubstr("Ethernet64\n"));
@@ -77,7 +77,7 @@ TEST_F(OrvctlMirror, Ports) {
    EXPECT_THAT(expect(1, {"phy", "show", "Loopback0"}), HasSubstr("INVALID_ARGUMENT"));
 }
 
-TEST_F(OrvctlMirror, Groups) {
+TEST_F(OrvctlMirror, groups) {
    Running watch = start("watch", {"watch", "nhg", "--all", "--fields", "active_status", "--ack"});
    watch.waitFor("# complete");
    expect(0, {"init"});
@@ -96,7 +96,7 @@ TEST_F(OrvctlMirror, Groups) {
    EXPECT_THAT(expect(1, {"nhg", "show", "none"}), HasSubstr("none: there is no such group"));
 }
 
-TEST_F(OrvctlMirror, AccessLists) {
+TEST_F(OrvctlMirror, accessLists) {
    expect(0, {"acl", "set", "a", "10",
               R"({"base":{"action":"ACL_ACTION_DENY"},"source_addr":{"addr":"10.0.0.0","mask_length":8}})"});
    EXPECT_EQ(expect(0, {"acl", "list"}), "NAME  TYPE\na     ipv4\n");
@@ -115,7 +115,7 @@ TEST_F(OrvctlMirror, AccessLists) {
    EXPECT_THAT(expect(1, {"acl", "apply", "a", "Ethernet99", "in"}), HasSubstr("INVALID_ARGUMENT"));
 }
 
-TEST_F(OrvctlMirror, CountersAndRates) {
+TEST_F(OrvctlMirror, countersAndRates) {
    Running watch = start("watch", {"watch", "counters", "--regex", "Ethernet1", "--ack", "--count", "1"});
    watch.waitFor("# watching\n");
    console("set counter-interval 10");
@@ -129,7 +129,7 @@ TEST_F(OrvctlMirror, CountersAndRates) {
    EXPECT_THAT(expect(1, {"watch", "counters", "--regex", "["}), HasSubstr("intf_name_regex"));
 }
 
-TEST_F(OrvctlMirror, TheAgent) {
+TEST_F(OrvctlMirror, theAgent) {
    Running watch = start("watch", {"watch", "agent", "--ack"});
    watch.waitFor("# watching\n");
    console("set agent option level 7");
@@ -144,7 +144,7 @@ TEST_F(OrvctlMirror, TheAgent) {
    EXPECT_EQ(expect(0, {"agent", "enabled"}), "yes\n");
 }
 
-TEST_F(OrvctlMirror, TunnelsAndLabels) {
+TEST_F(OrvctlMirror, tunnelsAndLabels) {
    expect(0, {"init"});
    expect(0, {"nhg", "set", "g1", "-n", "intf=Ethernet1,address=10.0.0.1,labels=100,op=push"});
    expect(0, {"tunnel", "set", "192.0.2.1/32", "--nhg", "g1", "--metric", "7"});
@@ -165,7 +165,7 @@ TEST_F(OrvctlMirror, TunnelsAndLabels) {
    EXPECT_THAT(outcome, HasSubstr("2 items: 1 ok, 1 failed"));
 }
 
-TEST_F(OrvctlMirror, RedirectsAndSessions) {
+TEST_F(OrvctlMirror, redirectsAndSessions) {
    EXPECT_THAT(expect(1, {"redirect", "set", "gold", "low", "--ipv4", "46"}),
                HasSubstr("RPC_STATUS_NOT_INITIALIZED"));
    expect(0, {"init", "--policy-map", "cbf"});
@@ -201,7 +201,7 @@ TEST_F(OrvctlMirror, RedirectsAndSessions) {
    EXPECT_THAT(expect(0, {"sbfd", "del", "--file", sessions}), HasSubstr("1 items: 1 ok"));
 }
 
-TEST_F(OrvctlMirror, AWatchEndsWithTheDaemon) {
+TEST_F(OrvctlMirror, aWatchEndsWithTheDaemon) {
    Running watch = start("watch", {"watch", "intf", "--ack"});
    watch.waitFor("# watching\n");
    EXPECT_EQ(daemon_.terminate(), Ending{.exitCode = 0});
@@ -231,7 +231,7 @@ void flood(const std::string& address, const std::string& lastDescription) {
    }
 }
 
-TEST_F(OrvctlMirror, ASlowReaderIsToldAndMayWatchAgain) {
+TEST_F(OrvctlMirror, aSlowReaderIsToldAndMayWatchAgain) {
    Running slow = start("slow", {"watch", "intf", "--ack"});
    slow.waitFor("# watching\n");
    slow.child().signal(SIGSTOP);
@@ -244,7 +244,7 @@ TEST_F(OrvctlMirror, ASlowReaderIsToldAndMayWatchAgain) {
    EXPECT_THAT(again.waitFor("# complete"), HasSubstr("Ethernet1 description=\"the last one\"\n"));
 }
 
-TEST_F(OrvctlMirror, TheServicesAreInTheList) {
+TEST_F(OrvctlMirror, theServicesAreInTheList) {
    const std::string services = expect(0, {"list", "--no-probe"});
    for (const char* name : {"AclMgrService", "AgentService", "EthPhyIntfMgrService", "IntfMgrService",
                             "IntfCounterMgrService", "NexthopGroupMgrService"}) {

@@ -16,7 +16,7 @@ using testing::StartsWith;
 
 using test::OrvctlAndDaemon;
 
-TEST_F(OrvctlAndDaemon, BeforeInitProgrammingIsRefused) {
+TEST_F(OrvctlAndDaemon, beforeInitProgrammingIsRefused) {
    EXPECT_THAT(expect(1, {"route", "add", "192.0.2.0/24", "--nhg", "g1"}),
                HasSubstr("RPC_STATUS_NOT_INITIALIZED"));
    EXPECT_THAT(expect(1, {"nhg", "set", "g1", "-n", "intf=Ethernet1"}),
@@ -25,7 +25,7 @@ TEST_F(OrvctlAndDaemon, BeforeInitProgrammingIsRefused) {
    EXPECT_EQ(expect(0, {"state", "get", "a"}), "a=\n");
 }
 
-TEST_F(OrvctlAndDaemon, TheStoryOfAController) {
+TEST_F(OrvctlAndDaemon, theStoryOfAController) {
    EXPECT_THAT(expect(0, {"init", "--tag", "7"}), HasSubstr("IP routes             no\n"));
    expect(0, {"nhg", "set", "g1", "-n", "intf=Ethernet1,address=10.0.0.1,labels=100/200,op=push,weight=2"});
    expect(0, {"nhg", "set", "g2", "-n", "intf=Ethernet2,address=10.0.0.2"});
@@ -54,7 +54,7 @@ TEST_F(OrvctlAndDaemon, TheStoryOfAController) {
    EXPECT_THAT(expect(1, {"nhg", "del", "g2"}), HasSubstr("NHG g2 not found"));
 }
 
-TEST_F(OrvctlAndDaemon, ManyItemsFromFiles) {
+TEST_F(OrvctlAndDaemon, manyItemsFromFiles) {
    expect(0, {"init"});
    std::string groups, routes;
    for (int i = 0; i < 50; ++i) {
@@ -83,7 +83,7 @@ TEST_F(OrvctlAndDaemon, ManyItemsFromFiles) {
    EXPECT_THAT(expect(0, {"console", "show", "nexthop-group", "ok"}), HasSubstr("Ethernet1"));
 }
 
-TEST_F(OrvctlAndDaemon, Notes) {
+TEST_F(OrvctlAndDaemon, notes) {
    expect(0, {"init"});
    EXPECT_EQ(expect(0, {"state", "set", "a=1", "b=x y"}), "2 set, 0 deleted\n");
    EXPECT_EQ(expect(0, {"state", "get", "a", "b"}), "a=1\nb=x y\n");
@@ -92,7 +92,7 @@ TEST_F(OrvctlAndDaemon, Notes) {
              nlohmann::json::parse(R"({"a":"","b":"x y"})"));
 }
 
-TEST_F(OrvctlAndDaemon, CallsWithJson) {
+TEST_F(OrvctlAndDaemon, callsWithJson) {
    expect(0, {"init"});
    EXPECT_EQ(expect(0, {"call", "orvsdk_service/ip_route",
                         R"({"prefix":"192.0.2.0/24","nexthop_group_name":"g"})"}),
@@ -108,7 +108,7 @@ TEST_F(OrvctlAndDaemon, CallsWithJson) {
    EXPECT_EQ(expect(0, {"--timeout", "0.2", "call", "watch_rpc_server_alive"}), "");
 }
 
-TEST_F(OrvctlAndDaemon, ListTellsWhatThisBuildHas) {
+TEST_F(OrvctlAndDaemon, listTellsWhatThisBuildHas) {
    EXPECT_THAT(expect(0, {"list"}), HasSubstr("[not known before init]"));
    expect(0, {"init"});
    const auto services = nlohmann::json::parse(expect(0, {"--json", "list"}));
@@ -137,14 +137,14 @@ TEST_F(OrvctlAndDaemon, ListTellsWhatThisBuildHas) {
    EXPECT_THAT(after, HasSubstr("nexthop groups        no\n"));
 }
 
-TEST_F(OrvctlAndDaemon, TheConsoleRefusesInWords) {
+TEST_F(OrvctlAndDaemon, theConsoleRefusesInWords) {
    EXPECT_THAT(expect(0, {"console", "show", "version"}), HasSubstr("version"));
    EXPECT_FALSE(expect(1, {"console", "show", "nonsense"}).empty());
    EXPECT_THAT(expect(0, {"--console", "unix:" + daemon_.consolePath(), "console", "help"}),
                HasSubstr("show"));
 }
 
-TEST_F(OrvctlAndDaemon, AliveEndsWithTheDaemon) {
+TEST_F(OrvctlAndDaemon, aliveEndsWithTheDaemon) {
    EXPECT_THAT(expect(0, {"alive", "--for", "0.05"}), HasSubstr("still alive"));
    const std::string log = directory_ / "alive.log";
    systest::Child alive({test::clientProgram(), "--target", daemon_.address(), "alive"}, log);
@@ -156,7 +156,7 @@ TEST_F(OrvctlAndDaemon, AliveEndsWithTheDaemon) {
    expect(3, {"init"});
 }
 
-TEST_F(OrvctlAndDaemon, Bench) {
+TEST_F(OrvctlAndDaemon, bench) {
    EXPECT_THAT(expect(0, {"bench", "read", "--count", "100"}), StartsWith("read: 100 items in 100 calls"));
    EXPECT_THAT(expect(1, {"bench", "bulk", "--nhg", "g", "--count", "100"}),
                HasSubstr("RPC_STATUS_NOT_INITIALIZED"));

@@ -66,7 +66,7 @@ protected:
    systest::TempDir directory_;
 };
 
-TEST_F(SettingsTest, FlagsOfTheCommandLine) {
+TEST_F(SettingsTest, flagsOfTheCommandLine) {
    const Flags flags = read({"--listen", "unix:/x", "--state-dir", "/s", "--bfd", "--console", "unix:/c",
                              "--trace", "a/1,b/2-3", "--durability", "sync", "--stay"});
    EXPECT_EQ(flags.listen, std::vector<std::string>{"unix:/x"});
@@ -79,7 +79,7 @@ TEST_F(SettingsTest, FlagsOfTheCommandLine) {
    EXPECT_TRUE(flags.stay);
 }
 
-TEST_F(SettingsTest, TheConfigFileHasTheSameNamesAndTheCommandLineWins) {
+TEST_F(SettingsTest, theConfigFileHasTheSameNamesAndTheCommandLineWins) {
    const std::string config = write("config",
                                     "listen = \"unix:/x\"\nstate-dir = \"/s\"\nbfd = true\nfib = false\n"
                                     "trace = \"a/1,b/2\"\n");
@@ -91,19 +91,19 @@ TEST_F(SettingsTest, TheConfigFileHasTheSameNamesAndTheCommandLineWins) {
    EXPECT_EQ(flags.trace, "a/1,b/2");
 }
 
-TEST_F(SettingsTest, AConfigFileThatCannotBeUsedIsRefused) {
+TEST_F(SettingsTest, aConfigFileThatCannotBeUsedIsRefused) {
    EXPECT_THAT(lineRefusal({"--config", directory_ / "none"}), HasSubstr("none', expected a readable file"));
    const std::string unknown = write("config", "nonsense = 1\n");
    EXPECT_THAT(lineRefusal({"--config", unknown}), HasSubstr("nonsense"));
 }
 
-TEST_F(SettingsTest, CommandLinesThatAreNone) {
+TEST_F(SettingsTest, commandLinesThatAreNone) {
    EXPECT_THAT(lineRefusal({"--nonsense"}), HasSubstr("--nonsense"));
    EXPECT_THAT(lineRefusal({"--listen"}), HasSubstr("--listen"));
    EXPECT_THAT(lineRefusal({"word"}), HasSubstr("word"));
 }
 
-TEST_F(SettingsTest, SeveralAddresses) {
+TEST_F(SettingsTest, severalAddresses) {
    const std::vector<std::string> two{"unix:/x", "127.0.0.1:9"};
    EXPECT_EQ(read({"--listen", "unix:/x", "--listen", "127.0.0.1:9"}).listen, two);
    EXPECT_EQ(read({"--listen", "unix:/x", "127.0.0.1:9"}).listen, two);
@@ -117,7 +117,7 @@ TEST_F(SettingsTest, SeveralAddresses) {
    EXPECT_EQ(settings.listen[1].text, "127.0.0.1:9000");
 }
 
-TEST_F(SettingsTest, AgentOptionsComeOneByOne) {
+TEST_F(SettingsTest, agentOptionsComeOneByOne) {
    Flags flags = read({"--option", "colour=green", "--option", "shape=a=b c"});
    EXPECT_THAT(flags.options, testing::ElementsAre("colour=green", "shape=a=b c"));
    const std::string config = write("config", "option = [\"colour=green\", \"shape=round\"]\n");
@@ -139,7 +139,7 @@ TEST_F(SettingsTest, AgentOptionsComeOneByOne) {
    EXPECT_THAT(refusal(good), HasSubstr("a name of at most 255 bytes"));
 }
 
-TEST_F(SettingsTest, HelpAndVersionAreAnswers) {
+TEST_F(SettingsTest, helpAndVersionAreAnswers) {
    std::string answer;
    EXPECT_FALSE(readFlags({"--help"}, answer));
    EXPECT_THAT(answer, HasSubstr("Exit codes:"));
@@ -147,7 +147,7 @@ TEST_F(SettingsTest, HelpAndVersionAreAnswers) {
    EXPECT_THAT(answer, StartsWith("orvsdkrpcd "));
 }
 
-TEST_F(SettingsTest, GoodFlagsCreateNothing) {
+TEST_F(SettingsTest, goodFlagsCreateNothing) {
    const Settings settings = checkFlags(good());
    EXPECT_EQ(settings.listen.at(0).socketPath, directory_ / "rpc.sock");
    EXPECT_EQ(settings.durability, softswitch::store::Durability::process);
@@ -155,7 +155,7 @@ TEST_F(SettingsTest, GoodFlagsCreateNothing) {
    EXPECT_EQ(entries(), 0U);
 }
 
-TEST_F(SettingsTest, EveryBadValueIsNamed) {
+TEST_F(SettingsTest, everyBadValueIsNamed) {
    const std::string file = write("file", "not JSON");
    auto with = [&](auto change) {
       Flags flags = good();
@@ -194,12 +194,12 @@ TEST_F(SettingsTest, EveryBadValueIsNamed) {
    EXPECT_EQ(entries(), before);
 }
 
-TEST_F(SettingsTest, ADirectoryInTheLockFilesPlaceIsRefused) {
+TEST_F(SettingsTest, aDirectoryInTheLockFilesPlaceIsRefused) {
    std::filesystem::create_directory(directory_ / "rpc.sock.lock");
    EXPECT_THAT(refusal(good()), HasSubstr("rpc.sock.lock"));
 }
 
-TEST_F(SettingsTest, AMalformedToggleFileIsNamed) {
+TEST_F(SettingsTest, aMalformedToggleFileIsNamed) {
    std::filesystem::create_directory(directory_ / "toggles");
    std::ofstream(directory_ / "toggles/OrvSdkRpc.json") << "{\"A\": 1}";
    Flags flags = good();
@@ -207,7 +207,7 @@ TEST_F(SettingsTest, AMalformedToggleFileIsNamed) {
    EXPECT_THAT(refusal(flags), HasSubstr("OrvSdkRpc.json"));
 }
 
-TEST_F(SettingsTest, GoodFilesAreInForce) {
+TEST_F(SettingsTest, goodFilesAreInForce) {
    std::filesystem::create_directory(directory_ / "toggles");
    std::ofstream(directory_ / "toggles/OrvSdkRpc.json") << "{\"A\": false}";
    Flags flags = good();

@@ -34,7 +34,7 @@ protected:
    int fd_ = -1;
 };
 
-TEST_F(SystemdNotify, ASocketFile) {
+TEST_F(SystemdNotify, aSocketFile) {
    const std::string path = directory_ / "notify";
    sockaddr_un address{};
    address.sun_family = AF_UNIX;
@@ -45,7 +45,7 @@ TEST_F(SystemdNotify, ASocketFile) {
    EXPECT_EQ(received(), "READY=1");
 }
 
-TEST_F(SystemdNotify, AnAbstractSocket) {
+TEST_F(SystemdNotify, anAbstractSocket) {
    // The kernel picks a free abstract name for an address without one.
    sockaddr_un address{};
    address.sun_family = AF_UNIX;
@@ -58,7 +58,7 @@ TEST_F(SystemdNotify, AnAbstractSocket) {
    EXPECT_EQ(received(), "STOPPING=1");
 }
 
-TEST_F(SystemdNotify, WithoutAManagerNothingHappens) {
+TEST_F(SystemdNotify, withoutAManagerNothingHappens) {
    unsetenv("NOTIFY_SOCKET");
    notifyServiceManager("READY=1");
    for (const std::string& nobody :

@@ -16,7 +16,7 @@ using orv::ip_addr_t;
 const eth_addr_t kMac("00:00:00:00:00:01");
 const ip_addr_mask_t kAddr(ip_addr_t("10.0.0.1"), 8);
 
-TEST(AclTypesTest, Keys) {
+TEST(AclTypesTest, keys) {
    sdk_test::expectText(acl_key_t("a", acl_type_t::ipv4), "a (ipv4)");
    sdk_test::expectRising<acl_key_t>({acl_key_t(), acl_key_t("a", acl_type_t::ipv4),
                                       acl_key_t("a", acl_type_t::ipv6), acl_key_t("b", acl_type_t::none)});
@@ -25,7 +25,7 @@ TEST(AclTypesTest, Keys) {
         {[](auto& k) { k.acl_name_is("b"); }, [](auto& k) { k.acl_type_is(acl_type_t::eth); }});
 }
 
-TEST(AclTypesTest, Specs) {
+TEST(AclTypesTest, specs) {
    sdk_test::expectEveryFieldCounts<orv::acl_ttl_spec_t>(
         {}, {[](auto& s) { s.oper_is(acl_range_operator_t::eq); }, [](auto& s) { s.ttl_is(1); }});
    sdk_test::expectEveryFieldCounts<orv::acl_port_spec_t>(
@@ -38,7 +38,7 @@ TEST(AclTypesTest, Specs) {
              }});
 }
 
-TEST(AclTypesTest, EthernetRules) {
+TEST(AclTypesTest, ethernetRules) {
    const orv::acl_rule_eth_t rule;
    EXPECT_EQ(rule.vlan_mask(), 0xfff);
    EXPECT_EQ(rule.eth_protocol(), 65536U) << "any";
@@ -51,7 +51,7 @@ TEST(AclTypesTest, EthernetRules) {
                [](auto& r) { r.eth_protocol_is(0x86dd); }});
 }
 
-TEST(AclTypesTest, IpRules) {
+TEST(AclTypesTest, ipRules) {
    const orv::acl_rule_ip_t rule;
    EXPECT_EQ(rule.icmp_type(), 65535) << "any";
    EXPECT_EQ(rule.icmp_code(), 65535) << "any";

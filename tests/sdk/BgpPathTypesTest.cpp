@@ -16,7 +16,7 @@ using orv::ip_prefix_t;
 
 const bgp_path_key_t kKey(ip_addr_t("10.0.0.1"), "red", ip_prefix_t("10.0.0.0/8"));
 
-TEST(BgpPathTypesTest, Keys) {
+TEST(BgpPathTypesTest, keys) {
    sdk_test::expectEveryFieldCounts<bgp_path_key_t>(
         kKey, {[](auto& k) { k.peer_addr_is(ip_addr_t("10.0.0.2")); }, [](auto& k) { k.vrf_name_is("r"); },
                [](auto& k) { k.prefix_is(ip_prefix_t("10.0.0.0/9")); }});
@@ -26,7 +26,7 @@ TEST(BgpPathTypesTest, Keys) {
                                            bgp_path_key_t(ip_addr_t("10.0.0.2"), "a", ip_prefix_t())});
 }
 
-TEST(BgpPathTypesTest, OptionsKeepAStageThatHasNoName) {
+TEST(BgpPathTypesTest, optionsKeepAStageThatHasNoName) {
    sdk_test::expectNamed<bgp_receive_route_stage_t>(2);
    orv::bgp_path_attr_fields_t hop;
    hop.next_hop_is(true);
@@ -42,7 +42,7 @@ TEST(BgpPathTypesTest, OptionsKeepAStageThatHasNoName) {
    sdk_test::expectText(static_cast<bgp_receive_route_stage_t>(4294967295U), "4294967295");
 }
 
-TEST(BgpPathTypesTest, PathsAndAttributes) {
+TEST(BgpPathTypesTest, pathsAndAttributes) {
    bgp_path_attr_t attr;
    sdk_test::expectEveryFieldCounts<bgp_path_attr_t>(
         attr, {[](auto& a) { a.next_hop_is(ip_addr_t("10.0.0.1")); }, [](auto& a) { a.origin_is(1); },

@@ -10,12 +10,12 @@ using orv::bgp_peer_key_t;
 using orv::bgp_peer_state_t;
 using orv::ip_addr_t;
 
-TEST(BgpTypesTest, EveryStateHasAName) {
+TEST(BgpTypesTest, everyStateHasAName) {
    sdk_test::expectNamed<bgp_peer_state_t>(6);
    sdk_test::expectText(bgp_peer_state_t::open_confirm, "open-confirm");
 }
 
-TEST(BgpTypesTest, PeerKeys) {
+TEST(BgpTypesTest, peerKeys) {
    const bgp_peer_key_t key("red", ip_addr_t("10.0.0.1"));
    sdk_test::expectEveryFieldCounts<bgp_peer_key_t>(
         key,

@@ -8,7 +8,7 @@ namespace {
 
 using orv::cmdapi_response_t;
 
-TEST(CmdapiTypesTest, AnAnswerAndARefusal) {
+TEST(CmdapiTypesTest, anAnswerAndARefusal) {
    const cmdapi_response_t answer({"{}", "{\"a\": 1}"});
    EXPECT_TRUE(answer.success());
    EXPECT_EQ(answer.error_code(), 0U);
@@ -20,7 +20,7 @@ TEST(CmdapiTypesTest, AnAnswerAndARefusal) {
                         "responses=[], raw_response='')");
 }
 
-TEST(CmdapiTypesTest, EveryFieldCounts) {
+TEST(CmdapiTypesTest, everyFieldCounts) {
    sdk_test::expectEveryFieldCounts<cmdapi_response_t>(
         {}, {[](auto& r) { r.success_is(true); }, [](auto& r) { r.error_code_is(1); },
              [](auto& r) { r.error_message_is("a"); }, [](auto& r) { r.responses_is({"a"}); },

@@ -22,21 +22,21 @@ using RaisingErrors = testing::Types<orv::error, orv::invalid_argument_error, or
                                      orv::unsupported_error, orv::configuration_error>;
 TYPED_TEST_SUITE(RaiseTest, RaisingErrors);
 
-TYPED_TEST(RaiseTest, ThrowsItselfThroughABaseReference) {
+TYPED_TEST(RaiseTest, throwsItselfThroughABaseReference) {
    const TypeParam e("these words");
    const orv::error& base = e;
    EXPECT_EQ(errorText<TypeParam>([&] { base.raise(); }), "these words");
    EXPECT_EQ(base.msg(), "these words");
 }
 
-TEST(ErrorTest, AMissingLockHasItsFixedWords) {
+TEST(ErrorTest, aMissingLockHasItsFixedWords) {
    const orv::no_scoped_lock_obtained_error e;
    const orv::error& base = e;
    EXPECT_EQ(errorText<orv::no_scoped_lock_obtained_error>([&] { base.raise(); }),
              "orv::sdk_scoped_lock not grabbed when calling an api while multithreaded");
 }
 
-TEST(ErrorTest, ARangeErrorNamesWhatAndItsLimits) {
+TEST(ErrorTest, aRangeErrorNamesWhatAndItsLimits) {
    EXPECT_STREQ(orv::invalid_range_error("version_id", 1, 65535).what(),
                 "version_id is out of range, expected 1 to 65535");
    EXPECT_STREQ(orv::invalid_range_error("version_id", 70000, 1, 65535).what(),
@@ -45,19 +45,19 @@ TEST(ErrorTest, ARangeErrorNamesWhatAndItsLimits) {
 }
 
 // Whoever sorts errors by class must be able to tell these two apart.
-TEST(ErrorTest, RangeAndArgumentErrorsAreNoKindOfEachOther) {
+TEST(ErrorTest, rangeAndArgumentErrorsAreNoKindOfEachOther) {
    EXPECT_FALSE((std::is_base_of_v<orv::invalid_argument_error, orv::invalid_range_error>));
    EXPECT_FALSE((std::is_base_of_v<orv::invalid_range_error, orv::invalid_argument_error>));
    EXPECT_TRUE((std::is_base_of_v<std::exception, orv::error>));
    EXPECT_FALSE((std::is_base_of_v<std::runtime_error, orv::error>));
 }
 
-TEST_F(PanicTest, ThrowsWhereNoHandlerIsSet) {
+TEST_F(PanicTest, throwsWhereNoHandlerIsSet) {
    EXPECT_EQ(errorText<orv::unsupported_error>([] { orv::panic(orv::unsupported_error("no such thing")); }),
              "no such thing");
 }
 
-TEST_F(PanicTest, TheHandlerGetsTheErrorAndDecidesWhatIsThrown) {
+TEST_F(PanicTest, theHandlerGetsTheErrorAndDecidesWhatIsThrown) {
    std::string heard;
    orv::exception_handler_is([&](const orv::error& e) {
       heard = e.what();
@@ -68,13 +68,13 @@ TEST_F(PanicTest, TheHandlerGetsTheErrorAndDecidesWhatIsThrown) {
    EXPECT_EQ(heard, "events are off");
 }
 
-TEST_F(PanicTest, AHandlerThatRaisesKeepsTheErrorsType) {
+TEST_F(PanicTest, aHandlerThatRaisesKeepsTheErrorsType) {
    orv::exception_handler_is([](const orv::error& e) { e.raise(); });
    EXPECT_EQ(errorText<orv::invalid_range_error>([] { orv::panic(orv::invalid_range_error("x", 1, 2)); }),
              "x is out of range, expected 1 to 2");
 }
 
-TEST_F(PanicTest, NeverReturnsEvenWhenTheHandlerDoes) {
+TEST_F(PanicTest, neverReturnsEvenWhenTheHandlerDoes) {
    int calls = 0;
    orv::exception_handler_is([&](const orv::error&) { ++calls; });
    EXPECT_EQ(errorText<orv::invalid_argument_error>([] { orv::panic(orv::invalid_argument_error("bad")); }),
@@ -82,13 +82,13 @@ TEST_F(PanicTest, NeverReturnsEvenWhenTheHandlerDoes) {
    EXPECT_EQ(calls, 1);
 }
 
-TEST_F(PanicTest, AHandlerMaySetAnotherHandler) {
+TEST_F(PanicTest, aHandlerMaySetAnotherHandler) {
    orv::exception_handler_is([](const orv::error&) { orv::exception_handler_is({}); });
    EXPECT_THROW(orv::panic(orv::error("first")), orv::error);
    EXPECT_THROW(orv::panic(orv::error("second")), orv::error);
 }
 
-TEST_F(PanicTest, ReachesTheHandlerFromAnyThread) {
+TEST_F(PanicTest, reachesTheHandlerFromAnyThread) {
    std::atomic<int> calls{0};
    orv::exception_handler_is([&](const orv::error& e) {
       ++calls;

@@ -9,13 +9,13 @@ namespace {
 
 using orv::eth_addr_t;
 
-TEST(EthAddrTest, TheDefaultIsTheNullAddress) {
+TEST(EthAddrTest, theDefaultIsTheNullAddress) {
    EXPECT_TRUE(!eth_addr_t());
    EXPECT_FALSE(!eth_addr_t("00:00:00:00:00:01"));
    sdk_test::expectText(eth_addr_t(), "00:00:00:00:00:00");
 }
 
-TEST(EthAddrTest, BytesAndTextAgree) {
+TEST(EthAddrTest, bytesAndTextAgree) {
    const std::uint8_t bytes[6] = {0x00, 0x00, 0x5e, 0xAB, 0xcd, 0xff};
    const eth_addr_t a(bytes);
    EXPECT_EQ(std::memcmp(a.bytes(), bytes, 6), 0);
@@ -23,7 +23,7 @@ TEST(EthAddrTest, BytesAndTextAgree) {
    EXPECT_EQ(a, eth_addr_t("00:00:5E:aB:cd:FF"));
 }
 
-TEST(EthAddrTest, RefusesOtherTextsAndNamesThem) {
+TEST(EthAddrTest, refusesOtherTextsAndNamesThem) {
    for (const char* text :
         {"", "00:00:5e:ab:cd", "00:00:5e:ab:cd:ff:00", "00-00-5e-ab-cd-ff", "0000.5eab.cdff",
          "0:00:5e:ab:cd:ff0", "00:00:5e:ab:cd:fg", "00:00:5e:ab:cd:ff ", "+0:00:5e:ab:cd:ff",
@@ -34,7 +34,7 @@ TEST(EthAddrTest, RefusesOtherTextsAndNamesThem) {
    }
 }
 
-TEST(EthAddrTest, OrdersAndHashes) {
+TEST(EthAddrTest, ordersAndHashes) {
    sdk_test::expectRising<eth_addr_t>({eth_addr_t(), eth_addr_t("00:00:00:00:00:01"),
                                        eth_addr_t("00:00:00:00:01:00"), eth_addr_t("7f:00:00:00:00:00"),
                                        eth_addr_t("80:00:00:00:00:00")});

@@ -13,7 +13,7 @@ using orv::eth_lag_intf_membership_t;
 using orv::eth_lag_intf_t;
 using orv::intf_id_t;
 
-TEST(EthLagIntfTypesTest, EnumeratorsHaveNames) {
+TEST(EthLagIntfTypesTest, enumeratorsHaveNames) {
    sdk_test::expectNamed<eth_lag_intf_fallback_type_t>(3);
    sdk_test::expectNamed<eth_lag_intf_member_lacp_mode_t>(3);
    sdk_test::expectNamed<eth_lag_intf_member_lacp_timeout_t>(2);
@@ -21,7 +21,7 @@ TEST(EthLagIntfTypesTest, EnumeratorsHaveNames) {
    sdk_test::expectText(eth_lag_intf_member_lacp_timeout_t::short_timeout, "short-timeout");
 }
 
-TEST(EthLagIntfTypesTest, EveryFieldCounts) {
+TEST(EthLagIntfTypesTest, everyFieldCounts) {
    const intf_id_t lag("Port-Channel1");
    sdk_test::expectEveryFieldCounts<eth_lag_intf_t>(
         {},

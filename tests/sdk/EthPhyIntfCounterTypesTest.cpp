@@ -6,7 +6,7 @@
 
 namespace {
 
-TEST(EthPhyIntfCounterTypesTest, EveryCounterCounts) {
+TEST(EthPhyIntfCounterTypesTest, everyCounterCounts) {
    sdk_test::expectEveryFieldCounts<orv::eth_phy_intf_counters_t>(
         {},
         {[](auto& c) { c.single_collision_frames_is(1); }, [](auto& c) { c.multiple_collision_frames_is(1); },
@@ -21,7 +21,7 @@ TEST(EthPhyIntfCounterTypesTest, EveryCounterCounts) {
          [](auto& c) { c.jabbers_is(1); }});
 }
 
-TEST(EthPhyIntfCounterTypesTest, EveryBinCounts) {
+TEST(EthPhyIntfCounterTypesTest, everyBinCounts) {
    sdk_test::expectEveryFieldCounts<orv::eth_phy_intf_bin_counters_t>(
         {},
         {[](auto& c) { c.in_64_octet_frames_is(1); }, [](auto& c) { c.in_65_to_127_octet_frames_is(1); },

@@ -10,7 +10,7 @@ namespace {
 
 using orv::eth_link_speed_t;
 
-TEST(EthPhyIntfTypesTest, EverySpeedHasANameOfItsOwn) {
+TEST(EthPhyIntfTypesTest, everySpeedHasANameOfItsOwn) {
    std::set<std::string> names;
    for (int i = 0; i <= 14; ++i)
       names.insert(orv::to_string(static_cast<eth_link_speed_t>(i)));

@@ -14,7 +14,7 @@ using orv::intf_id_t;
 using orv::ip_addr_t;
 using orv::ip_prefix_t;
 
-TEST(FibTypesTest, Keys) {
+TEST(FibTypesTest, keys) {
    sdk_test::expectText(fib_route_key_t(ip_prefix_t("10.0.0.0/8")), "10.0.0.0/8");
    sdk_test::expectText(fib_fec_key_t(42), "42");
    EXPECT_EQ(fib_fec_key_t().fec_id(), 0U);
@@ -24,7 +24,7 @@ TEST(FibTypesTest, Keys) {
    EXPECT_NE(fib_fec_key_t(1).hash(), fib_fec_key_t(2).hash());
 }
 
-TEST(FibTypesTest, Routes) {
+TEST(FibTypesTest, routes) {
    const orv::fib_route_t route(fib_route_key_t(ip_prefix_t("10.0.0.0/8")));
    EXPECT_EQ(route.route_type(), orv::fib_route_type_t::undefined);
    EXPECT_EQ(static_cast<int>(orv::fib_route_type_t::undefined), 4);
@@ -36,7 +36,7 @@ TEST(FibTypesTest, Routes) {
          [](auto& r) { r.route_type_is(orv::fib_route_type_t::drop); }, [](auto& r) { r.fec_id_is(2); }});
 }
 
-TEST(FibTypesTest, AFecHoldsEachViaOnceInTheOrderOfTheCalls) {
+TEST(FibTypesTest, aFecHoldsEachViaOnceInTheOrderOfTheCalls) {
    fib_fec_t fec(fib_fec_key_t(1));
    const fib_via_t second(ip_addr_t("10.0.0.2"), intf_id_t("Ethernet2"));
    const fib_via_t first(ip_addr_t("10.0.0.1"), intf_id_t("Ethernet1"));

@@ -36,7 +36,7 @@ template <typename T>
 class HandlersTest : public testing::Test {};
 TYPED_TEST_SUITE(HandlersTest, AllHandlers);
 
-TYPED_TEST(HandlersTest, AHandlerIsRegisteredForItsLife) {
+TYPED_TEST(HandlersTest, aHandlerIsRegisteredForItsLife) {
    typename TypeParam::mgr mgr;
    EXPECT_TRUE(mgr.handlers().empty());
    {
@@ -53,7 +53,7 @@ TYPED_TEST(HandlersTest, AHandlerIsRegisteredForItsLife) {
    EXPECT_TRUE(mgr.handlers().empty());
 }
 
-TYPED_TEST(HandlersTest, AHandlerWithoutAManagerIsHarmless) {
+TYPED_TEST(HandlersTest, aHandlerWithoutAManagerIsHarmless) {
    EXPECT_NO_THROW(typename TypeParam::handler(nullptr));
 }
 
@@ -64,7 +64,7 @@ public:
    std::vector<std::string> seen;
 };
 
-TEST(IntfHandlerTest, WatchesOneOrAll) {
+TEST(IntfHandlerTest, watchesOneOrAll) {
    support::MockIntfMgr mgr;
    Intfs handler(&mgr);
    EXPECT_EQ(handler.get_intf_mgr(), &mgr);
@@ -95,7 +95,7 @@ public:
    std::vector<std::string> seen;
 };
 
-TEST(NexthopGroupHandlerTest, TheProgrammedCallbackReachesTheV3Handler) {
+TEST(NexthopGroupHandlerTest, theProgrammedCallbackReachesTheV3Handler) {
    support::MockNexthopGroupMgr mgr;
    Groups handler(&mgr);
    handler.watch_nexthop_group("g", true);
@@ -112,7 +112,7 @@ TEST(NexthopGroupHandlerTest, TheProgrammedCallbackReachesTheV3Handler) {
    EXPECT_EQ(handler.seen, (std::vector<std::string>{"g 7 success", "h 7 success"}));
 }
 
-TEST(MountHandlerTest, TellsItsManagerOfItsLife) {
+TEST(MountHandlerTest, tellsItsManagerOfItsLife) {
    testing::StrictMock<support::MockMountMgr> mgr;
    orv::mount_handler* added = nullptr;
    EXPECT_CALL(mgr, handler_add).WillOnce(testing::SaveArg<0>(&added));
@@ -128,7 +128,7 @@ TEST(MountHandlerTest, TellsItsManagerOfItsLife) {
    EXPECT_NO_THROW(orv::mount_handler(nullptr));
 }
 
-TEST(HandlerWatchTest, EachWatchCallReachesItsManager) {
+TEST(HandlerWatchTest, eachWatchCallReachesItsManager) {
    support::MockAclMgr acl;
    orv::acl_handler acls(&acl);
    acls.watch_all_acls(true);
@@ -189,14 +189,14 @@ public:
    std::uint64_t last = 0;
 };
 
-TEST(FibHandlerTest, IsCalledWithoutAWatch) {
+TEST(FibHandlerTest, isCalledWithoutAWatch) {
    support::MockFibMgr mgr;
    Fibs handler(&mgr);
    mgr.handlers().notify_every([](orv::fib_handler& h) { h.on_fec_del(orv::fib_fec_key_t(5)); });
    EXPECT_EQ(handler.last, 5U);
 }
 
-TEST(AgentHandlerTest, AnswersAnRpcWithNothingByDefault) {
+TEST(AgentHandlerTest, answersAnRpcWithNothingByDefault) {
    support::MockAgentMgr mgr;
    orv::agent_handler handler(&mgr);
    EXPECT_EQ(handler.on_agent_rpc("any"), "");

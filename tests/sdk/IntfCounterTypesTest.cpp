@@ -9,7 +9,7 @@ namespace {
 using orv::intf_counters_t;
 using orv::intf_traffic_rates_t;
 
-TEST(IntfCounterTypesTest, EveryCounterCounts) {
+TEST(IntfCounterTypesTest, everyCounterCounts) {
    sdk_test::expectEveryFieldCounts<intf_counters_t>(
         {}, {[](auto& c) { c.out_ucast_pkts_is(1); }, [](auto& c) { c.out_multicast_pkts_is(1); },
              [](auto& c) { c.out_broadcast_pkts_is(1); }, [](auto& c) { c.in_ucast_pkts_is(1); },
@@ -20,7 +20,7 @@ TEST(IntfCounterTypesTest, EveryCounterCounts) {
              [](auto& c) { c.sample_time_is(1); }});
 }
 
-TEST(IntfCounterTypesTest, EveryRateCounts) {
+TEST(IntfCounterTypesTest, everyRateCounts) {
    sdk_test::expectEveryFieldCounts<intf_traffic_rates_t>(
         {}, {[](auto& r) { r.out_pkts_rate_is(1); }, [](auto& r) { r.in_pkts_rate_is(1); },
              [](auto& r) { r.out_bits_rate_is(1); }, [](auto& r) { r.in_bits_rate_is(1); },

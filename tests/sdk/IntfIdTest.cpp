@@ -14,7 +14,7 @@ namespace {
 using orv::intf_id_t;
 using orv::host::intf_name_known;
 
-TEST(IntfIdTest, TheEmptyNameIsTheNullInterface) {
+TEST(IntfIdTest, theEmptyNameIsTheNullInterface) {
    EXPECT_TRUE(!intf_id_t());
    EXPECT_FALSE(intf_id_t());
    EXPECT_EQ(intf_id_t(), intf_id_t(""));
@@ -24,7 +24,7 @@ TEST(IntfIdTest, TheEmptyNameIsTheNullInterface) {
    EXPECT_NE(intf_id_t(), intf_id_t("Ethernet1"));
 }
 
-TEST(IntfIdTest, ANameThatNobodyKnowsIsHeldByValue) {
+TEST(IntfIdTest, aNameThatNobodyKnowsIsHeldByValue) {
    intf_id_t a("Unheard1");
    EXPECT_TRUE(a);
    sdk_test::expectText(a, "Unheard1");
@@ -45,7 +45,7 @@ TEST(IntfIdTest, ANameThatNobodyKnowsIsHeldByValue) {
    EXPECT_EQ(copy.name(), "Unheard2");
 }
 
-TEST(IntfIdTest, AKnownNameStandsOnce) {
+TEST(IntfIdTest, aKnownNameStandsOnce) {
    // Known names stay for the life of the process, so each run of this test takes one of its own.
    static int run = 0;
    const std::string name = "IntfIdTest" + std::to_string(++run);
@@ -61,7 +61,7 @@ TEST(IntfIdTest, AKnownNameStandsOnce) {
    EXPECT_NE(known, intf_name_known(name + "x"));
 }
 
-TEST(IntfIdTest, TheTableGrows) {
+TEST(IntfIdTest, theTableGrows) {
    std::vector<intf_id_t> ids;
    for (int i = 0; i < 2000; ++i)
       ids.push_back(intf_name_known("Grow" + std::to_string(i)));
@@ -71,14 +71,15 @@ TEST(IntfIdTest, TheTableGrows) {
    }
 }
 
-TEST(IntfIdTest, LooksUpWhileOthersIntern) {
+TEST(IntfIdTest, looksUpWhileOthersIntern) {
    std::atomic<bool> stop{false};
    std::thread reader([&] {
       int n = 0;
       while (!stop) {
          const std::string name = "Busy" + std::to_string(n++ % 3000);
          const intf_id_t id(name);
-         const intf_id_t copy = id;
+         intf_id_t copy;
+         copy = id;
          ASSERT_EQ(copy.name(), name);
       }
    });
@@ -88,11 +89,12 @@ TEST(IntfIdTest, LooksUpWhileOthersIntern) {
    reader.join();
 }
 
-TEST(IntfIdTest, CopiesOfOneIdMayBeUsedByManyThreads) {
+TEST(IntfIdTest, copiesOfOneIdMayBeUsedByManyThreads) {
    const intf_id_t shared("SharedUnknown");
    const auto work = [&] {
       for (int i = 0; i < 2000; ++i) {
-         const intf_id_t copy = shared;
+         intf_id_t copy;
+         copy = shared;
          ASSERT_EQ(copy.name(), "SharedUnknown");
       }
    };
@@ -103,7 +105,7 @@ TEST(IntfIdTest, CopiesOfOneIdMayBeUsedByManyThreads) {
    EXPECT_EQ(shared.name(), "SharedUnknown");
 }
 
-TEST(IntfIdTest, TakesTheFormsOfInterfaceNames) {
+TEST(IntfIdTest, takesTheFormsOfInterfaceNames) {
    for (const char* name : {"Ethernet1", "Ethernet1/2/3", "Ethernet1.100", "Port-Channel5", "Management1",
                             "et1_1", "lo", "a:b", "1"}) {
       EXPECT_EQ(intf_id_t(name).name(), name);
@@ -111,7 +113,7 @@ TEST(IntfIdTest, TakesTheFormsOfInterfaceNames) {
    EXPECT_EQ(intf_id_t(std::string(64, 'a')).name().size(), 64U);
 }
 
-TEST(IntfIdTest, RefusesOtherFormsAndNamesThem) {
+TEST(IntfIdTest, refusesOtherFormsAndNamesThem) {
    for (const char* name : {"Ethernet 1", "Ethernet1\n", "Eth\xc3\xa4", "a*b", "'x'", "a,b"}) {
       for (int way = 0; way < 2; ++way) {
          const std::string text = sdk_test::errorText<orv::invalid_argument_error>([&] {
@@ -129,7 +131,7 @@ TEST(IntfIdTest, RefusesOtherFormsAndNamesThem) {
    EXPECT_THROW(intf_id_t(std::string_view("a\0b", 3)), orv::invalid_argument_error);
 }
 
-TEST(IntfIdTest, OrdersNumbersByTheirValue) {
+TEST(IntfIdTest, ordersNumbersByTheirValue) {
    intf_name_known("Ethernet2");
    std::vector<intf_id_t> ids;
    for (const char* name :

@@ -11,7 +11,7 @@ using orv::ip_addr_t;
 using sdk_test::errorText;
 using sdk_test::expectText;
 
-TEST(IpAddrTest, TheDefaultIsTheNullAddress) {
+TEST(IpAddrTest, theDefaultIsTheNullAddress) {
    const ip_addr_t null;
    EXPECT_TRUE(!null);
    EXPECT_EQ(null.af(), 0);
@@ -23,7 +23,7 @@ TEST(IpAddrTest, TheDefaultIsTheNullAddress) {
       EXPECT_EQ(null.addr()[i], 0);
 }
 
-TEST(IpAddrTest, BytesOfEitherFamily) {
+TEST(IpAddrTest, bytesOfEitherFamily) {
    const std::uint8_t bytes[16] = {192, 0, 2, 1, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16};
    const ip_addr_t four(4, bytes);
    EXPECT_FALSE(!four);
@@ -41,7 +41,7 @@ TEST(IpAddrTest, BytesOfEitherFamily) {
    EXPECT_NE(four, six);
 }
 
-TEST(IpAddrTest, AnUnknownFamilyIsKeptAsANumber) {
+TEST(IpAddrTest, anUnknownFamilyIsKeptAsANumber) {
    const ip_addr_t strange(9, nullptr);
    EXPECT_EQ(strange.af(), 9);
    EXPECT_EQ(strange.width(), 0);
@@ -51,7 +51,7 @@ TEST(IpAddrTest, AnUnknownFamilyIsKeptAsANumber) {
 }
 
 // RFC 5952 sections 4 and 5.
-TEST(IpAddrTest, PrintsTheRecommendedForm) {
+TEST(IpAddrTest, printsTheRecommendedForm) {
    const std::pair<const char*, const char*> cases[] = {
         {"0.0.0.0", "0.0.0.0"},
         {"255.255.255.255", "255.255.255.255"},
@@ -80,7 +80,7 @@ TEST(IpAddrTest, PrintsTheRecommendedForm) {
    }
 }
 
-TEST(IpAddrTest, RefusesWhatIsNoAddressAndNamesIt) {
+TEST(IpAddrTest, refusesWhatIsNoAddressAndNamesIt) {
    for (const char* text :
         {"1.2.3", "1.2.3.4.5", "256.0.0.1", "1.2.3.4 ", " 1.2.3.4", "01.2.3.4", "::1%eth0", "1::2::3",
          "12345::", "host", "1.2.3.4/8", "[::1]", ":", "1:2:3:4:5:6:7", "::ffff:1.2.3"}) {
@@ -91,14 +91,14 @@ TEST(IpAddrTest, RefusesWhatIsNoAddressAndNamesIt) {
    EXPECT_THROW(ip_addr_t(std::string(500, '1')), orv::invalid_argument_error);
 }
 
-TEST(IpAddrTest, OrdersByFamilyThenAddress) {
+TEST(IpAddrTest, ordersByFamilyThenAddress) {
    sdk_test::expectRising<ip_addr_t>({ip_addr_t(), ip_addr_t("0.0.0.0"), ip_addr_t("1.0.0.0"),
                                       ip_addr_t("1.0.0.255"), ip_addr_t("9.255.255.255"),
                                       ip_addr_t("10.0.0.0"), ip_addr_t("200.0.0.1"), ip_addr_t("::"),
                                       ip_addr_t("::1"), ip_addr_t("1::"), ip_addr_t("fe80::")});
 }
 
-TEST(IpAddrTest, HashesDifferWhereAddressesDo) {
+TEST(IpAddrTest, hashesDifferWhereAddressesDo) {
    std::unordered_set<std::size_t> hashes;
    for (int i = 0; i < 256; ++i) {
       for (int j = 0; j < 16; ++j) {

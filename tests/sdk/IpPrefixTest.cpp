@@ -20,7 +20,7 @@ std::string refusal(const ip_addr_t& a, std::uint32_t length) {
    return errorText<orv::invalid_argument_error>([&] { ip_prefix_t(a, length); });
 }
 
-TEST(IpPrefixTest, TheDefaultIsTheNullPrefix) {
+TEST(IpPrefixTest, theDefaultIsTheNullPrefix) {
    const ip_prefix_t null;
    EXPECT_EQ(null.af(), 0);
    EXPECT_EQ(null.prefix_length(), 0);
@@ -29,7 +29,7 @@ TEST(IpPrefixTest, TheDefaultIsTheNullPrefix) {
    expectText(null, "");
 }
 
-TEST(IpPrefixTest, TakesEveryLengthOfItsFamilyAndNoneAbove) {
+TEST(IpPrefixTest, takesEveryLengthOfItsFamilyAndNoneAbove) {
    for (std::uint32_t length = 0; length <= 32; ++length)
       EXPECT_EQ(ip_prefix_t(addr("0.0.0.0"), length).prefix_length(), length);
    for (std::uint32_t length = 0; length <= 128; ++length)
@@ -46,7 +46,7 @@ TEST(IpPrefixTest, TakesEveryLengthOfItsFamilyAndNoneAbove) {
 }
 
 // For each length the last bit of the prefix is good and the first behind it is not.
-TEST(IpPrefixTest, RefusesTheFirstBitBehindTheLength) {
+TEST(IpPrefixTest, refusesTheFirstBitBehindTheLength) {
    for (const std::uint8_t family : {orv::af_ipv4, orv::af_ipv6}) {
       const unsigned width = family == orv::af_ipv4 ? 32 : 128;
       for (unsigned bit = 0; bit < width; ++bit) {
@@ -62,7 +62,7 @@ TEST(IpPrefixTest, RefusesTheFirstBitBehindTheLength) {
              "invalid prefix '10.0.0.1/24': bits are set behind the prefix length, expected none");
 }
 
-TEST(IpPrefixTest, ParsesAndPrints) {
+TEST(IpPrefixTest, parsesAndPrints) {
    expectText(ip_prefix_t("10.0.0.0/8"), "10.0.0.0/8");
    expectText(ip_prefix_t("10.0.0.1"), "10.0.0.1/32");
    expectText(ip_prefix_t("2001:DB8::/32"), "2001:db8::/32");
@@ -77,7 +77,7 @@ TEST(IpPrefixTest, ParsesAndPrints) {
    EXPECT_THROW(ip_prefix_t("10.0.0.1/8"), orv::invalid_argument_error);
 }
 
-TEST(IpPrefixTest, OrdersByAddressThenLength) {
+TEST(IpPrefixTest, ordersByAddressThenLength) {
    sdk_test::expectRising<ip_prefix_t>({ip_prefix_t(), ip_prefix_t("0.0.0.0/0"), ip_prefix_t("10.0.0.0/8"),
                                         ip_prefix_t("10.0.0.0/9"), ip_prefix_t("10.0.0.0/32"),
                                         ip_prefix_t("10.0.1.0/24"), ip_prefix_t("::/0"),
@@ -85,7 +85,7 @@ TEST(IpPrefixTest, OrdersByAddressThenLength) {
    EXPECT_NE(ip_prefix_t("10.0.0.0/8").hash(), ip_prefix_t("10.0.0.0/9").hash());
 }
 
-TEST(IpPrefixTest, Contains) {
+TEST(IpPrefixTest, contains) {
    EXPECT_TRUE(ip_prefix_t("0.0.0.0/0").contains(addr("255.1.2.3")));
    EXPECT_TRUE(ip_prefix_t("10.1.0.0/17").contains(addr("10.1.127.255")));
    EXPECT_FALSE(ip_prefix_t("10.1.0.0/17").contains(addr("10.1.128.0")));
@@ -96,7 +96,7 @@ TEST(IpPrefixTest, Contains) {
    EXPECT_FALSE(ip_prefix_t("2001:db8::/33").contains(addr("2001:db8:8000::1")));
 }
 
-TEST(IpAddrMaskTest, TakesAnyLengthAndAnyBits) {
+TEST(IpAddrMaskTest, takesAnyLengthAndAnyBits) {
    const ip_addr_mask_t m(addr("10.0.0.1"), 44);
    EXPECT_EQ(m.af(), 4);
    EXPECT_EQ(m.mask_length(), 44);

@@ -13,7 +13,7 @@ using orv::ip_route_via_t;
 
 const ip_route_key_t kKey(ip_prefix_t("10.0.0.0/8"));
 
-TEST(IpRouteTypesTest, AKeyIsPrefixAndPreference) {
+TEST(IpRouteTypesTest, aKeyIsPrefixAndPreference) {
    EXPECT_EQ(kKey.preference(), 1);
    EXPECT_EQ(ip_route_key_t().preference(), 1);
    EXPECT_EQ(kKey, ip_route_key_t(ip_prefix_t("10.0.0.0/8"), 1));
@@ -28,7 +28,7 @@ TEST(IpRouteTypesTest, AKeyIsPrefixAndPreference) {
    EXPECT_LE(sizeof(ip_route_key_t), 20U);
 }
 
-TEST(IpRouteTypesTest, ARoute) {
+TEST(IpRouteTypesTest, aRoute) {
    const ip_route_t route(kKey);
    EXPECT_EQ(route.tag(), 0U);
    EXPECT_FALSE(route.rib_bypass());
@@ -39,7 +39,7 @@ TEST(IpRouteTypesTest, ARoute) {
          [](auto& r) { r.rib_bypass_is(true); }, [](auto& r) { r.command_tag_is("x"); }});
 }
 
-TEST(IpRouteTypesTest, AVia) {
+TEST(IpRouteTypesTest, aVia) {
    const ip_route_via_t via(kKey);
    EXPECT_TRUE(!via.hop());
    EXPECT_TRUE(!via.intf());

@@ -45,19 +45,19 @@ std::vector<std::string> rest(test_iter it) {
    return out;
 }
 
-TEST(IterTest, AnEmptyTableHasNoRow) {
+TEST(IterTest, anEmptyTableHasNoRow) {
    EXPECT_FALSE(test_iter());
    EXPECT_FALSE(test_iter(nullptr));
    EXPECT_FALSE(walk({}));
 }
 
-TEST(IterTest, WalksAllRows) {
+TEST(IterTest, walksAllRows) {
    const Table table{{1, "a"}, {2, "b"}, {3, "c"}};
    EXPECT_EQ(rest(walk(table)), (std::vector<std::string>{"a", "b", "c"}));
    EXPECT_EQ(walk(table)->size(), 1U);
 }
 
-TEST(IterTest, StepsBehindTheEndChangeNothing) {
+TEST(IterTest, stepsBehindTheEndChangeNothing) {
    test_iter it = support::iterOver<test_iter>({"only"});
    ++it;
    EXPECT_FALSE(it);
@@ -65,7 +65,7 @@ TEST(IterTest, StepsBehindTheEndChangeNothing) {
    EXPECT_FALSE(it);
 }
 
-TEST(IterTest, ACopyWalksOnByItself) {
+TEST(IterTest, aCopyWalksOnByItself) {
    const Table table{{1, "a"}, {2, "b"}, {3, "c"}};
    test_iter first = walk(table);
    ++first;
@@ -80,7 +80,7 @@ TEST(IterTest, ACopyWalksOnByItself) {
    EXPECT_EQ(*moved, "c");
 }
 
-TEST(IterTest, TheRowStaysWhenItsTableChanges) {
+TEST(IterTest, theRowStaysWhenItsTableChanges) {
    Table table{{1, "a"}, {2, "b"}, {3, "c"}};
    test_iter it = walk(table);
    table[1] = "changed";
@@ -97,7 +97,7 @@ TEST(IterTest, TheRowStaysWhenItsTableChanges) {
    EXPECT_FALSE(it);
 }
 
-TEST(IterTest, AStepNeedsTheLockAndALookDoesNot) {
+TEST(IterTest, aStepNeedsTheLockAndALookDoesNot) {
    orv::host::main_thread_is();
    std::thread([] {
       std::optional<test_iter> it;

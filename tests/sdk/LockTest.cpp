@@ -40,7 +40,7 @@ protected:
    }
 };
 
-TEST_F(LockTest, OnlyTheOutermostLockReachesTheBackend) {
+TEST_F(LockTest, onlyTheOutermostLockReachesTheBackend) {
    CountingBackend backend;
    orv::host::lock_backend_is(&backend);
    {
@@ -59,7 +59,7 @@ TEST_F(LockTest, OnlyTheOutermostLockReachesTheBackend) {
    EXPECT_EQ(backend.released, 2);
 }
 
-TEST_F(LockTest, ABackendThatThrowsLeavesNothingHeld) {
+TEST_F(LockTest, aBackendThatThrowsLeavesNothingHeld) {
    CountingBackend backend;
    backend.refuse = true;
    orv::host::lock_backend_is(&backend);
@@ -71,12 +71,12 @@ TEST_F(LockTest, ABackendThatThrowsLeavesNothingHeld) {
    EXPECT_EQ(backend.released, 0);
 }
 
-TEST_F(LockTest, BeforeAMainThreadIsMarkedEveryThreadMayCall) {
+TEST_F(LockTest, beforeAMainThreadIsMarkedEveryThreadMayCall) {
    EXPECT_NO_THROW(orv::sdk_lock_check());
    elsewhere([] { EXPECT_NO_THROW(orv::sdk_lock_check()); });
 }
 
-TEST_F(LockTest, OtherThreadsNeedTheLockOnceAMainThreadIsMarked) {
+TEST_F(LockTest, otherThreadsNeedTheLockOnceAMainThreadIsMarked) {
    orv::host::main_thread_is();
    EXPECT_NO_THROW(orv::sdk_lock_check());
    elsewhere([] {
@@ -91,7 +91,7 @@ TEST_F(LockTest, OtherThreadsNeedTheLockOnceAMainThreadIsMarked) {
    });
 }
 
-TEST_F(LockTest, AnotherMarkMovesTheMainThread) {
+TEST_F(LockTest, anotherMarkMovesTheMainThread) {
    orv::host::main_thread_is();
    elsewhere([] {
       orv::host::main_thread_is();
@@ -104,7 +104,7 @@ TEST_F(LockTest, AnotherMarkMovesTheMainThread) {
    elsewhere([] { EXPECT_FALSE(orv::sdk_call_allowed()); });
 }
 
-TEST_F(LockTest, AMissingLockIsReportedInTheseWords) {
+TEST_F(LockTest, aMissingLockIsReportedInTheseWords) {
    std::string report;
    std::string words;
    orv::host::main_thread_is();
@@ -131,7 +131,7 @@ TEST_F(LockTest, AMissingLockIsReportedInTheseWords) {
    EXPECT_NE(values[1], values[4]);
 }
 
-TEST_F(LockTest, AReportWithoutAHolderShowsNone) {
+TEST_F(LockTest, aReportWithoutAHolderShowsNone) {
    std::string report;
    orv::host::main_thread_is();
    elsewhere([&] {
@@ -142,7 +142,7 @@ TEST_F(LockTest, AReportWithoutAHolderShowsNone) {
    EXPECT_NE(report.find("  scopedLockOwner: 0\n  scopedLockOwnerCount: 0\n"), std::string::npos) << report;
 }
 
-TEST_F(LockTest, TheDefaultBackendExcludesThreads) {
+TEST_F(LockTest, theDefaultBackendExcludesThreads) {
    constexpr int kRounds = 2000;
    int counter = 0;
    const auto work = [&] {
@@ -160,7 +160,7 @@ TEST_F(LockTest, TheDefaultBackendExcludesThreads) {
    EXPECT_EQ(counter, 3 * kRounds);
 }
 
-TEST_F(LockTest, AThreadWaitsForTheHolder) {
+TEST_F(LockTest, aThreadWaitsForTheHolder) {
    std::binary_semaphore started{0};
    std::atomic<bool> inside{false};
    std::optional<orv::sdk_scoped_lock> mine(std::in_place);

@@ -15,7 +15,7 @@ using orv::macsec_key_t;
 using orv::macsec_profile_t;
 using orv::macsec_profile_traffic_policy_t;
 
-TEST(MacsecTypesTest, EnumeratorsHaveNames) {
+TEST(MacsecTypesTest, enumeratorsHaveNames) {
    sdk_test::expectNamed<macsec_bypass_t>(2);
    sdk_test::expectNamed<macsec_cipher_suite_t>(4);
    sdk_test::expectNamed<macsec_profile_traffic_policy_t>(3);
@@ -24,7 +24,7 @@ TEST(MacsecTypesTest, EnumeratorsHaveNames) {
    sdk_test::expectText(macsec_cipher_suite_t::gcm_aes_xpn_256, "gcm-aes-xpn-256");
 }
 
-TEST(MacsecTypesTest, TheTextOfAKeyDoesNotTellIt) {
+TEST(MacsecTypesTest, theTextOfAKeyDoesNotTellIt) {
    const macsec_key_t key("0123456789abcdef", "00", true);
    sdk_test::expectText(key, "macsec_key_t(cak=(hidden), ckn='00', encoded=true)");
    sdk_test::expectText(macsec_key_t(), "macsec_key_t(cak='', ckn='', encoded=false)");
@@ -39,7 +39,7 @@ TEST(MacsecTypesTest, TheTextOfAKeyDoesNotTellIt) {
    EXPECT_EQ(profile.to_string().find("0123456789abcdef"), std::string::npos);
 }
 
-TEST(MacsecTypesTest, EveryFieldOfAProfileCounts) {
+TEST(MacsecTypesTest, everyFieldOfAProfileCounts) {
    const macsec_key_t key("a", "b");
    sdk_test::expectEveryFieldCounts<macsec_profile_t>(
         macsec_profile_t("p"),
@@ -56,14 +56,14 @@ TEST(MacsecTypesTest, EveryFieldOfAProfileCounts) {
          [](auto& p) { p.intfs_is({orv::intf_id_t("Ethernet1")}); }});
 }
 
-TEST(MacsecTypesTest, DefaultsOfAProfile) {
+TEST(MacsecTypesTest, defaultsOfAProfile) {
    const macsec_profile_t profile;
    EXPECT_EQ(profile.key_server_priority(), 16);
    EXPECT_EQ(profile.mka_life_time(), 6U);
    EXPECT_TRUE(profile.replay_protection());
 }
 
-TEST(MacsecTypesTest, DiscoveryFramesPassFromTheFirstBypassLevelOn) {
+TEST(MacsecTypesTest, discoveryFramesPassFromTheFirstBypassLevelOn) {
    macsec_profile_t profile;
    EXPECT_FALSE(profile.bypass_lldp());
    profile.lldp_bypass_level_is(macsec_bypass_t::until_secured);
@@ -74,7 +74,7 @@ TEST(MacsecTypesTest, DiscoveryFramesPassFromTheFirstBypassLevelOn) {
    EXPECT_FALSE(profile.bypass_lldp());
 }
 
-TEST(MacsecTypesTest, StatusAndCounters) {
+TEST(MacsecTypesTest, statusAndCounters) {
    sdk_test::expectEveryFieldCounts<macsec_intf_status_t>(
         {}, {[](auto& s) { s.key_status_is(macsec_intf_key_status_t::fallback); },
              [](auto& s) { s.traffic_status_is(macsec_intf_traffic_status_t::encrypted); }});

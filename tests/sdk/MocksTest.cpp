@@ -51,7 +51,7 @@ static_assert(!std::is_abstract_v<support::MockPolicyMapMgr>);
 static_assert(!std::is_abstract_v<support::MockSdk>);
 static_assert(!std::is_abstract_v<support::MockVrfMgr>);
 
-TEST(MockIpRouteMgrTest, TheOverloadsStayApart) {
+TEST(MockIpRouteMgrTest, theOverloadsStayApart) {
    support::MockIpRouteMgr mock;
    orv::ip_route_mgr& mgr = mock;
    const orv::ip_route_key_t key(orv::ip_prefix_t("10.0.0.0/8"));
@@ -78,7 +78,7 @@ TEST(MockIpRouteMgrTest, TheOverloadsStayApart) {
    mgr.ip_route_del(key, "red");
 }
 
-TEST(MockNexthopGroupMgrTest, IsTheImplementationToo) {
+TEST(MockNexthopGroupMgrTest, isTheImplementationToo) {
    support::MockNexthopGroupMgr mock;
    orv::nexthop_group_mgr* const mgr = &mock;
    EXPECT_CALL(mock, nexthop_group_set(_, An<std::uint16_t&>())).WillOnce(testing::SetArgReferee<1>(7));
@@ -91,7 +91,7 @@ TEST(MockNexthopGroupMgrTest, IsTheImplementationToo) {
    impl->nexthop_group_set_with_version_id({}, 9);
 }
 
-TEST(MockVrfMgrTest, AnIteratorWalksRowsThatTheTestGives) {
+TEST(MockVrfMgrTest, anIteratorWalksRowsThatTheTestGives) {
    support::MockVrfMgr mock;
    EXPECT_CALL(mock, vrf_iter).WillOnce(Return(support::iterOver<orv::vrf_iter_t>({"blue", "red"})));
    std::string names;

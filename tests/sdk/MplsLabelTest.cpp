@@ -9,7 +9,7 @@ namespace {
 
 using orv::mpls_label_t;
 
-TEST(MplsLabelTest, TheDefaultIsTheNullLabelAndNotLabelZero) {
+TEST(MplsLabelTest, theDefaultIsTheNullLabelAndNotLabelZero) {
    EXPECT_TRUE(!mpls_label_t());
    EXPECT_EQ(mpls_label_t().label(), 1048576U);
    EXPECT_EQ(mpls_label_t(), mpls_label_t(1048576));
@@ -18,7 +18,7 @@ TEST(MplsLabelTest, TheDefaultIsTheNullLabelAndNotLabelZero) {
    sdk_test::expectText(mpls_label_t(), "null");
 }
 
-TEST(MplsLabelTest, TakesTwentyBitsAndRefusesWhatIsAboveTheNullLabel) {
+TEST(MplsLabelTest, takesTwentyBitsAndRefusesWhatIsAboveTheNullLabel) {
    for (const std::uint32_t good : {0U, 3U, 16U, 1048575U}) {
       EXPECT_EQ(mpls_label_t(good).label(), good);
       sdk_test::expectText(mpls_label_t(good), std::to_string(good));
@@ -29,13 +29,13 @@ TEST(MplsLabelTest, TakesTwentyBitsAndRefusesWhatIsAboveTheNullLabel) {
    }
 }
 
-TEST(MplsLabelTest, OrdersByNumberWithTheNullLabelLast) {
+TEST(MplsLabelTest, ordersByNumberWithTheNullLabelLast) {
    sdk_test::expectRising<mpls_label_t>(
         {mpls_label_t(0), mpls_label_t(3), mpls_label_t(1048575), mpls_label_t()});
    EXPECT_NE(mpls_label_t(1).hash(), mpls_label_t(2).hash());
 }
 
-TEST(MplsFecIdTest, ZeroStandsForNone) {
+TEST(MplsFecIdTest, zeroStandsForNone) {
    EXPECT_TRUE(!orv::mpls_fec_id_t());
    EXPECT_TRUE(!orv::mpls_fec_id_t(0));
    const orv::mpls_fec_id_t fec(0x0300000000000001ULL);

@@ -18,7 +18,7 @@ mpls_route_key_t key(std::vector<std::uint32_t> labels, std::uint8_t metric = 0)
    return {out, metric};
 }
 
-TEST(MplsRouteTypesTest, AKeyIsItsLabelsInOrderAndTheMetric) {
+TEST(MplsRouteTypesTest, aKeyIsItsLabelsInOrderAndTheMetric) {
    EXPECT_EQ(mpls_route_key_t(mpls_label_t(100), 0), key({100}));
    EXPECT_EQ(mpls_route_key_t(mpls_label_t(100)), key({100}));
    EXPECT_TRUE(mpls_route_key_t().labels().empty());
@@ -42,7 +42,7 @@ TEST(MplsRouteTypesTest, AKeyIsItsLabelsInOrderAndTheMetric) {
                      }});
 }
 
-TEST(MplsRouteTypesTest, AKeyHoldsFourteenLabels) {
+TEST(MplsRouteTypesTest, aKeyHoldsFourteenLabels) {
    const std::vector<std::uint32_t> most(mpls_route_key_t::labels_max, 7);
    EXPECT_EQ(most.size(), 14U);
    EXPECT_EQ(key(most).labels().size(), 14U);
@@ -50,7 +50,7 @@ TEST(MplsRouteTypesTest, AKeyHoldsFourteenLabels) {
              "number of labels of an MPLS route 15 is out of range, expected 0 to 14");
 }
 
-TEST(MplsRouteTypesTest, Routes) {
+TEST(MplsRouteTypesTest, routes) {
    const orv::mpls_route_t route(key({100}));
    EXPECT_EQ(route.version_id(), 0);
    EXPECT_EQ(orv::mpls_route_t(key({100}), 9).version_id(), 9);
@@ -63,7 +63,7 @@ TEST(MplsRouteTypesTest, Routes) {
          [](auto& r) { r.hw_version_id_is(1); }});
 }
 
-TEST(MplsRouteTypesTest, Vias) {
+TEST(MplsRouteTypesTest, vias) {
    const orv::mpls_route_via_t via(key({100}));
    EXPECT_EQ(via.label_action(), orv::mpls_action_t::none);
    EXPECT_EQ(orv::mpls_route_via_t(key({100}), orv::mpls_action_t::pop).label_action(),
@@ -80,7 +80,7 @@ TEST(MplsRouteTypesTest, Vias) {
          [](auto& v) { v.skip_egress_acl_is(true); }, [](auto& v) { v.nexthop_group_is("g"); }});
 }
 
-TEST(MplsRouteTypesTest, VrfLabels) {
+TEST(MplsRouteTypesTest, vrfLabels) {
    const orv::mpls_vrf_label_t entry(mpls_label_t(100), "red");
    sdk_test::expectText(entry, "mpls_vrf_label_t(label=100, vrf_name='red')");
    EXPECT_TRUE(orv::mpls_vrf_label_t().vrf_name().empty());

@@ -17,7 +17,7 @@ orv::sbfd_echo_session_key_t session() {
    return {ip_addr_t("10.0.0.1"), orv::intf_id_t("Ethernet1"), {mpls_label_t(5)}, 1, 2};
 }
 
-TEST(NexthopGroupTypesTest, AnActionKeepsTheOrderOfItsLabels) {
+TEST(NexthopGroupTypesTest, anActionKeepsTheOrderOfItsLabels) {
    orv::nexthop_group_mpls_action_t action(orv::mpls_action_t::push, {mpls_label_t(200), mpls_label_t(100)});
    sdk_test::expectText(action, "nexthop_group_mpls_action_t(action_type=push, label_stack=[200, 100])");
    sdk_test::expectEveryFieldCounts<orv::nexthop_group_mpls_action_t>(
@@ -29,7 +29,7 @@ TEST(NexthopGroupTypesTest, AnActionKeepsTheOrderOfItsLabels) {
          [](auto& a) { a.label_stack_is({mpls_label_t(200)}); }, [](auto& a) { a.label_stack_is({}); }});
 }
 
-TEST(NexthopGroupTypesTest, AnEntry) {
+TEST(NexthopGroupTypesTest, anEntry) {
    const nexthop_group_entry_t entry(ip_addr_t("10.0.0.9"));
    EXPECT_EQ(entry.sbfd_session_key(), orv::sbfd_echo_session_key_t());
    sdk_test::expectEveryFieldCounts<nexthop_group_entry_t>(
@@ -41,7 +41,7 @@ TEST(NexthopGroupTypesTest, AnEntry) {
          [](auto& e) { e.child_nexthop_group_is("g"); }, [](auto& e) { e.sbfd_session_key_is(session()); }});
 }
 
-TEST(NexthopGroupTypesTest, EntriesWithEqualSessionsAreEqual) {
+TEST(NexthopGroupTypesTest, entriesWithEqualSessionsAreEqual) {
    nexthop_group_entry_t a(ip_addr_t("10.0.0.9"));
    nexthop_group_entry_t b = a;
    a.sbfd_session_key_is(session());
@@ -55,7 +55,7 @@ TEST(NexthopGroupTypesTest, EntriesWithEqualSessionsAreEqual) {
    EXPECT_EQ(copy, b) << "a copy keeps its session";
 }
 
-TEST(NexthopGroupTypesTest, AGroup) {
+TEST(NexthopGroupTypesTest, aGroup) {
    nexthop_group_t group("g", nexthop_group_encap_t::mpls);
    EXPECT_EQ(group.gre_key_type(), orv::nexthop_group_gre_key_t::none);
    EXPECT_EQ(group.ttl(), 64);
@@ -79,7 +79,7 @@ TEST(NexthopGroupTypesTest, AGroup) {
          [](auto& g) { g.hierarchical_fecs_enabled_is(true); }, [](auto& g) { g.version_id_is(1); }});
 }
 
-TEST(NexthopGroupTypesTest, CountersAndStatus) {
+TEST(NexthopGroupTypesTest, countersAndStatus) {
    sdk_test::expectEveryFieldCounts<orv::nexthop_group_entry_counter_t>(
         {1, 1, true}, {[](auto& c) { c.packets_is(2); }, [](auto& c) { c.bytes_is(2); },
                        [](auto& c) { c.valid_is(false); }});
@@ -91,7 +91,7 @@ TEST(NexthopGroupTypesTest, CountersAndStatus) {
         {[](auto& s) { s.hw_state_is(Hw::failure); }, [](auto& s) { s.counter_state_is(Counter::failure); }});
 }
 
-TEST(NexthopGroupTypesTest, ATunnel) {
+TEST(NexthopGroupTypesTest, aTunnel) {
    sdk_test::expectEveryFieldCounts<orv::nexthop_group_tunnel_t>(
         {orv::ip_prefix_t("10.0.0.0/8"), "g"},
         {[](auto& t) { t.tunnel_endpoint_is(orv::ip_prefix_t("11.0.0.0/8")); },

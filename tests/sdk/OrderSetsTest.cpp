@@ -9,7 +9,7 @@ namespace {
 
 using Names = std::unordered_set<std::string>;
 
-TEST(OrderSetsTest, TheSmallerSetIsFirstThenTheElementsCount) {
+TEST(OrderSetsTest, theSmallerSetIsFirstThenTheElementsCount) {
    const std::vector<Names> rising = {{}, {"a"}, {"b"}, {"a", "b"}, {"a", "c"}, {"b", "c"}, {"a", "b", "c"}};
    for (std::size_t i = 0; i < rising.size(); ++i) {
       for (std::size_t j = 0; j < rising.size(); ++j)
@@ -17,7 +17,7 @@ TEST(OrderSetsTest, TheSmallerSetIsFirstThenTheElementsCount) {
    }
 }
 
-TEST(OrderSetsTest, TheOrderOfInsertionDoesNotCount) {
+TEST(OrderSetsTest, theOrderOfInsertionDoesNotCount) {
    Names forward;
    Names backward(1);
    for (int i = 0; i < 100; ++i) {

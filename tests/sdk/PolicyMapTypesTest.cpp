@@ -18,7 +18,7 @@ using orv::policy_map_rule_t;
 
 const policy_map_key_t kKey("p", policy_feature_t::pbr);
 
-TEST(PolicyMapTypesTest, Keys) {
+TEST(PolicyMapTypesTest, keys) {
    sdk_test::expectText(kKey, "p (pbr)");
    sdk_test::expectRising<policy_map_key_t>({policy_map_key_t(), kKey,
                                              policy_map_key_t("p", policy_feature_t::qos),
@@ -27,7 +27,7 @@ TEST(PolicyMapTypesTest, Keys) {
         kKey, {[](auto& k) { k.name_is("q"); }, [](auto& k) { k.feature_is(policy_feature_t::qos); }});
 }
 
-TEST(PolicyMapTypesTest, ClassMaps) {
+TEST(PolicyMapTypesTest, classMaps) {
    const orv::class_map_rule_t first(acl_key_t("a", acl_type_t::ipv4));
    const orv::class_map_rule_t second(acl_key_t("a", acl_type_t::ipv6));
    orv::class_map_t map(kKey);
@@ -44,7 +44,7 @@ TEST(PolicyMapTypesTest, ClassMaps) {
    sdk_test::expectRising<orv::class_map_rule_t>({first, second});
 }
 
-TEST(PolicyMapTypesTest, EveryFieldOfAnActionCountsInItsOrderToo) {
+TEST(PolicyMapTypesTest, everyFieldOfAnActionCountsInItsOrderToo) {
    const policy_map_action_t action(policy_action_type_t::drop);
    sdk_test::expectEveryFieldCounts<policy_map_action_t>(
         action, {[](auto& a) { a.action_type_is(policy_action_type_t::nexthop_group); },
@@ -63,7 +63,7 @@ TEST(PolicyMapTypesTest, EveryFieldOfAnActionCountsInItsOrderToo) {
                                                 policy_map_action_t(policy_action_type_t::nexthop_group)});
 }
 
-TEST(PolicyMapTypesTest, TheOrderOfItsNexthopsDoesNotMakeAnotherAction) {
+TEST(PolicyMapTypesTest, theOrderOfItsNexthopsDoesNotMakeAnotherAction) {
    std::unordered_set<ip_addr_t> forward;
    std::unordered_set<ip_addr_t> backward(1);
    for (int i = 1; i <= 50; ++i) {
@@ -84,7 +84,7 @@ TEST(PolicyMapTypesTest, TheOrderOfItsNexthopsDoesNotMakeAnotherAction) {
    EXPECT_LT(a, b);
 }
 
-TEST(PolicyMapTypesTest, EqualActionsOfARuleFoldIntoOne) {
+TEST(PolicyMapTypesTest, equalActionsOfARuleFoldIntoOne) {
    policy_map_rule_t rule(kKey);
    EXPECT_EQ(rule.policy_map_rule_type(), orv::policy_map_rule_type_t::class_map);
    rule.action_set(policy_map_action_t(policy_action_type_t::drop));
@@ -101,7 +101,7 @@ TEST(PolicyMapTypesTest, EqualActionsOfARuleFoldIntoOne) {
                [&](auto& r) { r.raw_rule_is(raw); }, [](auto& r) { r.actions_is({}); }});
 }
 
-TEST(PolicyMapTypesTest, PolicyMaps) {
+TEST(PolicyMapTypesTest, policyMaps) {
    orv::policy_map_t map(kKey);
    map.rule_set(5, policy_map_rule_t(kKey));
    sdk_test::expectEveryFieldCounts<orv::policy_map_t>(
@@ -110,7 +110,7 @@ TEST(PolicyMapTypesTest, PolicyMaps) {
               [](auto& m) { m.rule_set(4, policy_map_rule_t(kKey)); }});
 }
 
-TEST(PolicyMapTypesTest, HardwareStatuses) {
+TEST(PolicyMapTypesTest, hardwareStatuses) {
    const orv::policy_map_hw_status_key_t in(orv::intf_id_t("Ethernet2"), orv::acl_direction_t::in);
    const orv::policy_map_hw_status_key_t out(orv::intf_id_t("Ethernet2"), orv::acl_direction_t::out);
    const orv::policy_map_hw_status_key_t later(orv::intf_id_t("Ethernet10"), orv::acl_direction_t::none);

@@ -11,7 +11,7 @@ using orv::intf_id_t;
 using orv::ip_addr_t;
 using orv::mpls_label_t;
 
-TEST(SbfdTypesTest, EveryPartOfAKeyCounts) {
+TEST(SbfdTypesTest, everyPartOfAKeyCounts) {
    const Key key(ip_addr_t("10.0.0.1"), intf_id_t("Ethernet1"), {mpls_label_t(1), mpls_label_t(2)}, 255, 7);
    EXPECT_EQ(key.dscp(), 255);
    EXPECT_EQ(key.mpls_exp(), 7);
@@ -36,7 +36,7 @@ TEST(SbfdTypesTest, EveryPartOfAKeyCounts) {
                                 Key(ip_addr_t("10.0.0.1"), intf_id_t("Ethernet10"), both, 1, 0)});
 }
 
-TEST(SbfdTypesTest, IntervalAndRoundTripTimes) {
+TEST(SbfdTypesTest, intervalAndRoundTripTimes) {
    sdk_test::expectEveryFieldCounts<orv::sbfd_interval_t>(
         {300, 3}, {[](auto& i) { i.min_tx_is(65535); }, [](auto& i) { i.multiplier_is(255); }});
    sdk_test::expectEveryFieldCounts<orv::sbfd_echo_session_rtt_stats_t>(

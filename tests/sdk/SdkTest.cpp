@@ -19,7 +19,7 @@ namespace {
 using testing::Return;
 
 // Each getter leads to a manager of its own kind; those without operations yet too.
-TEST(SdkTest, LeadsToEveryManager) {
+TEST(SdkTest, leadsToEveryManager) {
    testing::StrictMock<support::MockSdk> mock;
    orv::sdk& sdk = mock;
    orv::bgp_mgr bgp;

@@ -15,7 +15,7 @@ std::string flat(const Map& map) {
    return out;
 }
 
-TEST(SlotMapTest, KeepsSlotOrderWhateverTheOrderOfTheCalls) {
+TEST(SlotMapTest, keepsSlotOrderWhateverTheOrderOfTheCalls) {
    Map map;
    EXPECT_TRUE(map.empty());
    for (const int slot : {5, 65535, 0, 7, 6})
@@ -24,7 +24,7 @@ TEST(SlotMapTest, KeepsSlotOrderWhateverTheOrderOfTheCalls) {
    EXPECT_EQ(map.size(), 5U);
 }
 
-TEST(SlotMapTest, SetOverwritesAndInsertDoesNot) {
+TEST(SlotMapTest, setOverwritesAndInsertDoesNot) {
    Map map;
    map.set(1, "a");
    EXPECT_FALSE(map.insert(1, "b"));
@@ -35,7 +35,7 @@ TEST(SlotMapTest, SetOverwritesAndInsertDoesNot) {
    EXPECT_EQ(flat(map), "0d 1c ");
 }
 
-TEST(SlotMapTest, FindsAndErases) {
+TEST(SlotMapTest, findsAndErases) {
    Map map;
    map.set(3, "a");
    map.set(9, "b");
@@ -52,7 +52,7 @@ TEST(SlotMapTest, FindsAndErases) {
    EXPECT_TRUE(map.empty());
 }
 
-TEST(SlotMapTest, ComparesSlotsAndValues) {
+TEST(SlotMapTest, comparesSlotsAndValues) {
    Map a;
    Map b;
    a.set(1, "x");

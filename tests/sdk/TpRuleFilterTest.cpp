@@ -15,11 +15,11 @@ using orv::protocol_range_t;
 using orv::tp_rule_filter_t;
 using orv::traffic_policy_rule_type_t;
 
-TEST(TpRuleFilterTest, RuleTypesHaveNames) {
+TEST(TpRuleFilterTest, ruleTypesHaveNames) {
    sdk_test::expectNamed<traffic_policy_rule_type_t>(2);
 }
 
-TEST(TpRuleFilterTest, Ports) {
+TEST(TpRuleFilterTest, ports) {
    sdk_test::expectEveryFieldCounts<port_field_t>({}, {[](auto& f) {
                                                           f.src_ports_is({{1, 2}});
                                                        },
@@ -46,13 +46,13 @@ TEST(TpRuleFilterTest, Ports) {
    EXPECT_EQ(protocol_field_t({{1, web}}).ports().at(1), web);
 }
 
-TEST(TpRuleFilterTest, RangesOfAnyNumbersAreTaken) {
+TEST(TpRuleFilterTest, rangesOfAnyNumbersAreTaken) {
    port_field_t field;
    field.src_ports_is({{5, 1}, {0, 4294967295U}});
    EXPECT_EQ(field.src_ports().size(), 2U);
 }
 
-TEST(TpRuleFilterTest, EveryFieldOfAFilterCounts) {
+TEST(TpRuleFilterTest, everyFieldOfAFilterCounts) {
    const ip_addr_mask_t addr(ip_addr_t("10.0.0.1"), 8);
    const protocol_range_t tcp(6, 6);
    port_field_t port;

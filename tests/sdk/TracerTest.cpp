@@ -57,11 +57,11 @@ protected:
    std::vector<Line> lines;
 };
 
-TEST_F(TracerTest, EverythingIsOffAtTheStart) {
+TEST_F(TracerTest, everythingIsOffAtTheStart) {
    EXPECT_TRUE(levelsOf(orv::tracer("rpc-server")).empty());
 }
 
-TEST_F(TracerTest, ALevelThatIsOffFormatsNothing) {
+TEST_F(TracerTest, aLevelThatIsOffFormatsNothing) {
    collect();
    int formatted = 0;
    const orv::tracer t("quiet");
@@ -76,26 +76,26 @@ TEST_F(TracerTest, ALevelThatIsOffFormatsNothing) {
    EXPECT_EQ(lines, (std::vector<Line>{{"quiet", 5, "1"}}));
 }
 
-TEST_F(TracerTest, ASettingNamesLevelsPerName) {
+TEST_F(TracerTest, aSettingNamesLevelsPerName) {
    orv::trace_setting_is("rpc-server/0-9,OrvSdkRpc/0,1");
    EXPECT_EQ(levelsOf(orv::tracer("rpc-server")), (std::vector<int>{0, 1, 2, 3, 4, 5, 6, 7, 8, 9}));
    EXPECT_EQ(levelsOf(orv::tracer("OrvSdkRpc")), (std::vector<int>{0, 1}));
    EXPECT_TRUE(levelsOf(orv::tracer("acl")).empty());
 }
 
-TEST_F(TracerTest, ABareItemAddsToTheNameInFrontOfIt) {
+TEST_F(TracerTest, aBareItemAddsToTheNameInFrontOfIt) {
    orv::trace_setting_is("a/0,3-4,9,b/7,a/1");
    EXPECT_EQ(levelsOf(orv::tracer("a")), (std::vector<int>{0, 1, 3, 4, 9}));
    EXPECT_EQ(levelsOf(orv::tracer("b")), (std::vector<int>{7}));
 }
 
-TEST_F(TracerTest, AStarStandsForEveryName) {
+TEST_F(TracerTest, aStarStandsForEveryName) {
    orv::trace_setting_is("*/0,acl/8");
    EXPECT_EQ(levelsOf(orv::tracer("acl")), (std::vector<int>{0, 8}));
    EXPECT_EQ(levelsOf(orv::tracer("made later")), (std::vector<int>{0}));
 }
 
-TEST_F(TracerTest, ANewSettingReplacesTheOldOneForTracersThatExist) {
+TEST_F(TracerTest, aNewSettingReplacesTheOldOneForTracersThatExist) {
    const orv::tracer a("a");
    const orv::tracer same("a");
    orv::trace_setting_is("a/1");
@@ -108,14 +108,14 @@ TEST_F(TracerTest, ANewSettingReplacesTheOldOneForTracersThatExist) {
    EXPECT_TRUE(levelsOf(a).empty());
 }
 
-TEST_F(TracerTest, ANameMayHoldASlash) {
+TEST_F(TracerTest, aNameMayHoldASlash) {
    orv::trace_setting_is("room/part/2");
    EXPECT_EQ(levelsOf(orv::tracer("room/part")), (std::vector<int>{2}));
 }
 
 class MalformedSetting : public TracerTest, public testing::WithParamInterface<const char*> {};
 
-TEST_P(MalformedSetting, IsRefusedInWordsAndChangesNothing) {
+TEST_P(MalformedSetting, isRefusedInWordsAndChangesNothing) {
    const orv::tracer kept("kept");
    orv::trace_setting_is("kept/4");
    const std::string text =
@@ -130,13 +130,13 @@ INSTANTIATE_TEST_SUITE_P(All, MalformedSetting,
                                          "kept/-3", "kept/5-3", "kept/1,,2", "kept/1,", ",kept/1",
                                          "kept/1-2-3", "kept/1 ", "good/1,bad", " ", "kept/0x1"));
 
-TEST_F(TracerTest, AMalformedSettingsControlCharactersDoNotReachTheWords) {
+TEST_F(TracerTest, aMalformedSettingsControlCharactersDoNotReachTheWords) {
    const std::string text =
         sdk_test::errorText<orv::invalid_argument_error>([] { orv::trace_setting_is("a\nb"); });
    EXPECT_NE(text.find("'a\\x0ab'"), std::string::npos) << text;
 }
 
-TEST_F(TracerTest, TheDefaultSinkWritesOneLine) {
+TEST_F(TracerTest, theDefaultSinkWritesOneLine) {
    orv::trace_setting_is("rpc-server/3");
    const orv::tracer t("rpc-server");
    testing::internal::CaptureStderr();
@@ -149,7 +149,7 @@ TEST_F(TracerTest, TheDefaultSinkWritesOneLine) {
         << out;
 }
 
-TEST_F(TracerTest, SinkIsCalledByOneThreadAtATime) {
+TEST_F(TracerTest, sinkIsCalledByOneThreadAtATime) {
    constexpr int kRounds = 500;
    orv::trace_setting_is("busy/1");
    std::atomic<int> inside{0};
@@ -172,7 +172,7 @@ TEST_F(TracerTest, SinkIsCalledByOneThreadAtATime) {
    EXPECT_EQ(total, 2 * kRounds);
 }
 
-TEST_F(TracerTest, SettingsMayChangeWhileOthersTrace) {
+TEST_F(TracerTest, settingsMayChangeWhileOthersTrace) {
    orv::trace_sink_is([](std::string_view, int, std::string_view) {});
    std::atomic<bool> stop{false};
    std::thread tracing([&] {

@@ -15,7 +15,7 @@ using orv::traffic_policy_rule_t;
 using orv::traffic_policy_rule_type_t;
 using orv::traffic_policy_t;
 
-TEST(TrafficPolicyTypesTest, EnumeratorsHaveNames) {
+TEST(TrafficPolicyTypesTest, enumeratorsHaveNames) {
    sdk_test::expectNamed<traffic_policy_action_type_t>(13);
    sdk_test::expectNamed<orv::traffic_policy_direction_t>(1);
    sdk_test::expectNamed<police_rate_unit_t>(3);
@@ -46,11 +46,11 @@ const std::vector<std::function<void(traffic_policy_action_t&)>> kChanges = {
         a.nexthops_is({ip_addr_t("10.0.0.1"), ip_addr_t("10.0.0.2")});
      }};
 
-TEST(TrafficPolicyTypesTest, EveryFieldOfAnActionCounts) {
+TEST(TrafficPolicyTypesTest, everyFieldOfAnActionCounts) {
    sdk_test::expectEveryFieldCounts<traffic_policy_action_t>({}, kChanges);
 }
 
-TEST(TrafficPolicyTypesTest, EveryFieldOfAnActionCountsInItsOrder) {
+TEST(TrafficPolicyTypesTest, everyFieldOfAnActionCountsInItsOrder) {
    const traffic_policy_action_t plain;
    for (std::size_t i = 0; i < kChanges.size(); ++i) {
       SCOPED_TRACE(testing::Message() << "change " << i);
@@ -62,7 +62,7 @@ TEST(TrafficPolicyTypesTest, EveryFieldOfAnActionCountsInItsOrder) {
    }
 }
 
-TEST(TrafficPolicyTypesTest, EqualActionsAreOneWhateverTheOrderOfTheirSets) {
+TEST(TrafficPolicyTypesTest, equalActionsAreOneWhateverTheOrderOfTheirSets) {
    std::unordered_set<ip_addr_t> forward;
    std::unordered_set<ip_addr_t> backward(1);
    for (int i = 1; i <= 50; ++i) {
@@ -84,7 +84,7 @@ TEST(TrafficPolicyTypesTest, EqualActionsAreOneWhateverTheOrderOfTheirSets) {
    EXPECT_TRUE(rule.actions().empty());
 }
 
-TEST(TrafficPolicyTypesTest, Rules) {
+TEST(TrafficPolicyTypesTest, rules) {
    orv::tp_rule_filter_t filter;
    filter.src_addr_field_sets_is({"a"});
    sdk_test::expectEveryFieldCounts<traffic_policy_rule_t>(
@@ -94,7 +94,7 @@ TEST(TrafficPolicyTypesTest, Rules) {
          [](auto& r) { r.action_set(traffic_policy_action_t(traffic_policy_action_type_t::drop)); }});
 }
 
-TEST(TrafficPolicyTypesTest, Policies) {
+TEST(TrafficPolicyTypesTest, policies) {
    const traffic_policy_rule_t rule(traffic_policy_rule_type_t::ipv4, "r");
    traffic_policy_t policy("p");
    policy.rule_set(5, rule);

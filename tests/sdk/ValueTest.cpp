@@ -20,7 +20,7 @@ namespace {
 using sdk_test::expectNamed;
 
 // The numbers are what clients see; a member more or less is a change of the API.
-TEST(ValueTest, EnumerationsHaveNamesForExactlyTheirMembers) {
+TEST(ValueTest, enumerationsHaveNamesForExactlyTheirMembers) {
    expectNamed<orv::acl_action_t>(2);
    expectNamed<orv::acl_direction_t>(2);
    expectNamed<orv::acl_ip_type_t>(2);
@@ -45,7 +45,7 @@ TEST(ValueTest, EnumerationsHaveNamesForExactlyTheirMembers) {
    expectNamed<orv::mgr_mode_type_t>(1);
 }
 
-TEST(ValueTest, AnUnorderedSetCountsByWhatIsInIt) {
+TEST(ValueTest, anUnorderedSetCountsByWhatIsInIt) {
    std::unordered_set<std::string> forward;
    std::unordered_set<std::string> backward(1);
    for (int i = 0; i < 50; ++i) {
@@ -61,13 +61,13 @@ TEST(ValueTest, AnUnorderedSetCountsByWhatIsInIt) {
              orv::detail::hash_of(std::unordered_set<std::string>{""}));
 }
 
-TEST(ValueTest, FractionsCount) {
+TEST(ValueTest, fractionsCount) {
    EXPECT_NE(orv::detail::hash_of(0.25), orv::detail::hash_of(0.5));
    EXPECT_EQ(orv::detail::hash_of(0.0), orv::detail::hash_of(-0.0));
    EXPECT_EQ(orv::detail::text_of(0.25), "0.25");
 }
 
-TEST(ValueTest, NumbersThatTheApiFixes) {
+TEST(ValueTest, numbersThatTheApiFixes) {
    EXPECT_EQ(static_cast<int>(orv::ip_route_action_t::nexthop_group), 3);
    EXPECT_EQ(static_cast<int>(orv::nexthop_group_encap_t::mpls), 3);
    EXPECT_EQ(static_cast<int>(orv::mpls_action_t::push), 1);
@@ -86,14 +86,14 @@ TEST(ValueTest, NumbersThatTheApiFixes) {
    EXPECT_EQ(static_cast<int>(orv::mgr_mode_type_t::resident), 1);
 }
 
-TEST(ValueTest, EnumerationsPrintInEveryWay) {
+TEST(ValueTest, enumerationsPrintInEveryWay) {
    sdk_test::expectText(orv::mpls_action_t::pop, "pop");
    sdk_test::expectText(static_cast<orv::mpls_action_t>(9), "9");
    sdk_test::expectText(orv::acl_range_operator_t::null_operator, "null");
    EXPECT_EQ(fmt::format("{:>6}", orv::mpls_action_t::pop), "   pop");
 }
 
-TEST(ValueTest, TextFromOutsideIsMadeQuotable) {
+TEST(ValueTest, textFromOutsideIsMadeQuotable) {
    EXPECT_EQ(orv::detail::quotable("plain 'text'"), "plain 'text'");
    EXPECT_EQ(orv::detail::quotable(std::string_view("a\0b\n\x7f\xc3", 6)), "a\\x00b\\x0a\\x7f\\xc3");
    EXPECT_EQ(orv::detail::quotable(std::string(128, 'x')), std::string(128, 'x'));

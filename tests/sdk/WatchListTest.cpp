@@ -46,7 +46,7 @@ protected:
    Watcher c{"c", {}};
 };
 
-TEST_F(WatchListTest, AHandlerThatWatchesNothingIsNotCalled) {
+TEST_F(WatchListTest, aHandlerThatWatchesNothingIsNotCalled) {
    EXPECT_TRUE(list.empty());
    list.add(&a);
    EXPECT_FALSE(list.empty());
@@ -57,7 +57,7 @@ TEST_F(WatchListTest, AHandlerThatWatchesNothingIsNotCalled) {
    EXPECT_EQ(notifiedEvery(), "a");
 }
 
-TEST_F(WatchListTest, CallsThoseWhoWatchAllOrTheKeyInOrder) {
+TEST_F(WatchListTest, callsThoseWhoWatchAllOrTheKeyInOrder) {
    list.add(&a);
    list.add(&b);
    list.add(&c);
@@ -76,7 +76,7 @@ TEST_F(WatchListTest, CallsThoseWhoWatchAllOrTheKeyInOrder) {
    EXPECT_FALSE(list.wanted());
 }
 
-TEST_F(WatchListTest, RepeatsAndStrangersAreHarmless) {
+TEST_F(WatchListTest, repeatsAndStrangersAreHarmless) {
    list.add(&a);
    list.all_is(&a, true);
    list.all_is(&a, true);
@@ -90,7 +90,7 @@ TEST_F(WatchListTest, RepeatsAndStrangersAreHarmless) {
    EXPECT_EQ(notified(1), "");
 }
 
-TEST_F(WatchListTest, EndingAKeyLeavesAll) {
+TEST_F(WatchListTest, endingAKeyLeavesAll) {
    list.add(&a);
    list.all_is(&a, true);
    list.key_is(&a, 1, true);
@@ -102,7 +102,7 @@ TEST_F(WatchListTest, EndingAKeyLeavesAll) {
    EXPECT_EQ(notified(2), "");
 }
 
-TEST_F(WatchListTest, ACallbackMayDestroyHandlersItselfIncluded) {
+TEST_F(WatchListTest, aCallbackMayDestroyHandlersItselfIncluded) {
    auto owned = std::make_unique<Watcher>(Watcher{"o", {}});
    list.add(&a);
    list.add(owned.get());
@@ -118,7 +118,7 @@ TEST_F(WatchListTest, ACallbackMayDestroyHandlersItselfIncluded) {
    EXPECT_EQ(notified(1), "a");
 }
 
-TEST_F(WatchListTest, AHandlerMadeMeanwhileIsCalledNextTime) {
+TEST_F(WatchListTest, aHandlerMadeMeanwhileIsCalledNextTime) {
    list.add(&a);
    list.all_is(&a, true);
    std::vector<std::unique_ptr<Watcher>> made;
@@ -134,7 +134,7 @@ TEST_F(WatchListTest, AHandlerMadeMeanwhileIsCalledNextTime) {
    EXPECT_EQ(notified(1), "a" + std::string(50, 'n'));
 }
 
-TEST_F(WatchListTest, ACallbackMayNotifyAndUnwatch) {
+TEST_F(WatchListTest, aCallbackMayNotifyAndUnwatch) {
    list.add(&a);
    list.add(&b);
    list.all_is(&a, true);
@@ -148,7 +148,7 @@ TEST_F(WatchListTest, ACallbackMayNotifyAndUnwatch) {
    EXPECT_EQ(notifiedEvery(), "b");
 }
 
-TEST_F(WatchListTest, ACallbackThatThrowsLeavesTheListWhole) {
+TEST_F(WatchListTest, aCallbackThatThrowsLeavesTheListWhole) {
    list.add(&a);
    list.add(&b);
    list.all_is(&a, true);
@@ -161,7 +161,7 @@ TEST_F(WatchListTest, ACallbackThatThrowsLeavesTheListWhole) {
    EXPECT_EQ(notified(1), "b");
 }
 
-TEST_F(WatchListTest, ChangesNeedTheLock) {
+TEST_F(WatchListTest, changesNeedTheLock) {
    list.add(&a);
    orv::host::main_thread_is();
    std::thread([this] {

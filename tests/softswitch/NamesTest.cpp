@@ -54,7 +54,7 @@ TEST(HeldName, givesItsReferenceBack) {
       HeldName held(names, "a");
       EXPECT_EQ(names.references(held.id()), 1u);
       HeldName moved = std::move(held);
-      EXPECT_EQ(held.id(), Names::none);
+      EXPECT_EQ(held.id(), Names::none);  // NOLINT(bugprone-use-after-move): it is what is tested
       EXPECT_EQ(names.references(moved.id()), 1u);
       moved = HeldName(names, "b");
       EXPECT_EQ(names.text(moved.id()), "b");

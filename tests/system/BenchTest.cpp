@@ -20,16 +20,16 @@ bool mallocKeepsAccount() {
    return mallinfo2().uordblks >= before + block.size();
 }
 
-TEST(Bench, AQuickRunTellsEveryFigure) {
+TEST(Bench, aQuickRunTellsEveryFigure) {
    const TempDir directory("orv-bench-test-");
    Child bench({programPath("orv_bench"), "--quick", "--json", directory / "figures"}, directory / "log");
    ASSERT_EQ(bench.wait(), (Ending{.exitCode = 0})) << bench.log();
    const auto figures = nlohmann::json::parse(std::ifstream(directory / "figures"));
 
-   for (const auto* key :
-        {"unary_ip_route_64", "unary_ip_route_1", "bulk_ip_route_1000", "bulk_nexthop_group_1000",
-         "list_nexthop_groups", "watch_fanout_1", "watch_fanout_100", "event_latency_us",
-         "dump_intf_all_fields", "bulk_stream_entries"}) {
+   for (const auto* key : {"unary_ip_route_64", "unary_ip_route_1", "bulk_ip_route_1000",
+                           "bulk_nexthop_group_1000", "bulk_mpls_route_1000", "bulk_redirect_1000",
+                           "resync_1m_routes_s", "list_nexthop_groups", "watch_fanout_1", "watch_fanout_100",
+                           "event_latency_us", "dump_intf_all_fields", "bulk_stream_entries"}) {
       ASSERT_TRUE(figures.contains(key)) << key;
       const auto& figure = figures.at(key);
       EXPECT_EQ(figure.size(), 4u) << key;
@@ -55,7 +55,7 @@ TEST(Bench, AQuickRunTellsEveryFigure) {
    }
 }
 
-TEST(Bench, AWrongValueIsRefused) {
+TEST(Bench, aWrongValueIsRefused) {
    const TempDir directory("orv-bench-test-");
    Child bench({programPath("orv_bench"), "--routes", "1500"}, directory / "log");
    EXPECT_EQ(bench.wait(), (Ending{.exitCode = 2}));

@@ -19,7 +19,7 @@ namespace {
 
 namespace remote = orv::remote;
 
-TEST(DaemonWatch, TheOperatorsDoingsReachTheWatchersOfAllFour) {
+TEST(DaemonWatch, theOperatorsDoingsReachTheWatchersOfAllFour) {
    TempDir directory("orv-watch-");
    Daemon daemon(programPath("orvsdkrpcd"), directory.path());
    daemon.start();

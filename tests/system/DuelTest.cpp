@@ -82,7 +82,7 @@ protected:
    Daemon daemon_;
 };
 
-TEST_F(Duel, StopUnderBulkLoadIsPromptAndClean) {
+TEST_F(Duel, stopUnderBulkLoadIsPromptAndClean) {
    std::vector<std::unique_ptr<Sender>> senders;
    for (std::uint32_t i = 0; i < 4; ++i) {
       senders.push_back(std::make_unique<Sender>(daemon_.address(), i * demo::routesPerBulk));
@@ -94,7 +94,7 @@ TEST_F(Duel, StopUnderBulkLoadIsPromptAndClean) {
       EXPECT_EQ(sender->complaint(), "");
 }
 
-TEST_F(Duel, StopEndsEveryOpenAliveWatch) {
+TEST_F(Duel, stopEndsEveryOpenAliveWatch) {
    struct Watch {
       grpc::ClientContext context;
       std::unique_ptr<grpc::ClientReader<pb::rpc_server_alive_msg>> reader;
@@ -117,7 +117,7 @@ TEST_F(Duel, StopEndsEveryOpenAliveWatch) {
    EXPECT_EQ(sender.complaint(), "");
 }
 
-TEST_F(Duel, WhatWasAcknowledgedBeforeTheStopIsThereAfterIt) {
+TEST_F(Duel, whatWasAcknowledgedBeforeTheStopIsThereAfterIt) {
    Controller controller(daemon_.address());
    requireAllOk(controller.routes(bulkFrom(0)), demo::routesPerBulk);
    expectOrderlyEnd();

@@ -20,7 +20,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-TEST(Fairness, TheMainLoopAnswersWhileBulksSaturateThePump) {
+TEST(Fairness, theMainLoopAnswersWhileBulksSaturateThePump) {
    const TempDir directory("orv-fairness-");
    Daemon daemon(programPath("orvsdkrpcd"), directory.path());
    daemon.start();
@@ -51,7 +51,7 @@ TEST(Fairness, TheMainLoopAnswersWhileBulksSaturateThePump) {
    EXPECT_LE(std::chrono::nanoseconds(took[(took.size() - 1) * 99 / 100]), pingBound);
 }
 
-TEST(Fairness, BulksGoOnWhileTheConsoleReadsWithoutPause) {
+TEST(Fairness, bulksGoOnWhileTheConsoleReadsWithoutPause) {
    const TempDir directory("orv-fairness-");
    Daemon daemon(programPath("orvsdkrpcd"), directory.path());
    daemon.start();

@@ -110,7 +110,7 @@ protected:
    std::vector<std::unique_ptr<Watcher>> watchers_;
 };
 
-TEST_F(MirrorAcl, ACommitReachesEveryWatcherAndReader) {
+TEST_F(MirrorAcl, aCommitReachesEveryWatcherAndReader) {
    permitTcpTo("web", 80);
    const auto exists = withKey<remote::AclExistsRequest>("web");
    const auto allExists = withKey<remote::AclAllExistsRequest>("web");
@@ -136,7 +136,7 @@ TEST_F(MirrorAcl, ACommitReachesEveryWatcherAndReader) {
    EXPECT_EQ(lists[0].key().acl_name(), "web");
 }
 
-TEST_F(MirrorAcl, ACommitThatFailsAnswersOkAndTellsEveryWatcherLater) {
+TEST_F(MirrorAcl, aCommitThatFailsAnswersOkAndTellsEveryWatcherLater) {
    permitTcpTo("web", 80);
    apply("web", "Ethernet1");
    commit();
@@ -155,7 +155,7 @@ TEST_F(MirrorAcl, ACommitThatFailsAnswersOkAndTellsEveryWatcherLater) {
    EXPECT_TRUE(ok(*reader_, &AclStub::acl_all_exists, withKey<remote::AclAllExistsRequest>("web")).exists());
 }
 
-TEST_F(MirrorAcl, TheControlPlaneAnswersFromTheRules) {
+TEST_F(MirrorAcl, theControlPlaneAnswersFromTheRules) {
    remote::StreamAllowedRequest request;
    request.set_src(std::string("\x0a\0\0\x01", 4));
    request.set_dst(std::string("\x0a\0\0\x02", 4));
@@ -175,7 +175,7 @@ TEST_F(MirrorAcl, TheControlPlaneAnswersFromTheRules) {
    EXPECT_TRUE(allowed(22));
 }
 
-TEST_F(MirrorAcl, WhatTheSwitchRefusesReachesTheClientInItsWords) {
+TEST_F(MirrorAcl, whatTheSwitchRefusesReachesTheClientInItsWords) {
    grpc::ClientContext context;
    remote::AclDelResponse response;
    const grpc::Status status = editor_->acl_del(&context, remote::AclDelRequest(), &response);
@@ -217,7 +217,7 @@ protected:
    std::unique_ptr<AgentStub> two_ = client<remote::AgentService>();
 };
 
-TEST_F(MirrorAgent, AnOptionOfTheConsoleReachesEveryWatcher) {
+TEST_F(MirrorAgent, anOptionOfTheConsoleReachesEveryWatcher) {
    remote::WatchAgentRequest request;
    request.set_ack(true);
    Watch first(*one_, &AgentStub::watch, request);
@@ -250,7 +250,7 @@ TEST_F(MirrorAgent, AnOptionOfTheConsoleReachesEveryWatcher) {
    EXPECT_EQ(names[0].name(), "size");
 }
 
-TEST_F(MirrorAgent, AStatusEntryIsThereForOthersAndAfterAKill) {
+TEST_F(MirrorAgent, aStatusEntryIsThereForOthersAndAfterAKill) {
    auto set = named<remote::AgentStatusSetRequest>("epoch");
    set.set_value("8");
    ok(*one_, &AgentStub::status_set, set);
@@ -267,7 +267,7 @@ TEST_F(MirrorAgent, AStatusEntryIsThereForOthersAndAfterAKill) {
                     .empty());
 }
 
-TEST_F(MirrorAgent, TheAgentTellsOfItsLife) {
+TEST_F(MirrorAgent, theAgentTellsOfItsLife) {
    EXPECT_TRUE(ok(*one_, &AgentStub::enabled, remote::AgentEnabledRequest()).enabled());
    const double first = ok(*one_, &AgentStub::agent_uptime, remote::AgentUptimeRequest()).uptime();
    const double second = ok(*one_, &AgentStub::agent_uptime, remote::AgentUptimeRequest()).uptime();
@@ -283,7 +283,7 @@ TEST_F(MirrorAgent, TheAgentTellsOfItsLife) {
    EXPECT_GE(pong.responded(), pong.received());
 }
 
-TEST_F(MirrorAgent, OpenWatchesDoNotHoldUpTheEnd) {
+TEST_F(MirrorAgent, openWatchesDoNotHoldUpTheEnd) {
    std::vector<std::unique_ptr<Watch>> watches;
    remote::WatchAgentRequest request;
    request.set_ack(true);

@@ -159,7 +159,7 @@ struct Everything {
    const orv::ip_prefix_t endpoint{"192.0.2.0/24"};
 };
 
-TEST_F(Resync, AnEndWithoutAStartRemovesNothingFromAnyManager) {
+TEST_F(Resync, anEndWithoutAStartRemovesNothingFromAnyManager) {
    const Everything everything(*server_);
    ASSERT_EQ(everything.left(), 5);
    const auto response = server_->resync(Phase::RESYNC_END);
@@ -173,7 +173,7 @@ TEST_F(Resync, AnEndWithoutAStartRemovesNothingFromAnyManager) {
    EXPECT_EQ(everything.left(), 0);
 }
 
-TEST_F(Resync, WhatCameBetweenTwoStartsIsStaleUnlessReplayed) {
+TEST_F(Resync, whatCameBetweenTwoStartsIsStaleUnlessReplayed) {
    server_->resync(Phase::RESYNC_START);
    server_->group("one");
    server_->group("both");
@@ -189,7 +189,7 @@ TEST_F(Resync, WhatCameBetweenTwoStartsIsStaleUnlessReplayed) {
    EXPECT_TRUE(server_->hasRoute(2));
 }
 
-TEST_F(Resync, ANoteSetAndDeletedInOneRequestIsGoneAndOthersSurviveARestart) {
+TEST_F(Resync, aNoteSetAndDeletedInOneRequestIsGoneAndOthersSurviveARestart) {
    pb::rpc_server_state_config_msg request;
    for (const char* key : {"kept", "gone"}) {
       auto& pair = *request.add_key_value_pairs();

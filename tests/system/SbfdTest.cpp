@@ -160,7 +160,7 @@ protected:
    std::unique_ptr<fixture::StreamClient<Message>> watch_;
 };
 
-TEST_F(Sbfd, ASessionThatIsSetComesUpAndEveryStreamIsTold) {
+TEST_F(Sbfd, aSessionThatIsSetComesUpAndEveryStreamIsTold) {
    watch_ = watch();
    const auto other = watch();
    set(session(1));
@@ -174,7 +174,7 @@ TEST_F(Sbfd, ASessionThatIsSetComesUpAndEveryStreamIsTold) {
    EXPECT_TRUE(message->bulk(1).bulk_end());
 }
 
-TEST_F(Sbfd, ALinkThatGoesDownIsToldAtOnceAheadOfDetection) {
+TEST_F(Sbfd, aLinkThatGoesDownIsToldAtOnceAheadOfDetection) {
    watch_ = watch();
    // A detection time of half an hour: what is told comes from the interface.
    auto slow = session(1, false, "Ethernet1", 10'000);
@@ -200,7 +200,7 @@ TEST_F(Sbfd, ALinkThatGoesDownIsToldAtOnceAheadOfDetection) {
    EXPECT_THAT(told, ElementsAre(Pair(1, up), Pair(2, up)));
 }
 
-TEST_F(Sbfd, DetectionTellsWhatTheInterfaceDoesNot) {
+TEST_F(Sbfd, detectionTellsWhatTheInterfaceDoesNot) {
    watch_ = watch();
    auto request = session(1);
    request.set_detectionmultiplier(20);
@@ -212,7 +212,7 @@ TEST_F(Sbfd, DetectionTellsWhatTheInterfaceDoesNot) {
    EXPECT_THAT(nextAlive(), ElementsAre(Pair(1, up)));
 }
 
-TEST_F(Sbfd, RoundTripTimesArriveOfSessionsThatHaveThemEnabled) {
+TEST_F(Sbfd, roundTripTimesArriveOfSessionsThatHaveThemEnabled) {
    console("set sbfd default delay 350");
    watch_ = watch();
    set(session(1, true));
@@ -236,7 +236,7 @@ TEST_F(Sbfd, RoundTripTimesArriveOfSessionsThatHaveThemEnabled) {
    }
 }
 
-TEST_F(Sbfd, AResyncDeletesWhatWasNotReplayedAndTellsTheStatusOfTheRest) {
+TEST_F(Sbfd, aResyncDeletesWhatWasNotReplayedAndTellsTheStatusOfTheRest) {
    watch_ = watch();
    set(session(1));
    set(session(2));
@@ -248,7 +248,7 @@ TEST_F(Sbfd, AResyncDeletesWhatWasNotReplayedAndTellsTheStatusOfTheRest) {
    EXPECT_EQ(sessions(), 1u);
 }
 
-TEST_F(Sbfd, SessionsComeUpByThemselvesAfterARestart) {
+TEST_F(Sbfd, sessionsComeUpByThemselvesAfterARestart) {
    watch_ = watch();
    set(session(1));
    await({1}, up);

@@ -14,34 +14,34 @@ namespace {
 using namespace std::chrono_literals;
 namespace pb = OrvSdkRpc::pb;
 
-TEST(Child, TellsItsExitCode) {
+TEST(Child, tellsItsExitCode) {
    EXPECT_EQ(Child({"/bin/sh", "-c", "exit 7"}).wait(), (Ending{.exitCode = 7}));
 }
 
-TEST(Child, TellsTheSignalThatEndedIt) {
+TEST(Child, tellsTheSignalThatEndedIt) {
    Child child({"/bin/cat", "/dev/zero"}, "/dev/null");
    child.kill();
    EXPECT_EQ(child.wait(), (Ending{.exitCode = -1, .signal = SIGKILL}));
 }
 
-TEST(Child, KeepsItsOutput) {
+TEST(Child, keepsItsOutput) {
    const TempDir directory;
    Child child({"/bin/sh", "-c", "echo out; echo err >&2"}, directory / "log");
    child.wait();
    EXPECT_EQ(child.log(), "out\nerr\n");
 }
 
-TEST(Child, AMissingProgramIsAnError) {
+TEST(Child, aMissingProgramIsAnError) {
    EXPECT_THROW(Child({"/no/such/program"}), std::system_error);
 }
 
-TEST(Child, WaitForEndsAtItsLimit) {
+TEST(Child, waitForEndsAtItsLimit) {
    Child child({"/bin/cat", "/dev/zero"}, "/dev/null");
    EXPECT_EQ(child.waitFor(1ms), std::nullopt);
    EXPECT_TRUE(child.running());
 }
 
-TEST(TempDir, GoesWithItsOwner) {
+TEST(TempDir, goesWithItsOwner) {
    std::string path;
    {
       const TempDir directory;
@@ -51,7 +51,7 @@ TEST(TempDir, GoesWithItsOwner) {
    EXPECT_FALSE(std::filesystem::exists(path));
 }
 
-TEST(TempDir, IsKeptOnDemand) {
+TEST(TempDir, isKeptOnDemand) {
    std::string path;
    {
       TempDir directory;
@@ -61,7 +61,7 @@ TEST(TempDir, IsKeptOnDemand) {
    EXPECT_TRUE(std::filesystem::remove(path));
 }
 
-TEST(SwitchView, PrefixText) {
+TEST(SwitchView, prefixText) {
    pb::ip_prefix_msg prefix;
    prefix.mutable_network()->set_address(std::string("\xc0\x00\x02\x00", 4));
    prefix.set_prefix_length(24);
@@ -71,7 +71,7 @@ TEST(SwitchView, PrefixText) {
    EXPECT_EQ(prefixText(prefix), "2001:db8::/32");
 }
 
-TEST(SwitchView, AnEntryFillsAsManySlotsAsItsWeight) {
+TEST(SwitchView, anEntryFillsAsManySlotsAsItsWeight) {
    pb::nexthop_group_msg group;
    auto& nexthop = *group.add_nexthops();
    nexthop.set_intf("Ethernet1");

@@ -1,8 +1,11 @@
 #!/usr/bin/env bash
-# The demonstration: a controller programs a running switch, the switch is killed
-# in the middle and comes back with everything that it had acknowledged.
+# The demonstration: the reference controller programs a running switch, the switch is
+# killed in the middle and comes back with everything that it had acknowledged.
 #
 # usage: demo.sh [BIN_DIR]      BIN_DIR holds orvsdkrpcd and orvctl; $ORV_BIN_DIR, or build/bin
+#
+# demo_controller beside the controller does what that has no words for: it makes up a
+# state, loads routes while it notes what was acknowledged, and compares every item.
 #
 # Ends with 1, and with words, at the first thing that is not as it should be.
 set -u -o pipefail
@@ -15,6 +18,11 @@ controller=$bin/demo_controller
 for program in "$bin/orvsdkrpcd" "$bin/orvctl" "$controller"; do
    [ -x "$program" ] || { echo "no program $program, expected it to be built" >&2; exit 1; }
 done
+
+# The system's own Python, which sees the system's gRPC and protobuf packages.
+python=/usr/bin/python3
+package=$here/../../clients/python
+[ -x "$python" ] || { echo "no $python" >&2; exit 1; }
 
 work=$(mktemp -d "${TMPDIR:-/tmp}/orv-demo-XXXXXX") || exit 1
 socket=$work/rpc.sock
@@ -54,6 +62,24 @@ run() {
    out=$(orvctl "$@" 2>&1) || fail "orvctl $* ended with $?: $out"
    [ -z "$out" ] || printf '%s\n' "$out" | sed 's/^/     /'
 }
+# Runs the reference controller in the given mode, shows its words, and fails unless it ends with the code.
+controller_says=
+controls() {
+   local wanted=$1 code=0
+   shift
+   printf '   $ orv-controller %s\n' "$*"
+   controller_says=$(PYTHONPATH=$package "$python" -B -m orv_controller --target "$target" \
+      --state "$work/state.json" --show 2 "$@" 2>&1) || code=$?
+   printf '%s\n' "$controller_says" | sed 's/^/     /'
+   [ "$code" -eq "$wanted" ] || fail "orv-controller $* ended with $code, not with $wanted"
+}
+expect_says() {
+   case $controller_says in
+   *"$1"*) ;;
+   *) fail "the controller should say '$1'" ;;
+   esac
+}
+state() { "$controller" state "$@" >"$work/state.json" || fail "no state to want"; }
 verify() {
    local out
    out=$("$controller" verify --console "$console" "$@" 2>&1) || fail "$out"
@@ -70,29 +96,15 @@ start_daemon() {
    done
    fail "the daemon does not serve"
 }
-# expect_exists WHAT yes|no: a line of what init tells.
-init_tells=
-init() {
-   printf '   $ orvctl init\n'
-   init_tells=$(orvctl init 2>&1) || fail "orvctl init: $init_tells"
-   printf '%s\n' "$init_tells" | sed 's/^/     /'
-}
-expect_exists() {
-   printf '%s\n' "$init_tells" | grep -Eq "^ *$1 +$2\$" || fail "init should tell '$1: $2'"
-}
-
 chapter "A switch starts with an empty state directory"
 start_daemon
 say "orvsdkrpcd runs as process $daemon, serves gRPC on a unix socket and a console on another."
-init
-expect_exists "IP routes" no
-expect_exists "nexthop groups" no
 
-chapter "A controller programs 1,000 nexthop groups and 100,000 routes in bulks of 1,000"
-"$controller" groups 1000 >"$work/groups.json" || fail "no groups to send"
-"$controller" routes 0 100000 >"$work/routes.txt" || fail "no routes to send"
-(cd "$work" && run nhg set --file groups.json) || exit 1
-(cd "$work" && run route load routes.txt) || exit 1
+chapter "A controller programs 1,000 nexthop groups, 100,000 routes and a few of everything else"
+state --routes 100000
+controls 0 once
+expect_says "the switch is empty"
+expect_says "in sync"
 
 chapter "The console, which does not go through the API, sees the same"
 run console show counters
@@ -114,23 +126,28 @@ wait "$loader"
 [ $? -eq 3 ] || fail "the controller did not notice that the switch went away"
 loader=
 acknowledged=$(tail -n 1 "$work/acknowledged")
-say "Another $acknowledged routes were acknowledged when the process died; the bulk behind them was not."
+say "Another $acknowledged routes, loaded beside it, were acknowledged when the process died; the bulk behind them was not."
 
 chapter "It starts again on what is left"
 start_daemon
-init
-expect_exists "IP routes" yes
-expect_exists "nexthop groups" yes
 verify --groups 1000 --routes 100000 --acknowledged "$work/acknowledged" --in-flight 1000
 
-chapter "The controller replays half of its state; the other half goes at the end"
-head -n 500 "$work/groups.json" >"$work/half-groups.json"
-head -n 50000 "$work/routes.txt" >"$work/half-routes.txt"
-(cd "$work" && run resync start) || exit 1
-(cd "$work" && run nhg set --file half-groups.json) || exit 1
-(cd "$work" && run route load half-routes.txt) || exit 1
-(cd "$work" && run resync end) || exit 1
+chapter "Half of the state is wanted from now on: the controller meets a new process and replays, the rest goes"
+state --groups 500 --routes 50000
+controls 0 once
+expect_says "resync: replaying"
+expect_says "in sync"
 verify --groups 500 --routes 50000
+
+chapter "One change more: the controller knows what the switch holds, and sends the difference"
+state --groups 500 --routes 49999
+controls 4 diff
+expect_says "- route"
+controls 0 once
+expect_says "programming 1 changes"
+verify --groups 500 --routes 49999
+controls 0 diff
+expect_says "no difference"
 
 chapter "An orderly stop leaves no socket and no lock behind"
 kill -TERM "$daemon"

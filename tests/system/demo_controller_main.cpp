@@ -1,7 +1,5 @@
 // demo_controller: the parts of the demonstration that a shell cannot do: knowing
 // which bulk was acknowledged, and comparing every item.
-#include <google/protobuf/util/json_util.h>
-
 #include <CLI/CLI.hpp>
 #include <cstdio>
 #include <exception>
@@ -16,21 +14,37 @@ namespace {
 
 using namespace systest;
 
-void printGroups(std::uint32_t count) {
-   for (std::uint32_t i = 0; i < count; ++i) {
-      std::string line;
-      if (!google::protobuf::util::MessageToJsonString(demo::group(i), &line).ok()) {
-         throw std::runtime_error("a group that has no JSON");
+// The state file of the reference controller: groups 0 to `groups`, routes 0 to `routes`, and a few of every
+// other kind.
+void printState(std::uint32_t groups, std::uint32_t routes) {
+   std::cout << "{\"config\": {\"policy_map\": \"cbf\"},\n\"groups\": [";
+   for (std::uint32_t i = 0; i < groups; ++i) {
+      const auto group = demo::group(i);
+      std::cout << (i ? ",\n" : "\n") << "{\"name\": \"" << group.name() << "\", \"nexthops\": [";
+      for (int n = 0; n < group.nexthops_size(); ++n) {
+         const auto& hop = group.nexthops(n);
+         std::cout << (n ? ", " : "") << "{\"intf\": \"" << hop.intf() << "\", \"address\": \""
+                   << addressText(hop.address()) << "\", \"op\": \"push\", \"labels\": ["
+                   << hop.mpls_labels(0) << "]}";
       }
-      std::cout << line << '\n';
+      std::cout << "]}";
    }
-}
-
-void printRoutes(std::uint32_t first, std::uint32_t count) {
-   for (std::uint32_t i = first; i < first + count; ++i) {
+   std::cout << "],\n\"routes\": [";
+   for (std::uint32_t i = 0; i < routes; ++i) {
       const auto route = demo::route(i);
-      std::cout << prefixText(route.prefix()) << ' ' << route.nexthop_group_name() << '\n';
+      std::cout << (i ? ",\n" : "\n") << "{\"prefix\": \"" << prefixText(route.prefix())
+                << "\", \"group\": \"" << route.nexthop_group_name() << "\"}";
    }
+   const auto first = demo::group(0);
+   const auto second = demo::group(1);
+   const auto& hop = first.nexthops(0);
+   std::cout << "],\n\"tunnels\": [{\"endpoint\": \"198.51.100.1/32\", \"group\": \"" << first.name()
+             << "\", \"metric\": 10}],\n\"labels\": [{\"label\": 1000, \"group\": \"" << first.name()
+             << "\"}, {\"label\": 1001, \"vrf\": \"red\"}],\n\"redirects\": [{\"match\": \"" << first.name()
+             << "\", \"redirect\": \"" << second.name()
+             << "\", \"ipv4_dscp\": [46], \"ipv6_dscp\": [46]}],\n\"sessions\": [{\"nexthop\": \""
+             << addressText(hop.address()) << "\", \"intf\": \"" << hop.intf()
+             << "\", \"min_tx\": 50, \"multiplier\": 3}]}\n";
 }
 
 // Notes in `acknowledged` after each bulk how many routes from the first on the switch has answered OK to.
@@ -109,11 +123,9 @@ int main(int argc, char** argv) {
    std::uint32_t groups = demo::groupCount;
    std::uint32_t inFlight = 0;
 
-   auto* printGroupsCommand = app.add_subcommand("groups", "Print groups as JSON lines");
-   printGroupsCommand->add_option("count", count)->required();
-   auto* printRoutesCommand = app.add_subcommand("routes", "Print routes as 'PREFIX GROUP' lines");
-   printRoutesCommand->add_option("first", first)->required();
-   printRoutesCommand->add_option("count", count)->required();
+   auto* stateCommand = app.add_subcommand("state", "Print a state file of the reference controller");
+   stateCommand->add_option("--groups", groups);
+   stateCommand->add_option("--routes", count)->required();
    auto* loadCommand =
         app.add_subcommand("load", "Send routes in bulks of 1,000 and note what was acknowledged");
    loadCommand->add_option("--target", target)->required();
@@ -128,8 +140,7 @@ int main(int argc, char** argv) {
    verifyCommand->add_option("--in-flight", inFlight, "So many behind them may be there");
    CLI11_PARSE(app, argc, argv);
    try {
-      if (printGroupsCommand->parsed()) printGroups(count);
-      if (printRoutesCommand->parsed()) printRoutes(first, count);
+      if (stateCommand->parsed()) printState(groups, count);
       if (loadCommand->parsed() && !load(target, first, count, acknowledged)) return 3;
       if (verifyCommand->parsed()) {
          const auto routes = count + (acknowledged.empty() ? 0 : lastNote(acknowledged));

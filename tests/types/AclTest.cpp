@@ -6,7 +6,7 @@ namespace {
 
 using namespace types_test;
 using namespace OrvSdkRpc::types;
-using std::string_literals::operator""s;
+using namespace std::string_literals;
 namespace remote = orv::remote;
 
 const auto kConvert = [](const auto& value) { return convert(value); };
@@ -80,7 +80,7 @@ orv::acl_rule_ip_t ipRule() {
    return rule;
 }
 
-TEST(AclTest, EveryFieldOfAnEthernetRule) {
+TEST(AclTest, everyFieldOfAnEthernetRule) {
    EXPECT_EQ(convert(parsed<remote::AclRuleEth>(kEthRule)), ethRule());
    auto message = parsed<remote::AclRuleEth>(kEthRule);
    message.set_source_mask("\0\0\0\xff\xff\xff"s);
@@ -88,19 +88,19 @@ TEST(AclTest, EveryFieldOfAnEthernetRule) {
    EXPECT_TRUE(same(convert(ethRule()), message)) << "masks are complemented on their way out";
 }
 
-TEST(AclTest, EveryFieldOfAnIpRule) {
+TEST(AclTest, everyFieldOfAnIpRule) {
    EXPECT_EQ(convert(parsed<remote::AclRuleIp>(kIpRule)), ipRule());
    EXPECT_TRUE(same(convert(ipRule()), parsed<remote::AclRuleIp>(kIpRule)));
 }
 
-TEST(AclTest, GroupsThatAreLeftOutLeaveTheSdksDefault) {
+TEST(AclTest, groupsThatAreLeftOutLeaveTheSdksDefault) {
    EXPECT_EQ(convert(remote::AclRuleEth()), orv::acl_rule_eth_t());
    EXPECT_EQ(convert(remote::AclRuleIp()), orv::acl_rule_ip_t());
    EXPECT_EQ(convert(remote::AclTtlSpec()), orv::acl_ttl_spec_t());
    EXPECT_EQ(convert(remote::AclPortSpec()), orv::acl_port_spec_t());
 }
 
-TEST(AclTest, GroupsThatHoldZeroAreApplied) {
+TEST(AclTest, groupsThatHoldZeroAreApplied) {
    const auto eth = convert(parsed<remote::AclRuleEth>("vlan_mask: 0 inner_vlan_mask: 0 eth_protocol: 0"));
    EXPECT_EQ(eth.vlan_mask(), 0);
    EXPECT_EQ(eth.inner_vlan_mask(), 0);
@@ -117,7 +117,7 @@ TEST(AclTest, GroupsThatHoldZeroAreApplied) {
    EXPECT_EQ(refusalOf([&] { convert(message); }), invalidArgument("Unknown value for Acl IP type: 0"));
 }
 
-TEST(AclTest, EveryGroupIsSetOnTheWayOut) {
+TEST(AclTest, everyGroupIsSetOnTheWayOut) {
    const auto eth = convert(orv::acl_rule_eth_t());
    EXPECT_TRUE(eth.base().has_action() && eth.has_vlan_mask() && eth.has_inner_vlan_mask() &&
                eth.has_eth_protocol());
@@ -128,7 +128,7 @@ TEST(AclTest, EveryGroupIsSetOnTheWayOut) {
    EXPECT_TRUE(ip.has_source_addr() && ip.has_destination_addr());
 }
 
-TEST(AclTest, AnEthernetRuleIsRefusedInTheOrderOfItsFields) {
+TEST(AclTest, anEthernetRuleIsRefusedInTheOrderOfItsFields) {
    expectFirstIsTold<remote::AclRuleEth>(
         parsed<remote::AclRuleEth>(kEthRule), kConvert,
         {{[](auto& m) { m.mutable_base()->set_action(static_cast<remote::AclAction>(3)); },
@@ -144,7 +144,7 @@ TEST(AclTest, AnEthernetRuleIsRefusedInTheOrderOfItsFields) {
          {[](auto& m) { m.set_destination_mask("1234567"); }, badMac(7)}});
 }
 
-TEST(AclTest, AnIpRuleIsRefusedInTheOrderOfItsFields) {
+TEST(AclTest, anIpRuleIsRefusedInTheOrderOfItsFields) {
    const auto oper = static_cast<remote::AclRangeOperator>(7);
    const auto badOper = invalidArgument("Unknown value for Acl range operator: 7");
    expectFirstIsTold<remote::AclRuleIp>(
@@ -179,12 +179,12 @@ TEST(AclTest, AnIpRuleIsRefusedInTheOrderOfItsFields) {
          {[](auto& m) { m.set_priority_mask(259); }, invalidArgument("priority mask 259 is out of range")}});
 }
 
-TEST(AclTest, OfSeveralPortsTheFirstBadOneIsTold) {
+TEST(AclTest, ofSeveralPortsTheFirstBadOneIsTold) {
    EXPECT_EQ(refusalOf([] { convert(parsed<remote::AclPortSpec>("ports: 80 ports: 70000 ports: 80000")); }),
              invalidArgument("port 70000 is out of range"));
 }
 
-TEST(AclTest, BadMembersOfTheSdkDoNotLeave) {
+TEST(AclTest, badMembersOfTheSdkDoNotLeave) {
    orv::acl_rule_ip_t rule;
    rule.destination_addr_is({orv::ip_addr_t(7, ""), 8});
    EXPECT_EQ(refusalOf([&] { convert(rule); }), unsupported("Unknown address family on conversion from SDK"));
@@ -195,13 +195,13 @@ TEST(AclTest, BadMembersOfTheSdkDoNotLeave) {
    EXPECT_EQ(refusalOf([&] { convert(rule); }), invalidArgument("Unknown value for Acl action: 3"));
 }
 
-TEST(AclTest, RoundTrips) {
+TEST(AclTest, roundTrips) {
    expectRoundTrips<orv::acl_rule_ip_t>(kConvert, kConvert);
    expectRoundTrips<orv::acl_ttl_spec_t>(kConvert, kConvert);
    expectRoundTrips<orv::acl_port_spec_t>(kConvert, kConvert);
 }
 
-TEST(AclTest, AnEthernetRuleThatIsReadAndWrittenBackHasItsMasksTurnedOver) {
+TEST(AclTest, anEthernetRuleThatIsReadAndWrittenBackHasItsMasksTurnedOver) {
    expectRoundTrips<orv::acl_rule_eth_t>(kConvert, kConvert, [](orv::acl_rule_eth_t rule) {
       const auto turned = [](const orv::eth_addr_t& mask) {
          std::array<std::uint8_t, 6> bytes{};

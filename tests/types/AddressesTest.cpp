@@ -6,11 +6,11 @@ namespace {
 
 using namespace types_test;
 using namespace OrvSdkRpc::types;
-using std::string_literals::operator""s;
+using namespace std::string_literals;
 
 const std::string kSixteen = "\x20\x01\x0d\xb8\0\0\0\0\0\0\0\0\0\0\0\x01"s;
 
-TEST(AddressesTest, IpAddressesAreJudgedByTheirLengthAlone) {
+TEST(AddressesTest, ipAddressesAreJudgedByTheirLengthAlone) {
    EXPECT_EQ(ip_addr(""), orv::ip_addr_t());
    EXPECT_EQ(ip_addr("").af(), 0);
    EXPECT_EQ(ip_addr("\x0a\0\0\x01"s), orv::ip_addr_t("10.0.0.1"));
@@ -21,7 +21,7 @@ TEST(AddressesTest, IpAddressesAreJudgedByTheirLengthAlone) {
    EXPECT_EQ(ip_addr("\0\0\0\0\0\0\0\0\0\0\xff\xff\x0a\0\0\x01"s).af(), 6);
 }
 
-TEST(AddressesTest, EveryOtherLengthIsRefusedAndShown) {
+TEST(AddressesTest, everyOtherLengthIsRefusedAndShown) {
    for (std::size_t length = 0; length <= 40; ++length) {
       if (length == 0 || length == 4 || length == 16) continue;
       SCOPED_TRACE(length);
@@ -32,7 +32,7 @@ TEST(AddressesTest, EveryOtherLengthIsRefusedAndShown) {
              invalidArgument("bytes length 8 does not match IPv4(4) or IPv6(16)"));
 }
 
-TEST(AddressesTest, IpAddressesGoOutAsTheBytesOfTheirFamily) {
+TEST(AddressesTest, ipAddressesGoOutAsTheBytesOfTheirFamily) {
    EXPECT_EQ(ip_addr_bytes(orv::ip_addr_t()), "");
    EXPECT_EQ(ip_addr_bytes(orv::ip_addr_t("10.0.0.1")), "\x0a\0\0\x01"s);
    EXPECT_EQ(ip_addr_bytes(orv::ip_addr_t("0.0.0.0")), "\0\0\0\0"s);
@@ -41,7 +41,7 @@ TEST(AddressesTest, IpAddressesGoOutAsTheBytesOfTheirFamily) {
 }
 
 // The two wordings tell apart how a field is written.
-TEST(AddressesTest, AnUnknownFamilyHasTwoWordings) {
+TEST(AddressesTest, anUnknownFamilyHasTwoWordings) {
    for (int af = 0; af <= 255; ++af) {
       SCOPED_TRACE(af);
       const orv::ip_addr_t addr(static_cast<std::uint8_t>(af), kSixteen.data());
@@ -57,7 +57,7 @@ TEST(AddressesTest, AnUnknownFamilyHasTwoWordings) {
    }
 }
 
-TEST(AddressesTest, MacAddressesHaveSixBytesOrNone) {
+TEST(AddressesTest, macAddressesHaveSixBytesOrNone) {
    EXPECT_EQ(eth_addr(""), orv::eth_addr_t());
    EXPECT_EQ(eth_addr("\0\0\x5e\x0a\x0b\x0c"s), orv::eth_addr_t("00:00:5e:0a:0b:0c"));
    for (std::size_t length = 1; length <= 20; ++length) {
@@ -68,7 +68,7 @@ TEST(AddressesTest, MacAddressesHaveSixBytesOrNone) {
    }
 }
 
-TEST(AddressesTest, MacAddressesGoOutAsSixBytesAlways) {
+TEST(AddressesTest, macAddressesGoOutAsSixBytesAlways) {
    EXPECT_EQ(eth_addr_bytes(orv::eth_addr_t("00:00:5e:0a:0b:0c"), false), "\0\0\x5e\x0a\x0b\x0c"s);
    EXPECT_EQ(eth_addr_bytes(orv::eth_addr_t("ff:ff:ff:00:00:0f"), true), "\0\0\0\xff\xff\xf0"s);
    // The null address came as no bytes and leaves as six.
@@ -76,7 +76,7 @@ TEST(AddressesTest, MacAddressesGoOutAsSixBytesAlways) {
    EXPECT_EQ(eth_addr_bytes(eth_addr(""), true), std::string(6, '\xff'));
 }
 
-TEST(AddressesTest, RoundTrips) {
+TEST(AddressesTest, roundTrips) {
    for (std::uint64_t seed = 1; seed <= roundTripSeeds; ++seed) {
       support::ValueSource source(seed);
       const auto addr = support::generate<orv::ip_addr_t>(source);

@@ -11,7 +11,7 @@ using namespace types_test;
 using OrvSdkRpc::types::convert;
 namespace remote = orv::remote;
 
-TEST(BgpPathTest, TheStageOfAQueryIsHandedOnUnchecked) {
+TEST(BgpPathTest, theStageOfAQueryIsHandedOnUnchecked) {
    EXPECT_EQ(convert(remote::BgpPathOptions()), orv::bgp_path_options_t());
    for (const std::uint32_t stage : {0U, 1U, 2U, 3U, 256U, 4294967295U}) {
       remote::BgpPathOptions message;
@@ -20,7 +20,7 @@ TEST(BgpPathTest, TheStageOfAQueryIsHandedOnUnchecked) {
    }
 }
 
-TEST(BgpPathTest, TheAttributesOfAQuery) {
+TEST(BgpPathTest, theAttributesOfAQuery) {
    for (const bool nextHop : {false, true}) {
       for (const bool communityList : {false, true}) {
          remote::BgpPathOptions message;
@@ -33,7 +33,7 @@ TEST(BgpPathTest, TheAttributesOfAQuery) {
    }
 }
 
-TEST(BgpPathTest, EveryFieldOfAPathArrives) {
+TEST(BgpPathTest, everyFieldOfAPathArrives) {
    for (std::uint64_t seed = 1; seed <= roundTripSeeds; ++seed) {
       SCOPED_TRACE(seed);
       support::ValueSource source(seed);
@@ -50,14 +50,14 @@ TEST(BgpPathTest, EveryFieldOfAPathArrives) {
    }
 }
 
-TEST(BgpPathTest, SubMessagesAreThereAlways) {
+TEST(BgpPathTest, subMessagesAreThereAlways) {
    const remote::BgpPath message = convert(orv::bgp_path_t());
    EXPECT_TRUE(message.has_path_key());
    EXPECT_TRUE(message.has_path_attr());
    EXPECT_EQ(message.path_attr().next_hop(), "");
 }
 
-TEST(BgpPathTest, AnAddressOfAnUnknownFamilyDoesNotGoOut) {
+TEST(BgpPathTest, anAddressOfAnUnknownFamilyDoesNotGoOut) {
    orv::bgp_path_attr_t attr;
    attr.next_hop_is(orv::ip_addr_t(5, nullptr));
    EXPECT_EQ(refusalOf([&] { convert(attr); }), invalidArgument("Unknown address family: 5"));

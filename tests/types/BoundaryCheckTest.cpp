@@ -14,14 +14,14 @@ using namespace types_test;
 using OrvSdkRpc::boundaryCheck;
 namespace remote = orv::remote;
 
-TEST(BoundaryCheckTest, NarrowsWhatLiesWithinTheLimits) {
+TEST(BoundaryCheckTest, narrowsWhatLiesWithinTheLimits) {
    EXPECT_EQ(boundaryCheck<std::uint16_t>(0U, "x {}", 0U, 65535U), 0);
    EXPECT_EQ(boundaryCheck<std::uint16_t>(65535U, "x {}", 0U, 65535U), 65535);
    EXPECT_EQ(boundaryCheck<std::uint8_t>(255U, "x {}", 0U, 255U), 255);
    EXPECT_EQ(boundaryCheck<std::uint16_t>(7U, "x {}", 7U, 7U), 7);
 }
 
-TEST(BoundaryCheckTest, RefusesInTheWordsOfItsCaller) {
+TEST(BoundaryCheckTest, refusesInTheWordsOfItsCaller) {
    EXPECT_EQ(refusalOf([] { boundaryCheck<std::uint16_t>(65536U, "length {} is odd", 0U, 65535U); }),
              invalidArgument("length 65536 is odd"));
    EXPECT_EQ(refusalOf([] { boundaryCheck<std::uint8_t>(4294967295U, "{} is too much", 0U, 255U); }),
@@ -30,7 +30,7 @@ TEST(BoundaryCheckTest, RefusesInTheWordsOfItsCaller) {
              invalidArgument("6 is below 7"));
 }
 
-TEST(BoundaryCheckTest, LimitsAreTheTargetsWhereNoneAreGiven) {
+TEST(BoundaryCheckTest, limitsAreTheTargetsWhereNoneAreGiven) {
    EXPECT_EQ(boundaryCheck<std::uint8_t>(0U, "{}"), 0);
    EXPECT_EQ(boundaryCheck<std::uint8_t>(255U, "{}"), 255);
    EXPECT_EQ(refusalOf([] { boundaryCheck<std::uint8_t>(256U, "{}"); }), invalidArgument("256"));
@@ -121,7 +121,7 @@ std::vector<Field> narrowedFields() {
    };
 }
 
-TEST(BoundaryCheckTest, EveryNarrowedFieldHasItsLimitsAndWords) {
+TEST(BoundaryCheckTest, everyNarrowedFieldHasItsLimitsAndWords) {
    const auto fields = narrowedFields();
    EXPECT_EQ(fields.size(), 23U);
    for (const Field& f : fields) {
@@ -138,7 +138,7 @@ TEST(BoundaryCheckTest, EveryNarrowedFieldHasItsLimitsAndWords) {
 }
 
 // The limits are those of the SDK's field: what no switch accepts within them is the SDK's to refuse.
-TEST(BoundaryCheckTest, WhatNoSwitchAcceptsPassesWhereItFits) {
+TEST(BoundaryCheckTest, whatNoSwitchAcceptsPassesWhereItFits) {
    remote::AclRuleIp rule;
    rule.set_vlan(4095);
    rule.set_icmp_type(256);

@@ -12,7 +12,7 @@ namespace remote = orv::remote;
 const auto toSdk = [](const auto& message) { return convert(message); };
 const auto toWire = [](const auto& value) { return convert(value); };
 
-TEST(ClassMapTest, FieldsGoWhereTheyBelong) {
+TEST(ClassMapTest, fieldsGoWhereTheyBelong) {
    const auto message = parsed<remote::ClassMap>(R"(
       key { name: "c" feature: POLICY_FEATURE_PBR }
       rules { key: 4294967295 value { acl_key { acl_name: "a" acl_type: ACL_TYPE_IPV6 } } }
@@ -24,12 +24,12 @@ TEST(ClassMapTest, FieldsGoWhereTheyBelong) {
    EXPECT_EQ(map.rules().at(0), orv::class_map_rule_t());
 }
 
-TEST(ClassMapTest, NothingGivenIsADefaultMap) {
+TEST(ClassMapTest, nothingGivenIsADefaultMap) {
    EXPECT_EQ(convert(remote::ClassMap()), orv::class_map_t());
    EXPECT_EQ(convert(remote::ClassMapRule()), orv::class_map_rule_t());
 }
 
-TEST(ClassMapTest, TheFirstBadFieldIsTold) {
+TEST(ClassMapTest, theFirstBadFieldIsTold) {
    const auto good = parsed<remote::ClassMap>("rules { key: 1 } rules { key: 2 }");
    const auto badRule = [](std::uint32_t key, int type) {
       return [key, type](remote::ClassMap& m) {
@@ -45,7 +45,7 @@ TEST(ClassMapTest, TheFirstBadFieldIsTold) {
          {badRule(3'000'000'000, 7), invalidArgument("Unknown value for Acl type: 7")}});
 }
 
-TEST(ClassMapTest, RoundTrips) {
+TEST(ClassMapTest, roundTrips) {
    expectRoundTrips<orv::class_map_t>(toWire, toSdk);
    expectRoundTrips<orv::class_map_rule_t>(toWire, toSdk);
 }

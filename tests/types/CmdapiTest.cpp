@@ -9,7 +9,7 @@ using namespace types_test;
 using OrvSdkRpc::types::convert;
 namespace remote = orv::remote;
 
-TEST(CmdapiTest, FieldsGoWhereTheyBelong) {
+TEST(CmdapiTest, fieldsGoWhereTheyBelong) {
    orv::cmdapi_response_t response({"b", "a", "b"});
    response.error_code_is(4294967295U);
    response.error_message_is("e");
@@ -20,7 +20,7 @@ TEST(CmdapiTest, FieldsGoWhereTheyBelong) {
    EXPECT_TRUE(same(convert(orv::cmdapi_response_t()), remote::CmdapiResponse()));
 }
 
-TEST(CmdapiTest, EveryFieldOfAResponseArrives) {
+TEST(CmdapiTest, everyFieldOfAResponseArrives) {
    for (std::uint64_t seed = 1; seed <= roundTripSeeds; ++seed) {
       SCOPED_TRACE(seed);
       support::ValueSource source(seed);

@@ -10,7 +10,7 @@ using namespace types_test;
 using namespace OrvSdkRpc::types;
 namespace remote = orv::remote;
 
-TEST(ContainersTest, ASetFoldsWhatIsEqualOnceConverted) {
+TEST(ContainersTest, aSetFoldsWhatIsEqualOnceConverted) {
    google::protobuf::RepeatedField<std::uint32_t> numbers;
    for (const std::uint32_t number : {7U, 17U, 8U, 27U})
       numbers.Add(number);
@@ -23,7 +23,7 @@ TEST(ContainersTest, ASetFoldsWhatIsEqualOnceConverted) {
    EXPECT_TRUE(setOf<std::set<std::string>>(google::protobuf::RepeatedPtrField<std::string>()).empty());
 }
 
-TEST(ContainersTest, AMapKeepsItsKeysWholeAndIsJudgedInTheirOrder) {
+TEST(ContainersTest, aMapKeepsItsKeysWholeAndIsJudgedInTheirOrder) {
    google::protobuf::Map<std::uint32_t, std::string> map;
    std::map<std::uint32_t, std::size_t> expected;
    std::vector<std::string> rising;
@@ -47,7 +47,7 @@ TEST(ContainersTest, AMapKeepsItsKeysWholeAndIsJudgedInTheirOrder) {
    EXPECT_EQ(asked, rising);
 }
 
-TEST(ContainersTest, MapkvConvertsEachValueUnderItsKey) {
+TEST(ContainersTest, mapkvConvertsEachValueUnderItsKey) {
    std::map<std::uint32_t, orv::class_map_rule_t> rules;
    rules.emplace(0, orv::class_map_rule_t(orv::acl_key_t("a", orv::acl_type_t::ipv4)));
    rules.emplace(4294967295U, orv::class_map_rule_t(orv::acl_key_t("b", orv::acl_type_t::ipv6)));
@@ -60,7 +60,7 @@ TEST(ContainersTest, MapkvConvertsEachValueUnderItsKey) {
                     parsed<remote::ClassMapRule>("acl_key { acl_name: 'b' acl_type: ACL_TYPE_IPV6 }")));
 }
 
-TEST(ContainersTest, TheFailureOfOneEntryEndsTheWhole) {
+TEST(ContainersTest, theFailureOfOneEntryEndsTheWhole) {
    std::map<std::uint32_t, orv::class_map_rule_t> rules;
    rules.emplace(1, orv::class_map_rule_t(orv::acl_key_t("a", orv::acl_type_t::ipv4)));
    rules.emplace(2, orv::class_map_rule_t(orv::acl_key_t("b", static_cast<orv::acl_type_t>(5))));

@@ -9,7 +9,7 @@ using namespace types_test;
 using OrvSdkRpc::types::convert;
 namespace remote = orv::remote;
 
-TEST(CountersTest, EveryCounterOfAnInterfaceGoesWhereItBelongs) {
+TEST(CountersTest, everyCounterOfAnInterfaceGoesWhereItBelongs) {
    orv::intf_counters_t counters;
    counters.out_ucast_pkts_is(18446744073709551615U);
    counters.out_multicast_pkts_is(2);
@@ -30,7 +30,7 @@ TEST(CountersTest, EveryCounterOfAnInterfaceGoesWhereItBelongs) {
       out_discards: 9 out_errors: 10 in_discards: 11 in_errors: 12 sample_time: 13.25)")));
 }
 
-TEST(CountersTest, EveryRateGoesWhereItBelongs) {
+TEST(CountersTest, everyRateGoesWhereItBelongs) {
    orv::intf_traffic_rates_t counters;
    counters.out_pkts_rate_is(1.25);
    counters.in_pkts_rate_is(2.25);
@@ -41,7 +41,7 @@ TEST(CountersTest, EveryRateGoesWhereItBelongs) {
       out_pkts_rate: 1.25 in_pkts_rate: 2.25 out_bits_rate: 3.25 in_bits_rate: 4.25 sample_time: 5.25)")));
 }
 
-TEST(CountersTest, EveryCounterOfAPortGoesWhereItBelongs) {
+TEST(CountersTest, everyCounterOfAPortGoesWhereItBelongs) {
    orv::eth_phy_intf_counters_t counters;
    counters.single_collision_frames_is(18446744073709551615U);
    counters.multiple_collision_frames_is(2);
@@ -70,7 +70,7 @@ TEST(CountersTest, EveryCounterOfAPortGoesWhereItBelongs) {
       in_unknown_opcodes: 15 out_pause_frames: 16 in_pause_frames: 17 fragments: 18 jabbers: 19)")));
 }
 
-TEST(CountersTest, EveryBinGoesWhereItBelongs) {
+TEST(CountersTest, everyBinGoesWhereItBelongs) {
    orv::eth_phy_intf_bin_counters_t counters;
    counters.in_64_octet_frames_is(18446744073709551615U);
    counters.in_65_to_127_octet_frames_is(2);
@@ -95,7 +95,7 @@ TEST(CountersTest, EveryBinGoesWhereItBelongs) {
       out_1523_to_max_octet_frames: 14)")));
 }
 
-TEST(CountersTest, ACounterOfAGroupsEntryDoesNotNameItsEntry) {
+TEST(CountersTest, aCounterOfAGroupsEntryDoesNotNameItsEntry) {
    orv::nexthop_group_entry_counter_t counters;
    counters.packets_is(18446744073709551615U);
    counters.bytes_is(2);

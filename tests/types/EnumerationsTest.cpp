@@ -159,7 +159,7 @@ const std::set<std::string> kOutputOnly = {
 };
 const std::set<std::string> kInputOnly = {"IpRouteActions"};
 
-TEST(EnumerationsTest, NoEnumerationOfTheWireIsMissing) {
+TEST(EnumerationsTest, noEnumerationOfTheWireIsMissing) {
    std::set<std::string> tested;
    for (const Row& r : rows())
       EXPECT_TRUE(tested.insert(r.wireName).second) << r.wireName;
@@ -170,7 +170,7 @@ TEST(EnumerationsTest, NoEnumerationOfTheWireIsMissing) {
    EXPECT_EQ(tested, declared);
 }
 
-TEST(EnumerationsTest, TheWireNamesEveryNumberThatItMayCarryAndNoOther) {
+TEST(EnumerationsTest, theWireNamesEveryNumberThatItMayCarryAndNoOther) {
    for (const Row& r : rows()) {
       SCOPED_TRACE(r.wireName);
       const auto* const file = google::protobuf::GetEnumDescriptor<remote::AclType>()->file();
@@ -184,7 +184,7 @@ TEST(EnumerationsTest, TheWireNamesEveryNumberThatItMayCarryAndNoOther) {
    }
 }
 
-TEST(EnumerationsTest, DirectionsThatDoNotExist) {
+TEST(EnumerationsTest, directionsThatDoNotExist) {
    for (const Row& r : rows()) {
       SCOPED_TRACE(r.wireName);
       EXPECT_EQ(!r.sdkOf, kOutputOnly.contains(r.wireName));
@@ -192,7 +192,7 @@ TEST(EnumerationsTest, DirectionsThatDoNotExist) {
    }
 }
 
-TEST(EnumerationsTest, WireToSdk) {
+TEST(EnumerationsTest, wireToSdk) {
    for (const Row& r : rows()) {
       if (!r.sdkOf) continue;
       SCOPED_TRACE(r.wireName);
@@ -212,7 +212,7 @@ TEST(EnumerationsTest, WireToSdk) {
    }
 }
 
-TEST(EnumerationsTest, SdkToWire) {
+TEST(EnumerationsTest, sdkToWire) {
    for (const Row& r : rows()) {
       if (!r.wireOf) continue;
       SCOPED_TRACE(r.wireName);
@@ -230,7 +230,7 @@ TEST(EnumerationsTest, SdkToWire) {
 }
 
 // Single numbers written out, so that a slip in the table's own helpers shows.
-TEST(EnumerationsTest, Samples) {
+TEST(EnumerationsTest, samples) {
    using OrvSdkRpc::types::convert;
    EXPECT_EQ(refusalOf([] { convert(remote::ACL_IP_TYPE_UNSPECIFIED); }),
              invalidArgument("Unknown value for Acl IP type: 0"));

@@ -9,7 +9,7 @@ using namespace types_test;
 using OrvSdkRpc::types::convert;
 namespace remote = orv::remote;
 
-TEST(EthLagIntfTest, EveryFieldOfALagArrives) {
+TEST(EthLagIntfTest, everyFieldOfALagArrives) {
    for (std::uint64_t seed = 1; seed <= roundTripSeeds; ++seed) {
       SCOPED_TRACE(seed);
       support::ValueSource source(seed);
@@ -26,7 +26,7 @@ TEST(EthLagIntfTest, EveryFieldOfALagArrives) {
    }
 }
 
-TEST(EthLagIntfTest, EveryFieldOfAMembershipArrives) {
+TEST(EthLagIntfTest, everyFieldOfAMembershipArrives) {
    for (std::uint64_t seed = 1; seed <= roundTripSeeds; ++seed) {
       SCOPED_TRACE(seed);
       support::ValueSource source(seed);
@@ -41,7 +41,7 @@ TEST(EthLagIntfTest, EveryFieldOfAMembershipArrives) {
    }
 }
 
-TEST(EthLagIntfTest, WhatTheWireDoesNotKnowIsRefused) {
+TEST(EthLagIntfTest, whatTheWireDoesNotKnowIsRefused) {
    orv::eth_lag_intf_t lag;
    lag.fallback_type_is(static_cast<orv::eth_lag_intf_fallback_type_t>(4));
    EXPECT_EQ(refusalOf([&] { convert(lag); }), unsupported("unknown fallback type 4"));

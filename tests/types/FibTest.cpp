@@ -19,7 +19,7 @@ const char* const kFec = R"(
    via { hop: "\x0a\x00\x00\x02" intf { name: "Ethernet2" } mpls_label { label: 100 } }
    via { hop: "\x0a\x00\x00\x01" intf { name: "Ethernet1" } mpls_label { label: 1048576 } })";
 
-TEST(FibTest, EveryFieldOfARoute) {
+TEST(FibTest, everyFieldOfARoute) {
    orv::fib_route_t route(orv::fib_route_key_t(orv::ip_prefix_t("10.0.0.0/8")));
    route.preference_is(3);
    route.metric_is(4294967295U);
@@ -29,14 +29,14 @@ TEST(FibTest, EveryFieldOfARoute) {
    EXPECT_TRUE(same(convert(route), parsed<remote::FibRoute>(kRoute)));
 }
 
-TEST(FibTest, APreferenceIsTheSdksDefaultOrCutToItsLowEightBits) {
+TEST(FibTest, aPreferenceIsTheSdksDefaultOrCutToItsLowEightBits) {
    EXPECT_EQ(convert(remote::FibRoute()), orv::fib_route_t());
    EXPECT_EQ(convert(parsed<remote::FibRoute>("preference: 0")).preference(), 0);
    EXPECT_EQ(convert(parsed<remote::FibRoute>("preference: 300")).preference(), 44);
    EXPECT_TRUE(convert(orv::fib_route_t()).has_preference());
 }
 
-TEST(FibTest, EveryFieldOfAFec) {
+TEST(FibTest, everyFieldOfAFec) {
    orv::fib_fec_t fec(orv::fib_fec_key_t(7));
    fec.fec_type_is(orv::fib_fec_type_t::vxlan);
    fec.nexthop_group_name_is("g");
@@ -48,7 +48,7 @@ TEST(FibTest, EveryFieldOfAFec) {
    EXPECT_TRUE(same(convert(fec), parsed<remote::FibFec>(kFec)));
 }
 
-TEST(FibTest, WhatWasLeftOutIsTheSdksDefault) {
+TEST(FibTest, whatWasLeftOutIsTheSdksDefault) {
    EXPECT_EQ(convert(remote::FibFec()), orv::fib_fec_t());
    EXPECT_EQ(convert(remote::FibFecVia()), orv::fib_via_t());
    EXPECT_EQ(convert(parsed<remote::FibFecVia>("mpls_label { }")).mpls_label(), orv::mpls_label_t());
@@ -57,7 +57,7 @@ TEST(FibTest, WhatWasLeftOutIsTheSdksDefault) {
    EXPECT_TRUE(message.mpls_label().has_label());
 }
 
-TEST(FibTest, ARouteIsRefusedInTheOrderOfItsFields) {
+TEST(FibTest, aRouteIsRefusedInTheOrderOfItsFields) {
    expectFirstIsTold<remote::FibRoute>(
         parsed<remote::FibRoute>(kRoute), kConvert,
         {{[](auto& m) { m.mutable_route_key()->mutable_prefix()->set_network("12345"); },
@@ -66,7 +66,7 @@ TEST(FibTest, ARouteIsRefusedInTheOrderOfItsFields) {
           unsupported("Unkown FIB route type 27")}});
 }
 
-TEST(FibTest, AFecIsRefusedInTheOrderOfItsFields) {
+TEST(FibTest, aFecIsRefusedInTheOrderOfItsFields) {
    const auto intf = refusalOf([] { orv::intf_id_t("not a name"); });
    const auto label = refusalOf([] { orv::mpls_label_t(1048577); });
    ASSERT_TRUE(intf && label);
@@ -82,7 +82,7 @@ TEST(FibTest, AFecIsRefusedInTheOrderOfItsFields) {
           invalidArgument("bytes length 6 does not match IPv4(4) or IPv6(16)")}});
 }
 
-TEST(FibTest, BadMembersOfTheSdkDoNotLeave) {
+TEST(FibTest, badMembersOfTheSdkDoNotLeave) {
    EXPECT_EQ(refusalOf([] { convert(orv::fib_via_t(orv::ip_addr_t(7, ""), {})); }),
              invalidArgument("Unknown address family: 7"));
    orv::fib_route_t route;
@@ -90,7 +90,7 @@ TEST(FibTest, BadMembersOfTheSdkDoNotLeave) {
    EXPECT_EQ(refusalOf([&] { convert(route); }), unsupported("Unkown FIB route type 27"));
 }
 
-TEST(FibTest, RoundTrips) {
+TEST(FibTest, roundTrips) {
    expectRoundTrips<orv::fib_route_t>(kConvert, kConvert);
    expectRoundTrips<orv::fib_fec_t>(kConvert, kConvert);
    expectRoundTrips<orv::fib_via_t>(kConvert, kConvert);

@@ -7,14 +7,14 @@ namespace {
 
 using namespace types_test;
 using namespace OrvSdkRpc::types;
-using std::string_literals::operator""s;
+using namespace std::string_literals;
 namespace remote = orv::remote;
 
 const auto kConvert = [](const auto& value) { return convert(value); };
 
 const Refusal kFiveBytes = invalidArgument("bytes length 5 does not match IPv4(4) or IPv6(16)");
 
-TEST(IdentifiersTest, WhatWasLeftOutReadsAsEmpty) {
+TEST(IdentifiersTest, whatWasLeftOutReadsAsEmpty) {
    EXPECT_EQ(convert(remote::IntfId()), orv::intf_id_t());
    EXPECT_EQ(convert(remote::MplsFecId()), orv::mpls_fec_id_t());
    EXPECT_EQ(convert(remote::MplsLabel()), orv::mpls_label_t());
@@ -33,7 +33,7 @@ TEST(IdentifiersTest, WhatWasLeftOutReadsAsEmpty) {
    EXPECT_EQ(convert(remote::MplsVrfLabel()), orv::mpls_vrf_label_t());
 }
 
-TEST(IdentifiersTest, Interfaces) {
+TEST(IdentifiersTest, interfaces) {
    const orv::intf_id_t intf("Ethernet1/2");
    EXPECT_EQ(convert(parsed<remote::IntfId>("name: 'Ethernet1/2'")), intf);
    EXPECT_TRUE(same(convert(intf), parsed<remote::IntfId>("name: 'Ethernet1/2'")));
@@ -42,7 +42,7 @@ TEST(IdentifiersTest, Interfaces) {
              refusalOf([] { orv::intf_id_t("a b"); }));
 }
 
-TEST(IdentifiersTest, FecIds) {
+TEST(IdentifiersTest, fecIds) {
    const auto message = parsed<remote::MplsFecId>("id: 18446744073709551615");
    EXPECT_EQ(convert(message), orv::mpls_fec_id_t(18446744073709551615U));
    EXPECT_TRUE(same(convert(orv::mpls_fec_id_t(18446744073709551615U)), message));
@@ -51,7 +51,7 @@ TEST(IdentifiersTest, FecIds) {
    EXPECT_TRUE(same(convert(orv::fib_fec_key_t(18446744073709551615U)), key));
 }
 
-TEST(IdentifiersTest, ALabelThatIsLeftOutIsNotLabelZero) {
+TEST(IdentifiersTest, aLabelThatIsLeftOutIsNotLabelZero) {
    EXPECT_EQ(convert(parsed<remote::MplsLabel>("label: 0")), orv::mpls_label_t(0));
    EXPECT_NE(convert(parsed<remote::MplsLabel>("label: 0")), convert(remote::MplsLabel()));
    EXPECT_TRUE(same(convert(orv::mpls_label_t(0)), parsed<remote::MplsLabel>("label: 0")));
@@ -59,7 +59,7 @@ TEST(IdentifiersTest, ALabelThatIsLeftOutIsNotLabelZero) {
    EXPECT_TRUE(same(convert(convert(remote::MplsLabel())), parsed<remote::MplsLabel>("label: 1048576")));
 }
 
-TEST(IdentifiersTest, TheBoundOfALabelIsTheSdks) {
+TEST(IdentifiersTest, theBoundOfALabelIsTheSdks) {
    EXPECT_EQ(convert(parsed<remote::MplsLabel>("label: 1048575")).label(), 1048575U);
    EXPECT_EQ(convert(parsed<remote::MplsLabel>("label: 1048576")), orv::mpls_label_t());
    const auto refusal = refusalOf([] { convert(parsed<remote::MplsLabel>("label: 1048577")); });
@@ -68,13 +68,13 @@ TEST(IdentifiersTest, TheBoundOfALabelIsTheSdks) {
    EXPECT_EQ(refusal->type, typeid(orv::invalid_range_error));
 }
 
-TEST(IdentifiersTest, LabelsOfTheStateTables) {
+TEST(IdentifiersTest, labelsOfTheStateTables) {
    EXPECT_TRUE(same(convert(Lumic::MplsLabel(100)), parsed<remote::MplsLabel>("label: 100")));
    EXPECT_TRUE(same(convert(Lumic::MplsLabel(0)), parsed<remote::MplsLabel>("label: 0")));
    EXPECT_TRUE(same(convert(Lumic::MplsLabel()), parsed<remote::MplsLabel>("label: 1048576")));
 }
 
-TEST(IdentifiersTest, AddressesWithAMask) {
+TEST(IdentifiersTest, addressesWithAMask) {
    const orv::ip_addr_mask_t addrMask(orv::ip_addr_t("10.0.0.1"), 8);
    const auto message = parsed<remote::IpAddrMask>(R"(addr: "\x0a\0\0\x01" mask_length: 8)");
    EXPECT_EQ(convert(message), addrMask);
@@ -85,7 +85,7 @@ TEST(IdentifiersTest, AddressesWithAMask) {
              unsupported("Unknown address family on conversion from SDK"));
 }
 
-TEST(IdentifiersTest, LengthsAreCutToTheirLowEightBits) {
+TEST(IdentifiersTest, lengthsAreCutToTheirLowEightBits) {
    for (const auto& [sent, arrives] : std::vector<std::pair<std::uint32_t, int>>{
              {255, 255}, {256, 0}, {300, 44}, {65536 + 24, 24}, {4294967295, 255}}) {
       SCOPED_TRACE(sent);
@@ -104,7 +104,7 @@ TEST(IdentifiersTest, LengthsAreCutToTheirLowEightBits) {
    EXPECT_EQ(convert(prefix), orv::ip_prefix_t("::/44"));
 }
 
-TEST(IdentifiersTest, Prefixes) {
+TEST(IdentifiersTest, prefixes) {
    const auto message = parsed<remote::Prefix>(R"(network: "\x0a\0\0\0" prefix_length: 8)");
    EXPECT_EQ(convert(message), orv::ip_prefix_t("10.0.0.0/8"));
    EXPECT_TRUE(same(convert(orv::ip_prefix_t("10.0.0.0/8")), message));
@@ -114,7 +114,7 @@ TEST(IdentifiersTest, Prefixes) {
              kFiveBytes);
 }
 
-TEST(IdentifiersTest, Ranges) {
+TEST(IdentifiersTest, ranges) {
    // Neither order nor width is looked at.
    const auto message = parsed<remote::Range>("range_start: 70000 range_end: 1");
    EXPECT_EQ(port_range(message), orv::port_range_t(70000, 1));
@@ -123,7 +123,7 @@ TEST(IdentifiersTest, Ranges) {
    EXPECT_TRUE(same(convert(orv::protocol_range_t(70000, 1)), message));
 }
 
-TEST(IdentifiersTest, AclKeys) {
+TEST(IdentifiersTest, aclKeys) {
    const auto message = parsed<remote::AclKey>("acl_name: 'a' acl_type: ACL_TYPE_IPV6");
    const orv::acl_key_t key("a", orv::acl_type_t::ipv6);
    EXPECT_EQ(convert(message), key);
@@ -135,7 +135,7 @@ TEST(IdentifiersTest, AclKeys) {
              invalidArgument("Unknown value for Acl type: 5"));
 }
 
-TEST(IdentifiersTest, PolicyMapKeys) {
+TEST(IdentifiersTest, policyMapKeys) {
    const auto message = parsed<remote::PolicyMapKey>("name: 'p' feature: POLICY_FEATURE_QOS");
    const orv::policy_map_key_t key("p", orv::policy_feature_t::qos);
    EXPECT_EQ(convert(message), key);
@@ -145,7 +145,7 @@ TEST(IdentifiersTest, PolicyMapKeys) {
    EXPECT_EQ(refusalOf([&] { convert(bad); }), invalidArgument("Unknown value for policy feature: 5"));
 }
 
-TEST(IdentifiersTest, BgpKeys) {
+TEST(IdentifiersTest, bgpKeys) {
    const auto peer = parsed<remote::BgpPeerKey>(R"(vrf_name: "v" peer_addr: "\x0a\0\0\x01")");
    orv::bgp_peer_key_t peerKey;
    peerKey.vrf_name_is("v");
@@ -175,14 +175,14 @@ TEST(IdentifiersTest, BgpKeys) {
    EXPECT_EQ(refusalOf([&] { convert(pathKey); }), invalidArgument("Unknown address family: 7"));
 }
 
-TEST(IdentifiersTest, FibRouteKeys) {
+TEST(IdentifiersTest, fibRouteKeys) {
    const auto message = parsed<remote::FibRouteKey>(R"(prefix { network: "\x0a\0\0\0" prefix_length: 8 })");
    const orv::fib_route_key_t key(orv::ip_prefix_t("10.0.0.0/8"));
    EXPECT_EQ(convert(message), key);
    EXPECT_TRUE(same(convert(key), message));
 }
 
-TEST(IdentifiersTest, IpRouteKeys) {
+TEST(IdentifiersTest, ipRouteKeys) {
    auto message = parsed<remote::IpRouteKey>(R"(prefix { network: "\x0a\0\0\0" prefix_length: 8 })");
    const orv::ip_route_key_t plain(orv::ip_prefix_t("10.0.0.0/8"));
    EXPECT_EQ(convert(message), plain) << "the preference is the SDK's default";
@@ -194,7 +194,7 @@ TEST(IdentifiersTest, IpRouteKeys) {
    EXPECT_TRUE(same(convert(plain), message)) << "written always";
 }
 
-TEST(IdentifiersTest, MplsRouteKeys) {
+TEST(IdentifiersTest, mplsRouteKeys) {
    const auto message =
         parsed<remote::MplsRouteKey>("labels { label: 300 } labels { } labels { label: 100 } metric: 255");
    const std::vector<orv::mpls_label_t> labels{orv::mpls_label_t(300), orv::mpls_label_t(),
@@ -207,7 +207,7 @@ TEST(IdentifiersTest, MplsRouteKeys) {
                                      "metric: 255")));
 }
 
-TEST(IdentifiersTest, MplsRouteKeysAreRefusedLabelsFirst) {
+TEST(IdentifiersTest, mplsRouteKeysAreRefusedLabelsFirst) {
    const auto label = refusalOf([] { orv::mpls_label_t(2000000); });
    const std::vector<orv::mpls_label_t> fifteen(15, orv::mpls_label_t(1));
    const auto tooMany = refusalOf([&] { orv::mpls_route_key_t(fifteen, 0); });
@@ -223,7 +223,7 @@ TEST(IdentifiersTest, MplsRouteKeysAreRefusedLabelsFirst) {
           *tooMany}});
 }
 
-TEST(IdentifiersTest, RouteKeysOfTheStateTablesAreTurnedOver) {
+TEST(IdentifiersTest, routeKeysOfTheStateTablesAreTurnedOver) {
    Mpls::RouteKeyAndMetric key;
    key.metricIs(255);
    EXPECT_TRUE(same(convert(key), parsed<remote::MplsRouteKey>("metric: 255")));
@@ -244,14 +244,14 @@ TEST(IdentifiersTest, RouteKeysOfTheStateTablesAreTurnedOver) {
    }
 }
 
-TEST(IdentifiersTest, MplsVrfLabels) {
+TEST(IdentifiersTest, mplsVrfLabels) {
    const auto message = parsed<remote::MplsVrfLabel>("vrf_name: 'v' label { label: 16 }");
    const orv::mpls_vrf_label_t vrfLabel(orv::mpls_label_t(16), "v");
    EXPECT_EQ(convert(message), vrfLabel);
    EXPECT_TRUE(same(convert(vrfLabel), message));
 }
 
-TEST(IdentifiersTest, RoundTrips) {
+TEST(IdentifiersTest, roundTrips) {
    expectRoundTrips<orv::intf_id_t>(kConvert, kConvert);
    expectRoundTrips<orv::mpls_fec_id_t>(kConvert, kConvert);
    expectRoundTrips<orv::mpls_label_t>(kConvert, kConvert);

@@ -46,7 +46,7 @@ remote::IpRouteVia viaMessage() {
    return parsed<remote::IpRouteVia>(kVia);
 }
 
-TEST(IpRouteTest, EveryFieldOfARoute) {
+TEST(IpRouteTest, everyFieldOfARoute) {
    const auto message = parsed<remote::IpRoute>("key " + std::string(kKey) +
                                                 "tag: 4294967295 rib_bypass: true command_tag: 'c'");
    orv::ip_route_t route(key());
@@ -57,19 +57,19 @@ TEST(IpRouteTest, EveryFieldOfARoute) {
    EXPECT_TRUE(same(convert(route), message));
 }
 
-TEST(IpRouteTest, EveryFieldOfAVia) {
+TEST(IpRouteTest, everyFieldOfAVia) {
    EXPECT_EQ(convert(viaMessage()), via());
    EXPECT_TRUE(same(convert(via()), viaMessage()));
 }
 
-TEST(IpRouteTest, WhatWasLeftOutIsTheSdksDefault) {
+TEST(IpRouteTest, whatWasLeftOutIsTheSdksDefault) {
    EXPECT_EQ(convert(remote::IpRoute()), orv::ip_route_t());
    EXPECT_EQ(convert(remote::IpRouteVia()), orv::ip_route_via_t());
    EXPECT_EQ(convert(parsed<remote::IpRouteVia>("mpls_label: 0")).mpls_label(), orv::mpls_label_t(0));
    EXPECT_EQ(convert(remote::IpRouteVia()).mpls_label(), orv::mpls_label_t());
 }
 
-TEST(IpRouteTest, WhatIsNotSetStaysAbsent) {
+TEST(IpRouteTest, whatIsNotSetStaysAbsent) {
    const auto message = convert(orv::ip_route_via_t());
    EXPECT_FALSE(message.has_intf());
    EXPECT_FALSE(message.has_vxlan_intf());
@@ -90,14 +90,14 @@ TEST(IpRouteTest, WhatIsNotSetStaysAbsent) {
    EXPECT_TRUE(convert(value).has_vxlan_intf());
 }
 
-TEST(IpRouteTest, ARouterMacOfZerosIsTheNullOne) {
+TEST(IpRouteTest, aRouterMacOfZerosIsTheNullOne) {
    auto message = viaMessage();
    message.set_router_mac(std::string(6, '\0'));
    EXPECT_EQ(convert(message).router_mac(), orv::eth_addr_t());
    EXPECT_EQ(convert(convert(message)).router_mac(), "");
 }
 
-TEST(IpRouteTest, AViaIsRefusedInTheOrderOfItsFields) {
+TEST(IpRouteTest, aViaIsRefusedInTheOrderOfItsFields) {
    const auto intf = refusalOf([] { orv::intf_id_t("not a name"); });
    const auto vxlanIntf = refusalOf([] { orv::intf_id_t("nor this"); });
    const auto label = refusalOf([] { orv::mpls_label_t(1048577); });
@@ -113,7 +113,7 @@ TEST(IpRouteTest, AViaIsRefusedInTheOrderOfItsFields) {
          {[](auto& m) { m.mutable_vxlan_intf()->set_name("nor this"); }, *vxlanIntf}});
 }
 
-TEST(IpRouteTest, UnknownFamiliesDoNotLeave) {
+TEST(IpRouteTest, unknownFamiliesDoNotLeave) {
    const Refusal copied = unsupported("Unknown address family on conversion from SDK");
    orv::ip_route_via_t hop;
    hop.hop_is(orv::ip_addr_t(7, ""));
@@ -123,7 +123,7 @@ TEST(IpRouteTest, UnknownFamiliesDoNotLeave) {
    EXPECT_EQ(refusalOf([&] { convert(vtep); }), copied);
 }
 
-TEST(IpRouteTest, RoundTrips) {
+TEST(IpRouteTest, roundTrips) {
    expectRoundTrips<orv::ip_route_t>(kConvert, kConvert);
    expectRoundTrips<orv::ip_route_via_t>(kConvert, kConvert);
 }

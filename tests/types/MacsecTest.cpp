@@ -12,7 +12,7 @@ namespace remote = orv::remote;
 const auto toSdk = [](const auto& message) { return convert(message); };
 const auto toWire = [](const auto& value) { return convert(value); };
 
-TEST(MacsecTest, FieldsGoWhereTheyBelong) {
+TEST(MacsecTest, fieldsGoWhereTheyBelong) {
    const auto message = parsed<remote::MacsecProfile>(R"(
       key_server_priority: 0 name: "p" primary_key { cak: "a" ckn: "b" encoded: true } fallback_key { cak: "c" }
       rekey_period: 1 mka_life_time: 2 cipher: MACSEC_CIPHER_SUITE_GCM_AES_XPN_256 dot1x: true include_sci: true
@@ -37,12 +37,12 @@ TEST(MacsecTest, FieldsGoWhereTheyBelong) {
    EXPECT_TRUE(profile.key_retirement_immediate());
 }
 
-TEST(MacsecTest, GroupsLeftOutKeepTheSdksDefaults) {
+TEST(MacsecTest, groupsLeftOutKeepTheSdksDefaults) {
    EXPECT_EQ(convert(remote::MacsecProfile()), orv::macsec_profile_t());
    EXPECT_EQ(convert(remote::MacsecKey()), orv::macsec_key_t());
 }
 
-TEST(MacsecTest, GroupsAreSetAlwaysOnTheWayOut) {
+TEST(MacsecTest, groupsAreSetAlwaysOnTheWayOut) {
    const remote::MacsecProfile message = convert(orv::macsec_profile_t());
    EXPECT_TRUE(message.has_key_server_priority());
    EXPECT_TRUE(message.has_mka_life_time());
@@ -53,7 +53,7 @@ TEST(MacsecTest, GroupsAreSetAlwaysOnTheWayOut) {
    EXPECT_TRUE(message.has_fallback_key());
 }
 
-TEST(MacsecTest, TheKeyServerPriorityIsJudgedBeforeAllElse) {
+TEST(MacsecTest, theKeyServerPriorityIsJudgedBeforeAllElse) {
    expectFirstIsTold<remote::MacsecProfile>(
         {}, toSdk,
         {{[](auto& m) { m.set_key_server_priority(256); },
@@ -66,7 +66,7 @@ TEST(MacsecTest, TheKeyServerPriorityIsJudgedBeforeAllElse) {
           invalidArgument("Invalid macsec traffic policy 4")}});
 }
 
-TEST(MacsecTest, WhatTheSwitchReportsIsIgnoredFromAClient) {
+TEST(MacsecTest, whatTheSwitchReportsIsIgnoredFromAClient) {
    const auto message =
         parsed<remote::MacsecProfile>(R"(bypass_lldp: true intfs { name: "no such \001 name" })");
    const orv::macsec_profile_t profile = convert(message);
@@ -75,7 +75,7 @@ TEST(MacsecTest, WhatTheSwitchReportsIsIgnoredFromAClient) {
    EXPECT_TRUE(profile.intfs().empty());
 }
 
-TEST(MacsecTest, ReportsBypassAndInterfaces) {
+TEST(MacsecTest, reportsBypassAndInterfaces) {
    orv::macsec_profile_t profile;
    profile.lldp_bypass_level_is(orv::macsec_bypass_t::until_secured);
    profile.intfs_is({orv::intf_id_t("Ethernet10"), orv::intf_id_t("Ethernet2")});
@@ -86,7 +86,7 @@ TEST(MacsecTest, ReportsBypassAndInterfaces) {
    EXPECT_EQ(message.intfs(1).name(), "Ethernet10");
 }
 
-TEST(MacsecTest, RoundTripsButForTheInterfaces) {
+TEST(MacsecTest, roundTripsButForTheInterfaces) {
    expectRoundTrips<orv::macsec_profile_t>(toWire, toSdk, [](orv::macsec_profile_t profile) {
       profile.intfs_is({});
       return profile;
@@ -94,7 +94,7 @@ TEST(MacsecTest, RoundTripsButForTheInterfaces) {
    expectRoundTrips<orv::macsec_key_t>(toWire, toSdk);
 }
 
-TEST(MacsecTest, Status) {
+TEST(MacsecTest, status) {
    using Key = orv::macsec_intf_key_status_t;
    using Traffic = orv::macsec_intf_traffic_status_t;
    const remote::MacsecIntfStatus message =
@@ -109,7 +109,7 @@ TEST(MacsecTest, Status) {
              invalidArgument("Invalid Macsec intf traffic status 3"));
 }
 
-TEST(MacsecTest, Counters) {
+TEST(MacsecTest, counters) {
    orv::macsec_intf_counters_t counters;
    counters.in_octets_decrypted_is(18446744073709551615U);
    counters.in_pkts_decrypted_is(2);

@@ -32,7 +32,7 @@ orv::mpls_route_via_t via() {
    return value;
 }
 
-TEST(MplsRouteTest, EveryFieldOfARoute) {
+TEST(MplsRouteTest, everyFieldOfARoute) {
    const auto message =
         parsed<remote::MplsRoute>("key { labels { label: 100 } metric: 5 } version_id: 65535");
    const orv::mpls_route_t route(orv::mpls_route_key_t(orv::mpls_label_t(100), 5), 65535);
@@ -40,7 +40,7 @@ TEST(MplsRouteTest, EveryFieldOfARoute) {
    EXPECT_TRUE(same(convert(route), message));
 }
 
-TEST(MplsRouteTest, AVersionThatIsLeftOutPassesAndZeroDoesNot) {
+TEST(MplsRouteTest, aVersionThatIsLeftOutPassesAndZeroDoesNot) {
    const auto message = parsed<remote::MplsRoute>("key { labels { label: 100 } }");
    const orv::mpls_route_t route(orv::mpls_route_key_t(orv::mpls_label_t(100)));
    EXPECT_EQ(convert(message), route);
@@ -58,19 +58,19 @@ TEST(MplsRouteTest, AVersionThatIsLeftOutPassesAndZeroDoesNot) {
    EXPECT_EQ(refusalOf([&] { convert(convert(route)); }), invalidArgument("Versioning out of range: 0"));
 }
 
-TEST(MplsRouteTest, TheVersionIsJudgedBeforeTheKey) {
+TEST(MplsRouteTest, theVersionIsJudgedBeforeTheKey) {
    expectFirstIsTold<remote::MplsRoute>(
         parsed<remote::MplsRoute>("key { labels { label: 100 } } version_id: 1"), kConvert,
         {{[](auto& m) { m.set_version_id(0); }, invalidArgument("Versioning out of range: 0")},
          {[](auto& m) { m.mutable_key()->set_metric(256); }, invalidArgument("metric 256 is out of range")}});
 }
 
-TEST(MplsRouteTest, EveryFieldOfAVia) {
+TEST(MplsRouteTest, everyFieldOfAVia) {
    EXPECT_EQ(convert(parsed<remote::MplsRouteVia>(kVia)), via());
    EXPECT_TRUE(same(convert(via()), parsed<remote::MplsRouteVia>(kVia)));
 }
 
-TEST(MplsRouteTest, WhatWasLeftOutIsTheSdksDefault) {
+TEST(MplsRouteTest, whatWasLeftOutIsTheSdksDefault) {
    EXPECT_EQ(convert(remote::MplsRoute()), orv::mpls_route_t());
    EXPECT_EQ(convert(remote::MplsRouteVia()), orv::mpls_route_via_t());
    const auto message = convert(orv::mpls_route_via_t());
@@ -80,7 +80,7 @@ TEST(MplsRouteTest, WhatWasLeftOutIsTheSdksDefault) {
 }
 
 // Each action with no label, with the number that stands for none, with 0 and with the largest.
-TEST(MplsRouteTest, PushAndSwapBringALabelAndPopAndForwardNone) {
+TEST(MplsRouteTest, pushAndSwapBringALabelAndPopAndForwardNone) {
    for (const int action : {0, 1, 2, 3, 4}) {
       for (const std::optional<std::uint32_t> label :
            {std::optional<std::uint32_t>(), std::optional<std::uint32_t>(1048576),
@@ -105,7 +105,7 @@ TEST(MplsRouteTest, PushAndSwapBringALabelAndPopAndForwardNone) {
 }
 
 // Whole numbers are judged, not their low bits: none of these is taken for a PUSH or a POP.
-TEST(MplsRouteTest, ActionsOutOfRangeAreLeftToTheEnumeration) {
+TEST(MplsRouteTest, actionsOutOfRangeAreLeftToTheEnumeration) {
    for (const int action : {-1, 5, 7, 257, 258, 65537, 65538}) {
       for (const bool hasLabel : {false, true}) {
          SCOPED_TRACE(testing::Message() << action << (hasLabel ? " with a label" : " without"));
@@ -118,7 +118,7 @@ TEST(MplsRouteTest, ActionsOutOfRangeAreLeftToTheEnumeration) {
    }
 }
 
-TEST(MplsRouteTest, AViaIsRefusedInTheOrderOfItsFields) {
+TEST(MplsRouteTest, aViaIsRefusedInTheOrderOfItsFields) {
    const auto intf = refusalOf([] { orv::intf_id_t("not a name"); });
    const auto label = refusalOf([] { orv::mpls_label_t(1048577); });
    ASSERT_TRUE(intf && label);
@@ -144,7 +144,7 @@ TEST(MplsRouteTest, AViaIsRefusedInTheOrderOfItsFields) {
    expectFirstIsTold<remote::MplsRouteVia>(parsed<remote::MplsRouteVia>(kVia), kConvert, spoiled);
 }
 
-TEST(MplsRouteTest, NoRuleIsAppliedOnTheWayOut) {
+TEST(MplsRouteTest, noRuleIsAppliedOnTheWayOut) {
    auto value = via();
    value.label_action_is(orv::mpls_action_t::pop);
    EXPECT_EQ(convert(value).label_action(), remote::MPLS_ACTIONS_POP);
@@ -156,7 +156,7 @@ TEST(MplsRouteTest, NoRuleIsAppliedOnTheWayOut) {
    EXPECT_EQ(refusalOf([&] { convert(value); }), invalidArgument("Unknown address family: 7"));
 }
 
-TEST(MplsRouteTest, RoundTrips) {
+TEST(MplsRouteTest, roundTrips) {
    expectRoundTrips<orv::mpls_route_via_t>(kConvert, kConvert);
    // A route without a version cannot be written back.
    const auto takenBack = [](remote::MplsRoute message) {

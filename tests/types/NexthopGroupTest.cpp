@@ -47,22 +47,22 @@ orv::nexthop_group_t group() {
    return value;
 }
 
-TEST(NexthopGroupTest, EveryFieldFromTheWire) {
+TEST(NexthopGroupTest, everyFieldFromTheWire) {
    EXPECT_EQ(convert(parsed<remote::NexthopGroup>(std::string(kGroup) + kBackups)), group());
 }
 
-TEST(NexthopGroupTest, EveryFieldToTheWireButTheBackups) {
+TEST(NexthopGroupTest, everyFieldToTheWireButTheBackups) {
    auto value = group();
    value.version_id_is(65535);
    EXPECT_TRUE(
         same(convert(value), parsed<remote::NexthopGroup>(std::string(kGroup) + " version_id: 65535")));
 }
 
-TEST(NexthopGroupTest, TheVersionOfTheWireIsIgnored) {
+TEST(NexthopGroupTest, theVersionOfTheWireIsIgnored) {
    EXPECT_EQ(convert(parsed<remote::NexthopGroup>("version_id: 70000")), orv::nexthop_group_t());
 }
 
-TEST(NexthopGroupTest, WhatWasLeftOutIsTheSdksDefault) {
+TEST(NexthopGroupTest, whatWasLeftOutIsTheSdksDefault) {
    EXPECT_EQ(convert(remote::NexthopGroup()), orv::nexthop_group_t());
    EXPECT_EQ(convert(remote::NexthopGroupEntry()), orv::nexthop_group_entry_t());
    EXPECT_EQ(convert(remote::NexthopGroupMplsAction()), orv::nexthop_group_mpls_action_t());
@@ -73,13 +73,13 @@ TEST(NexthopGroupTest, WhatWasLeftOutIsTheSdksDefault) {
    EXPECT_TRUE(convert(orv::nexthop_group_entry_t()).has_mpls_action());
 }
 
-TEST(NexthopGroupTest, TheTtlIsCutToItsLowSixteenBits) {
+TEST(NexthopGroupTest, theTtlIsCutToItsLowSixteenBits) {
    EXPECT_EQ(convert(parsed<remote::NexthopGroup>("ttl: 65535")).ttl(), 65535);
    EXPECT_EQ(convert(parsed<remote::NexthopGroup>("ttl: 65536")).ttl(), 0);
    EXPECT_EQ(convert(parsed<remote::NexthopGroup>("ttl: 65600")).ttl(), 64);
 }
 
-TEST(NexthopGroupTest, OfTwoKeysThatAreEqualInSixteenBitsTheFirstStays) {
+TEST(NexthopGroupTest, ofTwoKeysThatAreEqualInSixteenBitsTheFirstStays) {
    const auto value = convert(parsed<remote::NexthopGroup>(R"(
       nexthops { key: 65537 value { child_nexthop_group: "second" } }
       nexthops { key: 1 value { child_nexthop_group: "first" } }
@@ -95,7 +95,7 @@ TEST(NexthopGroupTest, OfTwoKeysThatAreEqualInSixteenBitsTheFirstStays) {
    EXPECT_EQ(*value.destination_ips().find(1), orv::ip_addr_t("10.0.0.1"));
 }
 
-TEST(NexthopGroupTest, AnEntryThatDoesNotStayIsJudgedAllTheSame) {
+TEST(NexthopGroupTest, anEntryThatDoesNotStayIsJudgedAllTheSame) {
    EXPECT_EQ(refusalOf([] {
                 convert(parsed<remote::NexthopGroup>(
                      "nexthops { key: 1 value { } } nexthops { key: 65537 value { nexthop: '12345' } }"));
@@ -103,7 +103,7 @@ TEST(NexthopGroupTest, AnEntryThatDoesNotStayIsJudgedAllTheSame) {
              badLength(5));
 }
 
-TEST(NexthopGroupTest, AGroupIsRefusedInTheOrderOfItsFields) {
+TEST(NexthopGroupTest, aGroupIsRefusedInTheOrderOfItsFields) {
    const auto intf = refusalOf([] { orv::intf_id_t("not a name"); });
    const auto label = refusalOf([] { orv::mpls_label_t(1048577); });
    ASSERT_TRUE(intf && label);
@@ -130,7 +130,7 @@ TEST(NexthopGroupTest, AGroupIsRefusedInTheOrderOfItsFields) {
          {[](auto& m) { (*m.mutable_destination_ips())[1] = "12345"; }, badLength(5)}});
 }
 
-TEST(NexthopGroupTest, EntriesAreJudgedInTheOrderOfTheirSlots) {
+TEST(NexthopGroupTest, entriesAreJudgedInTheOrderOfTheirSlots) {
    remote::NexthopGroup message;
    for (std::uint32_t slot = 1; slot <= 64; ++slot)
       (*message.mutable_nexthops())[slot].set_nexthop(std::string(16 + slot, 'a'));
@@ -138,7 +138,7 @@ TEST(NexthopGroupTest, EntriesAreJudgedInTheOrderOfTheirSlots) {
 }
 
 // The label stack is plain numbers, in the order of the forward list.
-TEST(NexthopGroupTest, LabelStacksKeepTheirOrder) {
+TEST(NexthopGroupTest, labelStacksKeepTheirOrder) {
    const auto message = parsed<remote::NexthopGroupMplsAction>(
         "action_type: MPLS_ACTIONS_SWAP label_stack: 3 label_stack: 1 label_stack: 2 label_stack: 1048576");
    const orv::nexthop_group_mpls_action_t action(
@@ -148,7 +148,7 @@ TEST(NexthopGroupTest, LabelStacksKeepTheirOrder) {
    EXPECT_TRUE(same(convert(action), message));
 }
 
-TEST(NexthopGroupTest, UnknownFamiliesHaveTheWordingOfTheirField) {
+TEST(NexthopGroupTest, unknownFamiliesHaveTheWordingOfTheirField) {
    const orv::ip_addr_t unknown(7, "");
    const Refusal copied = unsupported("Unknown address family on conversion from SDK");
    orv::nexthop_group_t destination;
@@ -166,7 +166,7 @@ TEST(NexthopGroupTest, UnknownFamiliesHaveTheWordingOfTheirField) {
    EXPECT_EQ(refusalOf([&] { convert(backup); }), std::nullopt);
 }
 
-TEST(NexthopGroupTest, RoundTrips) {
+TEST(NexthopGroupTest, roundTrips) {
    expectRoundTrips<orv::nexthop_group_t>(kConvert, kConvert, [](orv::nexthop_group_t value) {
       value.backup_nexthops_is({});
       value.version_id_is(0);
@@ -177,7 +177,7 @@ TEST(NexthopGroupTest, RoundTrips) {
 }
 
 // A group of every slot costs its entries, not their number squared.
-TEST(NexthopGroupTest, AGroupOfEverySlot) {
+TEST(NexthopGroupTest, aGroupOfEverySlot) {
    remote::NexthopGroup message;
    for (std::uint32_t slot = 0; slot <= 65535; ++slot)
       (*message.mutable_nexthops())[slot].set_child_nexthop_group("c");

@@ -13,7 +13,7 @@ namespace remote = orv::remote;
 const auto toSdk = [](const auto& message) { return convert(message); };
 const auto toWire = [](const auto& value) { return convert(value); };
 
-TEST(PolicyMapTest, FieldsGoWhereTheyBelong) {
+TEST(PolicyMapTest, fieldsGoWhereTheyBelong) {
    const auto message = parsed<remote::PolicyMap>(R"(
       key { name: "p" feature: POLICY_FEATURE_QOS }
       rules { key: 70000 value {
@@ -39,20 +39,20 @@ TEST(PolicyMapTest, FieldsGoWhereTheyBelong) {
    EXPECT_EQ(action.traffic_class(), 254);
 }
 
-TEST(PolicyMapTest, NothingGivenIsADefaultMap) {
+TEST(PolicyMapTest, nothingGivenIsADefaultMap) {
    EXPECT_EQ(convert(remote::PolicyMap()), orv::policy_map_t());
    EXPECT_EQ(convert(remote::PolicyMapRule()), orv::policy_map_rule_t());
    EXPECT_EQ(convert(remote::PolicyMapAction()), orv::policy_map_action_t());
 }
 
-TEST(PolicyMapTest, EqualActionsFoldIntoOne) {
+TEST(PolicyMapTest, equalActionsFoldIntoOne) {
    const auto rule = parsed<remote::PolicyMapRule>(R"(
       actions { action_type: POLICY_ACTION_TYPE_DROP } actions { action_type: POLICY_ACTION_TYPE_DROP })");
    EXPECT_EQ(convert(rule).actions().size(), 1U);
    EXPECT_EQ(convert(convert(rule)).actions_size(), 1);
 }
 
-TEST(PolicyMapTest, ActionsWhoseNexthopsDifferInOrderAndNumberAloneFoldIntoOne) {
+TEST(PolicyMapTest, actionsWhoseNexthopsDifferInOrderAndNumberAloneFoldIntoOne) {
    const auto rule = parsed<remote::PolicyMapRule>(R"(
       actions { nexthops: "\012\000\000\001" nexthops: "\012\000\000\002" }
       actions { nexthops: "\012\000\000\002" nexthops: "\012\000\000\001" nexthops: "\012\000\000\002" })");
@@ -61,7 +61,7 @@ TEST(PolicyMapTest, ActionsWhoseNexthopsDifferInOrderAndNumberAloneFoldIntoOne) 
    EXPECT_EQ(converted.actions().begin()->nexthops().size(), 2U);
 }
 
-TEST(PolicyMapTest, ARuleTypeLeftOutIsTheSdksDefaultButZeroIsRefused) {
+TEST(PolicyMapTest, aRuleTypeLeftOutIsTheSdksDefaultButZeroIsRefused) {
    remote::PolicyMapRule rule;
    EXPECT_EQ(convert(rule).policy_map_rule_type(), orv::policy_map_rule_t().policy_map_rule_type());
    rule.set_policy_map_rule_type(remote::POLICY_MAP_RULE_TYPE_UNSPECIFIED);
@@ -70,7 +70,7 @@ TEST(PolicyMapTest, ARuleTypeLeftOutIsTheSdksDefaultButZeroIsRefused) {
    EXPECT_TRUE(convert(orv::policy_map_rule_t()).has_policy_map_rule_type());
 }
 
-TEST(PolicyMapTest, TheFirstBadFieldIsTold) {
+TEST(PolicyMapTest, theFirstBadFieldIsTold) {
    expectFirstIsTold<remote::PolicyMapAction>(
         {}, toSdk,
         {{[](auto& m) { m.set_action_type(static_cast<remote::PolicyActionType>(7)); },
@@ -102,7 +102,7 @@ TEST(PolicyMapTest, TheFirstBadFieldIsTold) {
          {badRule(4294967295U, 65538), invalidArgument("vlan 65538 is out of range")}});
 }
 
-TEST(PolicyMapTest, SetsGoOutInTheSdksOrder) {
+TEST(PolicyMapTest, setsGoOutInTheSdksOrder) {
    support::ValueSource source(7);
    orv::policy_map_rule_t rule;
    for (int i = 0; i < 20; ++i)
@@ -120,7 +120,7 @@ TEST(PolicyMapTest, SetsGoOutInTheSdksOrder) {
    }
 }
 
-TEST(PolicyMapTest, WhatTheWireDoesNotKnowIsRefused) {
+TEST(PolicyMapTest, whatTheWireDoesNotKnowIsRefused) {
    orv::policy_map_action_t action;
    action.nexthops_is({orv::ip_addr_t(5, nullptr)});
    EXPECT_EQ(refusalOf([&] { convert(action); }), invalidArgument("Unknown address family: 5"));
@@ -128,7 +128,7 @@ TEST(PolicyMapTest, WhatTheWireDoesNotKnowIsRefused) {
              invalidArgument("Unknown value for policy action type: 7"));
 }
 
-TEST(PolicyMapTest, HardwareStatusesAreAListOfPlacesAndOutcomes) {
+TEST(PolicyMapTest, hardwareStatusesAreAListOfPlacesAndOutcomes) {
    using Key = orv::policy_map_hw_status_key_t;
    orv::policy_map_hw_statuses_t statuses(orv::policy_map_key_t("p", orv::policy_feature_t::pbr));
    EXPECT_TRUE(same(convert(statuses), remote::PolicyMapHwStatuses()));
@@ -142,7 +142,7 @@ TEST(PolicyMapTest, HardwareStatusesAreAListOfPlacesAndOutcomes) {
       intf_statuses { key { intf_id { name: "Ethernet10" } direction: ACL_DIRECTION_IN } status: POLICY_MAP_STATUS_SUCCESS })")));
 }
 
-TEST(PolicyMapTest, EveryGeneratedHardwareStatusArrives) {
+TEST(PolicyMapTest, everyGeneratedHardwareStatusArrives) {
    for (std::uint64_t seed = 1; seed <= roundTripSeeds; ++seed) {
       support::ValueSource source(seed);
       const auto statuses = support::generate<orv::policy_map_hw_statuses_t>(source);
@@ -161,7 +161,7 @@ TEST(PolicyMapTest, EveryGeneratedHardwareStatusArrives) {
    }
 }
 
-TEST(PolicyMapTest, AHardwareStatusThatTheWireDoesNotKnowIsRefused) {
+TEST(PolicyMapTest, aHardwareStatusThatTheWireDoesNotKnowIsRefused) {
    using Key = orv::policy_map_hw_status_key_t;
    orv::policy_map_hw_statuses_t statuses;
    statuses.intf_statuses_is({{Key(), static_cast<orv::policy_map_status_t>(4)}});
@@ -171,7 +171,7 @@ TEST(PolicyMapTest, AHardwareStatusThatTheWireDoesNotKnowIsRefused) {
    EXPECT_EQ(refusalOf([&] { convert(statuses); }), invalidArgument("Unknown value for Acl direction: 3"));
 }
 
-TEST(PolicyMapTest, RoundTrips) {
+TEST(PolicyMapTest, roundTrips) {
    expectRoundTrips<orv::policy_map_t>(toWire, toSdk);
    expectRoundTrips<orv::policy_map_rule_t>(toWire, toSdk);
    expectRoundTrips<orv::policy_map_action_t>(toWire, toSdk);

@@ -12,7 +12,7 @@ namespace remote = orv::remote;
 const auto toSdk = [](const auto& message) { return convert(message); };
 const auto toWire = [](const auto& value) { return convert(value); };
 
-TEST(TpRuleFilterTest, FieldsGoWhereTheyBelong) {
+TEST(TpRuleFilterTest, fieldsGoWhereTheyBelong) {
    const auto message = parsed<remote::TpRuleFilter>(R"(
       filter_type: TRAFFIC_POLICY_RULE_TYPE_IPV4
       src_addrs { addr: "\012\000\000\001" mask_length: 8 } src_addrs { addr: "\012\000\000\001" mask_length: 8 }
@@ -39,13 +39,13 @@ TEST(TpRuleFilterTest, FieldsGoWhereTheyBelong) {
    EXPECT_EQ(ports.dst_port_field_sets(), std::unordered_set<std::string>{"dp"});
 }
 
-TEST(TpRuleFilterTest, NothingGivenIsADefaultFilter) {
+TEST(TpRuleFilterTest, nothingGivenIsADefaultFilter) {
    EXPECT_EQ(convert(remote::TpRuleFilter()), orv::tp_rule_filter_t());
    EXPECT_EQ(convert(remote::ProtocolField()), orv::protocol_field_t());
    EXPECT_EQ(convert(remote::PortField()), orv::port_field_t());
 }
 
-TEST(TpRuleFilterTest, RangesAreNotChecked) {
+TEST(TpRuleFilterTest, rangesAreNotChecked) {
    const auto ports = parsed<remote::PortField>(R"(
       src_ports { range_start: 100 range_end: 1 } src_ports { range_start: 65536 range_end: 4294967295 })");
    EXPECT_EQ(convert(ports).src_ports(),
@@ -54,7 +54,7 @@ TEST(TpRuleFilterTest, RangesAreNotChecked) {
    EXPECT_EQ(convert(filter).protocols().begin()->first, orv::protocol_range_t(256, 1));
 }
 
-TEST(TpRuleFilterTest, RangesAndAddressesComeBackInRisingOrder) {
+TEST(TpRuleFilterTest, rangesAndAddressesComeBackInRisingOrder) {
    const auto ports = parsed<remote::PortField>(R"(
       dst_ports { range_start: 443 range_end: 443 } dst_ports { range_start: 80 range_end: 80 }
       dst_ports { range_start: 443 range_end: 443 })");
@@ -65,7 +65,7 @@ TEST(TpRuleFilterTest, RangesAndAddressesComeBackInRisingOrder) {
    EXPECT_EQ(convert(convert(filter)).src_addrs(0).addr(), std::string("\x0a\0\0\x01", 4));
 }
 
-TEST(TpRuleFilterTest, OfTwoEntriesForOneRangeOfProtocolsTheFirstStays) {
+TEST(TpRuleFilterTest, ofTwoEntriesForOneRangeOfProtocolsTheFirstStays) {
    const auto message = parsed<remote::TpRuleFilter>(R"(
       protocols { key { range_start: 6 range_end: 6 } value { ports { key: 1 value { } } } }
       protocols { key { range_start: 6 range_end: 6 } value { ports { key: 2 value { } } } })");
@@ -75,7 +75,7 @@ TEST(TpRuleFilterTest, OfTwoEntriesForOneRangeOfProtocolsTheFirstStays) {
    EXPECT_FALSE(filter.protocols().begin()->second.ports().contains(2));
 }
 
-TEST(TpRuleFilterTest, TheFirstBadFieldIsTold) {
+TEST(TpRuleFilterTest, theFirstBadFieldIsTold) {
    expectFirstIsTold<remote::TpRuleFilter>(
         {}, toSdk,
         {{[](auto& m) { m.set_filter_type(static_cast<remote::TrafficPolicyRuleType>(3)); },
@@ -86,7 +86,7 @@ TEST(TpRuleFilterTest, TheFirstBadFieldIsTold) {
           invalidArgument("bytes length 6 does not match IPv4(4) or IPv6(16)")}});
 }
 
-TEST(TpRuleFilterTest, AnAddressOfAnUnknownFamilyDoesNotGoOut) {
+TEST(TpRuleFilterTest, anAddressOfAnUnknownFamilyDoesNotGoOut) {
    orv::tp_rule_filter_t filter;
    filter.dst_addrs_is({orv::ip_addr_mask_t(orv::ip_addr_t(5, nullptr), 8)});
    EXPECT_EQ(refusalOf([&] { convert(filter); }),
@@ -96,7 +96,7 @@ TEST(TpRuleFilterTest, AnAddressOfAnUnknownFamilyDoesNotGoOut) {
              invalidArgument("Unknown value for traffic policy rule type: 3"));
 }
 
-TEST(TpRuleFilterTest, RoundTrips) {
+TEST(TpRuleFilterTest, roundTrips) {
    expectRoundTrips<orv::tp_rule_filter_t>(toWire, toSdk);
    expectRoundTrips<orv::protocol_field_t>(toWire, toSdk);
    expectRoundTrips<orv::port_field_t>(toWire, toSdk);

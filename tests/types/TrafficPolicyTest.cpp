@@ -17,7 +17,7 @@ remote::TrafficPolicyAction drop() {
    return parsed<remote::TrafficPolicyAction>("action_type: TRAFFIC_POLICY_ACTION_TYPE_DROP");
 }
 
-TEST(TrafficPolicyTest, FieldsGoWhereTheyBelong) {
+TEST(TrafficPolicyTest, fieldsGoWhereTheyBelong) {
    const auto message = parsed<remote::TrafficPolicy>(R"(
       key: "p" named_counters: "c" named_counters: "c"
       rules { key: 70000 value {
@@ -53,17 +53,17 @@ TEST(TrafficPolicyTest, FieldsGoWhereTheyBelong) {
    EXPECT_EQ(action.nexthops(), std::unordered_set<orv::ip_addr_t>{orv::ip_addr_t("10.0.0.1")});
 }
 
-TEST(TrafficPolicyTest, NothingGivenIsADefaultPolicy) {
+TEST(TrafficPolicyTest, nothingGivenIsADefaultPolicy) {
    EXPECT_EQ(convert(remote::TrafficPolicy()), orv::traffic_policy_t());
    EXPECT_EQ(convert(remote::TrafficPolicyRule()), orv::traffic_policy_rule_t());
 }
 
-TEST(TrafficPolicyTest, AnActionNeedsAType) {
+TEST(TrafficPolicyTest, anActionNeedsAType) {
    EXPECT_EQ(refusalOf([] { convert(remote::TrafficPolicyAction()); }),
              invalidArgument("Unknown value for traffic policy action type: 0"));
 }
 
-TEST(TrafficPolicyTest, APoliceUnitLeftOutIsTheFirstAndComesBackAsThat) {
+TEST(TrafficPolicyTest, aPoliceUnitLeftOutIsTheFirstAndComesBackAsThat) {
    const orv::traffic_policy_action_t action = convert(drop());
    EXPECT_EQ(action.police_rate_unit(), orv::police_rate_unit_t::bps);
    EXPECT_EQ(action.police_burst_unit(), orv::police_burst_unit_t::bytes);
@@ -72,7 +72,7 @@ TEST(TrafficPolicyTest, APoliceUnitLeftOutIsTheFirstAndComesBackAsThat) {
    EXPECT_EQ(back.police_burst_unit(), 1);
 }
 
-TEST(TrafficPolicyTest, EqualActionsFoldIntoOne) {
+TEST(TrafficPolicyTest, equalActionsFoldIntoOne) {
    remote::TrafficPolicyRule rule;
    *rule.add_actions() = drop();
    *rule.add_actions() = drop();
@@ -83,7 +83,7 @@ TEST(TrafficPolicyTest, EqualActionsFoldIntoOne) {
    EXPECT_EQ(convert(convert(rule)).actions_size(), 1);
 }
 
-TEST(TrafficPolicyTest, TheFirstBadFieldIsTold) {
+TEST(TrafficPolicyTest, theFirstBadFieldIsTold) {
    expectFirstIsTold<remote::TrafficPolicyAction>(
         drop(), toSdk,
         {{[](auto& m) { m.set_action_type(static_cast<remote::TrafficPolicyActionType>(15)); },
@@ -119,7 +119,7 @@ TEST(TrafficPolicyTest, TheFirstBadFieldIsTold) {
          {badRule(4294967295U, 5), invalidArgument("Unknown value for traffic policy rule type: 5")}});
 }
 
-TEST(TrafficPolicyTest, SetsGoOutInTheSdksOrder) {
+TEST(TrafficPolicyTest, setsGoOutInTheSdksOrder) {
    support::ValueSource source(7);
    orv::traffic_policy_rule_t rule;
    for (int i = 0; i < 20; ++i)
@@ -139,7 +139,7 @@ TEST(TrafficPolicyTest, SetsGoOutInTheSdksOrder) {
    }
 }
 
-TEST(TrafficPolicyTest, WhatTheWireDoesNotKnowIsRefused) {
+TEST(TrafficPolicyTest, whatTheWireDoesNotKnowIsRefused) {
    orv::traffic_policy_action_t action;
    action.nexthops_is({orv::ip_addr_t(5, nullptr)});
    EXPECT_EQ(refusalOf([&] { convert(action); }), invalidArgument("Unknown address family: 5"));
@@ -148,7 +148,7 @@ TEST(TrafficPolicyTest, WhatTheWireDoesNotKnowIsRefused) {
              invalidArgument("Unknown value for traffic policy action type: 14"));
 }
 
-TEST(TrafficPolicyTest, RoundTrips) {
+TEST(TrafficPolicyTest, roundTrips) {
    expectRoundTrips<orv::traffic_policy_t>(toWire, toSdk);
    expectRoundTrips<orv::traffic_policy_rule_t>(toWire, toSdk);
    expectRoundTrips<orv::traffic_policy_action_t>(toWire, toSdk);

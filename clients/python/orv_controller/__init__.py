@@ -3,3 +3,5 @@
 Reading order for people who write a controller of their own: `sync` (what to do when a
 connection stands), `controller` (what to do when it breaks), `client` (the RPCs).
 """
+
+__version__ = "1.0.0"

@@ -7,7 +7,7 @@ import signal
 import sys
 from pathlib import Path
 
-from . import statefile
+from . import __version__, statefile
 from .client import ConnectionLost
 from .controller import Controller, ExitCode, Settings
 from .report import Report
@@ -40,6 +40,7 @@ def _parser() -> argparse.ArgumentParser:
     parser = argparse.ArgumentParser(prog="orv-controller", epilog=_EPILOG, allow_abbrev=False,
                                      description="Keeps a switch as a file says.",
                                      formatter_class=argparse.RawDescriptionHelpFormatter)
+    parser.add_argument("--version", action="version", version=f"%(prog)s {__version__}")
     parser.add_argument("mode", choices=("run", "once", "diff", "check"))
     parser.add_argument("--target", default=os.environ.get("ORVCTL_TARGET", ""), metavar="ADDRESS",
                         help="the switch, such as unix:/run/orv.sock or 192.0.2.9:9543 [$ORVCTL_TARGET]")

@@ -16,8 +16,9 @@ BIN = os.environ.get("ORV_BIN_DIR")
 PACKAGE = Path(__file__).parent.parent
 
 
-@unittest.skipUnless(BIN, "ORV_BIN_DIR is not set")
-class DaemonTest(unittest.TestCase):
+class RealSwitch(unittest.TestCase):
+    """A switch with a state directory of its own, and the program."""
+
     def setUp(self):
         folder = tempfile.TemporaryDirectory()
         self.addCleanup(folder.cleanup)
@@ -81,6 +82,16 @@ class DaemonTest(unittest.TestCase):
                     break
             return text.decode()
 
+    def until(self, look, good, seconds=20):
+        """Looks until it is good or the time is up, and returns what was seen last."""
+        deadline = time.monotonic() + seconds
+        while not good(seen := look()) and time.monotonic() < deadline:
+            time.sleep(0.02)
+        return seen
+
+
+@unittest.skipUnless(BIN, "ORV_BIN_DIR is not set")
+class DaemonTest(RealSwitch):
     def test_both_sides_restart_with_all_six_kinds(self):
         self.assertEqual(0, self.once()[0])
         routes = self.console("show ip route")

@@ -1,16 +1,13 @@
 #include "OrvSdkRpc/handlers/BulkRequestHandler.h"
 
-#include <arpa/inet.h>
 #include <grpcpp/create_channel.h>
 #include <gtest/gtest.h>
-#include <netinet/in.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
 #include <string>
 #include <vector>
 
 #include "fixture/Eventually.h"
+#include "fixture/FreePort.h"
 #include "fixture/ProbeService.h"
 #include "fixture/RunningServer.h"
 #include "orv/lock.h"
@@ -100,22 +97,9 @@ TEST(BulkRequestHandler, holdsOneLockForTheWholeList) {
    orv::host::main_thread_clear();
 }
 
-// A port that is free at this moment.
-std::uint16_t freePort() {
-   const int fd = socket(AF_INET, SOCK_STREAM, 0);
-   sockaddr_in name{};
-   name.sin_family = AF_INET;
-   name.sin_addr.s_addr = inet_addr("127.0.0.1");
-   socklen_t size = sizeof name;
-   EXPECT_EQ(bind(fd, reinterpret_cast<sockaddr*>(&name), size), 0);
-   EXPECT_EQ(getsockname(fd, reinterpret_cast<sockaddr*>(&name), &size), 0);
-   close(fd);
-   return ntohs(name.sin_port);
-}
-
 TEST(BulkRequestHandler, aRejectedPeerIsToldInBandAndAUnaryCallByItsStatus) {
    // The peer comes from 127.0.0.1, which is local to the second address and not to the first, a unix one.
-   const std::string tcp = "127.0.0.1:" + std::to_string(freePort());
+   const std::string tcp = fixture::freeLoopbackAddress();
    auto service = std::make_unique<ProbeService>();
    int served = 0;
    service->onOperation = [&](const test::ProbeRequest&) { ++served; };

@@ -19,6 +19,30 @@ using fixture::tracesWith;
 using RatesClient = fixture::StreamClient<test::RatesResponse>;
 using CountersClient = fixture::StreamClient<test::CountersResponse>;
 
+using Steps = std::vector<std::string>;
+
+// What a stream did, from its traces of level 8 but for the first few.
+Steps steps(const fixture::TraceCapture& traces, std::size_t first = 0) {
+   Steps steps;
+   const std::vector<std::string> texts = traces.texts();
+   for (std::size_t i = first; i < texts.size(); ++i) {
+      const std::string& text = texts[i];
+      const auto has = [&](std::string_view part) { return text.find(part) != std::string::npos; };
+      if (text.starts_with("Set alarm for handler 0x")) {
+         steps.emplace_back("alarm set");
+      } else if (text.starts_with("Wrote ")) {
+         steps.push_back("wrote " + text.substr(6, text.find(' ', 6) - 6));
+      } else if (text.starts_with("process handler 0x") && has(" source ALARM ")) {
+         steps.emplace_back("alarm fired");
+      } else if (text.starts_with("process handler 0x") && has(" source WRITE ")) {
+         steps.emplace_back("write done");
+      } else {
+         steps.push_back(text);
+      }
+   }
+   return steps;
+}
+
 class RatesStreamTest : public fixture::StreamTest {
 protected:
    std::unique_ptr<RatesClient> rates(const std::string& names = "", bool firstMessage = false) {
@@ -31,6 +55,12 @@ protected:
       return client;
    }
    static std::string port(int n) { return "Ethernet" + std::to_string(n); }
+   static std::set<std::string> namesOf(const test::RatesResponse& response) {
+      std::set<std::string> names;
+      for (const auto& entry : response.data())
+         EXPECT_TRUE(names.insert(entry.name()).second) << entry.name();
+      return names;
+   }
 };
 
 TEST_F(RatesStreamTest, anEntryForAKeyThatWaitsIsMergedAndSetsNoAlarm) {
@@ -79,10 +109,10 @@ TEST_F(RatesStreamTest, aThousandAndOneKeysMakeTwoBatchesEachFromAnAlarmOfItsOwn
          EXPECT_TRUE(names.insert(entry.name()).second);
    }
    EXPECT_EQ(names.size(), 1001U);
-   EXPECT_TRUE(eventually([&] { return tracesWith(traces, "Wrote 1 entries to handler 0x") == 1; }));
-   EXPECT_EQ(tracesWith(traces, "Wrote 1000 entries to handler 0x"), 1U);
-   EXPECT_EQ(tracesWith(traces, "Set alarm for handler 0x"), 2U);
    // The write that completed set the second alarm, and wrote nothing.
+   EXPECT_TRUE(eventually([&] { return traces.texts().size() >= 8; }));
+   EXPECT_EQ(steps(traces), (Steps{"alarm set", "alarm fired", "wrote 1000", "write done",  //
+                                   "alarm set", "alarm fired", "wrote 1", "write done"}));
    EXPECT_EQ(traces.countAt(8), traces.texts().size());
 }
 
@@ -111,6 +141,42 @@ TEST_F(RatesStreamTest, keysThatComeWhileABatchStandsGoOutLaterEachOnce) {
       EXPECT_EQ(names.count(port(i)), 1U) << i;
 }
 
+TEST_F(RatesStreamTest, aNewKeyInFrontOfTheResumePointStaysForALaterPass) {
+   const auto client = rates();
+   // A batch is more than the client's window, so it stands until it is read.
+   const std::string wide(16U << 10, 'x');
+   const auto publish = [&](int begin, int end) {
+      for (int i = begin; i < end; ++i) {
+         test::RatesEntry entry;
+         entry.set_name(port(i));
+         entry.set_padding(wide);
+         service_->rateStreams().publishBulk<fixture::Rates>(port(i), entry);
+      }
+   };
+   const fixture::TraceCapture traces("stream-probe/8");
+   {
+      PumpHold hold(*service_, *stub_);
+      publish(0, 1500);
+   }
+   ASSERT_TRUE(eventually([&] { return tracesWith(traces, "Wrote ") == 1; }));
+   publish(1500, 1600);
+   const auto first = client->next();
+   ASSERT_EQ(first->data_size(), 1000);
+   // From the resume point to the end: what was left, and of the new keys those behind that point.
+   const auto second = client->next();
+   const std::set<std::string> resumed = namesOf(*second);
+   std::set<std::string> names = namesOf(*first);
+   for (int i = 0; i < 1500; ++i)
+      EXPECT_EQ(names.count(port(i)) + resumed.count(port(i)), 1U) << i;
+   EXPECT_GT(resumed.size(), 500U);
+   EXPECT_LT(resumed.size(), 600U);
+   const auto third = client->next();
+   const std::set<std::string> later = namesOf(*third);
+   EXPECT_EQ(later.size(), 600U - resumed.size());
+   for (int i = 1500; i < 1600; ++i)
+      EXPECT_EQ(resumed.count(port(i)) + later.count(port(i)), 1U) << i;
+}
+
 TEST_F(RatesStreamTest, theFirstMessageIsEmptyAndOnlyThereWhenAskedFor) {
    const auto asked = rates("", true);
    EXPECT_EQ(asked->next()->data_size(), 0);
@@ -123,19 +189,21 @@ TEST_F(RatesStreamTest, theFirstMessageIsEmptyAndOnlyThereWhenAskedFor) {
 TEST_F(RatesStreamTest, eachStreamHasAFilterOfWholeNames) {
    const auto one = rates("Ethernet1");
    const auto tens = rates("Ethernet1\\d");
-   for (const int n : {1, 10, 11, 2, 100})
-      service_->publishRate(port(n), 1);
-   std::set<std::string> names;
-   while (names.size() < 2) {
-      const auto response = tens->next();
-      ASSERT_TRUE(response);
-      for (const auto& entry : response->data())
-         names.insert(entry.name());
+   const auto everything = rates();
+   {
+      // All of them are in the tables before anything is written, so each stream has one batch.
+      PumpHold hold(*service_, *stub_);
+      for (const std::string& name : {port(1), port(10), port(11), port(2), port(100), "a" + port(1)})
+         service_->publishRate(name, 1);
    }
-   EXPECT_EQ(names, (std::set<std::string>{port(10), port(11)}));
-   const auto response = one->next();
-   ASSERT_EQ(response->data_size(), 1);
-   EXPECT_EQ(response->data(0).name(), port(1));
+   EXPECT_EQ(namesOf(*one->next()), std::set<std::string>{port(1)});
+   EXPECT_EQ(namesOf(*tens->next()), (std::set<std::string>{port(10), port(11)}));
+   EXPECT_EQ(everything->next()->data_size(), 6);
+   // Nothing was left behind either.
+   service_->publishRate(port(1), 2);
+   service_->publishRate(port(10), 2);
+   EXPECT_EQ(namesOf(*one->next()), std::set<std::string>{port(1)});
+   EXPECT_EQ(namesOf(*tens->next()), std::set<std::string>{port(10)});
 }
 
 TEST_F(RatesStreamTest, aBadExpressionIsTheStatusOfTheCall) {
@@ -255,8 +323,10 @@ TEST_F(CountersStreamTest, theSnapshotComesWholeAndLiveEntriesWaitForItsEnd) {
    EXPECT_EQ(client->next()->data_size(), 0);
    const auto live = client->next();
    ASSERT_EQ(live->data_size(), 2);
-   EXPECT_EQ(live->data(0).counters().packets(), 10U);
-   EXPECT_EQ(live->data(1).key(), 7U);
+   std::map<std::uint64_t, std::uint64_t> packets;
+   for (const auto& counter : live->data())
+      packets[counter.key()] = counter.counters().packets();
+   EXPECT_EQ(packets, (std::map<std::uint64_t, std::uint64_t>{{1, 10}, {7, 7}}));
 }
 
 TEST_F(CountersStreamTest, anUpdateReplacesWhatWaits) {
@@ -283,6 +353,29 @@ TEST_F(CountersStreamTest, aKeyThatIsDeletedBeforeItWasSentVanishes) {
    const auto response = client->next();
    ASSERT_EQ(response->data_size(), 1);
    EXPECT_EQ(response->data(0).key(), 2U);
+}
+
+TEST_F(CountersStreamTest, anAlarmThatFindsTheTableEmptyWritesNothing) {
+   const fixture::TraceCapture traces("stream-probe/8");
+   const auto client = live();
+   ASSERT_TRUE(eventually([&] { return steps(traces).back() == "write done"; }));
+   const std::size_t before = traces.texts().size();
+   {
+      PumpHold hold(*service_, *stub_);
+      service_->publishCounter(named(entry(1, 1)));
+      service_->publishCounter(deleted(1));
+   }
+   ASSERT_TRUE(eventually([&] { return traces.texts().size() >= before + 2; }));
+   pumpPasses();
+   EXPECT_EQ(steps(traces, before), (Steps{"alarm set", "alarm fired"}));
+   // The stream is idle: the next entry sets an alarm of its own.
+   service_->publishCounter(entry(2, 2));
+   const auto response = client->next();
+   ASSERT_EQ(response->data_size(), 1);
+   EXPECT_EQ(response->data(0).key(), 2U);
+   EXPECT_TRUE(eventually([&] { return traces.texts().size() >= before + 6; }));
+   EXPECT_EQ(steps(traces, before), (Steps{"alarm set", "alarm fired",  //
+                                           "alarm set", "alarm fired", "wrote 1", "write done"}));
 }
 
 TEST_F(CountersStreamTest, aKeyThatIsDeletedAfterItWasSentIsReportedWithoutNumbers) {

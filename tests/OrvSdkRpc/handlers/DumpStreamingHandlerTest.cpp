@@ -1,14 +1,18 @@
 #include "OrvSdkRpc/handlers/DumpStreamingHandler.h"
 
 #include <gtest/gtest.h>
+#include <malloc.h>
 
+#include <algorithm>
 #include <atomic>
 #include <set>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "fixture/StreamTest.h"
 #include "orv/error.h"
+#include "pavo/Allocator.h"
 
 namespace OrvSdkRpc {
 namespace {
@@ -26,6 +30,19 @@ protected:
       orv::sdk_scoped_lock lock;
       service_->table = table;
    }
+   // Messages of the streams that are alive.
+   static std::uint64_t liveMessages() {
+      std::uint64_t live = 0;
+      for (const Pavo::AllocationCount& row : Pavo::allocationCounts()) {
+         if (row.type == "OrvSdkRpc::test::WatchResponse") live += row.live;
+      }
+      return live;
+   }
+   // Bytes of the process that are allocated; 0 where the allocator keeps no account.
+   static std::size_t allocatedBytes() {
+      const struct mallinfo2 info = mallinfo2();
+      return info.uordblks + info.hblkhd;
+   }
    // The keys up to and with the acknowledgement, whose key is "ack".
    static std::vector<std::string> dumped(WatchClient& client) {
       std::vector<std::string> keys;
@@ -41,7 +58,9 @@ using Keys = std::vector<std::string>;
 
 TEST_F(DumpStreamingHandlerTest, withoutFieldsThereIsNoDump) {
    tableIs({{"a", 1}});
-   const std::vector<test::WatchRequest> requests = {all(), withFields(all(), {}), withFields(all(), {9})};
+   test::WatchRequest emptyControl = all();
+   emptyControl.mutable_fields_control();
+   const std::vector<test::WatchRequest> requests = {all(), emptyControl, withFields(all(), {9})};
    for (const test::WatchRequest& request : requests) {
       const auto client = watchTable(request);
       ASSERT_TRUE(eventually([&] { return tableWatchers() == 1; }));
@@ -59,6 +78,9 @@ TEST_F(DumpStreamingHandlerTest, withoutADumpTheRequestDecidesAboutTheAcknowledg
    test::WatchRequest request = all();
    request.set_ack(true);
    EXPECT_EQ(dumped(*watchTable(request)), Keys{"ack"});
+   request.mutable_fields_control();
+   EXPECT_EQ(dumped(*watchTable(request)), Keys{"ack"});
+   EXPECT_EQ(dumped(*watchTable(withFields(request, {9}))), Keys{"ack"});
 }
 
 TEST_F(DumpStreamingHandlerTest, theTableComesFirstThenTheAcknowledgementThenEvents) {
@@ -126,6 +148,47 @@ TEST_F(DumpStreamingHandlerTest, aLiveEventDuringTheDumpIsQueuedInTheOrderOfArri
    EXPECT_EQ(dumped(*client), (Keys{"a", "c", "b", "c", "ack"}));
 }
 
+TEST_F(DumpStreamingHandlerTest, liveEventsOfTheSdksThreadGoOutInTheOrderOfTheirArrival) {
+   tableIs({{"a", 1}, {"b", 2}, {"c", 3}});
+   // The first element is more than the client's window, so its write stands until it is read.
+   std::atomic<int> made{0};
+   change([&] {
+      service_->tablePayload = 8U << 20;
+      service_->onDumpElement = [&](const std::string&) { ++made; };
+   });
+   const auto own = stub();
+   WatchClient client(*own, &Stub::watch_table, withFields(all(), {allFields}));
+   ASSERT_TRUE(eventually([&] { return made == 1; }));
+   // It has been queued; once it is not any more, it is being written.
+   pumpPasses();
+   const auto streams = service_->tableStreams().getHandlers();
+   ASSERT_EQ(streams.size(), 1U);
+   ASSERT_TRUE(eventually([&] { return static_cast<EventStream&>(*streams[0]).queued() == 0; }));
+   // As the main loop calls back: with the SDK's lock, while the dump stands.
+   std::thread sdk([&] {
+      orv::sdk_scoped_lock lock;
+      service_->tablePayload = 0;
+      service_->table["c"] = 30;
+      service_->publishTable("c", 30);
+      service_->publishTable("z", 1);
+      service_->publishTable("a", 10);
+   });
+   sdk.join();
+   EXPECT_EQ(made, 1);
+   // Each write that completes brings one element, which goes behind what is queued.
+   const std::vector<std::pair<std::string, std::uint64_t>> expected{{"a", 1},  {"c", 30}, {"z", 1},
+                                                                     {"a", 10}, {"b", 2},  {"c", 30}};
+   for (const auto& [key, value] : expected) {
+      const auto response = client.next();
+      ASSERT_TRUE(response);
+      EXPECT_EQ(response->key(), key);
+      EXPECT_EQ(response->number(), value);
+      EXPECT_FALSE(response->ack());
+   }
+   EXPECT_TRUE(client.next()->ack());
+   EXPECT_EQ(made, 3);
+}
+
 TEST_F(DumpStreamingHandlerTest, theStreamHasSubscribedBeforeTheFirstElementIsMade) {
    tableIs({{"a", 1}});
    bool subscribed = false;
@@ -186,37 +249,71 @@ TEST_F(DumpStreamingHandlerTest, aClientThatLeavesDuringTheDumpEndsIt) {
 
 TEST_F(DumpStreamingHandlerTest, everyRowThatIsThereThroughoutAppearsAndMemoryStaysFlat) {
    constexpr std::size_t rows = 100'000;
-   {
-      orv::sdk_scoped_lock lock;
+   const auto row = [](std::size_t i) { return fmt::format("{:06}", i); };
+   // Rows that come and go stand behind those that stay.
+   const auto passing = [&](std::size_t i) { return row(i) + "x"; };
+   // Read and written under the SDK's lock.
+   std::size_t made = 0;
+   std::uint64_t mostMessages = 0;
+   std::size_t leastBytes = 0;
+   std::size_t mostBytes = 0;
+   change([&] {
       for (std::size_t i = 0; i < rows; ++i)
-         service_->table["stays" + std::to_string(i)] = 1;
-   }
-   std::size_t mostQueued = 0;
-   std::set<std::string> seen;
-   bool acknowledged = false;
+         service_->table[row(i)] = 1;
+      service_->onDumpElement = [&](const std::string&) {
+         // With the message that is being made.
+         if (++made % 20 == 0) mostMessages = std::max(mostMessages, liveMessages());
+         if (made % 1000 != 0) return;
+         mostBytes = std::max(mostBytes, allocatedBytes());
+         if (made == 1000) leastBytes = mostBytes;
+      };
+   });
+   std::vector<bool> seen(rows);
+   std::size_t count = 0;
+   std::size_t changes = 0;
+   Keys there;
    const auto client = watchTable(withFields(all(), {number}));
-   while (const auto response = client->next()) {
-      if (response->ack()) {
-         acknowledged = true;
-         break;
+   auto response = client->next();
+   for (; response && !response->ack(); response = client->next()) {
+      const std::size_t i = std::stoul(response->key());
+      if (response->number() == 1) {
+         EXPECT_FALSE(seen[i]) << response->key();
+         seen[i] = true;
       }
-      EXPECT_TRUE(seen.insert(response->key()).second) << response->key();
-      if (seen.size() % 100 != 0) continue;
-      {
-         // In front of where the walk stands and behind it.
-         orv::sdk_scoped_lock lock;
-         for (const std::size_t i : {seen.size(), rows - seen.size()}) {
-            service_->table["stays" + std::to_string(i) + "x"] = 2;
-            service_->table.erase("stays" + std::to_string(i - 100) + "x");
-         }
-      }
-      for (const auto& handler : service_->tableStreams().getHandlers())
-         mostQueued = std::max(mostQueued, static_cast<EventStream&>(*handler).queued());
+      if (++count % 100 != 0) continue;
+      // One row far in front of where the walk stands, one behind it and one close to it; those of the last
+      // change go.
+      change([&] {
+         for (const std::string& key : there)
+            service_->table.erase(key);
+         there = {passing((i + rows / 2) % rows), passing(i / 2), passing(i)};
+         for (const std::string& key : there)
+            service_->table[key] = 2;
+      });
+      ++changes;
    }
-   EXPECT_TRUE(acknowledged);
-   EXPECT_LE(mostQueued, 2U);
-   for (std::size_t i = 0; i < rows; ++i)
-      ASSERT_TRUE(seen.contains("stays" + std::to_string(i))) << i;
+   ASSERT_TRUE(response);
+   EXPECT_TRUE(response->ack());
+   EXPECT_GE(changes, rows / 100);
+   EXPECT_EQ(std::count(seen.begin(), seen.end(), false), 0);
+   // The acknowledgement was the last of the dump: nothing but events is behind it.
+   std::size_t madeInAll = 0;
+   change([&] { madeInAll = made; });
+   EXPECT_EQ(madeInAll, count);
+   for (std::uint64_t event = 1; event <= 3; ++event) {
+      service_->publishTable("live", event);
+      const auto live = client->next();
+      EXPECT_EQ(live->key(), "live");
+      EXPECT_EQ(live->number(), event);
+   }
+   change([&] { EXPECT_EQ(made, madeInAll); });
+   // The one that is written and the one that is made.
+   EXPECT_LE(mostMessages, 2U);
+   RecordProperty("grown_bytes", std::to_string(mostBytes - leastBytes));
+   if (leastBytes != 0) {
+      // All rows together would be some 20 MB of messages.
+      EXPECT_LT(mostBytes - leastBytes, 1U << 20);
+   }
 }
 
 }  // namespace

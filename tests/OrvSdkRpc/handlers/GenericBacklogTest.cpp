@@ -8,9 +8,11 @@
 #include <map>
 #include <string>
 #include <thread>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
+#include "fixture/CpuTime.h"
 #include "fixture/StreamTest.h"
 #include "gorm/TaskScheduler.h"
 #include "zelt/ActivityLock.h"
@@ -20,7 +22,6 @@
 namespace OrvSdkRpc {
 namespace {
 
-// A key is its own hash, so the order of the table is that of the numbers.
 using Handled = std::vector<std::pair<int, test::WatchResponse>>;
 
 struct Record {
@@ -56,10 +57,33 @@ protected:
          keys.push_back(key);
       return keys;
    }
+   // The keys in the order of the table.
+   static std::vector<int> inOrder(std::initializer_list<int> keys) {
+      std::remove_cvref_t<decltype(backlog_.pending())> table;
+      for (const int key : keys)
+         table.emplace(key);
+      std::vector<int> order;
+      table.pass([&](int key, auto&) {
+         order.push_back(key);
+         return true;
+      });
+      return order;
+   }
    void add(std::initializer_list<int> keys) {
       Zelt::ActivityLockAnchor lock(scheduler_->lock());
       for (const int key : keys)
          backlog_.get(key);
+   }
+
+   // What the task says it did and what is left.
+   using Counts = std::pair<std::uint64_t, std::uint64_t>;
+   Counts counts() {
+      Counts both;
+      Zelt::ActivityLockAnchor lock(scheduler_->lock());
+      scheduler_->forEachTask([&](const Gorm::Task& task) {
+         if (task.name() == "backlog") both = {task.workCount(), task.workPending()};
+      });
+      return both;
    }
 
    Pavo::Ptr<Gorm::TaskScheduler> scheduler_ = Pavo::makePtr<Gorm::TaskScheduler>("test");
@@ -86,54 +110,51 @@ TEST_F(GenericBacklogTest, eventsOfOneKeyBecomeOneMessageWithTheLastValues) {
 }
 
 TEST_F(GenericBacklogTest, aSchedulerThatAlwaysSaysYieldGetsOneEntryARun) {
-   add({30, 10, 20});
-   EXPECT_EQ(oneYieldingRun(), std::vector<int>{10});
-   EXPECT_EQ(backlog_.pending().resumeKey(), 20);
-   EXPECT_EQ(oneYieldingRun(), std::vector<int>{20});
-   EXPECT_EQ(oneYieldingRun(), std::vector<int>{30});
+   const std::vector<int> order = inOrder({10, 20, 30});
+   // Not in the order of their arrival.
+   add({order[2], order[0], order[1]});
+   EXPECT_EQ(oneYieldingRun(), std::vector<int>{order[0]});
+   EXPECT_EQ(backlog_.pending().resumeKey(), order[1]);
+   EXPECT_EQ(oneYieldingRun(), std::vector<int>{order[1]});
+   EXPECT_EQ(oneYieldingRun(), std::vector<int>{order[2]});
    EXPECT_TRUE(backlog_.pending().empty());
    EXPECT_EQ(oneYieldingRun(), std::vector<int>{});
 }
 
 TEST_F(GenericBacklogTest, aKeyInFrontOfTheResumePointComesInTheRunAfter) {
-   add({10, 20, 30});
-   EXPECT_EQ(oneYieldingRun(), std::vector<int>{10});
-   add({5, 25});
+   const std::vector<int> order = inOrder({5, 10, 20, 25, 30});
+   add({order[1], order[2], order[4]});
+   EXPECT_EQ(oneYieldingRun(), std::vector<int>{order[1]});
+   add({order[0], order[3]});
    run();
-   EXPECT_EQ(keys(), (std::vector<int>{10, 20, 25, 30, 5}));
+   EXPECT_EQ(keys(), (std::vector<int>{order[1], order[2], order[3], order[4], order[0]}));
    EXPECT_TRUE(backlog_.pending().empty());
 }
 
 TEST_F(GenericBacklogTest, anEventForAKeyThatWasHandedOnComesAgain) {
+   const std::vector<int> order = inOrder({10, 20});
    add({10, 20});
-   EXPECT_EQ(oneYieldingRun(), std::vector<int>{10});
-   backlog_.get(10).set_number(2);
+   EXPECT_EQ(oneYieldingRun(), std::vector<int>{order[0]});
+   backlog_.get(order[0]).set_number(2);
    run();
-   ASSERT_EQ(keys(), (std::vector<int>{10, 20, 10}));
+   ASSERT_EQ(keys(), (std::vector<int>{order[0], order[1], order[0]}));
    EXPECT_EQ(handled_[2].second.number(), 2U);
 }
 
 TEST_F(GenericBacklogTest, anEmptyTableIsNothingAndAsksForNoRun) {
    backlog_.handleBacklogTask();
    EXPECT_TRUE(handled_.empty());
+   EXPECT_EQ(counts(), (Counts{0, 0}));
    const Zelt::ActivityLockAnchor lock(scheduler_->lock());
    EXPECT_FALSE(scheduler_->hasReady());
 }
 
 TEST_F(GenericBacklogTest, theTaskTellsWhatItDidAndWhatIsLeft) {
-   const auto counts = [&] {
-      std::pair<std::uint64_t, std::uint64_t> both;
-      Zelt::ActivityLockAnchor lock(scheduler_->lock());
-      scheduler_->forEachTask([&](const Gorm::Task& task) {
-         if (task.name() == "backlog") both = {task.workCount(), task.workPending()};
-      });
-      return both;
-   };
    add({1, 2, 3});
    oneYieldingRun();
-   EXPECT_EQ(counts(), (std::pair<std::uint64_t, std::uint64_t>{1, 2}));
+   EXPECT_EQ(counts(), (Counts{1, 2}));
    run();
-   EXPECT_EQ(counts(), (std::pair<std::uint64_t, std::uint64_t>{3, 0}));
+   EXPECT_EQ(counts(), (Counts{3, 0}));
 }
 
 TEST_F(GenericBacklogTest, whatIsPendingGoesWithTheBacklog) {
@@ -168,10 +189,11 @@ TEST(GenericBacklog, aStormReachesTheWatcherAsTheLastStateOfEachPortAndThePingSt
    constexpr int ports = 64;
    constexpr std::uint64_t changes = 1'000'000;
    std::thread loop([&] { scheduler->run(); });
+   // What the loop's thread did between a question and its answer.
    std::vector<std::int64_t> pings;
    std::int64_t asked = 0;
    const auto ping = Pavo::makePtr<Gorm::Task>(scheduler, "ping", Gorm::priorityUrgent, [&] {
-      pings.push_back(Zelt::Clock::steadyNanos() - asked);
+      pings.push_back(fixture::threadCpuNanos() - asked);
       asked = 0;
    });
    // The changes come in callbacks of one task, as the switch makes them, and somebody pings all the time.
@@ -184,7 +206,7 @@ TEST(GenericBacklog, aStormReachesTheWatcherAsTheLastStateOfEachPortAndThePingSt
          message.set_key(std::to_string(port));
          message.set_number(++made);
          if (made % 1000 == 0 && asked == 0) {
-            asked = Zelt::Clock::steadyNanos();
+            asked = fixture::threadCpuNanos();
             ping->scheduleTask();
          }
       }
@@ -207,11 +229,11 @@ TEST(GenericBacklog, aStormReachesTheWatcherAsTheLastStateOfEachPortAndThePingSt
    }
    scheduler->stop();
    loop.join();
-   EXPECT_LT(received, changes / 10);
-   // The slowest few are the machine's own: it may run something else for a while.
+   EXPECT_LT(received, changes / 2);
    std::sort(pings.begin(), pings.end());
    ASSERT_GE(pings.size(), 10U);
-   EXPECT_LT(pings[pings.size() * 9 / 10], 10 * Zelt::nanosPerMilli * fixture::slowdown());
+   EXPECT_LT(pings[(pings.size() - 1) * 99 / 100], 10 * Zelt::nanosPerMilli * fixture::slowdown());
+   EXPECT_LT(pings.back(), 20 * Zelt::nanosPerMilli * fixture::slowdown());
    storm->retire();
    ping->retire();
 }

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <functional>
 #include <string>
 #include <vector>
@@ -12,7 +13,11 @@ namespace {
 
 using Keys = std::vector<int>;
 
-// The hash of an int is the int, so the order of the table is that of the keys.
+// The order of the table is that of the keys.
+struct Ascending {
+   std::uint64_t operator()(int key) const { return static_cast<std::uint64_t>(key) << 56; }
+};
+
 class PendingTableTest : public testing::Test {
 protected:
    void add(std::initializer_list<int> keys) {
@@ -31,7 +36,7 @@ protected:
       return keys;
    }
 
-   PendingTable<int, int> table_;
+   PendingTable<int, int, Ascending> table_;
 };
 
 TEST_F(PendingTableTest, aKeyHasOneEntry) {

@@ -213,6 +213,39 @@ TEST_F(StreamLifetimeTest, stopWithHundredsOfStreamsInEveryStateIsPromptAndLeave
    EXPECT_EQ(alive(), 0U);
 }
 
+TEST_F(StreamLifetimeTest, clientsThatLeaveWhileTheServerStopsLeaveNothing) {
+   change([&] {
+      for (int i = 0; i < 100; ++i)
+         service_->table["key" + std::to_string(i)] = 1;
+   });
+   std::vector<std::unique_ptr<WatchClient>> watches;
+   std::vector<std::unique_ptr<RatesClient>> rates;
+   for (int i = 0; i < 40; ++i) {
+      watches.push_back(watch());
+      watches.push_back(watchTable(withFields(all(), {allFields})));
+      rates.push_back(std::make_unique<RatesClient>(*stub_, &Stub::rates, test::RatesRequest()));
+   }
+   ASSERT_TRUE(eventually([&] { return service_->rateStreams().getHandlers().size() == 40; }));
+   service_->publish("k", 1);
+   service_->publishRate("Ethernet1", 1);
+   // Half of them before the server begins to stop, the other half while it does.
+   const auto leave = [&](std::size_t begin) {
+      for (std::size_t i = begin; i < watches.size(); i += 2)
+         watches[i]->cancel();
+      for (std::size_t i = begin; i < rates.size(); i += 2)
+         rates[i]->cancel();
+   };
+   leave(0);
+   std::thread leaving([&] { leave(1); });
+   running_->stop();
+   leaving.join();
+   EXPECT_EQ(running_->server().tags().size(), 0U);
+   EXPECT_FALSE(service_->watching);
+   EXPECT_FALSE(service_->tableStreams().watching);
+   EXPECT_FALSE(service_->rateStreams().watching);
+   EXPECT_EQ(alive(), 0U);
+}
+
 TEST_F(StreamLifetimeTest, stopDoesNotWaitForAClientThatTakesNothingOffItsSocket) {
    const std::string path = running_->address().substr(std::string("unix://").size());
    const fixture::RawCall client(path, "/OrvSdkRpc.test.StreamProbeService/watch", all().SerializeAsString());

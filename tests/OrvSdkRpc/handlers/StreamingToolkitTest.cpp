@@ -3,17 +3,17 @@
 #include <gtest/gtest.h>
 #include <malloc.h>
 
+#include <atomic>
 #include <memory>
 #include <optional>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "fixture/StreamTest.h"
 
 namespace OrvSdkRpc {
 namespace {
-
-using fixture::tracesWith;
 
 // A stream without a call: what it writes and how it ends is recorded.
 class LooseStream final : public EventStream, public std::enable_shared_from_this<LooseStream> {
@@ -385,8 +385,15 @@ TEST_F(StreamingToolkitTest, aClientThatStopsReadingIsCutOffAndItsNeighbourMisse
    // More than the client's window, so the write cannot complete while nobody reads.
    service_->publish("first", 1, 8U << 20);
    ASSERT_TRUE(quick->next());
+   // It is being written to both.
+   ASSERT_TRUE(fixture::eventually([&] {
+      for (const auto& stream : service_->subscriptions().getHandlers()) {
+         if (static_cast<EventStream&>(*stream).queued() != 0) return false;
+      }
+      return true;
+   }));
    constexpr std::uint64_t limit = 262144;
-   std::uint64_t received = 1;
+   std::atomic<std::uint64_t> received{1};
    std::thread reader([&] {
       while (received < limit + 2 && quick->next())
          ++received;
@@ -399,6 +406,8 @@ TEST_F(StreamingToolkitTest, aClientThatStopsReadingIsCutOffAndItsNeighbourMisse
    for (std::uint64_t i = 0; i < limit; ++i)
       publish();
    EXPECT_EQ(watchers(), 2U);
+   // However busy the machine is, the quick one is not the one that is cut off.
+   ASSERT_TRUE(fixture::eventually([&] { return received > 1; }));
    publish();
    EXPECT_EQ(watchers(), 1U);
    EXPECT_TRUE(service_->watching);

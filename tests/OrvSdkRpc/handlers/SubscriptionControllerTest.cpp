@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <condition_variable>
 #include <mutex>
 #include <thread>
@@ -9,6 +10,7 @@
 
 #include "fixture/StreamTest.h"
 #include "orv/error.h"
+#include "orv/lock.h"
 #include "pavo/Allocator.h"
 
 namespace OrvSdkRpc {
@@ -90,15 +92,36 @@ TEST_F(SubscriptionControllerTest, aFailedStartLeavesNobodySubscribed) {
    EXPECT_EQ(controller_.started, 2);
 }
 
+// The SDK's lock, and whether a thread that does not have it has asked for it.
+class AskedLock final : public orv::host::lock_backend {
+public:
+   AskedLock() { orv::host::lock_backend_is(this); }
+   ~AskedLock() override { orv::host::lock_backend_is(nullptr); }
+
+   void acquire() override {
+      if (!mutex_.try_lock()) {
+         asked = true;
+         mutex_.lock();
+      }
+   }
+   void release() noexcept override { mutex_.unlock(); }
+
+   std::atomic<bool> asked{false};
+
+private:
+   std::mutex mutex_;
+};
+
 // The last stream leaves on one thread, and before it has the SDK's lock the next one has subscribed.
 TEST_F(SubscriptionControllerTest, aStreamThatLeavesDoesNotStopTheNextOne) {
+   AskedLock sdk;
    controller_.subscribe(id(1));
    std::thread leaving;
    {
       orv::sdk_scoped_lock lock;
       leaving = std::thread([&] { controller_.cancel(id(1)); });
       // The tag goes before the lock is waited for.
-      while (controller_.subscribed(id(1)))
+      while (!sdk.asked)
          std::this_thread::yield();
       controller_.subscribe(id(2));
    }

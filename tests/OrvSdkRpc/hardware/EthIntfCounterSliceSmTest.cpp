@@ -18,12 +18,12 @@ protected:
    Pavo::Ptr<EthIntfCounterSliceSm> slice_ = Pavo::makePtr<EthIntfCounterSliceSm>("a", &watcher_, table_);
 };
 
-TEST_F(EthIntfCounterSliceSmTest, KnowsItsWriter) {
+TEST_F(EthIntfCounterSliceSmTest, knowsItsWriter) {
    EXPECT_EQ(slice_->name(), "a");
    EXPECT_EQ(slice_->counters(), table_);
 }
 
-TEST_F(EthIntfCounterSliceSmTest, TellsEachChangedRowOnce) {
+TEST_F(EthIntfCounterSliceSmTest, tellsEachChangedRowOnce) {
    const fixture::TraceCapture traces("intf_counter/8");
    table_->rowIs(id("Ethernet1"), row(1));
    table_->rowIs(id("Ethernet2"), row(2));
@@ -33,7 +33,7 @@ TEST_F(EthIntfCounterSliceSmTest, TellsEachChangedRowOnce) {
    EXPECT_THAT(take(), IsEmpty());
 }
 
-TEST_F(EthIntfCounterSliceSmTest, InternalAndPeerInterfacesAreNeverTold) {
+TEST_F(EthIntfCounterSliceSmTest, internalAndPeerInterfacesAreNeverTold) {
    const fixture::TraceCapture traces("intf_counter/8");
    for (const char* name : {"Internal1", "PeerEthernet1", "PeerEthernet3/1", "PeerLag4"})
       table_->rowIs(id(name), row(5));
@@ -42,7 +42,7 @@ TEST_F(EthIntfCounterSliceSmTest, InternalAndPeerInterfacesAreNeverTold) {
    EXPECT_EQ(traces.count("Eth counters update"), 0U);
 }
 
-TEST_F(EthIntfCounterSliceSmTest, ARowWithoutAnyRateIsNoNews) {
+TEST_F(EthIntfCounterSliceSmTest, aRowWithoutAnyRateIsNoNews) {
    table_->rowIs(id("Ethernet1"), {});
    table_->rowIs(id("Ethernet2"), {.statistics = {.inUcastPkts = 5, .sampleTime = 1}, .rates = {}});
    EXPECT_THAT(take(), IsEmpty());
@@ -50,7 +50,7 @@ TEST_F(EthIntfCounterSliceSmTest, ARowWithoutAnyRateIsNoNews) {
    EXPECT_THAT(take(), ElementsAre("Ethernet1 0")) << "it had a rate once, and has come to rest";
 }
 
-TEST_F(EthIntfCounterSliceSmTest, ARowThatIsGoneIsNoNews) {
+TEST_F(EthIntfCounterSliceSmTest, aRowThatIsGoneIsNoNews) {
    table_->rowIs(id("Ethernet1"), row(1));
    table_->rowDel(id("Ethernet1"));
    EXPECT_THAT(take(), IsEmpty());
@@ -58,7 +58,7 @@ TEST_F(EthIntfCounterSliceSmTest, ARowThatIsGoneIsNoNews) {
    EXPECT_THAT(take(), IsEmpty());
 }
 
-TEST_F(EthIntfCounterSliceSmTest, ADamagedRowIsRepairedAndReadAgain) {
+TEST_F(EthIntfCounterSliceSmTest, aDamagedRowIsRepairedAndReadAgain) {
    table_->repairIs([this](const Lumic::IntfId& intf) { table_->rowIs(intf, row(9)); });
    table_->rowIs(id("Ethernet1"), row(1));
    take();
@@ -68,7 +68,7 @@ TEST_F(EthIntfCounterSliceSmTest, ADamagedRowIsRepairedAndReadAgain) {
    EXPECT_EQ(table_->corruptions(), 1U);
 }
 
-TEST_F(EthIntfCounterSliceSmTest, ADamagedRowThatNobodyRepairsIsLeftOut) {
+TEST_F(EthIntfCounterSliceSmTest, aDamagedRowThatNobodyRepairsIsLeftOut) {
    table_->rowIs(id("Ethernet1"), row(1));
    table_->damageRow(id("Ethernet1"));
    table_->rowIs(id("Ethernet2"), row(2));
@@ -77,7 +77,7 @@ TEST_F(EthIntfCounterSliceSmTest, ADamagedRowThatNobodyRepairsIsLeftOut) {
    EXPECT_FALSE(table_->contains(id("Ethernet1")));
 }
 
-TEST_F(EthIntfCounterSliceSmTest, ASliceThatIsGoneTellsNothing) {
+TEST_F(EthIntfCounterSliceSmTest, aSliceThatIsGoneTellsNothing) {
    table_->rowIs(id("Ethernet1"), row(1));
    slice_ = nullptr;
    EXPECT_THAT(take(), IsEmpty());

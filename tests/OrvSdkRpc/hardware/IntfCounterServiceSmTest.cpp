@@ -21,7 +21,7 @@ protected:
    IntfTrafficRatesWatcher watcher_{nullptr};
 };
 
-TEST_F(IntfCounterServiceSmTest, HasASlicePerWriter) {
+TEST_F(IntfCounterServiceSmTest, hasASlicePerWriter) {
    writerIs("a")->rowIs(id("Ethernet1"), row(1));
    writerIs("b")->rowIs(id("Ethernet2"), row(2));
    const auto sm = stateMachine();
@@ -32,7 +32,7 @@ TEST_F(IntfCounterServiceSmTest, HasASlicePerWriter) {
    EXPECT_THAT(take(), ElementsAre("Ethernet3 3"));
 }
 
-TEST_F(IntfCounterServiceSmTest, TracesEachNewWriter) {
+TEST_F(IntfCounterServiceSmTest, tracesEachNewWriter) {
    const fixture::TraceCapture traces("intf_counter/8");
    writerIs("a");
    const auto sm = stateMachine();
@@ -41,7 +41,7 @@ TEST_F(IntfCounterServiceSmTest, TracesEachNewWriter) {
    EXPECT_EQ(traces.count("New eth counter writer: Linecard3"), 1U);
 }
 
-TEST_F(IntfCounterServiceSmTest, AWriterThatGoesTakesItsSliceAlong) {
+TEST_F(IntfCounterServiceSmTest, aWriterThatGoesTakesItsSliceAlong) {
    const auto table = writerIs("a");
    const auto sm = stateMachine();
    table->rowIs(id("Ethernet1"), row(1));
@@ -53,7 +53,7 @@ TEST_F(IntfCounterServiceSmTest, AWriterThatGoesTakesItsSliceAlong) {
    EXPECT_EQ(sm->slices(), 0U);
 }
 
-TEST_F(IntfCounterServiceSmTest, AWriterThatComesBackHasANewTable) {
+TEST_F(IntfCounterServiceSmTest, aWriterThatComesBackHasANewTable) {
    const auto old = writerIs("a");
    const auto sm = stateMachine();
    const auto renewed = writerIs("a");
@@ -63,7 +63,7 @@ TEST_F(IntfCounterServiceSmTest, AWriterThatComesBackHasANewTable) {
    EXPECT_THAT(take(), ElementsAre("Ethernet1 2"));
 }
 
-TEST_F(IntfCounterServiceSmTest, AnotherLookAtAWriterChangesNothing) {
+TEST_F(IntfCounterServiceSmTest, anotherLookAtAWriterChangesNothing) {
    writerIs("a")->rowIs(id("Ethernet1"), row(1));
    const auto sm = stateMachine();
    take();
@@ -73,14 +73,14 @@ TEST_F(IntfCounterServiceSmTest, AnotherLookAtAWriterChangesNothing) {
    EXPECT_THAT(take(), IsEmpty());
 }
 
-TEST_F(IntfCounterServiceSmTest, AnEntryThatIsNoWriterOrHasNoTableHasNoSlice) {
+TEST_F(IntfCounterServiceSmTest, anEntryThatIsNoWriterOrHasNoTableHasNoSlice) {
    dir_->entityIs("other", Pavo::makePtr<Zelt::Dir>());
    dir_->entityIs("without", Pavo::makePtr<Interface::EthIntfCounterWriterStatus>("without"));
    const auto sm = stateMachine();
    EXPECT_EQ(sm->slices(), 0U);
 }
 
-TEST_F(IntfCounterServiceSmTest, FollowsTheLags) {
+TEST_F(IntfCounterServiceSmTest, followsTheLags) {
    lags_->rowIs(id("Lag1"), row(1));
    const auto sm = stateMachine();
    const fixture::TraceCapture traces("intf_counter/8");
@@ -93,7 +93,7 @@ TEST_F(IntfCounterServiceSmTest, FollowsTheLags) {
    EXPECT_EQ(traces.count("Treating interface as internal. Leaving."), 1U);
 }
 
-TEST_F(IntfCounterServiceSmTest, NothingIsToldOnceItIsGone) {
+TEST_F(IntfCounterServiceSmTest, nothingIsToldOnceItIsGone) {
    const auto table = writerIs("a");
    auto sm = stateMachine();
    table->rowIs(id("Ethernet1"), row(1));
@@ -103,7 +103,7 @@ TEST_F(IntfCounterServiceSmTest, NothingIsToldOnceItIsGone) {
    EXPECT_NO_THROW(writerIs("b"));
 }
 
-TEST_F(IntfCounterServiceSmTest, ADirectoryOrLagsMayBeMissing) {
+TEST_F(IntfCounterServiceSmTest, aDirectoryOrLagsMayBeMissing) {
    writerIs("a")->rowIs(id("Ethernet1"), row(1));
    lags_->rowIs(id("Lag1"), row(2));
    auto sm = Pavo::makePtr<IntfCounterServiceSm>(&watcher_, shared_, nullptr, lags_);

@@ -19,7 +19,7 @@ protected:
    IntfTrafficRatesWatcher watcher_{nullptr};
 };
 
-TEST_F(IntfTrafficRatesWatcherTest, TellsAllFiveRatesFromTheLoop) {
+TEST_F(IntfTrafficRatesWatcherTest, tellsAllFiveRatesFromTheLoop) {
    mount();
    const auto table = writerIs("a");
    std::vector<std::pair<orv::intf_id_t, orv::intf_traffic_rates_t>> told;
@@ -37,7 +37,7 @@ TEST_F(IntfTrafficRatesWatcherTest, TellsAllFiveRatesFromTheLoop) {
    watcher_.stopWatching();
 }
 
-TEST_F(IntfTrafficRatesWatcherTest, NothingFollowsTheTablesWithoutAWatch) {
+TEST_F(IntfTrafficRatesWatcherTest, nothingFollowsTheTablesWithoutAWatch) {
    mount();
    const auto table = writerIs("a");
    EXPECT_FALSE(watcher_.watching());
@@ -47,7 +47,7 @@ TEST_F(IntfTrafficRatesWatcherTest, NothingFollowsTheTablesWithoutAWatch) {
    EXPECT_THAT(take(), IsEmpty()) << "no function is set";
 }
 
-TEST_F(IntfTrafficRatesWatcherTest, TheLastOneOutDropsEverythingAndTheNextRebuildsIt) {
+TEST_F(IntfTrafficRatesWatcherTest, theLastOneOutDropsEverythingAndTheNextRebuildsIt) {
    mount();
    const auto table = writerIs("a");
    table->rowIs(id("Ethernet1"), row(5));
@@ -67,7 +67,7 @@ TEST_F(IntfTrafficRatesWatcherTest, TheLastOneOutDropsEverythingAndTheNextRebuil
    watcher_.stopWatching();
 }
 
-TEST_F(IntfTrafficRatesWatcherTest, ASecondStartOnlyChangesTheFunction) {
+TEST_F(IntfTrafficRatesWatcherTest, aSecondStartOnlyChangesTheFunction) {
    mount();
    const auto table = writerIs("a");
    table->rowIs(id("Ethernet1"), row(5));
@@ -77,7 +77,7 @@ TEST_F(IntfTrafficRatesWatcherTest, ASecondStartOnlyChangesTheFunction) {
    watcher_.stopWatching();
 }
 
-TEST_F(IntfTrafficRatesWatcherTest, AWatchBeforeTheMountsBeginsWithThem) {
+TEST_F(IntfTrafficRatesWatcherTest, aWatchBeforeTheMountsBeginsWithThem) {
    const auto table = writerIs("a");
    table->rowIs(id("Ethernet1"), row(5));
    watcher_.startWatching(listener());
@@ -88,7 +88,7 @@ TEST_F(IntfTrafficRatesWatcherTest, AWatchBeforeTheMountsBeginsWithThem) {
    watcher_.stopWatching();
 }
 
-TEST_F(IntfTrafficRatesWatcherTest, AWriterThatIsAddedLaterIsFollowed) {
+TEST_F(IntfTrafficRatesWatcherTest, aWriterThatIsAddedLaterIsFollowed) {
    mount();
    watcher_.startWatching(listener());
    const auto table = writerIs("later");
@@ -100,7 +100,7 @@ TEST_F(IntfTrafficRatesWatcherTest, AWriterThatIsAddedLaterIsFollowed) {
    watcher_.stopWatching();
 }
 
-TEST_F(IntfTrafficRatesWatcherTest, WithoutTablesAWatchIsSilent) {
+TEST_F(IntfTrafficRatesWatcherTest, withoutTablesAWatchIsSilent) {
    const auto otherState = Pavo::makePtr<Tessel::EntityManager>();
    const auto otherShared = Pavo::makePtr<ZeltSharedMem::EntityManager>();
    // Of another type than expected: as good as missing.

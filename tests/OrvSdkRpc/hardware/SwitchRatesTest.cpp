@@ -66,7 +66,7 @@ protected:
    std::map<std::string, orv::intf_traffic_rates_t> rates_;
 };
 
-TEST_F(SwitchRatesTest, RatesFollowTheTrafficOfPortsAndLags) {
+TEST_F(SwitchRatesTest, ratesFollowTheTrafficOfPortsAndLags) {
    run("configure interface Lag1 create");
    watch();
    run("set traffic Internal1 in-pps 5");
@@ -95,7 +95,7 @@ TEST_F(SwitchRatesTest, RatesFollowTheTrafficOfPortsAndLags) {
    EXPECT_FALSE(rates_.contains("Ethernet4")) << "it never had a rate";
 }
 
-TEST_F(SwitchRatesTest, ADamagedRowIsReadAgainAsTheWriterHasIt) {
+TEST_F(SwitchRatesTest, aDamagedRowIsReadAgainAsTheWriterHasIt) {
    watch();
    run("set traffic Ethernet1 in-pps 1000");
    await("Ethernet1", [](const auto& rates) { return rates.in_pkts_rate() > 0; });

@@ -317,7 +317,7 @@ TEST_F(IntfCounterServiceTest, aBatchHasAThousandEntriesAtMost) {
    EXPECT_EQ(std::unique(all.begin(), all.end()) - all.begin(), 1001);
 }
 
-TEST_F(IntfCounterServiceTest, ASlowReaderGetsTheLatestValue) {
+TEST_F(IntfCounterServiceTest, aSlowReaderGetsTheLatestValue) {
    const auto table = writerIs("a");
    const auto client = server_.stream();
    std::promise<void> release;

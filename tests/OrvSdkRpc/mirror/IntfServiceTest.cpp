@@ -218,14 +218,16 @@ TEST_F(IntfServiceTest, everyKindOfEventIsOneMessageAtOnce) {
 TEST_F(IntfServiceTest, withoutFieldsThereAreEventsButNoDump) {
    // The mock is strict: the table is not looked at.
    const fixture::TraceCapture traces("intf/9");
-   for (const auto& request : {all(), all({4}), all({-1, 17})}) {
+   auto emptyControl = all();
+   emptyControl.mutable_fields_control();
+   for (const auto& request : {all(), emptyControl, all({4}), all({-1, 17})}) {
       auto client = watch(request);
       oper(ethernet1, oper_status_t::up);
       EXPECT_EQ(shown(client->next()), "Ethernet1 oper=1");
       client.reset();
       ASSERT_TRUE(fixture::eventually([&] { return watchers() == 0; }));
    }
-   EXPECT_EQ(traces.count("Not performing a dump as no dump fields have been requested"), 3U);
+   EXPECT_EQ(traces.count("Not performing a dump as no dump fields have been requested"), 4U);
    EXPECT_EQ(traces.count("Unrecognised field 4 in dump request"), 1U);
    EXPECT_EQ(traces.count("Unrecognised field -1 in dump request"), 1U);
    EXPECT_EQ(traces.count("Unrecognised field 17 in dump request"), 1U);

@@ -22,11 +22,9 @@ namespace {
 namespace remote = orv::remote;
 using support::iterOver;
 using testing::An;
-using testing::DoAll;
 using testing::InSequence;
 using testing::Property;
 using testing::Return;
-using testing::SetArgReferee;
 using testing::Throw;
 using HwState = orv::nexthop_group_programmed_hw_state_t;
 using CounterState = orv::nexthop_group_counter_state_t;

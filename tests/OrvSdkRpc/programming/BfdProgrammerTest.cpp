@@ -137,6 +137,14 @@ TEST_F(InitializedBfdProgrammerTest, withoutAnIntervalTheDefaultIsSetAlsoOnAnUpd
    EXPECT_EQ(status(session(1)), pb::RPC_STATUS_OK);
 }
 
+TEST_F(InitializedBfdProgrammerTest, intervalAndMultiplierAreTakenWithinTheirBits) {
+   Request request = session(1);
+   request.set_min_tx(0x10000 + 50);
+   request.set_detectionmultiplier(0x100 + 4);
+   EXPECT_CALL(mgr_, sbfd_echo_session_interval_set(keyOf(1), orv::sbfd_interval_t(50, 4)));
+   EXPECT_EQ(status(request), pb::RPC_STATUS_OK);
+}
+
 TEST_F(InitializedBfdProgrammerTest, intervalAndMultiplierComeTogetherOrNotAtAll) {
    EXPECT_CALL(mgr_, sbfd_echo_session_set(_)).Times(0);
    fixture::TraceCapture traces("OrvSdkRpc/0");

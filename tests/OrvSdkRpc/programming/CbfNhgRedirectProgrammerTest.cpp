@@ -459,6 +459,12 @@ TEST_F(NamedCbfRedirectTest, aBulkThatCannotBePushedIsAnErrorOfItsGoodItems) {
    EXPECT_EQ(response.statuses(0).status(), pb::RPC_STATUS_ERROR);
    EXPECT_EQ(response.statuses(0).debug_string(), "Error: exception full");
    EXPECT_EQ(response.statuses(1).status(), pb::RPC_STATUS_NOT_FOUND);
+   // The controller sends it once more, alone.
+   EXPECT_CALL(host_.policyMapMgr, policy_map_is(_)).WillOnce([this](const orv::policy_map_t& map) {
+      policyMap_ = map;
+   });
+   EXPECT_EQ(status(message("a", "b", {1})), pb::RPC_STATUS_OK);
+   EXPECT_EQ(policyMap_.rules().size(), 1U);
 }
 
 TEST_F(CbfRedirectTest, aBulkBeforeInitDoesNotPushAPolicyMapWithoutAName) {
@@ -515,6 +521,56 @@ TEST_F(NamedCbfRedirectTest, whatIsAddedAgainBeforeTheRemovalStays) {
              "existing sequence unscheduled pending removal");
    EXPECT_EQ(contract_.cbf.processRemove(), 0U);
    EXPECT_NE(find("a", "b"), nullptr);
+}
+
+TEST_F(NamedCbfRedirectTest, aRemovalThatIsRefusedIsTriedAgainAsAWhole) {
+   status(message("a", "b", {1}));
+   status(message("c", "d", {2}));
+   status(removal("a", "b"));
+   status(removal("c", "d"));
+   fixture::TraceCapture traces("OrvSdkRpc/0");
+   EXPECT_CALL(host_.policyMapMgr, policy_map_is(_))
+        .WillOnce(testing::Throw(orv::error("disk full")))
+        .WillRepeatedly([this](const orv::policy_map_t& map) { policyMap_ = map; });
+   EXPECT_EQ(contract_.cbf.processRemove(), 0U);
+   EXPECT_EQ(traces.texts(), std::vector<std::string>{"Error: exception disk full"});
+   EXPECT_EQ(contract_.cbf.redirects().size(), 2U);
+   // One that is added again meanwhile has lost layers, and gets them all back at its place.
+   EXPECT_EQ(status(message("c", "d", {2})), pb::RPC_STATUS_OK);
+   EXPECT_EQ(priorities(list("c-d_IPv4", orv::acl_type_t::ipv4)), (std::vector<int>{2}));
+   EXPECT_TRUE(classMaps_.contains(classKey("c-d")));
+   EXPECT_CALL(host_.classMapMgr, class_map_del(_))
+        .WillOnce(testing::Throw(orv::error("still full")))
+        .WillOnce(Return());
+   EXPECT_EQ(contract_.cbf.processRemove(), 0U);
+   EXPECT_EQ(contract_.cbf.processRemove(), 1U);
+   EXPECT_EQ(policyMap_.rules(),
+             (std::map<std::uint32_t, orv::policy_map_rule_t>{{2, ruleTo("c-d", {"d"})}}));
+   EXPECT_EQ(contract_.cbf.redirects().size(), 1U);
+   EXPECT_EQ(contract_.cbf.processRemove(), 0U);
+}
+
+TEST_F(NamedCbfRedirectTest, anAddThatWasRefusedIsMadeGoodByTheNextOne) {
+   EXPECT_CALL(host_.policyMapMgr, policy_map_is(_))
+        .WillOnce(testing::Throw(orv::error("disk full")))
+        .WillRepeatedly([this](const orv::policy_map_t& map) { policyMap_ = map; });
+   EXPECT_EQ(status(message("a", "b", {1})), pb::RPC_STATUS_ERROR);
+   EXPECT_TRUE(policyMap_.rules().empty());
+   EXPECT_EQ(status(message("a", "b", {1})), pb::RPC_STATUS_OK);
+   EXPECT_EQ(policyMap_.rules(),
+             (std::map<std::uint32_t, orv::policy_map_rule_t>{{1, ruleTo("a-b", {"b"})}}));
+   // Other values are refused: those of before are then no repetition.
+   EXPECT_CALL(host_.aclMgr, acl_commit())
+        .WillOnce(testing::Throw(orv::error("disk full")))
+        .WillRepeatedly(Return());
+   EXPECT_EQ(status(message("a", "b", {7, 8})), pb::RPC_STATUS_ERROR);
+   EXPECT_EQ(status(message("a", "b", {1})), pb::RPC_STATUS_OK);
+   EXPECT_EQ(priorities(list("a-b_IPv4", orv::acl_type_t::ipv4)), (std::vector<int>{1}));
+   EXPECT_EQ(contract_.cbf.lastSequence(), 1U);
+   testing::Mock::VerifyAndClearExpectations(&host_.aclMgr);
+   testing::Mock::VerifyAndClearExpectations(&host_.policyMapMgr);
+   expectNoChange();
+   EXPECT_EQ(status(message("a", "b", {1})), pb::RPC_STATUS_OK);
 }
 
 TEST_F(NamedCbfRedirectTest, aRemovalOfAnUnknownRedirectIsNotFoundWithoutWords) {

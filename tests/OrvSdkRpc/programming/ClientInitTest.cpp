@@ -20,7 +20,6 @@ namespace {
 using fixture::Contract;
 using fixture::rows;
 using testing::InSequence;
-using testing::Return;
 using testing::Throw;
 
 constexpr int start = pb::rpc_server_resync_msg::RESYNC_START;

@@ -22,7 +22,6 @@ namespace {
 using fixture::addNexthop;
 using testing::_;
 using testing::Return;
-using testing::Throw;
 
 pb::nexthop_group_msg groupNamed(const std::string& name) {
    pb::nexthop_group_msg group;

@@ -25,7 +25,6 @@ namespace OrvSdkRpc {
 namespace {
 
 using fixture::AgentHost;
-using testing::_;
 
 class AgentTest : public testing::Test {
 protected:

@@ -15,7 +15,7 @@ namespace rpc = orv::remote;
 
 using OrvctlAcl = test::Orvctl;
 
-TEST_F(OrvctlAcl, ListsThoseOfTheAgentAndAll) {
+TEST_F(OrvctlAcl, listsThoseOfTheAgentAndAll) {
    rpc::AclsResponse own;
    own.mutable_key()->set_acl_name("a");
    own.mutable_key()->set_acl_type(rpc::ACL_TYPE_IPV4);
@@ -29,7 +29,7 @@ TEST_F(OrvctlAcl, ListsThoseOfTheAgentAndAll) {
    EXPECT_EQ(orvctl({"--json", "acl", "list", "--all"}).out, "{\"name\":\"b\",\"type\":\"eth\"}\n");
 }
 
-TEST_F(OrvctlAcl, RulesOfBothKinds) {
+TEST_F(OrvctlAcl, rulesOfBothKinds) {
    rpc::AclRuleIpsResponse ip;
    ip.mutable_entry()->set_seq(10);
    ip.mutable_entry()->mutable_rule()->mutable_source_addr()->set_addr(std::string("\x0a\0\0\0", 4));
@@ -51,7 +51,7 @@ TEST_F(OrvctlAcl, RulesOfBothKinds) {
                     R"(AclMgrService/acl_all_rule_eths {"key":{"acl_name":"a","acl_type":"ACL_TYPE_ETH"}})"));
 }
 
-TEST_F(OrvctlAcl, ChangesSendTheirRequests) {
+TEST_F(OrvctlAcl, changesSendTheirRequests) {
    server_.mirror.answer("AclMgrService/acl_rule_set", rpc::AclRuleSetResponse());
    server_.mirror.answer("AclMgrService/acl_del", rpc::AclDelResponse());
    server_.mirror.answer("AclMgrService/acl_apply", rpc::AclApplyResponse());
@@ -85,7 +85,7 @@ TEST_F(OrvctlAcl, ChangesSendTheirRequests) {
                           R"("acl_type":"ACL_TYPE_IPV6"},"enabled":false})");
 }
 
-TEST_F(OrvctlAcl, RulesAreDeletedInOneBulk) {
+TEST_F(OrvctlAcl, rulesAreDeletedInOneBulk) {
    rpc::BulkAclRuleDelResponse reply;
    reply.mutable_status();
    reply.set_count(2);
@@ -95,7 +95,7 @@ TEST_F(OrvctlAcl, RulesAreDeletedInOneBulk) {
    EXPECT_EQ(orvctl({"acl", "del", "a", "x"}).code, 2);
 }
 
-TEST_F(OrvctlAcl, ABulkThatStopsNamesItsItem) {
+TEST_F(OrvctlAcl, aBulkThatStopsNamesItsItem) {
    rpc::BulkAclRuleDelResponse reply;
    reply.mutable_status()->set_code(rpc::RPC_RESPONSE_STATUS_CODE_INVALID_ARGUMENT);
    reply.mutable_status()->set_message("no");
@@ -110,7 +110,7 @@ TEST_F(OrvctlAcl, ABulkThatStopsNamesItsItem) {
    EXPECT_EQ(json["failed"], "rule 20");
 }
 
-TEST_F(OrvctlAcl, ACommitThatIsWaitedForIsSentOnceTheWatchStands) {
+TEST_F(OrvctlAcl, aCommitThatIsWaitedForIsSentOnceTheWatchStands) {
    rpc::AclWatchResponse ack, done;
    ack.set_ack(true);
    done.mutable_on_acl_sync();
@@ -124,7 +124,7 @@ TEST_F(OrvctlAcl, ACommitThatIsWaitedForIsSentOnceTheWatchStands) {
                ElementsAre(R"(AclMgrService/watch {"ack":true})", "AclMgrService/acl_commit {}"));
 }
 
-TEST_F(OrvctlAcl, ACommitThatHardwareRefusesIsAFailure) {
+TEST_F(OrvctlAcl, aCommitThatHardwareRefusesIsAFailure) {
    rpc::AclWatchResponse ack, failed;
    ack.set_ack(true);
    failed.mutable_on_acl_sync_fail()->set_source("hardware");
@@ -138,7 +138,7 @@ TEST_F(OrvctlAcl, ACommitThatHardwareRefusesIsAFailure) {
    EXPECT_THAT(orvctl({"--json", "acl", "commit", "--wait"}).out, HasSubstr("no space left"));
 }
 
-TEST_F(OrvctlAcl, ACommitThatIsNotAnsweredEndsWithTheTimeout) {
+TEST_F(OrvctlAcl, aCommitThatIsNotAnsweredEndsWithTheTimeout) {
    rpc::AclWatchResponse ack;
    ack.set_ack(true);
    server_.mirror.answer("AclMgrService/watch", ack).held = true;
@@ -149,7 +149,7 @@ TEST_F(OrvctlAcl, ACommitThatIsNotAnsweredEndsWithTheTimeout) {
    EXPECT_THAT(result.err, HasSubstr("no answer"));
 }
 
-TEST_F(OrvctlAcl, MistakesAreRefused) {
+TEST_F(OrvctlAcl, mistakesAreRefused) {
    server_.start();
    for (const std::vector<std::string>& arguments : {std::vector<std::string>{"acl"},
                                                      {"acl", "rules"},

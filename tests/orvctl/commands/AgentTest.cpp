@@ -10,13 +10,12 @@ namespace {
 
 using test::Result;
 using testing::ElementsAre;
-using testing::HasSubstr;
 using testing::StartsWith;
 namespace rpc = orv::remote;
 
 using OrvctlAgent = test::Orvctl;
 
-TEST_F(OrvctlAgent, OptionsAndStatusEntriesWithTheirValues) {
+TEST_F(OrvctlAgent, optionsAndStatusEntriesWithTheirValues) {
    rpc::AgentOptionsResponse option;
    option.set_name("level");
    rpc::AgentOptionResponse value;
@@ -37,7 +36,7 @@ TEST_F(OrvctlAgent, OptionsAndStatusEntriesWithTheirValues) {
              "{\"name\":\"x\",\"value\":\"a=b\"}\n{\"name\":\"y\",\"value\":\"a=b\"}\n");
 }
 
-TEST_F(OrvctlAgent, StatusEntriesAreSetAndDeletedInBulks) {
+TEST_F(OrvctlAgent, statusEntriesAreSetAndDeletedInBulks) {
    rpc::AgentBulkStatusSetResponse set;
    set.mutable_status();
    set.set_count(2);
@@ -59,7 +58,7 @@ TEST_F(OrvctlAgent, StatusEntriesAreSetAndDeletedInBulks) {
    EXPECT_EQ(orvctl({"agent", "del"}).code, 2);
 }
 
-TEST_F(OrvctlAgent, PingTellsHowLongTheMainLoopTook) {
+TEST_F(OrvctlAgent, pingTellsHowLongTheMainLoopTook) {
    rpc::AgentPingResponse reply;
    reply.set_payload("x");
    reply.set_received(1'000'000);
@@ -77,7 +76,7 @@ TEST_F(OrvctlAgent, PingTellsHowLongTheMainLoopTook) {
    EXPECT_EQ(orvctl({"agent", "ping"}).code, 3);
 }
 
-TEST_F(OrvctlAgent, TheRestOfItsLife) {
+TEST_F(OrvctlAgent, theRestOfItsLife) {
    rpc::AgentUptimeResponse uptime;
    uptime.set_uptime(12.5);
    rpc::AgentEnabledResponse enabled;

@@ -15,7 +15,7 @@ namespace rpc = orv::remote;
 
 using OrvctlCounters = test::Orvctl;
 
-TEST_F(OrvctlCounters, OfThoseNamedAndOfAll) {
+TEST_F(OrvctlCounters, ofThoseNamedAndOfAll) {
    rpc::IntfCountersResponse counters;
    counters.mutable_counters()->set_in_octets(1ULL << 60);
    counters.mutable_counters()->set_out_errors(3);

@@ -11,7 +11,6 @@ namespace {
 
 using test::Result;
 using testing::ElementsAre;
-using testing::HasSubstr;
 namespace rpc = orv::remote;
 
 class OrvctlIntf : public test::Orvctl {
@@ -27,7 +26,7 @@ protected:
    }
 };
 
-TEST_F(OrvctlIntf, ListsNames) {
+TEST_F(OrvctlIntf, listsNames) {
    rpc::IntfsResponse one, two;
    one.mutable_intf_id()->set_name("Ethernet1");
    two.mutable_intf_id()->set_name("Loopback0");
@@ -37,7 +36,7 @@ TEST_F(OrvctlIntf, ListsNames) {
    EXPECT_EQ(orvctl({"--json", "intf", "list"}).out, "{\"name\":\"Ethernet1\"}\n{\"name\":\"Loopback0\"}\n");
 }
 
-TEST_F(OrvctlIntf, ShowsThePictureOfADump) {
+TEST_F(OrvctlIntf, showsThePictureOfADump) {
    rpc::WatchIntfResponse change, gone, whole;
    change.mutable_intf()->set_name("Ethernet1");
    change.set_oper_status(rpc::OPER_STATUS_DOWN);
@@ -60,7 +59,7 @@ TEST_F(OrvctlIntf, ShowsThePictureOfADump) {
                            R"("ack":false,"all":true})"));
 }
 
-TEST_F(OrvctlIntf, APictureThatIsNotWholeIsNone) {
+TEST_F(OrvctlIntf, aPictureThatIsNotWholeIsNone) {
    server_.mirror.answer("IntfMgrService/watch", row("Ethernet1", true, rpc::OPER_STATUS_UP, ""));
    server_.start();
    const Result result = orvctl({"intf", "show"});
@@ -68,7 +67,7 @@ TEST_F(OrvctlIntf, APictureThatIsNotWholeIsNone) {
    EXPECT_EQ(result.out, "");
 }
 
-TEST_F(OrvctlIntf, ShowsOnesThatAreNamed) {
+TEST_F(OrvctlIntf, showsOnesThatAreNamed) {
    rpc::IntfAdminEnabledResponse admin;
    admin.set_admin_enabled(true);
    rpc::IntfOperStatusResponse oper;
@@ -87,7 +86,7 @@ TEST_F(OrvctlIntf, ShowsOnesThatAreNamed) {
              "\n");
 }
 
-TEST_F(OrvctlIntf, ARefusalHasTheSwitchsWords) {
+TEST_F(OrvctlIntf, aRefusalHasTheSwitchsWords) {
    server_.mirror.answer("IntfMgrService/admin_enabled").end =
         grpc::Status(grpc::StatusCode::INVALID_ARGUMENT, "unknown interface Ethernet99");
    server_.start();
@@ -97,7 +96,7 @@ TEST_F(OrvctlIntf, ARefusalHasTheSwitchsWords) {
                               " answered INVALID_ARGUMENT: unknown interface Ethernet99\n");
 }
 
-TEST_F(OrvctlIntf, SetsWhatIsGiven) {
+TEST_F(OrvctlIntf, setsWhatIsGiven) {
    server_.mirror.answer("IntfMgrService/admin_enabled_is", rpc::IntfAdminEnabledIsResponse());
    server_.mirror.answer("IntfMgrService/description_is", rpc::IntfDescriptionIsResponse());
    server_.start();
@@ -117,7 +116,7 @@ TEST_F(OrvctlIntf, SetsWhatIsGiven) {
 
 class OrvctlPhy : public OrvctlIntf {};
 
-TEST_F(OrvctlPhy, ListsAndShows) {
+TEST_F(OrvctlPhy, listsAndShows) {
    rpc::EthPhyIntfsResponse one;
    one.mutable_intf_id()->set_name("Ethernet1");
    rpc::EthPhyIntfHardwarePresentResponse hardware;

@@ -16,7 +16,7 @@ namespace pb = OrvSdkRpc::pb;
 
 using OrvctlMpls = test::Orvctl;
 
-TEST_F(OrvctlMpls, ALabelHasOneOfThreeForwardings) {
+TEST_F(OrvctlMpls, aLabelHasOneOfThreeForwardings) {
    server_.start();
    EXPECT_EQ(orvctl({"mpls", "set", "100", "--nexthop", "intf=Ethernet1,address=10.0.0.1,op=swap,labels=200"})
                   .code,
@@ -36,7 +36,7 @@ TEST_F(OrvctlMpls, ALabelHasOneOfThreeForwardings) {
    EXPECT_EQ(requests[4], R"(mpls_route {"label":100,"delete":true})");
 }
 
-TEST_F(OrvctlMpls, ARefusedOneIsAFailure) {
+TEST_F(OrvctlMpls, aRefusedOneIsAFailure) {
    server_.itemReply = [](const std::string&) { return status(pb::RPC_STATUS_ERROR, "no"); };
    server_.start();
    const Result result = orvctl({"mpls", "set", "100", "--vrf", "red"});
@@ -44,7 +44,7 @@ TEST_F(OrvctlMpls, ARefusedOneIsAFailure) {
    EXPECT_EQ(result.err, "label 100: RPC_STATUS_ERROR: no\n");
 }
 
-TEST_F(OrvctlMpls, ManyFromAFileWithTheFailuresByLine) {
+TEST_F(OrvctlMpls, manyFromAFileWithTheFailuresByLine) {
    server_.itemReply = [](const std::string& item) {
       return item == "mpls 2" ? status(pb::RPC_STATUS_NOT_FOUND) : status(pb::RPC_STATUS_OK);
    };
@@ -65,7 +65,7 @@ TEST_F(OrvctlMpls, ManyFromAFileWithTheFailuresByLine) {
    EXPECT_EQ(orvctl({"mpls", "del", "1", "3"}).code, 0);
 }
 
-TEST_F(OrvctlMpls, MistakesAreRefusedAndNothingIsSent) {
+TEST_F(OrvctlMpls, mistakesAreRefusedAndNothingIsSent) {
    server_.start();
    for (const std::vector<std::string>& arguments : {std::vector<std::string>{"mpls"},
                                                      {"mpls", "set"},

@@ -10,7 +10,6 @@ namespace {
 
 using test::Result;
 using testing::ElementsAre;
-using testing::HasSubstr;
 namespace rpc = orv::remote;
 
 class OrvctlNhg : public test::Orvctl {
@@ -32,7 +31,7 @@ protected:
    }
 };
 
-TEST_F(OrvctlNhg, ListsGroups) {
+TEST_F(OrvctlNhg, listsGroups) {
    rpc::NexthopGroupsResponse row;
    *row.mutable_nexthop_group() = group();
    rpc::ProgrammedNexthopGroupsResponse programmed;
@@ -48,7 +47,7 @@ TEST_F(OrvctlNhg, ListsGroups) {
    EXPECT_EQ(orvctl({"nhg", "list", "--programmed"}).out, "NAME\ng1\ng1\n");
 }
 
-TEST_F(OrvctlNhg, ShowsEntriesAndState) {
+TEST_F(OrvctlNhg, showsEntriesAndState) {
    rpc::NexthopGroupResponse configured;
    *configured.mutable_nexthop_group() = group();
    rpc::ProgrammedNexthopGroupResponse programmed;
@@ -73,7 +72,7 @@ TEST_F(OrvctlNhg, ShowsEntriesAndState) {
    EXPECT_EQ(json["programmed"]["version_id"], 3);
 }
 
-TEST_F(OrvctlNhg, CountersOfAllOfOneAndOfAnExpression) {
+TEST_F(OrvctlNhg, countersOfAllOfOneAndOfAnExpression) {
    rpc::NexthopGroupCountersResponse reply;
    reply.set_name("g1");
    auto& counter = *reply.add_counters();

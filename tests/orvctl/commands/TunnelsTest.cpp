@@ -15,7 +15,7 @@ namespace pb = OrvSdkRpc::pb;
 
 using OrvctlTunnel = test::Orvctl;
 
-TEST_F(OrvctlTunnel, SetAndDel) {
+TEST_F(OrvctlTunnel, setAndDel) {
    server_.start();
    EXPECT_EQ(orvctl({"tunnel", "set", "192.0.2.1/32", "--nhg", "g1", "--metric", "7"}).code, 0);
    EXPECT_EQ(orvctl({"tunnel", "del", "192.0.2.1/32"}).code, 0);
@@ -30,7 +30,7 @@ TEST_F(OrvctlTunnel, SetAndDel) {
              R"({"nexthop_group_name":"","prefix":"2001:db8::1/128","igp_metric":0}]})"));
 }
 
-TEST_F(OrvctlTunnel, ARefusedOneIsAFailure) {
+TEST_F(OrvctlTunnel, aRefusedOneIsAFailure) {
    server_.itemReply = [](const std::string&) { return status(pb::RPC_STATUS_NOT_FOUND); };
    server_.start();
    const Result result = orvctl({"tunnel", "del", "192.0.2.1/32"});
@@ -39,7 +39,7 @@ TEST_F(OrvctlTunnel, ARefusedOneIsAFailure) {
    EXPECT_EQ(orvctl({"--json", "tunnel", "del", "192.0.2.1/32"}).code, 1);
 }
 
-TEST_F(OrvctlTunnel, ManyFromAFileWithTheFailuresByLine) {
+TEST_F(OrvctlTunnel, manyFromAFileWithTheFailuresByLine) {
    server_.itemReply = [](const std::string& item) {
       return item == "tunnel 192.0.2.2/32" ? status(pb::RPC_STATUS_ERROR, "full") : status(pb::RPC_STATUS_OK);
    };
@@ -63,7 +63,7 @@ TEST_F(OrvctlTunnel, ManyFromAFileWithTheFailuresByLine) {
    EXPECT_EQ(orvctl({"tunnel", "del", "-f", "-"}, "192.0.2.1/32\n").code, 0);
 }
 
-TEST_F(OrvctlTunnel, MistakesAreRefusedAndNothingIsSent) {
+TEST_F(OrvctlTunnel, mistakesAreRefusedAndNothingIsSent) {
    server_.start();
    for (const std::vector<std::string>& arguments :
         {std::vector<std::string>{"tunnel"},

@@ -48,7 +48,7 @@ protected:
    }
 };
 
-TEST_F(OrvctlWatch, OneLinePerEvent) {
+TEST_F(OrvctlWatch, oneLinePerEvent) {
    startWithInterfaces();
    const Result result = orvctl({"watch", "intf", "--all", "--ack", "--count", "3"});
    EXPECT_EQ(result.code, 0) << result.err;
@@ -57,7 +57,7 @@ TEST_F(OrvctlWatch, OneLinePerEvent) {
    EXPECT_THAT(server_.mirror.requests(), ElementsAre(R"(IntfMgrService/watch {"ack":true,"all":true})"));
 }
 
-TEST_F(OrvctlWatch, JsonIsOneMessagePerLine) {
+TEST_F(OrvctlWatch, jsonIsOneMessagePerLine) {
    startWithInterfaces();
    const Result result = orvctl({"--json", "watch", "intf", "-n", "1"});
    EXPECT_EQ(result.out,
@@ -65,7 +65,7 @@ TEST_F(OrvctlWatch, JsonIsOneMessagePerLine) {
              "\"OPER_STATUS_UP\"}\n");
 }
 
-TEST_F(OrvctlWatch, TheEndOfWhatIsShownIsTold) {
+TEST_F(OrvctlWatch, theEndOfWhatIsShownIsTold) {
    startWithInterfaces();
    const Result result =
         orvctl({"watch", "intf", "--intf", "Ethernet1", "--fields", "oper_status,2", "-n", "1"});
@@ -75,7 +75,7 @@ TEST_F(OrvctlWatch, TheEndOfWhatIsShownIsTold) {
                            R"(["INTF_FIELD_OPER_STATUS","INTF_FIELD_ADMIN_ENABLED"]},"ack":false})"));
 }
 
-TEST_F(OrvctlWatch, TheEntriesOfABatchAreLinesAndCount) {
+TEST_F(OrvctlWatch, theEntriesOfABatchAreLinesAndCount) {
    rpc::IntfTrafficRatesStreamResponse batch;
    for (const char* name : {"Ethernet1", "Ethernet2", "Ethernet3"}) {
       auto& entry = *batch.add_data();
@@ -96,7 +96,7 @@ TEST_F(OrvctlWatch, TheEntriesOfABatchAreLinesAndCount) {
                HasSubstr(R"({"intf_name_regex":"Ethernet.*","first_message":true})"));
 }
 
-TEST_F(OrvctlWatch, ATimeoutIsAnEndInOrder) {
+TEST_F(OrvctlWatch, aTimeoutIsAnEndInOrder) {
    startWithInterfaces();
    const Result result = orvctl({"--timeout", "0.2", "watch", "intf"});
    EXPECT_EQ(result.code, 0) << result.err;
@@ -104,7 +104,7 @@ TEST_F(OrvctlWatch, ATimeoutIsAnEndInOrder) {
    EXPECT_EQ(result.err, "");
 }
 
-TEST_F(OrvctlWatch, ASignalIsAnEndInOrder) {
+TEST_F(OrvctlWatch, aSignalIsAnEndInOrder) {
    startWithInterfaces();
    for (const int number : {SIGINT, SIGTERM}) {
       struct sigaction before {};
@@ -124,7 +124,7 @@ TEST_F(OrvctlWatch, ASignalIsAnEndInOrder) {
    }
 }
 
-TEST_F(OrvctlWatch, ASlowReaderIsAnExitCodeOfItsOwn) {
+TEST_F(OrvctlWatch, aSlowReaderIsAnExitCodeOfItsOwn) {
    auto& answer = server_.mirror.answer("IntfMgrService/watch", oper("Ethernet1", rpc::OPER_STATUS_UP));
    answer.end = grpc::Status(grpc::StatusCode::RESOURCE_EXHAUSTED,
                              "Slow stream reader, too many responses waiting in a queue.");
@@ -136,7 +136,7 @@ TEST_F(OrvctlWatch, ASlowReaderIsAnExitCodeOfItsOwn) {
                               " closed it: Slow stream reader, too many responses waiting in a queue.\n");
 }
 
-TEST_F(OrvctlWatch, ARefusalIsAFailure) {
+TEST_F(OrvctlWatch, aRefusalIsAFailure) {
    server_.mirror.answer("IntfCounterMgrService/intf_traffic_rates_stream").end =
         grpc::Status(grpc::StatusCode::INVALID_ARGUMENT, "intf_name_regex: bad");
    server_.start();
@@ -146,7 +146,7 @@ TEST_F(OrvctlWatch, ARefusalIsAFailure) {
                               " answered INVALID_ARGUMENT: intf_name_regex: bad\n");
 }
 
-TEST_F(OrvctlWatch, AServerThatGoesIsNoEndInOrder) {
+TEST_F(OrvctlWatch, aServerThatGoesIsNoEndInOrder) {
    server_.mirror.answer("AclMgrService/watch", rpc::AclWatchResponse());
    server_.start();
    const Result ended = orvctl({"watch", "acl"});
@@ -159,7 +159,7 @@ TEST_F(OrvctlWatch, AServerThatGoesIsNoEndInOrder) {
    EXPECT_EQ(orvctl({"watch", "acl"}).code, 3);
 }
 
-TEST_F(OrvctlWatch, WhenNobodyReadsItEnds) {
+TEST_F(OrvctlWatch, whenNobodyReadsItEnds) {
    startWithInterfaces();
    std::istringstream in;
    std::ostringstream out, err;
@@ -168,7 +168,7 @@ TEST_F(OrvctlWatch, WhenNobodyReadsItEnds) {
         << err.str();
 }
 
-TEST_F(OrvctlWatch, MistakesAreRefusedBeforeAnythingIsSent) {
+TEST_F(OrvctlWatch, mistakesAreRefusedBeforeAnythingIsSent) {
    server_.start();
    for (const std::vector<std::string>& arguments : {std::vector<std::string>{"watch"},
                                                      {"watch", "nonsense"},
@@ -186,7 +186,7 @@ TEST_F(OrvctlWatch, MistakesAreRefusedBeforeAnythingIsSent) {
    EXPECT_TRUE(server_.mirror.requests().empty());
 }
 
-TEST(OrvctlWatchHelp, TellsTheFieldsAndTheExitCodes) {
+TEST(OrvctlWatchHelp, tellsTheFieldsAndTheExitCodes) {
    const Result result = runWith({"watch", "intf", "--help"});
    EXPECT_EQ(result.code, 0);
    EXPECT_THAT(result.out, HasSubstr("all|oper_status|admin_enabled|description"));

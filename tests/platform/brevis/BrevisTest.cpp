@@ -11,7 +11,7 @@
 namespace Brevis {
 namespace {
 
-TEST(Ring, GivesBackWhatWasWrittenInOrder) {
+TEST(Ring, givesBackWhatWasWrittenInOrder) {
    const auto ring = std::make_unique<Ring>();
    EXPECT_TRUE(ring->entries().empty());
    ring->trace("one");
@@ -26,7 +26,7 @@ TEST(Ring, GivesBackWhatWasWrittenInOrder) {
    EXPECT_GT(entries[0].wallNanos, 0);
 }
 
-TEST(Ring, KeepsTheLastOnesWhenItWraps) {
+TEST(Ring, keepsTheLastOnesWhenItWraps) {
    const auto ring = std::make_unique<Ring>();
    static constexpr std::size_t written = 2 * Ring::capacity + 10;
    for (std::size_t i = 0; i < written; ++i)
@@ -40,7 +40,7 @@ TEST(Ring, KeepsTheLastOnesWhenItWraps) {
    }
 }
 
-TEST(Ring, HoldsExactlyItsCapacity) {
+TEST(Ring, holdsExactlyItsCapacity) {
    const auto ring = std::make_unique<Ring>();
    for (std::size_t i = 0; i < Ring::capacity; ++i)
       ring->trace("x");
@@ -50,7 +50,7 @@ TEST(Ring, HoldsExactlyItsCapacity) {
    EXPECT_EQ(ring->entries().front().number, 1U);
 }
 
-TEST(Ring, CutsALongText) {
+TEST(Ring, cutsALongText) {
    const auto ring = std::make_unique<Ring>();
    ring->trace(std::string(Ring::maxText, 'a'));
    ring->trace(std::string(Ring::maxText + 1, 'b'));
@@ -59,7 +59,7 @@ TEST(Ring, CutsALongText) {
    EXPECT_EQ(entries[1].text, std::string(Ring::maxText - 3, 'b') + "...");
 }
 
-TEST(Ring, ManyThreadsWriteWholeEntries) {
+TEST(Ring, manyThreadsWriteWholeEntries) {
    const auto ring = std::make_unique<Ring>();
    std::vector<std::thread> threads;
    for (char c : {'a', 'b', 'c', 'd'}) {
@@ -79,7 +79,7 @@ TEST(Ring, ManyThreadsWriteWholeEntries) {
       EXPECT_EQ(entry.text, std::string(50, entry.text[0]));
 }
 
-TEST(Brevis, TheProcessHasARingThatFormatsAndDumps) {
+TEST(Brevis, theProcessHasARingThatFormatsAndDumps) {
    trace("plain {}");
    trace("Enabling: {}", 7);
    const std::vector<Entry> all = entries();

@@ -22,7 +22,7 @@ using ::testing::ElementsAre;
 
 constexpr std::int64_t anHour = 3600 * Zelt::nanosPerSecond;
 
-TEST(TaskScheduler, RunsTheMostUrgentFirstAndEqualsInTurn) {
+TEST(TaskScheduler, runsTheMostUrgentFirstAndEqualsInTurn) {
    Loop loop;
    std::string order;
    std::vector<Pavo::Ptr<Task>> tasks;
@@ -40,7 +40,7 @@ TEST(TaskScheduler, RunsTheMostUrgentFirstAndEqualsInTurn) {
    EXPECT_EQ(order, "abmnxz");
 }
 
-TEST(TaskScheduler, EqualTasksThatComeAgainTakeTurns) {
+TEST(TaskScheduler, equalTasksThatComeAgainTakeTurns) {
    Loop loop;
    std::string order;
    Pavo::Ptr<Task> a;
@@ -59,7 +59,7 @@ TEST(TaskScheduler, EqualTasksThatComeAgainTakeTurns) {
    EXPECT_EQ(order, "abababa");
 }
 
-TEST(TaskScheduler, AnUrgentTaskRunsBetweenTwoQuantaOfABatch) {
+TEST(TaskScheduler, anUrgentTaskRunsBetweenTwoQuantaOfABatch) {
    Loop loop;
    std::string order;
    Pavo::Ptr<Task> batch;
@@ -75,7 +75,7 @@ TEST(TaskScheduler, AnUrgentTaskRunsBetweenTwoQuantaOfABatch) {
    EXPECT_EQ(order, "bbubb");
 }
 
-TEST(TaskScheduler, DueTimersRunInTheOrderOfTheirTimes) {
+TEST(TaskScheduler, dueTimersRunInTheOrderOfTheirTimes) {
    static constexpr std::int64_t delay = Zelt::nanosPerMilli;
    Loop loop;
    std::string order;
@@ -99,7 +99,7 @@ TEST(TaskScheduler, DueTimersRunInTheOrderOfTheirTimes) {
    farAway->unscheduleTask();
 }
 
-TEST(TaskScheduler, ASliceThatIsOverEndsThePass) {
+TEST(TaskScheduler, aSliceThatIsOverEndsThePass) {
    Loop loop;
    const auto a = loop.task("a", priorityNormal, [] {});
    const auto b = loop.task("b", priorityNormal, [] {});
@@ -112,7 +112,7 @@ TEST(TaskScheduler, ASliceThatIsOverEndsThePass) {
    EXPECT_FALSE(loop.scheduler->hasReady());
 }
 
-TEST(TaskScheduler, AThreadThatWaitsForTheLockEndsThePass) {
+TEST(TaskScheduler, aThreadThatWaitsForTheLockEndsThePass) {
    Loop loop;
    std::thread other;
    const auto first = loop.task("first", priorityNormal, [&] {
@@ -129,7 +129,7 @@ TEST(TaskScheduler, AThreadThatWaitsForTheLockEndsThePass) {
    EXPECT_EQ(second->runCount(), 1U);
 }
 
-TEST(TaskScheduler, AnExceptionPassesThroughAndTheLoopGoesOn) {
+TEST(TaskScheduler, anExceptionPassesThroughAndTheLoopGoesOn) {
    Loop loop;
    const auto bad = loop.task("bad", priorityNormal, [] { throw std::runtime_error("bad"); });
    const auto good = loop.task("good", priorityNormal, [] {});
@@ -144,7 +144,7 @@ TEST(TaskScheduler, AnExceptionPassesThroughAndTheLoopGoesOn) {
    EXPECT_EQ(bad->runCount(), 1U);
 }
 
-TEST(TaskScheduler, RefusesMisuseInWords) {
+TEST(TaskScheduler, refusesMisuseInWords) {
    Loop loop;
    EXPECT_THROW(loop.scheduler->runReady(), std::logic_error) << "without the lock";
    const auto nested = loop.task("nested", priorityNormal, [&] { loop.scheduler->runReady(); });
@@ -154,7 +154,7 @@ TEST(TaskScheduler, RefusesMisuseInWords) {
    EXPECT_THROW(loop.scheduler->waitForWork(), std::logic_error) << "with the lock";
 }
 
-TEST(TaskScheduler, ATaskScheduledByAnotherThreadWakesTheLoop) {
+TEST(TaskScheduler, aTaskScheduledByAnotherThreadWakesTheLoop) {
    Loop loop;
    std::promise<std::thread::id> ranOn;
    const auto task = loop.task("t", priorityNormal, [&] { ranOn.set_value(std::this_thread::get_id()); });
@@ -171,7 +171,7 @@ TEST(TaskScheduler, ATaskScheduledByAnotherThreadWakesTheLoop) {
    EXPECT_EQ(ranOn.get_future().get(), expected);
 }
 
-TEST(TaskScheduler, EveryWakeFromAnotherThreadArrives) {
+TEST(TaskScheduler, everyWakeFromAnotherThreadArrives) {
    Loop loop;
    std::atomic<unsigned> runs{0};
    const auto task = loop.task("t", priorityNormal, [&] { runs.fetch_add(1); });
@@ -188,7 +188,7 @@ TEST(TaskScheduler, EveryWakeFromAnotherThreadArrives) {
    EXPECT_EQ(runs.load(), 2000U);
 }
 
-TEST(TaskScheduler, AnEarlierTimerFromAnotherThreadShortensTheSleep) {
+TEST(TaskScheduler, anEarlierTimerFromAnotherThreadShortensTheSleep) {
    Loop loop;
    std::promise<void> asleepSoon;
    std::promise<void> ran;
@@ -206,7 +206,7 @@ TEST(TaskScheduler, AnEarlierTimerFromAnotherThreadShortensTheSleep) {
    far->unscheduleTask();
 }
 
-TEST(TaskScheduler, AnUrgentTaskIsServedWhileAnotherThreadAndABatchSaturateTheLoop) {
+TEST(TaskScheduler, anUrgentTaskIsServedWhileAnotherThreadAndABatchSaturateTheLoop) {
    Loop loop;
    std::atomic<bool> over{false};
    std::atomic<unsigned> answers{0};
@@ -240,7 +240,7 @@ TEST(TaskScheduler, AnUrgentTaskIsServedWhileAnotherThreadAndABatchSaturateTheLo
    batch->unscheduleTask();
 }
 
-TEST(TaskScheduler, StopEndsTheLoopAlsoBeforeItBegins) {
+TEST(TaskScheduler, stopEndsTheLoopAlsoBeforeItBegins) {
    Loop loop;
    loop.scheduler->stop();
    EXPECT_FALSE(loop.scheduler->waitForWork());
@@ -253,7 +253,7 @@ TEST(TaskScheduler, StopEndsTheLoopAlsoBeforeItBegins) {
    EXPECT_EQ(task->runCount(), 1U);
 }
 
-TEST(TaskScheduler, StopFromAnotherThreadWakesASleepingLoop) {
+TEST(TaskScheduler, stopFromAnotherThreadWakesASleepingLoop) {
    Loop loop;
    std::thread thread([&] { loop.scheduler->run(); });
    loop.scheduler->stop();
@@ -263,7 +263,7 @@ TEST(TaskScheduler, StopFromAnotherThreadWakesASleepingLoop) {
 
 TaskScheduler* signalled = nullptr;
 
-TEST(TaskScheduler, StopIsSafeInASignalHandler) {
+TEST(TaskScheduler, stopIsSafeInASignalHandler) {
    Loop loop;
    signalled = loop.scheduler.get();
    struct sigaction action {};
@@ -281,7 +281,7 @@ TEST(TaskScheduler, StopIsSafeInASignalHandler) {
    EXPECT_TRUE(loop.scheduler->stopRequested());
 }
 
-TEST(TaskScheduler, ShowsItsTasks) {
+TEST(TaskScheduler, showsItsTasks) {
    Loop loop;
    const auto a = loop.task("a", priorityNormal, [] {});
    auto b = loop.task("b", priorityNormal, [] {});
@@ -298,7 +298,7 @@ TEST(TaskScheduler, ShowsItsTasks) {
    EXPECT_THAT(list(), ElementsAre("a", "c"));
 }
 
-TEST(TaskScheduler, SchedulesAndRetiresFromManyThreads) {
+TEST(TaskScheduler, schedulesAndRetiresFromManyThreads) {
    Loop loop;
    const RunningLoop running(loop);
    std::vector<std::thread> threads;
@@ -325,7 +325,7 @@ TEST(TaskScheduler, SchedulesAndRetiresFromManyThreads) {
    EXPECT_EQ(left, 0U);
 }
 
-TEST(TaskSchedulerRoot, FindsTheSameSchedulerAgain) {
+TEST(TaskSchedulerRoot, findsTheSameSchedulerAgain) {
    const auto& first = TaskSchedulerRoot::findOrCreateScheduler();
    EXPECT_EQ(first, TaskSchedulerRoot::findOrCreateScheduler());
    EXPECT_EQ(first->name(), "main");

@@ -16,7 +16,7 @@ namespace {
 
 constexpr std::int64_t anHour = 3600 * Zelt::nanosPerSecond;
 
-TEST(Task, RunsOnceHoweverOftenItIsScheduled) {
+TEST(Task, runsOnceHoweverOftenItIsScheduled) {
    Loop loop;
    int runs = 0;
    const auto task = loop.task("t", priorityNormal, [&] { ++runs; });
@@ -30,7 +30,7 @@ TEST(Task, RunsOnceHoweverOftenItIsScheduled) {
    EXPECT_EQ(loop.pass(), 0U);
 }
 
-TEST(Task, KnowsThatItRuns) {
+TEST(Task, knowsThatItRuns) {
    Loop loop;
    RunState seen = RunState::idle;
    Pavo::Ptr<Task> task;
@@ -40,7 +40,7 @@ TEST(Task, KnowsThatItRuns) {
    EXPECT_EQ(seen, RunState::running);
 }
 
-TEST(Task, ScheduledInsideItsExecutionItRunsAgain) {
+TEST(Task, scheduledInsideItsExecutionItRunsAgain) {
    Loop loop;
    int runs = 0;
    Pavo::Ptr<Task> task;
@@ -52,7 +52,7 @@ TEST(Task, ScheduledInsideItsExecutionItRunsAgain) {
    EXPECT_EQ(runs, 3);
 }
 
-TEST(Task, UnscheduledWhilePendingItDoesNotRun) {
+TEST(Task, unscheduledWhilePendingItDoesNotRun) {
    Loop loop;
    int runs = 0;
    const auto task = loop.task("t", priorityNormal, [&] { ++runs; });
@@ -64,7 +64,7 @@ TEST(Task, UnscheduledWhilePendingItDoesNotRun) {
    EXPECT_EQ(runs, 1);
 }
 
-TEST(Task, UnscheduledInsideItsExecutionItDoesNotRunAgain) {
+TEST(Task, unscheduledInsideItsExecutionItDoesNotRunAgain) {
    Loop loop;
    int runs = 0;
    Pavo::Ptr<Task> task;
@@ -78,7 +78,7 @@ TEST(Task, UnscheduledInsideItsExecutionItDoesNotRunAgain) {
    EXPECT_EQ(runs, 1);
 }
 
-TEST(Task, ADroppedPendingTaskRunsOnceMoreAndGoes) {
+TEST(Task, aDroppedPendingTaskRunsOnceMoreAndGoes) {
    Loop loop;
    int runs = 0;
    const auto token = std::make_shared<int>(0);
@@ -91,7 +91,7 @@ TEST(Task, ADroppedPendingTaskRunsOnceMoreAndGoes) {
    EXPECT_EQ(token.use_count(), 1);
 }
 
-TEST(Task, RetiredWhilePendingItNeverRunsAndDropsItsWork) {
+TEST(Task, retiredWhilePendingItNeverRunsAndDropsItsWork) {
    Loop loop;
    int runs = 0;
    const auto token = std::make_shared<int>(0);
@@ -107,7 +107,7 @@ TEST(Task, RetiredWhilePendingItNeverRunsAndDropsItsWork) {
    EXPECT_EQ(runs, 0);
 }
 
-TEST(Task, RetiredInsideItsExecutionItKeepsItsWorkUntilTheEnd) {
+TEST(Task, retiredInsideItsExecutionItKeepsItsWorkUntilTheEnd) {
    Loop loop;
    const auto token = std::make_shared<int>(0);
    long usesInside = 0;
@@ -127,7 +127,7 @@ TEST(Task, RetiredInsideItsExecutionItKeepsItsWorkUntilTheEnd) {
    EXPECT_EQ(task->runCount(), 1U);
 }
 
-TEST(Task, ATaskMayRetireAnotherOneThatIsReady) {
+TEST(Task, aTaskMayRetireAnotherOneThatIsReady) {
    Loop loop;
    int otherRuns = 0;
    const auto other = loop.task("other", priorityNormal, [&] { ++otherRuns; });
@@ -141,7 +141,7 @@ TEST(Task, ATaskMayRetireAnotherOneThatIsReady) {
    EXPECT_EQ(last->runCount(), 1U);
 }
 
-TEST(Task, LowestDelayKeepsTheEarliestTime) {
+TEST(Task, lowestDelayKeepsTheEarliestTime) {
    Loop loop;
    const auto task = loop.task("t", priorityNormal, [] {});
    task->scheduleTaskLowestDelay(anHour);
@@ -153,7 +153,7 @@ TEST(Task, LowestDelayKeepsTheEarliestTime) {
    EXPECT_FALSE(task->scheduled()) << "one execution for all three requests";
 }
 
-TEST(Task, ScheduledAtOnceTheTimerIsOver) {
+TEST(Task, scheduledAtOnceTheTimerIsOver) {
    Loop loop;
    const auto task = loop.task("t", priorityNormal, [] {});
    task->scheduleTaskLowestDelay(anHour);
@@ -166,7 +166,7 @@ TEST(Task, ScheduledAtOnceTheTimerIsOver) {
    EXPECT_FALSE(task->scheduled());
 }
 
-TEST(Task, UnscheduledWhileWaitingTheTimerIsGone) {
+TEST(Task, unscheduledWhileWaitingTheTimerIsGone) {
    Loop loop;
    const auto token = std::make_shared<int>(0);
    auto task = loop.task("t", priorityNormal, [token] {});
@@ -177,7 +177,7 @@ TEST(Task, UnscheduledWhileWaitingTheTimerIsGone) {
    EXPECT_EQ(token.use_count(), 1);
 }
 
-TEST(Task, ADelayBeyondTheClockNeverComes) {
+TEST(Task, aDelayBeyondTheClockNeverComes) {
    Loop loop;
    const auto task = loop.task("t", priorityNormal, [] {});
    task->scheduleTaskLowestDelay(std::numeric_limits<std::int64_t>::max());
@@ -187,7 +187,7 @@ TEST(Task, ADelayBeyondTheClockNeverComes) {
    EXPECT_EQ(loop.pass(), 1U);
 }
 
-TEST(Task, ATimerRunsNotBeforeItsTime) {
+TEST(Task, aTimerRunsNotBeforeItsTime) {
    Loop loop;
    std::int64_t ranAt = 0;
    const auto task = loop.task("t", priorityNormal, [&] {
@@ -200,7 +200,7 @@ TEST(Task, ATimerRunsNotBeforeItsTime) {
    EXPECT_GE(ranAt - asked, 2 * Zelt::nanosPerMilli);
 }
 
-TEST(Task, YieldsWhenItsQuantumIsOver) {
+TEST(Task, yieldsWhenItsQuantumIsOver) {
    Loop loop;
    bool atOnce = false;
    bool withLongQuantum = true;
@@ -219,7 +219,7 @@ TEST(Task, YieldsWhenItsQuantumIsOver) {
    EXPECT_FALSE(hasty->taskShouldYield()) << "it does not run";
 }
 
-TEST(Task, YieldsToAMoreUrgentTaskOnly) {
+TEST(Task, yieldsToAMoreUrgentTaskOnly) {
    Loop loop;
    std::string seen;
    const auto urgent = loop.task("urgent", priorityUrgent, [] {});
@@ -241,7 +241,7 @@ TEST(Task, YieldsToAMoreUrgentTaskOnly) {
    EXPECT_EQ(seen, "nny");
 }
 
-TEST(Task, YieldsToAThreadThatWaitsForTheLock) {
+TEST(Task, yieldsToAThreadThatWaitsForTheLock) {
    Loop loop;
    std::atomic<bool> otherWasIn{false};
    std::thread other;
@@ -262,7 +262,7 @@ TEST(Task, YieldsToAThreadThatWaitsForTheLock) {
    EXPECT_TRUE(otherWasIn.load());
 }
 
-TEST(Task, YieldsToAStop) {
+TEST(Task, yieldsToAStop) {
    Loop loop;
    bool yields = false;
    Pavo::Ptr<Task> task;
@@ -276,7 +276,7 @@ TEST(Task, YieldsToAStop) {
    EXPECT_TRUE(yields);
 }
 
-TEST(Task, CountsItsWork) {
+TEST(Task, countsItsWork) {
    Loop loop;
    Pavo::Ptr<Task> task;
    task = loop.task("t", priorityNormal, [&] {
@@ -293,7 +293,7 @@ TEST(Task, CountsItsWork) {
    EXPECT_GE(task->longestRunNanos(), 0);
 }
 
-TEST(Task, RefusesAPriorityThatDoesNotExist) {
+TEST(Task, refusesAPriorityThatDoesNotExist) {
    Loop loop;
    EXPECT_THROW(loop.task("t", priorityCount, [] {}), std::invalid_argument);
    EXPECT_NO_THROW(loop.task("t", priorityCount - 1, [] {}));

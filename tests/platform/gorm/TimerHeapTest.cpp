@@ -24,7 +24,7 @@ protected:
    TimerHeap heap;
 };
 
-TEST_F(TimerHeapTest, YieldsDeadlinesInOrder) {
+TEST_F(TimerHeapTest, yieldsDeadlinesInOrder) {
    std::mt19937 random(1);
    std::vector<std::int64_t> deadlines;
    for (const auto& task : tasks) {
@@ -39,7 +39,7 @@ TEST_F(TimerHeapTest, YieldsDeadlinesInOrder) {
    EXPECT_TRUE(heap.empty());
 }
 
-TEST_F(TimerHeapTest, AgreesWithAPlainMapThroughInsertsAdvancesAndRemovals) {
+TEST_F(TimerHeapTest, agreesWithAPlainMapThroughInsertsAdvancesAndRemovals) {
    std::mt19937 random(2);
    std::map<Task*, std::int64_t> model;
    for (int step = 0; step < 20000; ++step) {

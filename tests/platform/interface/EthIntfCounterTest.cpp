@@ -11,7 +11,7 @@ protected:
    EthIntfCounterMountHelper helper{manager};
 };
 
-TEST_F(EthIntfCounterTest, FindsTheWritersTable) {
+TEST_F(EthIntfCounterTest, findsTheWritersTable) {
    EXPECT_FALSE(helper.doMountNotifying("Linecard3", "current"));
    const auto writer = Pavo::makePtr<ZeltSharedMem::MountGroup>(manager);
    const auto path = EthIntfCounterMountHelper::path("Linecard3", "current");
@@ -29,14 +29,14 @@ TEST_F(EthIntfCounterTest, FindsTheWritersTable) {
    EXPECT_TRUE(helper.doMountNotifying("Linecard3", "current"));
 }
 
-TEST_F(EthIntfCounterTest, AnotherTypeIsNoTable) {
+TEST_F(EthIntfCounterTest, anotherTypeIsNoTable) {
    const auto writer = Pavo::makePtr<ZeltSharedMem::MountGroup>(manager);
    writer->mount<Rillo::Interface::AllIntfCounterDir>(EthIntfCounterMountHelper::path("a", "current"),
                                                       Tessel::MountMode::write, "lag");
    EXPECT_FALSE(helper.doMountNotifying("a", "current"));
 }
 
-TEST_F(EthIntfCounterTest, WithoutSharedMemoryThereIsNothing) {
+TEST_F(EthIntfCounterTest, withoutSharedMemoryThereIsNothing) {
    EthIntfCounterMountHelper none(nullptr);
    EXPECT_FALSE(none.doMountNotifying("a", "current"));
 }

@@ -7,7 +7,7 @@
 namespace Interface {
 namespace {
 
-TEST(IntfCounterTest, RatesAreEqualWhenAllOfThemAre) {
+TEST(IntfCounterTest, ratesAreEqualWhenAllOfThemAre) {
    EXPECT_TRUE(IntfRates().isEq({}));
    EXPECT_FALSE(IntfRates({.outPktsRate = 1}).isEq({}));
    EXPECT_FALSE(IntfRates({.inPktsRate = 1}).isEq({}));
@@ -16,7 +16,7 @@ TEST(IntfCounterTest, RatesAreEqualWhenAllOfThemAre) {
    EXPECT_FALSE(IntfRates({.sampleTime = 1}).isEq({}));
 }
 
-TEST(IntfCounterTest, TheCheckShowsEverySingleBit) {
+TEST(IntfCounterTest, theCheckShowsEverySingleBit) {
    IntfCounter counter{.statistics = {.outUcastPkts = 5, .sampleTime = 2.5}, .rates = {.inBitsRate = 1e9}};
    const auto right = counter.check();
    EXPECT_EQ(IntfCounter(counter).check(), right);

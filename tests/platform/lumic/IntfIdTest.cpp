@@ -8,7 +8,7 @@
 namespace Lumic {
 namespace {
 
-TEST(IntfIdTest, IdsOfOneNameAreOne) {
+TEST(IntfIdTest, idsOfOneNameAreOne) {
    const std::string name = "Ethernet1";
    EXPECT_EQ(IntfId(name), IntfId("Ethernet1"));
    EXPECT_NE(IntfId("Ethernet1"), IntfId("Ethernet2"));
@@ -18,14 +18,14 @@ TEST(IntfIdTest, IdsOfOneNameAreOne) {
    EXPECT_LT(IntfId("Ethernet1"), IntfId("Ethernet2"));
 }
 
-TEST(IntfIdTest, TheEmptyNameIsNone) {
+TEST(IntfIdTest, theEmptyNameIsNone) {
    EXPECT_FALSE(IntfId());
    EXPECT_EQ(IntfId(""), IntfId());
    EXPECT_EQ(IntfId().name(), "");
    EXPECT_FALSE(InternalIntfId::isInternalIntfId(IntfId()));
 }
 
-TEST(IntfIdTest, KnowsTheInterfacesThatAreNobodysBusiness) {
+TEST(IntfIdTest, knowsTheInterfacesThatAreNobodysBusiness) {
    EXPECT_TRUE(InternalIntfId::isInternalIntfId(IntfId("Internal1")));
    EXPECT_TRUE(PeerEthIntfId::isPeerEthIntfId(IntfId("PeerEthernet1")));
    EXPECT_TRUE(PeerEthIntfId::isPeerEthIntfId(IntfId("PeerEthernet3/1")));

@@ -44,7 +44,7 @@ AllocationCount countOf(const std::string& type) {
    return it != counts.end() ? *it : AllocationCount{};
 }
 
-TEST(Allocator, SharedObjectsCountUnderTheirOwnType) {
+TEST(Allocator, sharedObjectsCountUnderTheirOwnType) {
    auto one = std::allocate_shared<SharedThing>(Allocator<SharedThing>());
    auto two = std::allocate_shared<SharedThing>(Allocator<SharedThing>());
    AllocationCount count = countOf("Pavo::SharedThing");
@@ -64,7 +64,7 @@ TEST(Allocator, SharedObjectsCountUnderTheirOwnType) {
    EXPECT_EQ(countOf("Pavo::SharedThing").live, 1U) << "the block lives on for the weak pointer";
 }
 
-TEST(Allocator, VectorsCountTheirBytes) {
+TEST(Allocator, vectorsCountTheirBytes) {
    {
       std::vector<ListedThing, Allocator<ListedThing>> things;
       things.reserve(10);
@@ -78,7 +78,7 @@ TEST(Allocator, VectorsCountTheirBytes) {
    EXPECT_EQ(count.total, 1U);
 }
 
-TEST(Allocator, NodesAndBlockMapsCountUnderTheElementType) {
+TEST(Allocator, nodesAndBlockMapsCountUnderTheElementType) {
    {
       std::deque<QueuedThing, Allocator<QueuedThing>> queue;
       for (int i = 0; i < 1000; ++i)
@@ -95,7 +95,7 @@ TEST(Allocator, NodesAndBlockMapsCountUnderTheElementType) {
    EXPECT_EQ(countOf("Pavo::MappedThing").bytes, 0U);
 }
 
-TEST(Allocator, KeepsAlignmentsBeyondTheDefault) {
+TEST(Allocator, keepsAlignmentsBeyondTheDefault) {
    Allocator<WideThing> allocator;
    WideThing* const block = allocator.allocate(3);
    EXPECT_EQ(reinterpret_cast<std::uintptr_t>(block) % alignof(WideThing), 0U);
@@ -104,7 +104,7 @@ TEST(Allocator, KeepsAlignmentsBeyondTheDefault) {
    EXPECT_EQ(countOf("Pavo::WideThing").bytes, 0U);
 }
 
-TEST(Allocator, RefusesASizeThatCannotBe) {
+TEST(Allocator, refusesASizeThatCannotBe) {
    Allocator<ListedThing> allocator;
    const std::uint64_t before = countOf("Pavo::ListedThing").total;
    // Unknown to the optimiser, which warns about it otherwise.
@@ -113,7 +113,7 @@ TEST(Allocator, RefusesASizeThatCannotBe) {
    EXPECT_EQ(countOf("Pavo::ListedThing").total, before);
 }
 
-TEST(Allocator, RowsAreSortedAndCoverTypesThatNeverAllocated) {
+TEST(Allocator, rowsAreSortedAndCoverTypesThatNeverAllocated) {
    Allocator<UnusedThing> allocator;
    if (allocationCounts().empty()) allocator.deallocate(allocator.allocate(1), 1);
    const std::vector<AllocationCount> counts = allocationCounts();
@@ -123,7 +123,7 @@ TEST(Allocator, RowsAreSortedAndCoverTypesThatNeverAllocated) {
    EXPECT_EQ(countOf("Pavo::UnusedThing").total, 0U);
 }
 
-TEST(Allocator, CountsOfManyThreadsAddUp) {
+TEST(Allocator, countsOfManyThreadsAddUp) {
    std::vector<std::thread> threads;
    for (int t = 0; t < 4; ++t) {
       threads.emplace_back([] {

@@ -21,7 +21,7 @@ struct Stranger : Base {
    using Base::Base;
 };
 
-TEST(Ptr, TheLastOwnerDeletesTheObject) {
+TEST(Ptr, theLastOwnerDeletesTheObject) {
    int alive = 0;
    {
       Ptr<Base> first = makePtr<Base>(alive);
@@ -35,17 +35,17 @@ TEST(Ptr, TheLastOwnerDeletesTheObject) {
    EXPECT_EQ(alive, 0);
 }
 
-TEST(Ptr, MovingKeepsTheCount) {
+TEST(Ptr, movingKeepsTheCount) {
    int alive = 0;
    Ptr<Base> first = makePtr<Base>(alive);
    Ptr<Base> second = std::move(first);
    EXPECT_EQ(second->refCount(), 1U);
-   EXPECT_FALSE(first);
+   EXPECT_FALSE(first);  // NOLINT(bugprone-use-after-move): it is what is tested
    second = std::move(second);
    EXPECT_TRUE(second);
 }
 
-TEST(Ptr, AssigningToItselfKeepsTheObject) {
+TEST(Ptr, assigningToItselfKeepsTheObject) {
    int alive = 0;
    Ptr<Base> pointer = makePtr<Base>(alive);
    const Ptr<Base>& alias = pointer;
@@ -54,7 +54,7 @@ TEST(Ptr, AssigningToItselfKeepsTheObject) {
    EXPECT_EQ(pointer->refCount(), 1U);
 }
 
-TEST(Ptr, ConvertsToBaseAndConstAndBack) {
+TEST(Ptr, convertsToBaseAndConstAndBack) {
    int alive = 0;
    const Ptr<Derived> derived = makePtr<Derived>(alive);
    const Ptr<Base> base = derived;
@@ -68,14 +68,14 @@ TEST(Ptr, ConvertsToBaseAndConstAndBack) {
    static_assert(!std::is_convertible_v<Ptr<const Base>, Ptr<Base>>);
 }
 
-TEST(Ptr, APlainPointerBecomesAnOwnerAgain) {
+TEST(Ptr, aPlainPointerBecomesAnOwnerAgain) {
    int alive = 0;
    const Ptr<Base> first = makePtr<Base>(alive);
    const Ptr<Base> second(first.get());
    EXPECT_EQ(first->refCount(), 2U);
 }
 
-TEST(Ptr, HashesByObject) {
+TEST(Ptr, hashesByObject) {
    int alive = 0;
    std::unordered_set<Ptr<Base>> set;
    const Ptr<Base> one = makePtr<Base>(alive);
@@ -85,14 +85,17 @@ TEST(Ptr, HashesByObject) {
    EXPECT_EQ(set.size(), 2U);
 }
 
-TEST(Ptr, OwnersInSeveralThreadsDeleteOnce) {
+TEST(Ptr, ownersInSeveralThreadsDeleteOnce) {
    int alive = 0;
    Ptr<Base> shared = makePtr<Base>(alive);
    std::vector<std::thread> threads;
    for (int t = 0; t < 4; ++t) {
       threads.emplace_back([mine = shared] {
-         for (int i = 0; i < 10000; ++i)
-            const Ptr<Base> copy = mine;
+         Ptr<Base> copy;
+         for (int i = 0; i < 10000; ++i) {
+            copy = mine;
+            copy = nullptr;
+         }
       });
    }
    shared = nullptr;

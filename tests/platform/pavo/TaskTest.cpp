@@ -28,7 +28,7 @@ private:
    Body body_;
 };
 
-TEST(PavoTask, ExecutesTheOverride) {
+TEST(PavoTask, executesTheOverride) {
    Gorm::Loop loop;
    int runs = 0;
    bool running = false;
@@ -49,7 +49,7 @@ TEST(PavoTask, ExecutesTheOverride) {
    EXPECT_EQ(task.task().workPending(), 7U);
 }
 
-TEST(PavoTask, DestroyedWhilePendingItNeverExecutes) {
+TEST(PavoTask, destroyedWhilePendingItNeverExecutes) {
    Gorm::Loop loop;
    int runs = 0;
    auto task = std::make_unique<Recorder>(loop, [&](Recorder&) { ++runs; });
@@ -59,7 +59,7 @@ TEST(PavoTask, DestroyedWhilePendingItNeverExecutes) {
    EXPECT_EQ(runs, 0);
 }
 
-TEST(PavoTask, DestroyedWhileItsTimerRunsItNeverExecutes) {
+TEST(PavoTask, destroyedWhileItsTimerRunsItNeverExecutes) {
    Gorm::Loop loop;
    int runs = 0;
    auto task = std::make_unique<Recorder>(loop, [&](Recorder&) { ++runs; });
@@ -69,7 +69,7 @@ TEST(PavoTask, DestroyedWhileItsTimerRunsItNeverExecutes) {
    EXPECT_EQ(runs, 0);
 }
 
-TEST(PavoTask, MayDestroyItselfInsideItsExecution) {
+TEST(PavoTask, mayDestroyItselfInsideItsExecution) {
    Gorm::Loop loop;
    int runs = 0;
    std::unique_ptr<Recorder> task;
@@ -84,7 +84,7 @@ TEST(PavoTask, MayDestroyItselfInsideItsExecution) {
    EXPECT_EQ(task, nullptr);
 }
 
-TEST(PavoTask, MayDestroyAnotherThatIsReady) {
+TEST(PavoTask, mayDestroyAnotherThatIsReady) {
    Gorm::Loop loop;
    int otherRuns = 0;
    auto other = std::make_unique<Recorder>(loop, [&](Recorder&) { ++otherRuns; });
@@ -95,7 +95,7 @@ TEST(PavoTask, MayDestroyAnotherThatIsReady) {
    EXPECT_EQ(otherRuns, 0);
 }
 
-TEST(TimerTask, LowestDelayKeepsTheEarliestTime) {
+TEST(TimerTask, lowestDelayKeepsTheEarliestTime) {
    Gorm::Loop loop;
    int runs = 0;
    Recorder task(loop, [&](Recorder&) { ++runs; });

@@ -28,7 +28,7 @@ protected:
    std::vector<std::uint32_t> told;
 };
 
-TEST_F(ReaderTest, TellsLaterOnceAndInOrder) {
+TEST_F(ReaderTest, tellsLaterOnceAndInOrder) {
    const auto made = reader();
    EXPECT_TRUE(made->changed(7));
    EXPECT_TRUE(made->changed(3));
@@ -41,7 +41,7 @@ TEST_F(ReaderTest, TellsLaterOnceAndInOrder) {
    EXPECT_THAT(told, ElementsAre(7, 3, 7));
 }
 
-TEST_F(ReaderTest, ManyRowsAreToldAcrossQuanta) {
+TEST_F(ReaderTest, manyRowsAreToldAcrossQuanta) {
    const auto made = reader();
    constexpr std::uint32_t count = 50'000;
    for (std::uint32_t slot = 0; slot < count; ++slot)
@@ -51,7 +51,7 @@ TEST_F(ReaderTest, ManyRowsAreToldAcrossQuanta) {
    EXPECT_EQ(told.back(), count - 1);
 }
 
-TEST_F(ReaderTest, AClosedReaderTellsNothingAndGivesBackWhatWaited) {
+TEST_F(ReaderTest, aClosedReaderTellsNothingAndGivesBackWhatWaited) {
    const auto made = reader();
    made->changed(1);
    made->changed(2);
@@ -61,7 +61,7 @@ TEST_F(ReaderTest, AClosedReaderTellsNothingAndGivesBackWhatWaited) {
    EXPECT_THAT(told, IsEmpty());
 }
 
-TEST_F(ReaderTest, MayBeClosedAndDroppedWhileItTells) {
+TEST_F(ReaderTest, mayBeClosedAndDroppedWhileItTells) {
    std::shared_ptr<Reader> made;
    std::vector<std::uint32_t> rest;
    made = Reader::make(scheduler, "test", [&](std::uint32_t slot) {
@@ -76,7 +76,7 @@ TEST_F(ReaderTest, MayBeClosedAndDroppedWhileItTells) {
    EXPECT_THAT(rest, ElementsAre(2));
 }
 
-TEST_F(ReaderTest, AnExceptionDoesNotStrandTheRest) {
+TEST_F(ReaderTest, anExceptionDoesNotStrandTheRest) {
    const auto made = Reader::make(scheduler, "test", [&](std::uint32_t slot) {
       told.push_back(slot);
       if (slot == 1) throw std::runtime_error("reactor");

@@ -59,7 +59,7 @@ protected:
    std::vector<std::string> told;
 };
 
-TEST_F(TableTest, HoldsRowsByKey) {
+TEST_F(TableTest, holdsRowsByKey) {
    EXPECT_TRUE(table->rowIs("a", {1}));
    EXPECT_TRUE(table->rowIs("b", {2}));
    EXPECT_FALSE(table->rowIs("b", {2}));
@@ -75,7 +75,7 @@ TEST_F(TableTest, HoldsRowsByKey) {
    EXPECT_EQ(table->size(), 0U);
 }
 
-TEST_F(TableTest, AReaderIsToldOfWhatIsThereAndOfChangesFromTheLoopOnly) {
+TEST_F(TableTest, aReaderIsToldOfWhatIsThereAndOfChangesFromTheLoopOnly) {
    table->rowIs("a", {1});
    table->rowIs("b", {2});
    const auto reaction = listen();
@@ -90,14 +90,14 @@ TEST_F(TableTest, AReaderIsToldOfWhatIsThereAndOfChangesFromTheLoopOnly) {
    EXPECT_THAT(take(), IsEmpty());
 }
 
-TEST_F(TableTest, ARowThatChangesAgainIsToldOnceAsItIs) {
+TEST_F(TableTest, aRowThatChangesAgainIsToldOnceAsItIs) {
    const auto reaction = listen();
    for (std::uint64_t v = 1; v <= 100; ++v)
       table->rowIs("a", {v});
    EXPECT_THAT(take(), ElementsAre("a=100"));
 }
 
-TEST_F(TableTest, AChangeReactorSeesTheRowAsItWasToldLast) {
+TEST_F(TableTest, aChangeReactorSeesTheRowAsItWasToldLast) {
    table->rowIs("a", {1});
    const auto reaction = listenToChanges();
    EXPECT_THAT(take(), ElementsAre("a: none to 1"));
@@ -113,7 +113,7 @@ TEST_F(TableTest, AChangeReactorSeesTheRowAsItWasToldLast) {
    EXPECT_THAT(take(), ElementsAre("a: 9 to none"));
 }
 
-TEST_F(TableTest, EveryReaderIsToldForItself) {
+TEST_F(TableTest, everyReaderIsToldForItself) {
    const auto first = listen();
    table->rowIs("a", {1});
    take();
@@ -122,7 +122,7 @@ TEST_F(TableTest, EveryReaderIsToldForItself) {
    EXPECT_THAT(take(), UnorderedElementsAre("a=2", "a: none to 2"));
 }
 
-TEST_F(TableTest, ADroppedReactionIsNotTold) {
+TEST_F(TableTest, aDroppedReactionIsNotTold) {
    {
       const auto reaction = listen();
       table->rowIs("a", {1});
@@ -131,7 +131,7 @@ TEST_F(TableTest, ADroppedReactionIsNotTold) {
    EXPECT_THAT(take(), IsEmpty());
 }
 
-TEST_F(TableTest, AReactionMayGoInsideItsReactorAndTakeTheTableAlong) {
+TEST_F(TableTest, aReactionMayGoInsideItsReactorAndTakeTheTableAlong) {
    Numbers::Reaction reaction;
    reaction = table->reactorIs(
         [&](const std::string& key) {
@@ -146,7 +146,7 @@ TEST_F(TableTest, AReactionMayGoInsideItsReactorAndTakeTheTableAlong) {
    EXPECT_THAT(take(), ElementsAre("a", "still here"));
 }
 
-TEST_F(TableTest, AReactorMayChangeTheTable) {
+TEST_F(TableTest, aReactorMayChangeTheTable) {
    const auto reaction = table->reactorIs(
         [&](const std::string& key) {
            told.push_back(key);
@@ -161,7 +161,7 @@ TEST_F(TableTest, AReactorMayChangeTheTable) {
    EXPECT_THAT(table->keys(), ElementsAre("b"));
 }
 
-TEST_F(TableTest, APlaceIsNotGivenAwayWhileAReaderIsStillToBeToldOfItsRow) {
+TEST_F(TableTest, aPlaceIsNotGivenAwayWhileAReaderIsStillToBeToldOfItsRow) {
    table->rowIs("a", {1});
    const auto reaction = listen();
    take();
@@ -172,7 +172,7 @@ TEST_F(TableTest, APlaceIsNotGivenAwayWhileAReaderIsStillToBeToldOfItsRow) {
    EXPECT_THAT(take(), ElementsAre("c=3"));
 }
 
-TEST_F(TableTest, ADamagedRowThrowsUntilItIsRepaired) {
+TEST_F(TableTest, aDamagedRowThrowsUntilItIsRepaired) {
    table->rowIs("a", {1});
    table->rowIs("b", {2});
    table->repairIs([this](const std::string& key) { table->rowIs(key, {7}); });
@@ -191,7 +191,7 @@ TEST_F(TableTest, ADamagedRowThrowsUntilItIsRepaired) {
    EXPECT_EQ(table->corruptions(), 1U) << "the second report is out of date";
 }
 
-TEST_F(TableTest, ARowThatNobodyRepairsIsRemoved) {
+TEST_F(TableTest, aRowThatNobodyRepairsIsRemoved) {
    table->rowIs("a", {1});
    table->damageRow("a");
    try {
@@ -205,7 +205,7 @@ TEST_F(TableTest, ARowThatNobodyRepairsIsRemoved) {
    EXPECT_EQ(table->corruptions(), 1U);
 }
 
-TEST_F(TableTest, DamageIsToldAndADamagedRowIsNoEarlierValue) {
+TEST_F(TableTest, damageIsToldAndADamagedRowIsNoEarlierValue) {
    table->rowIs("a", {1});
    const auto reaction = table->changeReactorIs(
         [this](const std::string& key, const std::optional<Number>& before) {

@@ -20,7 +20,7 @@ protected:
    const Pavo::Ptr<EntityManager> manager = Pavo::makePtr<EntityManager>();
 };
 
-TEST_F(EntityManagerTest, ReadersSeeWhatTheWriterPuts) {
+TEST_F(EntityManagerTest, readersSeeWhatTheWriterPuts) {
    const Mount writer = manager->mount("hardware/status", MountMode::write);
    const Mount reader = manager->mount("hardware/status", MountMode::read);
    EXPECT_FALSE(reader.entity<Status>());
@@ -33,7 +33,7 @@ TEST_F(EntityManagerTest, ReadersSeeWhatTheWriterPuts) {
    EXPECT_FALSE(reader.entity<Status>());
 }
 
-TEST_F(EntityManagerTest, ReadersAreToldOfChangesAtTheirPathOnly) {
+TEST_F(EntityManagerTest, readersAreToldOfChangesAtTheirPathOnly) {
    int changes = 0;
    const Mount reader = manager->mount("a/b", MountMode::read, [&] { ++changes; });
    const Mount here = manager->mount("a/b", MountMode::write);
@@ -45,7 +45,7 @@ TEST_F(EntityManagerTest, ReadersAreToldOfChangesAtTheirPathOnly) {
    EXPECT_EQ(changes, 2);
 }
 
-TEST_F(EntityManagerTest, AnUnmountedReaderIsNotTold) {
+TEST_F(EntityManagerTest, anUnmountedReaderIsNotTold) {
    int changes = 0;
    const Mount writer = manager->mount("a", MountMode::write);
    {
@@ -55,7 +55,7 @@ TEST_F(EntityManagerTest, AnUnmountedReaderIsNotTold) {
    EXPECT_EQ(changes, 0);
 }
 
-TEST_F(EntityManagerTest, ASecondWriterIsRefusedInWords) {
+TEST_F(EntityManagerTest, aSecondWriterIsRefusedInWords) {
    Mount writer = manager->mount("a", MountMode::write);
    EXPECT_THAT([&] { manager->mount("a", MountMode::write); },
                ThrowsMessage<std::runtime_error>(HasSubstr("mount path 'a': has a writer already")));
@@ -65,7 +65,7 @@ TEST_F(EntityManagerTest, ASecondWriterIsRefusedInWords) {
    EXPECT_TRUE(next.entity<Status>()) << "the entity outlives its writer's handle";
 }
 
-TEST_F(EntityManagerTest, AMovedMountStaysTheWriter) {
+TEST_F(EntityManagerTest, aMovedMountStaysTheWriter) {
    Mount first = manager->mount("a", MountMode::write);
    {
       const Mount second = std::move(first);
@@ -75,7 +75,7 @@ TEST_F(EntityManagerTest, AMovedMountStaysTheWriter) {
    EXPECT_NO_THROW(manager->mount("a", MountMode::write));
 }
 
-TEST_F(EntityManagerTest, OnlyAWriterWrites) {
+TEST_F(EntityManagerTest, onlyAWriterWrites) {
    const Mount reader = manager->mount("a", MountMode::read);
    EXPECT_THROW(reader.entityIs(Pavo::makePtr<Status>()), std::logic_error);
    const Mount nowhere;
@@ -84,7 +84,7 @@ TEST_F(EntityManagerTest, OnlyAWriterWrites) {
    EXPECT_THROW(nowhere.entityIs(Pavo::makePtr<Status>()), std::logic_error);
 }
 
-TEST_F(EntityManagerTest, MalformedPathsAreRefusedInWords) {
+TEST_F(EntityManagerTest, malformedPathsAreRefusedInWords) {
    for (const char* path : {"", "/a", "a/", "a//b"}) {
       EXPECT_THAT([&] { manager->mount(path, MountMode::read); },
                   ThrowsMessage<std::invalid_argument>(HasSubstr("expected names joined by single slashes")))
@@ -92,7 +92,7 @@ TEST_F(EntityManagerTest, MalformedPathsAreRefusedInWords) {
    }
 }
 
-TEST_F(EntityManagerTest, AMountKeepsItsManager) {
+TEST_F(EntityManagerTest, aMountKeepsItsManager) {
    Pavo::Ptr<EntityManager> own = Pavo::makePtr<EntityManager>();
    const Mount writer = own->mount("a", MountMode::write);
    own = nullptr;

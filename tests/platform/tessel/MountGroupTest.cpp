@@ -30,7 +30,7 @@ protected:
    const Pavo::Ptr<EntityManager> manager = Pavo::makePtr<EntityManager>();
 };
 
-TEST_F(MountGroupTest, AWriterMakesWhatIsNotThere) {
+TEST_F(MountGroupTest, aWriterMakesWhatIsNotThere) {
    const auto writer = group();
    writer->mount<Config>("te/config", MountMode::write, "override", 1024U);
    ASSERT_TRUE(manager->entity<Config>("te/config"));
@@ -41,7 +41,7 @@ TEST_F(MountGroupTest, AWriterMakesWhatIsNotThere) {
    EXPECT_EQ(writer->size(), 1U);
 }
 
-TEST_F(MountGroupTest, ThereIsOneWriterUntilItsGroupGoes) {
+TEST_F(MountGroupTest, thereIsOneWriterUntilItsGroupGoes) {
    auto first = group();
    first->mount<Config>("te/config", MountMode::write, "first", 1U);
    const auto second = group();
@@ -52,7 +52,7 @@ TEST_F(MountGroupTest, ThereIsOneWriterUntilItsGroupGoes) {
    EXPECT_EQ(manager->entity<Config>("te/config")->name, "first") << "the entity outlives its writer";
 }
 
-TEST_F(MountGroupTest, AReaderFindsWhatIsThereByItsType) {
+TEST_F(MountGroupTest, aReaderFindsWhatIsThereByItsType) {
    const auto reader = group();
    reader->mount<Config>("te/config", MountMode::read);
    EXPECT_FALSE(manager->entity<Config>("te/config"));
@@ -62,21 +62,21 @@ TEST_F(MountGroupTest, AReaderFindsWhatIsThereByItsType) {
    EXPECT_FALSE(manager->entity<Config>("te/config"));
 }
 
-TEST_F(MountGroupTest, AWriterOfAnotherTypeIsRefusedInWords) {
+TEST_F(MountGroupTest, aWriterOfAnotherTypeIsRefusedInWords) {
    group()->mount<Other>("te/config", MountMode::write);
    EXPECT_THAT([&] { group()->mount<Config>("te/config", MountMode::write, "x", 1U); },
                ThrowsMessage<std::runtime_error>(HasSubstr("of another type, expected Test::Config")));
    EXPECT_NO_THROW(group()->mount<Other>("te/config", MountMode::write));
 }
 
-TEST_F(MountGroupTest, AWriterCannotMakeSomethingFromNothing) {
+TEST_F(MountGroupTest, aWriterCannotMakeSomethingFromNothing) {
    EXPECT_THAT([&] { group()->mount<Config>("te/config", MountMode::write); },
                ThrowsMessage<std::logic_error>(HasSubstr("no arguments to make a Test::Config")));
    EXPECT_NO_THROW(group()->mount<Config>("te/config", MountMode::write, "later", 1U))
         << "the path is free again";
 }
 
-TEST_F(MountGroupTest, SharedMemoryIsAWorldOfItsOwn) {
+TEST_F(MountGroupTest, sharedMemoryIsAWorldOfItsOwn) {
    const auto shared = Pavo::makePtr<ZeltSharedMem::EntityManager>();
    const auto there = Pavo::makePtr<ZeltSharedMem::MountGroup>(shared);
    const auto here = group();

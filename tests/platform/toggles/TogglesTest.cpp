@@ -43,12 +43,12 @@ protected:
    std::filesystem::path directory;
 };
 
-TEST_F(TogglesTest, WithoutADirectoryEveryToggleHasItsDefault) {
+TEST_F(TogglesTest, withoutADirectoryEveryToggleHasItsDefault) {
    EXPECT_TRUE(getToggleState("Feature", "File.json", true));
    EXPECT_FALSE(getToggleState("Feature", "File.json", false));
 }
 
-TEST_F(TogglesTest, FilesSayWhatIsOnAndOff) {
+TEST_F(TogglesTest, filesSayWhatIsOnAndOff) {
    write("One.json", R"({"Off": false, "On": true})");
    write("Two.json", R"({"Off": true})");
    toggleDirectoryIs(directory);
@@ -57,7 +57,7 @@ TEST_F(TogglesTest, FilesSayWhatIsOnAndOff) {
    EXPECT_TRUE(getToggleState("Off", "Two.json", false));
 }
 
-TEST_F(TogglesTest, MissingFilesAndNamesGiveTheDefault) {
+TEST_F(TogglesTest, missingFilesAndNamesGiveTheDefault) {
    write("One.json", R"({"Off": false})");
    write("Empty.json", "{}");
    toggleDirectoryIs(directory);
@@ -67,13 +67,13 @@ TEST_F(TogglesTest, MissingFilesAndNamesGiveTheDefault) {
    EXPECT_TRUE(getToggleState("Off", "Missing.json", true));
 }
 
-TEST_F(TogglesTest, OtherFilesAreNotLookedAt) {
+TEST_F(TogglesTest, otherFilesAreNotLookedAt) {
    write("README", "not JSON");
    write("One.json.bak", "not JSON");
    EXPECT_NO_THROW(toggleDirectoryIs(directory));
 }
 
-TEST_F(TogglesTest, MalformedFilesAreRefusedInWords) {
+TEST_F(TogglesTest, malformedFilesAreRefusedInWords) {
    expectRefused("", "is not JSON");
    expectRefused("{\"A\": true", "is not JSON");
    expectRefused("{\"A\": true} x", "is not JSON");
@@ -85,14 +85,14 @@ TEST_F(TogglesTest, MalformedFilesAreRefusedInWords) {
    expectRefused(R"({"A": true, "A": false})", R"(names "A" twice)");
 }
 
-TEST_F(TogglesTest, AnUnreadableFileIsRefused) {
+TEST_F(TogglesTest, anUnreadableFileIsRefused) {
    std::filesystem::create_directory(directory / "Bad.json");
    EXPECT_THAT([&] { toggleDirectoryIs(directory); },
                ThrowsMessage<std::runtime_error>(
                     AllOf(HasSubstr((directory / "Bad.json").string()), HasSubstr("is not a regular file"))));
 }
 
-TEST_F(TogglesTest, AMissingDirectoryIsRefused) {
+TEST_F(TogglesTest, aMissingDirectoryIsRefused) {
    EXPECT_THAT([&] { toggleDirectoryIs(directory / "none"); },
                ThrowsMessage<std::runtime_error>(AllOf(HasSubstr((directory / "none").string()),
                                                        HasSubstr("expected a directory that can be read"))));
@@ -100,7 +100,7 @@ TEST_F(TogglesTest, AMissingDirectoryIsRefused) {
    EXPECT_THROW(toggleDirectoryIs(directory / "file"), std::runtime_error);
 }
 
-TEST_F(TogglesTest, ARefusalChangesNothing) {
+TEST_F(TogglesTest, aRefusalChangesNothing) {
    write("One.json", R"({"Off": false})");
    toggleDirectoryIs(directory);
    write("One.json", R"({"Off": true})");
@@ -109,7 +109,7 @@ TEST_F(TogglesTest, ARefusalChangesNothing) {
    EXPECT_FALSE(getToggleState("Off", "One.json", true));
 }
 
-TEST_F(TogglesTest, ChangesOfAFileHaveNoEffectUntilItIsReadAgain) {
+TEST_F(TogglesTest, changesOfAFileHaveNoEffectUntilItIsReadAgain) {
    write("One.json", R"({"Off": false})");
    toggleDirectoryIs(directory);
    write("One.json", R"({"Off": true})");

@@ -21,7 +21,7 @@ void untilTrue(const std::function<bool()>& condition) {
       std::this_thread::yield();
 }
 
-TEST(ActivityLock, IsRecursiveAndKnowsItsOwner) {
+TEST(ActivityLock, isRecursiveAndKnowsItsOwner) {
    ActivityLock lock;
    EXPECT_FALSE(lock.ownedByMe());
    EXPECT_EQ(lock.depth(), 0U);
@@ -39,7 +39,7 @@ TEST(ActivityLock, IsRecursiveAndKnowsItsOwner) {
    EXPECT_FALSE(lock.ownedByMe());
 }
 
-TEST(ActivityLock, StaysHeldUntilTheOutermostRelease) {
+TEST(ActivityLock, staysHeldUntilTheOutermostRelease) {
    ActivityLock lock;
    bool innerIsOver = false;
    bool seenAfterInner = false;
@@ -58,7 +58,7 @@ TEST(ActivityLock, StaysHeldUntilTheOutermostRelease) {
    EXPECT_TRUE(seenAfterInner);
 }
 
-TEST(ActivityLock, ReleaseAllGivesTheDepthBackToReacquire) {
+TEST(ActivityLock, releaseAllGivesTheDepthBackToReacquire) {
    ActivityLock lock;
    lock.acquire();
    lock.acquire();
@@ -76,7 +76,7 @@ TEST(ActivityLock, ReleaseAllGivesTheDepthBackToReacquire) {
    EXPECT_FALSE(lock.ownedByMe());
 }
 
-TEST(ActivityLock, ReleaseAllOfAnotherThreadDoesNothing) {
+TEST(ActivityLock, releaseAllOfAnotherThreadDoesNothing) {
    ActivityLock lock;
    lock.acquire();
    std::thread([&] {
@@ -89,7 +89,7 @@ TEST(ActivityLock, ReleaseAllOfAnotherThreadDoesNothing) {
    lock.release();
 }
 
-TEST(ActivityLockDeathTest, ReleaseByAnotherThreadEndsTheProcess) {
+TEST(ActivityLockDeathTest, releaseByAnotherThreadEndsTheProcess) {
    GTEST_FLAG_SET(death_test_style, "threadsafe");
    ActivityLock lock;
    EXPECT_DEATH(lock.release(), "released by a thread that does not hold it");
@@ -108,7 +108,7 @@ struct HookLog {
    }
 };
 
-TEST(ActivityLock, HookIsCalledOncePerFullReleaseStillHoldingTheLock) {
+TEST(ActivityLock, hookIsCalledOncePerFullReleaseStillHoldingTheLock) {
    ActivityLock lock;
    HookLog log{.lock = lock};
    lock.setReleaseHook(&HookLog::called, &log);
@@ -138,7 +138,7 @@ TEST(ActivityLock, HookIsCalledOncePerFullReleaseStillHoldingTheLock) {
    EXPECT_EQ(log.calls, 3U);
 }
 
-TEST(ActivityLock, HookInstalledUnderTheLockSeesTheEndOfThatSpan) {
+TEST(ActivityLock, hookInstalledUnderTheLockSeesTheEndOfThatSpan) {
    ActivityLock lock;
    HookLog log{.lock = lock};
    lock.acquire();
@@ -148,7 +148,7 @@ TEST(ActivityLock, HookInstalledUnderTheLockSeesTheEndOfThatSpan) {
    EXPECT_EQ(log.calls, 1U);
 }
 
-TEST(ActivityLock, HookIsCalledOncePerFullReleaseUnderContention) {
+TEST(ActivityLock, hookIsCalledOncePerFullReleaseUnderContention) {
    static constexpr unsigned threadCount = 4;
    static constexpr unsigned spans = 2000;
    ActivityLock lock;
@@ -170,7 +170,7 @@ TEST(ActivityLock, HookIsCalledOncePerFullReleaseUnderContention) {
    EXPECT_EQ(log.calls, threadCount * spans);
 }
 
-TEST(ActivityLock, ExcludesThreadsFromEachOther) {
+TEST(ActivityLock, excludesThreadsFromEachOther) {
    static constexpr unsigned threadCount = 4;
    static constexpr unsigned rounds = 20000;
    ActivityLock lock;
@@ -201,7 +201,7 @@ TEST(ActivityLock, ExcludesThreadsFromEachOther) {
    EXPECT_EQ(lock.waiters(), 0U);
 }
 
-TEST(ActivityLock, ReleaseNowPassesTheLockToTheWaiterBeforeTheReleaserComesBack) {
+TEST(ActivityLock, releaseNowPassesTheLockToTheWaiterBeforeTheReleaserComesBack) {
    ActivityLock lock;
    std::string order;
    for (int round = 0; round < 50; ++round) {
@@ -222,7 +222,7 @@ TEST(ActivityLock, ReleaseNowPassesTheLockToTheWaiterBeforeTheReleaserComesBack)
    }
 }
 
-TEST(ActivityLock, ReleaseAllPassesTheLockOnToo) {
+TEST(ActivityLock, releaseAllPassesTheLockOnToo) {
    ActivityLock lock;
    std::string order;
    lock.acquire();
@@ -241,7 +241,7 @@ TEST(ActivityLock, ReleaseAllPassesTheLockOnToo) {
    EXPECT_EQ(order, "wr");
 }
 
-TEST(ActivityLock, WaitersAreServedInTheOrderOfTheirComing) {
+TEST(ActivityLock, waitersAreServedInTheOrderOfTheirComing) {
    ActivityLock lock;
    std::string order;
    std::vector<std::thread> waiters;
@@ -260,7 +260,7 @@ TEST(ActivityLock, WaitersAreServedInTheOrderOfTheirComing) {
    EXPECT_EQ(order, "abcde");
 }
 
-TEST(ActivityLock, AFreedAndAbandonedLockReachesTheWaiter) {
+TEST(ActivityLock, aFreedAndAbandonedLockReachesTheWaiter) {
    ActivityLock lock;
    lock.acquire();
    bool got = false;
@@ -275,7 +275,7 @@ TEST(ActivityLock, AFreedAndAbandonedLockReachesTheWaiter) {
    EXPECT_TRUE(got);
 }
 
-TEST(ActivityLock, HandOverIsDueOnceTheOldestWaiterHasWaitedForASlice) {
+TEST(ActivityLock, handOverIsDueOnceTheOldestWaiterHasWaitedForASlice) {
    ActivityLock lock;
    lock.acquire();
    EXPECT_FALSE(lock.handOverDue(Clock::steadyNanos() + nanosPerSecond)) << "nobody waits";
@@ -317,7 +317,7 @@ struct Saturation {
    }
 };
 
-TEST(ActivityLock, TwoSaturatingThreadsTakeTurnsBySlices) {
+TEST(ActivityLock, twoSaturatingThreadsTakeTurnsBySlices) {
    Saturation run;
    std::thread first([&] { run.saturate(0, HandOver::bySlice); });
    std::thread second([&] { run.saturate(1, HandOver::bySlice); });
@@ -359,12 +359,12 @@ void expectServed(HandOver waiterReleases) {
    bulk.join();
 }
 
-TEST(ActivityLock, SaturatedLockIsGotByAWaiterAgainAndAgain) {
+TEST(ActivityLock, saturatedLockIsGotByAWaiterAgainAndAgain) {
    expectServed(HandOver::bySlice);
    expectServed(HandOver::now);
 }
 
-TEST(ActivityLock, LongHolderThatAsksGivesWayWithinItsSpan) {
+TEST(ActivityLock, longHolderThatAsksGivesWayWithinItsSpan) {
    ActivityLock lock;
    std::atomic<bool> served{false};
    lock.acquire();
@@ -381,7 +381,7 @@ TEST(ActivityLock, LongHolderThatAsksGivesWayWithinItsSpan) {
    EXPECT_TRUE(served.load());
 }
 
-TEST(ActivityLock, ManyThreadsAllGetTheirShare) {
+TEST(ActivityLock, manyThreadsAllGetTheirShare) {
    static constexpr unsigned threadCount = 6;
    ActivityLock lock;
    std::array<unsigned, threadCount> spans{};

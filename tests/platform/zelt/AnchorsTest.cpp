@@ -7,7 +7,7 @@
 namespace Zelt {
 namespace {
 
-TEST(ActivityLockAnchor, HoldsTheProcessLockForItsScopeByDefault) {
+TEST(ActivityLockAnchor, holdsTheProcessLockForItsScopeByDefault) {
    {
       const ActivityLockAnchor outer;
       const ActivityLockAnchor inner;
@@ -16,7 +16,7 @@ TEST(ActivityLockAnchor, HoldsTheProcessLockForItsScopeByDefault) {
    EXPECT_FALSE(activityLock().ownedByMe());
 }
 
-TEST(UnlockAnchor, LetsAnotherThreadInAndComesBackToTheSameDepth) {
+TEST(UnlockAnchor, letsAnotherThreadInAndComesBackToTheSameDepth) {
    ActivityLock lock;
    const ActivityLockAnchor outer(lock);
    const ActivityLockAnchor inner(lock);
@@ -34,7 +34,7 @@ TEST(UnlockAnchor, LetsAnotherThreadInAndComesBackToTheSameDepth) {
    EXPECT_EQ(lock.depth(), 2U);
 }
 
-TEST(UnlockAnchor, DoesNothingWithoutTheLock) {
+TEST(UnlockAnchor, doesNothingWithoutTheLock) {
    ActivityLock lock;
    {
       const UnlockAnchor unlocked(lock);
@@ -47,7 +47,7 @@ int interpreter = 0;
 bool interpreterHeld = true;
 void* reacquiredWith = nullptr;
 
-TEST(MaybeGilUnlockAnchor, UsesTheHooksWhereThereAreAny) {
+TEST(MaybeGilUnlockAnchor, usesTheHooksWhereThereAreAny) {
    {
       const MaybeGilUnlockAnchor nothing;
       EXPECT_TRUE(interpreterHeld);

@@ -7,7 +7,7 @@
 namespace Zelt {
 namespace {
 
-TEST(Clock, SteadyTimeNeverGoesBack) {
+TEST(Clock, steadyTimeNeverGoesBack) {
    std::int64_t last = Clock::steadyNanos();
    for (int i = 0; i < 10000; ++i) {
       const std::int64_t now = Clock::steadyNanos();
@@ -16,7 +16,7 @@ TEST(Clock, SteadyTimeNeverGoesBack) {
    }
 }
 
-TEST(Clock, WallTimeIsTheSystemsTime) {
+TEST(Clock, wallTimeIsTheSystemsTime) {
    const std::time_t before = std::time(nullptr);
    const std::int64_t wall = Clock::wallNanos() / nanosPerSecond;
    const std::time_t after = std::time(nullptr);
@@ -25,14 +25,14 @@ TEST(Clock, WallTimeIsTheSystemsTime) {
    EXPECT_LE(wall, after + 1);
 }
 
-TEST(Clock, ShiftTurnsASteadyStampIntoWallTime) {
+TEST(Clock, shiftTurnsASteadyStampIntoWallTime) {
    const std::int64_t before = Clock::wallNanos();
    const std::int64_t converted = Clock::steadyNanos() + Clock::wallMinusSteadyNanos();
    EXPECT_GE(converted, before - nanosPerSecond);
    EXPECT_LE(converted, Clock::wallNanos() + nanosPerSecond);
 }
 
-TEST(Clock, SecondsAreNanosecondsOverABillion) {
+TEST(Clock, secondsAreNanosecondsOverABillion) {
    static_assert(Clock::seconds(0) == 0.0);
    static_assert(Clock::seconds(1'500'000'000) == 1.5);
    EXPECT_DOUBLE_EQ(Clock::seconds(-250'000'000), -0.25);

@@ -24,7 +24,7 @@ protected:
    std::vector<std::string> changes;
 };
 
-TEST_F(DirTest, GivesBackWhatWasPutUnderItsType) {
+TEST_F(DirTest, givesBackWhatWasPutUnderItsType) {
    dir->entityIs("one", Pavo::makePtr<Number>(1));
    ASSERT_TRUE(dir->entityAs<Number>("one"));
    EXPECT_EQ(dir->entityAs<Number>("one")->value, 1);
@@ -32,14 +32,14 @@ TEST_F(DirTest, GivesBackWhatWasPutUnderItsType) {
    EXPECT_FALSE(dir->entity("two")) << "missing";
 }
 
-TEST_F(DirTest, NamesAreInOrder) {
+TEST_F(DirTest, namesAreInOrder) {
    dir->entityIs("b", Pavo::makePtr<Other>());
    dir->entityIs("a", Pavo::makePtr<Other>());
    EXPECT_THAT(dir->names(), ElementsAre("a", "b"));
    EXPECT_EQ(dir->size(), 2U);
 }
 
-TEST_F(DirTest, TellsOfEveryChangeAndOnlyOfChanges) {
+TEST_F(DirTest, tellsOfEveryChangeAndOnlyOfChanges) {
    const Dir::Reaction reaction = dir->reactorIs(recorder());
    const auto number = Pavo::makePtr<Number>(1);
    dir->entityIs("a", number);
@@ -52,7 +52,7 @@ TEST_F(DirTest, TellsOfEveryChangeAndOnlyOfChanges) {
    EXPECT_EQ(dir->size(), 0U);
 }
 
-TEST_F(DirTest, ADroppedReactionIsNotCalled) {
+TEST_F(DirTest, aDroppedReactionIsNotCalled) {
    {
       const Dir::Reaction reaction = dir->reactorIs(recorder());
       dir->entityIs("a", Pavo::makePtr<Other>());
@@ -61,7 +61,7 @@ TEST_F(DirTest, ADroppedReactionIsNotCalled) {
    EXPECT_THAT(changes, ElementsAre("a"));
 }
 
-TEST_F(DirTest, AReactorMayDropAnotherAndItself) {
+TEST_F(DirTest, aReactorMayDropAnotherAndItself) {
    Dir::Reaction second;
    Dir::Reaction first = dir->reactorIs([&](const std::string& name) {
       changes.push_back("first " + name);
@@ -74,7 +74,7 @@ TEST_F(DirTest, AReactorMayDropAnotherAndItself) {
    EXPECT_THAT(changes, ElementsAre("first a"));
 }
 
-TEST_F(DirTest, AReactorMayChangeTheDirectory) {
+TEST_F(DirTest, aReactorMayChangeTheDirectory) {
    const Dir::Reaction reaction = dir->reactorIs([&](const std::string& name) {
       changes.push_back(name);
       if (name == "a") dir->entityDel("a");

@@ -10,12 +10,12 @@
 namespace Zelt {
 namespace {
 
-TEST(Futex, ReturnsAtOnceIfTheWordHasChanged) {
+TEST(Futex, returnsAtOnceIfTheWordHasChanged) {
    const std::atomic<std::uint32_t> word{7};
    EXPECT_TRUE(futexWait(word, 6, noTimeout));
 }
 
-TEST(Futex, TellsThatTheTimeIsOver) {
+TEST(Futex, tellsThatTheTimeIsOver) {
    const std::atomic<std::uint32_t> word{7};
    EXPECT_FALSE(futexWait(word, 7, 0));
    EXPECT_FALSE(futexWait(word, 7, -5));
@@ -25,7 +25,7 @@ TEST(Futex, TellsThatTheTimeIsOver) {
    EXPECT_GE(Clock::steadyNanos() - begin, nanosPerMilli);
 }
 
-TEST(Futex, WakesASleeper) {
+TEST(Futex, wakesASleeper) {
    std::atomic<std::uint32_t> word{0};
    std::thread sleeper([&] {
       while (word.load() == 0)
@@ -37,7 +37,7 @@ TEST(Futex, WakesASleeper) {
    EXPECT_EQ(word.load(), 1U);
 }
 
-TEST(Futex, KeepsErrno) {
+TEST(Futex, keepsErrno) {
    const std::atomic<std::uint32_t> word{7};
    errno = 42;
    futexWait(word, 6, noTimeout);

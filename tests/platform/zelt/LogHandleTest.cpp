@@ -34,7 +34,7 @@ private:
    std::vector<std::string> lines_ ZELT_GUARDED_BY(mutex_);
 };
 
-TEST_F(LogHandleTest, FormatsAndGoesToTheSink) {
+TEST_F(LogHandleTest, formatsAndGoesToTheSink) {
    LogHandle handle("TEST_RPC", 6, "user: %s, status: %s, items: %d", "An explanation", NoActionRequired, 0,
                     1.0, 0, 0);
    EXPECT_TRUE(handle.log(std::string("ann"), "OK", 3));
@@ -44,14 +44,14 @@ TEST_F(LogHandleTest, FormatsAndGoesToTheSink) {
    EXPECT_EQ(handle.action(), NoActionRequired);
 }
 
-TEST_F(LogHandleTest, WithoutAnIntervalNothingIsHeldBack) {
+TEST_F(LogHandleTest, withoutAnIntervalNothingIsHeldBack) {
    LogHandle handle("TEST_MANY", 6, "%d", "");
    for (int i = 0; i < 100; ++i)
       EXPECT_TRUE(handle.log(i));
    EXPECT_EQ(lines().size(), 100U);
 }
 
-TEST_F(LogHandleTest, AnIntervalLetsABurstPassAndHoldsBackTheRest) {
+TEST_F(LogHandleTest, anIntervalLetsABurstPassAndHoldsBackTheRest) {
    LogHandle handle("TEST_RARE", 4, "%d", "", NoActionRequired, 3600, 2.0, 7200, 2);
    EXPECT_TRUE(handle.log(1));
    EXPECT_TRUE(handle.log(2));
@@ -60,7 +60,7 @@ TEST_F(LogHandleTest, AnIntervalLetsABurstPassAndHoldsBackTheRest) {
    EXPECT_THAT(lines(), ElementsAre("TEST_RARE/4/1", "TEST_RARE/4/2"));
 }
 
-TEST_F(LogHandleTest, AfterTheIntervalAMessagePassesAgain) {
+TEST_F(LogHandleTest, afterTheIntervalAMessagePassesAgain) {
    LogHandle handle("TEST_AGAIN", 4, "%d", "", NoActionRequired, 1e-9);
    EXPECT_TRUE(handle.log(1));
    const std::int64_t begin = Clock::steadyNanos();
@@ -69,18 +69,18 @@ TEST_F(LogHandleTest, AfterTheIntervalAMessagePassesAgain) {
    EXPECT_TRUE(handle.log(2));
 }
 
-TEST_F(LogHandleTest, SeverityIsBroughtIntoItsRange) {
+TEST_F(LogHandleTest, severityIsBroughtIntoItsRange) {
    EXPECT_EQ(LogHandle("LOW", -3, "", "").severity(), 0);
    EXPECT_EQ(LogHandle("HIGH", 12, "", "").severity(), 7);
 }
 
-TEST_F(LogHandleTest, ArgumentsThatDoNotFitAreAnErrorAndWriteNothing) {
+TEST_F(LogHandleTest, argumentsThatDoNotFitAreAnErrorAndWriteNothing) {
    LogHandle handle("TEST_BAD", 6, "%s %s", "");
    EXPECT_THROW(handle.log("one"), fmt::format_error);
    EXPECT_TRUE(lines().empty());
 }
 
-TEST_F(LogHandleTest, ManyThreadsMayWriteAndTheSinkMayChange) {
+TEST_F(LogHandleTest, manyThreadsMayWriteAndTheSinkMayChange) {
    LogHandle handle("TEST_THREADS", 6, "%d", "");
    std::vector<std::thread> threads;
    for (int t = 0; t < 4; ++t) {
@@ -97,7 +97,7 @@ TEST_F(LogHandleTest, ManyThreadsMayWriteAndTheSinkMayChange) {
    EXPECT_EQ(lines().size() + elsewhere.load(), 2000U);
 }
 
-TEST(LogSink, DefaultIsOneLineOnStandardError) {
+TEST(LogSink, defaultIsOneLineOnStandardError) {
    LogHandle handle("TEST_STDERR", 3, "hello %s", "");
    testing::internal::CaptureStderr();
    handle.log("there");

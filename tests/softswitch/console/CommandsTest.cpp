@@ -43,6 +43,7 @@ TEST_F(CommandsTest, helpNamesEveryCommand) {
                                "show sbfd",
                                "show counters",
                                "show tech",
+                               "show forwarding lookup [ADDRESS] [label N] [dscp N] [vrf NAME]",
                                "configure interface NAME",
                                "configure vrf NAME",
                                "configure no vrf NAME",
@@ -79,7 +80,7 @@ TEST_F(CommandsTest, unknownWordsAreNamedWithWhatWasExpected) {
              "unknown command 'shwo', expected one of configure, help, set, show, unset");
    EXPECT_EQ(refusal("show"),
              "missing word after 'show', expected one of acl, agent, class-map, counters, fib, "
-             "interfaces, ip, "
+             "forwarding, interfaces, ip, "
              "mpls, nexthop-group, policy-map, ports, sbfd, tech, traffic, tunnel, version, vrf, writers");
    EXPECT_THAT(refusal("show rooms"), HasSubstr("'rooms' after 'show', expected one of acl, agent"));
    EXPECT_EQ(refusal("show ip"), "missing word after 'show ip', expected route");

@@ -12,7 +12,6 @@ using orv::acl_range_operator_t;
 using orv::acl_rule_eth_t;
 using orv::acl_rule_ip_t;
 using orv::acl_type_t;
-using orv::ip_addr_mask_t;
 using orv::ip_addr_t;
 
 const acl_key_t v4{"edge", acl_type_t::ipv4};

@@ -79,6 +79,10 @@ SwitchView readSwitch(Console& console) {
    return view;
 }
 
+std::string addressText(const pb::ip_address_msg& address) {
+   return addressText(address.address());
+}
+
 std::string prefixText(const pb::ip_prefix_msg& prefix) {
    return addressText(prefix.network().address()) + "/" + std::to_string(prefix.prefix_length());
 }

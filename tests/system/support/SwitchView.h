@@ -26,7 +26,8 @@ struct SwitchView {
 
 SwitchView readSwitch(Console& console);
 
-// The prefix as the switch prints it.
+// The address and the prefix as the switch prints them.
+std::string addressText(const OrvSdkRpc::pb::ip_address_msg& address);
 std::string prefixText(const OrvSdkRpc::pb::ip_prefix_msg& prefix);
 // The entries that the switch must show for a group that was set by `request`.
 GroupEntries entriesOf(const OrvSdkRpc::pb::nexthop_group_msg& request);

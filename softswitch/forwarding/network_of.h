@@ -1,0 +1,25 @@
+// The network that an address lies in.
+//
+// Thread-safety: a function without state.
+#pragma once
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+
+#include "orv/ip_prefix.h"
+
+namespace softswitch {
+
+// The address cut off behind `length` bits, at most the family's width.
+inline orv::ip_prefix_t networkOf(const orv::ip_addr_t& address, unsigned length) {
+   std::array<std::uint8_t, 16> bytes{};
+   const auto from = address.bytes();
+   std::copy(from.begin(), from.end(), bytes.begin());
+   for (unsigned at = length / 8; at < bytes.size(); ++at) {
+      bytes[at] &= at == length / 8 ? static_cast<std::uint8_t>(0xff00U >> length % 8) : std::uint8_t{0};
+   }
+   return {orv::ip_addr_t(address.af(), bytes.data()), length};
+}
+
+}  // namespace softswitch
