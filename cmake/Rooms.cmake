@@ -60,15 +60,16 @@ function(orv_add_program target)
   target_link_libraries(${target} PRIVATE ${P_LINK} orv_build_options)
 endfunction()
 
-# orv_add_test(<target> SOURCES ... LINK ... [TIMEOUT seconds] [LABELS ...])
-# Every TEST() becomes a ctest case of its own.
+# orv_add_test(<target> [ALONE] SOURCES ... LINK ... [TIMEOUT seconds] [LABELS ...])
+# Every TEST() becomes a ctest case of its own. ALONE: no other test runs meanwhile, for those that measure time.
 function(orv_add_test target)
-  cmake_parse_arguments(T "" "TIMEOUT" "SOURCES;LINK;LABELS" ${ARGN})
+  cmake_parse_arguments(T "ALONE" "TIMEOUT" "SOURCES;LINK;LABELS" ${ARGN})
   add_executable(${target} ${T_SOURCES})
   target_link_libraries(${target} PRIVATE ${T_LINK} GTest::gmock GTest::gtest_main orv_build_options)
   set_target_properties(${target} PROPERTIES RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/tests")
   if(NOT T_TIMEOUT)
     set(T_TIMEOUT 60)
   endif()
-  gtest_discover_tests(${target} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT ${T_TIMEOUT} LABELS "${T_LABELS}")
+  gtest_discover_tests(${target} DISCOVERY_TIMEOUT 60 PROPERTIES
+                       TIMEOUT ${T_TIMEOUT} LABELS "${T_LABELS}" RUN_SERIAL ${T_ALONE})
 endfunction()
