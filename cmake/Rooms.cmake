@@ -71,5 +71,5 @@ function(orv_add_test target)
     set(T_TIMEOUT 60)
   endif()
   gtest_discover_tests(${target} DISCOVERY_TIMEOUT 60 PROPERTIES
-                       TIMEOUT ${T_TIMEOUT} LABELS "${T_LABELS}" RUN_SERIAL ${T_ALONE})
+                       TIMEOUT ${T_TIMEOUT} RUN_SERIAL ${T_ALONE} LABELS "${T_LABELS}")
 endfunction()
