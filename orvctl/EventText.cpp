@@ -90,13 +90,21 @@ void append(std::string& line, std::string_view name, std::string_view value) {
    fmt::format_to(std::back_inserter(line), "{}{}={}", line.empty() ? "" : " ", name, value);
 }
 
-void appendRecord(std::string& line, const std::string& name, const Message& record) {
+// Whether one of several things happened, so that the name of the field tells which.
+bool isOneOfSeveralEvents(const FieldDescriptor& field) {
+   const auto* choice = field.real_containing_oneof();
+   return choice && choice->field_count() > 1 && field.name().starts_with("on_");
+}
+
+void appendRecord(std::string& line, const FieldDescriptor& of, const Message& record) {
    const Descriptor& type = *record.GetDescriptor();
+   const std::string name = of.name().starts_with("on_") ? of.name().substr(3) : of.name();
    if (isName(type)) {
       append(line, name, scalarText(record, *type.field(0)));
    } else if (type.field_count() == 0) {
       line += (line.empty() ? "" : " ") + name;
    } else if (isFlat(type)) {
+      if (isOneOfSeveralEvents(of)) line += (line.empty() ? "" : " ") + name;
       // Its presence is the news, so what it holds is told also where it is zero.
       for (int i = 0; i < type.field_count(); ++i) {
          const FieldDescriptor& field = *type.field(i);
@@ -134,7 +142,7 @@ std::string eventText(const Message& event) {
          if (line.empty() && isName(*record.GetDescriptor())) {
             line = scalarText(record, *record.GetDescriptor()->field(0));
          } else {
-            appendRecord(line, name.starts_with("on_") ? name.substr(3) : name, record);
+            appendRecord(line, *field, record);
          }
       } else if (line.empty() && name == "name") {
          line = scalarText(event, *field);

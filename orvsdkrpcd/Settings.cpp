@@ -11,6 +11,7 @@
 #include "orv/error.h"
 #include "orv/tracer.h"
 #include "orvsdkrpcd/UsageError.h"
+#include "softswitch/console/words.h"
 #include "softswitch/managers/agent_mgr.h"
 #include "toggles/Toggles.h"
 
@@ -87,13 +88,19 @@ std::optional<softswitch::console::Address> checkConsole(const std::string& valu
    }
 }
 
-// Each name once; a value may hold further equals signs, and be anything but empty.
+// Each name once; a value may hold further equals signs, and be any text but an empty one. Clients read both,
+// so what no message can hold is refused.
 std::map<std::string, std::string> checkOptions(const std::vector<std::string>& values) {
    std::map<std::string, std::string> options;
    for (const auto& value : values) {
       const auto equals = value.find('=');
       if (equals == std::string::npos || equals == 0 || equals + 1 == value.size()) {
          refuse("--option", value, "NAME=VALUE, neither of them empty");
+      }
+      try {
+         softswitch::console::checkCharacters(value);
+      } catch (const softswitch::console::CommandError& error) {
+         throw UsageError(fmt::format("--option: {}", error.what()));
       }
       if (equals > softswitch::AgentMgr::nameBytesMax) {
          refuse("--option", value,

@@ -22,7 +22,7 @@
 #include <vector>
 
 #include "OrvSdkRpc/handlers/AlarmedStream.h"
-#include "OrvSdkRpc/handlers/PendingTable.h"
+#include "OrvSdkRpc/handlers/IndexedPendingTable.h"
 #include "OrvSdkRpc/handlers/StreamingAdapterHandler.h"
 #include "orv/lock.h"
 
@@ -181,6 +181,7 @@ class BulkStreamHandler final
    using Key = typename A::Key;
    using Entry = typename A::Entry;
    using Value = typename detail::BulkValue<A>::Type;
+   using Pending = typename PendingTableFor<Key, Value>::Type;
    using Base = ServerStreamHandler<BulkStreamHandler, Rq, Rp, S, BulkStream>;
    static constexpr bool entriesWait = std::is_same_v<Value, Entry>;
    static constexpr bool hasSnapshot = requires { &A::snapshot; };
@@ -210,9 +211,8 @@ private:
          if (!def_.wants(key)) return;
       }
       if (this->entriesTraced()) traceValue(key, value);
-      const auto [waiting, fresh] = pending_.emplace(key);
+      const auto [waiting, fresh] = pending_.emplace(key, value);
       if (fresh) {
-         waiting = value;
          if (pending_.size() == 1) this->wake();
       } else if (!coalesce(waiting, value)) {
          pending_.erase(key);
@@ -295,7 +295,7 @@ private:
       }
    }
    void discard() override {
-      PendingTable<Key, Value> lost;
+      Pending lost;
       MutexLock lock(this->mutex_);
       std::swap(lost, pending_);
       lock.unlock();
@@ -303,7 +303,7 @@ private:
 
    struct Nothing {};
 
-   PendingTable<Key, Value> pending_;
+   Pending pending_;
    A def_;
    [[no_unique_address]] std::conditional_t<entriesWait, Nothing, ReusedBatch<A>> batch_;
    // The snapshot, and the response that was taken from it last.

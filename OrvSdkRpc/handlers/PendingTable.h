@@ -42,15 +42,19 @@ public:
    // Where the next pass begins; empty for the beginning.
    [[nodiscard]] const std::optional<Key>& resumeKey() const { return resumeKey_; }
 
+   [[nodiscard]] bool contains(const Key& key) const {
+      if (empty()) return false;
+      const std::uint64_t hash = Hash{}(key);
+      return stands(lowerBound(hash, key), hash, key);
+   }
+
    // The entry of the key and whether it was made now, from `args`.
    template <class... Args>
    std::pair<Entry&, bool> emplace(const Key& key, Args&&... args) {
       if (4 * (size_ + 1) > 3 * homes_) grow();
       const std::uint64_t hash = Hash{}(key);
       const std::size_t at = lowerBound(hash, key);
-      if (slots_[at].node && slots_[at].hash == hash && !(key < slots_[at].node->key)) {
-         return {slots_[at].node->entry, false};
-      }
+      if (stands(at, hash, key)) return {slots_[at].node->entry, false};
       Node* const node = newNode(key);
       node->entry = Entry(std::forward<Args>(args)...);
       makeRoom(at);
@@ -65,8 +69,7 @@ public:
       if (empty()) return;
       const std::uint64_t hash = Hash{}(key);
       const std::size_t at = lowerBound(hash, key);
-      const Slot& slot = slots_[at];
-      if (!slot.node || slot.hash != hash || key < slot.node->key) return;
+      if (!stands(at, hash, key)) return;
       if (resumeKey_ && *resumeKey_ == key) resumeAt(occupied(at + 1));
       eraseRange(at, at + 1);
    }
@@ -135,6 +138,10 @@ private:
          ++at;
       }
       return at;
+   }
+   // Whether it is the key that stands at its lower bound.
+   [[nodiscard]] bool stands(std::size_t at, std::uint64_t hash, const Key& key) const {
+      return slots_[at].node && slots_[at].hash == hash && !(key < slots_[at].node->key);
    }
    // The first entry from `at` on, or end().
    [[nodiscard]] std::size_t occupied(std::size_t at) const {

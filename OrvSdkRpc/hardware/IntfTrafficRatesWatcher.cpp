@@ -39,8 +39,9 @@ void IntfTrafficRatesWatcher::stopWatching() {
 
 void IntfTrafficRatesWatcher::onTrafficRatesUpdate(const Lumic::IntfId& intf,
                                                    const Interface::IntfRates& rates) {
-   if (!onRates_) return;
-   auto& id = ids_[intf];
+   if (!onRates_ || !intf) return;
+   if (intf.index() >= ids_.size()) ids_.resize(intf.index() + 1);
+   orv::intf_id_t& id = ids_[intf.index()];
    if (!id) id = orv::intf_id_t(intf.name());
    onRates_(id, {rates.outPktsRate, rates.inPktsRate, rates.outBitsRate, rates.inBitsRate, rates.sampleTime});
 }

@@ -6,9 +6,8 @@
 // Thread-safety: guarded by the SDK's lock. Rates are told from the main loop, under it.
 #pragma once
 
-#include <absl/container/flat_hash_map.h>
-
 #include <functional>
+#include <vector>
 
 #include "interface/EthIntfCounter.h"
 #include "lumic/IntfId.h"
@@ -51,9 +50,9 @@ private:
    void intfCounterServiceSmIs();
 
    OnRates onRates_;
-   // Of the interfaces that were told. Rates come for the same ones again and again, and looking a name up
-   // costs as much as all the rest.
-   absl::flat_hash_map<Lumic::IntfId, orv::intf_id_t> ids_;
+   // By the tables' index, of the interfaces that were told. Rates come for the same ones again and again, and
+   // looking a name up costs as much as all the rest.
+   std::vector<orv::intf_id_t> ids_;
    Pavo::Ptr<ZeltSharedMem::EntityManager> shared_;
    Pavo::Ptr<IntfCounterServiceSm> stateMachine_;
    // Null where the platform has none.

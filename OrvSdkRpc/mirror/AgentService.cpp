@@ -1,10 +1,9 @@
 #include "OrvSdkRpc/mirror/AgentService.h"
 
-#include "OrvSdkRpc/handlers/BulkRequestHandler.h"
 #include "OrvSdkRpc/handlers/GenericRequestHandler.h"
 #include "OrvSdkRpc/handlers/IteratorStreamingHandler.h"
+#include "OrvSdkRpc/handlers/MethodTraits.h"
 #include "OrvSdkRpc/handlers/StreamingToolkit.h"
-#include "OrvSdkRpc/handlers/UnaryRequestHandler.h"
 #include "zelt/Anchors.h"
 #include "zelt/Clock.h"
 
@@ -65,31 +64,133 @@ private:
    void cancel() override { service_.cancel(tag_); }
 };
 
-struct Enabled {
-   static constexpr auto method = &Rpc::Requestenabled;
-   static AgentEnabledResponse impl(const AgentEnabledRequest&, AgentService& service) {
-      AgentEnabledResponse response;
-      response.set_enabled(service.get_agent_mgr()->enabled());
-      return response;
+AgentEnabledResponse enabled(const AgentEnabledRequest&, AgentService& service) {
+   AgentEnabledResponse response;
+   response.set_enabled(service.get_agent_mgr()->enabled());
+   return response;
+}
+
+AgentOptionResponse agent_option(const AgentOptionRequest& request, AgentService& service) {
+   AgentOptionResponse response;
+   response.set_value(service.get_agent_mgr()->agent_option(request.name()));
+   return response;
+}
+
+AgentOptionExistsResponse agent_option_exists(const AgentOptionExistsRequest& request,
+                                              AgentService& service) {
+   AgentOptionExistsResponse response;
+   response.set_exists(service.get_agent_mgr()->agent_option_exists(request.name()));
+   return response;
+}
+
+AgentStatusResponse status(const AgentStatusRequest& request, AgentService& service) {
+   AgentStatusResponse response;
+   response.set_value(service.get_agent_mgr()->status(request.name()));
+   return response;
+}
+
+template <class Response>
+Response status_set(const AgentStatusSetRequest& request, AgentService& service) {
+   service.get_agent_mgr()->status_set(request.name(), request.value());
+   return Response();
+}
+
+template <class Response>
+Response status_del(const AgentStatusDelRequest& request, AgentService& service) {
+   service.get_agent_mgr()->status_del(request.name());
+   return Response();
+}
+
+AgentUptimeResponse agent_uptime(const AgentUptimeRequest&, AgentService& service) {
+   AgentUptimeResponse response;
+   response.set_uptime(service.get_agent_mgr()->agent_uptime());
+   return response;
+}
+
+AgentIdResponse agent_id(const AgentIdRequest& request, AgentService& service) {
+   AgentIdResponse response;
+   response.set_id(service.get_agent_mgr()->id(request.name().c_str()));
+   orv::fmttrace(service.tracer(), traceId, "Agent {} id {}", request.name(), response.id());
+   return response;
+}
+
+template <class Hc, auto method, class Messages>
+using AgentHandler =
+     GenericRequestHandler<Hc, typename MethodTraits<method>::Request,
+                           typename MethodTraits<method>::Response, AgentService, false, Messages>;
+
+// Answers a request with what `operation` makes of it.
+template <class Hc, auto method, auto operation>
+class UnaryAgentHandler : public AgentHandler<Hc, method, MemberMessages> {
+public:
+   UnaryAgentHandler(OpaqueId tag, grpc::Server& server, grpc::ServerCompletionQueue& cq,
+                     AgentService& service)
+        : AgentHandler<Hc, method, MemberMessages>(tag, server, cq, service) {
+      this->post(service, method);
    }
+
+   void process(OpaqueId) final { this->respond(operation, *this->request_, this->service_); }
 };
 
-struct Option {
-   static constexpr auto method = &Rpc::Requestagent_option;
-   static AgentOptionResponse impl(const AgentOptionRequest& request, AgentService& service) {
-      AgentOptionResponse response;
-      response.set_value(service.get_agent_mgr()->agent_option(request.name()));
-      return response;
+// Calls `operation` for each item of a request and drops what it makes of them.
+template <class Hc, auto method, auto operation>
+class BulkAgentHandler : public AgentHandler<Hc, method, ArenaMessages> {
+public:
+   BulkAgentHandler(OpaqueId tag, grpc::Server& server, grpc::ServerCompletionQueue& cq,
+                    AgentService& service)
+        : AgentHandler<Hc, method, ArenaMessages>(tag, server, cq, service) {
+      this->post(service, method);
    }
+
+   void process(OpaqueId) final { this->bulk_respond(this->request_->requests(), operation); }
 };
 
-struct OptionExists {
-   static constexpr auto method = &Rpc::Requestagent_option_exists;
-   static AgentOptionExistsResponse impl(const AgentOptionExistsRequest& request, AgentService& service) {
-      AgentOptionExistsResponse response;
-      response.set_exists(service.get_agent_mgr()->agent_option_exists(request.name()));
-      return response;
-   }
+class EnabledHandler final : public UnaryAgentHandler<EnabledHandler, &Rpc::Requestenabled, &enabled> {
+   using UnaryAgentHandler::UnaryAgentHandler;
+};
+
+class AgentOptionHandler final
+     : public UnaryAgentHandler<AgentOptionHandler, &Rpc::Requestagent_option, &agent_option> {
+   using UnaryAgentHandler::UnaryAgentHandler;
+};
+
+class AgentOptionExistsHandler final
+     : public UnaryAgentHandler<AgentOptionExistsHandler, &Rpc::Requestagent_option_exists,
+                                &agent_option_exists> {
+   using UnaryAgentHandler::UnaryAgentHandler;
+};
+
+class StatusHandler final : public UnaryAgentHandler<StatusHandler, &Rpc::Requeststatus, &status> {
+   using UnaryAgentHandler::UnaryAgentHandler;
+};
+
+class StatusSetHandler final : public UnaryAgentHandler<StatusSetHandler, &Rpc::Requeststatus_set,
+                                                        &status_set<AgentStatusSetResponse>> {
+   using UnaryAgentHandler::UnaryAgentHandler;
+};
+
+class StatusDelHandler final : public UnaryAgentHandler<StatusDelHandler, &Rpc::Requeststatus_del,
+                                                        &status_del<AgentStatusDelResponse>> {
+   using UnaryAgentHandler::UnaryAgentHandler;
+};
+
+class BulkStatusSetHandler final : public BulkAgentHandler<BulkStatusSetHandler, &Rpc::Requestbulk_status_set,
+                                                           &status_set<AgentStatusSetResponse>> {
+   using BulkAgentHandler::BulkAgentHandler;
+};
+
+class BulkStatusDelHandler final : public BulkAgentHandler<BulkStatusDelHandler, &Rpc::Requestbulk_status_del,
+                                                           &status_del<AgentStatusDelResponse>> {
+   using BulkAgentHandler::BulkAgentHandler;
+};
+
+class UptimeHandler final
+     : public UnaryAgentHandler<UptimeHandler, &Rpc::Requestagent_uptime, &agent_uptime> {
+   using UnaryAgentHandler::UnaryAgentHandler;
+};
+
+class AgentIdHandler final : public UnaryAgentHandler<AgentIdHandler, &Rpc::Requestagent_id, &agent_id> {
+   using UnaryAgentHandler::UnaryAgentHandler;
 };
 
 struct AgentOptionsAdapter {
@@ -102,64 +203,12 @@ struct AgentOptionsAdapter {
    }
 };
 
-struct Status {
-   static constexpr auto method = &Rpc::Requeststatus;
-   static AgentStatusResponse impl(const AgentStatusRequest& request, AgentService& service) {
-      AgentStatusResponse response;
-      response.set_value(service.get_agent_mgr()->status(request.name()));
-      return response;
-   }
-};
-
 struct StatusesAdapter {
    static constexpr auto method = &Rpc::Requeststatuses;
    static auto iterator(AgentService& service) { return service.get_agent_mgr()->status_iter(); }
    static AgentStatusesResponse convert(const std::string& name) {
       AgentStatusesResponse response;
       response.set_name(name);
-      return response;
-   }
-};
-
-struct StatusSet {
-   static constexpr auto method = &Rpc::Requeststatus_set;
-   static AgentStatusSetResponse impl(const AgentStatusSetRequest& request, AgentService& service) {
-      service.get_agent_mgr()->status_set(request.name(), request.value());
-      return {};
-   }
-};
-
-struct StatusDel {
-   static constexpr auto method = &Rpc::Requeststatus_del;
-   static AgentStatusDelResponse impl(const AgentStatusDelRequest& request, AgentService& service) {
-      service.get_agent_mgr()->status_del(request.name());
-      return {};
-   }
-};
-
-struct BulkStatusSet : StatusSet {
-   static constexpr auto method = &Rpc::Requestbulk_status_set;
-};
-
-struct BulkStatusDel : StatusDel {
-   static constexpr auto method = &Rpc::Requestbulk_status_del;
-};
-
-struct Uptime {
-   static constexpr auto method = &Rpc::Requestagent_uptime;
-   static AgentUptimeResponse impl(const AgentUptimeRequest&, AgentService& service) {
-      AgentUptimeResponse response;
-      response.set_uptime(service.get_agent_mgr()->agent_uptime());
-      return response;
-   }
-};
-
-struct Id {
-   static constexpr auto method = &Rpc::Requestagent_id;
-   static AgentIdResponse impl(const AgentIdRequest& request, AgentService& service) {
-      AgentIdResponse response;
-      response.set_id(service.get_agent_mgr()->id(request.name().c_str()));
-      orv::fmttrace(service.tracer(), traceId, "Agent {} id {}", request.name(), response.id());
       return response;
    }
 };
@@ -175,18 +224,18 @@ AgentService::~AgentService() = default;
 
 void AgentService::startHandlers() {
    registerNewHandler<WatchHandler>(*this);
-   registerAdapter<UnaryRequestHandler, Enabled>(*this);
-   registerAdapter<UnaryRequestHandler, Option>(*this);
-   registerAdapter<UnaryRequestHandler, OptionExists>(*this);
+   registerNewHandler<EnabledHandler>(*this);
+   registerNewHandler<AgentOptionHandler>(*this);
+   registerNewHandler<AgentOptionExistsHandler>(*this);
    registerAdapter<IteratorStreamingHandler, AgentOptionsAdapter>(*this);
-   registerAdapter<UnaryRequestHandler, Status>(*this);
+   registerNewHandler<StatusHandler>(*this);
    registerAdapter<IteratorStreamingHandler, StatusesAdapter>(*this);
-   registerAdapter<UnaryRequestHandler, StatusSet>(*this);
-   registerAdapter<UnaryRequestHandler, StatusDel>(*this);
-   registerAdapter<BulkRequestHandler, BulkStatusSet>(*this);
-   registerAdapter<BulkRequestHandler, BulkStatusDel>(*this);
-   registerAdapter<UnaryRequestHandler, Uptime>(*this);
-   registerAdapter<UnaryRequestHandler, Id>(*this);
+   registerNewHandler<StatusSetHandler>(*this);
+   registerNewHandler<StatusDelHandler>(*this);
+   registerNewHandler<BulkStatusSetHandler>(*this);
+   registerNewHandler<BulkStatusDelHandler>(*this);
+   registerNewHandler<UptimeHandler>(*this);
+   registerNewHandler<AgentIdHandler>(*this);
    registerNewHandler<PingHandler>(*this);
 }
 

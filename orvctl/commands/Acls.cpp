@@ -230,8 +230,10 @@ void addAclCommand(CLI::App& app, Context& context) {
    });
 
    auto* commitCommand = command->add_subcommand("commit", "Make what is pending count");
-   commitCommand->add_flag("--wait", flags->wait,
-                           "Wait until hardware has it; 1 and the switch's words where it does not take it");
+   commitCommand->add_flag(
+        "--wait", flags->wait,
+        "Wait until hardware has it; 1 and the switch's words about the first list that it does "
+        "not take. The switch does not tell whose commit it was");
    onChosen(context, *commitCommand, [&context, flags] { return commit(context, *flags); });
 }
 

@@ -32,7 +32,7 @@ public:
       const std::lock_guard lock(mutex_);
       const auto known = byName_.find(name);
       if (known != byName_.end()) return known->second;
-      entries_.push_back({.name = std::string(name), .kind = kindOf(name)});
+      entries_.push_back({.name = std::string(name), .kind = kindOf(name), .index = entries_.size()});
       const IntfId::Entry* made = &entries_.back();
       byName_.emplace(made->name, made);
       return made;

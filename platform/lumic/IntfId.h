@@ -42,9 +42,13 @@ public:
    };
    [[nodiscard]] Kind kind() const noexcept { return entry_ == nullptr ? Kind::ordinary : entry_->kind; }
 
+   /// Counted from 0 in the order in which the names were first used. For an interface, not for none.
+   [[nodiscard]] std::size_t index() const noexcept { return entry_->index; }
+
    struct Entry {
       std::string name;
       Kind kind;
+      std::size_t index;
    };
 
 private:

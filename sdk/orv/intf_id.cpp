@@ -52,7 +52,7 @@ public:
       // At most half full, so that a walk always ends at a free slot.
       const slots* const now = current_.load(std::memory_order_relaxed);
       if (now == nullptr || 2 * (names_.size() + 1) > now->mask + 1) grow();
-      names_.push_back(std::make_unique<held_name>(name, hash, true));
+      names_.push_back(std::make_unique<held_name>(name, hash, static_cast<std::uint32_t>(names_.size())));
       put(*arrays_.back(), names_.back().get());
       return names_.back().get();
    }
@@ -137,16 +137,22 @@ intf_id_t::intf_id_t(std::string_view name) {
    name_ = interned().find(name, hash);
    if (name_ != nullptr) return;
    check_form(name);
-   name_ = new held_name(name, hash, false);
+   name_ = new held_name(name, hash, no_index);
 }
 
 void intf_id_t::release() noexcept {
    if (name_->holders.fetch_sub(1, std::memory_order_acq_rel) == 1) delete name_;
 }
 
+std::uint32_t intf_id_t::index_by_text() const noexcept {
+   if (name_ == nullptr) return no_index;
+   const held_name* const known = interned().find(name_->text, name_->hash);
+   return known == nullptr ? no_index : known->index;
+}
+
 bool intf_id_t::same_text(const intf_id_t& other) const noexcept {
    if (name_ == nullptr || other.name_ == nullptr) return false;
-   if (name_->interned && other.name_->interned) return false;
+   if (name_->interned() && other.name_->interned()) return false;
    return name_->hash == other.name_->hash && name_->text == other.name_->text;
 }
 

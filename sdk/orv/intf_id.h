@@ -18,6 +18,7 @@
 #include <compare>
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <utility>
 
 #include "orv/value.h"
@@ -62,25 +63,36 @@ public:
    }
    [[nodiscard]] std::string to_string() const { return std::string(name()); }
 
-   // A name and how it is held. An interned one is never freed.
+   // Counted from 0 in the order in which the switch made its names known; no_index
+   // for any other name, until it becomes known. One index is one name's for ever.
+   static constexpr std::uint32_t no_index = std::numeric_limits<std::uint32_t>::max();
+   [[nodiscard]] std::uint32_t index() const noexcept {
+      return name_ != nullptr && name_->interned() ? name_->index : index_by_text();
+   }
+
+   // A name and how it is held. One with an index is interned, and never freed.
    struct held_name {
-      held_name(std::string_view name, std::size_t name_hash, bool is_interned)
-           : text(name), hash(name_hash), interned(is_interned), holders(1) {}
+      held_name(std::string_view name, std::size_t name_hash, std::uint32_t name_index)
+           : text(name), hash(name_hash), index(name_index), holders(1) {}
+
+      [[nodiscard]] bool interned() const noexcept { return index != no_index; }
 
       std::string text;
       std::size_t hash;
-      bool interned;
+      std::uint32_t index;
       mutable std::atomic<std::uint32_t> holders;
    };
 
 private:
    void hold() const noexcept {
-      if (name_ != nullptr && !name_->interned) name_->holders.fetch_add(1, std::memory_order_relaxed);
+      if (name_ != nullptr && !name_->interned()) name_->holders.fetch_add(1, std::memory_order_relaxed);
    }
    void drop() noexcept {
-      if (name_ != nullptr && !name_->interned) release();
+      if (name_ != nullptr && !name_->interned()) release();
    }
    void release() noexcept;
+   // For an id that was made before its name became known, if it is.
+   [[nodiscard]] std::uint32_t index_by_text() const noexcept;
    [[nodiscard]] bool same_text(const intf_id_t& other) const noexcept;
    [[nodiscard]] std::strong_ordering order(const intf_id_t& other) const noexcept;
 

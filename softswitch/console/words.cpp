@@ -25,18 +25,6 @@ std::size_t utf8Length(std::string_view text) {
    return overlongOrSurrogateOrTooHigh ? 0 : length;
 }
 
-void checkCharacters(std::string_view line) {
-   for (std::size_t i = 0; i < line.size();) {
-      const auto c = static_cast<unsigned char>(line[i]);
-      const auto length = utf8Length(line.substr(i));
-      if (length == 0) CommandError::raise("byte 0x{:02x} at column {}, expected UTF-8 text", c, i + 1);
-      if ((c < 0x20 && c != '\t') || c == 0x7f) {
-         CommandError::raise("control character 0x{:02x} at column {}, expected printable text", c, i + 1);
-      }
-      i += length;
-   }
-}
-
 struct Token {
    std::string text;
    bool quoted = false;
@@ -87,6 +75,18 @@ std::vector<Token> tokens(std::string_view line) {
 }
 
 }  // namespace
+
+void checkCharacters(std::string_view text) {
+   for (std::size_t i = 0; i < text.size();) {
+      const auto c = static_cast<unsigned char>(text[i]);
+      const auto length = utf8Length(text.substr(i));
+      if (length == 0) CommandError::raise("byte 0x{:02x} at column {}, expected UTF-8 text", c, i + 1);
+      if ((c < 0x20 && c != '\t') || c == 0x7f) {
+         CommandError::raise("control character 0x{:02x} at column {}, expected printable text", c, i + 1);
+      }
+      i += length;
+   }
+}
 
 CommandLine parseLine(std::string_view line) {
    checkCharacters(line);

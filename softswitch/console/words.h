@@ -38,6 +38,9 @@ struct CommandLine {
    Form form = Form::table;
 };
 
+// Throws CommandError unless the text is UTF-8 without control characters; a tab may stand in it.
+void checkCharacters(std::string_view text);
+
 // Throws CommandError. An empty or blank line has no words.
 CommandLine parseLine(std::string_view line);
 

@@ -59,7 +59,7 @@ TEST(EventText, commitsAndOptions) {
    EXPECT_EQ(eventText(acl), "acl_sync");
    acl.mutable_on_acl_sync_fail()->set_source("hardware");
    acl.mutable_on_acl_sync_fail()->set_message("no space");
-   EXPECT_EQ(eventText(acl), "source=hardware message=\"no space\"");
+   EXPECT_EQ(eventText(acl), "acl_sync_fail source=hardware message=\"no space\"");
    rpc::WatchAgentResponse agent;
    agent.mutable_agent_option()->set_name("tag");
    EXPECT_EQ(eventText(agent), "name=tag value=\"\"");

@@ -137,6 +137,10 @@ TEST_F(SettingsTest, agentOptionsComeOneByOne) {
    EXPECT_EQ(refusal(good), "--option is 'colour=red', expected each name once");
    good.options = {std::string(256, 'n') + "=v"};
    EXPECT_THAT(refusal(good), HasSubstr("a name of at most 255 bytes"));
+   good.options = {"colour=\xff\xfe"};
+   EXPECT_EQ(refusal(good), "--option: byte 0xff at column 8, expected UTF-8 text");
+   good.options = {"co\nlour=red"};
+   EXPECT_EQ(refusal(good), "--option: control character 0x0a at column 3, expected printable text");
 }
 
 TEST_F(SettingsTest, helpAndVersionAreAnswers) {

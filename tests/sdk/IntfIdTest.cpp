@@ -45,6 +45,20 @@ TEST(IntfIdTest, aNameThatNobodyKnowsIsHeldByValue) {
    EXPECT_EQ(copy.name(), "Unheard2");
 }
 
+TEST(IntfIdTest, knownNamesAreNumberedInTheirOrder) {
+   static int run = 0;
+   const std::string name = "Numbered" + std::to_string(++run);
+   const intf_id_t early(name);
+   EXPECT_EQ(intf_id_t().index(), intf_id_t::no_index);
+   EXPECT_EQ(early.index(), intf_id_t::no_index);
+   const intf_id_t first = intf_name_known(name + "a");
+   const intf_id_t second = intf_name_known(name);
+   EXPECT_EQ(second.index(), first.index() + 1);
+   EXPECT_EQ(intf_name_known(name).index(), second.index());
+   EXPECT_EQ(intf_id_t(name).index(), second.index());
+   EXPECT_EQ(early.index(), second.index()) << "also of an id that was made before the name was known";
+}
+
 TEST(IntfIdTest, aKnownNameStandsOnce) {
    // Known names stay for the life of the process, so each run of this test takes one of its own.
    static int run = 0;
@@ -58,6 +72,7 @@ TEST(IntfIdTest, aKnownNameStandsOnce) {
    EXPECT_EQ(before, known) << "an id made before the name was known is still equal";
    EXPECT_EQ(before.hash(), known.hash());
    EXPECT_EQ(before <=> known, std::strong_ordering::equal);
+   EXPECT_EQ(before.index(), known.index());
    EXPECT_NE(known, intf_name_known(name + "x"));
 }
 

@@ -1,13 +1,13 @@
-// The table against a std::map over (hash, key), step by step, under hashes good and bad.
+// The table against its model, in the order of (hash, key), under hashes good and bad.
 #include <gtest/gtest.h>
 
-#include <map>
-#include <optional>
-#include <random>
+#include <cstdint>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "OrvSdkRpc/handlers/PendingTable.h"
+#include "PendingTableModel.h"
 
 namespace OrvSdkRpc {
 namespace {
@@ -27,32 +27,8 @@ struct Late {
 };
 
 template <class Hash>
-class Model {
-public:
-   bool emplace(int key, const std::string& value) { return rows_.emplace(at(key), value).second; }
-   void erase(int key) {
-      const auto it = rows_.find(at(key));
-      if (it == rows_.end()) return;
-      const auto next = rows_.erase(it);
-      if (resume_ == key) resume_ = next == rows_.end() ? std::nullopt : std::optional(next->first.second);
-   }
-   std::vector<int> pass(std::size_t most) {
-      std::vector<int> keys;
-      auto it = resume_ ? rows_.lower_bound(at(*resume_)) : rows_.begin();
-      for (; it != rows_.end() && keys.size() < most; it = rows_.erase(it))
-         keys.push_back(it->first.second);
-      resume_ = it == rows_.end() ? std::nullopt : std::optional(it->first.second);
-      return keys;
-   }
-   [[nodiscard]] std::size_t size() const { return rows_.size(); }
-   [[nodiscard]] std::optional<int> resumeKey() const { return resume_; }
-   [[nodiscard]] const std::string& value(int key) const { return rows_.at(at(key)); }
-
-private:
+struct OrderOf {
    static std::pair<std::uint64_t, int> at(int key) { return {Hash{}(key), key}; }
-
-   std::map<std::pair<std::uint64_t, int>, std::string> rows_;
-   std::optional<int> resume_;
 };
 
 template <class Hash>
@@ -62,38 +38,8 @@ using Hashes = testing::Types<SpreadHash<int>, Coarse, Late, Same<0>, Same<std::
 TYPED_TEST_SUITE(PendingTableModelTest, Hashes);
 
 TYPED_TEST(PendingTableModelTest, behavesAsATreeOverHashAndKey) {
-   for (const int keys : {5, 60, 700}) {
-      PendingTable<int, std::string, TypeParam> table;
-      Model<TypeParam> model;
-      std::mt19937 random(static_cast<unsigned>(keys));
-      const auto next = [&](int below) { return static_cast<int>(random() % static_cast<unsigned>(below)); };
-      for (int step = 0; step < 6000; ++step) {
-         const int key = next(keys);
-         const int what = next(20);
-         if (what < 14) {
-            const std::string value = std::to_string(step);
-            const auto [entry, made] = table.emplace(key, value);
-            ASSERT_EQ(made, model.emplace(key, value));
-            ASSERT_EQ(entry, model.value(key));
-         } else if (what < 16) {
-            table.erase(key);
-            model.erase(key);
-         } else {
-            const auto most = static_cast<std::size_t>(next(what == 19 ? 2 * keys : 5));
-            std::vector<int> visited;
-            const std::size_t count = table.pass([&](int visit, const std::string& value) {
-               if (visited.size() == most) return false;
-               EXPECT_EQ(value, model.value(visit));
-               visited.push_back(visit);
-               return true;
-            });
-            ASSERT_EQ(count, visited.size());
-            ASSERT_EQ(visited, model.pass(most));
-         }
-         ASSERT_EQ(table.size(), model.size());
-         ASSERT_EQ(table.resumeKey(), model.resumeKey());
-      }
-   }
+   for (const int keys : {5, 60, 700})
+      comparesWithModel<int, OrderOf<TypeParam>>(PendingTable<int, int, TypeParam>(), keys);
 }
 
 // The keys' own order.

@@ -47,6 +47,16 @@ TEST_F(IntfTrafficRatesWatcherTest, nothingFollowsTheTablesWithoutAWatch) {
    EXPECT_THAT(take(), IsEmpty()) << "no function is set";
 }
 
+TEST_F(IntfTrafficRatesWatcherTest, aRowOfNoInterfaceIsNotTold) {
+   mount();
+   const auto table = writerIs("a");
+   watcher_.startWatching(listener());
+   table->rowIs(Lumic::IntfId(), row(4));
+   table->rowIs(id("Ethernet1"), row(5));
+   EXPECT_THAT(take(), ElementsAre("Ethernet1 5"));
+   watcher_.stopWatching();
+}
+
 TEST_F(IntfTrafficRatesWatcherTest, theLastOneOutDropsEverythingAndTheNextRebuildsIt) {
    mount();
    const auto table = writerIs("a");

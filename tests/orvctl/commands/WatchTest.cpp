@@ -146,6 +146,17 @@ TEST_F(OrvctlWatch, aRefusalIsAFailure) {
                               " answered INVALID_ARGUMENT: intf_name_regex: bad\n");
 }
 
+TEST_F(OrvctlWatch, howACommitEndedIsNamed) {
+   rpc::AclWatchResponse done, failed;
+   done.mutable_on_acl_sync();
+   failed.mutable_on_acl_sync_fail()->set_source("web (ipv4)");
+   failed.mutable_on_acl_sync_fail()->set_message("it is applied");
+   server_.mirror.answer("AclMgrService/watch", done, failed);
+   server_.start();
+   EXPECT_EQ(orvctl({"watch", "acl"}).out,
+             "acl_sync\nacl_sync_fail source=\"web (ipv4)\" message=\"it is applied\"\n");
+}
+
 TEST_F(OrvctlWatch, aServerThatGoesIsNoEndInOrder) {
    server_.mirror.answer("AclMgrService/watch", rpc::AclWatchResponse());
    server_.start();

@@ -18,6 +18,16 @@ TEST(IntfIdTest, idsOfOneNameAreOne) {
    EXPECT_LT(IntfId("Ethernet1"), IntfId("Ethernet2"));
 }
 
+TEST(IntfIdTest, namesAreNumberedInTheOrderOfTheirFirstUse) {
+   // Names stay for the life of the process, so each run of this test takes ones of its own.
+   static int run = 0;
+   const std::string name = "Numbered" + std::to_string(++run);
+   const IntfId first(name);
+   const IntfId second(name + "/1");
+   EXPECT_EQ(second.index(), first.index() + 1);
+   EXPECT_EQ(IntfId(name).index(), first.index());
+}
+
 TEST(IntfIdTest, theEmptyNameIsNone) {
    EXPECT_FALSE(IntfId());
    EXPECT_EQ(IntfId(""), IntfId());
