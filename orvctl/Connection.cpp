@@ -114,6 +114,7 @@ grpc::Status Connection::stream(grpc::ClientContext& context, const std::string&
    auto call = stub.PrepareCall(&context, path, &queue);
    call->StartCall(nullptr);
    if (next(queue)) {
+      reached_ = true;
       call->WriteLast(toBuffer(request), grpc::WriteOptions(), nullptr);
       next(queue);
    }
@@ -142,7 +143,9 @@ void Connection::require(const std::string& what, const grpc::Status& status) co
    switch (status.error_code()) {
       case grpc::StatusCode::UNAVAILABLE:
          throw CallError(
-              fmt::format("{}: cannot reach {}: {}", what, target_.text(), status.error_message()));
+              reached_
+                   ? fmt::format("{}: {} went away: {}", what, target_.text(), status.error_message())
+                   : fmt::format("{}: cannot reach {}: {}", what, target_.text(), status.error_message()));
       case grpc::StatusCode::DEADLINE_EXCEEDED:
          throw CallError(
               fmt::format("{}: no answer from {} within {} s", what, target_.text(), timeoutSeconds_));

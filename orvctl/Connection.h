@@ -44,7 +44,8 @@ public:
                        const std::function<bool()>& each);
 
    // Unless `status` is OK, throws RefusedError with one line about `what` where the server answered with a
-   // refusal, CallError where there was no answer.
+   // refusal, CallError where there was no answer. A server that took a stream before it was lost went away;
+   // any other was not reached.
    void require(const std::string& what, const grpc::Status& status) const;
 
    // A typed unary call of the programming service; throws CallError.
@@ -63,6 +64,8 @@ public:
 private:
    Target target_;
    double timeoutSeconds_;
+   // The server has taken the request of a stream.
+   bool reached_ = false;
    std::shared_ptr<grpc::Channel> channel_;
    std::unique_ptr<Programming::StubInterface> programming_;
 };

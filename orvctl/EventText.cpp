@@ -56,9 +56,9 @@ std::string scalarText(const Message& message, const FieldDescriptor& field) {
       case FieldDescriptor::CPPTYPE_UINT64:
          return fmt::to_string(reflection.GetUInt64(message, &field));
       case FieldDescriptor::CPPTYPE_DOUBLE:
-         return fmt::to_string(reflection.GetDouble(message, &field));
+         return decimalText(reflection.GetDouble(message, &field));
       case FieldDescriptor::CPPTYPE_FLOAT:
-         return fmt::to_string(reflection.GetFloat(message, &field));
+         return decimalText(reflection.GetFloat(message, &field));
       case FieldDescriptor::CPPTYPE_BOOL:
          return reflection.GetBool(message, &field) ? "true" : "false";
       case FieldDescriptor::CPPTYPE_ENUM:

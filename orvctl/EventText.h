@@ -9,7 +9,7 @@
 namespace orvctl {
 
 // "Ethernet1 oper_status=down": what the event is about, and then every field that is set. Enumerations,
-// addresses and interfaces print as words; a record within is JSON.
+// addresses and interfaces print as words, fractions with at most three decimals; a record within is JSON.
 std::string eventText(const google::protobuf::Message& event);
 
 // Calls `each` for every event of a reply: the reply itself, or the entries of a batch. Stops where `each`

@@ -4,6 +4,8 @@
 
 #include <algorithm>
 
+#include "orvctl/Values.h"
+
 namespace orvctl {
 namespace {
 
@@ -13,6 +15,7 @@ std::string cellText(const ordered_json& value) {
    if (value.is_null()) return "";
    if (value.is_boolean()) return value.get<bool>() ? "yes" : "no";
    if (value.is_string()) return value.get<std::string>();
+   if (value.is_number_float()) return decimalText(value.get<double>());
    return value.dump(-1, ' ', false, ordered_json::error_handler_t::replace);
 }
 

@@ -185,6 +185,15 @@ pb::nexthop_msg parseNexthop(std::string_view what, std::string_view text) {
    return nexthop;
 }
 
+std::string decimalText(double value) {
+   std::string text = fmt::format("{:.3f}", value);
+   if (text.find('.') != std::string::npos) {
+      text.erase(text.find_last_not_of('0') + 1);
+      if (text.back() == '.') text.pop_back();
+   }
+   return text == "-0" ? "0" : text;
+}
+
 std::pair<std::string, std::string> parseKeyValue(std::string_view what, std::string_view text) {
    const size_t equals = text.find('=');
    if (equals == std::string_view::npos || equals == 0) refuse(what, text, "KEY=VALUE");

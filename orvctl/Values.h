@@ -39,6 +39,9 @@ std::optional<std::string> wireAddressBytes(std::string_view text);
 // then 1 and op is none. Labels stand as in the message, the outermost last.
 OrvSdkRpc::pb::nexthop_msg parseNexthop(std::string_view what, std::string_view text);
 
+// A measured value for a person: at most three decimals, never with an exponent.
+std::string decimalText(double value);
+
 // "KEY=VALUE"; the value may be empty and may hold further "=".
 std::pair<std::string, std::string> parseKeyValue(std::string_view what, std::string_view text);
 

@@ -20,19 +20,26 @@ bool isWatch(const MethodDescriptor& method) {
    return method.name().starts_with("watch") || method.name().ends_with("_stream");
 }
 
+struct Words {
+   std::string word;
+   std::string kind;
+};
+
 // The words of the console and of the other commands; what has none is called as its RPC is.
-std::string wordOf(const MethodDescriptor& method) {
-   static const std::map<std::string, std::string> words = {
-        {"orv.remote.AclMgrService.watch", "acl"},
-        {"orv.remote.AgentService.watch", "agent"},
-        {"orv.remote.EthPhyIntfMgrService.watch", "phy"},
-        {"orv.remote.IntfMgrService.watch", "intf"},
-        {"orv.remote.IntfCounterMgrService.intf_traffic_rates_stream", "counters"},
-        {"orv.remote.NexthopGroupMgrService.watch", "nhg"},
-        {"OrvSdkRpc.pb.orvsdk_service.watch_sbfd_echo_session_status_msgs", "sbfd"},
+Words wordsOf(const MethodDescriptor& method) {
+   static const std::map<std::string, Words> words = {
+        {"orv.remote.AclMgrService.watch", {"acl", ""}},
+        {"orv.remote.AgentService.watch", {"agent", ""}},
+        {"orv.remote.EthPhyIntfMgrService.watch", {"phy", "physical interface"}},
+        {"orv.remote.IntfMgrService.watch", {"intf", "interface"}},
+        {"orv.remote.IntfCounterMgrService.intf_traffic_rates_stream", {"counters", ""}},
+        {"orv.remote.NexthopGroupMgrService.watch", {"nhg", "next-hop group"}},
+        {"OrvSdkRpc.pb.orvsdk_service.watch_sbfd_echo_session_status_msgs", {"sbfd", ""}},
    };
    const auto known = words.find(method.full_name());
-   return known != words.end() ? known->second : method.service()->name() + "/" + method.name();
+   if (known != words.end()) return known->second;
+   const std::string name = method.service()->name() + "/" + method.name();
+   return {name, name};
 }
 
 const FieldDescriptor* fieldOf(const Descriptor& type, std::initializer_list<const char*> names) {
@@ -44,7 +51,9 @@ const FieldDescriptor* fieldOf(const Descriptor& type, std::initializer_list<con
 
 WatchRpc describe(const MethodDescriptor& method) {
    const Descriptor& request = *method.input_type();
-   WatchRpc watch{.word = wordOf(method),
+   Words words = wordsOf(method);
+   WatchRpc watch{.word = std::move(words.word),
+                  .kind = std::move(words.kind),
                   .method = &method,
                   .all = fieldOf(request, {"all"}),
                   .name = fieldOf(request, {"name"}),
@@ -114,6 +123,17 @@ std::unique_ptr<Message> watchRequest(const WatchRpc& watch, const WatchChoice& 
       });
    }
    return request;
+}
+
+bool asksForDump(const WatchRpc& watch, const Message& request) {
+   if (!watch.fieldsControl) return false;
+   const Message& control = request.GetReflection()->GetMessage(request, watch.fieldsControl);
+   const FieldDescriptor* fields = control.GetDescriptor()->FindFieldByName("fields");
+   for (int i = 0; i < control.GetReflection()->FieldSize(control, fields); ++i) {
+      const int number = control.GetReflection()->GetRepeatedEnumValue(control, fields, i);
+      if (watch.field->FindValueByNumber(number)) return true;
+   }
+   return false;
 }
 
 }  // namespace orvctl

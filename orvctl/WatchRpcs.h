@@ -15,6 +15,8 @@ namespace orvctl {
 struct WatchRpc {
    // What a person calls it: "intf".
    std::string word;
+   // What can be selected, in words: "interface". Empty where there is no selection.
+   std::string kind;
    const google::protobuf::MethodDescriptor* method = nullptr;
    const google::protobuf::FieldDescriptor* all = nullptr;
    const google::protobuf::FieldDescriptor* name = nullptr;
@@ -43,5 +45,9 @@ struct WatchChoice {
 
 // The request for it. Throws UsageError for a field that is none.
 std::unique_ptr<google::protobuf::Message> watchRequest(const WatchRpc& watch, const WatchChoice& choice);
+
+// Whether the server will show what is there first for this request of `watch`, and then tell that it is
+// complete. A number that is no field of the enumeration asks for nothing.
+bool asksForDump(const WatchRpc& watch, const google::protobuf::Message& request);
 
 }  // namespace orvctl

@@ -1,9 +1,9 @@
 // A long-lived stream that other threads feed: its extra tags, the alarm that wakes the pump, and its end.
 //
-// Thread-safety: the pump thread runs everything; feeding threads enter through the operations of the derived
-// classes and touch only what mutex_ guards. Nothing is called into a subscription controller or the SDK
-// while mutex_ is held, so it is a leaf but for gRPC's own locks, and a thread may wait for it with the SDK's
-// lock held.
+// Thread-safety: the pump thread runs everything but what cancel() says; feeding threads enter through the
+// operations of the derived classes and touch only what mutex_ guards. Nothing is called into a subscription
+// controller or the SDK while mutex_ is held, so it is a leaf but for gRPC's own locks, and a thread may wait
+// for it with the SDK's lock held.
 #pragma once
 
 #include <grpcpp/alarm.h>
@@ -43,7 +43,8 @@ protected:
    virtual void writeDone(CqEventSource source) { onTick(source); }
    // Nothing is outstanding any more: writes the next message, if there is one.
    virtual void onTick(CqEventSource source) ORV_EXCLUDES(mutex_) = 0;
-   // Joins and leaves the controller. A subscribe that throws has not joined.
+   // Joins and leaves the controller. A subscribe that throws has not joined. cancel() also runs on a feeding
+   // thread, the one whose message is too many, and may run more than once and at the same time on both.
    virtual void subscribe() = 0;
    virtual void cancel() ORV_EXCLUDES(mutex_) = 0;
    // What waits is lost with the stream; called once, when it begins to end, to let go of it early.

@@ -27,8 +27,9 @@ namespace OrvSdkRpc {
 template <class Key, class Value, class Handler>
 class BulkBacklog final : public BacklogImplBase {
 public:
-   // As many are handed on at once, without waiting for the task.
-   static constexpr std::size_t burstMax = 1000;
+   // As many are handed on at once, without waiting for the task: enough that finding the streams costs
+   // nothing, and few enough that a hundred streams take less than a turn of the main loop.
+   static constexpr std::size_t burstMax = 128;
 
    BulkBacklog(Pavo::String name, const Pavo::Ptr<Gorm::TaskScheduler>& scheduler, Handler handler)
         : BacklogImplBase(std::move(name), scheduler), handler_(std::move(handler)) {}

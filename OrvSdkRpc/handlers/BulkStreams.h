@@ -159,8 +159,8 @@ struct BulkValue<A> {
 //       // All of these may be left out.
 //       // Before the first entry of a batch.
 //       void beginBatch();
-//       // Which keys the stream wants. Runs on the publishing thread.
-//       bool wants(const Key& key) const;
+//       // Which keys the stream wants. Runs on the publishing thread, under the stream's mutex.
+//       bool wants(const Key& key);
 //       // Whether one empty response goes out before anything else.
 //       static bool firstMessage(const Rq& request);
 //       // Throws for a request that is not served.
@@ -265,7 +265,7 @@ private:
       }
    }
    const google::protobuf::Message* nextOfSnapshot() override {
-      // A snapshot may hold on to what is the SDK's.
+      // Each is taken as it was made, under the lock.
       orv::sdk_scoped_lock lock;
       if (responses_.empty()) {
          snapshotResponse_.Clear();

@@ -55,8 +55,9 @@ private:
 //       static void convert(const Element& element, Rp& response);
 //    };
 //
-// The iterator is an orv::..._iter_t or any class with the operators bool, ++ and *. All three run under the
-// SDK's lock; what * answers by reference stays valid until the next step, what it answers by value is kept.
+// The iterator is an orv::..._iter_t or any class with the operators bool, ++ and *. ++ and the first * of an
+// element run under the SDK's lock; bool, and a * that answers by reference, also without it. What * answers
+// by reference stays valid until the next step, what it answers by value is kept.
 template <class Def, class Rq, class Rp, class Svc>
 class IteratorStreamingHandler final
      : public ServerStreamHandler<IteratorStreamingHandler<Def, Rq, Rp, Svc>, Rq, Rp, Svc, ListStream> {

@@ -2,8 +2,8 @@
 // Between the two stands a queue with a hard limit: a client that reads too slowly is cut off, never slowed
 // down, and whoever publishes never waits for a client.
 //
-// Thread-safety: publish and publishAck may be called by any thread, with or without the SDK's lock;
-// everything else runs on the pump thread.
+// Thread-safety: publish and publishAck may be called by any thread, with or without the SDK's lock; filter()
+// and, when the queue is full, cancel() run on that thread. Everything else runs on the pump thread.
 #pragma once
 
 #include <google/protobuf/message.h>
@@ -57,7 +57,7 @@ private:
 // Hc:     the most derived handler. Its constructor takes (OpaqueId tag, grpc::Server&,
 //         grpc::ServerCompletionQueue&, Svr&, unsigned long queueLimit) and ends with post(). It provides
 //         subscribe() and cancel(), which join and leave a SubscriptionController under tag(), and where not
-//         every message is wanted, filter().
+//         every message is wanted, filter(). cancel() runs without the stream's mutex.
 // Rq, Rp: request and response message; both have a field `bool ack`.
 // Svr:    the service.
 // Base:   EventStream, or a class derived from it.

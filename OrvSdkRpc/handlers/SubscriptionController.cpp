@@ -18,9 +18,17 @@ void Subscriptions::subscribe(OpaqueId tag) {
    try {
       startWatching();
    } catch (...) {
-      // The call ends without having watched, and the next stream must be the first again.
-      MutexLock lock(mutex_);
-      tags_.erase(tag);
+      // The call ends without having watched, and the next stream must be the first again. The notification
+      // may be on: by half a start, or since a stream that left meanwhile saw this one and did not stop it.
+      {
+         MutexLock lock(mutex_);
+         tags_.erase(tag);
+      }
+      try {
+         if (!watched()) stopWatching();
+      } catch (...) {
+         // The call ends with what the start said.
+      }
       throw;
    }
 }

@@ -35,7 +35,7 @@ public:
    Subscriptions& operator=(const Subscriptions&) = delete;
 
    // Enters the stream, and calls startWatching under the SDK's lock if it is the only one. What that throws
-   // passes, and the stream has not subscribed.
+   // passes; the stream has not subscribed then, and where nobody else has either stopWatching is called.
    void subscribe(OpaqueId tag) ORV_EXCLUDES(mutex_);
 
    // Takes the stream out, and calls stopWatching under the SDK's lock if none is left, also when none was

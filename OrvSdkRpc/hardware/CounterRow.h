@@ -21,7 +21,7 @@ inline const orv::tracer& intfCounterTracer() {
 }
 
 // True for interfaces that are nobody's business outside the switch.
-inline bool isInternalInterface(const Lumic::IntfId& intf) {
+inline bool is_internal_interface(const Lumic::IntfId& intf) {
    return Lumic::InternalIntfId::isInternalIntfId(intf) || Lumic::PeerEthIntfId::isPeerEthIntfId(intf) ||
           Lumic::PeerPortChannelIntfId::isPeerPortChannelIntfId(intf);
 }
@@ -43,7 +43,7 @@ template <class Table>
 void handleCounterRow(const Table& table, const Lumic::IntfId& intf, std::string_view updateTrace,
                       IntfTrafficRatesWatcher& watcher) {
    const orv::sdk_scoped_lock lock;
-   if (isInternalInterface(intf)) {
+   if (is_internal_interface(intf)) {
       orv::fmttrace(intfCounterTracer(), 8, "Treating interface as internal. Leaving.");
       return;
    }

@@ -16,16 +16,16 @@ void IntfTrafficRatesWatcher::onMountsComplete(const Pavo::Ptr<Tessel::EntityMan
    ethWriterStatusDir_ = state->entity<Zelt::Dir>(Interface::ethWriterStatusPath);
    shared_ = shared;
    lagCounters_ = shared->entity<Rillo::Interface::AllIntfCounterDir>(Interface::lagCounterPath);
-   if (onRates_) intfCounterServiceSmIs();
+   if (onRates_) IntfCounterServiceSmIs();
 }
 
 void IntfTrafficRatesWatcher::startWatching(OnRates onRates) {
    orv::sdk_lock_check();
    onRates_ = std::move(onRates);
-   if (initialized()) intfCounterServiceSmIs();
+   if (initialized()) IntfCounterServiceSmIs();
 }
 
-void IntfTrafficRatesWatcher::intfCounterServiceSmIs() {
+void IntfTrafficRatesWatcher::IntfCounterServiceSmIs() {
    if (stateMachine_) return;
    stateMachine_ = Pavo::makePtr<IntfCounterServiceSm>(this, shared_, ethWriterStatusDir_, lagCounters_);
 }

@@ -47,11 +47,11 @@ public:
    [[nodiscard]] bool watching() const { return stateMachine_ != nullptr; }
 
 private:
-   void intfCounterServiceSmIs();
+   void IntfCounterServiceSmIs();
 
    OnRates onRates_;
-   // By the tables' index, of the interfaces that were told. Rates come for the same ones again and again, and
-   // looking a name up costs as much as all the rest.
+   // By the tables' index, of the interfaces that were told. Rates come for the same ones again and again,
+   // and looking a name up costs as much as all the rest.
    std::vector<orv::intf_id_t> ids_;
    Pavo::Ptr<ZeltSharedMem::EntityManager> shared_;
    Pavo::Ptr<IntfCounterServiceSm> stateMachine_;

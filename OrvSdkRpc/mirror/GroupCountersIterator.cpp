@@ -1,8 +1,17 @@
 #include "OrvSdkRpc/mirror/GroupCountersIterator.h"
 
+#include <cstddef>
 #include <utility>
 
+#include "orv/lock.h"
+
 namespace OrvSdkRpc {
+namespace {
+
+// Names that are looked at in one go.
+constexpr std::size_t atOnce = 4;
+
+}  // namespace
 
 GroupCountersIterator::GroupCountersIterator(const orv::nexthop_group_mgr& mgr)
      : mgr_(mgr), at_(mgr.programmed_nexthop_group_iter()) {}
@@ -47,8 +56,11 @@ const std::string& GroupCountersIterator::name() const {
 
 void GroupCountersIterator::skip(Programmed& groups) const {
    if (!regex_) return;
-   while (groups && !regex_->matches(*groups))
+   for (std::size_t looked = 1; groups && !regex_->matches(*groups); ++looked) {
       ++groups;
+      // An expression that nothing matches must not hold up the switch for all of its groups.
+      if (looked % atOnce == 0) orv::sdk_lock_yield();
+   }
 }
 
 }  // namespace OrvSdkRpc

@@ -1,8 +1,10 @@
 #include "OrvSdkRpc/mirror/IntfCounterService.h"
 
-#include <bit>
 #include <cstdint>
 #include <optional>
+#include <stdexcept>
+#include <type_traits>
+#include <vector>
 
 #include "OrvSdkRpc/handlers/BulkStreams.h"
 #include "OrvSdkRpc/handlers/UnaryRequestHandler.h"
@@ -57,25 +59,27 @@ struct IntfTrafficRatesStream {
       if (!request.intf_name_regex().empty()) {
          try {
             filter_.emplace(request.intf_name_regex());
-         } catch (const std::regex_error& e) {
+         } catch (const std::exception& e) {
             throw orv::invalid_argument_error(fmt::format("intf_name_regex: {}", e.what()));
          }
       }
       service.subscriptions().subscribe(tag);
    }
 
-   bool wants(const orv::intf_id_t& intf) const { return !filter_ || filter_->matches(intf.name()); }
+   bool wants(const orv::intf_id_t& intf) {
+      if (!filter_) return true;
+      const std::size_t index = intf.index();
+      if (index == orv::intf_id_t::no_index) return filter_->matches(intf.name());
+      if (index >= verdicts_.size()) verdicts_.resize(index + 1);
+      Verdict& verdict = verdicts_[index];
+      if (verdict == Verdict::none)
+         verdict = filter_->matches(intf.name()) ? Verdict::wanted : Verdict::unwanted;
+      return verdict == Verdict::wanted;
+   }
 
-   // As the messages merge, which do not tell a rate of zero from one that is not set: it leaves what waits.
+   // As the messages merge: each rate is set, so a newer one is all that is left.
    static bool coalesce(Value& old, const Value& fresh) {
-      const auto latest = [](double waiting, double rate) {
-         return std::bit_cast<std::uint64_t>(rate) == 0 ? waiting : rate;
-      };
-      old = Value(latest(old.out_pkts_rate(), fresh.out_pkts_rate()),
-                  latest(old.in_pkts_rate(), fresh.in_pkts_rate()),
-                  latest(old.out_bits_rate(), fresh.out_bits_rate()),
-                  latest(old.in_bits_rate(), fresh.in_bits_rate()),
-                  latest(old.sample_time(), fresh.sample_time()));
+      old = fresh;
       return true;
    }
 
@@ -86,8 +90,16 @@ struct IntfTrafficRatesStream {
    }
 
 private:
+   enum class Verdict : std::uint8_t { none, wanted, unwanted };
+
    std::optional<NameRegex> filter_;
+   // By the interface's index: a name is matched once and not with every rate.
+   std::vector<Verdict> verdicts_;
 };
+static_assert(
+     std::is_same_v<PendingTableFor<IntfTrafficRatesStream::Key, IntfTrafficRatesStream::Value>::Type,
+                    IndexedPendingTable<orv::intf_id_t, orv::intf_traffic_rates_t>>,
+     "rates are not hashed");
 
 }  // namespace IntfCounterServiceHandlers
 

@@ -1,10 +1,12 @@
 // A regular expression that a client gives to select names: ECMAScript, and the whole name must match.
 //
 // Thread-safety: never changes once it is made; any number of threads may match against it.
+//
+// Whatever the expression, a match takes little stack, and time by the product of the two lengths.
 #pragma once
 
 #include <cstddef>
-#include <regex>
+#include <memory>
 #include <string>
 #include <string_view>
 
@@ -14,17 +16,19 @@ class NameRegex {
 public:
    // Longer expressions are refused: compiling one takes stack by its length.
    static constexpr std::size_t bytesMax = 4096;
+   // Its size with its counted repetitions written out (RegexSize.h).
+   static constexpr std::size_t sizeMax = 1024;
 
-   // Throws std::regex_error for an ill-formed expression.
+   // Throws std::regex_error for an ill-formed expression, and std::invalid_argument for one that is too
+   // large, has a back-reference, or a look-ahead behind its beginning.
    explicit NameRegex(const std::string& expression);
 
-   // In time polynomial in the two lengths, but for expressions with back-references.
-   [[nodiscard]] bool matches(std::string_view name) const {
-      return std::regex_match(name.begin(), name.end(), regex_);
-   }
+   [[nodiscard]] bool matches(std::string_view name) const;
 
 private:
-   std::regex regex_;
+   class Compiled;
+
+   std::shared_ptr<const Compiled> compiled_;
 };
 
 }  // namespace OrvSdkRpc

@@ -123,7 +123,7 @@ struct Counters {
       if (request.regex().empty()) return {mgr, request.name()};
       try {
          return {mgr, NameRegex(request.regex())};
-      } catch (const std::regex_error& e) {
+      } catch (const std::exception& e) {
          throw orv::invalid_argument_error(e.what());
       }
    }

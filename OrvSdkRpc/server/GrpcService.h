@@ -68,7 +68,7 @@ public:
 
    // A new id for a tag: never null, never given before.
    [[nodiscard]] OpaqueId nextOpaqueId() const;
-   // Enters the handler under its main tag.
+   // Enters the handler under its main tag, and under its done tag if it has one.
    void registerHandler(std::shared_ptr<RequestHandler> handler) const;
    // A new id for a handler that is registered.
    [[nodiscard]] OpaqueId assignExtraTag(const std::shared_ptr<RequestHandler>& handler) const;

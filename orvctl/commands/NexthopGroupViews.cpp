@@ -126,10 +126,12 @@ int counters(Context& context, const std::string& name, const std::string& regex
    }
    auto connection = context.connect();
    Rows rows(context, {"name", "entry", "packets", "bytes"});
+   bool any = false;
    listMirror<rpc::NexthopGroupCountersResponse>(context, connection, "NexthopGroupMgrService/nhg_counters",
                                                  request,
                                                  [&](const rpc::NexthopGroupCountersResponse& reply) {
                                                     for (const auto& counter : reply.counters()) {
+                                                       any = true;
                                                        if (!rows.add({{"name", reply.name()},
                                                                       {"entry", counter.entry()},
                                                                       {"packets", counter.packets()},
@@ -140,6 +142,7 @@ int counters(Context& context, const std::string& name, const std::string& regex
                                                     return true;
                                                  });
    rows.finish();
+   if (!name.empty() && !any && !context.json) context.out << fmt::format("{}: no counters\n", name);
    return kOk;
 }
 

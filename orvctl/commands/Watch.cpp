@@ -18,11 +18,13 @@ namespace {
 using google::protobuf::Message;
 using google::protobuf::MessageFactory;
 
-constexpr const char* kFooter =
-     "One line per event. A line that begins with # is none: it tells that the watch stands (--ack), or that "
-     "all that was there has been shown and changes follow (--fields).\n"
-     "Ends with 0 on SIGINT or SIGTERM, after --count events, and when --timeout is over; with 1 when the "
-     "server refuses the watch, 3 when it goes away, 4 when this reader was too slow: watch again then.";
+std::string footer(const WatchRpc& rpc) {
+   return fmt::format(
+        "One line per event. A line that begins with # is none: it tells that the watch stands (--ack){}.\n"
+        "Ends with 0 on SIGINT or SIGTERM, after --count events, and when --timeout is over; with 1 when the "
+        "server refuses the watch, 3 when it goes away, 4 when this reader was too slow: watch again then.",
+        rpc.field ? ", or that all that was there has been shown and changes follow (--fields)" : "");
+}
 
 struct Flags {
    WatchChoice choice;
@@ -33,12 +35,14 @@ struct Flags {
 
 class Printer {
 public:
-   Printer(Context& context, const Flags& flags) : context_(context), flags_(flags) {}
+   // `dumps`: the server shows what is there first, and acknowledges the end of that.
+   Printer(Context& context, const Flags& flags, bool dumps)
+        : context_(context), flags_(flags), dumps_(dumps) {}
 
    // False when there is nothing left to do.
    bool print(const Message& reply) {
       if (isAcknowledgement(reply)) {
-         const char* words = flags_.choice.fields.empty() ? "# watching" : "# complete, changes follow";
+         const char* words = dumps_ ? "# complete, changes follow" : "# watching";
          context_.out << (context_.json ? messageToJson(reply) : words) << std::endl;
          return context_.out.good();
       }
@@ -53,14 +57,32 @@ public:
 private:
    Context& context_;
    const Flags& flags_;
+   const bool dumps_;
    uint64_t events_ = 0;
 };
+
+// The option that selects one.
+const char* selector(const WatchRpc& rpc) {
+   return rpc.name ? "name" : "intf";
+}
+
+// The server goes on with a dump only once it has written something, and writes nothing of what is not
+// selected: that one's entry waits for its next event.
+void tellThatADumpMayWait(Context& context, const WatchRpc& rpc, const std::string& name) {
+   context.err << fmt::format(
+        "orvctl: watch {0}: what is there of {1} may come only with its next event; "
+        "'orvctl {0} show {1}' shows it at once\n",
+        rpc.word, name);
+}
 
 int watch(Context& context, const WatchRpc& rpc, const Flags& flags) {
    const auto request = watchRequest(rpc, flags.choice);
    const std::unique_ptr<Message> reply(
         MessageFactory::generated_factory()->GetPrototype(rpc.method->output_type())->New());
    auto connection = context.connect();
+   const bool dumps = asksForDump(rpc, *request);
+   const std::string& one = rpc.name ? flags.choice.name : flags.choice.intf;
+   if (dumps && !one.empty()) tellThatADumpMayWait(context, rpc, one);
    grpc::ClientContext call;
    if (context.timeoutGiven) connection.prepare(call);
    std::atomic<bool> stopped{false};
@@ -70,7 +92,7 @@ int watch(Context& context, const WatchRpc& rpc, const Flags& flags) {
          stopped = true;
          call.TryCancel();
       });
-      Printer printer(context, flags);
+      Printer printer(context, flags, dumps);
       bool enough = false;
       end = connection.stream(call, methodPath(*rpc.method), *request, *reply, [&] {
          enough = !printer.print(*reply);
@@ -92,14 +114,29 @@ int watch(Context& context, const WatchRpc& rpc, const Flags& flags) {
 void checkSelection(const WatchRpc& rpc, const Flags& flags) {
    const int chosen = flags.all + !flags.choice.name.empty() + !flags.choice.intf.empty();
    if (chosen <= 1) return;
-   throw UsageError(
-        fmt::format("--all stands beside --{}, expected one or the other", rpc.name ? "name" : "intf"));
+   throw UsageError(fmt::format("--all stands beside --{}, expected one or the other", selector(rpc)));
 }
 
-std::string selectionHelp(const WatchRpc& rpc) {
-   if (rpc.name) return "Every " + rpc.word + "; so it is without --name";
-   if (rpc.intf) return "Every interface; so it is without --intf";
-   return "Everything";
+// The option that selects one. An empty name would be none that an event can have.
+void addSelector(CLI::App& command, const WatchRpc& rpc, std::string& name) {
+   const std::string option = fmt::format("--{}", selector(rpc));
+   command
+        .add_option_function<std::string>(
+             option,
+             [&name, &rpc, option](const std::string& text) {
+                if (text.empty())
+                   throw UsageError(fmt::format("{} is '', expected the name of one {}", option, rpc.kind));
+                name = text;
+             },
+             fmt::format("One {} alone; it need not exist yet", rpc.kind))
+        ->type_name("NAME");
+}
+
+std::string fieldsHelp(const WatchRpc& rpc) {
+   return fmt::format(
+        "Show these of what is there first, several with commas; numbers are taken too, unknown ones count "
+        "as none. Beside --{} it may come only with the next event: 'orvctl {} show NAME' shows it at once",
+        selector(rpc), rpc.word);
 }
 
 }  // namespace
@@ -107,17 +144,13 @@ std::string selectionHelp(const WatchRpc& rpc) {
 void addWatchOf(CLI::App& parent, Context& context, const WatchRpc& rpc, const std::string& name) {
    auto* command =
         parent.add_subcommand(name, fmt::format("{}/{}", rpc.method->service()->name(), rpc.method->name()));
-   command->footer(kFooter);
+   command->footer(footer(rpc));
    auto flags = std::make_shared<Flags>();
-   if (rpc.all) command->add_flag("--all", flags->all, selectionHelp(rpc));
-   if (rpc.name) {
-      command->add_option("--name", flags->choice.name, "One alone; it need not exist yet")
-           ->type_name("NAME");
+   if (rpc.all) {
+      command->add_flag("--all", flags->all,
+                        fmt::format("Every {}; so it is without --{}", rpc.kind, selector(rpc)));
    }
-   if (rpc.intf) {
-      command->add_option("--intf", flags->choice.intf, "One interface alone; it need not exist yet")
-           ->type_name("NAME");
-   }
+   if (rpc.name || rpc.intf) addSelector(*command, rpc, rpc.name ? flags->choice.name : flags->choice.intf);
    if (rpc.regex) {
       command
            ->add_option("--regex", flags->choice.regex,
@@ -125,9 +158,7 @@ void addWatchOf(CLI::App& parent, Context& context, const WatchRpc& rpc, const s
            ->type_name("REGEX");
    }
    if (rpc.field) {
-      command
-           ->add_option("--fields", flags->choice.fields,
-                        "Show these of what is there first, several with commas; numbers are taken too")
+      command->add_option("--fields", flags->choice.fields, fieldsHelp(rpc))
            ->expected(1)
            ->take_all()
            ->type_name(enumWords(*rpc.field));

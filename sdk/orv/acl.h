@@ -31,9 +31,9 @@ public:
    // No callback comes without.
    void watch_all_acls(bool interest);
 
-   // Hardware has what was committed.
+   // Every list of a commit was taken over.
    virtual void on_acl_sync();
-   // Hardware refused it: which part of the switch, and its words.
+   // In its place, once for each list that was not: the list, as "web (ipv4)", and why.
    virtual void on_acl_sync_fail(const std::string& source, const std::string& message);
 
    [[nodiscard]] acl_mgr* get_acl_mgr() const noexcept { return mgr_; }
@@ -80,7 +80,7 @@ public:
    virtual void acl_rule_del(const acl_key_t& key, unsigned int seq) = 0;
    virtual void acl_del(const acl_key_t& key) = 0;
 
-   // Answers at once; on_acl_sync or on_acl_sync_fail tells how it ended.
+   // Answers at once; on_acl_sync or on_acl_sync_fail tells how it ended. No list follows in part.
    virtual void acl_commit() = 0;
    // Applies the list to an interface, or takes it off.
    virtual void acl_apply(const acl_key_t& key, const intf_id_t& intf, acl_direction_t direction,

@@ -49,6 +49,7 @@ inline constinit std::atomic<std::uint32_t> main_epoch{0};
 
 void lock_acquire();
 void lock_release() noexcept;
+void lock_yield() noexcept;
 [[noreturn]] void lock_missing();
 
 }  // namespace detail
@@ -62,6 +63,14 @@ public:
    sdk_scoped_lock(const sdk_scoped_lock&) = delete;
    sdk_scoped_lock& operator=(const sdk_scoped_lock&) = delete;
 };
+
+// Gives others a turn in the middle of a long read: lets go of the lock, however
+// often this thread has taken it, and takes it again. What the caller knows of the
+// tables is no longer true then; iterators go on. Does nothing for a thread that has
+// taken no sdk_scoped_lock. A backend that cannot be taken again ends the process.
+inline void sdk_lock_yield() noexcept {
+   if (detail::this_thread_lock.depth != 0) detail::lock_yield();
+}
 
 // True when the calling thread may call the SDK.
 [[nodiscard]] inline bool sdk_call_allowed() noexcept {

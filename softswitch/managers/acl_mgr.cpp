@@ -1,8 +1,8 @@
 #include "softswitch/managers/acl_mgr.h"
 
 #include <algorithm>
+#include <optional>
 #include <utility>
-#include <vector>
 
 #include "orv/error.h"
 #include "softswitch/managers/intf_mgr.h"
@@ -47,15 +47,45 @@ std::optional<orv::acl_key_t> keyOf(const AclMgr::Lists::Item& item) {
    return *item.key;
 }
 
-// Makes the rows of `key` in both tables alike.
-template <typename TableType>
-void carryOver(const TableType& from, TableType& to, const typename TableType::key_type& key) {
-   if (const auto* row = from.find(key)) {
-      to.set(key, *row);
-   } else {
-      to.erase(key);
-   }
+// What making a row of `to` like that of `from` does.
+struct Step {
+   bool inserts = false;
+   bool erases = false;
+   std::size_t bytes = 0;  // that are written, key and row
+   bool changes() const { return erases || bytes != 0; }
+};
+
+template <typename Codec, typename TableType>
+Step stepOf(const TableType& from, const TableType& to, const typename TableType::key_type& key) {
+   const auto* row = from.find(key);
+   const auto* old = to.find(key);
+   if (row == nullptr) return {.erases = old != nullptr};
+   if (old != nullptr && *old == *row) return {};
+   std::string bytes;
+   store::Writer out(bytes);
+   out.u8(Codec::version);
+   Codec::encodeKey(key, out);
+   Codec::encodeRow(*row, out);
+   return {.inserts = old == nullptr, .bytes = bytes.size()};
 }
+
+// How many rows a table gets and loses.
+struct Balance {
+   std::size_t inserted = 0;
+   std::size_t erased = 0;
+
+   void add(const Step& step) {
+      inserted += step.inserts ? 1 : 0;
+      erased += step.erases ? 1 : 0;
+   }
+   bool grows() const { return inserted > erased; }
+   template <typename TableType>
+   void requireRoomIn(const TableType& table) const {
+      if (inserted > 0 && table.size() + inserted > table.capacity() + erased) {
+         refuseFull(table.name(), table.capacity());
+      }
+   }
+};
 
 // Keys whose rows differ between the tables.
 template <typename TableType, typename Key = typename TableType::key_type>
@@ -132,8 +162,28 @@ AclPlace AclPlaceCodec::decodeKey(store::Reader& in) {
    return {.intf = std::move(intf), .direction = direction, .type = readEnum(in, orv::acl_type_t::mpls)};
 }
 
+// What the next commit does to one list and its rules.
+struct AclMgr::ListEdit {
+   using Rule = absl::btree_set<AclRuleKey>::const_iterator;
+
+   const orv::acl_key_t* key = nullptr;
+   Rule rulesBegin{}, rulesEnd{};  // the edited ones
+   Balance lists{}, rules{};
+   std::size_t writes = 0;
+   std::size_t bytes = 0;
+
+   void add(Balance& table, const Step& step) {
+      table.add(step);
+      writes += step.changes() ? 1 : 0;
+      bytes += step.bytes;
+   }
+   bool deletes() const { return lists.erased != 0; }
+   bool grows() const { return lists.grows() || rules.grows(); }
+};
+
 AclMgr::AclMgr(const Context& context, const IntfMgr& intfs)
-     : callbacks_(context.callbacks),
+     : store_(context.store),
+       callbacks_(context.callbacks),
        intfs_(intfs),
        pendingLists_(context.store, "acl pending", context.limits.acls),
        committedLists_(context.store, "acl", context.limits.acls),
@@ -222,50 +272,107 @@ void AclMgr::acl_rule_del(const orv::acl_key_t& key, unsigned int seq) {
 void AclMgr::acl_del(const orv::acl_key_t& key) {
    orv::sdk_lock_check();
    checkAclKey(key);
-   while (const auto item = pendingRules_.lowerBound({key, 0})) {
-      if (item.key->acl != key) break;
-      const auto ruleKey = *item.key;
-      pendingRules_.erase(ruleKey);
-      editedRules_.insert(ruleKey);
+   std::vector<AclRuleKey> rules;
+   for (auto item = pendingRules_.lowerBound({key, 0}); item && item.key->acl == key;
+        item = pendingRules_.upperBound(rules.back())) {
+      rules.push_back(*item.key);
+   }
+   const bool listed = pendingLists_.contains(key);
+   if (rules.empty() && !listed) return;
+   requireRoom(rules.size() + 1, 0, true);
+   for (const auto& rule : rules) {
+      pendingRules_.erase(rule);
+      editedRules_.insert(rule);
    }
    if (pendingLists_.erase(key)) editedLists_.insert(key);
 }
 
 void AclMgr::acl_commit() {
    orv::sdk_lock_check();
-   std::vector<std::pair<std::string, std::string>> failures;
-   absl::btree_set<orv::acl_key_t> keptLists;
-   for (const auto& key : editedLists_) {
-      const auto place = pendingLists_.contains(key) ? std::nullopt : placeOf(key);
-      if (!place) {
-         carryOver(pendingLists_, committedLists_, key);
+   auto edits = listEdits();
+   absl::btree_map<orv::acl_key_t, AclPlace> applied;
+   if (std::any_of(edits.begin(), edits.end(), [](const auto& edit) { return edit.deletes(); })) {
+      applied = firstPlaces();
+   }
+   std::stable_partition(edits.begin(), edits.end(), [](const auto& edit) { return !edit.grows(); });
+
+   absl::btree_map<orv::acl_key_t, std::string> failures;
+   for (const auto& edit : edits) {
+      const auto place = edit.deletes() ? applied.find(*edit.key) : applied.end();
+      if (place != applied.end()) {
+         failures.emplace(*edit.key, fmt::format("ACL {} is deleted but applied to interface {} {}",
+                                                 edit.key->to_string(), place->second.intf,
+                                                 orv::to_string(place->second.direction)));
          continue;
       }
-      failures.emplace_back(key.to_string(),
-                            fmt::format("ACL {} is deleted but applied to interface {} {}", key.to_string(),
-                                        place->intf, orv::to_string(place->direction)));
-      keptLists.insert(key);
-   }
-   absl::btree_set<AclRuleKey> keptRules;
-   for (const auto& key : editedRules_) {
-      if (keptLists.contains(key.acl)) {
-         keptRules.insert(key);
-      } else {
-         carryOver(pendingRules_, committedRules_, key);
+      try {
+         carryOver(edit);
+      } catch (const orv::error& e) {
+         failures.emplace(*edit.key, e.what());
       }
    }
-   editedLists_ = std::move(keptLists);
-   editedRules_ = std::move(keptRules);
+   absl::erase_if(editedLists_, [&](const auto& key) { return !failures.contains(key); });
+   absl::erase_if(editedRules_, [&](const auto& key) { return !failures.contains(key.acl); });
 
    callbacks_.post([this, failures = std::move(failures)] {
       if (failures.empty()) {
          handlers().notify_all([](orv::acl_handler& handler) { handler.on_acl_sync(); });
       }
       for (const auto& failure : failures) {
+         const auto source = failure.first.to_string();
          handlers().notify_all(
-              [&](orv::acl_handler& handler) { handler.on_acl_sync_fail(failure.first, failure.second); });
+              [&](orv::acl_handler& handler) { handler.on_acl_sync_fail(source, failure.second); });
       }
    });
+}
+
+// By key. Good until the next edit.
+std::vector<AclMgr::ListEdit> AclMgr::listEdits() const {
+   std::vector<ListEdit> edits;
+   auto list = editedLists_.begin();
+   auto rule = editedRules_.begin();
+   while (list != editedLists_.end() || rule != editedRules_.end()) {
+      const bool onlyRules = list == editedLists_.end() || (rule != editedRules_.end() && rule->acl < *list);
+      ListEdit edit{.key = onlyRules ? &rule->acl : &*list, .rulesBegin = rule};
+      if (!onlyRules) {
+         edit.add(edit.lists, stepOf<AclCodec>(pendingLists_, committedLists_, *list));
+         ++list;
+      }
+      for (; rule != editedRules_.end() && rule->acl == *edit.key; ++rule)
+         edit.add(edit.rules, stepOf<AclRuleCodec>(pendingRules_, committedRules_, *rule));
+      edit.rulesEnd = rule;
+      edits.push_back(edit);
+   }
+   return edits;
+}
+
+// All of it or, when it throws orv::error, nothing: what could be refused is asked for before the first
+// write. Erasures go first, as a full table takes no row in addition.
+void AclMgr::carryOver(const ListEdit& edit) {
+   if (edit.writes == 0) return;
+   edit.lists.requireRoomIn(committedLists_);
+   edit.rules.requireRoomIn(committedRules_);
+   requireRoom(edit.writes, edit.bytes, edit.bytes == 0);
+
+   for (auto rule = edit.rulesBegin; rule != edit.rulesEnd; ++rule) {
+      if (!pendingRules_.contains(*rule)) committedRules_.erase(*rule);
+   }
+   if (const auto* row = pendingLists_.find(*edit.key)) {
+      committedLists_.set(*edit.key, *row);
+   } else {
+      committedLists_.erase(*edit.key);
+   }
+   for (auto rule = edit.rulesBegin; rule != edit.rulesEnd; ++rule) {
+      if (const auto* row = pendingRules_.find(*rule)) committedRules_.set(*rule, *row);
+   }
+}
+
+void AclMgr::requireRoom(std::size_t rows, std::size_t bytes, bool shrinks) {
+   try {
+      store_.requireRoom(rows, bytes, shrinks);
+   } catch (const store::StoreError& e) {
+      refuse(e);
+   }
 }
 
 void AclMgr::acl_apply(const orv::acl_key_t& key, const orv::intf_id_t& intf, orv::acl_direction_t direction,
@@ -311,12 +418,12 @@ void AclMgr::changeList(const orv::acl_key_t& key, Change change) {
    editedLists_.insert(key);
 }
 
-std::optional<AclPlace> AclMgr::placeOf(const orv::acl_key_t& key) const {
-   std::optional<AclPlace> found;
+absl::btree_map<orv::acl_key_t, AclPlace> AclMgr::firstPlaces() const {
+   absl::btree_map<orv::acl_key_t, AclPlace> first;
    places_.forEach([&](const AclPlace& place, const std::string& name) {
-      if (!found && place.type == key.acl_type() && name == key.acl_name()) found = place;
+      first.try_emplace(orv::acl_key_t(name, place.type), place);
    });
-   return found;
+   return first;
 }
 
 bool AclMgr::permits(const orv::intf_id_t& intf, const AclPacket& packet) const {

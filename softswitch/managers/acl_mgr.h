@@ -4,10 +4,15 @@
 // what is committed. Both survive a restart, so an edit that was acknowledged is there for the next commit.
 // The first rule makes a list; a list whose last rule goes stays, empty, until acl_del.
 //
-// acl_commit moves every pending edit into the committed state and tells the handlers, later and from the
-// main loop: on_acl_sync when all of it went through; on_acl_sync_fail for each list that could not follow,
-// because it was deleted while it is applied to an interface. Such a list stays committed and its deletion
-// pending.
+// acl_commit moves the pending edits into the committed state, a list with all its rules or not at all, and
+// tells the handlers, later and from the main loop: on_acl_sync when every list went through; otherwise
+// on_acl_sync_fail once for each list that could not follow, with the list as source ("web (ipv4)") and the
+// reason as message, by key, and no on_acl_sync. A list cannot follow when
+//    it was deleted, is committed, and is applied to an interface, or
+//    the committed tables or the disk have no room for it. The committed tables hold as much as the pending
+//    ones, and what could not be deleted counts there too.
+// It then stays committed as it was and its edits stay pending, for the next commit. Lists that need no more
+// room than they had are carried over before those that do, so that a full table can be replaced.
 //
 // Refusals (orv::invalid_argument_error and its kin, naming the value; nothing has changed then):
 //    a key without a name or a type, in every operation that takes a key
@@ -15,18 +20,18 @@
 //    applying a list that does not exist, neither pending nor committed; an interface that does not exist; a
 //    direction other than in and out; taking off a list that is not there is no error
 //    counters or fragments of a list that does not exist
-//    and orv::error for one list or rule more than the tables hold
+//    and orv::error for one list or rule more than the tables hold, or a full disk
 //
 // Thread-safety: guarded by the SDK's lock; callbacks come from the main loop.
 #pragma once
 
+#include <absl/container/btree_map.h>
 #include <absl/container/btree_set.h>
 
 #include <memory>
-#include <optional>
 #include <string>
-#include <tuple>
 #include <utility>
+#include <vector>
 
 #include "orv/acl.h"
 #include "softswitch/context.h"
@@ -151,10 +156,16 @@ private:
    void setRule(const orv::acl_key_t& key, std::uint32_t seq, AclRule rule);
    template <typename Change>
    void changeList(const orv::acl_key_t& key, Change change);
-   std::optional<AclPlace> placeOf(const orv::acl_key_t& key) const;
+   struct ListEdit;
+   std::vector<ListEdit> listEdits() const;
+   void carryOver(const ListEdit& edit);
+   void requireRoom(std::size_t rows, std::size_t bytes, bool shrinks);
+   // The first place of each applied list.
+   absl::btree_map<orv::acl_key_t, AclPlace> firstPlaces() const;
    bool permits(const orv::intf_id_t& intf, const AclPacket& packet) const;
    bool loopbacksPermit(const AclPacket& packet) const;
 
+   store::Store& store_;
    Callbacks& callbacks_;
    const IntfMgr& intfs_;
    Lists pendingLists_;
@@ -162,7 +173,7 @@ private:
    Rules pendingRules_;
    Rules committedRules_;
    Places places_;
-   // Where pending and committed may differ.
+   // Where pending and committed may differ; found again at a start.
    absl::btree_set<orv::acl_key_t> editedLists_;
    absl::btree_set<AclRuleKey> editedRules_;
 };

@@ -19,6 +19,8 @@ namespace {
 
 constexpr unsigned maxDatabases = 128;
 constexpr std::size_t sumBytes = sizeof(std::uint32_t);
+constexpr std::size_t rowOverhead = 32;  // of a row in a page, upper bound
+constexpr std::size_t fewRows = 64;
 
 // LMDB's own two tables.
 constexpr MDB_dbi freeList = 0;
@@ -292,13 +294,16 @@ std::size_t Store::pagesNow() const {
    MDB_envinfo info;
    check(mdb_env_info(env_, &info), "query of the environment");
    const std::size_t committed = info.me_last_pgno + 1;
-   if (txn_ == nullptr) return committed;
-   // A page is copied once in a span, so it cannot have taken more than its tables now consist of, twice
-   // over for pages that it has made and left again.
+   return txn_ == nullptr ? committed : basePages_ + std::min(taken_, reach(txn_));
+}
+
+// A page is copied once in a span, so a span cannot have taken more than its tables now consist of, twice
+// over for pages that it has made and left again.
+std::size_t Store::reach(MDB_txn* txn) const {
    std::size_t reach = 64;
    MDB_stat stat;
    const auto add = [&](MDB_dbi dbi) {
-      check(mdb_stat(txn_, dbi, &stat), "query of a table");
+      check(mdb_stat(txn, dbi, &stat), "query of a table");
       reach += 2 * treePages(stat);
    };
    add(freeList);
@@ -306,7 +311,7 @@ std::size_t Store::pagesNow() const {
    for (const auto& slot : databases_) {
       if (slot.there) add(slot.dbi);
    }
-   return basePages_ + std::min(taken_, reach);
+   return reach;
 }
 
 // Pages of the free list that the next transaction may take.
@@ -341,15 +346,42 @@ bool Store::allocateUpTo(std::size_t pages) {
    return true;
 }
 
-void Store::findRoom(std::size_t pages, std::size_t spare) {
+void Store::requireRoom(std::size_t rows, std::size_t bytes, bool shrinks) {
+   if (!marked_) mark();
+   const std::size_t spare = shrinks ? 0 : spare_;
+   const std::size_t worst = worstPages(rows, bytes);
+   if (worst + spare <= room_) return;
+   if (rows <= fewRows) {
+      findRoom(worst, spare, true);
+      return;
+   }
+   if (const std::size_t room = allocatedRoom() + reusablePages(); worst + spare <= room) {
+      room_ = room;
+      return;
+   }
+   // Of many rows most share their pages, so the worst case of each is far from the worst case of all: what
+   // the span may reach in the end, when each new page of a tree is a quarter full.
+   MDB_txn* txn = txn_;
+   if (txn == nullptr) check(mdb_txn_begin(env_, nullptr, MDB_RDONLY, &txn), "begin of a transaction");
+   const std::size_t now = reach(txn);
+   if (txn_ == nullptr) mdb_txn_abort(txn);
+   const std::size_t end = now + 2 * (4 * (bytes + rows * rowOverhead) / pageBytes_ + 64) + pagesPerWrite;
+   findRoom(std::min(worst, end - (txn_ == nullptr ? 0 : std::min(taken_, now))), spare, false);
+}
+
+std::size_t Store::allocatedRoom() const {
+   return allocatedPages_ - std::min(allocatedPages_, pagesNow() + reserved_);
+}
+
+void Store::findRoom(std::size_t pages, std::size_t spare, bool scattered) {
    const std::size_t now = pagesNow();
    const std::size_t need = now + reserved_ + pages + spare;
    const std::size_t step = std::max<std::size_t>(options_.stepBytes / pageBytes_, 1);
    // Ahead of the need, so that a file near the end of its blocks is not asked about at every write.
    if (need + step / 4 > allocatedPages_ && !allocateUpTo((need + step / 4) / step * step + step))
       static_cast<void>(allocateUpTo(need));
-   std::size_t room = allocatedPages_ - std::min(allocatedPages_, now + reserved_);
-   if (room < pages + spare && pages <= 2 * pagesPerWrite) room += reusablePages();
+   std::size_t room = allocatedRoom();
+   if (room < pages + spare && scattered) room += reusablePages();
    if (room < pages + spare) {
       throw StoreError(Trouble::noSpace,
                        fmt::format("no space left in state directory '{}' for the write", path().string()));

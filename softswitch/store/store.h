@@ -67,6 +67,11 @@ public:
    // Removes all rows.
    void clear(Database db);
 
+   // For an operation of several writes that happens as a whole or not at all: throws StoreError (noSpace)
+   // unless `rows` puts and deletes fit, whose keys and rows have `bytes` bytes together. If nothing else is
+   // written in between, none of them is then refused for lack of space. `shrinks` as for a delete.
+   void requireRoom(std::size_t rows, std::size_t bytes, bool shrinks = false);
+
    // For a table that writes its rows at the end of the span but must refuse them before: sets room aside for
    // one row, until the span ends; `shrinks` as for a delete. Throws StoreError (noSpace).
    void reserve(std::size_t rowBytes, bool shrinks = false) {
@@ -132,12 +137,15 @@ private:
    }
    void makeRoom(std::size_t pages, std::size_t spare) {
       if (pages + spare > room_) [[unlikely]]
-         findRoom(pages, spare);
+         findRoom(pages, spare, pages <= 2 * pagesPerWrite);
       room_ -= pages;
       taken_ += pages;
    }
-   void findRoom(std::size_t pages, std::size_t spare);
+   // `scattered`: any free page will do, no run of them is needed.
+   void findRoom(std::size_t pages, std::size_t spare, bool scattered);
    std::size_t pagesNow() const;
+   std::size_t reach(MDB_txn* txn) const;
+   std::size_t allocatedRoom() const;
    std::size_t reusablePages();
    bool allocateUpTo(std::size_t pages);
    void openCheck(int rc) const;

@@ -57,6 +57,8 @@ void CounterWriters::residentIs(bool resident) {
    orv::sdk_lock_check();
    if (resident_ == resident) return;
    resident_ = resident;
+   // At once, since whoever asked looks for the table in its next turn.
+   publishLags();
    rearranged();
 }
 

@@ -9,12 +9,14 @@
 // interface through which nothing has ever flowed has a row of zeros.
 //
 // Refusals (orv::invalid_argument_error, naming the value):
-//    a writer's name of other than 1 to 64 letters, digits and the characters . - _
-//    a claimed interface that the switch does not have, or that is not a port, or one that another writer
-//    claims removing Fixed, or giving it interfaces more than 256 writers (orv::error) an interval outside 1
-//    ms to 1 hour (orv::invalid_range_error)
+// - a writer's name of other than 1 to 64 letters, digits and the characters . - _
+// - a claimed interface that the switch does not have, or that is not a port, or one that another writer
+//   claims
+// - removing Fixed, or giving it interfaces
+// - more than 256 writers (orv::error)
+// - an interval outside 1 ms to 1 hour (orv::invalid_range_error)
 //
-// Thread-safety: guarded by the SDK's lock. Tables and writers change on the main loop only.
+// Thread-safety: guarded by the SDK's lock. The writers and their tables change on the main loop only.
 #pragma once
 
 #include <absl/container/flat_hash_map.h>

@@ -8,9 +8,10 @@
 // Nothing of this survives a restart.
 //
 // Refusals (orv::invalid_argument_error, naming the value):
-//    an interface that the switch does not have, or that carries no traffic of its own (loopback, VLAN,
-//    VXLAN) more than 10^12 packets or 10^15 bits per second (orv::invalid_range_error) an internal or peer
-//    interface with a number above 4096
+// - an interface that the switch does not have, or that carries no traffic of its own (loopback, VLAN,
+//   VXLAN)
+// - more than 10^12 packets or 10^15 bits per second (orv::invalid_range_error)
+// - an internal or peer interface with a number above 4096
 //
 // Thread-safety: guarded by the SDK's lock.
 #pragma once

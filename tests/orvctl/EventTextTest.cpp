@@ -69,10 +69,15 @@ TEST(EventText, ratesAndSessions) {
    rpc::IntfTrafficRatesStreamResponse batch;
    auto& entry = *batch.add_data();
    entry.mutable_intf_id()->set_name("Ethernet3");
-   entry.mutable_rates()->set_in_bits_rate(1.5e9);
+   auto& rates = *entry.mutable_rates();
+   rates.set_out_pkts_rate(0);
+   rates.set_in_pkts_rate(999.9999999999994);
+   rates.set_out_bits_rate(0.5);
+   rates.set_in_bits_rate(1.5e18);
+   rates.set_sample_time(1763719828.12345);
    EXPECT_EQ(eventText(entry),
-             "Ethernet3 out_pkts_rate=0 in_pkts_rate=0 out_bits_rate=0 in_bits_rate=1500000000 "
-             "sample_time=0");
+             "Ethernet3 out_pkts_rate=0 in_pkts_rate=1000 out_bits_rate=0.5 in_bits_rate=1500000000000000000 "
+             "sample_time=1763719828.123");
    OrvSdkRpc::pb::watch_sbfd_echo_session_status_msg session;
    session.mutable_oper_status()->set_status(
         OrvSdkRpc::pb::sbfd_echo_session_oper_status_msg::SBFD_OPER_STATUS_UP);

@@ -26,6 +26,17 @@ TEST_F(RowsTest, aTableFitsItsWidestCell) {
              "Lag1                   17\n");
 }
 
+TEST_F(RowsTest, fractionsAreRoundedForAPersonOnly) {
+   Rows table(context_, {"rate"});
+   table.add({{"rate", 8000000.000000073}});
+   table.finish();
+   EXPECT_EQ(out_.str(), "RATE\n8000000\n");
+   out_.str("");
+   context_.json = true;
+   Rows(context_, {"rate"}).add({{"rate", 8000000.000000073}});
+   EXPECT_EQ(out_.str(), "{\"rate\":8000000.000000073}\n");
+}
+
 TEST_F(RowsTest, nothingIsNoTable) {
    Rows rows(context_, {"name"});
    rows.finish();

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <limits>
+
 #include "orvctl/ExitCode.h"
 
 namespace orvctl {
@@ -33,6 +35,19 @@ TEST(Values, secondsAboveZero) {
       EXPECT_EQ(refusal([&] { parseSeconds("--timeout", text); }),
                 std::string("--timeout is '") + text + "', expected seconds above 0, at most 86400");
    }
+}
+
+TEST(Values, decimalsForAPerson) {
+   EXPECT_EQ(decimalText(8000000.000000073), "8000000");
+   EXPECT_EQ(decimalText(999.9999999999994), "1000");
+   EXPECT_EQ(decimalText(1.5), "1.5");
+   EXPECT_EQ(decimalText(0.12345), "0.123");
+   EXPECT_EQ(decimalText(1763719828.1239), "1763719828.124");
+   EXPECT_EQ(decimalText(4e17), "400000000000000000");
+   EXPECT_EQ(decimalText(-2.25), "-2.25");
+   EXPECT_EQ(decimalText(0), "0");
+   EXPECT_EQ(decimalText(-0.0001), "0");
+   EXPECT_EQ(decimalText(std::numeric_limits<double>::infinity()), "inf");
 }
 
 TEST(Values, addressesOfBothFamilies) {

@@ -46,6 +46,30 @@ TEST(WatchRpcs, whatCanBeSelected) {
       EXPECT_TRUE(watch.ack) << watch.word;
 }
 
+TEST(WatchRpcs, whatCanBeSelectedHasAWordOfItsKind) {
+   EXPECT_EQ(watchRpc("intf").kind, "interface");
+   EXPECT_EQ(watchRpc("phy").kind, "physical interface");
+   EXPECT_EQ(watchRpc("nhg").kind, "next-hop group");
+   for (const auto& watch : watchRpcs()) {
+      EXPECT_EQ(watch.kind.empty(), !watch.name && !watch.intf) << watch.word;
+      EXPECT_EQ(watch.all != nullptr, watch.name || watch.intf) << watch.word;
+   }
+}
+
+TEST(WatchRpcs, onlyAKnownFieldAsksForADump) {
+   const auto asks = [](const std::string& word, const WatchChoice& choice) {
+      return asksForDump(watchRpc(word), *watchRequest(watchRpc(word), choice));
+   };
+   for (const char* fields : {"0", "3", "9,3", "all", "oper_status"})
+      EXPECT_TRUE(asks("intf", {.fields = {fields}})) << fields;
+   for (const char* fields : {"4", "9,77"})
+      EXPECT_FALSE(asks("intf", {.fields = {fields}})) << fields;
+   EXPECT_TRUE(asks("nhg", {.fields = {"5"}}));
+   EXPECT_FALSE(asks("nhg", {.fields = {"6"}}));
+   EXPECT_FALSE(asks("intf", {.ack = true}));
+   EXPECT_FALSE(asks("acl", {.ack = true}));
+}
+
 TEST(WatchRpcs, nothingChosenIsEverything) {
    EXPECT_EQ(requestJson("intf", {}), R"({"ack":false,"all":true})");
    EXPECT_EQ(requestJson("acl", {}), R"({"ack":false})");

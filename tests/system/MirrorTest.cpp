@@ -88,11 +88,11 @@ protected:
       rule.mutable_destination_port()->add_ports(port);
       ok(*editor_, &AclStub::acl_rule_set, request);
    }
-   void apply(const std::string& name, const std::string& intf) {
+   void apply(const std::string& name, const std::string& intf, bool on = true) {
       auto request = withKey<remote::AclApplyRequest>(name);
       request.mutable_intf()->set_name(intf);
       request.set_direction(remote::ACL_DIRECTION_IN);
-      request.set_apply(true);
+      request.set_apply(on);
       ok(*editor_, &AclStub::acl_apply, request);
    }
    void commit() { ok(*editor_, &AclStub::acl_commit, remote::AclCommitRequest()); }
@@ -142,17 +142,25 @@ TEST_F(MirrorAcl, aCommitThatFailsAnswersOkAndTellsEveryWatcherLater) {
    commit();
    expectSync();
    ok(*editor_, &AclStub::acl_del, withKey<remote::AclDelRequest>("web"));
+   permitTcpTo("zone", 53);
    commit();
    for (const auto& watcher : watchers_) {
       const auto event = watcher->stream.next();
       ASSERT_TRUE(event);
       ASSERT_EQ(event->acl_event_case(), remote::AclWatchResponse::kOnAclSyncFail);
-      EXPECT_NE(event->on_acl_sync_fail().source().find("web"), std::string::npos);
-      EXPECT_NE(event->on_acl_sync_fail().message().find("applied to interface Ethernet1"), std::string::npos)
-           << event->on_acl_sync_fail().message();
+      EXPECT_EQ(event->on_acl_sync_fail().source(), "web (ipv4)");
+      EXPECT_EQ(event->on_acl_sync_fail().message(),
+                "ACL web (ipv4) is deleted but applied to interface Ethernet1 in");
    }
    EXPECT_FALSE(ok(*reader_, &AclStub::acl_exists, withKey<remote::AclExistsRequest>("web")).exists());
    EXPECT_TRUE(ok(*reader_, &AclStub::acl_all_exists, withKey<remote::AclAllExistsRequest>("web")).exists());
+   EXPECT_TRUE(ok(*reader_, &AclStub::acl_all_exists, withKey<remote::AclAllExistsRequest>("zone")).exists());
+
+   // The next that is heard is the next commit's.
+   apply("web", "Ethernet1", false);
+   commit();
+   expectSync();
+   EXPECT_FALSE(ok(*reader_, &AclStub::acl_all_exists, withKey<remote::AclAllExistsRequest>("web")).exists());
 }
 
 TEST_F(MirrorAcl, theControlPlaneAnswersFromTheRules) {
@@ -173,6 +181,39 @@ TEST_F(MirrorAcl, theControlPlaneAnswersFromTheRules) {
    expectSync();
    EXPECT_FALSE(allowed(80));
    EXPECT_TRUE(allowed(22));
+}
+
+TEST_F(MirrorAcl, theControlPlaneRefusesWhatIsNoPacket) {
+   const std::string v4("\x0a\0\0\x01", 4), v6(16, '\1');
+   const auto code = [&](const std::string& src, const std::string& dst, std::uint32_t protocol,
+                         std::uint32_t srcPort, std::uint32_t dstPort) {
+      remote::StreamAllowedRequest request;
+      request.set_src(src);
+      request.set_dst(dst);
+      request.set_ip_protocol(protocol);
+      request.set_src_port(srcPort);
+      request.set_dst_port(dstPort);
+      grpc::ClientContext context;
+      remote::StreamAllowedResponse response;
+      return reader_->stream_allowed(&context, request, &response).error_code();
+   };
+   EXPECT_EQ(code(v4, v4, 255, 65535, 65535), grpc::StatusCode::OK);
+   EXPECT_EQ(code(v6, v6, 6, 1, 1), grpc::StatusCode::OK);
+   for (const auto& [src, dst] : {std::pair{std::string(), std::string()}, {v4, ""}, {"", v4}, {v4, v6}})
+      EXPECT_EQ(code(src, dst, 6, 1, 1), grpc::StatusCode::INVALID_ARGUMENT)
+           << src.size() << " " << dst.size();
+   EXPECT_EQ(code(v4, v4, 256, 1, 1), grpc::StatusCode::OUT_OF_RANGE);
+   EXPECT_EQ(code(v4, v4, 6, 65536, 1), grpc::StatusCode::OUT_OF_RANGE);
+   EXPECT_EQ(code(v4, v4, 6, 1, 65536), grpc::StatusCode::OUT_OF_RANGE);
+
+   remote::DgramAllowedRequest datagram;
+   datagram.set_src(v4);
+   datagram.set_dst(v4);
+   datagram.mutable_intf()->set_name("Ethernet99");
+   grpc::ClientContext context;
+   remote::DgramAllowedResponse response;
+   EXPECT_EQ(reader_->dgram_allowed(&context, datagram, &response).error_code(),
+             grpc::StatusCode::INVALID_ARGUMENT);
 }
 
 TEST_F(MirrorAcl, whatTheSwitchRefusesReachesTheClientInItsWords) {

@@ -18,6 +18,7 @@ namespace OrvSdkRpc {
 namespace {
 
 using fixture::eventually;
+using fixture::PumpHold;
 using fixture::tracesWith;
 
 constexpr int allFields = test::WATCH_FIELD_ALL;
@@ -206,6 +207,44 @@ TEST_F(DumpStreamingHandlerTest, aStreamOfOneKeyGetsThatElementAndGoesOnWithTheN
    // The element of "b" was rejected and made no write; any event of "a" brings the end of the dump.
    service_->publishTable("a", 10);
    EXPECT_EQ(dumped(*client), (Keys{"a", "ack"}));
+}
+
+TEST_F(DumpStreamingHandlerTest, oneElementFollowsEachWriteThatCompletesAndNoAlarm) {
+   const fixture::TraceCapture traces("stream-probe/9");
+   tableIs({{"a", 1}, {"b", 2}, {"c", 3}, {"d", 4}, {"e", 5}});
+   std::atomic<int> made{0};
+   change([&] { service_->onDumpElement = [&](const std::string&) { ++made; }; });
+   const auto client = watchTable(withFields(key("e"), {allFields}));
+   ASSERT_TRUE(eventually([&] { return made == 1; }));
+   pumpPasses();
+   // The elements before "e" are rejected and make no write, so the dump stands after each.
+   EXPECT_EQ(made, 1);
+   const auto streams = service_->tableStreams().getHandlers();
+   ASSERT_EQ(streams.size(), 1U);
+   const std::string completion = fmt::format("process handler {} source WRITE", streams[0]->tag());
+   const auto completions = [&](std::size_t count) {
+      ASSERT_TRUE(eventually([&] { return tracesWith(traces, completion) == count; }));
+      // And what follows it.
+      pumpPasses();
+   };
+   // One alarm and one write.
+   service_->publishTable("e", 10);
+   completions(1);
+   EXPECT_EQ(made, 2);
+   {
+      // One alarm and two writes.
+      PumpHold hold(*service_, *stub_);
+      service_->publishTable("e", 20);
+      service_->publishTable("e", 30);
+   }
+   completions(3);
+   ASSERT_EQ(made, 4);
+   EXPECT_EQ(tracesWith(traces, "Set alarm"), 2U);
+   for (const std::uint64_t value : {10U, 20U, 30U})
+      EXPECT_EQ(client->next()->number(), value);
+   service_->publishTable("e", 40);
+   EXPECT_EQ(dumped(*client), (Keys{"e", "e", "ack"}));
+   EXPECT_EQ(made, 5);
 }
 
 TEST_F(DumpStreamingHandlerTest, anErrorOfTheIteratorIsTheStatusOfTheCall) {

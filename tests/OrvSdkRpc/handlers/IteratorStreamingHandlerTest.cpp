@@ -105,6 +105,21 @@ TEST_F(IteratorStreamingHandlerTest, aSlowClientHoldsUpItsWalkAndNobodyElse) {
    EXPECT_TRUE(slow.finish().ok());
 }
 
+// A write with the hint completes as soon as gRPC's buffer has taken the message, one without it when the
+// client's window has let it out.
+TEST_F(IteratorStreamingHandlerTest, theBufferHintReachesGrpcSoTheWalkRunsAheadOfTheWindow) {
+   constexpr std::size_t payload = 1000;
+   constexpr std::size_t window = 65535;
+   const fixture::TraceCapture traces("stream-probe/9");
+   service_->rowPayload = payload;
+   const auto own = stub();
+   test::RowsRequest request;
+   request.set_count(1000);
+   // Nobody reads, so the window stays what it is at first.
+   const RowsClient client(*own, &Stub::rows, request);
+   EXPECT_TRUE(eventually([&] { return tracesWith(traces, "iterator streaming") > window / payload + 20; }));
+}
+
 TEST_F(IteratorStreamingHandlerTest, aClientThatLeavesEndsItsWalk) {
    service_->rowPayload = 1U << 20;
    for (int read = 0; read < 3; ++read) {

@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <condition_variable>
 #include <mutex>
 #include <thread>
@@ -87,48 +86,93 @@ TEST_F(SubscriptionControllerTest, anEventMayBePublishedWhileTheServiceIsTold) {
 TEST_F(SubscriptionControllerTest, aFailedStartLeavesNobodySubscribed) {
    controller_.onStart = [] { throw orv::configuration_error("no events"); };
    EXPECT_THROW(controller_.subscribe(id(1)), orv::configuration_error);
+   // Half a start is undone.
+   EXPECT_EQ(controller_.stopped, 1);
+   EXPECT_FALSE(controller_.watching);
    controller_.onStart = {};
+   controller_.subscribe(id(2));
+   EXPECT_EQ(controller_.started, 2);
+   EXPECT_TRUE(controller_.watching);
+}
+
+TEST_F(SubscriptionControllerTest, whatStoppingThrowsAfterAFailedStartIsNotTold) {
+   controller_.onStart = [] { throw orv::configuration_error("no events"); };
+   controller_.onStop = [] { throw orv::invalid_range_error("not watched"); };
+   EXPECT_THROW(controller_.subscribe(id(1)), orv::configuration_error);
+   EXPECT_EQ(controller_.stopped, 1);
+   controller_.onStart = controller_.onStop = {};
    controller_.subscribe(id(2));
    EXPECT_EQ(controller_.started, 2);
 }
 
-// The SDK's lock, and whether a thread that does not have it has asked for it.
-class AskedLock final : public orv::host::lock_backend {
+// The SDK's lock, first come, first served.
+class QueuedLock final : public orv::host::lock_backend {
 public:
-   AskedLock() { orv::host::lock_backend_is(this); }
-   ~AskedLock() override { orv::host::lock_backend_is(nullptr); }
+   QueuedLock() { orv::host::lock_backend_is(this); }
+   ~QueuedLock() override { orv::host::lock_backend_is(nullptr); }
 
    void acquire() override {
-      if (!mutex_.try_lock()) {
-         asked = true;
-         mutex_.lock();
-      }
+      std::unique_lock lock(mutex_);
+      const int place = asked_++;
+      changed_.notify_all();
+      changed_.wait(lock, [&] { return served_ == place; });
    }
-   void release() noexcept override { mutex_.unlock(); }
+   void release() noexcept override {
+      const std::lock_guard lock(mutex_);
+      ++served_;
+      changed_.notify_all();
+   }
 
-   std::atomic<bool> asked{false};
+   // For the owner: returns once so many wait for it.
+   void waited(int threads) {
+      std::unique_lock lock(mutex_);
+      changed_.wait(lock, [&] { return asked_ - served_ == 1 + threads; });
+   }
 
 private:
    std::mutex mutex_;
+   std::condition_variable changed_;
+   int asked_ = 0;
+   int served_ = 0;
 };
 
 // The last stream leaves on one thread, and before it has the SDK's lock the next one has subscribed.
 TEST_F(SubscriptionControllerTest, aStreamThatLeavesDoesNotStopTheNextOne) {
-   AskedLock sdk;
+   QueuedLock sdk;
    controller_.subscribe(id(1));
    std::thread leaving;
    {
       orv::sdk_scoped_lock lock;
       leaving = std::thread([&] { controller_.cancel(id(1)); });
       // The tag goes before the lock is waited for.
-      while (!sdk.asked)
-         std::this_thread::yield();
+      sdk.waited(1);
       controller_.subscribe(id(2));
    }
    leaving.join();
    EXPECT_TRUE(controller_.watching);
    EXPECT_EQ(controller_.stopped, 0);
    controller_.cancel(id(2));
+   EXPECT_FALSE(controller_.watching);
+}
+
+// The same with a next stream whose start fails: the one that left has seen it and relied on it.
+TEST_F(SubscriptionControllerTest, aFailedStartStopsWhatTheStreamThatLeavesDidNot) {
+   QueuedLock sdk;
+   controller_.subscribe(id(1));
+   controller_.onStart = [] { throw orv::configuration_error("no events"); };
+   std::thread leaving;
+   std::thread next;
+   {
+      orv::sdk_scoped_lock lock;
+      leaving = std::thread([&] { controller_.cancel(id(1)); });
+      sdk.waited(1);
+      next = std::thread([&] { EXPECT_THROW(controller_.subscribe(id(2)), orv::configuration_error); });
+      sdk.waited(2);
+   }
+   leaving.join();
+   next.join();
+   EXPECT_EQ(controller_.started, 2);
+   EXPECT_EQ(controller_.stopped, 1);
    EXPECT_FALSE(controller_.watching);
 }
 

@@ -6,6 +6,7 @@
 #include <string>
 #include <utility>
 
+#include "MainLoop.h"
 #include "fixture/MirrorTest.h"
 #include "orv/error.h"
 #include "orv/lock.h"
@@ -52,7 +53,28 @@ MATCHER_P(withVlan, vlan, "") {
    return arg.vlan() == vlan;
 }
 
-class AclServiceTest : public fixture::MirrorTest<AclService, remote::AclMgrService, support::MockAclMgr> {
+// How often the SDK's lock became free. Ask while holding it.
+class LockReleases {
+public:
+   LockReleases() {
+      const Zelt::ActivityLockAnchor lock;
+      Zelt::activityLock().setReleaseHook([](void* n) { ++*static_cast<std::size_t*>(n); }, &count_);
+   }
+   ~LockReleases() {
+      const Zelt::ActivityLockAnchor lock;
+      Zelt::activityLock().setReleaseHook(nullptr, nullptr);
+   }
+   LockReleases(const LockReleases&) = delete;
+   LockReleases& operator=(const LockReleases&) = delete;
+
+   std::size_t count() const { return count_; }
+
+private:
+   std::size_t count_ = 0;
+};
+
+class AclServiceTest : public MainLoop,
+                       public fixture::MirrorTest<AclService, remote::AclMgrService, support::MockAclMgr> {
 protected:
    using WatchClient = fixture::StreamClient<remote::AclWatchResponse>;
 
@@ -61,17 +83,6 @@ protected:
       request.set_ack(ack);
       return {*stub_, &Stub::watch, request};
    }
-   // As the main loop calls handlers back.
-   template <class Call>
-   void callBack(Call&& call) {
-      orv::sdk_scoped_lock lock;
-      mgr_.handlers().notify_all(call);
-   }
-   bool sdkWatched() {
-      orv::sdk_scoped_lock lock;
-      return mgr_.handlers().wanted();
-   }
-
    // Serves a bulk of three items of which the second fails.
    template <class Rq, class Rp>
    void expectBulkStopsAtTheSecond(grpc::Status (Stub::*rpc)(grpc::ClientContext*, const Rq&, Rp*),
@@ -86,10 +97,15 @@ protected:
 
 TEST_F(AclServiceTest, existsAsksForTheKeyUnderTheLock) {
    EXPECT_CALL(mgr_, acl_exists(key)).WillOnce([](const orv::acl_key_t&) {
-      orv::sdk_lock_check();
+      EXPECT_TRUE(locked());
       return true;
    });
-   EXPECT_CALL(mgr_, acl_all_exists(key)).WillOnce(Return(true)).WillOnce(Return(false));
+   EXPECT_CALL(mgr_, acl_all_exists(key))
+        .WillOnce([](const orv::acl_key_t&) {
+           EXPECT_TRUE(locked());
+           return true;
+        })
+        .WillOnce(Return(false));
    EXPECT_TRUE(ok(&Stub::acl_exists, withKey<remote::AclExistsRequest>()).exists());
    EXPECT_TRUE(ok(&Stub::acl_all_exists, withKey<remote::AclAllExistsRequest>()).exists());
    EXPECT_FALSE(ok(&Stub::acl_all_exists, withKey<remote::AclAllExistsRequest>()).exists());
@@ -240,9 +256,20 @@ TEST_F(AclServiceTest, editsReachTheSwitchAsTheyAre) {
 }
 
 TEST_F(AclServiceTest, aBulkOfRulesIsSetInOrderUnderOneLockUpToTheFirstFailure) {
+   const LockReleases releases;
+   std::size_t before = 0;
    const InSequence order;
-   EXPECT_CALL(mgr_, acl_rule_set(key, 1, testing::Matcher<const orv::acl_rule_ip_t&>(withProtocol(6))));
-   EXPECT_CALL(mgr_, acl_rule_set(key, 2, An<const orv::acl_rule_ip_t&>())).WillOnce(Throw(Words(refused)));
+   EXPECT_CALL(mgr_, acl_rule_set(key, 1, testing::Matcher<const orv::acl_rule_ip_t&>(withProtocol(6))))
+        .WillOnce([&](const orv::acl_key_t&, unsigned, const orv::acl_rule_ip_t&) {
+           EXPECT_TRUE(locked());
+           before = releases.count();
+        });
+   EXPECT_CALL(mgr_, acl_rule_set(key, 2, An<const orv::acl_rule_ip_t&>()))
+        .WillOnce([&](const orv::acl_key_t&, unsigned, const orv::acl_rule_ip_t&) {
+           EXPECT_TRUE(locked());
+           EXPECT_EQ(releases.count(), before) << "the lock was free between two items";
+           throw Words(refused);
+        });
    remote::BulkAclRuleSetRequest bulk;
    for (std::uint32_t seq = 1; seq <= 3; ++seq)
       *bulk.add_requests() = ipRule("web", seq, 6);
@@ -383,7 +410,7 @@ TEST_F(AclServiceTest, everyWatcherHearsHowACommitEnded) {
    callBack([](orv::acl_handler& handler) { handler.on_acl_sync(); });
    // The failure of a commit that was answered with OK.
    ok(&Stub::acl_commit, remote::AclCommitRequest());
-   callBack([](orv::acl_handler& handler) { handler.on_acl_sync_fail("hardware", "no room"); });
+   callBack([](orv::acl_handler& handler) { handler.on_acl_sync_fail("web (ipv4)", "no room"); });
    for (WatchClient* client : {&first, &second}) {
       const auto sync = client->next();
       ASSERT_TRUE(sync);
@@ -391,7 +418,7 @@ TEST_F(AclServiceTest, everyWatcherHearsHowACommitEnded) {
       const auto fail = client->next();
       ASSERT_TRUE(fail);
       ASSERT_EQ(fail->acl_event_case(), remote::AclWatchResponse::kOnAclSyncFail);
-      EXPECT_EQ(fail->on_acl_sync_fail().source(), "hardware");
+      EXPECT_EQ(fail->on_acl_sync_fail().source(), "web (ipv4)");
       EXPECT_EQ(fail->on_acl_sync_fail().message(), "no room");
    }
 }

@@ -3,7 +3,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -36,8 +35,6 @@ class EthPhyIntfServiceTest : public MainLoop,
                               public fixture::MirrorTest<EthPhyIntfService, remote::EthPhyIntfMgrService,
                                                          support::MockEthPhyIntfMgr> {
 protected:
-   using WatchClient = fixture::StreamClient<remote::EthPhyIntfWatchResponse>;
-
    ~EthPhyIntfServiceTest() override {
       running_.stop();
       const orv::sdk_scoped_lock lock;
@@ -54,26 +51,8 @@ protected:
       request.mutable_intf()->set_name(intf);
       return request;
    }
-   // A watch that has subscribed.
-   std::unique_ptr<WatchClient> watch(remote::EthPhyIntfWatchRequest request) {
-      meetPump();
-      const std::size_t before = watchers();
-      auto client = std::make_unique<WatchClient>(*stub_, &Stub::watch, request);
-      EXPECT_TRUE(fixture::eventually([&] { return watchers() == before + 1; }));
-      return client;
-   }
-   // As the main loop calls handlers back; what they leave waits for the next turn of the loop.
-   template <class Call>
-   void callBack(Call&& call) {
-      const orv::sdk_scoped_lock lock;
-      mgr_.handlers().notify_all(call);
-   }
    void speed(const orv::intf_id_t& intf, eth_link_speed_t speed) {
       callBack([&](auto& handler) { handler.on_eth_phy_intf_link_speed(intf, speed); });
-   }
-   bool sdkWatched() {
-      const orv::sdk_scoped_lock lock;
-      return mgr_.handlers().wanted();
    }
 };
 

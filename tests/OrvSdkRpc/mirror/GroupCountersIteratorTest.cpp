@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "orv/lock.h"
 #include "support/VectorIter.h"
 #include "support/mock/MockNexthopGroupMgr.h"
 
@@ -68,6 +69,27 @@ TEST_F(GroupCountersIteratorTest, anExpressionSkipsWhatDoesNotMatchAsAWhole) {
    EXPECT_FALSE(GroupCountersIterator(mgr_, NameRegex("c")));
    programmedAre({"a", "b"});
    EXPECT_THAT(names(GroupCountersIterator(mgr_, NameRegex(".*"))), ElementsAre("a", "b"));
+}
+
+// Counts how often the SDK's lock is taken.
+class CountedLock : public orv::host::lock_backend {
+public:
+   CountedLock() { orv::host::lock_backend_is(this); }
+   ~CountedLock() override { orv::host::lock_backend_is(nullptr); }
+   void acquire() override { ++taken; }
+   void release() noexcept override {}
+
+   int taken = 0;
+};
+
+TEST_F(GroupCountersIteratorTest, aLongSearchGivesOthersTheLock) {
+   programmedAre(std::vector<std::string>(100, "a"));
+   CountedLock counted;
+   {
+      const orv::sdk_scoped_lock lock;
+      EXPECT_FALSE(GroupCountersIterator(mgr_, NameRegex("b")));
+   }
+   EXPECT_EQ(counted.taken, 1 + 100 / 4);
 }
 
 TEST_F(GroupCountersIteratorTest, yieldsTheValidCountersBySlot) {

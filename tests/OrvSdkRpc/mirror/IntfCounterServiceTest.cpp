@@ -71,6 +71,26 @@ public:
       return client;
    }
 
+   // Keeps the pump busy while `call` runs, so that what is written then waits in the streams.
+   template <class Call>
+   void withBusyPump(Call&& call) {
+      std::promise<void> release;
+      std::promise<void> busy;
+      EXPECT_CALL(mgr_, counters(ethernet1)).WillOnce([&](const orv::intf_id_t&) {
+         // Without the lock, which the main loop needs.
+         const Zelt::UnlockAnchor unlocked(Zelt::activityLock());
+         busy.set_value();
+         release.get_future().wait();
+         return orv::intf_counters_t();
+      });
+      const auto pending = std::async(std::launch::async, [&] {
+         ok(&Stub::intf_counters, of<remote::IntfCountersRequest>("Ethernet1"));
+      });
+      busy.get_future().wait();
+      call();
+      release.set_value();
+   }
+
 private:
    void TestBody() override {}
 };
@@ -287,27 +307,19 @@ TEST_F(IntfCounterServiceTest, theLastStreamOutStopsTheWatcherAndTheNextStartsIt
 }
 
 TEST_F(IntfCounterServiceTest, aBatchHasAThousandEntriesAtMost) {
+   // Names that the switch has made known, and others, which wait in another way.
+   const auto nameOf = [](int i) { return fmt::format("{}{}", i % 3 == 0 ? "Unknown" : "Batch", i); };
+   for (int i = 0; i < 1001; ++i) {
+      if (i % 3 != 0) orv::host::intf_name_known(nameOf(i));
+   }
    const auto table = writerIs("a");
    const auto client = server_.stream();
-   // The pump is kept busy until everything waits.
-   std::promise<void> release;
-   std::promise<void> busy;
-   EXPECT_CALL(server_.mgr(), counters(ethernet1)).WillOnce([&](const orv::intf_id_t&) {
-      // Without the lock, which the main loop needs.
-      const Zelt::UnlockAnchor unlocked(Zelt::activityLock());
-      busy.set_value();
-      release.get_future().wait();
-      return orv::intf_counters_t();
+   server_.withBusyPump([&] {
+      write([&] {
+         for (int i = 0; i < 1001; ++i)
+            table->rowIs(id(nameOf(i)), row(i + 1));
+      });
    });
-   const auto pending = std::async(std::launch::async, [&] {
-      server_.ok(&Stub::intf_counters, of<remote::IntfCountersRequest>("Ethernet1"));
-   });
-   busy.get_future().wait();
-   write([&] {
-      for (int i = 0; i < 1001; ++i)
-         table->rowIs(id("Ethernet" + std::to_string(i)), row(i + 1));
-   });
-   release.set_value();
    const Batch first = batch(*client);
    EXPECT_EQ(first.size(), 1000U);
    Batch all = batch(*client);
@@ -320,22 +332,72 @@ TEST_F(IntfCounterServiceTest, aBatchHasAThousandEntriesAtMost) {
 TEST_F(IntfCounterServiceTest, aSlowReaderGetsTheLatestValue) {
    const auto table = writerIs("a");
    const auto client = server_.stream();
-   std::promise<void> release;
-   std::promise<void> busy;
-   EXPECT_CALL(server_.mgr(), counters(ethernet1)).WillOnce([&](const orv::intf_id_t&) {
-      const Zelt::UnlockAnchor unlocked(Zelt::activityLock());
-      busy.set_value();
-      release.get_future().wait();
-      return orv::intf_counters_t();
+   server_.withBusyPump([&] {
+      for (const int rate : {1, 2, 3})
+         write([&] { table->rowIs(id("Ethernet1"), row(rate)); });
    });
-   const auto pending = std::async(std::launch::async, [&] {
-      server_.ok(&Stub::intf_counters, of<remote::IntfCountersRequest>("Ethernet1"));
-   });
-   busy.get_future().wait();
-   for (const int rate : {1, 2, 3})
-      write([&] { table->rowIs(id("Ethernet1"), row(rate)); });
-   release.set_value();
    EXPECT_EQ(batch(*client), Batch{"Ethernet1 3"});
+}
+
+TEST_F(IntfCounterServiceTest, aRateThatFellToZeroReplacesTheOneThatWaits) {
+   const auto table = writerIs("a");
+   for (const char* name : {"Fell1", "Fell2"}) {
+      // Once for a name that is not known and once for one that is.
+      if (name == std::string("Fell2")) orv::host::intf_name_known(name);
+      ASSERT_TRUE(fixture::eventually([&] { return server_.watchers() == 0; }));
+      const auto client = server_.stream(name);
+      const auto rowIs = [&](const Interface::IntfRates& rates) {
+         write([&] { table->rowIs(id(name), {.statistics = {}, .rates = rates}); });
+      };
+      server_.withBusyPump([&] {
+         rowIs({.outPktsRate = 1, .inPktsRate = 2, .outBitsRate = 3, .inBitsRate = 4, .sampleTime = 5});
+         rowIs({.outPktsRate = 6, .inPktsRate = 0, .outBitsRate = 0, .inBitsRate = 0, .sampleTime = 7});
+      });
+      const auto response = client->next();
+      ASSERT_TRUE(response);
+      ASSERT_EQ(response->data_size(), 1);
+      const auto& rates = response->data(0).rates();
+      EXPECT_EQ(rates.out_pkts_rate(), 6);
+      EXPECT_TRUE(rates.has_in_pkts_rate());
+      EXPECT_EQ(rates.in_pkts_rate(), 0);
+      EXPECT_TRUE(rates.has_out_bits_rate());
+      EXPECT_EQ(rates.out_bits_rate(), 0);
+      EXPECT_TRUE(rates.has_in_bits_rate());
+      EXPECT_EQ(rates.in_bits_rate(), 0);
+      EXPECT_EQ(rates.sample_time(), 7);
+   }
+}
+
+TEST_F(IntfCounterServiceTest, aNameOfTheSwitchIsMatchedOncePerStream) {
+   orv::host::intf_name_known("Matched1");
+   orv::host::intf_name_known("Matched2");
+   const auto table = writerIs("a");
+   const auto ones = server_.stream("Matched1");
+   const auto twos = server_.stream("Matched2|Unheard1");
+   for (const int rate : {1, 2, 3}) {
+      write([&] {
+         for (const char* name : {"Matched1", "Matched2", "Unheard1", "Unheard2"})
+            table->rowIs(id(name), row(rate));
+      });
+      EXPECT_EQ(batch(*ones), Batch{fmt::format("Matched1 {}", rate)});
+      Batch both = batch(*twos);
+      while (both.size() < 2) {
+         for (auto& entry : batch(*twos))
+            both.push_back(entry);
+      }
+      std::sort(both.begin(), both.end());
+      EXPECT_EQ(both, (Batch{fmt::format("Matched2 {}", rate), fmt::format("Unheard1 {}", rate)}));
+   }
+}
+
+TEST_F(IntfCounterServiceTest, anExpressionThatCouldHoldUpTheSwitchIsRefused) {
+   for (const char* expression : {"(ab)\\1", "(?:\\w*){24000}!", "(?=.*(?=.*b)).*"}) {
+      const auto client = server_.open(CounterServer::request(expression));
+      const grpc::Status status = client->finish();
+      EXPECT_EQ(status.error_code(), grpc::StatusCode::INVALID_ARGUMENT) << expression;
+      EXPECT_TRUE(status.error_message().starts_with("intf_name_regex: regular expression "))
+           << status.error_message();
+   }
 }
 
 TEST(IntfCounterService, withoutAWatcherAStreamStaysOpenAndSilent) {

@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <initializer_list>
-#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -41,8 +40,6 @@ class IntfServiceTest
      : public MainLoop,
        public fixture::MirrorTest<IntfService, remote::IntfMgrService, support::MockIntfMgr> {
 protected:
-   using WatchClient = fixture::StreamClient<remote::WatchIntfResponse>;
-
    static remote::WatchIntfRequest all(const std::vector<int>& fields = {}, bool value = true) {
       remote::WatchIntfRequest request;
       request.set_all(value);
@@ -59,29 +56,8 @@ protected:
          request.mutable_fields_control()->add_fields(static_cast<remote::IntfField>(field));
       return request;
    }
-   std::unique_ptr<WatchClient> open(const remote::WatchIntfRequest& request) {
-      meetPump();
-      return std::make_unique<WatchClient>(*stub_, &Stub::watch, request);
-   }
-   // A watch that has subscribed.
-   std::unique_ptr<WatchClient> watch(const remote::WatchIntfRequest& request) {
-      meetPump();
-      const std::size_t before = watchers();
-      auto client = std::make_unique<WatchClient>(*stub_, &Stub::watch, request);
-      EXPECT_TRUE(fixture::eventually([&] { return watchers() == before + 1; }));
-      return client;
-   }
-   template <class Call>
-   void callBack(Call&& call) {
-      const orv::sdk_scoped_lock lock;
-      mgr_.handlers().notify_all(call);
-   }
    void oper(const orv::intf_id_t& intf, oper_status_t status) {
       callBack([&](auto& handler) { handler.on_oper_status(intf, status); });
-   }
-   bool sdkWatched() {
-      const orv::sdk_scoped_lock lock;
-      return mgr_.handlers().wanted();
    }
    // The switch's interfaces, all up, enabled and with a description.
    void tableIs(std::vector<orv::intf_id_t> intfs) {

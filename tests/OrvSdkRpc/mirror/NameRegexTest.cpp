@@ -1,20 +1,30 @@
 #include "OrvSdkRpc/mirror/NameRegex.h"
 
 #include <gtest/gtest.h>
+#include <pthread.h>
 
+#include <cstddef>
+#include <exception>
 #include <string>
 
 namespace OrvSdkRpc {
 namespace {
 
-bool compiles(const std::string& expression) {
+// Empty where it is not refused.
+std::string refusal(const std::string& expression) {
    try {
       const NameRegex regex(expression);
-      return true;
-   } catch (const std::regex_error& e) {
+      return {};
+   } catch (const std::exception& e) {
       EXPECT_STRNE(e.what(), "");
-      return false;
+      return e.what();
    }
+}
+std::string repeated(const std::string& text, std::size_t times) {
+   std::string all;
+   for (std::size_t i = 0; i < times; ++i)
+      all += text;
+   return all;
 }
 
 TEST(NameRegex, matchesWholeNamesOnly) {
@@ -40,13 +50,13 @@ TEST(NameRegex, understandsEcmaScript) {
    EXPECT_FALSE(NameRegex("Ethernet[0-9]+(/\\d{1,2})?").matches("Ethernet3/123"));
    EXPECT_TRUE(NameRegex("(?!Ethernet).*").matches("Lag1"));
    EXPECT_FALSE(NameRegex("(?!Ethernet).*").matches("Ethernet1"));
-   EXPECT_TRUE(NameRegex("(ab)\\1").matches("abab")) << "a back-reference";
-   EXPECT_FALSE(NameRegex("(ab)\\1").matches("abac"));
+   EXPECT_TRUE(NameRegex("^(?=.*1)[A-Z].*").matches("Lag1"));
+   EXPECT_TRUE(NameRegex("[0-9]{1,3}(\\.[0-9]{1,3}){3}").matches("192.0.2.1"));
 }
 
 TEST(NameRegex, refusesWhatIsIllFormed) {
    for (const char* expression : {"(", "[", "*", "a{2", "\\"})
-      EXPECT_FALSE(compiles(expression)) << expression;
+      EXPECT_NE(refusal(expression), "") << expression;
 }
 
 TEST(NameRegex, aMatchIsNotExponentialInTheName) {
@@ -55,14 +65,58 @@ TEST(NameRegex, aMatchIsNotExponentialInTheName) {
    EXPECT_FALSE(NameRegex("((a*)*)*b").matches(std::string(255, 'a')));
 }
 
+TEST(NameRegex, refusesWhatTakesTimeOrStackWithoutABound) {
+   for (const char* expression : {"(ab)\\1", "(q?)((x?){0,5}.)*\\1"}) {
+      EXPECT_EQ(refusal(expression), "regular expression with a back-reference") << expression;
+   }
+   for (const char* expression : {"(?=.*(?!.*b)).*", "(?:(?!a*!)a*){70}!", "x(?=y).*", "^x(?!y).*"}) {
+      EXPECT_EQ(refusal(expression), "regular expression with a look-ahead behind its beginning")
+           << expression;
+   }
+   for (const char* expression :
+        {"(?:\\w*){24000}!", "((.?){0,100}){0,100}z", "(){30000}b", "((a*)*){5000}b"}) {
+      EXPECT_EQ(refusal(expression),
+                "regular expression of more than 1024 characters with its repetitions written out")
+           << expression;
+   }
+}
+
+TEST(NameRegex, countsRepetitionsAsTheyAreWrittenOut) {
+   EXPECT_EQ(refusal("x{1000}"), "");
+   EXPECT_NE(refusal("x{1100}"), "");
+   EXPECT_NE(refusal("(x{30}){40}"), "");
+   // Forty names are no burden.
+   EXPECT_EQ(refusal(repeated("Ethernet12/34|", 40) + "Lag1"), "");
+}
+
 TEST(NameRegex, takesLongExpressionsUpToABound) {
-   std::string deepest(NameRegex::bytesMax / 2 - 1, '(');
-   deepest += "ab";
-   deepest.append(NameRegex::bytesMax / 2 - 1, ')');
-   ASSERT_EQ(deepest.size(), NameRegex::bytesMax);
+   const std::string deepest = repeated("(", 1020) + "ab" + repeated(")", 1020);
    EXPECT_TRUE(NameRegex(deepest).matches("ab"));
-   EXPECT_FALSE(compiles(deepest + "c"));
-   EXPECT_FALSE(compiles(std::string(1 << 20, '(')));
+   const std::string longest = "[" + repeated("ab", NameRegex::bytesMax / 2 - 1) + "]";
+   ASSERT_EQ(longest.size(), NameRegex::bytesMax);
+   EXPECT_TRUE(NameRegex(longest).matches("b"));
+   EXPECT_EQ(refusal(longest + "c"), "regular expression of 4097 bytes, expected at most 4096");
+   EXPECT_NE(refusal(std::string(1 << 20, '(')), "");
+}
+
+// A thread of the agent has 8 MiB.
+TEST(NameRegex, theWorstOfThemFitTheStack) {
+   const auto worst = [](void*) -> void* {
+      const std::string name(255, 'a');
+      EXPECT_FALSE(NameRegex(repeated("(", 500) + "a" + repeated("*)", 500) + "b").matches(name));
+      EXPECT_FALSE(NameRegex("(){1000}b").matches(name));
+      EXPECT_FALSE(NameRegex("(?:\\w*){330}!").matches(name));
+      EXPECT_FALSE(NameRegex("(?=(?:\\w*){160}!)(?:\\w*){160}").matches(name));
+      EXPECT_NE(refusal(std::string(NameRegex::sizeMax, '(')), "");
+      return nullptr;
+   };
+   pthread_attr_t attributes;
+   ASSERT_EQ(pthread_attr_init(&attributes), 0);
+   ASSERT_EQ(pthread_attr_setstacksize(&attributes, std::size_t{4} << 20), 0);
+   pthread_t thread{};
+   ASSERT_EQ(pthread_create(&thread, &attributes, worst, nullptr), 0);
+   EXPECT_EQ(pthread_join(thread, nullptr), 0);
+   EXPECT_EQ(pthread_attr_destroy(&attributes), 0);
 }
 
 }  // namespace

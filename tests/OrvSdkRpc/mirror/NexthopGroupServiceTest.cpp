@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <initializer_list>
-#include <memory>
 #include <optional>
 #include <regex>
 #include <string>
@@ -72,8 +71,6 @@ class NexthopGroupServiceTest
        public fixture::MirrorTest<NexthopGroupService, remote::NexthopGroupMgrService,
                                   support::MockNexthopGroupMgr> {
 protected:
-   using WatchClient = fixture::StreamClient<remote::WatchNexthopGroupResponse>;
-
    ~NexthopGroupServiceTest() override {
       running_.stop();
       const orv::sdk_scoped_lock lock;
@@ -94,34 +91,12 @@ protected:
    static remote::WatchNexthopGroupRequest one(const std::string& name, const std::vector<int>& fields = {}) {
       return withFields(of<remote::WatchNexthopGroupRequest>(name), fields);
    }
-   std::unique_ptr<WatchClient> open(const remote::WatchNexthopGroupRequest& request) {
-      meetPump();
-      return std::make_unique<WatchClient>(*stub_, &Stub::watch, request);
-   }
-   // A watch that has subscribed.
-   std::unique_ptr<WatchClient> watch(const remote::WatchNexthopGroupRequest& request) {
-      meetPump();
-      const std::size_t before = watchers();
-      auto client = std::make_unique<WatchClient>(*stub_, &Stub::watch, request);
-      EXPECT_TRUE(fixture::eventually([&] { return watchers() == before + 1; }));
-      return client;
-   }
-   // As the main loop calls handlers back; what they leave waits for the next turn of the loop.
-   template <class Call>
-   void callBack(Call&& call) {
-      const orv::sdk_scoped_lock lock;
-      mgr_.handlers().notify_all(call);
-   }
    void activeIs(const std::string& name, bool active) {
       callBack([&](auto& handler) { handler.on_nexthop_group_active(name, active); });
    }
    void programmed(const std::string& name, std::uint16_t version, HwState hw = HwState::success,
                    CounterState counter = CounterState::success) {
       callBack([&](auto& handler) { handler.on_nexthop_group_programmed(name, version, {hw, counter}); });
-   }
-   bool sdkWatched() {
-      const orv::sdk_scoped_lock lock;
-      return mgr_.handlers().wanted();
    }
 
    // What hardware has: groups of version 7, active, programmed with success and without counters.
@@ -491,12 +466,14 @@ TEST_F(NexthopGroupServiceTest, aDumpOfOneGroupGoesOnWithTheEventsThatAreWritten
 }
 
 TEST_F(NexthopGroupServiceTest, aGroupThatGoesWhileItIsShownComesWithoutAName) {
-   EXPECT_CALL(mgr_, programmed_nexthop_group_iter()).WillOnce(Return(iterOver<ProgrammedIter>({"a", "b"})));
+   hardwareHas({"a", "b"});
    EXPECT_CALL(mgr_, programmed_nexthop_group("a")).WillOnce(Return(orv::nexthop_group_t()));
-   EXPECT_CALL(mgr_, programmed_nexthop_group("b")).WillOnce(Return(group("b", 7)));
-   const auto client = open(all({3}));
-   EXPECT_EQ(shown(client->next()), "");
-   EXPECT_EQ(shown(client->next()), "b version=7");
+   EXPECT_CALL(mgr_, active("a")).WillOnce(Return(false));
+   EXPECT_CALL(mgr_, get_nexthop_group_programmed_hw_state("a")).WillOnce(Return(HwState::unknown));
+   EXPECT_CALL(mgr_, counter_state("a")).WillOnce(Return(CounterState::unknown));
+   const auto client = open(all({remote::NEXTHOP_GROUP_FIELD_ALL}));
+   EXPECT_EQ(shown(client->next()), " active=0 programmed group 0 hw=0/0");
+   EXPECT_EQ(shown(client->next()), "b active=1 programmed version=7 group 1 hw=1/2");
    EXPECT_EQ(shown(client->next()), "ack");
 }
 

@@ -84,24 +84,6 @@ protected:
          EXPECT_TRUE(fixture::eventually([&] { return watchers() == 1; }));
          return client;
       }
-      // Keeps the pump busy while `call` runs.
-      template <class Call>
-      void withBusyPump(Call&& call) {
-         std::promise<void> release;
-         std::promise<void> busy;
-         EXPECT_CALL(mgr_, counters(orv::intf_id_t())).WillOnce([&](const orv::intf_id_t&) {
-            // Without the lock, which the main loop needs.
-            const Zelt::UnlockAnchor unlocked(Zelt::activityLock());
-            busy.set_value();
-            release.get_future().wait();
-            return orv::intf_counters_t();
-         });
-         const auto pending = std::async(std::launch::async,
-                                         [&] { ok(&Stub::intf_counters, remote::IntfCountersRequest()); });
-         busy.get_future().wait();
-         call();
-         release.set_value();
-      }
 
    private:
       void TestBody() override {}
@@ -155,28 +137,6 @@ TEST_F(ReusedBatchesTest, everyBatchHasItsOwnEntriesAndRates) {
             ++entries;
          }
       }
-   }
-}
-
-// As messages merge: zero is what a field has that is not set.
-TEST_F(ReusedBatchesTest, aRateOfZeroLeavesTheOneThatWaits) {
-   const auto client = server_.stream();
-   server_.withBusyPump([&] {
-      write({{"Lag1", 5}});
-      write({{"Lag1", 0}});
-      write({{"Lag2", 5}});
-      write({{"Lag2", 6}});
-   });
-   const auto response = client->next();
-   ASSERT_TRUE(response);
-   ASSERT_EQ(response->data_size(), 2);
-   for (const auto& entry : response->data()) {
-      const bool first = entry.intf_id().name() == "Lag1";
-      EXPECT_EQ(entry.rates().out_pkts_rate(), first ? 5 : 6);
-      EXPECT_EQ(entry.rates().in_pkts_rate(), first ? 5 : 6);
-      EXPECT_EQ(entry.rates().out_bits_rate(), first ? 5 : 6);
-      EXPECT_EQ(entry.rates().in_bits_rate(), first ? 5 : 6);
-      EXPECT_EQ(entry.rates().sample_time(), first ? 1 : 7);
    }
 }
 

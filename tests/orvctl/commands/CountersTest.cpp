@@ -20,7 +20,11 @@ TEST_F(OrvctlCounters, ofThoseNamedAndOfAll) {
    counters.mutable_counters()->set_in_octets(1ULL << 60);
    counters.mutable_counters()->set_out_errors(3);
    rpc::IntfTrafficRatesResponse rates;
+   rates.mutable_rates()->set_in_pkts_rate(999.9999999999994);
    rates.mutable_rates()->set_in_bits_rate(1.5);
+   rates.mutable_rates()->set_out_pkts_rate(0);
+   rates.mutable_rates()->set_out_bits_rate(8e17);
+   rates.mutable_rates()->set_sample_time(1763719828.5);
    rpc::IntfsResponse one;
    one.mutable_intf_id()->set_name("Ethernet1");
    server_.mirror.answer("IntfCounterMgrService/intf_counters", counters);
@@ -30,10 +34,11 @@ TEST_F(OrvctlCounters, ofThoseNamedAndOfAll) {
    EXPECT_THAT(orvctl({"counters", "show", "Ethernet2"}).out, HasSubstr("1152921504606846976"));
    EXPECT_EQ(orvctl({"counters", "rates"}).out,
              "NAME       IN PKTS RATE  IN BITS RATE  OUT PKTS RATE  OUT BITS RATE\n"
-             "Ethernet1  0             1.5           0              0\n");
+             "Ethernet1  1000          1.5           0              800000000000000000\n");
    const auto json = nlohmann::json::parse(orvctl({"--json", "counters", "rates", "Ethernet3"}).out);
    EXPECT_EQ(json["name"], "Ethernet3");
    EXPECT_EQ(json["in_bits_rate"], 1.5);
+   EXPECT_EQ(json["in_pkts_rate"], 999.9999999999994);
    EXPECT_THAT(server_.mirror.requests(),
                ElementsAre(R"(IntfCounterMgrService/intf_counters {"intf_id":{"name":"Ethernet2"}})",
                            "IntfMgrService/intfs {}",

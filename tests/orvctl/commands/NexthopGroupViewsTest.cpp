@@ -92,5 +92,18 @@ TEST_F(OrvctlNhg, countersOfAllOfOneAndOfAnExpression) {
    EXPECT_EQ(orvctl({"nhg", "show"}).code, 2);
 }
 
+TEST_F(OrvctlNhg, aGroupWithoutCountersIsTold) {
+   rpc::NexthopGroupCountersResponse reply;
+   reply.set_name("absent");
+   server_.mirror.answer("NexthopGroupMgrService/nhg_counters", reply);
+   server_.start();
+   const Result result = orvctl({"nhg", "counters", "absent"});
+   EXPECT_EQ(result.code, 0) << result.err;
+   EXPECT_EQ(result.out, "absent: no counters\n");
+   EXPECT_EQ(orvctl({"--json", "nhg", "counters", "absent"}).out, "");
+   // Where nobody was named, groups without counters are no news.
+   EXPECT_EQ(orvctl({"nhg", "counters"}).out, "");
+}
+
 }  // namespace
 }  // namespace orvctl

@@ -10,6 +10,7 @@
 #include "OrvSdkRpcProtos/acl.pb.h"
 #include "OrvSdkRpcProtos/intf.pb.h"
 #include "OrvSdkRpcProtos/intf_counter.pb.h"
+#include "OrvSdkRpcProtos/nexthop_group.pb.h"
 #include "OrvctlRun.h"
 #include "orvctl/Run.h"
 
@@ -20,6 +21,7 @@ using test::Result;
 using test::runWith;
 using testing::ElementsAre;
 using testing::HasSubstr;
+using testing::Not;
 using testing::StartsWith;
 namespace rpc = orv::remote;
 
@@ -75,12 +77,46 @@ TEST_F(OrvctlWatch, theEndOfWhatIsShownIsTold) {
                            R"(["INTF_FIELD_OPER_STATUS","INTF_FIELD_ADMIN_ENABLED"]},"ack":false})"));
 }
 
+TEST_F(OrvctlWatch, whatMakesNoDumpIsNotCalledComplete) {
+   startWithInterfaces();
+   EXPECT_THAT(orvctl({"watch", "intf", "--fields", "9", "--ack", "-n", "1"}).out,
+               StartsWith("# watching\n"));
+   EXPECT_THAT(orvctl({"watch", "intf", "--fields", "9,3", "--ack", "-n", "1"}).out,
+               StartsWith("# complete, changes follow\n"));
+}
+
+TEST_F(OrvctlWatch, aDumpOfOneNameMayWaitAndThatIsTold) {
+   startWithInterfaces();
+   rpc::WatchNexthopGroupResponse group;
+   group.set_name("g1");
+   server_.mirror.answer("NexthopGroupMgrService/watch", group).held = true;
+   const std::string told =
+        "orvctl: watch intf: what is there of Ethernet1 may come only with its next event; "
+        "'orvctl intf show Ethernet1' shows it at once\n";
+   EXPECT_EQ(orvctl({"watch", "intf", "--intf", "Ethernet1", "--fields", "all", "-n", "1"}).err, told);
+   EXPECT_EQ(orvctl({"--json", "watch", "intf", "--intf", "Ethernet1", "--fields", "1", "-n", "1"}).err,
+             told);
+   EXPECT_THAT(orvctl({"watch", "nhg", "--name", "g1", "--fields", "version", "-n", "1"}).err,
+               HasSubstr("of g1 may come only with its next event; 'orvctl nhg show g1' shows it"));
+   for (const std::vector<std::string>& others : {std::vector<std::string>{"--intf", "Ethernet1"},
+                                                  {"--intf", "Ethernet1", "--fields", "9"},
+                                                  {"--all", "--fields", "all"},
+                                                  {"--fields", "all"}}) {
+      std::vector<std::string> arguments{"watch", "intf", "-n", "1"};
+      arguments.insert(arguments.end(), others.begin(), others.end());
+      const Result result = orvctl(arguments);
+      EXPECT_EQ(result.code, 0);
+      EXPECT_EQ(result.err, "") << others.back();
+   }
+}
+
 TEST_F(OrvctlWatch, theEntriesOfABatchAreLinesAndCount) {
    rpc::IntfTrafficRatesStreamResponse batch;
    for (const char* name : {"Ethernet1", "Ethernet2", "Ethernet3"}) {
       auto& entry = *batch.add_data();
       entry.mutable_intf_id()->set_name(name);
       entry.mutable_rates()->set_out_pkts_rate(1.5);
+      entry.mutable_rates()->set_in_pkts_rate(0);
    }
    server_.mirror
         .answer("IntfCounterMgrService/intf_traffic_rates_stream", rpc::IntfTrafficRatesStreamResponse(),
@@ -167,7 +203,35 @@ TEST_F(OrvctlWatch, aServerThatGoesIsNoEndInOrder) {
    EXPECT_EQ(missing.code, 3);
    EXPECT_THAT(missing.err, HasSubstr("UNIMPLEMENTED"));
    server_.stop();
-   EXPECT_EQ(orvctl({"watch", "acl"}).code, 3);
+   const Result nobody = orvctl({"watch", "acl"});
+   EXPECT_EQ(nobody.code, 3);
+   EXPECT_THAT(nobody.err, StartsWith("orvctl: watch acl: cannot reach " + server_.target() + ": "));
+}
+
+TEST_F(OrvctlWatch, aServerThatIsLostWentAway) {
+   startWithInterfaces();
+   Result result;
+   std::thread watcher([&] { result = orvctl({"watch", "intf"}); });
+   while (server_.mirror.requests().empty())
+      std::this_thread::yield();
+   server_.stop();
+   watcher.join();
+   EXPECT_EQ(result.code, 3);
+   EXPECT_THAT(result.err, StartsWith("orvctl: watch intf: " + server_.target() + " went away: "));
+   EXPECT_EQ(std::count(result.err.begin(), result.err.end(), '\n'), 1) << result.err;
+}
+
+TEST_F(OrvctlWatch, alsoWhereNothingHadHappenedYet) {
+   server_.mirror.answer("AclMgrService/watch").held = true;
+   server_.start();
+   Result result;
+   std::thread watcher([&] { result = orvctl({"watch", "acl"}); });
+   while (server_.mirror.requests().empty())
+      std::this_thread::yield();
+   server_.stop();
+   watcher.join();
+   EXPECT_EQ(result.code, 3);
+   EXPECT_THAT(result.err, StartsWith("orvctl: watch acl: " + server_.target() + " went away: "));
 }
 
 TEST_F(OrvctlWatch, whenNobodyReadsItEnds) {
@@ -187,6 +251,9 @@ TEST_F(OrvctlWatch, mistakesAreRefusedBeforeAnythingIsSent) {
                                                      {"watch", "acl", "--all"},
                                                      {"watch", "intf", "--all", "--intf", "Ethernet1"},
                                                      {"watch", "nhg", "--all", "--name", "g"},
+                                                     {"watch", "nhg", "--name", ""},
+                                                     {"watch", "intf", "--intf", ""},
+                                                     {"watch", "phy", "--intf", ""},
                                                      {"watch", "intf", "--fields", "speed"},
                                                      {"watch", "phy", "--fields", "all"},
                                                      {"watch", "intf", "--count", "0"}}) {
@@ -195,6 +262,8 @@ TEST_F(OrvctlWatch, mistakesAreRefusedBeforeAnythingIsSent) {
       EXPECT_EQ(std::count(result.err.begin(), result.err.end(), '\n'), 1) << result.err;
    }
    EXPECT_TRUE(server_.mirror.requests().empty());
+   EXPECT_EQ(orvctl({"watch", "nhg", "--name", ""}).err,
+             "orvctl: --name is '', expected the name of one next-hop group\n");
 }
 
 TEST(OrvctlWatchHelp, tellsTheFieldsAndTheExitCodes) {
@@ -202,6 +271,26 @@ TEST(OrvctlWatchHelp, tellsTheFieldsAndTheExitCodes) {
    EXPECT_EQ(result.code, 0);
    EXPECT_THAT(result.out, HasSubstr("all|oper_status|admin_enabled|description"));
    EXPECT_THAT(result.out, HasSubstr("4 when this reader was too slow"));
+   EXPECT_THAT(result.out, HasSubstr("may come only with the next event"));
+}
+
+TEST(OrvctlWatchHelp, speaksOfWhatThisWatchHas) {
+   const std::string fields = "changes follow (--fields)";
+   for (const char* word : {"acl", "agent", "phy", "counters", "sbfd"})
+      EXPECT_THAT(runWith({"watch", word, "--help"}).out, Not(HasSubstr("--fields"))) << word;
+   EXPECT_THAT(runWith({"watch", "intf", "--help"}).out, HasSubstr(fields));
+   const std::string nhg = runWith({"watch", "nhg", "--help"}).out;
+   EXPECT_THAT(nhg, HasSubstr(fields));
+   EXPECT_THAT(nhg, HasSubstr("Every next-hop group; so it is without --name"));
+   EXPECT_THAT(nhg, HasSubstr("One next-hop group alone"));
+   EXPECT_THAT(runWith({"watch", "phy", "--help"}).out, HasSubstr("Every physical interface"));
+}
+
+TEST(OrvctlWatchHelp, namesCommandsThatAreThere) {
+   EXPECT_THAT(runWith({"watch", "intf", "--help"}).out, HasSubstr("'orvctl intf show NAME'"));
+   EXPECT_EQ(runWith({"intf", "show", "--help"}).code, 0);
+   EXPECT_THAT(runWith({"watch", "nhg", "--help"}).out, HasSubstr("'orvctl nhg show NAME'"));
+   EXPECT_EQ(runWith({"nhg", "show", "--help"}).code, 0);
 }
 
 }  // namespace

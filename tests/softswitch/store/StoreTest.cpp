@@ -207,6 +207,57 @@ TEST_F(StoreTest, aMapThatIsTooSmallIsNoSpace) {
    EXPECT_EQ(rowsOf(store, db).size(), written);
 }
 
+TEST_F(StoreTest, writesThatThereIsRoomForAreNotRefused) {
+   const std::string row(100, 'x');
+   for (const std::size_t batch : {3u, 100u, 500u}) {
+      SCOPED_TRACE(batch);
+      auto o = options();
+      o.directory = directory_ / std::to_string(batch);
+      o.mapBytes = 16 << 20;
+      Store store(o);
+      const auto db = store.open("t");
+      Rows expected;
+      std::size_t written = 0;
+      // Writes in batches until there is no room for one more.
+      const auto fill = [&] {
+         std::size_t batches = 0;
+         bool asking = true;
+         try {
+            for (;; ++batches) {
+               asking = true;
+               store.requireRoom(batch, batch * 106);
+               asking = false;
+               for (std::size_t i = 0; i < batch; ++i) {
+                  const auto key = fmt::format("{:06}", written++ * 7919 % 100003);
+                  store.put(db, key, row);
+                  expected[key] = row;
+               }
+               if (batches % 3 == 0) store.commit();
+            }
+         } catch (const StoreError& e) {
+            EXPECT_EQ(e.trouble(), Trouble::noSpace);
+         }
+         EXPECT_TRUE(asking) << "refused behind " << batches << " batches, within the next";
+         store.commit();
+         EXPECT_EQ(rowsOf(store, db), expected);
+         return batches;
+      };
+      EXPECT_GT(fill() * batch, 10000u);
+
+      // Deletes go on, and what they free is room too.
+      while (expected.size() > 100) {
+         store.requireRoom(4, 0, true);
+         for (int i = 0; i < 4; ++i) {
+            store.del(db, expected.begin()->first);
+            expected.erase(expected.begin());
+         }
+         store.commit();
+      }
+      const auto again = fill();
+      EXPECT_TRUE(again > 1 || batch > 100);
+   }
+}
+
 // Runs `body` in a child that has `mount` as a file system of so many bytes. Answers its exit status, or -1
 // when this machine does not allow it.
 template <class Body>

@@ -58,6 +58,7 @@ TEST_F(CounterWritersTest, tablesAreKeptWhileCountersAreResident) {
    EXPECT_FALSE(lags());
    writers_->residentIs(true);
    EXPECT_THAT(directory(), IsEmpty()) << "the main loop has not been";
+   EXPECT_TRUE(lags()) << "whoever asked looks once, in its next turn";
    runLoop();
    EXPECT_THAT(directory(), ElementsAre("Fixed"));
    ASSERT_TRUE(table("Fixed"));
