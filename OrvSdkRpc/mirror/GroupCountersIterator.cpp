@@ -13,6 +13,9 @@ constexpr std::size_t atOnce = 4;
 
 }  // namespace
 
+GroupCounters::GroupCounters(GroupCounters&& other) noexcept = default;
+GroupCounters& GroupCounters::operator=(GroupCounters&& other) noexcept = default;
+
 GroupCountersIterator::GroupCountersIterator(const orv::nexthop_group_mgr& mgr)
      : mgr_(mgr), at_(mgr.programmed_nexthop_group_iter()) {}
 
@@ -40,7 +43,8 @@ GroupCountersIterator& GroupCountersIterator::operator++() {
 }
 
 GroupCounters GroupCountersIterator::operator*() const {
-   GroupCounters result{.name = name(), .counters = {}};
+   GroupCounters result;
+   result.name = name();
    const orv::nexthop_group_t group = mgr_.programmed_nexthop_group(result.name);
    for (const auto& [entry, nexthop] : group.nexthops()) {
       const auto counter = mgr_.counter(result.name, entry);

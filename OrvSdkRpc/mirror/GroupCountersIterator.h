@@ -3,8 +3,7 @@
 // Thread-safety: as the SDK's iterators, but for *, which reads the manager and needs the SDK's lock too.
 #pragma once
 
-#include <absl/container/inlined_vector.h>
-
+#include <boost/container/small_vector.hpp>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -21,9 +20,15 @@ struct GroupCounters {
       orv::nexthop_group_entry_counter_t counter;
    };
 
+   GroupCounters() = default;
+   // Not inline: gcc warns of a move beyond the room for 16 where it sees the object that is moved from.
+   GroupCounters(GroupCounters&& other) noexcept;
+   GroupCounters& operator=(GroupCounters&& other) noexcept;
+   ~GroupCounters() = default;
+
    std::string name;
    // The valid ones, in the order of the entries.
-   absl::InlinedVector<Entry, 16> counters;
+   boost::container::small_vector<Entry, 16> counters;
 };
 
 class GroupCountersIterator {

@@ -34,7 +34,7 @@ public:
    void watch_all_intfs(bool interest);
    void watch_intf(const intf_id_t& intf, bool interest);
 
-   virtual void on_intf_create(const intf_id_t& intf);
+   virtual void on_intf_create(const intf_id_t& intf);  // its status, admin state and description follow
    virtual void on_intf_delete(const intf_id_t& intf);
    virtual void on_oper_status(const intf_id_t& intf, oper_status_t status);
    virtual void on_admin_enabled(const intf_id_t& intf, bool enabled);

@@ -25,7 +25,7 @@ public:
    void watch_all_nexthop_groups(bool interest);
    void watch_nexthop_group(const std::string& name, bool interest);
 
-   // A group began or ceased to forward.
+   // A group began or ceased to forward, or was deleted, whether it did or not.
    virtual void on_nexthop_group_active(const std::string& name, bool active);
    // Hardware answered to a set of this version.
    virtual void on_nexthop_group_programmed(const std::string& name, std::uint16_t version,

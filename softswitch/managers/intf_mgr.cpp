@@ -103,9 +103,7 @@ void IntfMgr::admin_enabled_is(const orv::intf_id_t& intf, bool enabled) {
    configure(intf, {.adminEnabled = enabled, .description = description(intf)});
    const auto before = state.oper();
    state.adminEnabled = enabled;
-   callbacks_.post([this, intf, enabled] {
-      handlers().notify(intf, [&](orv::intf_handler& handler) { handler.on_admin_enabled(intf, enabled); });
-   });
+   tellAdmin(intf, enabled);
    tellOperChange(intf, before, state.oper());
 }
 
@@ -132,9 +130,7 @@ void IntfMgr::description_is(const orv::intf_id_t& intf, const std::string& text
    }
    if (description(intf) == text) return;
    configure(intf, {.adminEnabled = state.adminEnabled, .description = text});
-   callbacks_.post([this, intf, text] {
-      handlers().notify(intf, [&](orv::intf_handler& handler) { handler.on_intf_description(intf, text); });
-   });
+   tellDescription(intf, text);
 }
 
 orv::oper_status_t IntfMgr::oper_status(const orv::intf_id_t& intf) const {
@@ -199,9 +195,7 @@ void IntfMgr::intfAdd(const orv::intf_id_t& intf) {
    }
    setPresence(intf, true);
    insert(facts);
-   callbacks_.post([this, intf] {
-      handlers().notify(intf, [&](orv::intf_handler& handler) { handler.on_intf_create(intf); });
-   });
+   tellCreated(intf);
 }
 
 void IntfMgr::intfDel(const orv::intf_id_t& intf) {
@@ -224,9 +218,7 @@ void IntfMgr::portAdd(const orv::intf_id_t& intf) {
            fmt::format("interface {} is of type {}, expected a port", intf, to_string(facts.type)));
    }
    insert(facts);
-   callbacks_.post([this, intf] {
-      handlers().notify(intf, [&](orv::intf_handler& handler) { handler.on_intf_create(intf); });
-   });
+   tellCreated(intf);
 }
 
 void IntfMgr::portDel(const orv::intf_id_t& intf) {
@@ -284,11 +276,38 @@ void IntfMgr::configure(const orv::intf_id_t& intf, IntfRow row) {
    }
 }
 
-void IntfMgr::tellOperChange(const orv::intf_id_t& intf, orv::oper_status_t before, orv::oper_status_t now) {
-   if (before == now) return;
-   callbacks_.post([this, intf, now] {
-      handlers().notify(intf, [&](orv::intf_handler& handler) { handler.on_oper_status(intf, now); });
+// What is told of an interface that is still there when its turn comes.
+template <class Call>
+void IntfMgr::tell(const orv::intf_id_t& intf, Call call) {
+   callbacks_.post([this, intf, call = std::move(call)] {
+      if (intfs_.contains(intf)) handlers().notify(intf, call);
    });
+}
+
+void IntfMgr::tellCreated(const orv::intf_id_t& intf) {
+   callbacks_.post([this, intf] {
+      handlers().notify(intf, [&](orv::intf_handler& handler) { handler.on_intf_create(intf); });
+   });
+   const auto& state = find(intf);
+   tellOper(intf, state.oper());
+   tellAdmin(intf, state.adminEnabled);
+   if (const auto text = description(intf); !text.empty()) tellDescription(intf, text);
+}
+
+void IntfMgr::tellOper(const orv::intf_id_t& intf, orv::oper_status_t status) {
+   tell(intf, [intf, status](orv::intf_handler& handler) { handler.on_oper_status(intf, status); });
+}
+
+void IntfMgr::tellOperChange(const orv::intf_id_t& intf, orv::oper_status_t before, orv::oper_status_t now) {
+   if (before != now) tellOper(intf, now);
+}
+
+void IntfMgr::tellAdmin(const orv::intf_id_t& intf, bool enabled) {
+   tell(intf, [intf, enabled](orv::intf_handler& handler) { handler.on_admin_enabled(intf, enabled); });
+}
+
+void IntfMgr::tellDescription(const orv::intf_id_t& intf, const std::string& text) {
+   tell(intf, [intf, text](orv::intf_handler& handler) { handler.on_intf_description(intf, text); });
 }
 
 }  // namespace softswitch

@@ -17,6 +17,11 @@
 //       another has; a port to be made or removed
 //    and orv::error for one interface more than the switch can have
 //
+// Who watches and starts with nothing has the whole state of an interface that comes: on_intf_create is
+// followed by on_oper_status, on_admin_enabled and, where there is one, on_intf_description, in this order.
+// Handlers may read what they are told of: of an interface that has gone meanwhile they hear that it came,
+// and that it went.
+//
 // Thread-safety: guarded by the SDK's lock; callbacks come from the main loop.
 #pragma once
 
@@ -123,7 +128,13 @@ private:
    void take(const orv::intf_id_t& intf);
    void setPresence(const orv::intf_id_t& intf, bool there);
    void configure(const orv::intf_id_t& intf, IntfRow row);
+   template <class Call>
+   void tell(const orv::intf_id_t& intf, Call call);
+   void tellCreated(const orv::intf_id_t& intf);
+   void tellOper(const orv::intf_id_t& intf, orv::oper_status_t status);
    void tellOperChange(const orv::intf_id_t& intf, orv::oper_status_t before, orv::oper_status_t now);
+   void tellAdmin(const orv::intf_id_t& intf, bool enabled);
+   void tellDescription(const orv::intf_id_t& intf, const std::string& text);
 
    Callbacks& callbacks_;
    const Topology& topology_;

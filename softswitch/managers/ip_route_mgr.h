@@ -118,6 +118,8 @@ public:
 
 private:
    void on_oper_status(const orv::intf_id_t& intf, orv::oper_status_t status) override;
+   void on_intf_delete(const orv::intf_id_t& intf) override;
+   void sweepHops();
 
    NameId vrfForWrite(const std::string& vrfName);
    const RouteRow* find(const orv::ip_route_key_t& key, const std::string& vrfName) const;

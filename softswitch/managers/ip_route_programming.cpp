@@ -118,6 +118,14 @@ void IpRouteMgr::sweepGroup(NameId id) {
 }
 
 void IpRouteMgr::on_oper_status(const orv::intf_id_t&, orv::oper_status_t) {
+   sweepHops();
+}
+
+void IpRouteMgr::on_intf_delete(const orv::intf_id_t&) {
+   sweepHops();
+}
+
+void IpRouteMgr::sweepHops() {
    if (table_.rowsWithHops() == 0) return;
    sweepHops_ = true;
    startSweep();

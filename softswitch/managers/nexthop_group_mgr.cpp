@@ -131,6 +131,40 @@ NexthopGroupCodec::Group NexthopGroupCodec::decodeRow(store::Reader& in, std::ui
    return group;
 }
 
+// The names of programmed groups in order: those of groups_ and, in their places, those of leaving_.
+class NexthopGroupMgr::ProgrammedIter final : public orv::programmed_nexthop_group_iter_impl {
+public:
+   explicit ProgrammedIter(const NexthopGroupMgr& mgr) : mgr_(&mgr), cursor_(mgr.groups_) {}
+
+   bool next(std::string& row) override {
+      for (;;) {
+         const auto item = behindCursor_ ? mgr_->groups_.upperBound(last_) : cursor_.next();
+         const auto leaving = mgr_->leaving_.upper_bound(last_);
+         if (leaving != mgr_->leaving_.end() && (!item || *leaving < *item.key)) {
+            // The cursor is ahead of the walk from here on, and cannot go back for what is set meanwhile.
+            behindCursor_ = true;
+            row = last_ = *leaving;
+            return true;
+         }
+         if (!item) return false;
+         last_ = *item.key;
+         const auto* s = mgr_->findState(last_);
+         if (s == nullptr || !s->programmed) continue;
+         row = last_;
+         return true;
+      }
+   }
+   std::unique_ptr<orv::iter_impl<std::string>> clone() const override {
+      return std::make_unique<ProgrammedIter>(*this);
+   }
+
+private:
+   const NexthopGroupMgr* mgr_;
+   Groups::Cursor cursor_;
+   std::string last_;  // where the walk stands; no group has an empty name
+   bool behindCursor_ = false;
+};
+
 NexthopGroupMgr::NexthopGroupMgr(const Context& context, Hardware& hardware, Names& names,
                                  orv::intf_mgr& intfs)
      : orv::intf_handler(&intfs),
@@ -152,7 +186,7 @@ void NexthopGroupMgr::resync_init() {
 
 void NexthopGroupMgr::resync_complete() {
    orv::sdk_lock_check();
-   groups_.resyncComplete([this](const std::string& name, const Group&) { queue(state(name)); });
+   groups_.resyncComplete([this](const std::string& name, const Group&) { deleted(name); });
 }
 
 orv::nexthop_group_iter_t NexthopGroupMgr::nexthop_group_iter() const {
@@ -163,10 +197,7 @@ orv::nexthop_group_iter_t NexthopGroupMgr::nexthop_group_iter() const {
 
 orv::programmed_nexthop_group_iter_t NexthopGroupMgr::programmed_nexthop_group_iter() const {
    orv::sdk_lock_check();
-   return makeTableIter<orv::programmed_nexthop_group_iter_t>(groups_, [this](auto item) {
-      const auto* s = findState(*item.key);
-      return s != nullptr && s->programmed ? std::optional(*item.key) : std::nullopt;
-   });
+   return orv::programmed_nexthop_group_iter_t(std::make_unique<ProgrammedIter>(*this));
 }
 
 bool NexthopGroupMgr::exists(const std::string& name) const {
@@ -238,7 +269,13 @@ void NexthopGroupMgr::nexthop_group_set_with_version_id(const orv::nexthop_group
 
 void NexthopGroupMgr::nexthop_group_del(const std::string& name) {
    orv::sdk_lock_check();
-   if (groups_.erase(name)) queue(state(name));
+   if (groups_.erase(name)) deleted(name);
+}
+
+void NexthopGroupMgr::deleted(const std::string& name) {
+   auto& s = state(name);
+   if (s.programmed) leaving_.insert(name);
+   queue(s);
 }
 
 std::uint16_t NexthopGroupMgr::nextVersion(const std::string& name) const {
@@ -352,23 +389,25 @@ void NexthopGroupMgr::hardwareStep(ForwardingPlane& plane) {
       const auto id = pending_[pendingAt_++];
       auto& s = *states_[id];
       s.queued = false;
+      if (!leaving_.empty()) leaving_.erase(names_.text(id));
       const auto* configured = groups_.find(names_.text(id));
       if (configured != nullptr) {
          s.sent = *configured;
          plane.groupSet(id, *s.sent);
          continue;
       }
-      const bool wasActive = s.active;
       const bool wasThere = s.programmed != nullptr;
       const std::string name = names_.text(id);
       plane.groupDel(id);
       setParent(s, false);
       states_[id].reset();
-      if (!wasThere) continue;
-      groupChanged();
-      for (auto* observer : observers_)
-         observer->groupGone(id);
-      if (wasActive) handlers().notify(name, [&](auto& h) { h.on_nexthop_group_active(name, false); });
+      if (wasThere) {
+         groupChanged();
+         for (auto* observer : observers_)
+            observer->groupGone(id);
+      }
+      // Also of a group that was not active: it is how its watchers hear that it is gone.
+      handlers().notify(name, [&](auto& h) { h.on_nexthop_group_active(name, false); });
    }
    if (pendingAt_ == pending_.size()) {
       pending_.clear();
@@ -386,6 +425,8 @@ void NexthopGroupMgr::groupAnswer(NameId id, std::uint16_t version, GroupAnswer 
    s.hwState = answer.programmed ? HwState::success : HwState::failure;
    s.counterState = answer.counted ? CounterState::success : CounterState::failure;
    if (answer.programmed) {
+      // Deleted between the order and the answer.
+      if (s.queued && !wasThere && !groups_.contains(names_.text(id))) leaving_.insert(names_.text(id));
       s.programmed = s.sent;
       setParent(s, leadsIntoGroups(*s.programmed));
    }
@@ -431,7 +472,8 @@ void NexthopGroupMgr::groupChanged() {
 
 void NexthopGroupMgr::startSweep() {
    if (sweeping_) {
-      sweepAgain_ = true;
+      // A sweep that has not begun yet will see what has changed.
+      if (sweepAt_ != 0) sweepAgain_ = true;
       return;
    }
    sweeping_ = true;

@@ -8,6 +8,10 @@
 // and has a next hop, since this switch keeps no neighbour table and takes every hop for reachable. A group
 // is active while hardware has it and one of its entries resolves.
 //
+// A group that is deleted stays in hardware until the hardware stage has run: it still is a programmed group,
+// with counters, listed in its place. Then on_nexthop_group_active tells that it is not active, whether it
+// was before or not, and whether hardware ever had it or not.
+//
 // Refusals (orv::invalid_argument_error naming the value, if nothing else is said), before anything is
 // written:
 //    a group without a name, or with one of more than 255 bytes
@@ -21,6 +25,8 @@
 //
 // Thread-safety: guarded by the SDK's lock.
 #pragma once
+
+#include <absl/container/btree_set.h>
 
 #include <memory>
 #include <string>
@@ -105,6 +111,7 @@ public:
    void groupAnswer(NameId id, std::uint16_t version, GroupAnswer answer) override;
 
 private:
+   class ProgrammedIter;
    using Group = NexthopGroupCodec::Group;
    using Groups = Table<std::string, Group, NexthopGroupCodec>;
 
@@ -131,6 +138,8 @@ private:
    void configure(const orv::nexthop_group_t& group, std::uint16_t version);
    State& state(const std::string& name);
    const State* findState(const std::string& name) const;
+   // What is left to do once the configuration has lost the group.
+   void deleted(const std::string& name);
    void queue(State& state);
    bool judgeActive(State& state);
    void setParent(State& state, bool parent);
@@ -143,6 +152,9 @@ private:
    const orv::intf_mgr& intfs_;
    const std::size_t entriesMax_;
    Groups groups_;
+   // Programmed groups that were deleted and that the hardware stage has not come to since. Every programmed
+   // group is in here or in groups_; in both when it was set again meanwhile.
+   absl::btree_set<std::string> leaving_;
    std::vector<std::unique_ptr<State>> states_;  // by number of the name
    std::vector<NameId> pending_;
    std::size_t pendingAt_ = 0;

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <cmath>
 #include <memory>
 #include <optional>
@@ -11,6 +12,8 @@
 #include <thread>
 #include <vector>
 
+#include "Child.h"
+#include "Daemon.h"
 #include "OrvSdkRpc/hardware/IntfTrafficRatesWatcher.h"
 #include "OrvSdkRpc/mirror/EthPhyIntfService.h"
 #include "OrvSdkRpc/mirror/IntfCounterService.h"
@@ -418,6 +421,19 @@ TEST_F(SwitchEvents, aDumpOfManyGroupsWhileTheyChangeShowsEveryOneThatStays) {
    EXPECT_EQ(missed, 0U);
    // One row at a time, and the events: a deletion and a set are four at most.
    EXPECT_LT(most, 4 * manyGroups / rowsPerChange + 10);
+}
+
+// An idle watch hears nothing of its client by writing to it.
+TEST_F(SwitchEvents, theWatchOfAClientThatIsKilledIsGoneAtOnce) {
+   const auto watches = [] { return live("IntfServiceHandlers::Watch"); };
+   const std::uint64_t before = watches();
+   Child client({programPath("orvctl"), "--target", running_->address(), "watch", "intf"},
+                directory_.file("log"));
+   ASSERT_TRUE(fixture::eventually([&] { return watches() == before + 1; }));
+   const auto killed = std::chrono::steady_clock::now();
+   client.kill();
+   ASSERT_TRUE(fixture::eventually([&] { return watches() == before; }));
+   EXPECT_LT(std::chrono::steady_clock::now() - killed, std::chrono::seconds(1));
 }
 
 }  // namespace

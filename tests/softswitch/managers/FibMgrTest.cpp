@@ -153,6 +153,13 @@ TEST_F(FibMgrTest, aRouteWithHopsHasAFecOfItsOwnAndFollowsTheLink) {
    EXPECT_FALSE(fib().fib_fec_exists(fecKey));
    linkIs("Ethernet1", true);
    EXPECT_THAT(listener.take(), ElementsAre("fec set", "set 10.0.0.0/8"));
+   // A port that is pulled out while its link is up.
+   sw().intfs().portDel(orv::intf_id_t("Ethernet1"));
+   settle();
+   EXPECT_THAT(listener.take(), ElementsAre("del 10.0.0.0/8"));
+   sw().intfs().portAdd(orv::intf_id_t("Ethernet1"));
+   settle();
+   EXPECT_THAT(listener.take(), ElementsAre("fec set", "set 10.0.0.0/8"));
    sw().ipRoutes().ip_route_via_del(orv::ip_route_via_t(key("10.0.0.0/8")));
    settle();
    EXPECT_FALSE(inFib("10.0.0.0/8"));

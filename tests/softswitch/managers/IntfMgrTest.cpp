@@ -151,7 +151,71 @@ TEST_F(IntfMgrTest, interfacesAreMadeAndRemoved) {
    EXPECT_NE(refusal([&] { mgr_->orv_intf_name("lag1"); }), "");
    EXPECT_THAT(listener.heard, ElementsAre());
    runLoop();
-   EXPECT_THAT(listener.heard, ElementsAre("Loopback7 created", "Lag1 deleted"));
+   EXPECT_THAT(listener.heard,
+               ElementsAre("Loopback7 created", "Loopback7 oper up", "Loopback7 enabled", "Lag1 deleted"));
+}
+
+TEST_F(IntfMgrTest, aPortThatComesTellsAllOfItself) {
+   mgr_->description_is(ethernet1_, "to the spine");
+   mgr_->admin_enabled_is(ethernet1_, false);
+   mgr_->portDel(ethernet1_);
+   runLoop();
+   Listener listener(mgr_.get());
+   listener.watch_all_intfs(true);
+   mgr_->portAdd(ethernet1_);
+   mgr_->portAdd(absent_);
+   EXPECT_THAT(listener.heard, ElementsAre());
+   runLoop();
+   EXPECT_THAT(listener.heard, ElementsAre("Ethernet1 created", "Ethernet1 oper down", "Ethernet1 disabled",
+                                           "Ethernet1 described to the spine", "Ethernet99 created",
+                                           "Ethernet99 oper up", "Ethernet99 enabled"));
+}
+
+TEST_F(IntfMgrTest, whatChangesAfterAnInterfaceCameIsToldBehindHowItCame) {
+   Listener listener(mgr_.get());
+   listener.watch_all_intfs(true);
+   const intf_id_t made("Loopback7");
+   mgr_->intfAdd(made);
+   mgr_->admin_enabled_is(made, false);
+   mgr_->description_is(made, "made");
+   runLoop();
+   EXPECT_THAT(listener.heard,
+               ElementsAre("Loopback7 created", "Loopback7 oper up", "Loopback7 enabled",
+                           "Loopback7 disabled", "Loopback7 oper down", "Loopback7 described made"));
+}
+
+// Reads what it is told of, as handlers may.
+class Reader final : public orv::intf_handler {
+public:
+   using orv::intf_handler::intf_handler;
+   void on_oper_status(const intf_id_t& intf, oper_status_t) override { read(intf); }
+   void on_admin_enabled(const intf_id_t& intf, bool) override { read(intf); }
+   void on_intf_description(const intf_id_t& intf, const std::string&) override { read(intf); }
+   void read(const intf_id_t& intf) {
+      EXPECT_NO_THROW(static_cast<void>(get_intf_mgr()->admin_enabled(intf)));
+   }
+};
+
+TEST_F(IntfMgrTest, ofAnInterfaceThatIsGoneAgainOnlyComingAndGoingAreTold) {
+   Listener listener(mgr_.get());
+   Reader reader(mgr_.get());
+   listener.watch_all_intfs(true);
+   reader.watch_all_intfs(true);
+   const intf_id_t made("Loopback7");
+   mgr_->intfAdd(made);
+   mgr_->admin_enabled_is(made, false);
+   mgr_->description_is(made, "made");
+   mgr_->intfDel(made);
+   runLoop();
+   EXPECT_THAT(listener.heard, ElementsAre("Loopback7 created", "Loopback7 deleted"));
+   // Gone and back before the loop came to it: the last word is how it is.
+   listener.heard.clear();
+   mgr_->admin_enabled_is(ethernet1_, false);
+   mgr_->portDel(ethernet1_);
+   mgr_->portAdd(ethernet1_);
+   runLoop();
+   EXPECT_THAT(listener.heard, ElementsAre("Ethernet1 disabled", "Ethernet1 oper down", "Ethernet1 deleted",
+                                           "Ethernet1 created", "Ethernet1 oper down", "Ethernet1 disabled"));
 }
 
 TEST_F(IntfMgrTest, whatWasMadeAndRemovedSurvivesARestart) {

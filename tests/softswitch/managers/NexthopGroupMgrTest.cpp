@@ -145,6 +145,90 @@ TEST_F(NexthopGroupMgrTest, severalSetsBeforeTheStageAreOne) {
    EXPECT_FALSE(mgr().active("short"));
 }
 
+TEST_F(NexthopGroupMgrTest, everyDeletionIsTold) {
+   mgr().nexthop_group_set(group("forwards"));
+   mgr().nexthop_group_set(group("idle", "Ethernet2"));
+   mgr().nexthop_group_set(group("stale", "Ethernet2"));
+   linkIs("Ethernet2", false);
+   EXPECT_FALSE(mgr().active("idle"));
+   Listener listener(&mgr());
+   listener.watch_all_nexthop_groups(true);
+   mgr().nexthop_group_del("idle");
+   mgr().nexthop_group_del("forwards");
+   setGroup("unheard");
+   mgr().nexthop_group_del("unheard");
+   mgr().nexthop_group_del("nobody");
+   EXPECT_THAT(listener.take(), ElementsAre());
+   settle();
+   EXPECT_THAT(listener.take(), ElementsAre("idle inactive", "forwards inactive", "unheard inactive"));
+   mgr().resync_init();
+   mgr().resync_complete();
+   settle();
+   EXPECT_THAT(listener.take(), ElementsAre("stale inactive"));
+   // One that is back before hardware lost it was not deleted for its watchers.
+   setGroup("back");
+   settle();
+   listener.take();
+   mgr().nexthop_group_del("back");
+   setGroup("back");
+   settle();
+   EXPECT_THAT(listener.take(), ElementsAre("back version 1"));
+}
+
+TEST_F(NexthopGroupMgrTest, aDeletedGroupIsListedWhileHardwareHasIt) {
+   for (const char* name : {"a", "b", "c", "d", "e"})
+      setGroup(name);
+   settle();
+   for (const char* name : {"a", "c", "e"})
+      mgr().nexthop_group_del(name);
+   setGroup("unheard");
+   EXPECT_THAT(names(), ElementsAre("b", "d", "unheard"));
+   EXPECT_THAT(listOf(mgr().programmed_nexthop_group_iter()), ElementsAre("a", "b", "c", "d", "e"));
+   EXPECT_TRUE(mgr().counter("c", 0).valid());
+   // Set again: there once.
+   setGroup("c");
+   EXPECT_THAT(listOf(mgr().programmed_nexthop_group_iter()), ElementsAre("a", "b", "c", "d", "e"));
+   settle();
+   EXPECT_THAT(listOf(mgr().programmed_nexthop_group_iter()), ElementsAre("b", "c", "d", "unheard"));
+   mgr().resync_init();
+   setGroup("d");
+   mgr().resync_complete();
+   EXPECT_THAT(listOf(mgr().programmed_nexthop_group_iter()), ElementsAre("b", "c", "d", "unheard"));
+   settle();
+   EXPECT_THAT(listOf(mgr().programmed_nexthop_group_iter()), ElementsAre("d"));
+}
+
+// What hardware has from begin to end is seen once, in order, however it is deleted and set on the way.
+TEST_F(NexthopGroupMgrTest, aWalkOfProgrammedGroupsSurvivesChanges) {
+   for (const char* name : {"a", "b", "c", "d", "e", "f", "g"})
+      setGroup(name);
+   settle();
+   auto it = mgr().programmed_nexthop_group_iter();
+   EXPECT_EQ(*it, "a");
+   mgr().nexthop_group_del("a");
+   mgr().nexthop_group_del("b");
+   mgr().nexthop_group_del("c");
+   EXPECT_EQ(*++it, "b");
+   // Behind the walk, where it stands, and before it, in the table again.
+   setGroup("a");
+   setGroup("b");
+   setGroup("c");
+   auto copy = it;
+   EXPECT_EQ(*++it, "c");
+   mgr().nexthop_group_del("d");
+   mgr().nexthop_group_del("f");
+   EXPECT_EQ(*++it, "d");
+   settle();
+   EXPECT_EQ(*++it, "e");
+   EXPECT_EQ(*++it, "g");
+   EXPECT_FALSE(++it);
+   EXPECT_EQ(*++copy, "c");
+   EXPECT_EQ(*++copy, "e");
+   mgr().nexthop_group_del("g");
+   EXPECT_EQ(*++copy, "g");
+   EXPECT_FALSE(++copy);
+}
+
 TEST_F(NexthopGroupMgrTest, groupsAreProgrammedAgainAfterARestart) {
    setGroup("g");
    settle();
