@@ -55,18 +55,20 @@ struct Step {
    bool changes() const { return erases || bytes != 0; }
 };
 
+// `scratch` is written over.
 template <typename Codec, typename TableType>
-Step stepOf(const TableType& from, const TableType& to, const typename TableType::key_type& key) {
+Step stepOf(const TableType& from, const TableType& to, const typename TableType::key_type& key,
+            std::string& scratch) {
    const auto* row = from.find(key);
    const auto* old = to.find(key);
    if (row == nullptr) return {.erases = old != nullptr};
    if (old != nullptr && *old == *row) return {};
-   std::string bytes;
-   store::Writer out(bytes);
+   scratch.clear();
+   store::Writer out(scratch);
    out.u8(Codec::version);
    Codec::encodeKey(key, out);
    Codec::encodeRow(*row, out);
-   return {.inserts = old == nullptr, .bytes = bytes.size()};
+   return {.inserts = old == nullptr, .bytes = scratch.size()};
 }
 
 // How many rows a table gets and loses.
@@ -329,17 +331,18 @@ void AclMgr::acl_commit() {
 // By key. Good until the next edit.
 std::vector<AclMgr::ListEdit> AclMgr::listEdits() const {
    std::vector<ListEdit> edits;
+   std::string scratch;
    auto list = editedLists_.begin();
    auto rule = editedRules_.begin();
    while (list != editedLists_.end() || rule != editedRules_.end()) {
       const bool onlyRules = list == editedLists_.end() || (rule != editedRules_.end() && rule->acl < *list);
       ListEdit edit{.key = onlyRules ? &rule->acl : &*list, .rulesBegin = rule};
       if (!onlyRules) {
-         edit.add(edit.lists, stepOf<AclCodec>(pendingLists_, committedLists_, *list));
+         edit.add(edit.lists, stepOf<AclCodec>(pendingLists_, committedLists_, *list, scratch));
          ++list;
       }
       for (; rule != editedRules_.end() && rule->acl == *edit.key; ++rule)
-         edit.add(edit.rules, stepOf<AclRuleCodec>(pendingRules_, committedRules_, *rule));
+         edit.add(edit.rules, stepOf<AclRuleCodec>(pendingRules_, committedRules_, *rule, scratch));
       edit.rulesEnd = rule;
       edits.push_back(edit);
    }
@@ -354,8 +357,10 @@ void AclMgr::carryOver(const ListEdit& edit) {
    edit.rules.requireRoomIn(committedRules_);
    requireRoom(edit.writes, edit.bytes, edit.bytes == 0);
 
-   for (auto rule = edit.rulesBegin; rule != edit.rulesEnd; ++rule) {
-      if (!pendingRules_.contains(*rule)) committedRules_.erase(*rule);
+   if (edit.rules.erased != 0) {
+      for (auto rule = edit.rulesBegin; rule != edit.rulesEnd; ++rule) {
+         if (!pendingRules_.contains(*rule)) committedRules_.erase(*rule);
+      }
    }
    if (const auto* row = pendingLists_.find(*edit.key)) {
       committedLists_.set(*edit.key, *row);
