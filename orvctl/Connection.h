@@ -44,7 +44,7 @@ public:
                        const std::function<bool()>& each);
 
    // Unless `status` is OK, throws RefusedError with one line about `what` where the server answered with a
-   // refusal, CallError where there was no answer. A server that took a stream before it was lost went away;
+   // refusal, CallError where there was no answer. A server that was there when a stream began went away;
    // any other was not reached.
    void require(const std::string& what, const grpc::Status& status) const;
 
@@ -64,7 +64,7 @@ public:
 private:
    Target target_;
    double timeoutSeconds_;
-   // The server has taken the request of a stream.
+   // A stream has found the server.
    bool reached_ = false;
    std::shared_ptr<grpc::Channel> channel_;
    std::unique_ptr<Programming::StubInterface> programming_;

@@ -88,8 +88,7 @@ std::optional<softswitch::console::Address> checkConsole(const std::string& valu
    }
 }
 
-// Each name once; a value may hold further equals signs, and be any text but an empty one. Clients read both,
-// so what no message can hold is refused.
+// Each name once; a value may hold further equals signs, and be any printable text but an empty one.
 std::map<std::string, std::string> checkOptions(const std::vector<std::string>& values) {
    std::map<std::string, std::string> options;
    for (const auto& value : values) {

@@ -28,7 +28,7 @@ template <class Key, class Value, class Handler>
 class BulkBacklog final : public BacklogImplBase {
 public:
    // As many are handed on at once, without waiting for the task: enough that finding the streams costs
-   // nothing, and few enough that a hundred streams take less than a turn of the main loop.
+   // nothing, and few enough that a hundred plain streams take less than a turn of the main loop.
    static constexpr std::size_t burstMax = 128;
 
    BulkBacklog(Pavo::String name, const Pavo::Ptr<Gorm::TaskScheduler>& scheduler, Handler handler)

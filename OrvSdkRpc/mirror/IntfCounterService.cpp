@@ -59,7 +59,7 @@ struct IntfTrafficRatesStream {
       if (!request.intf_name_regex().empty()) {
          try {
             filter_.emplace(request.intf_name_regex());
-         } catch (const std::exception& e) {
+         } catch (const std::invalid_argument& e) {
             throw orv::invalid_argument_error(fmt::format("intf_name_regex: {}", e.what()));
          }
       }

@@ -16,11 +16,11 @@ class NameRegex {
 public:
    // Longer expressions are refused: compiling one takes stack by its length.
    static constexpr std::size_t bytesMax = 4096;
-   // Its size with its counted repetitions written out (RegexSize.h).
-   static constexpr std::size_t sizeMax = 1024;
+   // Its size with its counted repetitions written out (RegexShape.h).
+   static constexpr std::size_t sizeMax = 512;
 
-   // Throws std::regex_error for an ill-formed expression, and std::invalid_argument for one that is too
-   // large, has a back-reference, or a look-ahead behind its beginning.
+   // Throws std::invalid_argument for an ill-formed expression, with std::regex_error's words, and for one
+   // that is too large, has a back-reference, or a look-ahead behind its beginning.
    explicit NameRegex(const std::string& expression);
 
    [[nodiscard]] bool matches(std::string_view name) const;

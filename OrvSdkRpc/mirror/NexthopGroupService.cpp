@@ -1,6 +1,7 @@
 #include "OrvSdkRpc/mirror/NexthopGroupService.h"
 
 #include <limits>
+#include <stdexcept>
 
 #include "OrvSdkRpc/handlers/BulkRequestHandler.h"
 #include "OrvSdkRpc/handlers/DumpStreamingAdapterHandler.h"
@@ -121,9 +122,12 @@ struct Counters {
       const orv::nexthop_group_mgr& mgr = *service.get_nexthop_group_mgr();
       if (request.all()) return GroupCountersIterator(mgr);
       if (request.regex().empty()) return {mgr, request.name()};
+      return {mgr, compiled(request.regex())};
+   }
+   static NameRegex compiled(const std::string& expression) {
       try {
-         return {mgr, NameRegex(request.regex())};
-      } catch (const std::exception& e) {
+         return NameRegex(expression);
+      } catch (const std::invalid_argument& e) {
          throw orv::invalid_argument_error(e.what());
       }
    }

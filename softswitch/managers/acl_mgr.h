@@ -10,7 +10,8 @@
 // reason as message, by key, and no on_acl_sync. A list cannot follow when
 //    it was deleted, is committed, and is applied to an interface, or
 //    the committed tables or the disk have no room for it. The committed tables hold as much as the pending
-//    ones, and what could not be deleted counts there too.
+//    ones, and what could not be deleted counts there too. A full disk may have no room for more than ten
+//    edits of one list, not even where they delete.
 // It then stays committed as it was and its edits stay pending, for the next commit. Lists that need no more
 // room than they had are carried over before those that do, so that a full table can be replaced.
 //

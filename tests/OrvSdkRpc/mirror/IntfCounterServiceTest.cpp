@@ -368,7 +368,7 @@ TEST_F(IntfCounterServiceTest, aRateThatFellToZeroReplacesTheOneThatWaits) {
    }
 }
 
-TEST_F(IntfCounterServiceTest, aNameOfTheSwitchIsMatchedOncePerStream) {
+TEST_F(IntfCounterServiceTest, eachStreamKeepsItsOwnVerdicts) {
    orv::host::intf_name_known("Matched1");
    orv::host::intf_name_known("Matched2");
    const auto table = writerIs("a");

@@ -253,8 +253,11 @@ TEST_F(StoreTest, writesThatThereIsRoomForAreNotRefused) {
          }
          store.commit();
       }
+      // A large batch may find less room than it asks for.
       const auto again = fill();
-      EXPECT_TRUE(again > 1 || batch > 100);
+      if (batch <= 100) {
+         EXPECT_GT(again, 1u);
+      }
    }
 }
 

@@ -1,4 +1,4 @@
-#include "OrvSdkRpc/mirror/RegexSize.h"
+#include "OrvSdkRpc/mirror/RegexShape.h"
 
 #include <algorithm>
 #include <vector>
@@ -7,20 +7,20 @@ namespace OrvSdkRpc {
 namespace {
 
 std::size_t bounded(std::size_t size) {
-   return std::min(size, regexSizeMax);
+   return std::min(size, RegexShape::sizeMax);
 }
 
 // Walks over an expression (ECMAScript) as a matcher's scanner does.
 class Walk {
 public:
-   explicit Walk(std::string_view expression) : rest_(expression) {}
+   explicit Walk(std::string_view expression) : expression_(expression), rest_(expression) {}
 
-   std::size_t size() {
+   RegexShape shape() {
       while (!rest_.empty())
          next();
       while (!groups_.empty())
          closeGroup();
-      return bounded(size_ + last_);
+      return {.size = bounded(size_ + last_), .lateLookAhead = lateLookAhead_};
    }
 
 private:
@@ -43,7 +43,7 @@ private:
             atom(1);
             break;
          case '(':
-            if (take('?') && !rest_.empty()) rest_.remove_prefix(1);
+            if (take('?') && !rest_.empty()) kindOfGroup();
             openGroup();
             break;
          case ')':
@@ -61,6 +61,14 @@ private:
          default:
             atom(1);
       }
+   }
+
+   // Behind the question mark.
+   void kindOfGroup() {
+      const std::size_t at = expression_.size() - rest_.size() - 2;
+      const bool atBeginning = at == 0 || (at == 1 && expression_.front() == '^');
+      if ((rest_.front() == '=' || rest_.front() == '!') && !atBeginning) lateLookAhead_ = true;
+      rest_.remove_prefix(1);
    }
 
    // Behind the backslash.
@@ -127,7 +135,9 @@ private:
       last_ = group;
    }
 
+   const std::string_view expression_;
    std::string_view rest_;
+   bool lateLookAhead_ = false;
    // In front of each group that is open.
    std::vector<std::size_t> groups_;
    // In the innermost group, without its last atom, and that one.
@@ -137,8 +147,8 @@ private:
 
 }  // namespace
 
-std::size_t regexSize(std::string_view expression) {
-   return Walk(expression).size();
+RegexShape regexShape(std::string_view expression) {
+   return Walk(expression).shape();
 }
 
 }  // namespace OrvSdkRpc
