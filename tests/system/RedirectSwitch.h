@@ -27,6 +27,7 @@
 #include "OrvSdkRpc/programming/MplsRouteProgrammer.h"
 #include "OrvSdkRpc/programming/NexthopGroupProgrammer.h"
 #include "OrvSdkRpc/programming/NhgTunnelProgrammer.h"
+#include "Programming.h"
 #include "RunningSwitch.h"
 #include "fixture/Contract.h"
 #include "fixture/Programmed.h"
@@ -96,20 +97,8 @@ public:
       client_.processResync(request, response);
       EXPECT_EQ(response.status(), pb::RPC_STATUS_OK) << response.debug_string();
    }
-   void group(const std::string& name, const std::string& intf) {
-      pb::nexthop_group_msg request;
-      request.set_name(name);
-      fixture::addNexthop(request, 1, {100});
-      request.mutable_nexthops(0)->set_intf(intf);
-      pb::rpc_status_msg response;
-      groups_.processNexthopGroupRequest(request, response);
-      EXPECT_EQ(response.status(), pb::RPC_STATUS_OK) << response.debug_string();
-   }
-   void route(int third, const std::string& group) {
-      pb::rpc_status_msg response;
-      ip_.processIpRouteRequest(fixture::ipRoute(third, group), response);
-      EXPECT_EQ(response.status(), pb::RPC_STATUS_OK) << response.debug_string();
-   }
+   void group(const std::string& name, const std::string& intf) { programGroup(groups_, name, intf); }
+   void route(int third, const std::string& group) { programRoute(ip_, third, group); }
    static pb::cbf_nexthop_group_redirect_msg message(const std::string& match, const std::string& to,
                                                      const Dscps& ipv4, const Dscps& ipv6 = {}) {
       pb::cbf_nexthop_group_redirect_msg request;

@@ -11,6 +11,7 @@
 #include "OrvSdkRpc/programming/IpRouteProgrammer.h"
 #include "OrvSdkRpc/programming/NexthopGroupProgrammer.h"
 #include "OrvSdkRpc/programming/OpaqueProgrammer.h"
+#include "Programming.h"
 #include "RunningSwitch.h"
 #include "fixture/Contract.h"
 #include "fixture/Programmed.h"
@@ -62,19 +63,8 @@ public:
       client_.processResync(request, response);
       return response;
    }
-   void group(const std::string& name) {
-      pb::nexthop_group_msg request;
-      request.set_name(name);
-      fixture::addNexthop(request, 1, {100});
-      pb::rpc_status_msg response;
-      groups_.processNexthopGroupRequest(request, response);
-      EXPECT_EQ(response.status(), pb::RPC_STATUS_OK) << response.debug_string();
-   }
-   void route(int third, const std::string& group) {
-      pb::rpc_status_msg response;
-      ip_.processIpRouteRequest(fixture::ipRoute(third, group), response);
-      EXPECT_EQ(response.status(), pb::RPC_STATUS_OK) << response.debug_string();
-   }
+   void group(const std::string& name) { programGroup(groups_, name); }
+   void route(int third, const std::string& group) { programRoute(ip_, third, group); }
    void notes(const pb::rpc_server_state_config_msg& request) {
       pb::rpc_status_msg response;
       opaque_.processOpaqueStateSetRequest(request, response);

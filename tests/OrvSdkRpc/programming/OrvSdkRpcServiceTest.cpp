@@ -15,6 +15,7 @@
 #include "fixture/AgentHost.h"
 #include "fixture/Eventually.h"
 #include "fixture/Programmed.h"
+#include "fixture/ProgrammingService.h"
 #include "fixture/RunningServer.h"
 #include "orv/lock.h"
 
@@ -28,20 +29,13 @@ using fixture::liveHandlers;
 constexpr std::size_t rpcs = 18;
 constexpr const char* aliveType = "DetectServerAliveHandler";
 
-std::unique_ptr<OrvSdkRpcService> serviceOn(fixture::AgentHost& host) {
-   return std::make_unique<OrvSdkRpcService>(&host.aclMgr, &host.agentMgr, &host.bfdSessionMgr, &host.intfMgr,
-                                             &host.classMapMgr, &host.ipRouteMgr, &host.mplsRouteMgr,
-                                             &host.mplsVrfLabelMgr, &host.nexthopGroupMgr, &host.tunnelMgr,
-                                             &host.policyMapMgr, nullptr);
-}
-
 class OrvSdkRpcServiceTest : public testing::Test {
 protected:
    using Stub = pb::orvsdk_service::Stub;
 
    // The mocks' behaviour is set before: the pump reads it without a lock.
    void start() {
-      running_ = std::make_unique<fixture::RunningServer>(serviceOn(host_));
+      running_ = std::make_unique<fixture::RunningServer>(fixture::programmingService(host_));
       stub_ = running_->stub<pb::orvsdk_service>();
    }
 

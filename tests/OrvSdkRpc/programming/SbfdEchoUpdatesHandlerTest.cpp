@@ -12,6 +12,7 @@
 #include "OrvSdkRpc/server/TagManager.h"
 #include "fixture/AgentHost.h"
 #include "fixture/Eventually.h"
+#include "fixture/ProgrammingService.h"
 #include "fixture/RunningServer.h"
 
 namespace OrvSdkRpc {
@@ -107,10 +108,7 @@ protected:
       });
       return true;
    }();
-   OrvSdkRpcService* service_ = new OrvSdkRpcService(
-        &host_.aclMgr, &host_.agentMgr, &host_.bfdSessionMgr, &host_.intfMgr, &host_.classMapMgr,
-        &host_.ipRouteMgr, &host_.mplsRouteMgr, &host_.mplsVrfLabelMgr, &host_.nexthopGroupMgr,
-        &host_.tunnelMgr, &host_.policyMapMgr, nullptr);
+   OrvSdkRpcService* service_ = fixture::programmingService(host_).release();
    fixture::RunningServer running_{std::unique_ptr<OrvSdkRpcService>(service_)};
    std::unique_ptr<pb::orvsdk_service::Stub> stub_ = running_.stub<pb::orvsdk_service>();
 };

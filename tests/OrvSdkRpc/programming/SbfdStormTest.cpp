@@ -15,6 +15,7 @@
 #include "fixture/AgentHost.h"
 #include "fixture/Eventually.h"
 #include "fixture/Programmed.h"
+#include "fixture/ProgrammingService.h"
 #include "fixture/RunningServer.h"
 #include "gorm/TaskScheduler.h"
 #include "orv/lock.h"
@@ -172,10 +173,7 @@ protected:
       return keys;
    }();
    fixture::AgentHost host_;
-   OrvSdkRpcService* service_ = new OrvSdkRpcService(
-        &host_.aclMgr, &host_.agentMgr, &host_.bfdSessionMgr, &host_.intfMgr, &host_.classMapMgr,
-        &host_.ipRouteMgr, &host_.mplsRouteMgr, &host_.mplsVrfLabelMgr, &host_.nexthopGroupMgr,
-        &host_.tunnelMgr, &host_.policyMapMgr, nullptr);
+   OrvSdkRpcService* service_ = fixture::programmingService(host_).release();
    fixture::RunningServer running_{std::unique_ptr<OrvSdkRpcService>(service_)};
    std::unique_ptr<pb::orvsdk_service::Stub> stub_ = running_.stub<pb::orvsdk_service>();
 };

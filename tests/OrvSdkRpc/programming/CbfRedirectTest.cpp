@@ -1,0 +1,461 @@
+// Redirects as a controller adds and removes them.
+#include <gtest/gtest.h>
+
+#include <map>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "CbfRedirectSwitch.h"
+#include "OrvSdkRpc/programming/CbfNhgMgr.h"
+#include "orv/error.h"
+#include "orv/lock.h"
+#include "tessel/EntityManager.h"
+#include "tessel/MountGroup.h"
+#include "zelt/RangeException.h"
+#include "zelt/SharedMem.h"
+
+namespace OrvSdkRpc {
+namespace {
+
+using testing::_;
+using testing::Return;
+
+// A controller that was told the policy map's name, over a switch that keeps what it is given.
+class CbfRedirectTest : public CbfNhgRedirectProgrammerTest {
+protected:
+   using Request = pb::cbf_nexthop_group_redirect_msg;
+
+   explicit CbfRedirectTest(CbfNhgMgr* cbfNhgMgr = nullptr) : CbfNhgRedirectProgrammerTest(cbfNhgMgr) {
+      ON_CALL(host_.aclMgr, acl_rule_set(_, _, testing::Matcher<const orv::acl_rule_ip_t&>(_)))
+           .WillByDefault([this](const orv::acl_key_t& key, unsigned seq, const orv::acl_rule_ip_t& rule) {
+              rules_[key][seq] = rule;
+           });
+      ON_CALL(host_.aclMgr, acl_rule_del(_, _))
+           .WillByDefault([this](const orv::acl_key_t& key, unsigned seq) { rules_[key].erase(seq); });
+      ON_CALL(host_.aclMgr, acl_del(_)).WillByDefault([this](const orv::acl_key_t& key) {
+         rules_.erase(key);
+      });
+      ON_CALL(host_.aclMgr, acl_rule_ip_iter(_)).WillByDefault([this](const orv::acl_key_t& key) {
+         std::vector<orv::acl_rule_ip_entry_t> list;
+         for (const auto& [seq, rule] : rules_[key])
+            list.push_back({seq, rule});
+         return fixture::rows<orv::acl_rule_ip_iter_t>(list);
+      });
+      ON_CALL(host_.classMapMgr, class_map_is(_)).WillByDefault([this](const orv::class_map_t& map) {
+         classMaps_[map.key()] = map;
+      });
+      ON_CALL(host_.classMapMgr, class_map_del(_)).WillByDefault([this](const orv::policy_map_key_t& key) {
+         classMaps_.erase(key);
+      });
+      ON_CALL(host_.policyMapMgr, policy_map_is(_)).WillByDefault([this](const orv::policy_map_t& map) {
+         policyMap_ = map;
+      });
+   }
+
+   static Request message(const char* match, const char* redirect, std::initializer_list<unsigned> ipv4,
+                          std::initializer_list<unsigned> ipv6 = {}) {
+      Request request;
+      request.set_match_nexthop_group_name(match);
+      request.set_redirect_nexthop_group_name(redirect);
+      for (const unsigned dscp : ipv4)
+         request.add_match_ipv4_dscp(dscp);
+      for (const unsigned dscp : ipv6)
+         request.add_match_ipv6_dscp(dscp);
+      return request;
+   }
+   static Request removal(const char* match, const char* redirect) {
+      Request request = message(match, redirect, {});
+      request.set_delete_(true);
+      return request;
+   }
+   pb::rpc_status_msg process(const Request& request) {
+      pb::rpc_status_msg response;
+      contract_.cbf.processCbfNhgRedirectRequest(request, response);
+      return response;
+   }
+   int status(const Request& request) { return process(request).status(); }
+   pb::rpc_status_bulk_msg bulk(const std::vector<Request>& requests) {
+      pb::cbf_nexthop_group_redirect_bulk_msg message;
+      for (const Request& request : requests)
+         *message.add_bulk() = request;
+      pb::rpc_status_bulk_msg response;
+      contract_.cbf.processCbfNhgRedirectBulkRequest(message, response);
+      return response;
+   }
+   static orv::acl_key_t list(const std::string& name, orv::acl_type_t type) { return {name, type}; }
+   // Priority values of a list, by sequence.
+   std::vector<int> priorities(const orv::acl_key_t& key) {
+      std::vector<int> values;
+      unsigned expected = 0;
+      for (const auto& [seq, rule] : rules_[key]) {
+         EXPECT_EQ(seq, ++expected);
+         values.push_back(rule.priority_value());
+      }
+      return values;
+   }
+   void expectNoChange() {
+      EXPECT_CALL(host_.aclMgr, acl_rule_set(_, _, testing::Matcher<const orv::acl_rule_ip_t&>(_))).Times(0);
+      EXPECT_CALL(host_.aclMgr, acl_rule_del(_, _)).Times(0);
+      EXPECT_CALL(host_.aclMgr, acl_del(_)).Times(0);
+      EXPECT_CALL(host_.aclMgr, acl_commit()).Times(0);
+      EXPECT_CALL(host_.classMapMgr, class_map_is(_)).Times(0);
+      EXPECT_CALL(host_.classMapMgr, class_map_del(_)).Times(0);
+      EXPECT_CALL(host_.policyMapMgr, policy_map_is(_)).Times(0);
+   }
+
+   std::map<orv::acl_key_t, std::map<unsigned, orv::acl_rule_ip_t>> rules_;
+};
+
+class NamedCbfRedirectTest : public CbfRedirectTest {
+protected:
+   NamedCbfRedirectTest() { contract_.init(0, "map"); }
+};
+
+TEST(CbfUniqueName, readsShortWhereTheNamesAreRelated) {
+   EXPECT_EQ(getCbfUniqueName("a", "b"), "a-b");
+   EXPECT_EQ(getCbfUniqueName("nhg_a", "nhg_b"), "nhg_a_b");
+   EXPECT_EQ(getCbfUniqueName("nhg-a", "nhg-b"), "nhg-a-b");
+   EXPECT_EQ(getCbfUniqueName("nhg", "nhg_b"), "nhg_b");
+   EXPECT_EQ(getCbfUniqueName("nhg", "nhg-b"), "nhg-b");
+   EXPECT_EQ(getCbfUniqueName("nhg1", "nhg2"), "nhg1-nhg2");
+   EXPECT_EQ(getCbfUniqueName("nhg", "nhgb"), "nhg-nhgb");
+   EXPECT_EQ(getCbfUniqueName("nhg_b", "nhg"), "nhg_b-nhg");
+   EXPECT_EQ(getCbfUniqueName("nhg_", "nhg_b"), "nhg__b");
+   EXPECT_EQ(getCbfUniqueName("same", "same"), "same-same");
+   EXPECT_EQ(getCbfUniqueName("", "b"), "-b");
+   EXPECT_EQ(getCbfUniqueName("a", ""), "a-");
+}
+
+TEST_F(CbfRedirectTest, whatIsMissingIsRefusedInOrderAndNothingIsChanged) {
+   expectNoChange();
+   EXPECT_EQ(process({}).status(), pb::RPC_STATUS_NOT_INITIALIZED);
+   EXPECT_EQ(process({}).debug_string(), "Error: no prior rpc_server_init call, request ");
+   contract_.init();
+   EXPECT_EQ(process({}).debug_string(),
+             "Error: no cbf_nexthop_group_redirect_policy_map_name specified in init");
+   contract_.init(0, "map");
+   fixture::TraceCapture traces("OrvSdkRpc/0");
+   const auto refusal = [&](const Request& request) {
+      const auto response = process(request);
+      EXPECT_EQ(response.status(), pb::RPC_STATUS_ERROR);
+      EXPECT_EQ(traces.count(response.debug_string()), 1U);
+      return response.debug_string();
+   };
+   EXPECT_EQ(refusal(message("", "", {64})), "Error: match_nexthop_group_name required");
+   EXPECT_EQ(refusal(message("a", "", {64})), "Error: redirect_nexthop_group_name required");
+   EXPECT_EQ(refusal(message("a", "b", {})), "Error: match_ipv4_dscp or match_ipv6_dscp must be specified");
+   EXPECT_EQ(refusal(message("a", "b", {63, 64, 65}, {70})),
+             "Error: match_ipv4_dscp contain invalid DSCP value 64");
+   EXPECT_EQ(refusal(message("a", "b", {63}, {70})), "Error: match_ipv6_dscp contain invalid DSCP value 70");
+   // A delete names both groups, too.
+   Request request = removal("a", "");
+   EXPECT_EQ(process(request).debug_string(), "Error: redirect_nexthop_group_name required");
+}
+
+TEST_F(NamedCbfRedirectTest, aRedirectIsTwoListsAClassMapAndARule) {
+   fixture::TraceCapture traces("OrvSdkRpc/1");
+   {
+      testing::InSequence order;
+      EXPECT_CALL(host_.aclMgr, acl_commit());
+      EXPECT_CALL(host_.classMapMgr, class_map_is(_));
+      EXPECT_CALL(host_.policyMapMgr, policy_map_is(_));
+   }
+   EXPECT_EQ(status(message("nhg_a", "nhg_b", {46, 10, 10}, {46})), pb::RPC_STATUS_OK);
+   const auto v4 = list("nhg_a_b_IPv4", orv::acl_type_t::ipv4);
+   const auto v6 = list("nhg_a_b_IPv6", orv::acl_type_t::ipv6);
+   EXPECT_EQ(priorities(v4), (std::vector<int>{10, 10, 46}));
+   EXPECT_EQ(priorities(v6), (std::vector<int>{184}));
+   const orv::acl_rule_ip_t& rule = rules_[v6][1];
+   EXPECT_EQ(rule.action(), orv::acl_action_t::permit);
+   EXPECT_EQ(rule.nexthop_group(), "nhg_a");
+   EXPECT_EQ(rule.priority_mask(), 0xfc);
+   EXPECT_TRUE(rule.match_ip_priority());
+   EXPECT_EQ(rules_[v4][1].priority_mask(), 0x3f);
+   const auto& classRules = classMaps_.at(classKey("nhg_a_b")).rules();
+   ASSERT_EQ(classRules.size(), 2U);
+   EXPECT_EQ(classRules.at(1).acl_key(), v4);
+   EXPECT_EQ(classRules.at(2).acl_key(), v6);
+   EXPECT_EQ(policyMap_.rules(),
+             (std::map<std::uint32_t, orv::policy_map_rule_t>{{1, ruleTo("nhg_a_b", {"nhg_b"})}}));
+   EXPECT_EQ(policyMap_.key(), mapKey);
+   EXPECT_EQ(traces.texts(),
+             std::vector<std::string>{"Added map seq 1 matching nhg_a redirect nhg_b IPv4-DSCP "
+                                      "[ 10, 10, 46 ] IPv6-DSCP [ 46 ]"});
+}
+
+TEST_F(NamedCbfRedirectTest, aFamilyWithoutValuesHasItsListInTheClassMapAllTheSame) {
+   EXPECT_EQ(status(message("a", "b", {}, {46})), pb::RPC_STATUS_OK);
+   EXPECT_TRUE(priorities(list("a-b_IPv4", orv::acl_type_t::ipv4)).empty());
+   EXPECT_EQ(classMaps_.at(classKey("a-b")).rules().at(1).acl_key(), list("a-b_IPv4", orv::acl_type_t::ipv4));
+   EXPECT_EQ(classMaps_.at(classKey("a-b")).rules().size(), 2U);
+}
+
+TEST_F(NamedCbfRedirectTest, whatIsWrittenReadsBackInTheNextProcess) {
+   EXPECT_EQ(status(message("a", "b", {0, 63}, {46})), pb::RPC_STATUS_OK);
+   CbfNhgRedirectProgrammer next(contract_.client, &host_.policyMapMgr, &host_.classMapMgr, &host_.aclMgr,
+                                 &host_.agentMgr, nullptr);
+   EXPECT_TRUE(next.cbrPolicyMapNameIs("map"));
+   ASSERT_EQ(next.redirects().size(), 1U);
+   const auto& [key, values] = *next.redirects().begin();
+   EXPECT_EQ(key, (CbfNhgRedirectProgrammer::Key{"a", "b"}));
+   EXPECT_EQ(values.ipv4.values(), (std::vector<std::uint8_t>{0, 63}));
+   EXPECT_EQ(values.ipv6.values(), (std::vector<std::uint8_t>{46}));
+}
+
+TEST_F(NamedCbfRedirectTest, theSameAgainChangesNothingButTheEpoch) {
+   EXPECT_EQ(status(message("a", "b", {1, 2})), pb::RPC_STATUS_OK);
+   contract_.resync(0);
+   expectNoChange();
+   fixture::TraceCapture traces("OrvSdkRpc/6");
+   EXPECT_EQ(status(message("a", "b", {2, 1})), pb::RPC_STATUS_OK);
+   EXPECT_EQ(find("a", "b")->epoch, 1);
+   EXPECT_EQ(traces.texts(),
+             std::vector<std::string>{"Ignore add map seq 1 matching a redirect b IPv4-DSCP [ 1, 2 ] "
+                                      "IPv6-DSCP [] existing sequence"});
+}
+
+TEST_F(NamedCbfRedirectTest, otherValuesChangeTheListsAlone) {
+   EXPECT_EQ(status(message("a", "b", {1, 2, 3})), pb::RPC_STATUS_OK);
+   EXPECT_CALL(host_.classMapMgr, class_map_is(_)).Times(0);
+   EXPECT_CALL(host_.policyMapMgr, policy_map_is(_)).Times(0);
+   EXPECT_CALL(host_.aclMgr, acl_commit());
+   fixture::TraceCapture traces("OrvSdkRpc/1,OrvSdkRpc/6");
+   EXPECT_EQ(status(message("a", "b", {9})), pb::RPC_STATUS_OK);
+   EXPECT_EQ(priorities(list("a-b_IPv4", orv::acl_type_t::ipv4)), (std::vector<int>{9}));
+   EXPECT_EQ(traces.count("Updated Acl for map seq 1 matching a redirect b IPv4-DSCP [ 9 ] IPv6-DSCP []"),
+             1U);
+}
+
+TEST_F(NamedCbfRedirectTest, aBulkCommitsAndPushesOnceWhateverItsItemsAre) {
+   for (const auto& requests :
+        {std::vector<Request>{message("a", "b", {1}), message("a", "", {1}), message("c", "d", {2})},
+         std::vector<Request>{}, std::vector<Request>{message("", "", {})}}) {
+      testing::Mock::VerifyAndClearExpectations(&host_.aclMgr);
+      testing::Mock::VerifyAndClearExpectations(&host_.policyMapMgr);
+      testing::InSequence order;
+      EXPECT_CALL(host_.aclMgr, acl_commit());
+      EXPECT_CALL(host_.policyMapMgr, policy_map_is(_));
+      const auto response = bulk(requests);
+      ASSERT_EQ(response.statuses_size(), static_cast<int>(requests.size()));
+      if (requests.size() == 3) {
+         EXPECT_EQ(response.statuses(0).status(), pb::RPC_STATUS_OK);
+         EXPECT_EQ(response.statuses(1).status(), pb::RPC_STATUS_ERROR);
+         EXPECT_EQ(response.statuses(2).status(), pb::RPC_STATUS_OK);
+      }
+   }
+   EXPECT_EQ(contract_.cbf.lastSequence(), 2U);
+}
+
+TEST_F(NamedCbfRedirectTest, aBulkThatCannotBePushedIsAnErrorOfItsGoodItems) {
+   EXPECT_CALL(host_.policyMapMgr, policy_map_is(_)).WillOnce(testing::Throw(orv::error("full")));
+   const auto response = bulk({message("a", "b", {1}), removal("x", "y")});
+   EXPECT_EQ(response.statuses(0).status(), pb::RPC_STATUS_ERROR);
+   EXPECT_EQ(response.statuses(0).debug_string(), "Error: exception full");
+   EXPECT_EQ(response.statuses(1).status(), pb::RPC_STATUS_NOT_FOUND);
+   // The controller sends it once more, alone.
+   EXPECT_CALL(host_.policyMapMgr, policy_map_is(_)).WillOnce([this](const orv::policy_map_t& map) {
+      policyMap_ = map;
+   });
+   EXPECT_EQ(status(message("a", "b", {1})), pb::RPC_STATUS_OK);
+   EXPECT_EQ(policyMap_.rules().size(), 1U);
+}
+
+TEST_F(CbfRedirectTest, aBulkBeforeInitDoesNotPushAPolicyMapWithoutAName) {
+   EXPECT_CALL(host_.policyMapMgr, policy_map_is(_)).Times(0);
+   EXPECT_EQ(bulk({message("a", "b", {1})}).statuses(0).status(), pb::RPC_STATUS_NOT_INITIALIZED);
+}
+
+TEST_F(NamedCbfRedirectTest, anErrorBecomesWords) {
+   EXPECT_CALL(host_.classMapMgr, class_map_is(_))
+        .WillOnce(testing::Throw(orv::configuration_error("no room")));
+   const auto response = process(message("a", "b", {1}));
+   EXPECT_EQ(response.status(), pb::RPC_STATUS_ERROR);
+   EXPECT_TRUE(response.debug_string().starts_with("Error: request match_ipv4_dscp: 1 "));
+   EXPECT_TRUE(response.debug_string().ends_with(" exception no room"));
+   EXPECT_TRUE(contract_.cbf.redirects().empty());
+}
+
+TEST_F(NamedCbfRedirectTest, aRemovalWaitsAndThenTakesEverythingInOnePush) {
+   status(message("a", "b", {1}));
+   status(message("c", "d", {2}));
+   status(message("e", "f", {3}));
+   fixture::TraceCapture traces("OrvSdkRpc/1");
+   const orv::policy_map_t before = policyMap_;
+   EXPECT_EQ(status(removal("a", "b")), pb::RPC_STATUS_OK);
+   EXPECT_EQ(status(removal("a", "b")), pb::RPC_STATUS_OK);
+   EXPECT_EQ(status(removal("c", "d")), pb::RPC_STATUS_OK);
+   EXPECT_EQ(policyMap_, before);
+   EXPECT_EQ(rules_.size(), 3U);
+   EXPECT_EQ(classMaps_.size(), 3U);
+   EXPECT_CALL(host_.aclMgr, acl_commit()).Times(1);
+   EXPECT_EQ(contract_.cbf.processRemove(), 2U);
+   EXPECT_EQ(policyMap_.rules(),
+             (std::map<std::uint32_t, orv::policy_map_rule_t>{{3, ruleTo("e-f", {"f"})}}));
+   EXPECT_EQ(rules_.size(), 1U);
+   EXPECT_EQ(classMaps_.size(), 1U);
+   EXPECT_EQ(traces.count("Scheduled removal map seq 1 matching a redirect b"), 2U);
+   EXPECT_EQ(traces.count("Removed map seq 1 matchNhg a redirectNhg b"), 1U);
+   EXPECT_EQ(traces.count("Removed 2 sequences from map"), 1U);
+   testing::Mock::VerifyAndClearExpectations(&host_.aclMgr);
+   // Sequences are not used again.
+   EXPECT_EQ(status(message("a", "b", {1})), pb::RPC_STATUS_OK);
+   EXPECT_EQ(find("a", "b")->sequence, 4U);
+   EXPECT_EQ(find("c", "d"), nullptr);
+}
+
+TEST_F(NamedCbfRedirectTest, whatIsAddedAgainBeforeTheRemovalStays) {
+   status(message("a", "b", {1}));
+   status(removal("a", "b"));
+   expectNoChange();
+   fixture::TraceCapture traces("OrvSdkRpc/6");
+   EXPECT_EQ(status(message("a", "b", {1})), pb::RPC_STATUS_OK);
+   EXPECT_EQ(traces.texts().at(0),
+             "Ignore add map seq 1 matching a redirect b IPv4-DSCP [ 1 ] IPv6-DSCP [] "
+             "existing sequence unscheduled pending removal");
+   EXPECT_EQ(contract_.cbf.processRemove(), 0U);
+   EXPECT_NE(find("a", "b"), nullptr);
+}
+
+TEST_F(NamedCbfRedirectTest, aRemovalThatIsRefusedIsTriedAgainAsAWhole) {
+   status(message("a", "b", {1}));
+   status(message("c", "d", {2}));
+   status(removal("a", "b"));
+   status(removal("c", "d"));
+   fixture::TraceCapture traces("OrvSdkRpc/0");
+   EXPECT_CALL(host_.policyMapMgr, policy_map_is(_))
+        .WillOnce(testing::Throw(orv::error("disk full")))
+        .WillRepeatedly([this](const orv::policy_map_t& map) { policyMap_ = map; });
+   EXPECT_EQ(contract_.cbf.processRemove(), 0U);
+   EXPECT_EQ(traces.texts(), std::vector<std::string>{"Error: exception disk full"});
+   EXPECT_EQ(contract_.cbf.redirects().size(), 2U);
+   // One that is added again meanwhile has lost layers, and gets them all back at its place.
+   EXPECT_EQ(status(message("c", "d", {2})), pb::RPC_STATUS_OK);
+   EXPECT_EQ(priorities(list("c-d_IPv4", orv::acl_type_t::ipv4)), (std::vector<int>{2}));
+   EXPECT_TRUE(classMaps_.contains(classKey("c-d")));
+   EXPECT_CALL(host_.classMapMgr, class_map_del(_))
+        .WillOnce(testing::Throw(orv::error("still full")))
+        .WillOnce(Return());
+   EXPECT_EQ(contract_.cbf.processRemove(), 0U);
+   EXPECT_EQ(contract_.cbf.processRemove(), 1U);
+   EXPECT_EQ(policyMap_.rules(),
+             (std::map<std::uint32_t, orv::policy_map_rule_t>{{2, ruleTo("c-d", {"d"})}}));
+   EXPECT_EQ(contract_.cbf.redirects().size(), 1U);
+   EXPECT_EQ(contract_.cbf.processRemove(), 0U);
+}
+
+TEST_F(NamedCbfRedirectTest, anAddThatWasRefusedIsMadeGoodByTheNextOne) {
+   EXPECT_CALL(host_.policyMapMgr, policy_map_is(_))
+        .WillOnce(testing::Throw(orv::error("disk full")))
+        .WillRepeatedly([this](const orv::policy_map_t& map) { policyMap_ = map; });
+   EXPECT_EQ(status(message("a", "b", {1})), pb::RPC_STATUS_ERROR);
+   EXPECT_TRUE(policyMap_.rules().empty());
+   EXPECT_EQ(status(message("a", "b", {1})), pb::RPC_STATUS_OK);
+   EXPECT_EQ(policyMap_.rules(),
+             (std::map<std::uint32_t, orv::policy_map_rule_t>{{1, ruleTo("a-b", {"b"})}}));
+   // Other values are refused: those of before are then no repetition.
+   EXPECT_CALL(host_.aclMgr, acl_commit())
+        .WillOnce(testing::Throw(orv::error("disk full")))
+        .WillRepeatedly(Return());
+   EXPECT_EQ(status(message("a", "b", {7, 8})), pb::RPC_STATUS_ERROR);
+   EXPECT_EQ(status(message("a", "b", {1})), pb::RPC_STATUS_OK);
+   EXPECT_EQ(priorities(list("a-b_IPv4", orv::acl_type_t::ipv4)), (std::vector<int>{1}));
+   EXPECT_EQ(contract_.cbf.lastSequence(), 1U);
+   testing::Mock::VerifyAndClearExpectations(&host_.aclMgr);
+   testing::Mock::VerifyAndClearExpectations(&host_.policyMapMgr);
+   expectNoChange();
+   EXPECT_EQ(status(message("a", "b", {1})), pb::RPC_STATUS_OK);
+}
+
+TEST_F(NamedCbfRedirectTest, aRemovalOfAnUnknownRedirectIsNotFoundWithoutWords) {
+   expectNoChange();
+   fixture::TraceCapture traces("OrvSdkRpc/6");
+   const auto response = process(removal("a", "b"));
+   EXPECT_EQ(response.status(), pb::RPC_STATUS_NOT_FOUND);
+   EXPECT_EQ(response.debug_string(), "");
+   EXPECT_EQ(traces.texts(),
+             std::vector<std::string>{"Ignore remove map matching a redirect b no matching sequence"});
+}
+
+TEST_F(NamedCbfRedirectTest, aResyncSchedulesWhatWasNotReplayedAndALateReplaySavesIt) {
+   status(message("a", "b", {1}));
+   status(message("c", "d", {2}));
+   status(message("e", "f", {3}));
+   contract_.resync(0);
+   status(message("a", "b", {1}));
+   EXPECT_EQ(contract_.resync(1).status(), pb::RPC_STATUS_OK);
+   status(message("c", "d", {2}));
+   EXPECT_EQ(contract_.cbf.processRemove(), 1U);
+   EXPECT_NE(find("a", "b"), nullptr);
+   EXPECT_NE(find("c", "d"), nullptr);
+   EXPECT_EQ(find("e", "f"), nullptr);
+}
+
+TEST_F(NamedCbfRedirectTest, everyCallHoldsTheLock) {
+   orv::host::main_thread_is();
+   int calls = 0;
+   const auto see = [&](const auto&...) { calls += orv::sdk_call_allowed() ? 1 : 100; };
+   ON_CALL(host_.aclMgr, acl_commit()).WillByDefault([&] { see(); });
+   ON_CALL(host_.classMapMgr, class_map_is(_)).WillByDefault(see);
+   ON_CALL(host_.policyMapMgr, policy_map_is(_)).WillByDefault(see);
+   std::thread pump([&] {
+      status(message("a", "b", {1}));
+      EXPECT_FALSE(orv::sdk_call_allowed());
+      bulk({message("c", "d", {1}), removal("a", "b")});
+      EXPECT_FALSE(orv::sdk_call_allowed());
+   });
+   pump.join();
+   EXPECT_EQ(calls, 6);
+   orv::host::main_thread_clear();
+}
+
+struct MountedOverrides {
+   MountedOverrides() {
+      mgr_.doMounts(Pavo::makePtr<Tessel::MountGroup>(entities_), nullptr);
+      mgr_.onMountsComplete(entities_, nullptr);
+   }
+
+   const Pavo::Ptr<Tessel::EntityManager> entities_ = Pavo::makePtr<Tessel::EntityManager>();
+   CbfNhgMgr mgr_{nullptr};
+};
+
+// With the override table mounted.
+class CbfOverrideTest : private MountedOverrides, public CbfRedirectTest {
+protected:
+   CbfOverrideTest() : CbfRedirectTest(&mgr_) { contract_.init(0, "map"); }
+   const auto& table() const {
+      return entities_->entity<CbfNhgExt::CbfNhgOverrideConfig>("te/nexthopgroup/override/config")
+           ->nhgOverride();
+   }
+};
+
+TEST_F(CbfOverrideTest, theTableHasTheUnionOfBothFamiliesUntilTheRemoval) {
+   EXPECT_EQ(status(message("a", "b", {1, 63}, {1, 46})), pb::RPC_STATUS_OK);
+   ASSERT_EQ(table().size(), 1U);
+   EXPECT_EQ(table().begin()->first.match.nhgName(), "a");
+   EXPECT_EQ(table().begin()->first.redirect.nhgName(), "b");
+   EXPECT_EQ(table().begin()->second.count(), 3U);
+   EXPECT_TRUE(table().begin()->second.dscp(46));
+   status(removal("a", "b"));
+   EXPECT_EQ(table().size(), 1U);
+   contract_.cbf.processRemove();
+   EXPECT_TRUE(table().empty());
+}
+
+TEST_F(CbfOverrideTest, itIsWrittenFirstAndStaysWhenALaterLayerRefuses) {
+   EXPECT_CALL(host_.classMapMgr, class_map_is(_)).WillOnce(testing::Throw(orv::error("no")));
+   EXPECT_EQ(status(message("a", "b", {1})), pb::RPC_STATUS_ERROR);
+   EXPECT_EQ(table().size(), 1U);
+}
+
+TEST_F(CbfOverrideTest, aNameOf129BytesIsBeyondTheTable) {
+   EXPECT_EQ(status(message(std::string(128, 'x').c_str(), "b", {1})), pb::RPC_STATUS_OK);
+   EXPECT_THROW(process(message(std::string(129, 'x').c_str(), "b", {1})), Zelt::RangeException);
+}
+
+TEST_F(NamedCbfRedirectTest, withoutATableANameOf129BytesIsHarmless) {
+   EXPECT_EQ(status(message(std::string(129, 'x').c_str(), "b", {1})), pb::RPC_STATUS_OK);
+}
+
+}  // namespace
+}  // namespace OrvSdkRpc

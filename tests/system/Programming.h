@@ -1,0 +1,33 @@
+// Groups and routes that a programmer takes.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "OrvSdkRpc/programming/IpRouteProgrammer.h"
+#include "OrvSdkRpc/programming/NexthopGroupProgrammer.h"
+#include "fixture/Programmed.h"
+
+namespace systest {
+
+// A group of one nexthop, out of `intf` where it is given.
+inline void programGroup(OrvSdkRpc::NexthopGroupProgrammer& groups, const std::string& name,
+                         const std::string& intf = {}) {
+   OrvSdkRpc::pb::nexthop_group_msg request;
+   request.set_name(name);
+   fixture::addNexthop(request, 1, {100});
+   if (!intf.empty()) request.mutable_nexthops(0)->set_intf(intf);
+   OrvSdkRpc::pb::rpc_status_msg response;
+   groups.processNexthopGroupRequest(request, response);
+   EXPECT_EQ(response.status(), OrvSdkRpc::pb::RPC_STATUS_OK) << response.debug_string();
+}
+
+// 10.0.<third>.0/24 to the group.
+inline void programRoute(OrvSdkRpc::IpRouteProgrammer& routes, int third, const std::string& group) {
+   OrvSdkRpc::pb::rpc_status_msg response;
+   routes.processIpRouteRequest(fixture::ipRoute(third, group), response);
+   EXPECT_EQ(response.status(), OrvSdkRpc::pb::RPC_STATUS_OK) << response.debug_string();
+}
+
+}  // namespace systest
