@@ -38,6 +38,7 @@ unsigned TaskScheduler::runReady(std::int64_t sliceNanos) {
    unsigned executions = 0;
    std::int64_t now = Clock::steadyNanos();
    const std::int64_t end = now + sliceNanos;
+   if (wokenAt_ != 0) delays_.longestWake = std::max(delays_.longestWake, now - std::exchange(wokenAt_, 0));
    for (;;) {
       expireTimers(now);
       if (readyMask_ == 0) break;
@@ -60,7 +61,7 @@ void TaskScheduler::run() {
 }
 
 void TaskScheduler::stop() noexcept {
-   stop_.store(true, std::memory_order_relaxed);
+   stop_.store(true, std::memory_order_release);
    signalLoop();
 }
 
@@ -142,6 +143,7 @@ void TaskScheduler::unlinkReady(Task& task) noexcept {
 void TaskScheduler::expireTimers(std::int64_t now) {
    while (!timers_.empty() && timers_.earliestDeadline() <= now) {
       Task& task = timers_.earliest();
+      delays_.longestTimer = std::max(delays_.longestTimer, now - timers_.earliestDeadline());
       timers_.remove(task);
       linkReady(task);
    }
@@ -186,6 +188,8 @@ bool TaskScheduler::shouldYield(const Task& task) const {
 void TaskScheduler::wakeFor(std::int64_t deadline) noexcept {
    if (awake_ || deadline >= wakeAt_) return;
    awake_ = true;
+   // Beside the system call that follows, the look at the clock costs nothing.
+   wokenAt_ = Clock::steadyNanos();
    signalLoop();
 }
 

@@ -28,6 +28,14 @@
 
 namespace Gorm {
 
+/// How late the loop has been at the worst, for an operator who asks whether it is served. Nanoseconds.
+struct LoopDelays {
+   /// From the wake-up of the sleeping loop to its next turn with the lock.
+   std::int64_t longestWake = 0;
+   /// From a timer's time to the moment at which its task became ready.
+   std::int64_t longestTimer = 0;
+};
+
 class TaskScheduler final : public Pavo::RefCounted {
 public:
    static constexpr std::int64_t defaultSliceNanos = 1'000'000;
@@ -55,12 +63,15 @@ public:
    void stop() noexcept;
    bool stopRequested() const noexcept { return stop_.load(std::memory_order_relaxed); }
    /// Takes back stop, for a second loop in one process. Not while a loop runs.
-   void restart() noexcept { stop_.store(false, std::memory_order_relaxed); }
+   /// A stop that comes at the same time is either seen by what follows this call or stands.
+   void restart() noexcept { stop_.exchange(false, std::memory_order_acq_rel); }
 
    /// The task that runs, or null. With the activity lock.
    Task* current() const { return current_; }
    /// Whether a task is ready now, due timers not counted. With the activity lock.
    bool hasReady() const { return readyMask_ != 0; }
+   /// Since the scheduler was made. With the activity lock.
+   const LoopDelays& delays() const { return delays_; }
    /// Calls `visit` for every task that exists, in the order of their making. With the activity lock; `visit`
    /// must neither make nor drop tasks.
    void forEachTask(const std::function<void(const Task&)>& visit) const;
@@ -103,6 +114,9 @@ private:
    std::int64_t wakeAt_ = 0;
    /// The loop runs, or has been woken and will run: it needs no signal. Guarded by the lock.
    bool awake_ = true;
+   /// When the loop was woken from its sleep; 0: it was not, or has had its turn. Guarded by the lock.
+   std::int64_t wokenAt_ = 0;
+   LoopDelays delays_;  ///< guarded by the lock
 
    // Without the lock.
    std::atomic<std::uint32_t> signal_{0};

@@ -5,6 +5,7 @@
 
 #include <atomic>
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <future>
 #include <stdexcept>
@@ -13,6 +14,7 @@
 #include <vector>
 
 #include "support/Loop.h"
+#include "support/SpinningThreads.h"
 #include "zelt/Clock.h"
 
 namespace Gorm {
@@ -186,6 +188,73 @@ TEST(TaskScheduler, everyWakeFromAnotherThreadArrives) {
          std::this_thread::yield();
    }
    EXPECT_EQ(runs.load(), 2000U);
+}
+
+TEST(TaskScheduler, everyWakeArrivesWhileTheMachineIsBusy) {
+   const Zelt::SpinningThreads spinning;
+   Loop loop;
+   std::atomic<unsigned> runs{0};
+   const auto task = loop.task("t", priorityNormal, [&] { runs.fetch_add(1); });
+   const RunningLoop running(loop);
+   for (unsigned i = 1; i <= 200; ++i) {
+      if (i % 2 == 0) {
+         task->scheduleTask();
+      } else {
+         task->scheduleTaskLowestDelay(i % 4 == 1 ? 0 : 50 * Zelt::nanosPerMicro);
+      }
+      const std::int64_t limit = Zelt::Clock::steadyNanos() + 20 * Zelt::nanosPerSecond;
+      while (runs.load() != i && Zelt::Clock::steadyNanos() < limit)
+         std::this_thread::yield();
+      ASSERT_EQ(runs.load(), i) << "a wake-up was lost";
+   }
+   const Zelt::ActivityLockAnchor anchor(loop.lock);
+   EXPECT_GT(loop.scheduler->delays().longestWake, 0);
+}
+
+TEST(TaskScheduler, everyStopArrivesWhileTheMachineIsBusy) {
+   const Zelt::SpinningThreads spinning;
+   Loop loop;
+   for (int i = 0; i < 100; ++i) {
+      std::promise<void> ended;
+      std::thread thread([&] {
+         loop.scheduler->run();
+         ended.set_value();
+      });
+      loop.scheduler->stop();
+      ASSERT_EQ(ended.get_future().wait_for(std::chrono::seconds(20)), std::future_status::ready);
+      thread.join();
+      loop.scheduler->restart();
+   }
+}
+
+TEST(TaskScheduler, aStopIsNotLostToARestartAtTheSameTime) {
+   Loop loop;
+   for (int i = 0; i < 2000; ++i) {
+      loop.scheduler->stop();
+      std::atomic<int> stops{1};
+      std::thread second([&] {
+         stops.fetch_add(1);
+         loop.scheduler->stop();
+      });
+      loop.scheduler->restart();
+      const bool seen = stops.load() == 2;
+      second.join();
+      EXPECT_TRUE(seen || loop.scheduler->stopRequested());
+      loop.scheduler->restart();
+   }
+}
+
+TEST(TaskScheduler, tellsHowLateATimerWas) {
+   Loop loop;
+   const auto task = loop.task("t", priorityNormal, [] {});
+   const std::int64_t begin = Zelt::Clock::steadyNanos();
+   task->scheduleTaskLowestDelay(0);
+   while (Zelt::Clock::steadyNanos() - begin < 2 * Zelt::nanosPerMilli)
+      std::this_thread::yield();
+   loop.pass();
+   const Zelt::ActivityLockAnchor anchor(loop.lock);
+   EXPECT_GT(loop.scheduler->delays().longestTimer, 0);
+   EXPECT_LE(loop.scheduler->delays().longestTimer, Zelt::Clock::steadyNanos() - begin);
 }
 
 TEST(TaskScheduler, anEarlierTimerFromAnotherThreadShortensTheSleep) {
