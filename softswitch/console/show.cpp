@@ -14,10 +14,10 @@ void run(Call& call) {
    document.finish();
 }
 
-constexpr std::array<Show*, 18> everything{
-     showVersion,     showInterfaces, showPorts,        showTraffic,  showWriters,   showVrf,
-     showAgentStatus, showCounters,   showNexthopGroup, showIpRoute,  showMplsRoute, showTunnel,
-     showFibRoute,    showFibFec,     showAcl,          showClassMap, showPolicyMap, showSbfd};
+constexpr std::array<Show*, 19> everything{
+     showVersion,  showInterfaces,   showPorts,     showTraffic,   showWriters, showVrf,      showAgentStatus,
+     showCounters, showNexthopGroup, showIpRoute,   showMplsRoute, showTunnel,  showFibRoute, showFibFec,
+     showAcl,      showClassMap,     showPolicyMap, showSbfd,      showMainLoop};
 
 void showTech(Call& call) {
    call.args.end();
@@ -53,6 +53,8 @@ constexpr std::array commands{
      command("show policy-map", "", "policy maps, where applied, hardware status", run<showPolicyMap>),
      command("show sbfd", "", "sBFD echo sessions and the far ends that answer them", run<showSbfd>),
      command("show counters", "", "rows and capacity of every table", run<showCounters>),
+     command("show main-loop", "", "its tasks, how late it was, how threads waited for its lock",
+             run<showMainLoop>),
      command("show tech", "", "everything above, one after the other", showTech),
      command("show forwarding lookup", "[ADDRESS] [label N] [dscp N] [vrf NAME]",
              "which way a packet takes: route, group, redirect, entry", run<showForwardingLookup>),

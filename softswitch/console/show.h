@@ -18,6 +18,7 @@ namespace softswitch::console {
 using Show = void(SoftSwitch& target, Args& args, Document& document);
 
 Show showVersion, showInterfaces, showVrf, showAgentStatus, showCounters;                 // show_switch.cpp
+Show showMainLoop;                                                                        // show_loop.cpp
 Show showPorts, showTraffic, showWriters;                                                 // show_ports.cpp
 Show showNexthopGroup, showIpRoute, showMplsRoute, showTunnel, showFibRoute, showFibFec;  // show_routes.cpp
 Show showAcl, showClassMap, showPolicyMap;                                                // show_policy.cpp

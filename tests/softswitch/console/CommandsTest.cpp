@@ -42,6 +42,7 @@ TEST_F(CommandsTest, helpNamesEveryCommand) {
                                "show policy-map",
                                "show sbfd",
                                "show counters",
+                               "show main-loop",
                                "show tech",
                                "show forwarding lookup [ADDRESS] [label N] [dscp N] [vrf NAME]",
                                "configure interface NAME",
@@ -80,7 +81,7 @@ TEST_F(CommandsTest, unknownWordsAreNamedWithWhatWasExpected) {
              "unknown command 'shwo', expected one of configure, help, set, show, unset");
    EXPECT_EQ(refusal("show"),
              "missing word after 'show', expected one of acl, agent, class-map, counters, fib, "
-             "forwarding, interfaces, ip, "
+             "forwarding, interfaces, ip, main-loop, "
              "mpls, nexthop-group, policy-map, ports, sbfd, tech, traffic, tunnel, version, vrf, writers");
    EXPECT_THAT(refusal("show rooms"), HasSubstr("'rooms' after 'show', expected one of acl, agent"));
    EXPECT_EQ(refusal("show ip"), "missing word after 'show ip', expected route");
@@ -95,10 +96,10 @@ TEST_F(CommandsTest, unknownWordsAreNamedWithWhatWasExpected) {
 
 TEST_F(CommandsTest, everyShowCommandRefusesAWordTooManyAndPrintsBothForms) {
    for (const auto* command :
-        {"show version", "show interfaces", "show vrf", "show nexthop-group", "show ip route",
-         "show mpls route", "show tunnel", "show fib route", "show fib fec", "show agent status", "show acl",
-         "show class-map", "show policy-map", "show sbfd", "show counters", "show ports", "show traffic",
-         "show writers", "show tech"}) {
+        {"show version",    "show interfaces", "show vrf",        "show nexthop-group", "show ip route",
+         "show mpls route", "show tunnel",     "show fib route",  "show fib fec",       "show agent status",
+         "show acl",        "show class-map",  "show policy-map", "show sbfd",          "show counters",
+         "show ports",      "show traffic",    "show writers",    "show main-loop",     "show tech"}) {
       EXPECT_NE(refusal(std::string(command) + " \"\" extra words"), "") << command;
       EXPECT_NE(run(command), "") << command;
       EXPECT_TRUE(json(command).is_object()) << command;
@@ -112,7 +113,8 @@ TEST_F(CommandsTest, techHoldsEverything) {
         {"version",     "interfaces",    "vrfs",           "agent",     "status",      "options",
          "tables",      "store",         "nexthop_groups", "ip_routes", "mpls_routes", "mpls_vrf_labels",
          "tunnels",     "fib_routes",    "fib_fecs",       "acls",      "acl_rules",   "class_maps",
-         "policy_maps", "sbfd_sessions", "sbfd_far_ends",  "ports",     "traffic",     "writers"}) {
+         "policy_maps", "sbfd_sessions", "sbfd_far_ends",  "ports",     "traffic",     "writers",
+         "main_loop",   "activity_lock", "tasks"}) {
       EXPECT_TRUE(tech.contains(section)) << section;
       EXPECT_THAT(run("show tech"), HasSubstr(std::string("---- ") + section + " ----\n"));
    }

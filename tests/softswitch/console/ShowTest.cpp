@@ -2,7 +2,9 @@
 
 #include <gmock/gmock.h>
 
+#include <cstdint>
 #include <map>
+#include <thread>
 
 #include "CommandsTest.h"
 #include "orv/agent.h"
@@ -12,6 +14,7 @@
 #include "softswitch/managers/acl_mgr.h"
 #include "softswitch/managers/class_map_mgr.h"
 #include "softswitch/managers/policy_map_mgr.h"
+#include "zelt/ActivityLock.h"
 
 namespace softswitch::console {
 namespace {
@@ -249,6 +252,37 @@ TEST_F(ShowTest, countersCountRows) {
    EXPECT_EQ(tables["interfaces"]["rows"], 81);
    EXPECT_GT(counters["store"]["transactions"], 0);
    EXPECT_THAT(run("show counters"), ContainsRegex("ip routes +2 +2000000\n"));
+}
+
+TEST_F(ShowTest, theMainLoopTellsOfItsTasksItsDelaysAndItsLock) {
+   run("set counter-interval 1");
+   run("configure ip route 10.3.0.0/16 drop");
+   settle();
+   const auto shown = json("show main-loop");
+   EXPECT_GT(shown["main_loop"]["longest_wake_us"].get<std::int64_t>(), 0);
+   EXPECT_GE(shown["main_loop"]["longest_timer_delay_us"].get<std::int64_t>(), 0);
+   EXPECT_EQ(shown["activity_lock"]["missed_hand_overs"], 0);
+   std::map<std::string, Json> tasks;
+   for (const auto& task : shown["tasks"])
+      tasks[task["name"]] = task;
+   EXPECT_GT(tasks["hardware programming"]["runs"].get<std::uint64_t>(), 0U);
+   EXPECT_GE(tasks["hardware programming"]["longest_us"].get<std::int64_t>(), 0);
+   EXPECT_THAT(run("show main-loop"), ContainsRegex("missed_hand_overs: 0\n"));
+}
+
+TEST_F(ShowTest, aWaitForTheActivityLockIsCounted) {
+   const auto handed = [&] {
+      return json("show main-loop")["activity_lock"]["waits_handed_over"].get<std::uint64_t>();
+   };
+   const std::uint64_t before = handed();
+   Zelt::ActivityLock& lock = Zelt::activityLock();
+   lock.acquire();
+   std::thread waiter([] { const orv::sdk_scoped_lock wanted; });
+   while (lock.waiters() == 0)
+      std::this_thread::yield();
+   lock.release(Zelt::HandOver::now);
+   waiter.join();
+   EXPECT_GT(handed(), before);
 }
 
 }  // namespace
