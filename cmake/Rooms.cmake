@@ -73,3 +73,14 @@ function(orv_add_test target)
   gtest_discover_tests(${target} DISCOVERY_TIMEOUT 60 PROPERTIES
                        TIMEOUT ${T_TIMEOUT} RUN_SERIAL ${T_ALONE} LABELS "${T_LABELS}")
 endfunction()
+
+# orv_add_busy_test(<target> FILTER <suite.case>...)
+# Runs the given tests of a program once more, all in one process, with the machine made busy on purpose: waits and
+# wake-ups must work when every thread loses its processor at the worst moment. The patterns are GoogleTest's; one that
+# begins with "-" and all after it leave tests out: those that assert a measured time, which a busy machine does not keep.
+function(orv_add_busy_test target)
+  cmake_parse_arguments(B "" "" "FILTER" ${ARGN})
+  list(JOIN B_FILTER ":" filter)
+  add_test(NAME busy.${target} COMMAND run_busy $<TARGET_FILE:${target}> --gtest_filter=${filter} --gtest_brief=1)
+  set_tests_properties(busy.${target} PROPERTIES TIMEOUT 600 RUN_SERIAL TRUE LABELS busy)
+endfunction()
