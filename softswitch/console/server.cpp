@@ -158,9 +158,10 @@ Server::~Server() {
 }
 
 void Server::stop() {
+   // Also of a caller that only waits for another one's stop.
+   const Zelt::UnlockAnchor unlocked(Zelt::activityLock());
    std::call_once(stopped_, [this] {
       ::eventfd_write(stopFd_, 1);
-      const Zelt::UnlockAnchor unlocked(Zelt::activityLock());
       acceptor_.join();
       listener_.reset();
    });

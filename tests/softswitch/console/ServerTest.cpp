@@ -7,9 +7,11 @@
 #include <filesystem>
 #include <future>
 #include <latch>
+#include <thread>
 #include <vector>
 
 #include "ConsoleClient.h"
+#include "zelt/Anchors.h"
 
 namespace softswitch::console {
 namespace {
@@ -204,6 +206,30 @@ TEST_F(ServerTest, idleClientsDoNotKeepStopWaiting) {
    EXPECT_FALSE(std::filesystem::exists(address_.path));
    EXPECT_FALSE(ConsoleClient(address_).connected());
    server.reset();
+}
+
+// The first stop waits for the command, the command for the lock, and the lock's holder stops too.
+TEST_F(ServerTest, aStopByTheLocksHolderDuringAnotherStopLetsBothEnd) {
+   std::promise<void> stopBegan;
+   Server server(address_, [&](std::string_view, Output& out) {
+      try {
+         for (;;)
+            out.write("x");
+      } catch (const OutputClosed&) {
+         stopBegan.set_value();
+      }
+      const Zelt::ActivityLockAnchor lock;
+   });
+   ConsoleClient client(address_);
+   client.send("go\n");
+   auto reading = std::async(std::launch::async, [&] { return client.answer(); });
+   const Zelt::ActivityLockAnchor lock;
+   std::thread first([&] { server.stop(); });
+   stopBegan.get_future().wait();
+   server.stop();
+   first.join();
+   EXPECT_FALSE(reading.get());
+   EXPECT_EQ(Zelt::activityLock().depth(), 1U);
 }
 
 TEST_F(ServerTest, clientsInParallelGetTheirOwnAnswers) {
