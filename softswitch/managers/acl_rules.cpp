@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <optional>
 #include <string_view>
 
 #include "orv/error.h"
@@ -12,16 +13,37 @@ namespace {
 
 using orv::acl_range_operator_t;
 
+// The values of one rule. `where` tells whose rule it is, in front of each refusal.
 class RuleCheck {
 public:
-   RuleCheck(const orv::acl_key_t& key, std::uint32_t seq) : key_(key), seq_(seq) {}
+   explicit RuleCheck(absl::FunctionRef<std::string()> where) : where_(where) {}
 
    template <typename... Args>
    [[noreturn]] void refuse(fmt::format_string<Args...> format, Args&&... args) const {
-      throw orv::invalid_argument_error(fmt::format("ACL {} rule {}: {}", key_.to_string(), seq_,
-                                                    fmt::format(format, std::forward<Args>(args)...)));
+      throw orv::invalid_argument_error(
+           fmt::format("{}: {}", where_(), fmt::format(format, std::forward<Args>(args)...)));
    }
 
+   void match(const orv::acl_rule_ip_t& rule, std::optional<std::uint8_t> family) const {
+      vlans(rule);
+      if (rule.ttl().oper() == acl_range_operator_t::range) {
+         refuse("ttl has operator range, expected eq, gt, lt, neq or any");
+      }
+      address("source", rule.source_addr(), family);
+      address("destination", rule.destination_addr(), family);
+      ports("source port", rule.source_port());
+      ports("destination port", rule.destination_port());
+      range("tcp flags", rule.tcp_flags(), 0x1ff);
+      icmp("icmp type", rule.icmp_type());
+      icmp("icmp code", rule.icmp_code());
+   }
+
+   void match(const orv::acl_rule_eth_t& rule) const {
+      vlans(rule);
+      range("eth protocol", rule.eth_protocol(), 65536);
+   }
+
+private:
    void range(std::string_view what, std::uint32_t value, std::uint32_t highest) const {
       if (value > highest) refuse("{} {} is out of range, expected 0 to {}", what, value, highest);
    }
@@ -34,16 +56,16 @@ public:
       range("inner vlan mask", rule.inner_vlan_mask(), 4095);
    }
 
-   void address(std::string_view what, const orv::ip_addr_mask_t& address) const {
+   void address(std::string_view what, const orv::ip_addr_mask_t& address,
+                std::optional<std::uint8_t> family) const {
       if (!address.address()) {
          if (address.mask_length() != 0) {
             refuse("{} has mask length {} without an address, expected 0", what, address.mask_length());
          }
          return;
       }
-      const auto family = key_.acl_type() == orv::acl_type_t::ipv6 ? orv::af_ipv6 : orv::af_ipv4;
-      if (address.af() != family) {
-         refuse("{} {} has family {}, expected {}", what, address.to_string(), address.af(), family);
+      if (family && address.af() != *family) {
+         refuse("{} {} has family {}, expected {}", what, address.to_string(), address.af(), *family);
       }
       const auto width = address.address().width();
       if (address.mask_length() > width) {
@@ -87,36 +109,45 @@ public:
       }
    }
 
+   absl::FunctionRef<std::string()> where_;
+};
+
+// A rule and the list that is to have it.
+class ListRuleCheck {
+public:
+   ListRuleCheck(const orv::acl_key_t& key, const RuleCheck& check) : key_(key), check_(check) {}
+
    void operator()(const orv::acl_rule_ip_t& rule) const {
-      if (key_.acl_type() != orv::acl_type_t::ipv4 && key_.acl_type() != orv::acl_type_t::ipv6) {
-         refuse("an IP rule in a list of type {}, expected type ipv4 or ipv6",
-                orv::to_string(key_.acl_type()));
+      const bool v4 = key_.acl_type() == orv::acl_type_t::ipv4;
+      if (!v4 && key_.acl_type() != orv::acl_type_t::ipv6) {
+         check_.refuse("an IP rule in a list of type {}, expected type ipv4 or ipv6",
+                       orv::to_string(key_.acl_type()));
       }
-      vlans(rule);
-      if (rule.ttl().oper() == acl_range_operator_t::range) {
-         refuse("ttl has operator range, expected eq, gt, lt, neq or any");
-      }
-      address("source", rule.source_addr());
-      address("destination", rule.destination_addr());
-      ports("source port", rule.source_port());
-      ports("destination port", rule.destination_port());
-      range("tcp flags", rule.tcp_flags(), 0x1ff);
-      icmp("icmp type", rule.icmp_type());
-      icmp("icmp code", rule.icmp_code());
+      check_.match(rule, v4 ? orv::af_ipv4 : orv::af_ipv6);
    }
 
    void operator()(const orv::acl_rule_eth_t& rule) const {
       if (key_.acl_type() != orv::acl_type_t::eth) {
-         refuse("an Ethernet rule in a list of type {}, expected type eth", orv::to_string(key_.acl_type()));
+         check_.refuse("an Ethernet rule in a list of type {}, expected type eth",
+                       orv::to_string(key_.acl_type()));
       }
-      vlans(rule);
-      range("eth protocol", rule.eth_protocol(), 65536);
+      check_.match(rule);
    }
 
 private:
    const orv::acl_key_t& key_;
-   std::uint32_t seq_;
+   const RuleCheck& check_;
 };
+
+// The family that the addresses of a rule outside a list must have; none where it has no address.
+std::optional<std::uint8_t> familyOf(const orv::acl_rule_ip_t& rule) {
+   if (rule.ip_type() == orv::acl_ip_type_t::ipv4) return orv::af_ipv4;
+   if (rule.ip_type() == orv::acl_ip_type_t::ipv6) return orv::af_ipv6;
+   for (const auto* const address : {&rule.source_addr(), &rule.destination_addr()}) {
+      if (address->address().width() != 0) return address->af();
+   }
+   return std::nullopt;
+}
 
 bool covers(const orv::ip_addr_mask_t& match, const orv::ip_addr_t& address) {
    if (!match.address()) return true;
@@ -167,7 +198,12 @@ void checkAclKey(const orv::acl_key_t& key) {
 
 void checkAclRule(const orv::acl_key_t& key, std::uint32_t seq, const AclRule& rule) {
    checkAclKey(key);
-   std::visit(RuleCheck(key, seq), rule);
+   const auto where = [&] { return fmt::format("ACL {} rule {}", key.to_string(), seq); };
+   std::visit(ListRuleCheck(key, RuleCheck(where)), rule);
+}
+
+void checkRawRule(absl::FunctionRef<std::string()> where, const orv::acl_rule_ip_t& rule) {
+   RuleCheck(where).match(rule, familyOf(rule));
 }
 
 AclPacket aclPacket(const orv::ip_addr_t& source, const orv::ip_addr_t& destination, std::uint32_t protocol,

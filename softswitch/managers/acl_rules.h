@@ -3,7 +3,10 @@
 // Thread-safety: functions without state.
 #pragma once
 
+#include <absl/functional/function_ref.h>
+
 #include <cstdint>
+#include <string>
 #include <variant>
 
 #include "orv/acl_types.h"
@@ -24,6 +27,10 @@ void checkAclKey(const orv::acl_key_t& key);
 //    ports or a TTL that do not fit their operator: 1 to 10 ports for eq and neq, one for gt and lt, two in
 //    rising order for range, none for any
 void checkAclRule(const orv::acl_key_t& key, std::uint32_t seq, const AclRule& rule);
+
+// The same for an IP rule that stands in no list. Its addresses are of the family that ip_type tells, or else
+// of one family. `where` tells in words whose rule it is; it is asked only for a refusal.
+void checkRawRule(absl::FunctionRef<std::string()> where, const orv::acl_rule_ip_t& rule);
 
 // The parts of an IP packet that a rule may look at, as far as a connection or datagram tells them.
 struct AclPacket {

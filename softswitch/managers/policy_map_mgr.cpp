@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "orv/error.h"
+#include "softswitch/managers/acl_rules.h"
 #include "softswitch/managers/class_map_mgr.h"
 #include "softswitch/managers/intf_mgr.h"
 
@@ -21,17 +22,25 @@ public:
       for (const auto& [sequence, rule] : map_.rules()) {
          sequence_ = sequence;
          classMap(rule);
+         rawRule(rule.raw_rule());
          for (const auto& action : rule.actions())
             this->action(action);
       }
    }
 
 private:
+   std::string where() const {
+      return fmt::format("policy map '{}' rule {}", orv::detail::quotable(map_.key().name()), sequence_);
+   }
    template <typename... Args>
    [[noreturn]] void refuse(fmt::format_string<Args...> format, Args&&... args) const {
-      throw orv::invalid_argument_error(fmt::format("policy map '{}' rule {}: {}",
-                                                    orv::detail::quotable(map_.key().name()), sequence_,
-                                                    fmt::format(format, std::forward<Args>(args)...)));
+      throw orv::invalid_argument_error(
+           fmt::format("{}: {}", where(), fmt::format(format, std::forward<Args>(args)...)));
+   }
+
+   // Whatever the rule's type: the table keeps it, and hands it out again.
+   void rawRule(const orv::acl_rule_ip_t& rule) const {
+      checkRawRule([this] { return where() + ": raw rule"; }, rule);
    }
 
    void classMap(const orv::policy_map_rule_t& rule) const {

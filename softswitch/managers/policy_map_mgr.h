@@ -10,6 +10,7 @@
 //    a key without a name or a feature, in every operation that writes
 //    a rule of type class_map whose class map key has no name or another feature than the policy map
 //    an action nexthop without nexthops or with a null one, nexthop_group without a name, vrf without a VRF
+//    a raw rule that no list could have (acl_rules.h), whatever the rule's type
 //    a DSCP above 63, a traffic class above 7
 //    applying a policy map or to an interface that does not exist; a direction other than in and out
 //    and orv::error for one more than the table holds

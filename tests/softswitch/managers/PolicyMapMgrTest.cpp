@@ -2,6 +2,8 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
+
 #include "ManagerTest.h"
 #include "softswitch/managers/class_map_mgr.h"
 #include "softswitch/managers/intf_mgr.h"
@@ -237,6 +239,81 @@ TEST_F(PolicyMapMgrTest, refusesRulesThatCannotWork) {
    policy_map_t empty(a_);
    empty.rule_set(1, policy_map_rule_t(class_));
    EXPECT_EQ(words(empty), "");
+}
+
+TEST_F(PolicyMapMgrTest, refusesARawRuleThatNoListCouldHave) {
+   using orv::acl_range_operator_t;
+   using orv::acl_rule_ip_t;
+   using orv::policy_map_rule_type_t;
+   const auto words = [&](policy_map_rule_type_t type, auto change) {
+      acl_rule_ip_t match;
+      change(match);
+      policy_map_rule_t rule(class_);
+      rule.policy_map_rule_type_is(type);
+      rule.raw_rule_is(match);
+      policy_map_t map(a_);
+      map.rule_set(1, policy_map_rule_t(class_));
+      map.rule_set(5, rule);
+      try {
+         mgr_->policy_map_is(map);
+      } catch (const orv::invalid_argument_error& e) {
+         EXPECT_FALSE(mgr_->exists(a_));
+         const std::string text = e.what();
+         const std::string where = "policy map 'a' rule 5: raw rule: ";
+         EXPECT_TRUE(text.starts_with(where)) << text;
+         return text.substr(std::min(where.size(), text.size()));
+      }
+      mgr_->policy_map_del(a_);
+      return std::string();
+   };
+   const auto raw = [&](auto change) { return words(policy_map_rule_type_t::raw, change); };
+   const ip_addr_t one("10.0.0.1"), six("2001:db8::1");
+   EXPECT_EQ(raw([&](auto& r) { r.source_addr_is({one, 32}); }), "");
+   EXPECT_EQ(raw([&](auto& r) { r.source_addr_is({six, 128}); }), "");
+   EXPECT_EQ(raw([&](auto& r) {
+                r.source_addr_is({one, 33});
+             }),
+             "source 10.0.0.1 has mask length 33, expected 0 to 32");
+   EXPECT_EQ(raw([&](auto& r) {
+                r.destination_addr_is({six, 129});
+             }),
+             "destination 2001:db8::1 has mask length 129, expected 0 to 128");
+   EXPECT_EQ(raw([&](auto& r) {
+                r.source_addr_is({ip_addr_t(), 1});
+             }),
+             "source has mask length 1 without an address, expected 0");
+   EXPECT_EQ(raw([&](auto& r) {
+                r.source_addr_is({one, 8});
+                r.destination_addr_is({six, 8});
+             }),
+             "destination 2001:db8::1/8 has family 6, expected 4");
+   EXPECT_EQ(raw([&](auto& r) {
+                r.ip_type_is(orv::acl_ip_type_t::ipv6);
+                r.source_addr_is({one, 8});
+             }),
+             "source 10.0.0.1/8 has family 4, expected 6");
+   EXPECT_EQ(raw([&](auto& r) {
+                r.source_port_is({acl_range_operator_t::eq, {}});
+             }),
+             "source port has 0 numbers for operator eq, expected 1 to 10");
+   EXPECT_EQ(raw([&](auto& r) {
+                r.destination_port_is({acl_range_operator_t::range, {9, 3}});
+             }),
+             "destination port ranges from 9 to 3, expected a rising range");
+   EXPECT_EQ(raw([&](auto& r) { r.vlan_is(4096); }), "vlan 4096 is out of range, expected 0 to 4095");
+   EXPECT_EQ(raw([&](auto& r) {
+                r.ttl_is({acl_range_operator_t::range, 1});
+             }),
+             "ttl has operator range, expected eq, gt, lt, neq or any");
+   EXPECT_EQ(raw([&](auto& r) { r.tcp_flags_is(512); }), "tcp flags 512 is out of range, expected 0 to 511");
+   EXPECT_EQ(raw([&](auto& r) { r.icmp_code_is(256); }),
+             "icmp code 256 is out of range, expected 0 to 255, or 65535 for any");
+   // A rule of another type keeps it just as well.
+   EXPECT_EQ(words(policy_map_rule_type_t::class_map,
+                   [&](auto& r) {
+                      r.source_addr_is({one, 200});
+                   }),
+             "source 10.0.0.1 has mask length 200, expected 0 to 32");
 }
 
 TEST_F(PolicyMapMgrTest, refusesToApplyWhatIsNotThere) {
