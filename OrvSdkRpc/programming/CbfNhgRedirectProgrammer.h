@@ -8,21 +8,20 @@
 // and the DSCPs; a class map of the two; a rule of the one policy map that init names, whose action is the
 // other group; and, where the platform has it, an entry of the override table. A redirect is removed a second
 // after it was to go, so that one that comes back soon costs no policy change, and many go as one.
+//
+// What is wanted and how much of it stands in the switch is known in one place (CbfRedirectTable.h). A
+// request changes what is wanted, and what it then has to write, commit or push follows from the difference.
 #pragma once
 
-#include <absl/container/flat_hash_map.h>
 #include <absl/container/flat_hash_set.h>
 
-#include <compare>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
-#include <optional>
 #include <string>
-#include <string_view>
-#include <utility>
 #include <vector>
 
+#include "OrvSdkRpc/programming/CbfRedirectTable.h"
 #include "OrvSdkRpc/programming/DscpValues.h"
 #include "OrvSdkRpcProtos/orvsdk.pb.h"
 #include "cbfnhgext/CbfNhgOverride.h"
@@ -42,37 +41,12 @@ namespace OrvSdkRpc {
 class CbfNhgMgr;
 class ClientInit;
 
-// A name for the pair that reads short where the names are related: what they share stands once, if it ends
-// in a separator.
-std::string getCbfUniqueName(std::string_view match, std::string_view redirect);
+struct CbfAfDefinition;
 
 class CbfNhgRedirectProgrammer {
 public:
-   // Identity of a redirect.
-   struct Key {
-      std::string match;
-      std::string redirect;
-
-      // Of the class map, and the stem of the ACLs' names.
-      [[nodiscard]] std::string uniqueName() const { return getCbfUniqueName(match, redirect); }
-
-      auto operator<=>(const Key&) const = default;
-      template <class H>
-      friend H AbslHashValue(H h, const Key& key) {
-         return H::combine(std::move(h), key.match, key.redirect);
-      }
-   };
-
-   struct SeqAndDscpValues {
-      // Of the rule in the policy map.
-      std::uint32_t sequence = 0;
-      // Resync generation at which the redirect was last programmed.
-      std::uint8_t epoch = 0;
-      DscpValues ipv4;
-      DscpValues ipv6;
-      // A call of the SDK was refused on the way, so a layer may be missing: the next add writes all of them.
-      bool unfinished = false;
-   };
+   using Key = CbfRedirectTable::Key;
+   using SeqAndDscpValues = CbfRedirectTable::SeqAndDscpValues;
 
    // `cbfNhgMgr` is null where the platform has no override table.
    CbfNhgRedirectProgrammer(const ClientInit& client, orv::policy_map_mgr* policyMapMgr,
@@ -82,6 +56,10 @@ public:
 
    // Takes the policy map's name and reads back the redirects that it holds; a rule that is none is removed.
    // True when redirects are there, and when the name is the one already known. Lets orv::error pass.
+   //
+   // A server that has another name lets go of that policy map first: removals that are due are carried out,
+   // and its redirects, which stay in the switch, are forgotten together with their entries of the override
+   // table.
    bool cbrPolicyMapNameIs(const std::string& name);
 
    void processCbfNhgRedirectRequest(const pb::cbf_nexthop_group_redirect_msg& request,
@@ -99,43 +77,43 @@ public:
    std::size_t processRemove();
 
    [[nodiscard]] std::uint8_t epoch() const { return epoch_; }
-   [[nodiscard]] const absl::flat_hash_map<Key, SeqAndDscpValues>& redirects() const { return redirects_; }
+   [[nodiscard]] const CbfRedirectTable::Redirects& redirects() const { return table_.redirects(); }
    // Highest sequence of the policy map.
-   [[nodiscard]] std::uint32_t lastSequence() const { return lastSequence_; }
+   [[nodiscard]] std::uint32_t lastSequence() const { return table_.lastSequence(); }
 
 private:
    class RemoveTask;
-   struct AfDefinition;
-   static const AfDefinition afDefinitions[];
+   class CommitWatch;
+   using Redirect = CbfRedirectTable::Redirect;
 
    void processCbfNhgRedirectRequestInternal(const pb::cbf_nexthop_group_redirect_msg& request,
                                              pb::rpc_status_msg& response, bool commit);
    int work(const pb::cbf_nexthop_group_redirect_msg& request, std::string& errorText, bool commit);
-   int addRedirect(const pb::cbf_nexthop_group_redirect_msg& request, std::string& errorText, bool commit);
-   int removeRedirect(const pb::cbf_nexthop_group_redirect_msg& request);
-   void scheduleRemoveRedirect(const Key& key);
-   void takeOut(const Key& key);
-   void addAcl(const AfDefinition& af, const std::string& name, const Key& key, const DscpValues& dscpValues,
-               bool update);
-   void removeAcl(const AfDefinition& af, const std::string& name);
+   int addRedirect(const Key& key, DscpValues ipv4, DscpValues ipv6, bool commit);
+   int removeRedirect(const Key& key);
+   void scheduleRemoveRedirect(Redirect& redirect);
+   void takeOut(Redirect& redirect);
+   void leavePolicyMap();
+   void commitAcls();
+   void pushPolicyMap();
+   void takeFailedCommits();
+   void addAcl(const CbfAfDefinition& af, const std::string& name, const Key& key,
+               const DscpValues& dscpValues);
+   void removeAcl(const CbfAfDefinition& af, const std::string& name);
+   void removeOverride(const Key& key);
    static CbfNhgExt::CbfNhgOverrideKey cbfNhgOverrideKey(const Key& key);
    static CbfNhgExt::CbfNhgOverrideEntry cbfNhgOverrideEntry(const Key& key, const DscpValues& ipv4,
                                                              const DscpValues& ipv6);
 
-   std::optional<std::pair<Key, SeqAndDscpValues>> readRule(std::uint32_t sequence,
-                                                            const orv::policy_map_rule_t& rule) const;
-   bool readAclRules(std::uint32_t sequence, const orv::policy_map_key_t& classMapKey,
-                     std::uint32_t classMapSequence, const orv::acl_key_t& aclKey, SeqAndDscpValues& values,
-                     std::string& matchGroup) const;
    void removeBadRules(const std::vector<std::uint32_t>& sequences);
 
-   absl::flat_hash_map<Key, SeqAndDscpValues> redirects_;
-   std::uint32_t lastSequence_ = 0;
+   CbfRedirectTable table_;
    // Wraps at 256.
    std::uint8_t epoch_ = 0;
    const std::unique_ptr<RemoveTask> removeTask_;
-   // Due to go at the next run of the task.
-   absl::flat_hash_set<Key> pendingRemoval_;
+   const std::unique_ptr<CommitWatch> commitWatch_;
+   // ACLs that could not follow a commit, as the SDK words them, since a request last looked.
+   absl::flat_hash_set<std::string> failedCommits_;
    // Empty: redirects are not in use.
    std::string policyMapName_;
    orv::policy_map_key_t policyMapKey_;

@@ -3,18 +3,29 @@
 #include <fmt/ranges.h>
 
 #include <algorithm>
+#include <utility>
 
 namespace OrvSdkRpc {
+namespace {
 
-DscpValues::DscpValues(const google::protobuf::RepeatedField<std::uint32_t>& values) {
-   values_.reserve(static_cast<std::size_t>(values.size()));
+std::vector<std::uint8_t> narrowed(const google::protobuf::RepeatedField<std::uint32_t>& values) {
+   std::vector<std::uint8_t> bytes;
+   bytes.reserve(static_cast<std::size_t>(values.size()));
    for (const std::uint32_t value : values)
-      values_.push_back(static_cast<std::uint8_t>(value));
-   std::sort(values_.begin(), values_.end());
+      bytes.push_back(static_cast<std::uint8_t>(value));
+   return bytes;
 }
 
-void DscpValues::add(std::uint8_t value) {
-   values_.insert(std::upper_bound(values_.begin(), values_.end(), value), value);
+}  // namespace
+
+DscpValues::DscpValues(const google::protobuf::RepeatedField<std::uint32_t>& values)
+     : DscpValues(narrowed(values)) {}
+
+DscpValues::DscpValues(std::vector<std::uint8_t> values) : values_(std::move(values)) {
+   std::sort(values_.begin(), values_.end());
+   if (values_.size() <= maxWithDuplicates) return;
+   values_.erase(std::unique(values_.begin(), values_.end()), values_.end());
+   values_.shrink_to_fit();
 }
 
 std::string DscpValues::toStrep() const {

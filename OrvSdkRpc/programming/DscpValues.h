@@ -3,24 +3,30 @@
 // Thread-safety: plain value.
 #pragma once
 
+#include <fmt/format.h>
 #include <google/protobuf/repeated_field.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace OrvSdkRpc {
 
 class DscpValues {
 public:
+   // There are no more different DSCPs than this.
+   static constexpr std::size_t maxWithDuplicates = 64;
+
    DscpValues() = default;
-   // Narrows each value to 8 bits and sorts; duplicates stay.
+   // Narrows each value to 8 bits and sorts. Duplicates stay, but of more than maxWithDuplicates values: each
+   // becomes a rule of a list, and their number comes from the wire.
    explicit DscpValues(const google::protobuf::RepeatedField<std::uint32_t>& values);
+   explicit DscpValues(std::vector<std::uint8_t> values);
 
    [[nodiscard]] bool empty() const { return values_.empty(); }
    [[nodiscard]] const std::vector<std::uint8_t>& values() const { return values_; }
-   // Keeps the order.
-   void add(std::uint8_t value);
 
    bool operator==(const DscpValues&) const = default;
    // "[ 10, 46 ]"; "[]" for an empty list.
@@ -31,3 +37,12 @@ private:
 };
 
 }  // namespace OrvSdkRpc
+
+// As toStrep() has it; a text is made only where the format is used.
+template <>
+struct fmt::formatter<OrvSdkRpc::DscpValues> : fmt::formatter<std::string_view> {
+   template <class Context>
+   auto format(const OrvSdkRpc::DscpValues& values, Context& context) const {
+      return fmt::formatter<std::string_view>::format(values.toStrep(), context);
+   }
+};

@@ -57,8 +57,8 @@ using acl_rule_eth_iter_t = iter_base<acl_rule_eth_entry_t, acl_rule_eth_iter_im
 // A value that the switch refuses throws one of the errors of error.h, naming it;
 // nothing has changed then.
 //
-// The operations with "all" in their name look at the lists of every owner, those
-// without it at the lists of this agent, as they are pending.
+// The operations with "all" in their name look at what is committed, of every owner;
+// those without it at the lists of this agent, as they are pending.
 class acl_mgr {
 public:
    virtual ~acl_mgr() = default;

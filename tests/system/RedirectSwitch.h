@@ -82,9 +82,9 @@ public:
    Agent& operator=(const Agent&) = delete;
 
    // Whether there are redirects.
-   bool init() {
+   bool init(const std::string& policyMap = policyName) {
       pb::rpc_server_config_msg request;
-      request.set_cbf_nexthop_group_redirect_policy_map_name(policyName);
+      request.set_cbf_nexthop_group_redirect_policy_map_name(policyMap);
       pb::rpc_server_init_status_msg response;
       client_.processInitRequest(request, response);
       EXPECT_EQ(response.status().status(), pb::RPC_STATUS_OK) << response.status().debug_string();
@@ -238,12 +238,12 @@ protected:
          std::this_thread::yield();
    }
 
-   orv::policy_map_t policy() {
-      return locked([&] { return sw().policyMaps().policy_map(pbr(policyName)); });
+   orv::policy_map_t policy(const std::string& name = policyName) {
+      return locked([&] { return sw().policyMaps().policy_map(pbr(name)); });
    }
-   std::vector<std::uint32_t> sequences() {
+   std::vector<std::uint32_t> sequences(const std::string& name = policyName) {
       std::vector<std::uint32_t> result;
-      const auto map = policy();
+      const auto map = policy(name);
       for (const auto& [sequence, rule] : map.rules())
          result.push_back(sequence);
       return result;
@@ -254,6 +254,9 @@ protected:
    // Pending or committed.
    bool hasList(const orv::acl_key_t& key) {
       return locked([&] { return sw().acls().acl_exists(key) || sw().acls().acl_all_exists(key); });
+   }
+   bool isCommitted(const orv::acl_key_t& key) {
+      return locked([&] { return sw().acls().acl_all_exists(key); });
    }
    // DSCPs of a list's committed rules.
    Dscps list(const orv::acl_key_t& key) {

@@ -54,9 +54,11 @@ TEST_F(CbfNhgRedirectProgrammerTest, contradictingRedirectGroupsAreBad) {
    redirect(5, "a-b", "a", "b", {1}, {});
    policyMap_.rule_set(5, ruleTo("a-b", {"b", "c"}));
    EXPECT_CALL(host_.classMapMgr, class_map_del(classKey("a-b")));
-   EXPECT_CALL(host_.aclMgr, acl_del(orv::acl_key_t("a-b_IPv4", orv::acl_type_t::ipv4)));
-   // The IPv6 list does not exist here.
-   EXPECT_CALL(host_.aclMgr, acl_del(orv::acl_key_t("a-b_IPv6", orv::acl_type_t::ipv6))).Times(0);
+   const orv::acl_key_t v4("a-b_IPv4", orv::acl_type_t::ipv4), v6("a-b_IPv6", orv::acl_type_t::ipv6);
+   pending_.erase(v6);
+   committed_.erase(v6);
+   EXPECT_CALL(host_.aclMgr, acl_del(v4));
+   EXPECT_CALL(host_.aclMgr, acl_del(v6)).Times(0);
    expectBad("Error: policy-map seq 5 contradicting redirect NexthopGroups");
 }
 
@@ -77,8 +79,8 @@ TEST_F(CbfNhgRedirectProgrammerTest, twoListsOfOneFamilyAreBad) {
    const orv::acl_key_t one("one", orv::acl_type_t::ipv4);
    const orv::acl_key_t two("two", orv::acl_type_t::ipv4);
    classMap("a-b", {one, two});
-   acls_[one] = {aclRule(1, "a", 10)};
-   acls_[two] = {aclRule(1, "a", 11)};
+   listIs(one, {aclRule(1, "a", 10)});
+   listIs(two, {aclRule(1, "a", 11)});
    EXPECT_CALL(host_.aclMgr, acl_del(one));
    EXPECT_CALL(host_.aclMgr, acl_del(two));
    expectBad("Error: policy-map seq 5 class-map a-b seq 2 existing DSCP values");
@@ -88,7 +90,7 @@ TEST_F(CbfNhgRedirectProgrammerTest, contradictingMatchGroupsAreBad) {
    policyMap_.rule_set(5, ruleTo("a-b", {"b"}));
    const orv::acl_key_t list("one", orv::acl_type_t::ipv4);
    classMap("a-b", {list});
-   acls_[list] = {aclRule(1, "a", 10), aclRule(2, "x", 11)};
+   listIs(list, {aclRule(1, "a", 10), aclRule(2, "x", 11)});
    expectBad("Error: policy-map seq 5 class-map a-b seq 1 contradicting match NexthopGroups a x");
 }
 
@@ -96,10 +98,18 @@ TEST_F(CbfNhgRedirectProgrammerTest, noMatchGroupIsBad) {
    policyMap_.rule_set(5, ruleTo("a-b", {"b"}));
    const orv::acl_key_t list("one", orv::acl_type_t::ipv4);
    classMap("a-b", {list});
-   acls_[list] = {};
+   listIs(list, {});
    EXPECT_CALL(host_.classMapMgr, class_map_del(classKey("a-b")));
    EXPECT_CALL(host_.aclMgr, acl_del(list));
    expectBad("Error: policy-map seq 5 missing match NexthopGroup");
+}
+
+TEST_F(CbfNhgRedirectProgrammerTest, listsThatWereNeverCommittedAreNoRedirect) {
+   redirect(5, "a-b", "a", "b", {1}, {2});
+   committed_.clear();
+   EXPECT_CALL(host_.classMapMgr, class_map_del(classKey("a-b")));
+   expectBad("Error: policy-map seq 5 missing match NexthopGroup");
+   EXPECT_TRUE(pending_.empty());
 }
 
 TEST_F(CbfNhgRedirectProgrammerTest, aBadRuleBesideGoodOnesGoesAlone) {

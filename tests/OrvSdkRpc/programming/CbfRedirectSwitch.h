@@ -1,4 +1,5 @@
-// The programmer of redirects over a switch that holds a policy map with its class maps and lists.
+// The programmer of redirects over a switch that holds a policy map with its class maps and lists, pending
+// and committed.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -7,10 +8,14 @@
 #include <string>
 #include <vector>
 
+#include "OrvSdkRpc/programming/CbfNhgMgr.h"
 #include "OrvSdkRpc/programming/CbfNhgRedirectProgrammer.h"
 #include "fixture/Contract.h"
 #include "fixture/ListIterator.h"
 #include "fixture/TraceCapture.h"
+#include "tessel/EntityManager.h"
+#include "tessel/MountGroup.h"
+#include "zelt/SharedMem.h"
 
 namespace OrvSdkRpc {
 
@@ -51,14 +56,45 @@ protected:
       });
       ON_CALL(host_.classMapMgr, class_map(testing::_))
            .WillByDefault([this](const orv::policy_map_key_t& key) { return classMaps_.at(key); });
+      ON_CALL(host_.classMapMgr, class_map_is(testing::_)).WillByDefault([this](const orv::class_map_t& map) {
+         classMaps_[map.key()] = map;
+      });
+      ON_CALL(host_.classMapMgr, class_map_del(testing::_))
+           .WillByDefault([this](const orv::policy_map_key_t& key) { classMaps_.erase(key); });
+      ON_CALL(host_.policyMapMgr, policy_map_is(testing::_))
+           .WillByDefault([this](const orv::policy_map_t& map) { policyMap_ = map; });
       ON_CALL(host_.aclMgr, acl_exists(testing::_)).WillByDefault([this](const orv::acl_key_t& key) {
-         return acls_.contains(key);
+         return pending_.contains(key);
+      });
+      ON_CALL(host_.aclMgr, acl_all_exists(testing::_)).WillByDefault([this](const orv::acl_key_t& key) {
+         return committed_.contains(key);
       });
       ON_CALL(host_.aclMgr, acl_rule_ip_iter(testing::_)).WillByDefault([this](const orv::acl_key_t& key) {
-         return fixture::rows<orv::acl_rule_ip_iter_t>(acls_[key]);
+         return iterOver(pending_, key);
       });
+      ON_CALL(host_.aclMgr, acl_all_rule_ip_iter(testing::_))
+           .WillByDefault([this](const orv::acl_key_t& key) { return iterOver(committed_, key); });
+      ON_CALL(host_.aclMgr,
+              acl_rule_set(testing::_, testing::_, testing::Matcher<const orv::acl_rule_ip_t&>(testing::_)))
+           .WillByDefault([this](const orv::acl_key_t& key, unsigned seq, const orv::acl_rule_ip_t& rule) {
+              pending_[key][seq] = rule;
+           });
+      ON_CALL(host_.aclMgr, acl_rule_del(testing::_, testing::_))
+           .WillByDefault([this](const orv::acl_key_t& key, unsigned seq) {
+              const auto found = pending_.find(key);
+              if (found != pending_.end()) found->second.erase(seq);
+           });
+      ON_CALL(host_.aclMgr, acl_del(testing::_)).WillByDefault([this](const orv::acl_key_t& key) {
+         pending_.erase(key);
+      });
+      ON_CALL(host_.aclMgr, acl_commit()).WillByDefault([this] { committed_ = pending_; });
    }
 
+   // A list that is committed.
+   void listIs(const orv::acl_key_t& key, const std::vector<orv::acl_rule_ip_entry_t>& rules) {
+      pending_[key] = Rules(rules.begin(), rules.end());
+      committed_[key] = pending_[key];
+   }
    // A class map `name` with a rule for each list.
    void classMap(const std::string& name, const std::vector<orv::acl_key_t>& lists) {
       orv::class_map_t map(classKey(name));
@@ -74,12 +110,14 @@ protected:
       const orv::acl_key_t v4(name + "_IPv4", orv::acl_type_t::ipv4);
       const orv::acl_key_t v6(name + "_IPv6", orv::acl_type_t::ipv6);
       classMap(name, {v4, v6});
-      unsigned n = 0;
+      std::vector<orv::acl_rule_ip_entry_t> rules;
       for (const unsigned dscp : ipv4)
-         acls_[v4].push_back(aclRule(++n, match, dscp));
-      n = 0;
+         rules.push_back(aclRule(static_cast<unsigned>(rules.size()) + 1, match, dscp));
+      listIs(v4, rules);
+      rules.clear();
       for (const unsigned dscp : ipv6)
-         acls_[v6].push_back(aclRule(++n, match, dscp << 2));
+         rules.push_back(aclRule(static_cast<unsigned>(rules.size()) + 1, match, dscp << 2));
+      listIs(v6, rules);
    }
    const CbfNhgRedirectProgrammer::SeqAndDscpValues* find(const char* match, const char* to) const {
       const auto i = contract_.cbf.redirects().find({match, to});
@@ -96,11 +134,118 @@ protected:
       EXPECT_EQ(contract_.cbf.lastSequence(), 5U);
    }
 
+   using Rules = std::map<unsigned, orv::acl_rule_ip_t>;
+   using Lists = std::map<orv::acl_key_t, Rules>;
+
+   static orv::acl_rule_ip_iter_t iterOver(const Lists& lists, const orv::acl_key_t& key) {
+      const auto found = lists.find(key);
+      if (found == lists.end()) return fixture::rows<orv::acl_rule_ip_iter_t>({});
+      return fixture::rows<orv::acl_rule_ip_iter_t>({found->second.begin(), found->second.end()});
+   }
+
    fixture::Contract contract_;
    fixture::AgentHost& host_ = contract_.host;
    orv::policy_map_t policyMap_{mapKey};
    std::map<orv::policy_map_key_t, orv::class_map_t> classMaps_;
-   std::map<orv::acl_key_t, std::vector<orv::acl_rule_ip_entry_t>> acls_;
+   Lists pending_;
+   Lists committed_;
+};
+
+// Requests of a controller.
+class CbfRedirectTest : public CbfNhgRedirectProgrammerTest {
+protected:
+   using Request = pb::cbf_nexthop_group_redirect_msg;
+
+   explicit CbfRedirectTest(CbfNhgMgr* cbfNhgMgr = nullptr) : CbfNhgRedirectProgrammerTest(cbfNhgMgr) {}
+
+   static Request message(const char* match, const char* redirect, std::initializer_list<unsigned> ipv4,
+                          std::initializer_list<unsigned> ipv6 = {}) {
+      Request request;
+      request.set_match_nexthop_group_name(match);
+      request.set_redirect_nexthop_group_name(redirect);
+      for (const unsigned dscp : ipv4)
+         request.add_match_ipv4_dscp(dscp);
+      for (const unsigned dscp : ipv6)
+         request.add_match_ipv6_dscp(dscp);
+      return request;
+   }
+   static Request removal(const char* match, const char* redirect) {
+      Request request = message(match, redirect, {});
+      request.set_delete_(true);
+      return request;
+   }
+   pb::rpc_status_msg process(const Request& request) {
+      pb::rpc_status_msg response;
+      contract_.cbf.processCbfNhgRedirectRequest(request, response);
+      return response;
+   }
+   int status(const Request& request) { return process(request).status(); }
+   pb::rpc_status_bulk_msg bulk(const std::vector<Request>& requests) {
+      pb::cbf_nexthop_group_redirect_bulk_msg message;
+      for (const Request& request : requests)
+         *message.add_bulk() = request;
+      pb::rpc_status_bulk_msg response;
+      contract_.cbf.processCbfNhgRedirectBulkRequest(message, response);
+      return response;
+   }
+   static orv::acl_key_t v4(const std::string& name) { return {name + "_IPv4", orv::acl_type_t::ipv4}; }
+   static orv::acl_key_t v6(const std::string& name) { return {name + "_IPv6", orv::acl_type_t::ipv6}; }
+   // Priority values of a committed list, by sequence.
+   std::vector<int> priorities(const orv::acl_key_t& key) {
+      std::vector<int> values;
+      unsigned expected = 0;
+      EXPECT_TRUE(committed_.contains(key)) << key.to_string();
+      for (const auto& [seq, rule] : committed_[key]) {
+         EXPECT_EQ(seq, ++expected);
+         values.push_back(rule.priority_value());
+      }
+      return values;
+   }
+   // For a test that expects the calls for one list.
+   void anyOtherRule() {
+      EXPECT_CALL(host_.aclMgr, acl_rule_set(testing::_, testing::_,
+                                             testing::Matcher<const orv::acl_rule_ip_t&>(testing::_)))
+           .Times(testing::AnyNumber());
+   }
+   void expectNoChange() {
+      EXPECT_CALL(host_.aclMgr, acl_rule_set(testing::_, testing::_,
+                                             testing::Matcher<const orv::acl_rule_ip_t&>(testing::_)))
+           .Times(0);
+      EXPECT_CALL(host_.aclMgr, acl_rule_del(testing::_, testing::_)).Times(0);
+      EXPECT_CALL(host_.aclMgr, acl_del(testing::_)).Times(0);
+      EXPECT_CALL(host_.aclMgr, acl_commit()).Times(0);
+      EXPECT_CALL(host_.classMapMgr, class_map_is(testing::_)).Times(0);
+      EXPECT_CALL(host_.classMapMgr, class_map_del(testing::_)).Times(0);
+      EXPECT_CALL(host_.policyMapMgr, policy_map_is(testing::_)).Times(0);
+   }
+};
+
+// One that has told the policy map's name.
+class NamedCbfRedirectTest : public CbfRedirectTest {
+protected:
+   NamedCbfRedirectTest() { contract_.init(0, "map"); }
+};
+
+struct MountedOverrides {
+   MountedOverrides() {
+      mgr_.doMounts(Pavo::makePtr<Tessel::MountGroup>(entities_), nullptr);
+      mgr_.onMountsComplete(entities_, nullptr);
+   }
+
+   const Pavo::Ptr<Tessel::EntityManager> entities_ = Pavo::makePtr<Tessel::EntityManager>();
+   CbfNhgMgr mgr_{nullptr};
+};
+
+// With the override table mounted.
+class CbfOverrideTest : private MountedOverrides, public CbfRedirectTest {
+protected:
+   explicit CbfOverrideTest(bool init = true) : CbfRedirectTest(&mgr_) {
+      if (init) contract_.init(0, "map");
+   }
+   const auto& table() const {
+      return entities_->entity<CbfNhgExt::CbfNhgOverrideConfig>("te/nexthopgroup/override/config")
+           ->nhgOverride();
+   }
 };
 
 }  // namespace OrvSdkRpc
