@@ -111,18 +111,21 @@ TEST_F(NamedCbfRedirectTest, aBulkThatIsNotCommittedRefusesItsAddsAndNoRemoval) 
    ASSERT_EQ(status(message("same", "b", {1})), pb::RPC_STATUS_OK);
    EXPECT_CALL(host_.aclMgr, acl_commit()).WillOnce(Throw(orv::error("full"))).WillRepeatedly(DoDefault());
    const auto response = bulk({removal("old", "b"), message("same", "b", {1}), message("new", "b", {2}),
-                               message("new", "b", {2}), removal("none", "b")});
+                               message("new", "b", {2}), removal("none", "b"), message("gone", "b", {3}),
+                               removal("gone", "b")});
    EXPECT_EQ(response.statuses(0).status(), pb::RPC_STATUS_OK);
    EXPECT_EQ(response.statuses(1).status(), pb::RPC_STATUS_OK);
    EXPECT_EQ(response.statuses(2).status(), pb::RPC_STATUS_ERROR);
    EXPECT_EQ(response.statuses(2).debug_string(), "Error: exception full");
    EXPECT_EQ(response.statuses(3).status(), pb::RPC_STATUS_ERROR);
    EXPECT_EQ(response.statuses(4).status(), pb::RPC_STATUS_NOT_FOUND);
+   EXPECT_EQ(response.statuses(5).status(), pb::RPC_STATUS_ERROR);
+   EXPECT_EQ(response.statuses(6).status(), pb::RPC_STATUS_OK);
    // Sent once more, alone, it is committed and pushed.
    EXPECT_EQ(status(message("new", "b", {2})), pb::RPC_STATUS_OK);
    EXPECT_EQ(priorities(v4("new-b")), (std::vector<int>{2}));
-   EXPECT_EQ(policyMap_.rules().size(), 3U);
-   EXPECT_EQ(contract_.cbf.processRemove(), 1U);
+   EXPECT_EQ(policyMap_.rules().size(), 4U);
+   EXPECT_EQ(contract_.cbf.processRemove(), 2U);
    EXPECT_EQ(policyMap_.rules().size(), 2U);
    expectNoChange();
    EXPECT_EQ(status(message("new", "b", {2})), pb::RPC_STATUS_OK);
