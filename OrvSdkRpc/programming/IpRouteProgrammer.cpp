@@ -1,11 +1,19 @@
 #include "OrvSdkRpc/programming/IpRouteProgrammer.h"
 
+#include <vector>
+
 #include "OrvSdkRpc/programming/Convert.h"
 #include "OrvSdkRpc/programming/Reply.h"
 #include "orv/ip_route.h"
 #include "orv/lock.h"
 
 namespace OrvSdkRpc {
+
+// A route that stood before it was written.
+struct IpRouteProgrammer::Before {
+   orv::ip_route_t route;
+   orv::ip_route_action_t action;
+};
 
 void IpRouteProgrammer::ipRouteTagIs(std::uint32_t tag) {
    tag_ = tag;
@@ -48,8 +56,8 @@ int IpRouteProgrammer::addRibRoute(const pb::ip_route_msg& request, std::string&
    }
    via.nexthop_group_is(request.nexthop_group_name());
    orv::sdk_scoped_lock lock;
-   std::optional<orv::ip_route_t> before;
-   if (mgr_->exists(key)) before = mgr_->ip_route(key);
+   std::optional<Before> before;
+   if (mgr_->exists(key)) before = Before{mgr_->ip_route(key), mgr_->action(key)};
    mgr_->ip_route_set(route, orv::ip_route_action_t::nexthop_group);
    try {
       mgr_->ip_route_via_set(via);
@@ -60,16 +68,21 @@ int IpRouteProgrammer::addRibRoute(const pb::ip_route_msg& request, std::string&
    return pb::RPC_STATUS_OK;
 }
 
-// A route whose via was refused is again what it was. The controller hears of that refusal, whatever else
-// goes wrong here.
-void IpRouteProgrammer::takeBack(const orv::ip_route_key_t& key,
-                                 const std::optional<orv::ip_route_t>& before) {
+// A route whose via was refused is again what it was. Its vias stand still; they are set again as well, so
+// that a resync keeps the route with them. The controller hears of that refusal, whatever else goes wrong
+// here.
+void IpRouteProgrammer::takeBack(const orv::ip_route_key_t& key, const std::optional<Before>& before) {
    try {
-      if (before) {
-         mgr_->ip_route_set(*before, orv::ip_route_action_t::nexthop_group);
-      } else {
+      if (!before) {
          mgr_->ip_route_del(key);
+         return;
       }
+      mgr_->ip_route_set(before->route, before->action);
+      std::vector<orv::ip_route_via_t> vias;
+      for (auto it = mgr_->ip_route_via_iter(key); it; ++it)
+         vias.push_back(*it);
+      for (const orv::ip_route_via_t& via : vias)
+         mgr_->ip_route_via_set(via);
    } catch (const orv::error& e) {
       orv::fmttrace(programmingTracer(), 0, "Error: ip route {} cannot be taken back, exception {}",
                     key.prefix(), e.what());

@@ -15,7 +15,6 @@
 namespace orv {
 class ip_route_mgr;
 class ip_route_key_t;
-class ip_route_t;
 }  // namespace orv
 
 namespace OrvSdkRpc {
@@ -38,7 +37,8 @@ public:
    int delRibRoute(const pb::ip_route_msg& request, std::string& errorText);
 
 private:
-   void takeBack(const orv::ip_route_key_t& key, const std::optional<orv::ip_route_t>& before);
+   struct Before;
+   void takeBack(const orv::ip_route_key_t& key, const std::optional<Before>& before);
 
    const ClientInit& client_;
    orv::ip_route_mgr* const mgr_;

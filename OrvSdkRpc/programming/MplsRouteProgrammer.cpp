@@ -1,6 +1,7 @@
 #include "OrvSdkRpc/programming/MplsRouteProgrammer.h"
 
 #include <utility>
+#include <vector>
 
 #include "OrvSdkRpc/programming/Convert.h"
 #include "OrvSdkRpc/programming/Reply.h"
@@ -158,13 +159,20 @@ int MplsRouteProgrammer::processMplsRoutePopAndForward(const pb::mpls_route_msg&
    return pb::RPC_STATUS_OK;
 }
 
+// A route that stood before it was written anew, perhaps without vias.
+struct MplsRouteProgrammer::Before {
+   orv::mpls_route_t route;
+   std::vector<orv::mpls_route_via_t> vias;
+};
+
 // Writes the route anew, with this via alone.
 void MplsRouteProgrammer::writeRoute(const orv::mpls_route_via_t& via) {
    const orv::mpls_route_key_t& key = via.route_key();
-   std::vector<orv::mpls_route_via_t> before;
+   std::optional<Before> before;
    if (routeMgr_->exists(key)) {
+      before.emplace().route = routeMgr_->mpls_route(key);
       for (auto it = routeMgr_->mpls_route_via_iter(key); it; ++it)
-         before.push_back(*it);
+         before->vias.push_back(*it);
       routeMgr_->mpls_route_del(key);
    }
    try {
@@ -178,18 +186,25 @@ void MplsRouteProgrammer::writeRoute(const orv::mpls_route_via_t& via) {
 
 // A label whose via was refused forwards as it did before. The controller hears of that refusal, whatever
 // else goes wrong here.
-void MplsRouteProgrammer::takeBack(const orv::mpls_route_key_t& key,
-                                   const std::vector<orv::mpls_route_via_t>& before) {
-   try {
-      routeMgr_->mpls_route_del(key);
-      if (before.empty()) return;
-      routeMgr_->mpls_route_set(orv::mpls_route_t(key));
-      for (const orv::mpls_route_via_t& via : before)
-         routeMgr_->mpls_route_via_set(via);
-   } catch (const orv::error& e) {
-      orv::fmttrace(programmingTracer(), 0, "Error: MPLS route {} cannot be taken back, exception {}", key,
-                    e.what());
-   }
+void MplsRouteProgrammer::takeBack(const orv::mpls_route_key_t& key, const std::optional<Before>& before) {
+   const auto succeeds = [&](const auto& call) {
+      try {
+         call();
+         return true;
+      } catch (const orv::error& e) {
+         orv::fmttrace(programmingTracer(), 0, "Error: MPLS route {} cannot be taken back, exception {}", key,
+                       e.what());
+         return false;
+      }
+   };
+   const auto del = [&] { routeMgr_->mpls_route_del(key); };
+   if (!succeeds(del) || !before) return;
+   if (!succeeds([&] { routeMgr_->mpls_route_set(before->route); })) return;
+   bool forwards = before->vias.empty();
+   for (const orv::mpls_route_via_t& via : before->vias)
+      forwards |= succeeds([&] { routeMgr_->mpls_route_via_set(via); });
+   // The switch may refuse a via now that it took once; the route is not left behind without any.
+   if (!forwards) succeeds(del);
 }
 
 }  // namespace OrvSdkRpc

@@ -8,8 +8,8 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
-#include <vector>
 
 #include "OrvSdkRpcProtos/orvsdk.pb.h"
 
@@ -45,7 +45,8 @@ public:
 private:
    int work(const pb::mpls_route_msg& request, std::string& errorText);
    void writeRoute(const orv::mpls_route_via_t& via);
-   void takeBack(const orv::mpls_route_key_t& key, const std::vector<orv::mpls_route_via_t>& before);
+   struct Before;
+   void takeBack(const orv::mpls_route_key_t& key, const std::optional<Before>& before);
 
    const ClientInit& client_;
    orv::mpls_route_mgr* const routeMgr_;

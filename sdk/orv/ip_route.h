@@ -69,6 +69,9 @@ public:
    // vias of its route. Nothing to remove is no error.
    virtual void ip_route_via_del(const ip_route_via_t& via) = 0;
    virtual void ip_route_via_del(const ip_route_via_t& via, const std::string& vrf_name) = 0;
+
+   // The action of the route in the default VRF; forward where there is none.
+   [[nodiscard]] virtual ip_route_action_t action(const ip_route_key_t& key) const = 0;
 };
 
 }  // namespace orv

@@ -86,6 +86,9 @@ public:
    // vias of its route. Nothing to remove is no error.
    virtual void mpls_route_via_del(const mpls_route_via_t& via) = 0;
 
+   // A default route object where there is none.
+   [[nodiscard]] virtual mpls_route_t mpls_route(const mpls_route_key_t& key) const = 0;
+
    // For handlers and for whoever implements the manager.
    [[nodiscard]] watch_list<mpls_route_handler, mpls_route_key_t>& handlers() noexcept { return handlers_; }
 

@@ -217,6 +217,10 @@ orv::ip_route_t IpRouteMgr::ip_route(const orv::ip_route_key_t& key, const std::
    return row == nullptr ? orv::ip_route_t{} : toRoute(table_, *row);
 }
 
+Action IpRouteMgr::action(const orv::ip_route_key_t& key) const {
+   return action(key, orv::default_vrf_name);
+}
+
 Action IpRouteMgr::action(const orv::ip_route_key_t& key, const std::string& vrf_name) const {
    orv::sdk_lock_check();
    const auto* row = find(key, vrf_name);

@@ -94,12 +94,13 @@ public:
    void ip_route_via_set(const orv::ip_route_via_t& via, const std::string& vrf_name) override;
    void ip_route_via_del(const orv::ip_route_via_t& via) override;
    void ip_route_via_del(const orv::ip_route_via_t& via, const std::string& vrf_name) override;
+   orv::ip_route_action_t action(const orv::ip_route_key_t& key) const override;
 
    std::size_t size() const { return table_.size(); }
    std::size_t capacity() const { return table_.capacity(); }
    // Routes that hardware has.
    std::size_t programmed() const { return programmed_; }
-   // The action that a route was set with, for `show`; forward for one that is not there.
+   // The same in any VRF.
    orv::ip_route_action_t action(const orv::ip_route_key_t& key, const std::string& vrf_name) const;
 
    std::size_t routesIn(const std::string& vrf_name) const;

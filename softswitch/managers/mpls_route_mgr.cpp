@@ -216,6 +216,12 @@ bool MplsRouteMgr::exists(const orv::mpls_route_via_t& via) const {
    return std::find(vias.begin(), vias.end(), via) != vias.end();
 }
 
+orv::mpls_route_t MplsRouteMgr::mpls_route(const orv::mpls_route_key_t& key) const {
+   orv::sdk_lock_check();
+   const auto* row = table_.findRoute(key);
+   return row == nullptr ? orv::mpls_route_t{} : orv::mpls_route_t(key, row->version);
+}
+
 std::uint8_t MplsRouteMgr::metric(const orv::mpls_route_key_t& key) const {
    orv::sdk_lock_check();
    const auto* row = table_.atOrAfter(orv::mpls_route_key_t(key.labels(), 0));

@@ -55,6 +55,7 @@ public:
    void mpls_route_del(const orv::mpls_route_key_t& key) override;
    void mpls_route_via_set(const orv::mpls_route_via_t& via) override;
    void mpls_route_via_del(const orv::mpls_route_via_t& via) override;
+   orv::mpls_route_t mpls_route(const orv::mpls_route_key_t& key) const override;
    std::uint16_t hw_version_id(const orv::mpls_route_key_t& key) const override;
 
    std::size_t size() const { return table_.size(); }

@@ -9,6 +9,7 @@
 #include "OrvSdkRpc/programming/CbfNhgRedirectProgrammer.h"
 #include "OrvSdkRpc/programming/ClientInit.h"
 #include "OrvSdkRpc/programming/IpRouteProgrammer.h"
+#include "OrvSdkRpc/programming/MplsRouteProgrammer.h"
 #include "OrvSdkRpc/programming/NexthopGroupProgrammer.h"
 #include "OrvSdkRpc/programming/OpaqueProgrammer.h"
 #include "Programming.h"
@@ -65,6 +66,20 @@ public:
    }
    void group(const std::string& name) { programGroup(groups_, name); }
    void route(int third, const std::string& group) { programRoute(ip_, third, group); }
+   // The refusal's words; "" when there was none.
+   std::string label(std::uint32_t number, const std::string& group) {
+      pb::mpls_route_msg request;
+      request.set_label(number);
+      request.mutable_nexthop_group_msg()->set_name(group);
+      pb::rpc_status_msg response;
+      mpls_.processMPLSRouteRequest(request, response);
+      return response.debug_string();
+   }
+   std::string refusedRoute(int third, const std::string& group) {
+      pb::rpc_status_msg response;
+      ip_.processIpRouteRequest(fixture::ipRoute(third, group, 9), response);
+      return response.debug_string();
+   }
    void notes(const pb::rpc_server_state_config_msg& request) {
       pb::rpc_status_msg response;
       opaque_.processOpaqueStateSetRequest(request, response);
@@ -108,6 +123,7 @@ private:
    fixture::SentUpdates updates_;
    std::optional<Watching> watching_;
    OrvSdkRpc::IpRouteProgrammer ip_{client_, sdk().get_ip_route_mgr()};
+   OrvSdkRpc::MplsRouteProgrammer mpls_{client_, sdk().get_mpls_route_mgr(), sdk().get_mpls_vrf_label_mgr()};
    OrvSdkRpc::NexthopGroupProgrammer groups_{client_, sdk().get_nexthop_group_mgr()};
    OrvSdkRpc::OpaqueProgrammer opaque_{client_, sdk().get_agent_mgr()};
 };
@@ -177,6 +193,58 @@ TEST_F(Resync, whatCameBetweenTwoStartsIsStaleUnlessReplayed) {
    EXPECT_FALSE(server_->hasRoute(1));
    EXPECT_TRUE(server_->hasGroup("both"));
    EXPECT_TRUE(server_->hasRoute(2));
+}
+
+// What stood is whole at the end, or gone: it never stands without its via. A route and a label are treated
+// alike.
+TEST_F(Resync, aReplayWhoseViaIsRefusedKeepsTheRouteWithTheViaItHad) {
+   const std::string tooLong(256, 'g');
+   const orv::mpls_route_key_t label{orv::mpls_label_t(100)};
+   orv::mpls_route_via_t labelVia(label, orv::mpls_action_t::pop);
+   labelVia.nexthop_group_is("g");
+   orv::ip_route_via_t routeVia(orv::ip_route_key_t(orv::ip_prefix_t("10.0.1.0/24")));
+   routeVia.nexthop_group_is("g");
+   server_->route(1, "g");
+   {
+      orv::sdk_scoped_lock lock;
+      auto& labels = *server_->sdk().get_mpls_route_mgr();
+      labels.mpls_route_set(orv::mpls_route_t(label, 7));
+      labels.mpls_route_via_set(labelVia);
+   }
+   server_->resync(Phase::RESYNC_START);
+   EXPECT_NE(server_->refusedRoute(1, tooLong), "");
+   EXPECT_NE(server_->label(100, tooLong), "");
+   // New ones are not left behind.
+   EXPECT_NE(server_->refusedRoute(2, tooLong), "");
+   EXPECT_NE(server_->label(200, tooLong), "");
+   EXPECT_EQ(server_->resync(Phase::RESYNC_END).status(), pb::RPC_STATUS_OK);
+   orv::sdk_scoped_lock lock;
+   auto& routes = *server_->sdk().get_ip_route_mgr();
+   EXPECT_EQ(routes.ip_route(routeVia.route_key()).tag(), 0U);
+   EXPECT_TRUE(routes.exists(routeVia));
+   EXPECT_FALSE(server_->hasRoute(2));
+   auto& labels = *server_->sdk().get_mpls_route_mgr();
+   EXPECT_EQ(labels.mpls_route(label), orv::mpls_route_t(label, 7));
+   EXPECT_TRUE(labels.exists(labelVia));
+   EXPECT_FALSE(labels.exists(orv::mpls_route_key_t(orv::mpls_label_t(200))));
+}
+
+// No route, a route without vias and one that drops are three different states to go back to.
+TEST_F(Resync, whatStoodWithoutAViaStandsAsItWasAfterARefusal) {
+   const std::string tooLong(256, 'g');
+   const orv::mpls_route_key_t label{orv::mpls_label_t(100)};
+   const orv::ip_route_key_t dropped(orv::ip_prefix_t("10.0.1.0/24"));
+   {
+      orv::sdk_scoped_lock lock;
+      server_->sdk().get_mpls_route_mgr()->mpls_route_set(orv::mpls_route_t(label, 7));
+      server_->sdk().get_ip_route_mgr()->ip_route_set(orv::ip_route_t(dropped), orv::ip_route_action_t::drop);
+   }
+   EXPECT_NE(server_->refusedRoute(1, tooLong), "");
+   EXPECT_NE(server_->label(100, tooLong), "");
+   orv::sdk_scoped_lock lock;
+   EXPECT_EQ(server_->sdk().get_mpls_route_mgr()->mpls_route(label), orv::mpls_route_t(label, 7));
+   EXPECT_FALSE(server_->sdk().get_mpls_route_mgr()->exists(orv::mpls_route_via_t(label)));
+   EXPECT_EQ(server_->sdk().get_ip_route_mgr()->action(dropped), orv::ip_route_action_t::drop);
 }
 
 TEST_F(Resync, aNoteSetAndDeletedInOneRequestIsGoneAndOthersSurviveARestart) {

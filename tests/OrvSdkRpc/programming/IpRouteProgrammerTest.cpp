@@ -11,6 +11,7 @@
 #include "fixture/TraceCapture.h"
 #include "orv/error.h"
 #include "orv/lock.h"
+#include "support/VectorIter.h"
 
 namespace OrvSdkRpc {
 namespace {
@@ -160,14 +161,33 @@ TEST_F(IpRouteProgrammerTest, aRouteThatStoodIsAsItWasWhenTheViaIsRefused) {
    contract_.init();
    orv::ip_route_t before(keyOf(1));
    before.tag_is(5);
+   orv::ip_route_via_t old(keyOf(1));
+   old.nexthop_group_is("old");
+   ON_CALL(mgr_, action(keyOf(1))).WillByDefault(Return(orv::ip_route_action_t::nexthop_group));
+   ON_CALL(mgr_, ip_route_via_iter(keyOf(1))).WillByDefault([&](const auto&) {
+      return support::iterOver<orv::ip_route_via_iter_t>({old});
+   });
    InSequence order;
    EXPECT_CALL(mgr_, exists(Matcher<const orv::ip_route_key_t&>(keyOf(1)))).WillOnce(Return(true));
    EXPECT_CALL(mgr_, ip_route(keyOf(1))).WillOnce(Return(before));
    EXPECT_CALL(mgr_, ip_route_set(_, Matcher<orv::ip_route_action_t>(_)));
    EXPECT_CALL(mgr_, ip_route_via_set(_)).WillOnce(Throw(orv::invalid_argument_error("name too long")));
    EXPECT_CALL(mgr_, ip_route_set(before, Matcher<orv::ip_route_action_t>(_)));
+   EXPECT_CALL(mgr_, ip_route_via_set(old));
    EXPECT_CALL(mgr_, ip_route_del(_)).Times(0);
    EXPECT_EQ(process(ipRoute(1, "g", 6)).status(), pb::RPC_STATUS_ERROR);
+}
+
+TEST_F(IpRouteProgrammerTest, aRouteWithoutViasGetsItsActionBack) {
+   contract_.init();
+   ON_CALL(mgr_, exists(Matcher<const orv::ip_route_key_t&>(_))).WillByDefault(Return(true));
+   ON_CALL(mgr_, ip_route(keyOf(1))).WillByDefault(Return(orv::ip_route_t(keyOf(1))));
+   ON_CALL(mgr_, action(keyOf(1))).WillByDefault(Return(orv::ip_route_action_t::drop));
+   InSequence order;
+   EXPECT_CALL(mgr_, ip_route_set(_, orv::ip_route_action_t::nexthop_group));
+   EXPECT_CALL(mgr_, ip_route_via_set(_)).WillOnce(Throw(orv::invalid_argument_error("name too long")));
+   EXPECT_CALL(mgr_, ip_route_set(orv::ip_route_t(keyOf(1)), orv::ip_route_action_t::drop));
+   EXPECT_EQ(process(ipRoute(1, "g")).status(), pb::RPC_STATUS_ERROR);
 }
 
 TEST_F(IpRouteProgrammerTest, anErrorInTakingBackDoesNotHideTheRefusal) {

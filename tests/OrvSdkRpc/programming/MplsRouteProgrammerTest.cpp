@@ -78,6 +78,16 @@ protected:
    void routeStands(bool stands = true) {
       ON_CALL(routes_, exists(Matcher<const orv::mpls_route_key_t&>(key))).WillByDefault(Return(stands));
    }
+   // The route's one via, over a group, and the route's version.
+   orv::mpls_route_via_t viaStands(std::uint16_t version) {
+      orv::mpls_route_via_t via(key);
+      via.nexthop_group_is("old");
+      ON_CALL(routes_, mpls_route(key)).WillByDefault(Return(orv::mpls_route_t(key, version)));
+      ON_CALL(routes_, mpls_route_via_iter(key)).WillByDefault([via](const auto&) {
+         return support::iterOver<orv::mpls_route_via_iter_t>({via});
+      });
+      return via;
+   }
    void vrfLabelStands() {
       ON_CALL(labels_, mpls_vrf_label(_))
            .WillByDefault(Return(orv::mpls_vrf_label_t(orv::mpls_label_t(100), "red")));
@@ -271,11 +281,7 @@ TEST_F(InitializedMplsRouteProgrammerTest, anErrorBecomesWordsAndTheBulkGoesOn) 
 }
 
 TEST_F(InitializedMplsRouteProgrammerTest, aLabelWhoseViaIsRefusedForwardsAsBefore) {
-   orv::mpls_route_via_t old(key);
-   old.nexthop_group_is("old");
-   ON_CALL(routes_, mpls_route_via_iter(key)).WillByDefault([&](const auto&) {
-      return support::iterOver<orv::mpls_route_via_iter_t>({old});
-   });
+   const auto old = viaStands(7);
    EXPECT_CALL(labels_, mpls_vrf_label_del(_)).Times(0);
    InSequence order;
    EXPECT_CALL(routes_, exists(Matcher<const orv::mpls_route_key_t&>(key))).WillOnce(Return(true));
@@ -284,9 +290,37 @@ TEST_F(InitializedMplsRouteProgrammerTest, aLabelWhoseViaIsRefusedForwardsAsBefo
    EXPECT_CALL(routes_, mpls_route_via_set(_))
         .WillOnce(Throw(orv::invalid_argument_error("no such interface")));
    EXPECT_CALL(routes_, mpls_route_del(key));
-   EXPECT_CALL(routes_, mpls_route_set(orv::mpls_route_t(key)));
+   EXPECT_CALL(routes_, mpls_route_set(orv::mpls_route_t(key, 7)));
    EXPECT_CALL(routes_, mpls_route_via_set(old));
    EXPECT_TRUE(process(withGroup(0)).debug_string().ends_with(" exception no such interface"));
+}
+
+TEST_F(InitializedMplsRouteProgrammerTest, aLabelWithoutViasStandsWithoutThemAgain) {
+   routeStands();
+   ON_CALL(routes_, mpls_route(key)).WillByDefault(Return(orv::mpls_route_t(key, 7)));
+   InSequence order;
+   EXPECT_CALL(routes_, mpls_route_del(key));
+   EXPECT_CALL(routes_, mpls_route_set(orv::mpls_route_t(key)));
+   EXPECT_CALL(routes_, mpls_route_via_set(_)).WillOnce(Throw(orv::invalid_argument_error("refused")));
+   EXPECT_CALL(routes_, mpls_route_del(key));
+   EXPECT_CALL(routes_, mpls_route_set(orv::mpls_route_t(key, 7)));
+   EXPECT_TRUE(process(withGroup(0)).debug_string().ends_with(" exception refused"));
+}
+
+TEST_F(InitializedMplsRouteProgrammerTest, aLabelWhoseOldViaIsRefusedTooIsNotLeftBehindWithoutOne) {
+   routeStands();
+   const auto old = viaStands(0);
+   fixture::TraceCapture traces("OrvSdkRpc/0");
+   InSequence order;
+   EXPECT_CALL(routes_, mpls_route_del(key));
+   EXPECT_CALL(routes_, mpls_route_set(_));
+   EXPECT_CALL(routes_, mpls_route_via_set(_)).WillOnce(Throw(orv::invalid_argument_error("first")));
+   EXPECT_CALL(routes_, mpls_route_del(key));
+   EXPECT_CALL(routes_, mpls_route_set(_));
+   EXPECT_CALL(routes_, mpls_route_via_set(old)).WillOnce(Throw(orv::invalid_argument_error("second")));
+   EXPECT_CALL(routes_, mpls_route_del(key));
+   EXPECT_TRUE(process(withGroup(0)).debug_string().ends_with(" exception first"));
+   EXPECT_EQ(traces.count("Error: MPLS route 100 cannot be taken back, exception second"), 1U);
 }
 
 TEST_F(InitializedMplsRouteProgrammerTest, aNewLabelWhoseViaIsRefusedIsTakenBackAndThatMayFailToo) {

@@ -37,6 +37,7 @@ public:
    MOCK_METHOD(void, ip_route_via_set, (const orv::ip_route_via_t&, const std::string&), (override));
    MOCK_METHOD(void, ip_route_via_del, (const orv::ip_route_via_t&), (override));
    MOCK_METHOD(void, ip_route_via_del, (const orv::ip_route_via_t&, const std::string&), (override));
+   MOCK_METHOD(orv::ip_route_action_t, action, (const orv::ip_route_key_t&), (const, override));
 };
 
 }  // namespace support

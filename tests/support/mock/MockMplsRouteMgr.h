@@ -28,6 +28,7 @@ public:
    MOCK_METHOD(void, mpls_route_del, (const orv::mpls_route_key_t&), (override));
    MOCK_METHOD(void, mpls_route_via_set, (const orv::mpls_route_via_t&), (override));
    MOCK_METHOD(void, mpls_route_via_del, (const orv::mpls_route_via_t&), (override));
+   MOCK_METHOD(orv::mpls_route_t, mpls_route, (const orv::mpls_route_key_t&), (const, override));
    MOCK_METHOD(std::uint16_t, hw_version_id, (const orv::mpls_route_key_t&), (const, override));
 };
 
