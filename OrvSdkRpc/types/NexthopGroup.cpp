@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <iterator>
+#include <limits>
 #include <utility>
+#include <vector>
 
 #include "OrvSdkRpc/types/Addresses.h"
 #include "OrvSdkRpc/types/Enumerations.h"
@@ -18,7 +20,8 @@ std::uint16_t slotOf(std::uint32_t key) {
    return static_cast<std::uint16_t>(key);
 }
 
-// Visits the map by slot, so that a slot_map grows at its end, whatever order the map has.
+// Converts the values in the order of the keys. Whole keys that fit a slot come out in the order of the slots
+// already; others are sorted behind the conversion, so that the slot_map grows at its end in any case.
 template <typename T, typename Map, typename Convert>
 orv::slot_map<T> slots(const Map& map, const Convert& convertOne) {
    using Item = typename Map::value_type;
@@ -26,13 +29,22 @@ orv::slot_map<T> slots(const Map& map, const Convert& convertOne) {
    items.reserve(map.size());
    for (const Item& item : map)
       items.push_back(&item);
-   std::sort(items.begin(), items.end(), [](const Item* a, const Item* b) {
-      return std::pair(slotOf(a->first), a->first) < std::pair(slotOf(b->first), b->first);
-   });
+   std::sort(items.begin(), items.end(), [](const Item* a, const Item* b) { return a->first < b->first; });
    orv::slot_map<T> result;
    result.reserve(items.size());
+   if (items.empty() || items.back()->first <= std::numeric_limits<std::uint16_t>::max()) {
+      for (const Item* item : items)
+         result.insert(slotOf(item->first), convertOne(item->second));
+      return result;
+   }
+   std::vector<std::pair<std::uint16_t, T>> values;
+   values.reserve(items.size());
    for (const Item* item : items)
-      result.insert(slotOf(item->first), convertOne(item->second));
+      values.emplace_back(slotOf(item->first), convertOne(item->second));
+   std::stable_sort(values.begin(), values.end(),
+                    [](const auto& a, const auto& b) { return a.first < b.first; });
+   for (auto& [slot, value] : values)
+      result.insert(slot, std::move(value));
    return result;
 }
 

@@ -1,8 +1,16 @@
 #include "orv/fib_types.h"
 
+#include <bit>
+
 #include "orv/record_text.h"
 
 namespace orv {
+namespace {
+
+// So many vias are looked through one by one.
+constexpr std::size_t searched_at_most = 16;
+
+}  // namespace
 
 std::string_view enum_text(fib_fec_type_t v) noexcept {
    switch (v) {
@@ -127,8 +135,34 @@ std::string fib_fec_t::to_string() const {
                                             {"via", detail::text_of(via_)}});
 }
 
+bool fib_fec_t::operator==(const fib_fec_t& other) const {
+   return fec_key_ == other.fec_key_ && fec_type_ == other.fec_type_ &&
+          nexthop_group_name_ == other.nexthop_group_name_ && via_ == other.via_;
+}
+
 void fib_fec_t::via_set(fib_via_t via) {
-   if (std::find(via_.begin(), via_.end(), via) == via_.end()) via_.push_back(std::move(via));
+   if (via_.size() < searched_at_most) {
+      if (std::find(via_.begin(), via_.end(), via) == via_.end()) via_.push_back(std::move(via));
+      return;
+   }
+   if (places_.size() < 2 * (via_.size() + 1)) grow_places();
+   const auto place = place_of(via);
+   if (places_[place] != 0) return;
+   via_.push_back(std::move(via));
+   places_[place] = static_cast<std::uint32_t>(via_.size());
+}
+
+std::size_t fib_fec_t::place_of(const fib_via_t& via) const {
+   auto place = via.hash() & (places_.size() - 1);
+   while (places_[place] != 0 && via_[places_[place] - 1] != via)
+      place = (place + 1) & (places_.size() - 1);
+   return place;
+}
+
+void fib_fec_t::grow_places() {
+   places_.assign(std::bit_ceil(4 * via_.size()), 0);
+   for (std::size_t i = 0; i < via_.size(); ++i)
+      places_[place_of(via_[i])] = static_cast<std::uint32_t>(i + 1);
 }
 
 }  // namespace orv

@@ -173,18 +173,25 @@ public:
    void nexthop_group_name_is(std::string v) { nexthop_group_name_ = std::move(v); }
    // In the order in which they were set.
    [[nodiscard]] const std::vector<fib_via_t>& via() const noexcept { return via_; }
-   // Adds a via; one that is there already is not added again.
+   // Adds a via; one that is there already is not added again. Costs the same however many there are.
    void via_set(fib_via_t via);
 
-   bool operator==(const fib_fec_t&) const = default;
+   bool operator==(const fib_fec_t& other) const;
    [[nodiscard]] std::size_t hash() const;
    [[nodiscard]] std::string to_string() const;
 
 private:
+   // Where `via` stands in places_, or the free place where it belongs.
+   [[nodiscard]] std::size_t place_of(const fib_via_t& via) const;
+   void grow_places();
+
    fib_fec_key_t fec_key_;
    fib_fec_type_t fec_type_ = fib_fec_type_t::undefined;
    std::string nexthop_group_name_;
    std::vector<fib_via_t> via_;
+   // A hash table over via_ once that is long: positions counted from 1, 0 for a free place; its size is a
+   // power of 2 and at least twice the number of vias.
+   std::vector<std::uint32_t> places_;
 };
 
 }  // namespace orv

@@ -54,4 +54,30 @@ TEST(FibTypesTest, aFecHoldsEachViaOnceInTheOrderOfTheCalls) {
                 [](auto& v) { v.mpls_label_is(orv::mpls_label_t(0)); }});
 }
 
+// Each via costs the same: a search through all of them would take minutes here.
+TEST(FibTypesTest, aFecOfManyViasHoldsEachOnce) {
+   constexpr std::uint32_t count = 200000;
+   const auto via = [](std::uint32_t i) {
+      fib_via_t made(ip_addr_t("10.0.0.1"), intf_id_t("Ethernet1"));
+      made.mpls_label_is(orv::mpls_label_t(i));
+      return made;
+   };
+   fib_fec_t fec(fib_fec_key_t(1));
+   for (int round = 0; round < 2; ++round) {
+      for (std::uint32_t i = 0; i < count; ++i)
+         fec.via_set(via(i));
+   }
+   ASSERT_EQ(fec.via().size(), count);
+   for (std::uint32_t i = 0; i < count; ++i)
+      ASSERT_EQ(fec.via()[i], via(i));
+   // A copy goes on by itself.
+   fib_fec_t copy = fec;
+   EXPECT_EQ(copy, fec);
+   copy.via_set(via(7));
+   EXPECT_EQ(copy, fec);
+   copy.via_set(via(count));
+   EXPECT_NE(copy, fec);
+   EXPECT_EQ(fec.via().size(), count);
+}
+
 }  // namespace

@@ -130,11 +130,17 @@ TEST(NexthopGroupTest, aGroupIsRefusedInTheOrderOfItsFields) {
          {[](auto& m) { (*m.mutable_destination_ips())[1] = "12345"; }, badLength(5)}});
 }
 
-TEST(NexthopGroupTest, entriesAreJudgedInTheOrderOfTheirSlots) {
+TEST(NexthopGroupTest, entriesAreJudgedInTheOrderOfTheirKeys) {
    remote::NexthopGroup message;
-   for (std::uint32_t slot = 1; slot <= 64; ++slot)
-      (*message.mutable_nexthops())[slot].set_nexthop(std::string(16 + slot, 'a'));
+   for (std::uint32_t key = 1; key <= 64; ++key)
+      (*message.mutable_nexthops())[key].set_nexthop(std::string(16 + key, 'a'));
+   // A smaller slot, but a larger key.
+   (*message.mutable_nexthops())[65536].set_nexthop("12");
    EXPECT_EQ(refusalOf([&] { convert(message); }), badLength(17));
+   remote::NexthopGroup destinations;
+   (*destinations.mutable_destination_ips())[65536] = "12";
+   (*destinations.mutable_destination_ips())[5] = "123";
+   EXPECT_EQ(refusalOf([&] { convert(destinations); }), badLength(3));
 }
 
 // The label stack is plain numbers, in the order of the forward list.
@@ -181,6 +187,18 @@ TEST(NexthopGroupTest, aGroupOfEverySlot) {
    remote::NexthopGroup message;
    for (std::uint32_t slot = 0; slot <= 65535; ++slot)
       (*message.mutable_nexthops())[slot].set_child_nexthop_group("c");
+   const auto value = convert(message);
+   ASSERT_EQ(value.nexthops().size(), 65536U);
+   std::uint32_t expected = 0;
+   for (const auto& [slot, entry] : value.nexthops())
+      ASSERT_EQ(slot, expected++);
+}
+
+// The same where every second key is cut, so that keys and slots have different orders.
+TEST(NexthopGroupTest, aGroupOfEverySlotWhoseKeysAreCut) {
+   remote::NexthopGroup message;
+   for (std::uint32_t slot = 0; slot <= 65535; ++slot)
+      (*message.mutable_nexthops())[slot % 2 == 0 ? slot + 65536 : slot].set_child_nexthop_group("c");
    const auto value = convert(message);
    ASSERT_EQ(value.nexthops().size(), 65536U);
    std::uint32_t expected = 0;
