@@ -4,6 +4,7 @@
 #include <memory>
 
 #include "orv/lock.h"
+#include "softswitch/tables/sdk_iters.h"
 
 namespace softswitch {
 namespace {
@@ -27,26 +28,6 @@ orv::fib_route_type_t typeOf(const RouteRow& row) {
    }
    return orv::fib_route_type_t::sdk_agent;
 }
-
-class RouteIter final : public orv::fib_route_iter_impl {
-public:
-   explicit RouteIter(const FibMgr& fib) : fib_(&fib), cursor_(fib.routes().table(), Names::none) {}
-   bool next(orv::fib_route_t& route) override {
-      while (const auto* row = cursor_.next()) {
-         if (!fib_->inFib(*row)) continue;
-         route = fib_->toFibRoute(*row);
-         return true;
-      }
-      return false;
-   }
-   std::unique_ptr<orv::iter_impl<orv::fib_route_t>> clone() const override {
-      return std::make_unique<RouteIter>(*this);
-   }
-
-private:
-   const FibMgr* fib_;
-   IpRouteTable::Cursor cursor_;
-};
 
 // By number: the FECs of routes with hops, then those of groups.
 class FecIter final : public orv::fib_fec_iter_impl {
@@ -98,7 +79,12 @@ bool FibMgr::events_enabled() const {
 
 orv::fib_route_iter_t FibMgr::fib_route_iter() const {
    orv::sdk_lock_check();
-   return orv::fib_route_iter_t(std::make_unique<RouteIter>(*this));
+   return makeCursorIter<orv::fib_route_iter_t>(IpRouteTable::Cursor(routes_.table(), Names::none),
+                                                [this](const RouteRow& row, orv::fib_route_t& route) {
+                                                   if (!inFib(row)) return false;
+                                                   route = toFibRoute(row);
+                                                   return true;
+                                                });
 }
 
 bool FibMgr::fib_route_exists(const orv::fib_route_key_t& key) const {

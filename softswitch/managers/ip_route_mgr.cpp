@@ -2,31 +2,17 @@
 
 #include <fmt/format.h>
 
-#include <algorithm>
-#include <memory>
-#include <optional>
-
 #include "orv/error.h"
 #include "orv/lock.h"
+#include "softswitch/tables/sdk_iters.h"
 
 namespace softswitch {
 namespace {
 
 using Action = orv::ip_route_action_t;
 
-constexpr std::size_t viaBytes = 160;  // of an encoded via, about
-
 bool isDefault(const std::string& vrfName) {
    return vrfName.empty() || vrfName == orv::default_vrf_name;
-}
-
-bool sameIdentity(const orv::ip_route_via_t& a, const orv::ip_route_via_t& b) {
-   return a.hop() == b.hop() && a.intf() == b.intf() && a.vtep_addr() == b.vtep_addr() &&
-          a.vni() == b.vni() && a.vxlan_intf() == b.vxlan_intf();
-}
-
-bool isBare(const orv::ip_route_via_t& via) {
-   return via.nexthop_group().empty() && IpRouteTable::plainGroup(via);
 }
 
 orv::ip_route_t toRoute(const IpRouteTable& table, const RouteRow& row) {
@@ -37,83 +23,19 @@ orv::ip_route_t toRoute(const IpRouteTable& table, const RouteRow& row) {
    return route;
 }
 
-// All vias of the row, as the SDK shows them.
-std::vector<orv::ip_route_via_t> viasOf(const IpRouteTable& table, const RouteRow& row) {
-   std::vector<orv::ip_route_via_t> vias;
-   if (row.group != Names::none) {
-      vias.push_back(table.groupVia(row));
-   } else if (row.vias) {
-      for (const auto& each : *row.vias) {
-         vias.push_back(each.via);
-         vias.back().route_key_is(row.key.routeKey());
-      }
-   }
-   return vias;
-}
-
-class RouteIter final : public orv::ip_route_iter_impl {
-public:
-   RouteIter(const IpRouteTable& table, NameId vrf) : table_(&table), cursor_(table, vrf) {}
-   bool next(orv::ip_route_t& route) override {
-      const auto* row = cursor_.next();
-      if (row == nullptr) return false;
-      route = toRoute(*table_, *row);
-      return true;
-   }
-   std::unique_ptr<orv::iter_impl<orv::ip_route_t>> clone() const override {
-      return std::make_unique<RouteIter>(*this);
-   }
-
-private:
-   const IpRouteTable* table_;
-   IpRouteTable::Cursor cursor_;
-};
-
-// The vias as they were when the walk began, without those that are gone when their turn comes.
-class ViaIter final : public orv::ip_route_via_iter_impl {
-public:
-   ViaIter(const IpRouteTable& table, const RouteRow& row)
-        : table_(&table), key_(row.key), vias_(viasOf(table, row)) {}
-   bool next(orv::ip_route_via_t& via) override {
-      while (at_ < vias_.size()) {
-         auto& candidate = vias_[at_++];
-         const auto* row = table_->find(key_);
-         if (row == nullptr) break;
-         const auto now = viasOf(*table_, *row);
-         const auto it = std::find_if(now.begin(), now.end(), [&](const auto& v) {
-            return v.nexthop_group().empty() == candidate.nexthop_group().empty() &&
-                   sameIdentity(v, candidate);
-         });
-         if (it == now.end()) continue;
-         via = *it;
-         return true;
-      }
-      return false;
-   }
-   std::unique_ptr<orv::iter_impl<orv::ip_route_via_t>> clone() const override {
-      return std::make_unique<ViaIter>(*this);
-   }
-
-private:
-   const IpRouteTable* table_;
-   RouteKey key_;
-   std::vector<orv::ip_route_via_t> vias_;
-   std::size_t at_ = 0;
-};
-
 }  // namespace
 
 IpRouteMgr::IpRouteMgr(const Context& context, Hardware& hardware, Names& groupNames, orv::intf_mgr& intfs,
                        orv::vrf_mgr& vrfs)
-     : orv::intf_handler(&intfs),
+     : GroupSweep(groupNames),
+       orv::intf_handler(&intfs),
        hardware_(hardware),
-       groupNames_(groupNames),
        intfs_(intfs),
        vrfMgr_(vrfs),
        viasMax_(context.limits.viasPerRoute),
        table_(context.store, groupNames, vrfNames_, context.limits.ipRoutes) {
    watch_all_intfs(true);
-   if (table_.size() != 0) startSweep();
+   if (table_.size() != 0) sweep();
 }
 
 void IpRouteMgr::tag_is(std::uint32_t tag) {
@@ -128,37 +50,13 @@ std::uint32_t IpRouteMgr::tag() const {
 
 void IpRouteMgr::resync_init() {
    orv::sdk_lock_check();
-   table_.resyncInit();
+   table_.marks().begin();
 }
 
 void IpRouteMgr::resync_complete() {
    orv::sdk_lock_check();
-   if (!table_.resyncing()) return;
-   table_.resyncEnds();
-   table_.visitAll([this](RouteRow& row) {
-      if (row.mark != table_.epoch()) {
-         del(row);
-      } else if (dropStaleVias(row)) {
-         changed(row);
-      }
-   });
-}
-
-// Vias that were not set again go, though their route was. True when there were any.
-bool IpRouteMgr::dropStaleVias(RouteRow& row) {
-   const auto stale = [this](const RouteVia& v) { return v.mark != table_.epoch(); };
-   if (row.group != Names::none) {
-      if (row.groupMark == table_.epoch()) return false;
-      table_.prepare(0, true);
-      table_.clearVias(row);
-      return true;
-   }
-   if (!row.vias || std::none_of(row.vias->begin(), row.vias->end(), stale)) return false;
-   table_.prepare(row.vias->size() * viaBytes, true);
-   for (auto it = row.vias->begin();
-        row.vias && (it = std::find_if(row.vias->begin(), row.vias->end(), stale)) != row.vias->end();)
-      table_.eraseHop(row, it);
-   return true;
+   completeResync(
+        table_, [this](RouteRow& row) { del(row); }, [this](RouteRow& row) { changed(row); });
 }
 
 orv::ip_route_iter_t IpRouteMgr::ip_route_iter() const {
@@ -169,7 +67,11 @@ orv::ip_route_iter_t IpRouteMgr::ip_route_iter(const std::string& vrf_name) cons
    orv::sdk_lock_check();
    NameId vrf;
    if (!vrfNumber(vrf_name, vrf)) return {};
-   return orv::ip_route_iter_t(std::make_unique<RouteIter>(table_, vrf));
+   return makeCursorIter<orv::ip_route_iter_t>(IpRouteTable::Cursor(table_, vrf),
+                                               [this](const RouteRow& row, orv::ip_route_t& route) {
+                                                  route = toRoute(table_, row);
+                                                  return true;
+                                               });
 }
 
 orv::ip_route_via_iter_t IpRouteMgr::ip_route_via_iter(const orv::ip_route_key_t& key) const {
@@ -179,9 +81,14 @@ orv::ip_route_via_iter_t IpRouteMgr::ip_route_via_iter(const orv::ip_route_key_t
 orv::ip_route_via_iter_t IpRouteMgr::ip_route_via_iter(const orv::ip_route_key_t& key,
                                                        const std::string& vrf_name) const {
    orv::sdk_lock_check();
-   const auto* row = find(key, vrf_name);
-   if (row == nullptr) return {};
-   return orv::ip_route_via_iter_t(std::make_unique<ViaIter>(table_, *row));
+   NameId vrf;
+   if (!vrfNumber(vrf_name, vrf)) return {};
+   return makeSnapshotIter<orv::ip_route_via_iter_t>(
+        [this, wanted = RouteKey(vrf, key.prefix(), key.preference())] {
+           const auto* row = table_.find(wanted);
+           return row == nullptr ? std::vector<orv::ip_route_via_t>() : table_.viasOf(*row);
+        },
+        IpRouteTable::sameVia);
 }
 
 bool IpRouteMgr::exists(const orv::ip_route_key_t& key) const {
@@ -201,10 +108,7 @@ bool IpRouteMgr::exists(const orv::ip_route_via_t& via) const {
 bool IpRouteMgr::exists(const orv::ip_route_via_t& via, const std::string& vrf_name) const {
    orv::sdk_lock_check();
    const auto* row = find(via.route_key(), vrf_name);
-   if (row == nullptr || !row->hasVias()) return false;
-   if (isBare(via)) return true;
-   const auto vias = viasOf(table_, *row);
-   return std::find(vias.begin(), vias.end(), via) != vias.end();
+   return row != nullptr && table_.hasVia(*row, via);
 }
 
 orv::ip_route_t IpRouteMgr::ip_route(const orv::ip_route_key_t& key) const {
@@ -283,22 +187,7 @@ void IpRouteMgr::ip_route_via_del(const orv::ip_route_via_t& via, const std::str
    if (!vrfNumber(vrf_name, vrf)) return;
    const auto& key = via.route_key();
    auto* row = table_.find(RouteKey(vrf, key.prefix(), key.preference()));
-   if (row == nullptr || !row->hasVias()) return;
-   if (isBare(via) || (row->group != Names::none && table_.groupVia(*row) == via)) {
-      table_.prepare(0, true);
-      table_.clearVias(*row);
-      changed(*row);
-      return;
-   }
-   if (row->group != Names::none) return;
-   auto wanted = via;
-   wanted.route_key_is({});
-   const auto it =
-        std::find_if(row->vias->begin(), row->vias->end(), [&](const auto& v) { return v.via == wanted; });
-   if (it == row->vias->end()) return;
-   table_.prepare(row->vias->size() * viaBytes, true);
-   table_.eraseHop(*row, it);
-   changed(*row);
+   if (row != nullptr && table_.eraseVias(*row, via)) changed(*row);
 }
 
 // False for a VRF that nothing was ever written to.
@@ -345,16 +234,15 @@ void IpRouteMgr::set(const orv::ip_route_t& route, const Action* action, NameId 
       }
       if (row->tag == route.tag() && row->ribBypass == route.rib_bypass() && row->action == newAction &&
           table_.commandTag(*row) == route.command_tag()) {
-         row->mark = table_.epoch();
+         row->mark = table_.marks().epoch();
          return;
       }
    } else {
       table_.checkCapacity();
    }
-   table_.prepare(route.command_tag().size() +
-                  (row != nullptr && row->vias ? row->vias->size() * viaBytes : 0));
+   table_.prepare(route.command_tag().size() + (row == nullptr ? 0 : IpRouteTable::bytesOfVias(*row)));
    if (row == nullptr) row = &table_.insert(key);
-   row->mark = table_.epoch();
+   row->mark = table_.marks().epoch();
    row->tag = route.tag();
    row->ribBypass = route.rib_bypass();
    row->action = newAction;
@@ -370,7 +258,7 @@ void IpRouteMgr::del(RouteRow& row) {
    table_.erase(row);
    if (programmed) --programmed_;
    if (!known) return;
-   removals_.push_back(gone);
+   removals_.push(gone);
    hardware_.request();
 }
 
@@ -413,14 +301,14 @@ void IpRouteMgr::setVia(const orv::ip_route_via_t& via, NameId vrf) {
            fmt::format("via of ip route {}, which does not exist", key.prefix()));
    // The common via is valid by its form alone.
    const bool group = !via.nexthop_group().empty();
-   if (!group || via.nexthop_group().size() > NexthopGroupMgr::nameBytesMax || !IpRouteTable::plainGroup(via))
+   if (!group || via.nexthop_group().size() > NexthopGroupMgr::nameBytesMax || !IpRouteKind::plain(via))
       validateVia(via);
    if (row->action == Action::drop || row->action == Action::punt) {
       throw orv::invalid_argument_error(fmt::format(
            "via of ip route {}: the route's action is {}, it takes no via", key.prefix(), row->action));
    }
    if (!group) {
-      setListedVia(*row, via);
+      setHop(*row, via);
       return;
    }
    if (row->hasHops()) {
@@ -428,45 +316,24 @@ void IpRouteMgr::setVia(const orv::ip_route_via_t& via, NameId vrf) {
            fmt::format("via of ip route {}: nexthop group {} on a route that has hops", key.prefix(),
                        via.nexthop_group()));
    }
-   if (row->group != Names::none && !row->vias && groupNames_.text(row->group) == via.nexthop_group() &&
-       row->action == Action::nexthop_group && IpRouteTable::plainGroup(via)) {
-      row->groupMark = table_.epoch();
-      return;
-   }
-   table_.prepare(via.nexthop_group().size() + viaBytes);
+   if (row->action == Action::nexthop_group && table_.keepGroup(*row, via)) return;
+   table_.prepare(via.nexthop_group().size() + IpRouteKind::viaBytes);
    table_.setGroup(*row, via);
    row->action = Action::nexthop_group;
    changed(*row);
 }
 
-void IpRouteMgr::setListedVia(RouteRow& row, const orv::ip_route_via_t& via) {
+void IpRouteMgr::setHop(RouteRow& row, const orv::ip_route_via_t& via) {
    const auto& prefix = via.route_key().prefix();
    if (row.group != Names::none || row.action == Action::nexthop_group) {
       throw orv::invalid_argument_error(
            fmt::format("via of ip route {}: a hop on a route that is for a nexthop group", prefix));
    }
-   auto wanted = via;
-   wanted.route_key_is({});
-   if (row.vias) {
-      const auto it = std::find_if(row.vias->begin(), row.vias->end(),
-                                   [&](const auto& v) { return sameIdentity(v.via, wanted); });
-      if (it != row.vias->end()) {
-         if (it->via != wanted) {
-            table_.prepare((row.vias->size() + 1) * viaBytes);
-            it->via = std::move(wanted);
-            changed(row);
-         }
-         it->mark = table_.epoch();
-         return;
-      }
-      if (row.vias->size() >= viasMax_) {
-         throw orv::invalid_argument_error(
-              fmt::format("via of ip route {}: the route has {} vias, more do not fit", prefix, viasMax_));
-      }
+   if (row.hops() >= viasMax_ && !table_.hasHop(row, via)) {
+      throw orv::invalid_argument_error(
+           fmt::format("via of ip route {}: the route has {} vias, more do not fit", prefix, viasMax_));
    }
-   table_.prepare(((row.vias ? row.vias->size() : 0) + 1) * viaBytes);
-   table_.hops(row).push_back({std::move(wanted), table_.epoch()});
-   changed(row);
+   if (table_.setHop(row, via)) changed(row);
 }
 
 void IpRouteMgr::changed(RouteRow& row) {
@@ -477,7 +344,7 @@ void IpRouteMgr::changed(RouteRow& row) {
 void IpRouteMgr::queue(RouteRow& row) {
    if (row.queued) return;
    row.queued = true;
-   pending_.push_back(row.index);
+   pending_.push(row.index);
    hardware_.request();
 }
 

@@ -31,9 +31,10 @@
 #include "orv/vrf.h"
 #include "softswitch/context.h"
 #include "softswitch/forwarding/hardware.h"
+#include "softswitch/managers/group_sweep.h"
 #include "softswitch/managers/ip_route_table.h"
-#include "softswitch/managers/nexthop_group_mgr.h"
 #include "softswitch/names.h"
+#include "softswitch/tables/work_list.h"
 
 namespace softswitch {
 
@@ -61,7 +62,7 @@ protected:
 class IpRouteMgr final : public orv::ip_route_mgr,
                          public HardwareClient,
                          public RouteAnswers,
-                         public GroupObserver,
+                         public GroupSweep,
                          private orv::intf_handler {
 public:
    static constexpr std::uint32_t vniMax = 0xffffff;  // RFC 7348
@@ -114,8 +115,6 @@ public:
    bool hardwareIdle() const override { return removals_.empty() && pending_.empty() && !sweeping_; }
    void hardwareStep(ForwardingPlane& plane) override;
    void routesAnswer(std::span<const RouteIndex> tokens, bool programmed) override;
-   void groupProgrammed(NameId id, bool fresh) override;
-   void groupGone(NameId id) override;
 
 private:
    void on_oper_status(const orv::intf_id_t& intf, orv::oper_status_t status) override;
@@ -127,22 +126,17 @@ private:
    void set(const orv::ip_route_t& route, const orv::ip_route_action_t* action, NameId vrf);
    void del(RouteRow& row);
    void setVia(const orv::ip_route_via_t& via, NameId vrf);
-   void setListedVia(RouteRow& row, const orv::ip_route_via_t& via);
+   void setHop(RouteRow& row, const orv::ip_route_via_t& via);
    void validateVia(const orv::ip_route_via_t& via) const;
-   void delVia(const orv::ip_route_via_t& via, const std::string& vrfName);
-   bool viaExists(const orv::ip_route_via_t& via, const std::string& vrfName) const;
-   bool dropStaleVias(RouteRow& row);
    void changed(RouteRow& row);
    void queue(RouteRow& row);
    void program(ForwardingPlane& plane, RouteRow& row);
    void flushBatch(ForwardingPlane& plane);
    void unprogram(ForwardingPlane& plane, RouteRow& row);
-   void sweepGroup(NameId id);
-   void startSweep();
+   void sweep() override;
    void sweepStep(ForwardingPlane& plane);
 
    Hardware& hardware_;
-   Names& groupNames_;
    const orv::intf_mgr& intfs_;
    const orv::vrf_mgr& vrfMgr_;
    const std::size_t viasMax_;
@@ -153,17 +147,13 @@ private:
    RouteObserver* observer_ = nullptr;
 
    // For the hardware stage.
-   std::vector<GoneRoute> removals_;
-   std::size_t removalsAt_ = 0;
+   WorkList<GoneRoute> removals_;
+   WorkList<RouteIndex> pending_;
    std::vector<PlaneRoute> batch_;
-   std::vector<RouteIndex> pending_;
-   std::size_t pendingAt_ = 0;
    // A walk over all rows, in the order of memory: programs what is not, and looks again at routes whose
    // group or link has come or gone.
    bool sweeping_ = false;
-   bool sweepHops_ = false;
-   std::vector<bool> sweepGroups_;  // by number of the group's name
-   bool sweepAnyGroup_ = false;
+   bool sweepsHops_ = false;
    RouteIndex sweepAt_ = 0;
 };
 

@@ -16,21 +16,13 @@ constexpr std::size_t sweptPerStep = 1024;
 void IpRouteMgr::hardwareStep(ForwardingPlane& plane) {
    // Removals first: a route that was deleted and set again is a new one.
    if (!removals_.empty()) {
-      for (std::size_t done = 0; done < rowsPerStep && removalsAt_ < removals_.size(); ++done) {
-         const auto gone = removals_[removalsAt_++];
+      removals_.work(rowsPerStep, [&](const GoneRoute& gone) {
          plane.routeDel(gone.key);
          if (observer_ != nullptr) observer_->routeGone(gone);
-      }
-      if (removalsAt_ == removals_.size()) {
-         removals_.clear();
-         if (removals_.capacity() > 65536) removals_.shrink_to_fit();
-         removalsAt_ = 0;
-      }
-      return;
-   }
-   if (pendingAt_ < pending_.size()) {
-      for (std::size_t done = 0; done < rowsPerStep && pendingAt_ < pending_.size(); ++done) {
-         auto& row = table_.at(pending_[pendingAt_++]);
+      });
+   } else if (!pending_.empty()) {
+      pending_.work(rowsPerStep, [&](RouteIndex index) {
+         auto& row = table_.at(index);
          row.queued = false;
          if (row.sent) {
             row.again = true;
@@ -39,17 +31,11 @@ void IpRouteMgr::hardwareStep(ForwardingPlane& plane) {
          } else {
             table_.release(row);
          }
-      }
+      });
       flushBatch(plane);
-      if (pendingAt_ == pending_.size()) {
-         pending_.clear();
-         // A burst's memory is given back, a trickle's is kept.
-         if (pending_.capacity() > 65536) pending_.shrink_to_fit();
-         pendingAt_ = 0;
-      }
-      return;
+   } else if (sweeping_) {
+      sweepStep(plane);
    }
-   if (sweeping_) sweepStep(plane);
 }
 
 // A route that has nothing to forward by is not programmed.
@@ -101,22 +87,6 @@ void IpRouteMgr::routesAnswer(std::span<const RouteIndex> tokens, bool programme
    }
 }
 
-void IpRouteMgr::groupProgrammed(NameId id, bool fresh) {
-   if (fresh && groupNames_.references(id) > 1) sweepGroup(id);
-}
-
-void IpRouteMgr::groupGone(NameId id) {
-   if (groupNames_.references(id) > 0) sweepGroup(id);
-}
-
-// Besides the group itself, who holds a reference to its name is a route, of IP or of MPLS.
-void IpRouteMgr::sweepGroup(NameId id) {
-   if (id >= sweepGroups_.size()) sweepGroups_.resize(id + 1);
-   sweepGroups_[id] = true;
-   sweepAnyGroup_ = true;
-   startSweep();
-}
-
 void IpRouteMgr::on_oper_status(const orv::intf_id_t&, orv::oper_status_t) {
    sweepHops();
 }
@@ -127,11 +97,11 @@ void IpRouteMgr::on_intf_delete(const orv::intf_id_t&) {
 
 void IpRouteMgr::sweepHops() {
    if (table_.rowsWithHops() == 0) return;
-   sweepHops_ = true;
-   startSweep();
+   sweepsHops_ = true;
+   sweep();
 }
 
-void IpRouteMgr::startSweep() {
+void IpRouteMgr::sweep() {
    sweeping_ = true;
    sweepAt_ = 0;
    hardware_.request();
@@ -144,16 +114,14 @@ void IpRouteMgr::sweepStep(ForwardingPlane& plane) {
       if (!row.alive() || row.queued || row.sent) continue;
       if (!row.programmed) {
          program(plane, row);
-      } else if (observer_ != nullptr &&
-                 ((sweepAnyGroup_ && row.group < sweepGroups_.size() && sweepGroups_[row.group]) ||
-                  (sweepHops_ && row.hasHops()))) {
+      } else if (observer_ != nullptr && (groupChanged(row.group) || (sweepsHops_ && row.hasHops()))) {
          observer_->wayOutChanged(row);
       }
    }
    flushBatch(plane);
    if (sweepAt_ < table_.bound()) return;
-   sweeping_ = sweepHops_ = sweepAnyGroup_ = false;
-   sweepGroups_.clear();
+   sweeping_ = sweepsHops_ = false;
+   swept();
 }
 
 }  // namespace softswitch

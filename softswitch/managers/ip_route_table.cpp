@@ -10,8 +10,6 @@
 namespace softswitch {
 namespace {
 
-constexpr std::uint8_t rowVersion = 1;
-constexpr std::size_t fixedRowBytes = 32;
 constexpr std::uint8_t usualPreference = 1;
 
 enum ViaForm : std::uint8_t { viasNone = 0, viasGroup = 1, viasList = 2 };
@@ -26,38 +24,6 @@ std::uint64_t readBig(const std::uint8_t* p) {
 void writeBig(std::uint8_t* p, std::uint64_t v) {
    if constexpr (std::endian::native == std::endian::little) v = __builtin_bswap64(v);
    std::memcpy(p, &v, sizeof v);
-}
-
-void writeVia(store::Writer& out, const orv::ip_route_via_t& via) {
-   write(out, via.hop());
-   write(out, via.intf());
-   out.text(via.nexthop_group());
-   write(out, via.mpls_label());
-   out.varint(via.vni());
-   write(out, via.vtep_addr());
-   write(out, via.router_mac());
-   out.text(via.egress_vrf());
-   out.varint(via.metric());
-   write(out, via.vxlan_intf());
-   out.boolean(via.vtep_sip_validation());
-   out.varint(via.weight());
-}
-
-orv::ip_route_via_t readVia(store::Reader& in) {
-   orv::ip_route_via_t via;
-   via.hop_is(readIpAddr(in));
-   via.intf_is(readIntfId(in));
-   via.nexthop_group_is(std::string(in.text()));
-   via.mpls_label_is(readMplsLabel(in));
-   via.vni_is(in.number<std::uint32_t>());
-   via.vtep_addr_is(readIpAddr(in));
-   via.router_mac_is(readEthAddr(in));
-   via.egress_vrf_is(std::string(in.text()));
-   via.metric_is(in.number<std::uint32_t>());
-   via.vxlan_intf_is(readIntfId(in));
-   via.vtep_sip_validation_is(in.boolean());
-   via.weight_is(in.number<std::uint32_t>());
-   return via;
 }
 
 }  // namespace
@@ -76,17 +42,60 @@ orv::ip_prefix_t RouteKey::prefix() const {
    return {orv::ip_addr_t(static_cast<std::uint8_t>(vrfAndFamily), bytes), length};
 }
 
-IpRouteTable::IpRouteTable(store::Store& store, Names& groups, Names& vrfs, std::size_t capacity)
-     : store_(store), groups_(groups), vrfs_(vrfs), capacity_(capacity), database_(store.open("ip_route")) {
-   store_.scan(database_, [this](std::string_view key, std::string_view row) { load(key, row); });
-   flushRegistration_ = store_.beforeCommit([this] {
-      if (unwritten_ != noRow) flush();
-   });
+bool IpRouteKind::plain(const Via& via) {
+   return via.hop().af() == orv::af_none && !via.intf() && !via.mpls_label() && via.vni() == 0 &&
+          via.vtep_addr().af() == orv::af_none && !via.router_mac() && via.egress_vrf().empty() &&
+          via.metric() == 0 && !via.vxlan_intf() && !via.vtep_sip_validation() && via.weight() == 0;
 }
 
-IpRouteTable::~IpRouteTable() {
-   store_.commit();
-   store_.forgetBeforeCommit(flushRegistration_);
+bool IpRouteKind::sameHop(const Via& a, const Via& b) {
+   return a.hop() == b.hop() && a.intf() == b.intf() && a.vtep_addr() == b.vtep_addr() &&
+          a.vni() == b.vni() && a.vxlan_intf() == b.vxlan_intf();
+}
+
+bool IpRouteKind::sameFields(const Via& a, const Via& b) {
+   return sameHop(a, b) && a.nexthop_group() == b.nexthop_group() && a.mpls_label() == b.mpls_label() &&
+          a.router_mac() == b.router_mac() && a.egress_vrf() == b.egress_vrf() && a.metric() == b.metric() &&
+          a.vtep_sip_validation() == b.vtep_sip_validation() && a.weight() == b.weight();
+}
+
+void IpRouteKind::writeVia(store::Writer& out, const Via& via) {
+   write(out, via.hop());
+   write(out, via.intf());
+   out.text(via.nexthop_group());
+   write(out, via.mpls_label());
+   out.varint(via.vni());
+   write(out, via.vtep_addr());
+   write(out, via.router_mac());
+   out.text(via.egress_vrf());
+   out.varint(via.metric());
+   write(out, via.vxlan_intf());
+   out.boolean(via.vtep_sip_validation());
+   out.varint(via.weight());
+}
+
+orv::ip_route_via_t IpRouteKind::readVia(store::Reader& in) {
+   orv::ip_route_via_t via;
+   via.hop_is(readIpAddr(in));
+   via.intf_is(readIntfId(in));
+   via.nexthop_group_is(std::string(in.text()));
+   via.mpls_label_is(readMplsLabel(in));
+   via.vni_is(in.number<std::uint32_t>());
+   via.vtep_addr_is(readIpAddr(in));
+   via.router_mac_is(readEthAddr(in));
+   via.egress_vrf_is(std::string(in.text()));
+   via.metric_is(in.number<std::uint32_t>());
+   via.vxlan_intf_is(readIntfId(in));
+   via.vtep_sip_validation_is(in.boolean());
+   via.weight_is(in.number<std::uint32_t>());
+   return via;
+}
+
+IpRouteTable::IpRouteTable(store::Store& store, Names& groups, Names& vrfs, std::size_t capacity)
+     : RouteTable(store, groups, capacity),
+       vrfs_(vrfs),
+       unwritten_(store, [this](RouteRow& row) { writeRow(row); }) {
+   store_.scan(database_, [this](std::string_view key, std::string_view row) { load(key, row); });
 }
 
 RouteRow* IpRouteTable::find(const RouteKey& key) {
@@ -117,16 +126,12 @@ RouteIndex IpRouteTable::newIndex() {
    return nextIndex_++;
 }
 
-void IpRouteTable::checkCapacity() const {
-   if (tree_.size() >= capacity_) refuseFull("ip_route", capacity_);
-}
-
 RouteRow& IpRouteTable::insert(const RouteKey& key) {
    const auto index = newIndex();
    auto& row = at(index);
    row.key = key;
    row.index = index;
-   row.mark = epoch_;
+   row.mark = marks_.epoch();
    if (key.preference != usualPreference) ++rowsOfOtherPreference_;
    // Routes often come in rising order, then the end is where this one belongs.
    tree_.emplace_hint(tree_.end(), key, index);
@@ -134,23 +139,7 @@ RouteRow& IpRouteTable::insert(const RouteKey& key) {
    return *(recent_ = &row);
 }
 
-void IpRouteTable::prepare(std::size_t bytes, bool shrinks) {
-   try {
-      store_.reserve(fixedRowBytes + bytes, shrinks);
-   } catch (const store::StoreError& e) {
-      refuse(e);
-   }
-}
-
-void IpRouteTable::changed(RouteRow& row) {
-   if (unwritten_ == row.index) return;
-   if (unwritten_ != noRow) flush();
-   unwritten_ = row.index;
-}
-
-void IpRouteTable::flush() noexcept {
-   auto& row = at(unwritten_);
-   unwritten_ = noRow;
+void IpRouteTable::writeRow(RouteRow& row) noexcept {
    encodeKey(row.key);
    encodeRow(row);
    store_.putReserved(database_, keyBytes_, rowBytes_);
@@ -166,7 +155,7 @@ void IpRouteTable::erase(RouteRow& row) {
          refuse(e);
       }
    }
-   if (unwritten_ == row.index) unwritten_ = noRow;
+   unwritten_.forget(row);
    if (recent_ == &row) recent_ = nullptr;
    tree_.erase(row.key);
    ++generation_;
@@ -183,63 +172,10 @@ void IpRouteTable::release(RouteRow& row) {
    unused_.push_back(index);
 }
 
-bool IpRouteTable::plainGroup(const orv::ip_route_via_t& via) {
-   return via.hop().af() == orv::af_none && !via.intf() && !via.mpls_label() && via.vni() == 0 &&
-          via.vtep_addr().af() == orv::af_none && !via.router_mac() && via.egress_vrf().empty() &&
-          via.metric() == 0 && !via.vxlan_intf() && !via.vtep_sip_validation() && via.weight() == 0;
-}
-
-void IpRouteTable::setGroup(RouteRow& row, const orv::ip_route_via_t& via) {
-   const auto id = groups_.hold(via.nexthop_group());
-   clearVias(row);
-   row.group = id;
-   row.groupMark = epoch_;
-   if (plainGroup(via)) return;
-   row.vias = std::make_unique<RouteVias>();
-   row.vias->push_back({via, epoch_});
-   row.vias->front().via.route_key_is({});
-}
-
-RouteVias& IpRouteTable::hops(RouteRow& row) {
-   if (!row.vias) {
-      row.vias = std::make_unique<RouteVias>();
-      ++rowsWithHops_;
-   }
-   return *row.vias;
-}
-
-void IpRouteTable::eraseHop(RouteRow& row, RouteVias::iterator hop) {
-   row.vias->erase(hop);
-   if (row.vias->empty()) clearVias(row);
-}
-
-void IpRouteTable::clearVias(RouteRow& row) {
-   if (row.hasHops()) --rowsWithHops_;
-   groups_.drop(row.group);
-   row.group = Names::none;
-   row.vias.reset();
-}
-
-orv::ip_route_via_t IpRouteTable::groupVia(const RouteRow& row) const {
-   orv::ip_route_via_t via;
-   if (row.vias) {
-      via = row.vias->front().via;
-   } else {
-      via.nexthop_group_is(groups_.text(row.group));
-   }
-   via.route_key_is(row.key.routeKey());
-   return via;
-}
-
 void IpRouteTable::setCommandTag(RouteRow& row, std::string_view tag) {
    const auto id = tags_.hold(tag);
    tags_.drop(row.commandTag);
    row.commandTag = id;
-}
-
-void IpRouteTable::resyncInit() {
-   ++epoch_;
-   resyncing_ = true;
 }
 
 void IpRouteTable::encodeKey(const RouteKey& key) {
@@ -260,7 +196,7 @@ void IpRouteTable::encodeKey(const RouteKey& key) {
 void IpRouteTable::encodeRow(const RouteRow& row) {
    rowBytes_.clear();
    store::Writer out(rowBytes_);
-   out.u8(rowVersion);
+   out.u8(IpRouteKind::version);
    const auto form = row.vias ? viasList : row.group != Names::none ? viasGroup : viasNone;
    out.u8(static_cast<std::uint8_t>(static_cast<std::uint8_t>(row.action) << 4 | form |
                                     (row.ribBypass ? ribBypassBit : 0)));
@@ -271,12 +207,11 @@ void IpRouteTable::encodeRow(const RouteRow& row) {
    } else if (form == viasList) {
       out.varint(row.vias->size());
       for (const auto& each : *row.vias)
-         writeVia(out, each.via);
+         IpRouteKind::writeVia(out, each.via);
    }
 }
 
 void IpRouteTable::load(std::string_view keyBytes, std::string_view rowBytes) {
-   const auto damaged = [](const char* what) { throw store::StoreError(store::Trouble::damaged, what); };
    store::Reader keyIn(keyBytes);
    const auto vrfName = keyIn.text();
    // Held for good: the names of VRFs are few.
@@ -292,14 +227,7 @@ void IpRouteTable::load(std::string_view keyBytes, std::string_view rowBytes) {
         decoded([&] { return orv::ip_prefix_t(orv::ip_addr_t(family, address.data()), length); });
 
    store::Reader in(rowBytes);
-   const auto version = in.u8();
-   if (version == 0 || version > rowVersion) {
-      throw store::StoreError(
-           store::Trouble::newerFormat,
-           fmt::format("state directory '{}': table 'ip_route' has a row of version {}, this "
-                       "release reads up to {}",
-                       store_.path().string(), version, rowVersion));
-   }
+   checkVersion(in);
    auto& row = insert(RouteKey(vrf, prefix, preference));
    row.inStore = true;
    const auto bits = in.u8();
@@ -316,18 +244,9 @@ void IpRouteTable::load(std::string_view keyBytes, std::string_view rowBytes) {
          row.group = groups_.hold(in.text());
          break;
       case viasList: {
-         auto count = in.varint();
+         const auto count = in.varint();
          if (count == 0) damaged("a route has an empty list of vias");
-         auto via = readVia(in);
-         if (!via.nexthop_group().empty()) {
-            if (count != 1) damaged("a route has more than a nexthop group");
-            setGroup(row, via);
-            break;
-         }
-         auto& list = hops(row);
-         list.push_back({std::move(via), epoch_});
-         while (--count != 0)
-            list.push_back({readVia(in), epoch_});
+         readVias(in, count, row);
          break;
       }
       default:

@@ -1,12 +1,7 @@
 // The IP routes with their vias: what the route manager keeps, sized for millions of rows.
 //
-// A route and its vias are one row, in memory and in the store. The common route, one via that names a
-// nexthop group and nothing else, takes one cache line and no allocation of its own; every other set of vias
-// stands in a vector.
-//
-// A changed row is written when another row is changed or when the lock span ends, whichever comes first, so
-// that a route and its via set in one span are encoded once. Room in the store is set aside when the change
-// is prepared: prepare() is the only operation that can be refused, and it comes before anything is changed.
+// What it shares with the MPLS routes stands in route_table.h. The common route, one via that names a nexthop
+// group and nothing else, takes one cache line and no allocation of its own.
 //
 // Thread-safety: none of its own; guarded by the SDK's lock.
 #pragma once
@@ -22,7 +17,8 @@
 
 #include "orv/ip_route_types.h"
 #include "softswitch/names.h"
-#include "softswitch/store/store.h"
+#include "softswitch/tables/deferred_row.h"
+#include "softswitch/tables/route_table.h"
 
 namespace softswitch {
 
@@ -55,23 +51,16 @@ struct RouteKey {
    }
 };
 
-struct RouteVia {
-   orv::ip_route_via_t via;  // its route_key is not filled
-   std::uint32_t mark = 0;   // the resync epoch of the last set
-};
-using RouteVias = std::vector<RouteVia>;
+using RouteVia = MarkedVia<orv::ip_route_via_t>;
+using RouteVias = RowVias<orv::ip_route_via_t>::List;
 using RouteIndex = std::uint32_t;
 
-struct RouteRow {
+struct RouteRow : RowVias<orv::ip_route_via_t> {
    RouteKey key;
    std::uint32_t tag = 0;
    NameId commandTag = Names::none;
-   NameId group = Names::none;   // that the route's one via names
-   std::uint32_t mark = 0;       // the resync epoch of the last set
-   std::uint32_t groupMark = 0;  // the same of the via that names the group
-   RouteIndex index = 0;         // where the row stands
-   std::unique_ptr<RouteVias>
-        vias;  // hops; or the via with the group, when it carries more than that; or null
+   std::uint32_t mark = 0;  // the resync epoch of the last set
+   RouteIndex index = 0;    // where the row stands
    orv::ip_route_action_t action = orv::ip_route_action_t::forward;
    bool ribBypass : 1 = false;
    bool inStore : 1 = false;
@@ -82,23 +71,38 @@ struct RouteRow {
    bool programmed : 1 = false;  // the forwarding plane has it
    bool forwarded : 1 = false;   // it was announced as a route of the FIB
 
-   bool hasVias() const { return group != Names::none || vias != nullptr; }
-   bool hasHops() const { return group == Names::none && vias != nullptr; }
    bool alive() const { return key.vrfAndFamily != 0 && !dead; }
 };
 static_assert(sizeof(RouteRow) == 64, "a route is one cache line");
 
-class IpRouteTable {
+// What IP routes have of their own among routes (route_table.h): a row keeps nothing of a via but the group.
+struct IpRouteKind {
+   using Row = RouteRow;
+   using Via = orv::ip_route_via_t;
+   static constexpr std::string_view table = "ip_route";
+   static constexpr std::uint8_t version = 1;
+   static constexpr std::size_t viaBytes = 160;
+
+   static bool plain(const Via& via);
+   static bool bare(const Via& via) { return via.nexthop_group().empty() && plain(via); }
+   static bool sameHop(const Via& a, const Via& b);
+   static bool sameFields(const Via& a, const Via& b);
+   static bool keeps(const Row&, const Via&) { return true; }
+   static void keep(Row&, const Via&) {}
+   static void keepNothing(Row&) {}
+   static Via kept(const Row& row) { return Via(routeKey(row)); }
+   static orv::ip_route_key_t routeKey(const Row& row) { return row.key.routeKey(); }
+   static Via readVia(store::Reader& in);
+   static void writeVia(store::Writer& out, const Via& via);
+};
+
+class IpRouteTable : public RouteTable<IpRouteKind> {
 public:
    // Reads what the store has; throws store::StoreError (damaged). `groups` and `vrfs` number the names of
    // nexthop groups and VRFs; the VRF "default" is number 0.
    IpRouteTable(store::Store& store, Names& groups, Names& vrfs, std::size_t capacity);
-   ~IpRouteTable();
-   IpRouteTable(const IpRouteTable&) = delete;
-   IpRouteTable& operator=(const IpRouteTable&) = delete;
 
    std::size_t size() const { return tree_.size(); }
-   std::size_t capacity() const { return capacity_; }
 
    // Null when there is none. A row stays where it is until it is erased.
    RouteRow* find(const RouteKey& key);
@@ -110,46 +114,26 @@ public:
    const RouteRow& at(RouteIndex index) const { return slabs_[index / slabRows][index % slabRows]; }
 
    // Throws orv::error when there is no room for another row.
-   void checkCapacity() const;
+   void checkCapacity() const { RouteTable::checkCapacity(size()); }
    // A new row. prepare() and checkCapacity() come before.
    RouteRow& insert(const RouteKey& key);
-   // Sets aside room for writing a row that will have about `bytes` more than its fixed part. Throws
-   // orv::error.
-   // `shrinks` tells of a change that takes something away, which a full disk allows.
-   void prepare(std::size_t bytes, bool shrinks = false);
    // To be called after each change to a row.
-   void changed(RouteRow& row);
+   void changed(RouteRow& row) { unwritten_.changed(row); }
 
    // Throws orv::error when the disk is full. The row's memory is used again at once unless it is `queued` or
    // `sent`: then it is `dead`, until release().
    void erase(RouteRow& row);
    void release(RouteRow& row);
 
-   // Makes a via that names a group the only one of the row.
-   void setGroup(RouteRow& row, const orv::ip_route_via_t& via);
-   // The row's list of hops, made when it is not there.
-   RouteVias& hops(RouteRow& row);
-   // Removes one of the list, and the list with the last one.
-   void eraseHop(RouteRow& row, RouteVias::iterator hop);
-   void clearVias(RouteRow& row);
-   // A via of the row, as the SDK shows it.
-   orv::ip_route_via_t groupVia(const RouteRow& row) const;
-   static bool plainGroup(const orv::ip_route_via_t& via);
    void setCommandTag(RouteRow& row, std::string_view tag);
    const std::string& commandTag(const RouteRow& row) const { return tags_.text(row.commandTag); }
-   const std::string& group(const RouteRow& row) const { return groups_.text(row.group); }
 
-   void resyncInit();
-   std::uint32_t epoch() const { return epoch_; }
-   bool resyncing() const { return resyncing_; }
-   void resyncEnds() { resyncing_ = false; }
    // Calls `visit(row)` for each row in key order; it may erase that row. Ends the span of the store when it
    // has become large.
    template <class Visit>
    void visitAll(Visit&& visit);
 
-   // Rows with hops, and rows of another preference than 1: where there are none, a walk can be spared.
-   std::size_t rowsWithHops() const { return rowsWithHops_; }
+   // Rows of another preference than 1: where there are none, a walk can be spared.
    std::size_t rowsOfOtherPreference() const { return rowsOfOtherPreference_; }
    // One above the largest index.
    RouteIndex bound() const { return nextIndex_; }
@@ -174,34 +158,26 @@ private:
    friend class Cursor;
    using Tree = absl::btree_map<RouteKey, RouteIndex>;
    static constexpr std::size_t slabRows = 4096;
-   static constexpr RouteIndex noRow = ~RouteIndex{0};
 
    void load(std::string_view key, std::string_view row);
    RouteIndex newIndex();
    void encodeKey(const RouteKey& key);
    void encodeRow(const RouteRow& row);
-   void flush() noexcept;
+   void writeRow(RouteRow& row) noexcept;
 
-   store::Store& store_;
-   Names& groups_;
    Names& vrfs_;
    Names tags_;
-   const std::size_t capacity_;
-   const store::Store::Database database_;
-   std::size_t flushRegistration_ = 0;
    std::vector<std::unique_ptr<RouteRow[]>> slabs_;
    std::vector<RouteIndex> unused_;
    RouteIndex nextIndex_ = 0;
-   std::size_t rowsWithHops_ = 0;
    std::size_t rowsOfOtherPreference_ = 0;
    Tree tree_;
    RouteRow* recent_ = nullptr;    // the row looked up last: a via follows its route
-   RouteIndex unwritten_ = noRow;  // changed and not in the store yet
    std::uint64_t generation_ = 0;  // counts insertions and removals
-   std::uint32_t epoch_ = 0;
-   bool resyncing_ = false;
-   std::string keyBytes_;  // kept for their memory
+   std::string keyBytes_;          // kept for their memory
    std::string rowBytes_;
+   // Behind what writing needs.
+   DeferredRow<RouteRow> unwritten_;
 };
 
 template <class Visit>

@@ -21,21 +21,22 @@
 #include <absl/container/flat_hash_map.h>
 
 #include <optional>
-#include <vector>
 
 #include "orv/intf.h"
 #include "orv/mpls_route.h"
 #include "softswitch/context.h"
 #include "softswitch/forwarding/hardware.h"
+#include "softswitch/managers/group_sweep.h"
 #include "softswitch/managers/mpls_route_table.h"
 #include "softswitch/managers/nexthop_group_mgr.h"
+#include "softswitch/tables/work_list.h"
 
 namespace softswitch {
 
 class MplsRouteMgr final : public orv::MplsRouteMgrImpl,
                            public HardwareClient,
                            public MplsRouteAnswers,
-                           public GroupObserver {
+                           public GroupSweep {
 public:
    MplsRouteMgr(const Context& context, Hardware& hardware, Names& groupNames, NexthopGroupMgr& groups,
                 const orv::intf_mgr& intfs);
@@ -61,18 +62,14 @@ public:
    std::size_t size() const { return table_.size(); }
    std::size_t capacity() const { return table_.capacity(); }
 
-   bool hardwareIdle() const override { return pendingAt_ == pending_.size() && !sweeping_; }
+   bool hardwareIdle() const override { return pending_.empty() && !sweepAt_; }
    void hardwareStep(ForwardingPlane& plane) override;
    void mplsRouteAnswer(const orv::mpls_route_key_t& key, std::uint16_t version, bool programmed) override;
-   void groupProgrammed(NameId id, bool fresh) override;
-   void groupGone(NameId id) override;
 
 private:
    const MplsRow* inHardware(const orv::mpls_route_key_t& key) const;
    void validateVia(const orv::mpls_route_via_t& via) const;
-   void setListedVia(MplsRow& row, const orv::mpls_route_via_t& via);
    void erase(MplsRow& row);
-   bool dropStaleVias(MplsRow& row);
    void changed(MplsRow& row);
    void queue(MplsRow& row);
    bool hasWayOut(const MplsRow& row) const;
@@ -82,7 +79,7 @@ private:
    std::uint64_t fecFor(MplsRow& row);
    void useFec(std::uint64_t fec);
    void leaveFec(std::uint64_t fec);
-   void sweepGroup(NameId id);
+   void sweep() override;
    void sweepStep();
 
    Hardware& hardware_;
@@ -92,13 +89,10 @@ private:
    MplsRouteTable table_;
    absl::flat_hash_map<std::uint64_t, std::size_t> fecUsers_;
    std::uint64_t nextFec_ = 1;
-   std::vector<MplsRow*> pending_;
-   std::size_t pendingAt_ = 0;
+   WorkList<MplsRow*> pending_;
    // Handed to the plane: a via that names a group and an action alone. Kept for its memory.
    orv::mpls_route_via_t plainVia_;
-   // A walk that looks again at the routes over groups that have come or gone.
-   bool sweeping_ = false;
-   std::vector<bool> sweepGroups_;  // by number of the group's name
+   // A walk that looks again at the routes over groups that have come or gone; empty when there is none.
    std::optional<MplsRouteTable::Cursor> sweepAt_;
 };
 

@@ -7,12 +7,24 @@
 #include "softswitch/value_codec.h"
 
 namespace softswitch {
-namespace {
 
-constexpr std::uint8_t rowVersion = 1;
-constexpr std::size_t fixedRowBytes = 32;
+orv::mpls_route_key_t MplsRow::key() const {
+   return stack != nullptr ? *stack : orv::mpls_route_key_t(orv::mpls_label_t(label), 0);
+}
 
-void writeVia(store::Writer& out, const orv::mpls_route_via_t& via) {
+bool MplsRouteKind::plain(const Via& via) {
+   return via.hop().af() == orv::af_none && !via.intf() && !via.pushswap_label() &&
+          via.ttl_mode() == orv::mpls_ttl_mode_t::undefined &&
+          via.payload_type() == orv::mpls_payload_type_t::undefined && !via.skip_egress_acl();
+}
+
+bool MplsRouteKind::sameFields(const Via& a, const Via& b) {
+   return sameHop(a, b) && a.pushswap_label() == b.pushswap_label() && a.label_action() == b.label_action() &&
+          a.ttl_mode() == b.ttl_mode() && a.payload_type() == b.payload_type() &&
+          a.skip_egress_acl() == b.skip_egress_acl() && a.nexthop_group() == b.nexthop_group();
+}
+
+void MplsRouteKind::writeVia(store::Writer& out, const Via& via) {
    write(out, via.hop());
    write(out, via.intf());
    write(out, via.pushswap_label());
@@ -23,7 +35,7 @@ void writeVia(store::Writer& out, const orv::mpls_route_via_t& via) {
    out.text(via.nexthop_group());
 }
 
-orv::mpls_route_via_t readVia(store::Reader& in) {
+orv::mpls_route_via_t MplsRouteKind::readVia(store::Reader& in) {
    orv::mpls_route_via_t via;
    via.hop_is(readIpAddr(in));
    via.intf_is(readIntfId(in));
@@ -36,23 +48,9 @@ orv::mpls_route_via_t readVia(store::Reader& in) {
    return via;
 }
 
-}  // namespace
-
-orv::mpls_route_key_t MplsRow::key() const {
-   return stack != nullptr ? *stack : orv::mpls_route_key_t(orv::mpls_label_t(label), 0);
-}
-
 MplsRouteTable::MplsRouteTable(store::Store& store, Names& groups, std::size_t capacity)
-     : store_(store), groups_(groups), capacity_(capacity), database_(store.open("mpls_route")) {
+     : RouteTable(store, groups, capacity), unwritten_(store, [this](MplsRow& row) { writeRow(row); }) {
    store_.scan(database_, [this](std::string_view key, std::string_view row) { load(key, row); });
-   flushRegistration_ = store_.beforeCommit([this] {
-      if (unwritten_ != nullptr) flush();
-   });
-}
-
-MplsRouteTable::~MplsRouteTable() {
-   store_.commit();
-   store_.forgetBeforeCommit(flushRegistration_);
 }
 
 bool MplsRouteTable::isPlain(const orv::mpls_route_key_t& key) {
@@ -127,18 +125,6 @@ const MplsRow* MplsRouteTable::Cursor::next() {
    return row;
 }
 
-void MplsRouteTable::prepare(std::size_t bytes, bool shrinks) {
-   try {
-      store_.reserve(fixedRowBytes + bytes, shrinks);
-   } catch (const store::StoreError& e) {
-      refuse(e);
-   }
-}
-
-void MplsRouteTable::checkCapacity() const {
-   if (size_ >= capacity_) refuseFull("mpls_route", capacity_);
-}
-
 MplsRow& MplsRouteTable::make(const orv::mpls_route_key_t& key) {
    if (isPlain(key)) {
       const auto label = key.top_label().label();
@@ -159,7 +145,7 @@ MplsRow& MplsRouteTable::make(const orv::mpls_route_key_t& key) {
 MplsRow& MplsRouteTable::insert(const orv::mpls_route_key_t& key) {
    auto& row = make(key);
    row.configured = true;
-   row.mark = epoch_;
+   row.mark = marks_.epoch();
    ++size_;
    changed(row);
    return row;
@@ -173,22 +159,14 @@ void MplsRouteTable::erase(MplsRow& row) {
    changed(row);
 }
 
-void MplsRouteTable::changed(MplsRow& row) {
-   if (unwritten_ == &row) return;
-   if (unwritten_ != nullptr) flush();
-   unwritten_ = &row;
-}
-
 void MplsRouteTable::release(MplsRow& row) {
-   if (unwritten_ == &row) flush();
+   unwritten_.flush(row);
    nameIs(row.sentGroup, Names::none);
    row.hardware.reset();
    if (row.stack != nullptr) others_.erase(orv::mpls_route_key_t(*row.stack));
 }
 
-void MplsRouteTable::flush() noexcept {
-   auto& row = *unwritten_;
-   unwritten_ = nullptr;
+void MplsRouteTable::writeRow(MplsRow& row) noexcept {
    if (storeHasThis(row)) return;
    encodeKey(row);
    if (row.configured) {
@@ -214,49 +192,6 @@ void MplsRouteTable::noteStored(MplsRow& row) {
    row.storedVersion = row.version;
 }
 
-bool MplsRouteTable::plainGroup(const orv::mpls_route_via_t& via) {
-   return via.hop().af() == orv::af_none && !via.intf() && !via.pushswap_label() &&
-          via.ttl_mode() == orv::mpls_ttl_mode_t::undefined &&
-          via.payload_type() == orv::mpls_payload_type_t::undefined && !via.skip_egress_acl();
-}
-
-void MplsRouteTable::setGroup(MplsRow& row, const orv::mpls_route_via_t& via) {
-   const auto id = groups_.hold(via.nexthop_group());
-   clearVias(row);
-   row.group = id;
-   row.action = via.label_action();
-   row.viaMark = epoch_;
-   if (plainGroup(via)) return;
-   row.vias = std::make_unique<MplsVias>();
-   row.vias->push_back({via, epoch_});
-   row.vias->front().via.route_key_is({});
-}
-
-void MplsRouteTable::clearVias(MplsRow& row) {
-   nameIs(row.group, Names::none);
-   row.action = {};
-   row.vias.reset();
-}
-
-std::vector<orv::mpls_route_via_t> MplsRouteTable::viasOf(const MplsRow& row) const {
-   std::vector<orv::mpls_route_via_t> vias;
-   const auto key = row.key();
-   if (row.vias != nullptr) {
-      for (const auto& each : *row.vias) {
-         vias.push_back(each.via);
-         vias.back().route_key_is(key);
-      }
-   } else if (row.group != Names::none) {
-      vias.emplace_back(key, row.action).nexthop_group_is(groups_.text(row.group));
-   }
-   return vias;
-}
-
-void MplsRouteTable::resyncInit() {
-   ++epoch_;
-   resyncing_ = true;
-}
-
 void MplsRouteTable::encodeKey(const MplsRow& row) {
    keyBytes_.clear();
    store::Writer out(keyBytes_);
@@ -266,51 +201,35 @@ void MplsRouteTable::encodeKey(const MplsRow& row) {
 void MplsRouteTable::encodeRow(const MplsRow& row) {
    rowBytes_.clear();
    store::Writer out(rowBytes_);
-   out.u8(rowVersion);
+   out.u8(MplsRouteKind::version);
    out.varint(row.version);
    if (row.vias != nullptr) {
       out.varint(row.vias->size());
       for (const auto& each : *row.vias)
-         writeVia(out, each.via);
+         MplsRouteKind::writeVia(out, each.via);
    } else if (row.group != Names::none) {
-      orv::mpls_route_via_t via;
-      via.label_action_is(row.action);
-      via.nexthop_group_is(groups_.text(row.group));
+      auto via = MplsRouteKind::kept(row);
+      via.nexthop_group_is(group(row));
       out.varint(1);
-      writeVia(out, via);
+      MplsRouteKind::writeVia(out, via);
    } else {
       out.varint(0);
    }
 }
 
 void MplsRouteTable::load(std::string_view keyBytes, std::string_view rowBytes) {
-   const auto damaged = [](const char* what) { throw store::StoreError(store::Trouble::damaged, what); };
    store::Reader keyIn(keyBytes);
    const auto key = readMplsRouteKey(keyIn);
    keyIn.end();
    store::Reader in(rowBytes);
-   const auto version = in.u8();
-   if (version == 0 || version > rowVersion) {
-      throw store::StoreError(
-           store::Trouble::newerFormat,
-           fmt::format("{}: table 'mpls_route' has a row of version {}, this release reads up to {}",
-                       store_.path().string(), version, rowVersion));
-   }
+   checkVersion(in);
    if (key.labels().empty()) damaged("an MPLS route has no label");
    auto& row = make(key);
    row.configured = true;
    ++size_;
    row.version = in.number<std::uint16_t>();
-   for (auto count = in.varint(); count != 0; --count) {
-      auto via = readVia(in);
-      if (!via.nexthop_group().empty()) {
-         if (count != 1 || row.hasVias()) damaged("an MPLS route has more than a nexthop group");
-         setGroup(row, via);
-         break;
-      }
-      if (row.vias == nullptr) row.vias = std::make_unique<MplsVias>();
-      row.vias->push_back({std::move(via), epoch_});
-   }
+   const auto count = in.varint();
+   readVias(in, count, row);
    in.end();
    noteStored(row);
 }

@@ -1,13 +1,9 @@
 // The MPLS routes with their vias: what the route manager keeps, sized for every label there is.
 //
-// A route of one label and metric 0 stands at its label's place, in pages that come with their first route;
-// the few others stand in a tree. A route and its vias are one row, in memory and in the store, and what the
-// hardware stage knows of a route stands in the row too. So a row outlives its route for as long as hardware
-// has it, and a route that is removed and set again under one lock changes nothing on the way.
-//
-// A changed row is written when another row is changed or when the lock span ends, whichever comes first, and
-// not at all where the store has the same. Room in the store is set aside when the change is prepared:
-// prepare() is the only operation that can be refused, and it comes before anything is changed.
+// What it shares with the IP routes stands in route_table.h. A route of one label and metric 0 stands at its
+// label's place, in pages that come with their first route; the few others stand in a tree. What the hardware
+// stage knows of a route stands in its row too. So a row outlives its route for as long as hardware has it,
+// and a route that is removed and set again under one lock changes nothing on the way, not even in the store.
 //
 // Thread-safety: none of its own; guarded by the SDK's lock.
 #pragma once
@@ -23,15 +19,12 @@
 
 #include "orv/mpls_route_types.h"
 #include "softswitch/names.h"
-#include "softswitch/store/store.h"
+#include "softswitch/tables/deferred_row.h"
+#include "softswitch/tables/route_table.h"
 
 namespace softswitch {
 
-struct MplsVia {
-   orv::mpls_route_via_t via;  // its route_key is not filled
-   std::uint32_t mark = 0;     // the resync epoch of the last set
-};
-using MplsVias = std::vector<MplsVia>;
+using MplsVias = RowVias<orv::mpls_route_via_t>::List;
 
 // What the vias of a route are where they are not one that names a group and an action alone.
 struct MplsHardwareVias {
@@ -40,18 +33,14 @@ struct MplsHardwareVias {
    std::uint64_t ownFec = 0;  // given once it was needed
 };
 
-struct MplsRow {
+struct MplsRow : RowVias<orv::mpls_route_via_t> {
    std::unique_ptr<const orv::mpls_route_key_t> stack;  // null: `label` with metric 0
-   std::unique_ptr<MplsVias>
-        vias;  // hops; or the via with the group, when it carries more than that; or null
-   std::unique_ptr<MplsHardwareVias> hardware;  // null where the group and action below say all
-   std::uint64_t fec = 0;                       // 0: not in hardware
+   std::unique_ptr<MplsHardwareVias> hardware;          // null where the group and action below say all
+   std::uint64_t fec = 0;                               // 0: not in hardware
    std::uint32_t label = 0;
-   std::uint32_t mark = 0;     // the resync epoch of the last set
-   std::uint32_t viaMark = 0;  // the same of the via that names the group
-   // Names of groups that the vias name, each with a reference: of what is configured, of what the store has,
-   // of what was handed to the forwarding plane, and of what that has.
-   NameId group = Names::none;
+   std::uint32_t mark = 0;  // the resync epoch of the last set
+   // Names of groups that vias name, each with a reference like `group`: of what the store has, of what was
+   // handed to the forwarding plane, and of what that has.
    NameId storedGroup = Names::none;
    NameId sentGroup = Names::none;
    NameId programmedGroup = Names::none;
@@ -70,20 +59,40 @@ struct MplsRow {
    bool sent : 1 = false;         // the plane has it, or will have once it has answered
 
    orv::mpls_route_key_t key() const;
-   bool hasVias() const { return group != Names::none || vias != nullptr; }
+};
+static_assert(sizeof(MplsRow) == 80, "there may be a row for each of a million labels");
+
+// What MPLS routes have of their own among routes (route_table.h): a row keeps the group and the action of a
+// via.
+struct MplsRouteKind {
+   using Row = MplsRow;
+   using Via = orv::mpls_route_via_t;
+   static constexpr std::string_view table = "mpls_route";
+   static constexpr std::uint8_t version = 1;
+   static constexpr std::size_t viaBytes = 64;
+
+   static bool plain(const Via& via);
+   static bool bare(const Via& via) {
+      return via.nexthop_group().empty() && via.label_action() == orv::mpls_action_t::none && plain(via);
+   }
+   static bool sameHop(const Via& a, const Via& b) { return a.hop() == b.hop() && a.intf() == b.intf(); }
+   static bool sameFields(const Via& a, const Via& b);
+   static bool keeps(const Row& row, const Via& via) { return row.action == via.label_action(); }
+   static void keep(Row& row, const Via& via) { row.action = via.label_action(); }
+   static void keepNothing(Row& row) { row.action = {}; }
+   static Via kept(const Row& row) { return Via(row.key(), row.action); }
+   static orv::mpls_route_key_t routeKey(const Row& row) { return row.key(); }
+   static Via readVia(store::Reader& in);
+   static void writeVia(store::Writer& out, const Via& via);
 };
 
-class MplsRouteTable {
+class MplsRouteTable : public RouteTable<MplsRouteKind> {
 public:
    // Reads what the store has; throws store::StoreError (damaged). `groups` numbers the names of groups.
    MplsRouteTable(store::Store& store, Names& groups, std::size_t capacity);
-   ~MplsRouteTable();
-   MplsRouteTable(const MplsRouteTable&) = delete;
-   MplsRouteTable& operator=(const MplsRouteTable&) = delete;
 
    // Of configured routes.
    std::size_t size() const { return size_; }
-   std::size_t capacity() const { return capacity_; }
 
    // Also a row whose route is gone; null when there is none. A row stays where it is until it is released.
    MplsRow* find(const orv::mpls_route_key_t& key);
@@ -94,25 +103,17 @@ public:
    // The first route at or behind `key`, or null.
    const MplsRow* atOrAfter(const orv::mpls_route_key_t& key) const;
 
-   // Sets room aside for writing a row that will have about `bytes` more than its fixed part; `shrinks` tells
-   // of a change that takes something away, which a full disk allows. Throws orv::error.
-   void prepare(std::size_t bytes, bool shrinks = false);
    // Throws orv::error when there is no room for another route.
-   void checkCapacity() const;
+   void checkCapacity() const { RouteTable::checkCapacity(size_); }
    // A route without vias, and its removal with all its vias. prepare() comes before both, checkCapacity()
    // before the first.
    MplsRow& insert(const orv::mpls_route_key_t& key);
    void erase(MplsRow& row);
    // To be called after each other change of a route.
-   void changed(MplsRow& row);
+   void changed(MplsRow& row) { unwritten_.changed(row); }
    // Ends a row whose route is gone, once nobody has anything of it.
    void release(MplsRow& row);
 
-   // Makes a via that names a group the only one of the route.
-   void setGroup(MplsRow& row, const orv::mpls_route_via_t& via);
-   void clearVias(MplsRow& row);
-   // The vias as they are configured, as the SDK shows them.
-   std::vector<orv::mpls_route_via_t> viasOf(const MplsRow& row) const;
    // Gives `slot` another name.
    void nameIs(NameId& slot, NameId name) {
       if (slot == name) return;
@@ -120,12 +121,7 @@ public:
       groups_.drop(slot);
       slot = name;
    }
-   static bool plainGroup(const orv::mpls_route_via_t& via);
 
-   void resyncInit();
-   std::uint32_t epoch() const { return epoch_; }
-   bool resyncing() const { return resyncing_; }
-   void resyncEnds() { resyncing_ = false; }
    // Calls `visit(row)` for each route; it may erase that route. Ends the span of the store when it has
    // become large.
    template <class Visit>
@@ -155,25 +151,19 @@ private:
    static const MplsRow* earlier(const MplsRow* plain, const MplsRow* other);
    MplsRow& make(const orv::mpls_route_key_t& key);
    void load(std::string_view key, std::string_view row);
-   void flush() noexcept;
+   void writeRow(MplsRow& row) noexcept;
    void noteStored(MplsRow& row);
    bool storeHasThis(const MplsRow& row) const;
    void encodeKey(const MplsRow& row);
    void encodeRow(const MplsRow& row);
 
-   store::Store& store_;
-   Names& groups_;
-   const std::size_t capacity_;
-   const store::Store::Database database_;
-   std::size_t flushRegistration_ = 0;
    std::vector<std::unique_ptr<MplsRow[]>> pages_{labels / pageRows};
    Others others_;
    std::size_t size_ = 0;
-   MplsRow* unwritten_ = nullptr;  // changed and not in the store yet
-   std::uint32_t epoch_ = 0;
-   bool resyncing_ = false;
    std::string keyBytes_;  // kept for their memory
    std::string rowBytes_;
+   // Behind what writing needs.
+   DeferredRow<MplsRow> unwritten_;
 };
 
 template <class Visit>

@@ -15,7 +15,7 @@ using CounterState = orv::nexthop_group_counter_state_t;
 using HwState = orv::nexthop_group_programmed_hw_state_t;
 
 constexpr std::uint16_t versionMax = 65535;
-constexpr int groupsPerStep = 16;
+constexpr std::size_t groupsPerStep = 16;
 constexpr int sweptPerStep = 256;
 
 enum EntryBits : std::uint8_t { hasChild = 1, hasSession = 2, hasAction = 4 };
@@ -362,7 +362,7 @@ const NexthopGroupMgr::State* NexthopGroupMgr::findState(const std::string& name
 void NexthopGroupMgr::queue(State& s) {
    if (!s.queued) {
       s.queued = true;
-      pending_.push_back(s.name.id());
+      pending_.push(s.name.id());
    }
    hardware_.request();
 }
@@ -385,8 +385,7 @@ void NexthopGroupMgr::countTraffic(const std::string& name, std::uint16_t entry,
 }
 
 void NexthopGroupMgr::hardwareStep(ForwardingPlane& plane) {
-   for (int done = 0; done < groupsPerStep && pendingAt_ < pending_.size(); ++done) {
-      const auto id = pending_[pendingAt_++];
+   pending_.work(groupsPerStep, [&](NameId id) {
       auto& s = *states_[id];
       s.queued = false;
       if (!leaving_.empty()) leaving_.erase(names_.text(id));
@@ -394,7 +393,7 @@ void NexthopGroupMgr::hardwareStep(ForwardingPlane& plane) {
       if (configured != nullptr) {
          s.sent = *configured;
          plane.groupSet(id, *s.sent);
-         continue;
+         return;
       }
       const bool wasThere = s.programmed != nullptr;
       const std::string name = names_.text(id);
@@ -408,12 +407,8 @@ void NexthopGroupMgr::hardwareStep(ForwardingPlane& plane) {
       }
       // Also of a group that was not active: it is how its watchers hear that it is gone.
       handlers().notify(name, [&](auto& h) { h.on_nexthop_group_active(name, false); });
-   }
-   if (pendingAt_ == pending_.size()) {
-      pending_.clear();
-      pendingAt_ = 0;
-      if (sweeping_) sweepStep();
-   }
+   });
+   if (pending_.empty() && sweeping_) sweepStep();
 }
 
 void NexthopGroupMgr::groupAnswer(NameId id, std::uint16_t version, GroupAnswer answer) {

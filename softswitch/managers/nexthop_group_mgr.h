@@ -38,6 +38,7 @@
 #include "softswitch/forwarding/hardware.h"
 #include "softswitch/names.h"
 #include "softswitch/table.h"
+#include "softswitch/tables/work_list.h"
 
 namespace softswitch {
 
@@ -156,8 +157,7 @@ private:
    // group is in here or in groups_; in both when it was set again meanwhile.
    absl::btree_set<std::string> leaving_;
    std::vector<std::unique_ptr<State>> states_;  // by number of the name
-   std::vector<NameId> pending_;
-   std::size_t pendingAt_ = 0;
+   WorkList<NameId> pending_;
    std::vector<GroupObserver*> observers_;
    std::size_t parents_ = 0;
    // A walk that judges anew which groups are active, after a link or a group changed.

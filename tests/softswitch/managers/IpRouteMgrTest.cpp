@@ -311,6 +311,24 @@ TEST_F(IpRouteMgrTest, resyncRemovesRoutesAndViasThatWereNotSetAgain) {
    EXPECT_EQ(routes().size(), 5u);
 }
 
+TEST_F(IpRouteMgrTest, aViaThatIsSetAgainKeepsItsRouteAndADeletedOneDoesNot) {
+   setRoute("10.0.0.0/8", "g");
+   set("11.0.0.0/8");
+   set("12.0.0.0/8");
+   for (const char* route : {"11.0.0.0/8", "12.0.0.0/8"}) {
+      mgr().ip_route_via_set(hopVia(route, "192.0.2.1"));
+      mgr().ip_route_via_set(hopVia(route, "192.0.2.2"));
+   }
+   mgr().resync_init();
+   mgr().ip_route_via_set(groupVia("10.0.0.0/8", "g"));
+   mgr().ip_route_via_set(hopVia("11.0.0.0/8", "192.0.2.2"));
+   mgr().ip_route_via_del(hopVia("12.0.0.0/8", "192.0.2.2"));
+   mgr().resync_complete();
+   EXPECT_THAT(routes(), ElementsAre("10.0.0.0/8", "11.0.0.0/8"));
+   EXPECT_THAT(hops("10.0.0.0/8"), ElementsAre("g"));
+   EXPECT_THAT(hops("11.0.0.0/8"), ElementsAre("192.0.2.2"));
+}
+
 TEST_F(IpRouteMgrTest, walksSurviveChanges) {
    for (const char* route : {"10.0.0.0/8", "11.0.0.0/8", "12.0.0.0/8", "13.0.0.0/8"})
       set(route);

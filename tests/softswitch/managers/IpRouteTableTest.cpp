@@ -103,12 +103,15 @@ TEST_F(IpRouteTableTest, aRowThatHardwareKnowsKeepsItsPlaceUntilItIsReleased) {
 TEST_F(IpRouteTableTest, counts) {
    auto& row = add("10.0.0.0/8");
    EXPECT_EQ(table_->rowsWithHops(), 0u);
-   table_->hops(row).push_back({});
-   table_->hops(row).push_back({});
+   orv::ip_route_via_t hop;
+   for (const char* text : {"192.0.2.1", "192.0.2.2"}) {
+      hop.hop_is(address(text));
+      EXPECT_TRUE(table_->setHop(row, hop));
+   }
    EXPECT_EQ(table_->rowsWithHops(), 1u);
-   table_->eraseHop(row, row.vias->begin());
+   EXPECT_TRUE(table_->eraseVias(row, hop));
    EXPECT_EQ(table_->rowsWithHops(), 1u);
-   table_->eraseHop(row, row.vias->begin());
+   EXPECT_TRUE(table_->eraseVias(row, {}));
    EXPECT_EQ(table_->rowsWithHops(), 0u);
    EXPECT_FALSE(row.hasVias());
    table_->prepare(0);

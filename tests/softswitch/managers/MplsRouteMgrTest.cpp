@@ -231,5 +231,22 @@ TEST_F(MplsRouteMgrTest, resyncRemovesRoutesAndViasThatWereNotSetAgain) {
    }
 }
 
+TEST_F(MplsRouteMgrTest, aViaThatIsSetAgainKeepsItsRouteAndADeletedOneDoesNot) {
+   set(over(label(100), "g"));
+   for (const std::uint32_t number : {200u, 300u}) {
+      set(pop(label(number), "192.0.2.1"));
+      set(pop(label(number), "192.0.2.2"));
+   }
+   mgr().resync_init();
+   mgr().mpls_route_via_set(over(label(100), "g"));
+   mgr().mpls_route_via_set(pop(label(200), "192.0.2.2"));
+   mgr().mpls_route_via_del(pop(label(300), "192.0.2.2"));
+   mgr().resync_complete();
+   EXPECT_THAT(listOf(mgr().mpls_route_iter()),
+               ElementsAre(mpls_route_t(label(100)), mpls_route_t(label(200))));
+   EXPECT_THAT(vias(label(100)), ElementsAre(over(label(100), "g")));
+   EXPECT_THAT(vias(label(200)), ElementsAre(pop(label(200), "192.0.2.2")));
+}
+
 }  // namespace
 }  // namespace softswitch
