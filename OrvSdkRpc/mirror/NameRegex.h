@@ -2,7 +2,8 @@
 //
 // Thread-safety: never changes once it is made; any number of threads may match against it.
 //
-// Whatever the expression, a match takes little stack, and time by the product of the two lengths.
+// Whatever the expression, making one takes tens of milliseconds and a megabyte of stack at most, a match
+// takes time by the product of the two lengths, and both together keep at most memoryMax.
 #pragma once
 
 #include <cstddef>
@@ -14,13 +15,18 @@ namespace OrvSdkRpc {
 
 class NameRegex {
 public:
-   // Longer expressions are refused: compiling one takes stack by its length.
+   // What is longer, larger, deeper or has more classes is refused before it is compiled (see
+   // RegexTranslation.h): it would take too long.
    static constexpr std::size_t bytesMax = 4096;
-   // Its size with its counted repetitions written out (RegexShape.h).
-   static constexpr std::size_t sizeMax = 512;
+   static constexpr std::size_t sizeMax = 8192;
+   static constexpr std::size_t depthMax = 200;
+   static constexpr std::size_t classesMax = 256;
+   // Bytes that the compiled expression and what its matches keep take together.
+   static constexpr std::size_t memoryMax = std::size_t{1} << 20;
 
-   // Throws std::invalid_argument for an ill-formed expression, with std::regex_error's words, and for one
-   // that is too large, has a back-reference, or a look-ahead behind its beginning.
+   // The expression means what it means to std::regex in the classic locale. THROWS std::invalid_argument,
+   // with std::regex_error's words, for an ill-formed expression, and with others for one that is too large,
+   // repeats more than 1000 times, has a back-reference, or a look-ahead behind its beginning.
    explicit NameRegex(const std::string& expression);
 
    [[nodiscard]] bool matches(std::string_view name) const;
