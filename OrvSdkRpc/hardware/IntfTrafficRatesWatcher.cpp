@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "OrvSdkRpc/handlers/TellOrTrace.h"
+#include "OrvSdkRpc/hardware/CounterRow.h"
 #include "OrvSdkRpc/hardware/IntfCounterServiceSm.h"
 #include "orv/lock.h"
 
@@ -42,7 +44,11 @@ void IntfTrafficRatesWatcher::onTrafficRatesUpdate(const Lumic::IntfId& intf,
    if (!onRates_ || !intf) return;
    if (intf.index() >= ids_.size()) ids_.resize(intf.index() + 1);
    orv::intf_id_t& id = ids_[intf.index()];
-   if (!id) id = orv::intf_id_t(intf.name());
+   if (!id) {
+      // The platform's names are freer than the SDK's.
+      tellOrTrace(intfCounterTracer(), "rates", [&] { id = orv::intf_id_t(intf.name()); });
+      if (!id) return;
+   }
    onRates_(id, {rates.outPktsRate, rates.inPktsRate, rates.outBitsRate, rates.inBitsRate, rates.sampleTime});
 }
 

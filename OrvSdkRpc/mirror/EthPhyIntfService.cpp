@@ -2,6 +2,7 @@
 
 #include "OrvSdkRpc/handlers/IteratorStreamingHandler.h"
 #include "OrvSdkRpc/handlers/StreamingAdapterHandler.h"
+#include "OrvSdkRpc/handlers/TellOrTrace.h"
 #include "OrvSdkRpc/handlers/UnaryRequestHandler.h"
 #include "OrvSdkRpc/types/Addresses.h"
 #include "OrvSdkRpc/types/Enumerations.h"
@@ -143,7 +144,10 @@ void EthPhyIntfService::on_eth_phy_intf_hardware_present(const orv::intf_id_t& i
 }
 
 void EthPhyIntfService::on_eth_phy_intf_link_speed(const orv::intf_id_t& intf, orv::eth_link_speed_t speed) {
-   pending(intf).mutable_on_eth_phy_intf_link_speed()->set_link_speed(convert(speed));
+   tellOrTrace(tracer(), "on_eth_phy_intf_link_speed", [&] {
+      const auto wire = convert(speed);
+      pending(intf).mutable_on_eth_phy_intf_link_speed()->set_link_speed(wire);
+   });
 }
 
 void EthPhyIntfService::on_eth_phy_intf_transceiver_present(const orv::intf_id_t& intf, bool present) {

@@ -5,6 +5,7 @@
 #include "OrvSdkRpc/handlers/BulkRequestHandler.h"
 #include "OrvSdkRpc/handlers/DumpStreamingAdapterHandler.h"
 #include "OrvSdkRpc/handlers/IteratorStreamingHandler.h"
+#include "OrvSdkRpc/handlers/TellOrTrace.h"
 #include "OrvSdkRpc/handlers/UnaryRequestHandler.h"
 #include "OrvSdkRpc/types/Enumerations.h"
 #include "OrvSdkRpc/types/Identifiers.h"
@@ -149,7 +150,11 @@ struct Watch {
       *message.mutable_intf() = convert(intf);
       const orv::intf_mgr& mgr = *service.get_intf_mgr();
       try {
-         if (operStatus_) message.set_oper_status(convert(mgr.oper_status(intf)));
+         if (operStatus_) {
+            const orv::oper_status_t status = mgr.oper_status(intf);
+            // Left out where the wire has no form for it; see TellOrTrace.h.
+            tellOrTrace(service.tracer(), "oper_status", [&] { message.set_oper_status(convert(status)); });
+         }
          if (adminEnabled_) message.set_admin_enabled(mgr.admin_enabled(intf));
          if (description_) message.set_description(mgr.description(intf));
       } catch (const orv::invalid_argument_error&) {
@@ -212,9 +217,11 @@ void IntfService::on_intf_delete(const orv::intf_id_t& intf) {
 }
 
 void IntfService::on_oper_status(const orv::intf_id_t& intf, orv::oper_status_t status) {
-   auto response = eventOf(intf);
-   response.set_oper_status(convert(status));
-   subscriptions_.publish<Watch>(response);
+   tellOrTrace(tracer(), "on_oper_status", [&] {
+      auto response = eventOf(intf);
+      response.set_oper_status(convert(status));
+      subscriptions_.publish<Watch>(response);
+   });
 }
 
 void IntfService::on_admin_enabled(const orv::intf_id_t& intf, bool enabled) {

@@ -6,6 +6,7 @@
 #include "OrvSdkRpc/handlers/BulkRequestHandler.h"
 #include "OrvSdkRpc/handlers/DumpStreamingAdapterHandler.h"
 #include "OrvSdkRpc/handlers/IteratorStreamingHandler.h"
+#include "OrvSdkRpc/handlers/TellOrTrace.h"
 #include "OrvSdkRpc/handlers/UnaryRequestHandler.h"
 #include "OrvSdkRpc/mirror/GroupCountersIterator.h"
 #include "OrvSdkRpc/types/Counters.h"
@@ -233,11 +234,20 @@ struct Watch {
       if (activeStatus_) message.set_active(mgr.active(name));
       if (programmed_) message.set_nhg_programmed(true);
       if (version_) message.set_version_id(group.version_id());
-      if (nexthopGroup_) convert(group, *message.mutable_nexthop_group());
+      // A field that the wire has no form for is left out; see TellOrTrace.h.
+      if (nexthopGroup_) {
+         tellOrTrace(service.tracer(), "nexthop_group",
+                     [&] { *message.mutable_nexthop_group() = convert(group); });
+      }
       if (programmedStatus_) {
-         OnNexthopGroupProgrammed& status = *message.mutable_on_nexthop_group_programmed();
-         status.set_hw_state(convert(mgr.get_nexthop_group_programmed_hw_state(name)));
-         status.set_counter_state(convert(mgr.counter_state(name)));
+         const auto hwState = mgr.get_nexthop_group_programmed_hw_state(name);
+         const auto counterState = mgr.counter_state(name);
+         tellOrTrace(service.tracer(), "on_nexthop_group_programmed", [&] {
+            OnNexthopGroupProgrammed status;
+            status.set_hw_state(convert(hwState));
+            status.set_counter_state(convert(counterState));
+            *message.mutable_on_nexthop_group_programmed() = std::move(status);
+         });
       }
    }
 
@@ -293,13 +303,17 @@ void NexthopGroupService::on_nexthop_group_active(const std::string& name, bool 
 
 void NexthopGroupService::on_nexthop_group_programmed(const std::string& name, std::uint16_t version,
                                                       const orv::nexthop_group_programmed_status_t& status) {
-   WatchNexthopGroupResponse& response = programmedBacklog_.get(name);
-   response.set_name(name);
-   response.set_version_id(version);
-   response.set_nhg_programmed(true);
-   OnNexthopGroupProgrammed& programmed = *response.mutable_on_nexthop_group_programmed();
-   programmed.set_hw_state(convert(status.hw_state()));
-   programmed.set_counter_state(convert(status.counter_state()));
+   tellOrTrace(tracer(), "on_nexthop_group_programmed", [&] {
+      const auto hwState = convert(status.hw_state());
+      const auto counterState = convert(status.counter_state());
+      WatchNexthopGroupResponse& response = programmedBacklog_.get(name);
+      response.set_name(name);
+      response.set_version_id(version);
+      response.set_nhg_programmed(true);
+      OnNexthopGroupProgrammed& programmed = *response.mutable_on_nexthop_group_programmed();
+      programmed.set_hw_state(hwState);
+      programmed.set_counter_state(counterState);
+   });
 }
 
 }  // namespace OrvSdkRpc

@@ -4,6 +4,7 @@
 #include <iterator>
 #include <utility>
 
+#include "OrvSdkRpc/handlers/TellOrTrace.h"
 #include "OrvSdkRpc/programming/Convert.h"
 #include "OrvSdkRpc/programming/Reply.h"
 #include "OrvSdkRpc/server/Assert.h"
@@ -218,15 +219,19 @@ void BfdProgrammer::on_sbfd_echo_session_rtt(const Key& key,
 void BfdProgrammer::on_intf_create(const orv::intf_id_t&) {}
 
 void BfdProgrammer::on_intf_delete(const orv::intf_id_t& intf) {
-   handleIntfStateChange(intf, false, orv::oper_status_t::down);
+   tellOrTrace(programmingTracer(), "on_intf_delete",
+               [&] { handleIntfStateChange(intf, false, orv::oper_status_t::down); });
 }
 
 void BfdProgrammer::on_oper_status(const orv::intf_id_t& intf, orv::oper_status_t status) {
-   handleIntfStateChange(intf, intfMgr_->admin_enabled(intf), status);
+   // The interface may have gone since.
+   tellOrTrace(programmingTracer(), "on_oper_status",
+               [&] { handleIntfStateChange(intf, intfMgr_->admin_enabled(intf), status); });
 }
 
 void BfdProgrammer::on_admin_enabled(const orv::intf_id_t& intf, bool enabled) {
-   handleIntfStateChange(intf, enabled, intfMgr_->oper_status(intf));
+   tellOrTrace(programmingTracer(), "on_admin_enabled",
+               [&] { handleIntfStateChange(intf, enabled, intfMgr_->oper_status(intf)); });
 }
 
 // An interface that goes down is told at once, ahead of what BFD itself will report.

@@ -1,6 +1,7 @@
 #include "OrvSdkRpc/hardware/IntfTrafficRatesWatcher.h"
 
 #include "CounterTables.h"
+#include "fixture/TraceCapture.h"
 
 namespace OrvSdkRpc {
 namespace {
@@ -54,6 +55,19 @@ TEST_F(IntfTrafficRatesWatcherTest, aRowOfNoInterfaceIsNotTold) {
    table->rowIs(Lumic::IntfId(), row(4));
    table->rowIs(id("Ethernet1"), row(5));
    EXPECT_THAT(take(), ElementsAre("Ethernet1 5"));
+   watcher_.stopWatching();
+}
+
+TEST_F(IntfTrafficRatesWatcherTest, aRowWhoseNameTheSdkRefusesIsTracedAndNotTold) {
+   mount();
+   const auto table = writerIs("a");
+   watcher_.startWatching(listener());
+   const fixture::TraceCapture traces("intf_counter/0");
+   table->rowIs(id("Ethernet 1"), row(4));
+   table->rowIs(id("Ethernet1"), row(5));
+   EXPECT_THAT(take(), ElementsAre("Ethernet1 5"));
+   EXPECT_THAT(traces.texts(), ElementsAre(testing::AllOf(testing::StartsWith("rates is not told: "),
+                                                          testing::HasSubstr("Ethernet 1"))));
    watcher_.stopWatching();
 }
 

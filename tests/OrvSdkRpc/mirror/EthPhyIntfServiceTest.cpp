@@ -180,6 +180,21 @@ TEST_F(EthPhyIntfServiceTest, severalKindsOfEventForOnePortAreDeliveredTogether)
    EXPECT_TRUE(response->has_on_eth_phy_intf_delete());
 }
 
+TEST_F(EthPhyIntfServiceTest, aSpeedThatTheWireDoesNotKnowCostsItsEventAndATrace) {
+   const auto client = watch(all());
+   const fixture::TraceCapture traces("eth-phy-intf/0");
+   speed(ethernet1, static_cast<eth_link_speed_t>(99));
+   EXPECT_EQ(traces.texts(),
+             std::vector<std::string>{"on_eth_phy_intf_link_speed is not told: unknown link speed 99"});
+   runLoop();
+   // No message was left behind, neither empty nor half made.
+   speed(ethernet2, eth_link_speed_t::speed_10gb);
+   runLoop();
+   const auto response = client->next();
+   ASSERT_TRUE(response);
+   EXPECT_EQ(response->intf().name(), "Ethernet2");
+}
+
 TEST_F(EthPhyIntfServiceTest, aWatchOfOnePortHearsNothingOfOthers) {
    const auto client = watch(one("Ethernet2"));
    speed(ethernet1, eth_link_speed_t::speed_10gb);

@@ -191,6 +191,30 @@ TEST_F(IntfServiceTest, everyKindOfEventIsOneMessageAtOnce) {
    }
 }
 
+TEST_F(IntfServiceTest, aStatusThatTheWireDoesNotKnowCostsItsEventAndATrace) {
+   const auto client = watch(all());
+   const fixture::TraceCapture traces("intf/0");
+   oper(ethernet1, static_cast<oper_status_t>(9));
+   EXPECT_EQ(traces.texts(), std::vector<std::string>{"on_oper_status is not told: invalid oper_status_t"});
+   oper(ethernet2, oper_status_t::up);
+   EXPECT_EQ(client->next()->intf().name(), "Ethernet2");
+}
+
+TEST_F(IntfServiceTest, aDumpLeavesOutAStatusThatTheWireDoesNotKnow) {
+   EXPECT_CALL(mgr_, intf_iter()).WillOnce(Return(iterOver<orv::intf_iter_t>({ethernet1, ethernet2})));
+   EXPECT_CALL(mgr_, oper_status(ethernet1)).WillOnce(Return(oper_status_t::up));
+   EXPECT_CALL(mgr_, oper_status(ethernet2)).WillOnce(Return(static_cast<oper_status_t>(9)));
+   auto request = all();
+   request.mutable_fields_control()->add_fields(remote::INTF_FIELD_OPER_STATUS);
+   const auto client = open(request);
+   EXPECT_TRUE(client->next()->has_oper_status());
+   const auto second = client->next();
+   ASSERT_TRUE(second);
+   EXPECT_EQ(second->intf().name(), "Ethernet2");
+   EXPECT_FALSE(second->has_oper_status());
+   EXPECT_TRUE(client->next()->ack());
+}
+
 TEST_F(IntfServiceTest, withoutFieldsThereAreEventsButNoDump) {
    // The mock is strict: the table is not looked at.
    const fixture::TraceCapture traces("intf/9");

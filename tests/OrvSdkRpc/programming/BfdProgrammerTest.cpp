@@ -368,6 +368,25 @@ TEST_F(InitializedBfdProgrammerTest, disabledOrDeletedInterfacesAreDownAndUnknow
                                   orv::oper_status_t::down)});
 }
 
+TEST_F(InitializedBfdProgrammerTest, anInterfaceThatIsGoneWhenItsEventComesCostsTheEvent) {
+   process(tracked(1));
+   auto& intfMgr = contract_.host.intfMgr;
+   const orv::invalid_argument_error gone("no such interface");
+   EXPECT_CALL(intfMgr, admin_enabled(_)).WillOnce(Throw(gone));
+   EXPECT_CALL(intfMgr, oper_status(_)).WillOnce(Throw(gone));
+   EXPECT_CALL(mgr_, sbfd_echo_session_status(_)).WillOnce(Throw(gone));
+   const fixture::TraceCapture traces("*/0");
+   const orv::sdk_scoped_lock lock;
+   const orv::intf_id_t intf("Ethernet1");
+   contract_.bfd.on_oper_status(intf, orv::oper_status_t::up);
+   contract_.bfd.on_admin_enabled(intf, true);
+   contract_.bfd.on_intf_delete(intf);
+   EXPECT_EQ(traces.texts(), (std::vector<std::string>{"on_oper_status is not told: no such interface",
+                                                       "on_admin_enabled is not told: no such interface",
+                                                       "on_intf_delete is not told: no such interface"}));
+   EXPECT_TRUE(alive_.empty());
+}
+
 TEST_F(InitializedBfdProgrammerTest, anInterfaceIsWatchedAsLongAsASessionTracksIt) {
    auto& handlers = contract_.host.intfMgr.handlers();
    const auto watched = [&] { return handlers.wanted(orv::intf_id_t("Ethernet1")); };
