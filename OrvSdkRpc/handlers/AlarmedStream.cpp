@@ -18,7 +18,12 @@ void AlarmedStream::process(OpaqueId tag) {
    }
    assertThat(tag == alarmTag_, style_.unknownTag);
    // In any other state it is an alarm that was cancelled.
-   if (state_ == 1) onTick(CqEventSource::Alarm);
+   if (state_ != 1) return;
+   if (source == CqEventSource::Write) {
+      alarmDuringWrite();
+   } else {
+      onTick(CqEventSource::Alarm);
+   }
 }
 
 void AlarmedStream::processIo(CqEventSource source) {
@@ -76,12 +81,17 @@ void AlarmedStream::setupTags() {
 }
 
 void AlarmedStream::setAlarm() {
-   if (!beginEventFromOutside()) return;
+   if (!ring()) return;
    source_ = CqEventSource::Alarm;
    orv::fmttrace(tracer(), style_.alarmLevel, style_.alarmSet, tag_);
+}
+
+bool AlarmedStream::ring() {
+   if (!beginEventFromOutside()) return false;
    // gRPC rounds a deadline up to its next millisecond, so "now" would be late; what has passed fires at
    // once.
    alarm_.Set(&cq_, gpr_inf_past(GPR_CLOCK_REALTIME), alarmTag_);
+   return true;
 }
 
 }  // namespace OrvSdkRpc

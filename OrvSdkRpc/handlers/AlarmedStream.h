@@ -17,8 +17,8 @@ namespace OrvSdkRpc {
 
 class AlarmedStream : public ServerStream {
 public:
-   // An event under the main tag or the write tag goes to processIo, one under the alarm tag to onTick. Any
-   // other tag ends the process.
+   // An event under the main tag or the write tag goes to processIo, one under the alarm tag to onTick, or to
+   // alarmDuringWrite. Any other tag ends the process.
    void process(OpaqueId tag) final;
 
    // The client is gone, or the call is over.
@@ -43,6 +43,8 @@ protected:
    virtual void writeDone(CqEventSource source) { onTick(source); }
    // Nothing is outstanding any more: writes the next message, if there is one.
    virtual void onTick(CqEventSource source) ORV_EXCLUDES(mutex_) = 0;
+   // What ringDuringWrite asked for. The write is still outstanding.
+   virtual void alarmDuringWrite() ORV_EXCLUDES(mutex_) {}
    // Joins and leaves the controller. A subscribe that throws has not joined. cancel() also runs on a feeding
    // thread, the one whose message is too many, and may run more than once and at the same time on both.
    virtual void subscribe() = 0;
@@ -59,6 +61,9 @@ protected:
    }
    // Wakes the pump at once for this stream. Not when the server is stopping: nothing is sent any more then.
    void setAlarm() ORV_REQUIRES(mutex_);
+   // Calls alarmDuringWrite on the pump, unless the write completes first. REQUIRES: a write is outstanding,
+   // and when it completes the stream ends.
+   void ringDuringWrite() ORV_REQUIRES(mutex_) { ring(); }
    // Whether what is fed is dropped: the server stops or the stream ends.
    [[nodiscard]] bool closed() const ORV_REQUIRES(mutex_) { return owner_.closing() || state_ == 2; }
 
@@ -81,6 +86,8 @@ private:
    // end by that event and by nothing else, so a write that completes needs no look at it.
    bool processCancel() ORV_EXCLUDES(mutex_);
    void end(const grpc::Status& status) ORV_EXCLUDES(mutex_);
+   // False when the server is stopping.
+   bool ring() ORV_REQUIRES(mutex_);
 
    grpc::Alarm alarm_;
    bool joined_ = false;

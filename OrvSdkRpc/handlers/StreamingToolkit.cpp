@@ -27,7 +27,7 @@ void EventStream::goLive() {
 void EventStream::enqueue(std::shared_ptr<const google::protobuf::Message> message, bool ack) {
    {
       MutexLock lock(mutex_);
-      if (closed()) return;
+      if (closed() || overflowed_) return;
       if (!ack && !wants(*message)) return;
       if (tracer().enabled(StreamTrace::event)) {
          orv::fmttrace(tracer(), StreamTrace::event, "Enqueue {} to handler {}", traceText(*message), tag_);
@@ -42,6 +42,9 @@ void EventStream::enqueue(std::shared_ptr<const google::protobuf::Message> messa
       if (size <= queueLimit_) return;
       orv::fmttrace(tracer(), StreamTrace::closing, "Queue limit reached ({}) for tag {}. Unsubscribing.",
                     queueLimit_, tag_);
+      overflowed_ = true;
+      // An alarm that is set already ends the stream itself.
+      if (source_ == CqEventSource::Write) ringDuringWrite();
    }
    // The last stream of a controller takes the SDK's lock when it leaves, and the thread that holds that lock
    // may be waiting for mutex_.
@@ -53,8 +56,7 @@ void EventStream::onTick(CqEventSource source) {
    std::shared_ptr<const google::protobuf::Message> message;
    MutexLock lock(mutex_);
    source_ = CqEventSource::None;
-   if (queue_.empty()) return;
-   if (queue_.size() > queueLimit_) {
+   if (overflowed_ && state_ == 1) {
       orv::fmttrace(tracer(), StreamTrace::closing, "Queue limit reached ({}) for tag {}. Closing stream.",
                     queueLimit_, tag_);
       const out_of_resources e("Slow stream reader, too many responses waiting in a queue.");
@@ -64,6 +66,7 @@ void EventStream::onTick(CqEventSource source) {
       discard();
       return;
    }
+   if (queue_.empty()) return;
    message = std::move(queue_.front());
    queue_.pop_front();
    if (tracer().enabled(StreamTrace::write)) {

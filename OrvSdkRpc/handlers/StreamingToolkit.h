@@ -19,7 +19,9 @@
 namespace OrvSdkRpc {
 
 // Holds up to queueLimit messages. The message beyond takes the stream out of its controller, and the next
-// completion ends the call with RESOURCE_EXHAUSTED.
+// completion ends the call with RESOURCE_EXHAUSTED. That completion may be as far away as the end of the
+// connection, so what is queued is let go of at once; on the pump, since it may be a quarter of a million
+// messages and the publisher may hold the SDK's lock.
 class EventStream : public AlarmedStream {
 public:
    [[nodiscard]] unsigned long queueLimit() const { return queueLimit_; }
@@ -38,6 +40,7 @@ protected:
    // The last step of it: from here on the stream gets events.
    void goLive();
    void onTick(CqEventSource source) final ORV_EXCLUDES(mutex_);
+   void alarmDuringWrite() final ORV_EXCLUDES(mutex_) { discard(); }
    void discard() final ORV_EXCLUDES(mutex_);
 
    // Whether this stream wants the message.
@@ -52,6 +55,8 @@ protected:
 
 private:
    std::deque<std::shared_ptr<const google::protobuf::Message>> queue_ ORV_GUARDED_BY(mutex_);
+   // The queue was too long once: nothing is queued or written any more.
+   bool overflowed_ ORV_GUARDED_BY(mutex_) = false;
 };
 
 // Hc:     the most derived handler. Its constructor takes (OpaqueId tag, grpc::Server&,

@@ -228,9 +228,12 @@ TEST_F(EventStreamTest, exactlyTheLimitIsHeldAndTheNextMessageEndsTheStream) {
 
    stream_->enqueue(message, false);
    EXPECT_EQ(stream_->left, 1);
-   EXPECT_EQ(stream_->queued(), 262145U);
    EXPECT_FALSE(stream_->finished);
    EXPECT_EQ(traces.texts(), std::vector<std::string>{unsubscribing});
+   // Told once; what comes now is lost.
+   stream_->enqueue(message, false);
+   stream_->publishAck();
+   EXPECT_EQ(stream_->left, 1);
 
    writeCompletes();
    EXPECT_EQ(traces.texts(), (std::vector<std::string>{unsubscribing, closing}));
@@ -242,9 +245,52 @@ TEST_F(EventStreamTest, exactlyTheLimitIsHeldAndTheNextMessageEndsTheStream) {
              "Slow stream reader, too many responses waiting in a queue.");
    EXPECT_EQ(stream_->finishes, 1);
    EXPECT_EQ(stream_->state(), 2);
-   // What was queued goes at once, not with the handler.
    EXPECT_EQ(stream_->queued(), 0U);
    EXPECT_EQ(message.use_count(), 1);
+   // The alarm that should have emptied the queue comes too late.
+   alarm();
+   EXPECT_EQ(stream_->finishes, 1);
+}
+
+TEST_F(EventStreamTest, anOverflowedQueueIsLetGoOfWhileTheLastWriteIsStillOut) {
+   begin(4);
+   stream_->publish("first");
+   alarm();
+   auto message = std::make_shared<const test::WatchResponse>();
+   const std::weak_ptr<const test::WatchResponse> weak = message;
+   for (int i = 0; i < 5; ++i)
+      stream_->enqueue(message, false);
+   message.reset();
+   EXPECT_EQ(stream_->left, 1);
+   // On the pump, not on the thread that publishes.
+   EXPECT_FALSE(weak.expired());
+   alarm();
+   EXPECT_TRUE(weak.expired());
+   EXPECT_EQ(stream_->queued(), 0U);
+   EXPECT_EQ(stream_->state(), 1);
+   EXPECT_FALSE(stream_->finished);
+   EXPECT_EQ(stream_->source(), CqEventSource::Write);
+   EXPECT_FALSE(alarmWaits());
+   writeCompletes();
+   ASSERT_TRUE(stream_->finished);
+   EXPECT_EQ(stream_->finished->error_code(), grpc::StatusCode::RESOURCE_EXHAUSTED);
+}
+
+TEST_F(EventStreamTest, aClientThatLeavesAnOverflowedStreamEndsIt) {
+   begin(4);
+   stream_->publish("first");
+   alarm();
+   for (int i = 0; i < 5; ++i)
+      stream_->publish("x");
+   stream_->isCancelled = true;
+   stream_->callDone();
+   EXPECT_EQ(stream_->queued(), 0U);
+   EXPECT_EQ(stream_->finishes, 1);
+   // Both events are still to come and find nothing to do.
+   alarm();
+   writeCompletes();
+   EXPECT_EQ(stream_->finishes, 1);
+   EXPECT_EQ(stream_->written.size(), 1U);
 }
 
 TEST_F(EventStreamTest, aQueueAtItsLimitLivesOn) {
