@@ -1,8 +1,17 @@
 #include "OrvSdkRpc/handlers/IteratorStreamingHandler.h"
 
+#include <chrono>
+#include <utility>
+
 #include "orv/lock.h"
 
 namespace OrvSdkRpc {
+namespace {
+
+// Between two parts of a search, for everybody else. As long as gRPC's timers can tell.
+constexpr std::chrono::milliseconds searchPause{1};
+
+}  // namespace
 
 ListStream::ListStream(OpaqueId tag, grpc::Server& server, grpc::ServerCompletionQueue& cq,
                        GrpcService& service)
@@ -11,8 +20,7 @@ ListStream::ListStream(OpaqueId tag, grpc::Server& server, grpc::ServerCompletio
 }
 
 void ListStream::process(OpaqueId) {
-   const bool first = state_ == 0;
-   if (first) {
+   if (state_ == 0) {
       grpc::Status status = grpc::Status::OK;
       translateErrors(
            [this] {
@@ -26,16 +34,35 @@ void ListStream::process(OpaqueId) {
          end(status);
          return;
       }
+   } else if (over_ || owner_.closing()) {
+      end(grpc::Status::CANCELLED);
+      return;
    } else {
       orv::sdk_scoped_lock lock;
-      step();
+      if (searching()) {
+         search();
+      } else {
+         step();
+      }
+   }
+   if (searching()) {
+      searchLater();
+      return;
    }
    if (!atElement()) {
       end(grpc::Status::OK);
       orv::fmttrace(tracer(), StreamTrace::event, "iterator complete handler {}\n", tag_);
       return;
    }
-   writeElement(first);
+   writeElement(!std::exchange(written_, true));
+}
+
+void ListStream::searchLater() {
+   beginEvent();
+   if (!searchAlarm_) searchAlarm_.emplace();
+   // Not at once: the queue looks at its sockets only while it has no event to hand out, and a search that
+   // always has the next one ready would keep it from hearing of calls, and of its own client's end.
+   searchAlarm_->Set(&cq_, std::chrono::system_clock::now() + searchPause, tag_);
 }
 
 void ListStream::writeResponse(const google::protobuf::Message& response, bool first) {

@@ -4,8 +4,12 @@
 //
 // Write completions drive the walk: one write is in flight, and the iterator is advanced when it completes.
 // So a slow client slows its own walk and costs no memory. The SDK's lock is held for the step alone, never
-// while a response is built or written.
+// while a response is built or written. A walk that searches for long between two elements does so in parts
+// and leaves the pump to others in between. A client that has left, or a server that stops, ends the walk at
+// its next step.
 #pragma once
+
+#include <grpcpp/alarm.h>
 
 #include <grpcpp/support/async_stream.h>
 
@@ -21,6 +25,8 @@ namespace OrvSdkRpc {
 class ListStream : public ServerStream {
 public:
    void process(OpaqueId tag) final;
+   // The client has left, or the call is over.
+   void callDone() final { over_ = true; }
 
 protected:
    ListStream(OpaqueId tag, grpc::Server& server, grpc::ServerCompletionQueue& cq, GrpcService& service);
@@ -30,6 +36,9 @@ protected:
    virtual void begin() = 0;
    virtual void step() = 0;
    [[nodiscard]] virtual bool atElement() const = 0;
+   // Whether the next element is still being looked for. search() goes on, as step() does.
+   [[nodiscard]] virtual bool searching() const { return false; }
+   virtual void search() {}
    // Builds the response and hands it to writeResponse.
    virtual void writeElement(bool first) = 0;
 
@@ -37,7 +46,13 @@ protected:
 
 private:
    void end(const grpc::Status& status);
+   // Comes back to process() when others have had their turn.
+   void searchLater();
 
+   // Only a walk that searches has one.
+   std::optional<grpc::Alarm> searchAlarm_;
+   bool written_ = false;
+   bool over_ = false;
    // A hint that more follows. The first response goes without it, so that it is pushed out at once.
    grpc::WriteOptions writeOptions_;
 };
@@ -57,7 +72,8 @@ private:
 //
 // The iterator is an orv::..._iter_t or any class with the operators bool, ++ and *. ++ and the first * of an
 // element run under the SDK's lock; bool, and a * that answers by reference, also without it. What * answers
-// by reference stays valid until the next step, what it answers by value is kept.
+// by reference stays valid until the next step, what it answers by value is kept. One that may search for
+// long has searching() and search() too (ListStream).
 template <class Def, class Rq, class Rp, class Svc>
 class IteratorStreamingHandler final
      : public ServerStreamHandler<IteratorStreamingHandler<Def, Rq, Rp, Svc>, Rq, Rp, Svc, ListStream> {
@@ -81,6 +97,10 @@ private:
    using Iterator = decltype(open(std::declval<Rq&>(), std::declval<Svc&>()));
    using Element = decltype(*std::declval<Iterator&>());
    static constexpr bool byReference = std::is_reference_v<Element>;
+   static constexpr bool searches = requires(Iterator & iterator) {
+      iterator.searching();
+      iterator.search();
+   };
    static constexpr bool reusesResponse = requires(const std::decay_t<Element>& element, Rp& response) {
       Def::convert(element, response);
    };
@@ -94,6 +114,19 @@ private:
       read();
    }
    [[nodiscard]] bool atElement() const override { return static_cast<bool>(*iterator_); }
+   [[nodiscard]] bool searching() const override {
+      if constexpr (searches) {
+         return iterator_->searching();
+      } else {
+         return false;
+      }
+   }
+   void search() override {
+      if constexpr (searches) {
+         iterator_->search();
+         read();
+      }
+   }
    void writeElement(bool first) override {
       if constexpr (reusesResponse) {
          Def::convert(element(), response_);

@@ -1,14 +1,14 @@
 #include "OrvSdkRpc/mirror/GroupCountersIterator.h"
 
+#include <chrono>
 #include <cstddef>
 #include <utility>
-
-#include "orv/lock.h"
 
 namespace OrvSdkRpc {
 namespace {
 
-// Names that are looked at in one go.
+// How long the SDK's lock is held for a search, and how many names go by between two looks at the clock.
+constexpr std::chrono::milliseconds slice{1};
 constexpr std::size_t atOnce = 4;
 
 }  // namespace
@@ -21,13 +21,14 @@ GroupCountersIterator::GroupCountersIterator(const orv::nexthop_group_mgr& mgr)
 
 GroupCountersIterator::GroupCountersIterator(const orv::nexthop_group_mgr& mgr, NameRegex regex)
      : mgr_(mgr), at_(mgr.programmed_nexthop_group_iter()), regex_(std::move(regex)) {
-   skip(std::get<Programmed>(at_));
+   search();
 }
 
 GroupCountersIterator::GroupCountersIterator(const orv::nexthop_group_mgr& mgr, std::string name)
      : mgr_(mgr), at_(std::move(name)) {}
 
 GroupCountersIterator::operator bool() const {
+   if (searching_) return false;
    if (const auto* groups = std::get_if<Programmed>(&at_)) return static_cast<bool>(*groups);
    return !std::get<std::string>(at_).empty();
 }
@@ -35,7 +36,7 @@ GroupCountersIterator::operator bool() const {
 GroupCountersIterator& GroupCountersIterator::operator++() {
    if (auto* groups = std::get_if<Programmed>(&at_)) {
       ++*groups;
-      skip(*groups);
+      search();
    } else {
       std::get<std::string>(at_).clear();
    }
@@ -58,12 +59,18 @@ const std::string& GroupCountersIterator::name() const {
    return std::get<std::string>(at_);
 }
 
-void GroupCountersIterator::skip(Programmed& groups) const {
+// To the next name that matches, from the one where it stands on.
+void GroupCountersIterator::search() {
+   searching_ = false;
    if (!regex_) return;
+   Programmed& groups = std::get<Programmed>(at_);
+   const auto end = std::chrono::steady_clock::now() + slice;
    for (std::size_t looked = 1; groups && !regex_->matches(*groups); ++looked) {
       ++groups;
-      // An expression that nothing matches must not hold up the switch for all of its groups.
-      if (looked % atOnce == 0) orv::sdk_lock_yield();
+      if (looked % atOnce == 0 && std::chrono::steady_clock::now() >= end) {
+         searching_ = true;
+         return;
+      }
    }
 }
 

@@ -35,25 +35,30 @@ class GroupCountersIterator {
 public:
    // Every group that hardware has. The manager outlives the iterator in all three.
    explicit GroupCountersIterator(const orv::nexthop_group_mgr& mgr);
-   // Those of them whose name matches.
+   // Those of them whose name matches. The search for the next one goes on for a moment at a time, so that
+   // an expression that nothing matches holds up neither the switch nor the server: see searching().
    GroupCountersIterator(const orv::nexthop_group_mgr& mgr, NameRegex regex);
    // This group, whether it is there or not; none for an empty name.
    GroupCountersIterator(const orv::nexthop_group_mgr& mgr, std::string name);
 
+   // False also while it searches.
    explicit operator bool() const;
    GroupCountersIterator& operator++();
+   // Whether it stands on a name that was not looked at yet. search() then goes on from there, and may leave
+   // it searching again; the SDK's lock need not be held in between.
+   [[nodiscard]] bool searching() const { return searching_; }
+   void search();
    GroupCounters operator*() const;
 
 private:
    using Programmed = orv::programmed_nexthop_group_iter_t;
 
    [[nodiscard]] const std::string& name() const;
-   // To the next name that matches, from the one where it stands on.
-   void skip(Programmed& groups) const;
 
    const orv::nexthop_group_mgr& mgr_;
    std::variant<std::string, Programmed> at_;
    std::optional<NameRegex> regex_;
+   bool searching_ = false;
 };
 
 }  // namespace OrvSdkRpc

@@ -143,8 +143,10 @@ TEST_F(IteratorStreamingHandlerTest, stopEndsAWalkThatCannotProceed) {
 // The walk by itself, with what it writes recorded.
 class RecordedList final : public ListStream {
 public:
-   RecordedList(GrpcService& service, int rows)
-        : ListStream(service.nextOpaqueId(), service.server(), service.cq(), service), rows_(rows) {}
+   RecordedList(GrpcService& service, int rows) : RecordedList(service, service.cq(), rows) {}
+   // What it posts comes to a queue of the test's own.
+   RecordedList(GrpcService& service, grpc::ServerCompletionQueue& cq, int rows)
+        : ListStream(service.nextOpaqueId(), service.server(), cq, service), rows_(rows) {}
 
    std::shared_ptr<RequestHandler> chain(OpaqueId) override { return nullptr; }
 
@@ -155,6 +157,8 @@ public:
    std::vector<Written> written;
    std::optional<grpc::Status> finished;
    int begun = 0;
+   // How often the next element is still looked for.
+   int searches = 0;
    bool lockedAtWrite = false;
 
 private:
@@ -168,7 +172,12 @@ private:
    void finishStream(const grpc::Status& status) override { finished = status; }
    void begin() override { ++begun; }
    void step() override { --rows_; }
-   [[nodiscard]] bool atElement() const override { return rows_ > 0; }
+   [[nodiscard]] bool atElement() const override { return searches == 0 && rows_ > 0; }
+   [[nodiscard]] bool searching() const override { return searches > 0; }
+   void search() override {
+      EXPECT_NE(orv::detail::this_thread_lock.depth, 0);
+      --searches;
+   }
    void writeElement(bool first) override { writeResponse(test::Row(), first); }
 
    int rows_;
@@ -200,6 +209,61 @@ TEST_F(ListStreamTest, onlyTheFirstWriteIsPushedOutAtOnce) {
    EXPECT_TRUE(list.written[1].bufferHint);
    EXPECT_TRUE(list.written[2].bufferHint);
    EXPECT_FALSE(list.lockedAtWrite);
+}
+
+TEST_F(ListStreamTest, aSearchGoesOnInPartsAndItsFirstFindIsPushedOutAtOnce) {
+   grpc::ServerBuilder builder;
+   const auto cq = builder.AddCompletionQueue();
+   RecordedList list(*service_, *cq, 2);
+   list.searches = 2;
+   OpaqueId tag = list.tag();
+   bool ok = true;
+   for (int part = 0; part < 2; ++part) {
+      list.process(tag);
+      EXPECT_TRUE(list.written.empty());
+      EXPECT_FALSE(list.finished);
+      EXPECT_EQ(list.state(), 1);
+      // It comes back by itself.
+      ASSERT_TRUE(cq->Next(&tag, &ok));
+      service_->events().end();
+      EXPECT_TRUE(ok);
+      EXPECT_EQ(tag, list.tag());
+   }
+   list.process(tag);
+   ASSERT_EQ(list.written.size(), 1U);
+   EXPECT_FALSE(list.written[0].bufferHint);
+   list.process(list.tag());
+   EXPECT_EQ(list.written.size(), 2U);
+   EXPECT_EQ(list.begun, 1);
+   cq->Shutdown();
+   EXPECT_FALSE(cq->Next(&tag, &ok));
+}
+
+TEST_F(ListStreamTest, aClientThatHasLeftEndsTheWalkAtItsNextStep) {
+   RecordedList searching(*service_, 3);
+   searching.searches = 1000;
+   RecordedList writing(*service_, 3);
+   for (RecordedList* list : {&searching, &writing}) {
+      list->process(list->tag());
+      list->callDone();
+      EXPECT_FALSE(list->finished);
+      list->process(list->tag());
+      ASSERT_TRUE(list->finished);
+      EXPECT_EQ(list->finished->error_code(), grpc::StatusCode::CANCELLED);
+      EXPECT_EQ(list->state(), 2);
+   }
+   EXPECT_EQ(searching.searches, 1000);
+   EXPECT_EQ(writing.written.size(), 1U);
+}
+
+TEST_F(ListStreamTest, aServerThatStopsEndsTheWalkAtItsNextStep) {
+   RecordedList list(*service_, 3);
+   list.searches = 1000;
+   list.process(list.tag());
+   running_->stop();
+   list.process(list.tag());
+   EXPECT_TRUE(list.finished);
+   EXPECT_EQ(list.searches, 1000);
 }
 
 TEST(ListStream, aRemotePeerOfAnInsecureServerIsRejectedBeforeTheIteratorIsMade) {

@@ -6,7 +6,6 @@
 #include <string>
 #include <vector>
 
-#include "orv/lock.h"
 #include "support/VectorIter.h"
 #include "support/mock/MockNexthopGroupMgr.h"
 
@@ -15,6 +14,7 @@ namespace {
 
 using support::iterOver;
 using testing::ElementsAre;
+using testing::IsEmpty;
 using testing::Return;
 
 orv::nexthop_group_t group(const std::string& name, std::initializer_list<std::uint16_t> slots) {
@@ -35,9 +35,15 @@ protected:
    }
    static std::vector<std::string> names(GroupCountersIterator it) {
       std::vector<std::string> walked;
-      for (; it; ++it)
+      for (found(it); it; found(++it))
          walked.push_back((*it).name);
       return walked;
+   }
+
+   static GroupCountersIterator& found(GroupCountersIterator& it) {
+      while (it.searching())
+         it.search();
+      return it;
    }
 
    testing::NiceMock<support::MockNexthopGroupMgr> mgr_;
@@ -66,30 +72,29 @@ TEST_F(GroupCountersIteratorTest, anExpressionSkipsWhatDoesNotMatchAsAWhole) {
    programmedAre({"ab", "abc", "b", "xabc", "abc1", "abd"});
    EXPECT_THAT(names(GroupCountersIterator(mgr_, NameRegex("ab[cd]"))), ElementsAre("abc", "abd"));
    programmedAre({"a", "b"});
-   EXPECT_FALSE(GroupCountersIterator(mgr_, NameRegex("c")));
+   EXPECT_THAT(names(GroupCountersIterator(mgr_, NameRegex("c"))), IsEmpty());
    programmedAre({"a", "b"});
    EXPECT_THAT(names(GroupCountersIterator(mgr_, NameRegex(".*"))), ElementsAre("a", "b"));
 }
 
-// Counts how often the SDK's lock is taken.
-class CountedLock : public orv::host::lock_backend {
-public:
-   CountedLock() { orv::host::lock_backend_is(this); }
-   ~CountedLock() override { orv::host::lock_backend_is(nullptr); }
-   void acquire() override { ++taken; }
-   void release() noexcept override {}
-
-   int taken = 0;
-};
-
-TEST_F(GroupCountersIteratorTest, aLongSearchGivesOthersTheLock) {
-   programmedAre(std::vector<std::string>(100, "a"));
-   CountedLock counted;
-   {
-      const orv::sdk_scoped_lock lock;
-      EXPECT_FALSE(GroupCountersIterator(mgr_, NameRegex("b")));
-   }
-   EXPECT_EQ(counted.taken, 1 + 100 / 4);
+TEST_F(GroupCountersIteratorTest, aLongSearchIsLeftAndTakenUpAgain) {
+   std::vector<std::string> names(200'000, "a");
+   names.emplace_back("b");
+   programmedAre({});
+   ON_CALL(mgr_, programmed_nexthop_group("b")).WillByDefault(Return(group("b", {})));
+   EXPECT_FALSE(GroupCountersIterator(mgr_, NameRegex("b")));
+   EXPECT_CALL(mgr_, programmed_nexthop_group_iter())
+        .WillOnce(Return(iterOver<orv::programmed_nexthop_group_iter_t>(std::move(names))));
+   GroupCountersIterator it(mgr_, NameRegex("b"));
+   // So many names are not looked at in a millisecond.
+   ASSERT_TRUE(it.searching());
+   EXPECT_FALSE(it);
+   found(it);
+   ASSERT_TRUE(it);
+   EXPECT_EQ((*it).name, "b");
+   found(++it);
+   EXPECT_FALSE(it);
+   EXPECT_FALSE(it.searching());
 }
 
 TEST_F(GroupCountersIteratorTest, yieldsTheValidCountersBySlot) {

@@ -3,7 +3,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <chrono>
 #include <initializer_list>
+#include <memory>
 #include <optional>
 #include <regex>
 #include <string>
@@ -310,6 +313,97 @@ TEST_F(NexthopGroupServiceTest, countersOfNothingAreNoMessages) {
    EXPECT_EQ(countedGroups(request), Names{});
    request.set_regex("");
    EXPECT_EQ(countedGroups(request), Names{});
+}
+
+// Groups without an end, none of which is ever looked for.
+class EndlessIter final : public ProgrammedIter::impl_type {
+public:
+   explicit EndlessIter(std::shared_ptr<const int> alive) : alive_(std::move(alive)) {}
+
+   bool next(std::string& name) override {
+      name = "group";
+      return true;
+   }
+   std::unique_ptr<orv::iter_impl<std::string>> clone() const override {
+      return std::make_unique<EndlessIter>(*this);
+   }
+
+private:
+   const std::shared_ptr<const int> alive_;
+};
+
+class SearchTest : public NexthopGroupServiceTest {
+protected:
+   using Client = fixture::StreamClient<remote::NexthopGroupCountersResponse>;
+
+   // A list that searches, and has begun to.
+   std::unique_ptr<Client> search() {
+      auto alive = std::make_shared<const int>();
+      searching_ = alive;
+      std::atomic<bool> begun = false;
+      EXPECT_CALL(mgr_, programmed_nexthop_group_iter()).WillOnce([&, alive] {
+         begun = true;
+         return ProgrammedIter(std::make_unique<EndlessIter>(alive));
+      });
+      alive.reset();
+      remote::NexthopGroupCountersRequest request;
+      request.set_regex("something else");
+      auto client = std::make_unique<Client>(*stub_, &Stub::nhg_counters, request);
+      EXPECT_TRUE(fixture::eventually([&] { return begun.load(); }));
+      testing::Mock::VerifyAndClearExpectations(&mgr_);
+      return client;
+   }
+   [[nodiscard]] bool over() const { return searching_.expired(); }
+
+private:
+   std::weak_ptr<const int> searching_;
+};
+
+TEST_F(SearchTest, aSearchLeavesThePumpToOthers) {
+   const auto client = search();
+   EXPECT_CALL(mgr_, exists("g")).Times(20).WillRepeatedly(Return(true));
+   for (int i = 0; i < 20; ++i)
+      EXPECT_TRUE(ok(&Stub::exists, of<remote::NexthopGroupExistsRequest>("g")).exists());
+   EXPECT_FALSE(over());
+}
+
+TEST_F(SearchTest, aSearchEndsWithItsClient) {
+   const auto client = search();
+   const auto begin = std::chrono::steady_clock::now();
+   client->cancel();
+   EXPECT_TRUE(fixture::eventually([this] { return over(); }));
+   // gRPC's own look at sockets that nobody waits for comes every 10 seconds.
+   EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(8));
+}
+
+TEST_F(SearchTest, aStopDoesNotWaitForASearch) {
+   const auto client = search();
+   running_.stop();
+   EXPECT_FALSE(client->finish().ok());
+   EXPECT_TRUE(over());
+}
+
+TEST_F(NexthopGroupServiceTest, aStateThatTheWireDoesNotKnowCostsItsEventAndATrace) {
+   const auto client = watch(all());
+   const fixture::TraceCapture traces("nexthop_group/0");
+   const auto programmed = [&](const std::string& name, HwState hwState, CounterState counterState) {
+      orv::nexthop_group_programmed_status_t status;
+      status.hw_state_is(hwState);
+      status.counter_state_is(counterState);
+      callBack([&](auto& handler) { handler.on_nexthop_group_programmed(name, 1, status); });
+   };
+   programmed("a", static_cast<HwState>(7), CounterState{});
+   programmed("a", HwState{}, static_cast<CounterState>(8));
+   EXPECT_EQ(traces.texts(),
+             (std::vector<std::string>{"on_nexthop_group_programmed is not told: Unknown value for "
+                                       "nexthop_group_programmed_hw_state_t: 7",
+                                       "on_nexthop_group_programmed is not told: Unknown value for "
+                                       "NexthopGroupCounterState: 8"}));
+   programmed("b", HwState{}, CounterState{});
+   runLoop();
+   const auto response = client->next();
+   ASSERT_TRUE(response);
+   EXPECT_EQ(response->name(), "b") << "nothing was left behind for the other";
 }
 
 TEST_F(NexthopGroupServiceTest, anIllFormedExpressionFailsTheStreamWithItsWords) {
