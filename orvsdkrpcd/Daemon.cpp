@@ -194,7 +194,7 @@ void prepareFileLimit() {
 int serve(const Settings& settings, const Log& log) {
    std::signal(SIGPIPE, SIG_IGN);
    StopSignals signals;
-   HealthService& health = installServerPlugins();
+   HealthService& health = installServerPlugins(settings.maxStreams);
    Console console(settings);
    const auto sdk = openSwitch(settings, log);
    softswitch::console::Commands commands(*sdk);

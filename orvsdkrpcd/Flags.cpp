@@ -52,6 +52,10 @@ void addFlags(CLI::App& app, Flags& flags) {
         ->type_name("lazy|sync");
    app.add_flag("--stay", flags.stay,
                 "Stay up without a server when every address is in use, instead of ending");
+   app.add_option("--max-streams", flags.maxStreams,
+                  "Calls and streams that one connection may have open; the client holds back the others")
+        ->capture_default_str()
+        ->type_name("COUNT");
    app.set_config("--config", "", "File with the same names")->type_name("FILE");
    app.allow_config_extras(CLI::config_extras_mode::error);
 }

@@ -4,6 +4,7 @@
 #include <grpcpp/impl/server_builder_plugin.h>
 #include <grpcpp/impl/server_initializer.h>
 #include <grpcpp/server_builder.h>
+#include <grpcpp/support/channel_arguments.h>
 
 namespace orvsdkrpcd {
 namespace {
@@ -30,13 +31,32 @@ std::unique_ptr<grpc::ServerBuilderPlugin> makeHealthPlugin() {
    return std::make_unique<HealthPlugin>();
 }
 
+int maxStreamsOfConnection = 0;
+
+class MaxStreamsPlugin final : public grpc::ServerBuilderPlugin {
+public:
+   std::string name() override { return "orvsdkrpcd_max_streams"; }
+   void UpdateChannelArguments(grpc::ChannelArguments* arguments) override {
+      arguments->SetInt(GRPC_ARG_MAX_CONCURRENT_STREAMS, maxStreamsOfConnection);
+   }
+   void InitServer(grpc::ServerInitializer*) override {}
+   void Finish(grpc::ServerInitializer*) override {}
+   void ChangeArguments(const std::string&, void*) override {}
+};
+
+std::unique_ptr<grpc::ServerBuilderPlugin> makeMaxStreamsPlugin() {
+   return std::make_unique<MaxStreamsPlugin>();
+}
+
 }  // namespace
 
-HealthService& installServerPlugins() {
+HealthService& installServerPlugins(int maxStreams) {
+   maxStreamsOfConnection = maxStreams;
    static const bool once = [] {
       grpc::EnableDefaultHealthCheckService(false);
       grpc::reflection::InitProtoReflectionServerBuilderPlugin();
       grpc::ServerBuilder::InternalAddPluginFactory(&makeHealthPlugin);
+      grpc::ServerBuilder::InternalAddPluginFactory(&makeMaxStreamsPlugin);
       return true;
    }();
    static_cast<void>(once);

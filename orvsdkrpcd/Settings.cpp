@@ -112,6 +112,15 @@ std::map<std::string, std::string> checkOptions(const std::vector<std::string>& 
    return options;
 }
 
+int checkMaxStreams(std::int64_t value) {
+   // A controller with a watch of each kind beside its calls has some thirty; more than the most is a slip.
+   constexpr std::int64_t most = 65536;
+   if (value < 1 || value > most) {
+      refuse("--max-streams", std::to_string(value), fmt::format("1 to {}", most));
+   }
+   return static_cast<int>(value);
+}
+
 }  // namespace
 
 Settings checkFlags(const Flags& flags) {
@@ -119,6 +128,7 @@ Settings checkFlags(const Flags& flags) {
    settings.bfd = flags.bfd;
    settings.fib = flags.fib;
    settings.stay = flags.stay;
+   settings.maxStreams = checkMaxStreams(flags.maxStreams);
    settings.listen = checkListen(flags.listen);
    settings.stateDir = checkStateDir(flags.stateDir);
    settings.console = checkConsole(flags.console, settings.listen);

@@ -2,6 +2,7 @@
 // Plain values; the functions are for the main thread, before anything else runs.
 #pragma once
 
+#include <cstdint>
 #include <map>
 #include <optional>
 #include <string>
@@ -27,6 +28,7 @@ struct Flags {
    std::string trace;
    std::string durability = "lazy";
    bool stay = false;
+   std::int64_t maxStreams = 256;
 };
 
 // As understood.
@@ -41,6 +43,8 @@ struct Settings {
    std::map<std::string, std::string> agentOptions;
    softswitch::store::Durability durability = softswitch::store::Durability::process;
    bool stay = false;
+   // Calls and streams that are open on one connection.
+   int maxStreams = 256;
 };
 
 // Reads the command line, without the program's name, and the config file that it may name. Returns nothing

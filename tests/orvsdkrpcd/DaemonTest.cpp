@@ -111,6 +111,8 @@ TEST_F(DaemonProgram, everyBadValueEndsWithTwoAndOneLineAndNothingIsCreated) {
         {{"--topology", d + "/file"}, d + "/file"},
         {{"--trace", "a/99"}, "a/99"},
         {{"--trace", "nonsense"}, "nonsense"},
+        {{"--max-streams", "0"}, "--max-streams is '0', expected 1 to 65536"},
+        {{"--max-streams", "many"}, "--max-streams"},
         {{"--durability", "maybe"}, "maybe"}};
    const auto before = filesIn(d);
    for (const auto& [flags, named] : cases) {
@@ -165,6 +167,7 @@ TEST_F(DaemonProgram, helpAndVersion) {
    const auto help = runProgram({daemonProgram(), "--help"});
    EXPECT_EQ(help.ending, Ending{.exitCode = 0});
    EXPECT_THAT(help.text, HasSubstr("--state-dir"));
+   EXPECT_THAT(help.text, HasSubstr("--max-streams"));
    const auto version = runProgram({daemonProgram(), "--version"});
    EXPECT_EQ(version.ending, Ending{.exitCode = 0});
    EXPECT_THAT(version.text, StartsWith("orvsdkrpcd 0."));

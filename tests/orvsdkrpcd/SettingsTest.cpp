@@ -68,7 +68,7 @@ protected:
 
 TEST_F(SettingsTest, flagsOfTheCommandLine) {
    const Flags flags = read({"--listen", "unix:/x", "--state-dir", "/s", "--bfd", "--console", "unix:/c",
-                             "--trace", "a/1,b/2-3", "--durability", "sync", "--stay"});
+                             "--trace", "a/1,b/2-3", "--durability", "sync", "--stay", "--max-streams", "7"});
    EXPECT_EQ(flags.listen, std::vector<std::string>{"unix:/x"});
    EXPECT_EQ(flags.stateDir, "/s");
    EXPECT_TRUE(flags.bfd);
@@ -77,6 +77,7 @@ TEST_F(SettingsTest, flagsOfTheCommandLine) {
    EXPECT_EQ(flags.trace, "a/1,b/2-3");
    EXPECT_EQ(flags.durability, "sync");
    EXPECT_TRUE(flags.stay);
+   EXPECT_EQ(flags.maxStreams, 7);
 }
 
 TEST_F(SettingsTest, theConfigFileHasTheSameNamesAndTheCommandLineWins) {
@@ -98,6 +99,7 @@ TEST_F(SettingsTest, aConfigFileThatCannotBeUsedIsRefused) {
 }
 
 TEST_F(SettingsTest, commandLinesThatAreNone) {
+   EXPECT_THAT(lineRefusal({"--max-streams", "many"}), HasSubstr("--max-streams"));
    EXPECT_THAT(lineRefusal({"--nonsense"}), HasSubstr("--nonsense"));
    EXPECT_THAT(lineRefusal({"--listen"}), HasSubstr("--listen"));
    EXPECT_THAT(lineRefusal({"word"}), HasSubstr("word"));
@@ -155,6 +157,7 @@ TEST_F(SettingsTest, goodFlagsCreateNothing) {
    const Settings settings = checkFlags(good());
    EXPECT_EQ(settings.listen.at(0).socketPath, directory_ / "rpc.sock");
    EXPECT_EQ(settings.durability, softswitch::store::Durability::process);
+   EXPECT_EQ(settings.maxStreams, 256);
    EXPECT_FALSE(settings.console);
    EXPECT_EQ(entries(), 0U);
 }
@@ -189,6 +192,10 @@ TEST_F(SettingsTest, everyBadValueIsNamed) {
    EXPECT_THAT(with([&](Flags& f) { f.console = "unix:" + file; }), StartsWith("--console is 'unix:" + file));
    EXPECT_THAT(with([&](Flags& f) { f.console = f.listen.at(0); }), HasSubstr("another path"));
    EXPECT_THAT(with([&](Flags& f) { f.console = f.listen.at(0) + ".lock"; }), HasSubstr("another path"));
+   for (const std::int64_t count : {0L, -1L, 65537L, 4294967297L}) {
+      EXPECT_EQ(with([&](Flags& f) { f.maxStreams = count; }),
+                "--max-streams is '" + std::to_string(count) + "', expected 1 to 65536");
+   }
    EXPECT_THAT(with([](Flags& f) { f.durability = "maybe"; }),
                StartsWith("--durability is 'maybe', expected lazy or sync"));
    EXPECT_THAT(with([](Flags& f) { f.topology = "/nonexistent"; }), HasSubstr("/nonexistent"));
