@@ -15,6 +15,7 @@
 #include "OrvSdkRpc/server/Agent.h"
 #include "orvsdkrpcd/AcceptGuard.h"
 #include "orvsdkrpcd/ServerPlugins.h"
+#include "orvsdkrpcd/StopSequence.h"
 #include "orvsdkrpcd/StopSignals.h"
 #include "orvsdkrpcd/SystemdNotify.h"
 #include "orvsdkrpcd/UsageError.h"
@@ -123,8 +124,8 @@ std::string whyBusy(const ListenAddress& listen) {
 // Waits, on a thread of its own, for the server to take calls or to fail.
 class StartWatch {
 public:
-   StartWatch(const Settings& settings, const Log& log, softswitch::SoftSwitch& sdk)
-        : settings_(settings), log_(log), switch_(sdk) {}
+   StartWatch(const Settings& settings, const Log& log, ServiceStatus& status, StopSequence& stop)
+        : settings_(settings), log_(log), status_(status), stop_(stop) {}
    ~StartWatch() { join(); }
    StartWatch(const StartWatch&) = delete;
    StartWatch& operator=(const StartWatch&) = delete;
@@ -132,8 +133,6 @@ public:
    void start(OrvSdkRpc::Agent& agent) {
       thread_ = std::thread([this, &agent] { watch(agent); });
    }
-   // From here on a server that is not there is no failure.
-   void stopping() { stopping_ = true; }
    void join() {
       if (thread_.joinable()) thread_.join();
    }
@@ -147,10 +146,11 @@ private:
             if (std::find(served.begin(), served.end(), listen.text) == served.end()) log_(whyBusy(listen));
          }
          log_(fmt::format("serving on {}", fmt::join(agent.addresses(), ", ")));
-         notifyServiceManager("READY=1");
+         status_.ready();
          return;
       }
-      if (stopping_) return;
+      // A stop may come before the server takes calls.
+      if (stop_.begun()) return;
       if (agent.addresses().empty()) {
          for (const ListenAddress& listen : settings_.listen)
             log_(whyBusy(listen));
@@ -161,20 +161,18 @@ private:
       }
       if (settings_.stay) {
          log_("nothing is served; staying up without a server, as --stay asks");
-         notifyServiceManager("READY=1");
+         status_.ready();
          return;
       }
-      log_("nothing is served; ending");
-      failed_ = true;
-      switch_.stop();
+      failed_ = stop_.begin("nothing is served");
    }
 
    const Settings& settings_;
    const Log& log_;
-   softswitch::SoftSwitch& switch_;
+   ServiceStatus& status_;
+   StopSequence& stop_;
    std::thread thread_;
-   std::atomic<bool> stopping_{false};
-   std::atomic<bool> failed_{false};
+   bool failed_ = false;
 };
 
 }  // namespace
@@ -199,15 +197,11 @@ int serve(const Settings& settings, const Log& log) {
    const auto sdk = openSwitch(settings, log);
    softswitch::console::Commands commands(*sdk);
    auto serving = console.serve(commands);
-   StartWatch watch(settings, log, *sdk);
+   ServiceStatus status;
+   StopSequence stop(log, status, health, *sdk);
+   StartWatch watch(settings, log, status, stop);
    HostedAgent agent(*sdk, settings, [&] { watch.start(agent); });
-   signals.start([&](int number) {
-      log(fmt::format("{}, stopping", number == SIGTERM ? "TERM" : "INT"));
-      notifyServiceManager("STOPPING=1");
-      watch.stopping();
-      health.stop();
-      sdk->stop();
-   });
+   signals.start([&](int number) { stop.beginOrHurry(number == SIGTERM ? "TERM" : "INT"); });
    if (!settings.bfd) log("without --bfd the programming API is not served");
    int code = kStopped;
    try {

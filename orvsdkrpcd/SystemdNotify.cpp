@@ -27,4 +27,15 @@ void notifyServiceManager(std::string_view state) noexcept {
    close(fd);
 }
 
+void ServiceStatus::ready() noexcept {
+   const std::lock_guard lock(mutex_);
+   if (!stopping_) notifyServiceManager("READY=1");
+}
+
+void ServiceStatus::stopping() noexcept {
+   const std::lock_guard lock(mutex_);
+   if (!stopping_) notifyServiceManager("STOPPING=1");
+   stopping_ = true;
+}
+
 }  // namespace orvsdkrpcd

@@ -173,12 +173,13 @@ void SoftSwitch::mainLoop() {
       const Zelt::ActivityLockAnchor lock(Zelt::activityLock(), Zelt::HandOver::now);
       if (!running) {
          p.scheduler->restart();
-         // Asked a second time, the switch ends without waiting for acknowledgements.
-         if (p.stops.load() > 1) break;
          p.agent.disable();
       }
       p.scheduler->runReady();
       if (p.agent.ended()) break;
+      // A second request skips the acknowledgements, never the telling: a handler that was not told still has
+      // threads that work on this switch.
+      if (p.agent.disableDelivered() && p.stops.load() > 1) break;
    }
    const Zelt::ActivityLockAnchor lock;
    p.store.closeClean();

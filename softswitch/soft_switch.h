@@ -72,7 +72,8 @@ public:
 
    // Runs until stop(). Once in the life of a switch. What a handler throws comes out of here.
    void mainLoop();
-   // Ends mainLoop() in order. Called a second time, without waiting for acknowledgements.
+   // Ends mainLoop() in order. Called a second time, it does not wait for acknowledgements; each handler is
+   // told all the same that the agent ends, after everything that was to be told before.
    void stop() noexcept;
 
    std::string name() const override;

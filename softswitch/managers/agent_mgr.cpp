@@ -144,8 +144,10 @@ void AgentMgr::disable() {
       ended_ = true;
       return;
    }
-   callbacks_.post(
-        [this] { handlers().notify_every([](auto& handler) { handler.on_agent_enabled(false); }); });
+   callbacks_.post([this] {
+      handlers().notify_every([](auto& handler) { handler.on_agent_enabled(false); });
+      disableDelivered_ = true;
+   });
 }
 
 }  // namespace softswitch

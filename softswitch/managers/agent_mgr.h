@@ -60,6 +60,8 @@ public:
    void start();
    // Tells them that the agent is to end. Without a handler it is over at once.
    void disable();
+   // True once disable() has reached every handler.
+   bool disableDelivered() const { return disableDelivered_; }
    // True once somebody has acknowledged.
    bool ended() const { return ended_; }
 
@@ -71,6 +73,7 @@ private:
    std::map<std::string, std::string> options_;  // in force
    Table<std::string, std::string, AgentStatusCodec> statuses_;
    bool enabled_ = true;
+   bool disableDelivered_ = false;
    bool ended_ = false;
 };
 

@@ -21,6 +21,7 @@
 
 #include "Console.h"
 #include "Program.h"
+#include "ServiceManager.h"
 #include "TempDir.h"
 #include "health.grpc.pb.h"
 #include "orvctl/Catalog.h"
@@ -35,6 +36,7 @@ using systest::TempDir;
 using test::daemonProgram;
 using test::Outcome;
 using test::runProgram;
+using test::ServiceManager;
 using testing::HasSubstr;
 using testing::StartsWith;
 
@@ -45,36 +47,6 @@ std::vector<std::string> filesIn(const std::string& directory) {
    std::sort(names.begin(), names.end());
    return names;
 }
-
-// A socket on which a daemon tells its service manager how far it is.
-class ServiceManager {
-public:
-   explicit ServiceManager(const std::string& path) {
-      sockaddr_un address{};
-      address.sun_family = AF_UNIX;
-      std::memcpy(address.sun_path, path.c_str(), path.size() + 1);
-      fd_ = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
-      EXPECT_EQ(bind(fd_, reinterpret_cast<const sockaddr*>(&address), sizeof(address)), 0);
-      setenv("NOTIFY_SOCKET", path.c_str(), 1);
-      const timeval patience{.tv_sec = 60, .tv_usec = 0};
-      setsockopt(fd_, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof(patience));
-   }
-   ~ServiceManager() {
-      unsetenv("NOTIFY_SOCKET");
-      close(fd_);
-   }
-   ServiceManager(const ServiceManager&) = delete;
-   ServiceManager& operator=(const ServiceManager&) = delete;
-
-   std::string next() {
-      std::array<char, 64> text{};
-      const ssize_t count = recv(fd_, text.data(), text.size(), 0);
-      return count < 0 ? "nothing within a minute" : std::string(text.data(), static_cast<size_t>(count));
-   }
-
-private:
-   int fd_ = -1;
-};
 
 class DaemonProgram : public testing::Test {
 protected:

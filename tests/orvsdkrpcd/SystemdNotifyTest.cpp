@@ -8,7 +8,11 @@
 #include <array>
 #include <cstdlib>
 #include <cstring>
+#include <string>
+#include <thread>
+#include <vector>
 
+#include "ServiceManager.h"
 #include "TempDir.h"
 
 namespace orvsdkrpcd {
@@ -65,6 +69,29 @@ TEST_F(SystemdNotify, withoutAManagerNothingHappens) {
         {std::string(), std::string("relative"), directory_ / "none", "/" + std::string(200, 'x')}) {
       setenv("NOTIFY_SOCKET", nobody.c_str(), 1);
       notifyServiceManager("READY=1");
+   }
+}
+
+TEST(ServiceStatus, isNeverReadyAfterItStops) {
+   const systest::TempDir directory;
+   test::ServiceManager manager(directory / "notify");
+   ServiceStatus status;
+   status.ready();
+   status.stopping();
+   status.ready();
+   status.stopping();
+   EXPECT_EQ(manager.rest(), (std::vector<std::string>{"READY=1", "STOPPING=1"}));
+}
+
+TEST(ServiceStatus, keepsItsOrderWhenBothComeAtOnce) {
+   const systest::TempDir directory;
+   test::ServiceManager manager(directory / "notify");
+   for (int round = 0; round < 500; ++round) {
+      ServiceStatus status;
+      std::thread starting([&] { status.ready(); });
+      status.stopping();
+      starting.join();
+      ASSERT_EQ(manager.rest().back(), "STOPPING=1");
    }
 }
 

@@ -160,6 +160,38 @@ TEST_F(SoftSwitchTest, aSecondStopDoesNotWait) {
    EXPECT_FALSE(fs::exists(state() / "in-use"));
 }
 
+TEST_F(SoftSwitchTest, twoStopsAtOnceTellEveryHandlerAllTheSame) {
+   Agent first(sw());
+   Agent second(sw());
+   first.acknowledges = second.acknowledges = false;
+   sw().stop();
+   sw().stop();
+   sw().mainLoop();
+   EXPECT_THAT(first.heard, ElementsAre("initialized", "disabled"));
+   EXPECT_THAT(second.heard, ElementsAre("initialized", "disabled"));
+   EXPECT_FALSE(fs::exists(state() / "in-use"));
+}
+
+TEST_F(SoftSwitchTest, twoStopsAmidABurstOfEventsTellThoseBeforeTheEnd) {
+   class Busy final : public Agent {
+   public:
+      explicit Busy(SoftSwitch& sw) : Agent(sw), switch_(sw) { acknowledges = false; }
+      void on_initialized() override {
+         for (int i = 0; i < 1000; ++i)
+            switch_.agent().agentOptionIs("option", std::to_string(i));
+         switch_.stop();
+         switch_.stop();
+      }
+      void on_agent_option(const std::string& name, const std::string&) override { heard.push_back(name); }
+
+   private:
+      SoftSwitch& switch_;
+   } agent(sw());
+   sw().mainLoop();
+   ASSERT_EQ(agent.heard.size(), 1001u);
+   EXPECT_EQ(agent.heard.back(), "disabled");
+}
+
 TEST_F(SoftSwitchTest, anAgentThatEndsByItselfEndsTheLoop) {
    class Ender final : public Agent {
    public:
