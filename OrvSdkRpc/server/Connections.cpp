@@ -1,28 +1,55 @@
 #include "OrvSdkRpc/server/Connections.h"
 
-#include <fcntl.h>
+#include <arpa/inet.h>
 #include <netinet/in.h>
+#include <sched.h>
 #include <sys/socket.h>
 #include <sys/un.h>
-#include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <filesystem>
 #include <optional>
 #include <string_view>
+#include <thread>
 
 namespace OrvSdkRpc {
 namespace {
 
-// Where a socket is bound: the path or abstract name of a unix socket, or the port of another.
+// In IPv6 form, an IPv4 address mapped into it (RFC 4291, 2.5.5.2), as on a socket that takes both families.
+using Host = std::array<std::uint8_t, 16>;
+
+constexpr Host anyIpv4{0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0xff, 0xff};
+constexpr Host anyIpv6{};
+
+Host mapped(const in_addr& address) {
+   Host host = anyIpv4;
+   std::memcpy(host.data() + 12, &address, sizeof(address));
+   return host;
+}
+
+Host bytesOf(const in6_addr& address) {
+   Host host{};
+   std::memcpy(host.data(), &address, sizeof(address));
+   return host;
+}
+
+// Where a socket is bound: the path or abstract name of a unix socket, or the port and the host of another.
 struct Place {
    std::string name = {};
    std::uint16_t port = 0;
+   // Not for a place that takes connections to every host of the machine.
+   std::optional<Host> host = {};
 
-   bool operator==(const Place&) const = default;
+   bool known() const { return !name.empty() || port != 0; }
+   // Whether a connection with the local address `other` may have been accepted here.
+   bool covers(const Place& other) const {
+      return name == other.name && port == other.port && (!host || host == other.host);
+   }
 };
 
 std::optional<std::string_view> after(std::string_view text, std::string_view prefix) {
@@ -37,6 +64,20 @@ std::string path(std::string_view text) {
    return std::string(text);
 }
 
+// A host that is a name stands for whatever it resolves to, so it is taken for every one.
+std::optional<Host> hostOf(std::string_view text) {
+   if (text.starts_with('[') && text.ends_with(']')) text = text.substr(1, text.size() - 2);
+   const std::string digits(text);
+   in_addr ipv4{};
+   in6_addr ipv6{};
+   std::optional<Host> host;
+   if (inet_pton(AF_INET, digits.c_str(), &ipv4) == 1) host = mapped(ipv4);
+   if (inet_pton(AF_INET6, digits.c_str(), &ipv6) == 1) host = bytesOf(ipv6);
+   // gRPC listens on both families for either of them.
+   if (host == anyIpv4 || host == anyIpv6) host.reset();
+   return host;
+}
+
 Place placeOf(std::string_view address) {
    if (const auto name = after(address, "unix-abstract:")) {
       // The kernel shows an abstract name with a zero byte in front, unix(7).
@@ -44,8 +85,10 @@ Place placeOf(std::string_view address) {
    }
    if (const auto name = after(address, "unix:")) return {.name = path(*name)};
    Place place;
-   const std::string_view digits = address.substr(address.rfind(':') + 1);
+   const std::size_t colon = address.rfind(':');
+   const std::string_view digits = address.substr(colon + 1);
    std::from_chars(digits.data(), digits.data() + digits.size(), place.port);
+   if (colon != std::string_view::npos) place.host = hostOf(address.substr(0, colon));
    return place;
 }
 
@@ -53,9 +96,13 @@ Place placeOf(int socket) {
    sockaddr_storage storage{};
    socklen_t length = sizeof(storage);
    if (getsockname(socket, reinterpret_cast<sockaddr*>(&storage), &length) != 0) return {};
-   if (storage.ss_family == AF_INET) return {.port = ntohs(reinterpret_cast<sockaddr_in&>(storage).sin_port)};
+   if (storage.ss_family == AF_INET) {
+      const auto& ipv4 = reinterpret_cast<const sockaddr_in&>(storage);
+      return {.port = ntohs(ipv4.sin_port), .host = mapped(ipv4.sin_addr)};
+   }
    if (storage.ss_family == AF_INET6) {
-      return {.port = ntohs(reinterpret_cast<sockaddr_in6&>(storage).sin6_port)};
+      const auto& ipv6 = reinterpret_cast<const sockaddr_in6&>(storage);
+      return {.port = ntohs(ipv6.sin6_port), .host = bytesOf(ipv6.sin6_addr)};
    }
    if (storage.ss_family != AF_UNIX || length <= offsetof(sockaddr_un, sun_path)) return {};
    const char* const name = reinterpret_cast<sockaddr_un&>(storage).sun_path;
@@ -64,10 +111,23 @@ Place placeOf(int socket) {
    return {.name = name[0] == '\0' ? std::string(name, size) : path(name)};
 }
 
+// Not so a socket that listens, or is bound and about to.
 bool isConnection(int socket) {
-   int listening = 0;
-   socklen_t length = sizeof(listening);
-   return getsockopt(socket, SOL_SOCKET, SO_ACCEPTCONN, &listening, &length) == 0 && listening == 0;
+   sockaddr_storage peer{};
+   socklen_t length = sizeof(peer);
+   return getpeername(socket, reinterpret_cast<sockaddr*>(&peer), &length) == 0;
+}
+
+std::vector<int> openDescriptors() {
+   std::vector<int> descriptors;
+   std::error_code ignored;
+   for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd", ignored)) {
+      const std::string number = entry.path().filename();
+      int fd = -1;
+      const auto [end, error] = std::from_chars(number.data(), number.data() + number.size(), fd);
+      if (error == std::errc()) descriptors.push_back(fd);
+   }
+   return descriptors;
 }
 
 }  // namespace
@@ -76,20 +136,22 @@ void shutDownConnections(const std::vector<std::string>& addresses) {
    std::vector<Place> places;
    for (const std::string& address : addresses)
       places.push_back(placeOf(address));
-   std::erase(places, Place());
-   std::error_code ignored;
-   for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd", ignored)) {
-      const std::string number = entry.path().filename();
-      int fd = -1;
-      std::from_chars(number.data(), number.data() + number.size(), fd);
-      // Of its own, so that it stays the same socket between the look at it and its end.
-      const int held = fcntl(fd, F_DUPFD_CLOEXEC, 0);
-      if (held < 0) continue;
-      if (isConnection(held) && std::find(places.begin(), places.end(), placeOf(held)) != places.end()) {
-         shutdown(held, SHUT_RDWR);
+   std::erase_if(places, [](const Place& place) { return !place.known(); });
+   const std::vector<int> descriptors = openDescriptors();
+   std::thread([&] {
+      // A copy of the descriptor table for this thread alone. Other threads close and open descriptors while
+      // this one looks; in its own table a number stays the same socket from the look to the shutdown. The
+      // copy goes with the thread, and record locks, which belong to the process's own table, do not go with
+      // it. Where the call is not allowed, by a seccomp filter for instance, that table has to do.
+      unshare(CLONE_FILES);
+      for (const int fd : descriptors) {
+         if (!isConnection(fd)) continue;
+         const Place local = placeOf(fd);
+         if (std::any_of(places.begin(), places.end(), [&](const Place& p) { return p.covers(local); })) {
+            shutdown(fd, SHUT_RDWR);
+         }
       }
-      close(held);
-   }
+   }).join();
 }
 
 }  // namespace OrvSdkRpc

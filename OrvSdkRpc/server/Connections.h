@@ -9,9 +9,11 @@
 
 namespace OrvSdkRpc {
 
-// Shuts down every connection of this process that was accepted on one of the addresses, which are in gRPC's
-// text form: what is being written on it fails, and gRPC closes it. Listening sockets stay. An address whose
-// port is 0 is passed over, since the system chose its port.
+// Shuts down the connections of this process that were accepted on one of the addresses, which are in gRPC's
+// text form: what is being written on them fails, and gRPC closes them. A connection is known by its local
+// address, which it has from the listening socket. Nothing else of the process is touched: no descriptor is
+// opened on another's file and none is closed, so that record locks (fcntl(2)) of the process stay. Listening
+// sockets stay, too. An address whose port is 0 is passed over, since the system chose its port.
 void shutDownConnections(const std::vector<std::string>& addresses);
 
 }  // namespace OrvSdkRpc

@@ -1,15 +1,23 @@
 #include "OrvSdkRpc/server/Connections.h"
 
 #include <arpa/inet.h>
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
 
+#include <array>
+#include <atomic>
 #include <cstring>
 #include <string>
+#include <thread>
 
+#include "fixture/Eventually.h"
+#include "fixture/ProbeService.h"
+#include "fixture/RawCall.h"
+#include "fixture/RunningServer.h"
 #include "fixture/TempDir.h"
 
 namespace OrvSdkRpc {
@@ -26,11 +34,13 @@ public:
       const auto length = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + name.size());
       begin(reinterpret_cast<const sockaddr*>(&address), length);
    }
-   // A port of 127.0.0.1 that the system chooses.
-   Listener() : Listener(AF_INET) {
+   // A port of 127.0.0.1, or another host of the loopback network, that the system chooses.
+   Listener() : Listener(INADDR_LOOPBACK, 0) {}
+   Listener(in_addr_t host, int port) : Listener(AF_INET) {
       sockaddr_in address{};
       address.sin_family = AF_INET;
-      address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+      address.sin_addr.s_addr = htonl(host);
+      address.sin_port = htons(static_cast<std::uint16_t>(port));
       begin(reinterpret_cast<const sockaddr*>(&address), sizeof(address));
    }
    ~Listener() {
@@ -108,6 +118,128 @@ TEST(Connections, portsAreTold) {
    EXPECT_TRUE(other.connected());
    shutDownConnections({"[::]:" + std::to_string(other.port())});
    EXPECT_FALSE(other.connected());
+}
+
+TEST(Connections, ofOnePortTheHostDecides) {
+   const Listener mine;
+   const Listener other(INADDR_LOOPBACK + 1, mine.port());
+   const std::string port = std::to_string(mine.port());
+   shutDownConnections({"127.0.0.1:" + port});
+   EXPECT_FALSE(mine.connected());
+   EXPECT_TRUE(other.connected());
+   // A name may be any host.
+   shutDownConnections({"somewhere:" + port});
+   EXPECT_FALSE(other.connected());
+}
+
+// A pair of connected sockets that has nothing to do with any server.
+class Pair {
+public:
+   Pair() { EXPECT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends_.data()), 0); }
+   ~Pair() {
+      close(ends_[0]);
+      close(ends_[1]);
+   }
+   Pair(const Pair&) = delete;
+   Pair& operator=(const Pair&) = delete;
+
+   [[nodiscard]] bool connected() const {
+      char byte = 'x';
+      return send(ends_[0], &byte, 1, MSG_NOSIGNAL) == 1 && read(ends_[1], &byte, 1) == 1;
+   }
+
+private:
+   std::array<int, 2> ends_{-1, -1};
+};
+
+// A file of this process with a record lock on it.
+class LockedFile {
+public:
+   explicit LockedFile(const std::string& path)
+        : fd_(open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600)),
+          // Open before the lock is taken and until it is not needed any more: closing it would drop the
+          // lock.
+          observer_(open(path.c_str(), O_RDWR | O_CLOEXEC)) {
+      struct flock lock = whole();
+      EXPECT_EQ(fcntl(fd_, F_SETLK, &lock), 0);
+   }
+   ~LockedFile() {
+      close(fd_);
+      close(observer_);
+   }
+   LockedFile(const LockedFile&) = delete;
+   LockedFile& operator=(const LockedFile&) = delete;
+
+   // A lock of an open file description conflicts with one of a process, its own process too.
+   [[nodiscard]] bool locked() const {
+      struct flock lock = whole();
+      EXPECT_EQ(fcntl(observer_, F_OFD_GETLK, &lock), 0);
+      return lock.l_type == F_WRLCK;
+   }
+
+private:
+   static struct flock whole() {
+      struct flock lock {};
+      lock.l_type = F_WRLCK;
+      lock.l_whence = SEEK_SET;
+      return lock;
+   }
+
+   const int fd_;
+   const int observer_;
+};
+
+TEST(Connections, nothingElseOfTheProcessIsTouched) {
+   const fixture::TempDir dir;
+   const Listener mine(dir.file("mine"));
+   const LockedFile file(dir.file("file"));
+   const Pair pair;
+   ASSERT_TRUE(file.locked());
+   shutDownConnections({dir.unixAddress("mine")});
+   EXPECT_FALSE(mine.connected());
+   EXPECT_TRUE(file.locked());
+   EXPECT_TRUE(pair.connected());
+}
+
+// A descriptor's number may pass from a connection to another socket at any moment.
+TEST(Connections, aSocketThatTakesTheNumberOfAConnectionStaysConnected) {
+   const fixture::TempDir dir;
+   std::atomic<bool> over{false};
+   std::thread hangingUp([&] {
+      while (!over)
+         shutDownConnections({dir.unixAddress("mine")});
+   });
+   for (int round = 0; round < 2000; ++round) {
+      unlink(dir.file("mine").c_str());
+      { const Listener mine(dir.file("mine")); }
+      const Pair first;
+      const Pair second;
+      ASSERT_TRUE(first.connected());
+      ASSERT_TRUE(second.connected());
+   }
+   over = true;
+   hangingUp.join();
+}
+
+TEST(Connections, aServerThatHangsUpAtItsEndLeavesTheRestOfTheProcess) {
+   const fixture::TempDir dir;
+   const LockedFile file(dir.file("file"));
+   const Pair pair;
+   const Listener other(dir.file("other"));
+   {
+      auto service = std::make_unique<fixture::ProbeService>();
+      fixture::ProbeService& probe = *service;
+      fixture::RunningServer running{std::move(service)};
+      const std::string path = running.address().substr(std::string("unix://").size());
+      const fixture::RawCall call(path, "/OrvSdkRpc.test.ProbeService/watch");
+      ASSERT_TRUE(fixture::eventually([&] { return probe.watchers() == 1; }));
+      // More than a socket takes, so that the server can only end by hanging up.
+      probe.publish(std::string(std::size_t{16} << 20, 'x'));
+      running.stop();
+   }
+   EXPECT_TRUE(file.locked());
+   EXPECT_TRUE(pair.connected());
+   EXPECT_TRUE(other.connected());
 }
 
 TEST(Connections, anAddressWithoutAPlaceIsPassedOver) {
