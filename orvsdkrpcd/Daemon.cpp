@@ -2,7 +2,7 @@
 
 #include <fmt/ranges.h>
 #include <sys/resource.h>
-#include <unistd.h>
+#include <sys/stat.h>
 
 #include <algorithm>
 #include <atomic>
@@ -112,8 +112,11 @@ std::string lockOwner(const std::string& socketPath) {
 std::string whyBusy(const ListenAddress& listen) {
    std::string expected = "an address that is not in use";
    if (!listen.socketPath.empty()) {
-      if (access((listen.socketPath + ".lock").c_str(), F_OK) != 0) {
+      struct stat lock {};
+      if (lstat((listen.socketPath + ".lock").c_str(), &lock) != 0) {
          expected = "a place where a lock file can be made";
+      } else if (!S_ISREG(lock.st_mode)) {
+         expected = fmt::format("{}.lock to be a plain file, and no symbolic link", listen.socketPath);
       } else if (const std::string owner = lockOwner(listen.socketPath); !owner.empty()) {
          expected += fmt::format(": process {} has it", owner);
       }
@@ -136,6 +139,7 @@ public:
    void join() {
       if (thread_.joinable()) thread_.join();
    }
+   // After join(): nothing could be served, and that is why the process ends.
    bool failed() const { return failed_; }
 
 private:

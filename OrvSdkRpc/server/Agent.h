@@ -76,7 +76,7 @@ public:
    bool unixAddressInUse(const std::string& address);
    // Locks unixSockPath_'s lock file for this process; false if another has it.
    bool getUnixSockLock();
-   // Removes socket and lock file, if they are this agent's.
+   // Removes socket and lock file, if they are this agent's; they are not from then on.
    void unlockUnixSocket();
 
    static void panicHandler(const orv::error& error);

@@ -62,8 +62,9 @@ bool Agent::unixAddressInUse(const std::string& address) {
 
 bool Agent::getUnixSockLock() {
    unixLockPath_ = fmt::format("{}.lock", unixSockPath_);
-   const int fd = open(unixLockPath_.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0644);
-   // A failed open is told by flock below.
+   // Not through a symbolic link: whoever may write to the directory could have any file overwritten.
+   const int fd = open(unixLockPath_.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0644);
+   // Where open fails, flock fails too.
    if (fd == 0) {
       orv::fmttrace(agentTracer(), 0, "Failed to obtain lock fd ");
       return false;
@@ -90,7 +91,9 @@ bool Agent::getUnixSockLock() {
       close(fd);
       return false;
    }
-   if (fprintf(stream, "%d\n", static_cast<int>(getpid())) < 0 || fflush(stream) != 0) {
+   // What an earlier owner has left may be longer than the process id.
+   if (ftruncate(fd, 0) != 0 || fprintf(stream, "%d\n", static_cast<int>(getpid())) < 0 ||
+       fflush(stream) != 0) {
       orv::fmttrace(agentTracer(), 0, "Error writing pid to lockfile");
    }
    // The stream is never closed: the lock lasts as long as its descriptor.
@@ -101,6 +104,8 @@ void Agent::unlockUnixSocket() {
    if (unixSockPath_.empty()) return;
    unlink(unixSockPath_.c_str());
    unlink(unixLockPath_.c_str());
+   // From here on the files, should there be any, are another's.
+   unixSockPath_.clear();
 }
 
 }  // namespace OrvSdkRpc

@@ -330,13 +330,25 @@ TEST_F(TwoDaemons, onOneConsoleTheSecondIsRefusedAndLeavesNothing) {
 
 TEST_F(DaemonProgram, aStaleSocketAndLockAreTakenOver) {
    ASSERT_EQ(mknod((directory_ / "rpc.sock").c_str(), S_IFSOCK | 0600, 0), 0);
-   write("rpc.sock.lock", "1\n");
+   write("rpc.sock.lock", "12345678901234567890\n");
    Daemon daemon(daemonProgram(), directory_.path());
    daemon.start();
-   std::string owner;
-   std::getline(std::ifstream(daemon.socketPath() + ".lock"), owner);
-   EXPECT_EQ(owner, std::to_string(daemon.child().pid()));
+   std::ifstream lock(daemon.socketPath() + ".lock");
+   const std::string owner{std::istreambuf_iterator<char>(lock), {}};
+   EXPECT_EQ(owner, std::to_string(daemon.child().pid()) + "\n");
    EXPECT_EQ(daemon.terminate(), Ending{.exitCode = 0});
+}
+
+TEST_F(DaemonProgram, aLockFileThatIsASymbolicLinkIsNotFollowed) {
+   write("precious", "dear diary");
+   fs::create_symlink(directory_ / "precious", directory_ / "rpc.sock.lock");
+   const auto outcome = runProgram(commandLine());
+   EXPECT_EQ(outcome.ending, Ending{.exitCode = 1}) << outcome.text;
+   EXPECT_THAT(outcome.text,
+               HasSubstr("expected " + directory_.path() + "/rpc.sock.lock to be a plain file"));
+   std::string text;
+   std::getline(std::ifstream(directory_ / "precious"), text);
+   EXPECT_EQ(text, "dear diary");
 }
 
 TEST_F(DaemonProgram, aLockThatNamesNobodyIsStillALock) {

@@ -166,11 +166,47 @@ TEST_F(AgentAddresses, aLockFileThatCannotBeOpenedCountsAsInUseWithWords) {
         1U);
 }
 
-TEST_F(AgentAddresses, aLockFileLeftBehindIsTakenOver) {
-   std::ofstream(dir_.file("s.lock")) << "1234567890\n";
+TEST_F(AgentAddresses, ofALongerLockFileLeftBehindNothingStays) {
+   std::ofstream(dir_.file("s.lock")) << "12345678901234567890\nand more\n";
    EXPECT_FALSE(agent_.addressInUse(dir_.unixAddress("s"), ""));
-   EXPECT_TRUE(contents(dir_.file("s.lock")).starts_with(std::to_string(getpid()) + "\n"));
+   EXPECT_EQ(contents(dir_.file("s.lock")), std::to_string(getpid()) + "\n");
    agent_.unlockUnixSocket();
+}
+
+TEST_F(AgentAddresses, filesThatANewOwnerMadeOutliveASecondUnlock) {
+   EXPECT_FALSE(agent_.addressInUse(dir_.unixAddress("s"), ""));
+   agent_.unlockUnixSocket();
+   Agent second(host_.sdk, std::vector<Server::Services>{});
+   EXPECT_FALSE(second.addressInUse(dir_.unixAddress("s"), ""));
+   std::ofstream(dir_.file("s")) << "the second one's";
+   agent_.unlockUnixSocket();
+   EXPECT_TRUE(std::filesystem::exists(dir_.file("s")));
+   EXPECT_TRUE(std::filesystem::exists(dir_.file("s.lock")));
+   second.unlockUnixSocket();
+   EXPECT_FALSE(std::filesystem::exists(dir_.file("s")));
+}
+
+TEST_F(AgentAddresses, aLockFileIsNotReachedThroughASymbolicLink) {
+   std::ofstream(dir_.file("precious")) << "1\n";
+   std::filesystem::create_symlink(dir_.file("precious"), dir_.file("s.lock"));
+   EXPECT_TRUE(agent_.addressInUse(dir_.unixAddress("s"), ""));
+   EXPECT_EQ(traces_.count("Failed to open steam for lockfile(r) " + dir_.file("s.lock") + " "), 1U);
+   agent_.unlockUnixSocket();
+   EXPECT_EQ(contents(dir_.file("precious")), "1\n");
+   EXPECT_TRUE(std::filesystem::is_symlink(dir_.file("s.lock")));
+}
+
+TEST_F(AgentAddresses, aLinkInTheSocketsPlaceGoesAndItsTargetStays) {
+   std::ofstream(dir_.file("precious")) << "here";
+   std::filesystem::create_symlink(dir_.file("precious"), dir_.file("s"));
+   EXPECT_FALSE(agent_.addressInUse(dir_.unixAddress("s"), ""));
+   EXPECT_FALSE(std::filesystem::is_symlink(dir_.file("s")));
+   EXPECT_EQ(traces_.count("Stale socket file " + dir_.file("s") + ", or error removing"), 1U);
+   // As much when it appears behind the agent's back.
+   std::filesystem::create_symlink(dir_.file("precious"), dir_.file("s"));
+   agent_.unlockUnixSocket();
+   EXPECT_FALSE(std::filesystem::is_symlink(dir_.file("s")));
+   EXPECT_EQ(contents(dir_.file("precious")), "here");
 }
 
 using AgentAddressesDeathTest = AgentAddresses;

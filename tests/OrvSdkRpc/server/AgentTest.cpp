@@ -168,6 +168,23 @@ TEST_F(AgentTest, anAddressIsFreeAgainAfterTheEnd) {
    }
 }
 
+TEST_F(AgentTest, aSecondDisableAcknowledgesAndLeavesANewOwnersFiles) {
+   const std::string address = dir_.unixAddress("s");
+   Agent first(host_.sdk, address, true, false);
+   first.on_initialized();
+   ASSERT_TRUE(first.waitUntilServing());
+   EXPECT_CALL(host_.agentMgr, agent_shutdown_complete_is(true)).Times(3);
+   first.on_agent_enabled(false);
+   Agent second(host_.sdk, address, true, false);
+   second.on_initialized();
+   ASSERT_TRUE(second.waitUntilServing());
+   first.on_agent_enabled(false);
+   EXPECT_TRUE(std::filesystem::exists(dir_.file("s")));
+   EXPECT_TRUE(std::filesystem::exists(dir_.file("s.lock")));
+   EXPECT_TRUE(get(address).ok());
+   second.on_agent_enabled(false);
+}
+
 TEST_F(AgentTest, theServiceListFormProbesNothing) {
    const std::string address = dir_.unixAddress("s");
    Agent agent(host_.sdk, std::vector<Server::Services>{});
