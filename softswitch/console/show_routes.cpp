@@ -1,5 +1,6 @@
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <string>
 #include <utility>
 #include <vector>
@@ -36,13 +37,17 @@ void put(Json& object, const char* key, orv::mpls_label_t label) {
    if (!!label) object[key] = label.label();
 }
 
-// In a table a list of objects stands as "value key value, …": short names for what is most common.
+// In a table a list of objects stands as "value key value, …", without the keys that go without saying, and
+// with the others as words of a command.
 std::string viaText(const Json& via) {
    std::string text;
    for (const auto& item : via.items()) {
       if (!text.empty()) text += ' ';
-      if (item.key() != "hop" && item.key() != "interface" && item.key() != "action")
-         text += item.key() + ' ';
+      std::string key = item.key();
+      if (key != "hop" && key != "interface" && key != "action") {
+         std::replace(key.begin(), key.end(), '_', '-');
+         text += key + ' ';
+      }
       text += cellText(item.value());
    }
    return text;
@@ -59,13 +64,13 @@ Json viaJson(const orv::ip_route_via_t& via) {
    Json object = Json::object();
    put(object, "hop", via.hop());
    put(object, "interface", via.intf());
-   put(object, "nexthop-group", via.nexthop_group());
+   put(object, "nexthop_group", via.nexthop_group());
    put(object, "label", via.mpls_label());
    put(object, "vni", via.vni());
    put(object, "vtep", via.vtep_addr());
-   put(object, "router-mac", via.router_mac());
-   put(object, "vxlan-interface", via.vxlan_intf());
-   put(object, "egress-vrf", via.egress_vrf());
+   put(object, "router_mac", via.router_mac());
+   put(object, "vxlan_interface", via.vxlan_intf());
+   put(object, "egress_vrf", via.egress_vrf());
    put(object, "metric", via.metric());
    put(object, "weight", via.weight());
    return object;
@@ -77,7 +82,7 @@ Json viaJson(const orv::mpls_route_via_t& via) {
    put(object, "label", via.pushswap_label());
    put(object, "hop", via.hop());
    put(object, "interface", via.intf());
-   put(object, "nexthop-group", via.nexthop_group());
+   put(object, "nexthop_group", via.nexthop_group());
    return object;
 }
 
@@ -116,7 +121,7 @@ Json entryJson(std::uint32_t slot, const orv::nexthop_group_entry_t& entry) {
    for (const auto label : entry.mpls_action().label_stack())
       labels.push_back(label.label());
    if (!labels.empty()) object["labels"] = std::move(labels);
-   put(object, "child-group", entry.child_nexthop_group());
+   put(object, "child_group", entry.child_nexthop_group());
    return object;
 }
 
@@ -165,7 +170,7 @@ void showOneGroup(const NexthopGroupMgr& groups, const std::string& name, Docume
    document.fields("nexthop_group", groupJson(state));
    const std::vector<Column> columns{{"Entry", "entry", 5},          {"Nexthop", "nexthop", 15},
                                      {"Interface", "interface", 12}, {"Action", "action", 7},
-                                     {"Labels", "labels", 16},       {"Child", "child-group", 12},
+                                     {"Labels", "labels", 16},       {"Child", "child_group", 12},
                                      {"Packets", "packets", 10},     {"Bytes", "bytes"}};
    document.listing("entries", columns);
    for (const auto& entry : entries) {

@@ -113,7 +113,7 @@ class RestartTest(RealSwitch):
         groups = {g["name"]: [(e["nexthop"], e["interface"], e.get("action", "none"), tuple(e.get("labels", [])))
                               for e in self.shown(f"nexthop-group {g['name']}")["entries"]]
                   for g in self.shown("nexthop-group")["nexthop_groups"]}
-        routes = {r["prefix"]: (r["vias"][0]["nexthop-group"], r["tag"]) for r in self.shown("ip route")["ip_routes"]}
+        routes = {r["prefix"]: (r["vias"][0]["nexthop_group"], r["tag"]) for r in self.shown("ip route")["ip_routes"]}
         tunnels = {t["endpoint"]: (t["nexthop_group"], t["igp_metric"]) for t in self.shown("tunnel")["tunnels"]}
         mpls = self.shown("mpls route")
         # A label stands in one table alone, or its list here has two.
@@ -121,7 +121,7 @@ class RestartTest(RealSwitch):
         for route in mpls["mpls_routes"]:
             via, = route["vias"]
             labels.setdefault(route["labels"][0], []).append(
-                (via["action"], via["nexthop-group"]) if "nexthop-group" in via else
+                (via["action"], via["nexthop_group"]) if "nexthop_group" in via else
                 (via["hop"], via["interface"], via["action"], (via["label"],)))
         for entry in mpls["mpls_vrf_labels"]:
             labels.setdefault(entry["label"], []).append(("vrf", entry["vrf"]))

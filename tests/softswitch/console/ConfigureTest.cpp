@@ -121,11 +121,11 @@ TEST_F(ConfigureTest, repeatingARouteChangesNothingAndKeepsItsTag) {
    EXPECT_EQ(route("10.1.0.0/16")["vias"].size(), 2u);
    run("configure ip route 10.2.0.0/16 nexthop-group one");
    run("configure ip route 10.2.0.0/16 nexthop-group two");
-   EXPECT_EQ(route("10.2.0.0/16")["vias"], Json::array({{{"nexthop-group", "two"}}}));
+   EXPECT_EQ(route("10.2.0.0/16")["vias"], Json::array({{{"nexthop_group", "two"}}}));
    run("configure vrf red");
    run("configure ip route 10.2.0.0/16 nexthop-group one vrf red");
    run("configure ip route 10.2.0.0/16 nexthop-group two vrf red");
-   EXPECT_EQ(route("10.2.0.0/16", " vrf red")["vias"], Json::array({{{"nexthop-group", "two"}}}));
+   EXPECT_EQ(route("10.2.0.0/16", " vrf red")["vias"], Json::array({{{"nexthop_group", "two"}}}));
 }
 
 TEST_F(ConfigureTest, aRefusedViaLeavesTheRouteAsItWas) {

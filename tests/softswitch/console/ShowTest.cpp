@@ -5,14 +5,19 @@
 #include <cstdint>
 #include <map>
 #include <thread>
+#include <set>
+#include <string>
 
 #include "CommandsTest.h"
 #include "orv/agent.h"
 #include "orv/mpls_route.h"
 #include "orv/mpls_vrf_label.h"
 #include "orv/nexthop_group_tunnel.h"
+#include "softswitch/console/command_table.h"
 #include "softswitch/managers/acl_mgr.h"
 #include "softswitch/managers/class_map_mgr.h"
+#include "softswitch/managers/ip_route_mgr.h"
+#include "softswitch/managers/nexthop_group_mgr.h"
 #include "softswitch/managers/policy_map_mgr.h"
 #include "zelt/ActivityLock.h"
 
@@ -92,7 +97,7 @@ TEST_F(ShowTest, ipRoutes) {
                                 {{"hop", "10.0.0.2"}, {"label", 500}}}}}));
    EXPECT_EQ(routes[1]["preference"], 200);
    EXPECT_EQ(routes[2]["action"], "nexthop-group");
-   EXPECT_EQ(routes[2]["vias"], Json::array({{{"nexthop-group", "spine"}}}));
+   EXPECT_EQ(routes[2]["vias"], Json::array({{{"nexthop_group", "spine"}}}));
    EXPECT_EQ(routes[3]["action"], "drop");
    EXPECT_TRUE(routes[3]["vias"].empty());
    EXPECT_EQ(json("show ip route vrf red")["ip_routes"][0]["prefix"], "2001:db8::/32");
@@ -283,6 +288,54 @@ TEST_F(ShowTest, aWaitForTheActivityLockIsCounted) {
    lock.release(Zelt::HandOver::now);
    waiter.join();
    EXPECT_GT(handed(), before);
+}
+
+// Keys of the objects in a document, of those within them too.
+void gatherKeys(const Json& json, std::set<std::string>& keys) {
+   if (json.is_object()) {
+      for (const auto& item : json.items())
+         keys.insert(item.key());
+   }
+   if (json.is_structured()) {
+      for (const auto& inner : json)
+         gatherKeys(inner, keys);
+   }
+}
+
+TEST_F(ShowTest, everyJsonKeyIsInSnakeCase) {
+   run("configure vrf red");
+   run("configure interface Vxlan1 create");
+   run("configure nexthop-group leaf entry 0 nexthop 10.0.0.1 interface Ethernet1 push 100");
+   run("configure ip route 10.1.0.0/16 10.0.0.1 interface Ethernet1 label 5 weight 2 metric 3");
+   run("configure ip route 10.2.0.0/16 nexthop-group leaf");
+   {
+      const orv::sdk_scoped_lock lock;
+      orv::nexthop_group_t group("spine", orv::nexthop_group_encap_t::mpls);
+      orv::nexthop_group_entry_t entry;
+      entry.child_nexthop_group_is("leaf");
+      group.nexthop_set(0, entry);
+      target().nexthopGroups().nexthop_group_set(group);
+      const orv::ip_route_key_t key(orv::ip_prefix_t("10.3.0.0/16"));
+      orv::ip_route_via_t via(key);
+      via.hop_is(orv::ip_addr_t("10.0.0.1"));
+      via.vni_is(7);
+      via.vtep_addr_is(orv::ip_addr_t("10.0.0.9"));
+      via.router_mac_is(orv::eth_addr_t("02:00:00:00:00:09"));
+      via.vxlan_intf_is(orv::intf_id_t("Vxlan1"));
+      via.egress_vrf_is("red");
+      target().ipRoutes().ip_route_set(orv::ip_route_t(key));
+      target().ipRoutes().ip_route_via_set(via);
+   }
+   settle();
+   std::set<std::string> keys;
+   for (const Command& shown : showCommands()) {
+      if (shown.name != "show forwarding lookup") gatherKeys(json(std::string(shown.name)), keys);
+   }
+   for (const auto* command : {"show nexthop-group spine", "show forwarding lookup 10.2.0.1", "help"})
+      gatherKeys(json(command), keys);
+   EXPECT_THAT(keys, testing::IsSupersetOf({"nexthop_group", "child_group", "router_mac", "vxlan_interface",
+                                            "egress_vrf", "vtep", "kernel_name"}));
+   EXPECT_THAT(keys, testing::Each(testing::MatchesRegex("[a-z][a-z0-9_]*")));
 }
 
 }  // namespace

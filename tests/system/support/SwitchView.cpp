@@ -47,8 +47,8 @@ std::string entryText(const std::string& intf, const std::string& address, const
 std::string viaText(const json& route) {
    const auto& vias = route.at("vias");
    if (vias.empty()) return "(no via)";
-   if (vias.size() > 1 || !vias[0].contains("nexthop-group")) return "(vias " + vias.dump() + ")";
-   return vias[0].at("nexthop-group");
+   if (vias.size() > 1 || !vias[0].contains("nexthop_group")) return "(vias " + vias.dump() + ")";
+   return vias[0].at("nexthop_group");
 }
 
 GroupEntries readGroup(Console& console, const std::string& name) {
