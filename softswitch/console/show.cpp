@@ -30,20 +30,26 @@ void showTech(Call& call) {
 }
 
 constexpr Command command(std::string_view name, std::string_view usage, std::string_view help,
-                          void (*run)(Call&)) {
-   return {.name = name, .usage = usage, .help = help, .run = run, .hasJson = true};
+                          void (*run)(Call&), std::string_view details = "") {
+   return {.name = name, .usage = usage, .help = help, .details = details, .run = run, .hasJson = true};
 }
 
 constexpr std::array commands{
-     command("show version", "", "program, store and uptime", run<showVersion>),
-     command("show interfaces", "[NAME]", "state, link, speed, addresses and names", run<showInterfaces>),
-     command("show ports", "[NAME]", "hardware, transceiver and speed of ports", run<showPorts>),
-     command("show traffic", "[NAME]", "rates and counters of interfaces", run<showTraffic>),
+     command("show version", "", "program, revision, state directory and uptime", run<showVersion>),
+     command("show interfaces", "[NAME]", "type, state, link, speed, addresses and names of interfaces",
+             run<showInterfaces>),
+     command("show ports", "[NAME]", "hardware, transceiver, speed and burned-in address of ports",
+             run<showPorts>),
+     command("show traffic", "[NAME]", "rates and counters of interfaces", run<showTraffic>,
+             "Rates are per second."),
      command("show writers", "", "counter writers and what they count", run<showWriters>),
      command("show vrf", "", "VRFs", run<showVrf>),
-     command("show nexthop-group", "[NAME]", "groups, or one group's entries", run<showNexthopGroup>),
-     command("show ip route", "[PREFIX] [vrf NAME]", "IP routes of a VRF with their vias", run<showIpRoute>),
-     command("show mpls route", "", "MPLS routes and the labels of VRFs", run<showMplsRoute>),
+     command("show nexthop-group", "[NAME]", "groups, or one group's entries", run<showNexthopGroup>,
+             "With NAME the entries of the group, their counters, and what hardware has of it."),
+     command("show ip route", "[PREFIX] [vrf NAME]", "IP routes of a VRF with their vias", run<showIpRoute>,
+             "PREFIX is one prefix exactly, in all its preferences. Without vrf the default VRF."),
+     command("show mpls route", "", "MPLS routes with their vias, and the labels of VRFs",
+             run<showMplsRoute>),
      command("show tunnel", "", "nexthop group tunnels", run<showTunnel>),
      command("show fib route", "", "what the forwarding plane has, resolved", run<showFibRoute>),
      command("show fib fec", "", "the FECs of those routes", run<showFibFec>),
@@ -51,13 +57,15 @@ constexpr std::array commands{
      command("show acl", "", "access lists and their rules, committed or pending", run<showAcl>),
      command("show class-map", "", "class maps", run<showClassMap>),
      command("show policy-map", "", "policy maps, where applied, hardware status", run<showPolicyMap>),
-     command("show sbfd", "", "sBFD echo sessions and the far ends that answer them", run<showSbfd>),
-     command("show counters", "", "rows and capacity of every table", run<showCounters>),
-     command("show main-loop", "", "its tasks, how late it was, how threads waited for its lock",
+     command("show sbfd", "", "sBFD echo sessions and the far ends that answer them", run<showSbfd>,
+             "Round-trip times are in microseconds."),
+     command("show counters", "", "rows and capacity of every table, bytes of the store", run<showCounters>),
+     command("show main-loop", "", "tasks, how late the loop was, how threads waited for its lock",
              run<showMainLoop>),
      command("show tech", "", "everything above, one after the other", showTech),
      command("show forwarding lookup", "[ADDRESS] [label N] [dscp N] [vrf NAME]",
-             "which way a packet takes: route, group, redirect, entry", run<showForwardingLookup>),
+             "which way a packet takes: route, group, redirect, entry", run<showForwardingLookup>,
+             "The packet has an address, a label or both."),
 };
 
 }  // namespace
