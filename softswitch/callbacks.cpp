@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "zelt/ActivityLock.h"
+
 namespace softswitch {
 
 void Callbacks::taskExecute() {
@@ -12,6 +14,8 @@ void Callbacks::taskExecute() {
       // Before the call, so that one that throws does not strand those behind it.
       if (!calls_.empty()) scheduleTask();
       taskWorkCountInc(1);
+      // A handler may tell the outside world, and this turn of the main loop may have written before.
+      Zelt::activityLock().settle();
       call();
       if (taskShouldYield()) break;
    }

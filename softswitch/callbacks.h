@@ -1,7 +1,7 @@
 // Calls that are made later, from the main loop.
 //
 // A manager that has something to tell its handlers posts it here, so that no handler is ever called from
-// inside the call that caused the event.
+// inside the call that caused the event, nor before what it did is committed.
 //
 // Thread-safety: guarded by the SDK's lock.
 #pragma once

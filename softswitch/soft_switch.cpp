@@ -42,6 +42,7 @@ class ActivityLockBackend final : public orv::host::lock_backend {
 public:
    void acquire() override { Zelt::activityLock().acquire(); }
    void release() noexcept override { Zelt::activityLock().release(); }
+   void settle() noexcept override { Zelt::activityLock().settle(); }
 };
 
 void logToStderr(std::string_view line) {
@@ -66,7 +67,8 @@ private:
    ActivityLockBackend backend_;
 };
 
-// While it lives, what was written under the activity lock is committed before the lock becomes free.
+// While it lives, what was written under the activity lock is committed before the lock becomes free, or is
+// settled.
 class CommitOnRelease {
 public:
    explicit CommitOnRelease(store::Store& store) {

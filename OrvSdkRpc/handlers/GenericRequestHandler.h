@@ -110,7 +110,7 @@ protected:
    void bulk_respond(const Items& items, Operation&& operation) {
       static_assert(!streaming, "a stream is not answered by one response");
       Rp response;
-      // The lock covers the serialising too.
+      // The lock covers the serialising and the start of the batch too.
       orv::sdk_scoped_lock lock;
       orv::remote::RpcResponseStatus& status = *response.mutable_status();
       std::uint64_t position = 0;
@@ -127,9 +127,11 @@ protected:
       finish(response, grpc::Status::OK);
    }
 
-   // Ends the call under the main tag, in one batch.
+   // Ends the call under the main tag, in one batch. The batch starts when everything that was done for the
+   // call is final, also if the caller still holds the SDK's lock.
    void finish(const Rp& response, const grpc::Status& status) {
       static_assert(!streaming, "a stream ends without a response");
+      orv::sdk_lock_settle();
       beginEvent();
       if (status.ok()) {
          responder_.Finish(response, status, tag_);

@@ -192,6 +192,8 @@ void BfdProgrammer::resyncEnd() {
    }
    if (message.bulk_size() == 0) return;
    message.add_bulk()->set_bulk_end(true);
+   // What is missing from the message has been removed, and must stay so.
+   orv::sdk_lock_settle();
    sender_.sendSbfdAliveUpdate(std::move(message));
 }
 

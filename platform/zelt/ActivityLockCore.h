@@ -104,10 +104,17 @@ public:
    const typename Platform::WaitTally& waits() const noexcept { return waits_; }
 
    /// Installs the function that the owner calls just before the lock becomes free: once per full release, in
-   /// release at depth 1 and in releaseAll, still holding the lock at depth 1. It may acquire and release
-   /// recursively. It must not throw: that ends the process. nullptr removes it. The first release that calls
-   /// a new hook is the one that ends the installing caller's own span, or else the next one.
+   /// release at depth 1 and in releaseAll, still holding the lock at depth 1; and in settle, at whatever
+   /// depth. It may acquire and release recursively. It must not throw: that ends the process. nullptr
+   /// removes it. The first release that calls a new hook is the one that ends the installing caller's own
+   /// span, or else the next one.
    void setReleaseHook(ReleaseHook hook, void* argument) noexcept;
+
+   /// Calls the release hook without letting go: what a release would make final is final afterwards. Does
+   /// nothing for a caller that does not hold the lock.
+   void settle() noexcept {
+      if (ownedByMe() && hook_ != nullptr) hook_(hookArgument_);
+   }
 
 private:
    struct Waiter;

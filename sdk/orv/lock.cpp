@@ -89,6 +89,10 @@ void lock_yield() noexcept {
    owner_count.store(held.depth, std::memory_order_relaxed);
 }
 
+void lock_settle() noexcept {
+   backend().settle();
+}
+
 void lock_release() noexcept {
    lock_state& mine = this_thread_lock;
    --mine.depth;

@@ -21,6 +21,9 @@ public:
    virtual ~lock_backend() = default;
    virtual void acquire() = 0;
    virtual void release() noexcept = 0;
+   // Makes final what a release would make final, such as writes that it commits, and
+   // keeps the lock. Must do nothing on a thread that does not hold the lock.
+   virtual void settle() noexcept {}
 };
 
 // Installs a backend, which must outlive its use; null restores the default, a
@@ -50,6 +53,7 @@ inline constinit std::atomic<std::uint32_t> main_epoch{0};
 void lock_acquire();
 void lock_release() noexcept;
 void lock_yield() noexcept;
+void lock_settle() noexcept;
 [[noreturn]] void lock_missing();
 
 }  // namespace detail
@@ -77,6 +81,16 @@ inline void sdk_lock_yield() noexcept {
    const detail::lock_state& mine = detail::this_thread_lock;
    const std::uint32_t main = detail::main_epoch.load(std::memory_order_relaxed);
    return mine.depth != 0 || mine.main_epoch == main || main == 0;
+}
+
+// Makes final what the calling thread has done under the lock, as the release of
+// the lock would, and keeps the lock. Whoever tells the outside world of something
+// with the lock still held calls this first: a crash then takes back nothing that
+// was told. An SDK that cannot make it final ends the process. Does nothing for a
+// thread that holds no lock, since its last release has done it already.
+inline void sdk_lock_settle() noexcept {
+   // The main thread may hold the lock without an sdk_scoped_lock.
+   if (sdk_call_allowed()) detail::lock_settle();
 }
 
 // To stand first in every operation of a manager. A caller that is neither the

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "zelt/ActivityLock.h"
+
 namespace softswitch {
 
 Hardware::Hardware(const Pavo::Ptr<Gorm::TaskScheduler>& scheduler, std::unique_ptr<ForwardingPlane> plane)
@@ -18,6 +20,9 @@ void Hardware::taskExecute() {
    bool worked = false;
    for (auto* client : clients_) {
       while (!client->hardwareIdle()) {
+         // Neither the plane nor the handlers that are told of its answers may know of what can still be
+         // lost.
+         Zelt::activityLock().settle();
          client->hardwareStep(*plane_);
          worked = true;
          taskWorkCountInc(1);

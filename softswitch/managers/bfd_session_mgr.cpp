@@ -5,6 +5,7 @@
 #include "orv/error.h"
 #include "softswitch/managers/intf_mgr.h"
 #include "softswitch/value_codec.h"
+#include "zelt/ActivityLock.h"
 
 namespace softswitch {
 namespace {
@@ -215,6 +216,8 @@ void BfdSessionMgr::tellStatuses() {
    while (const auto change = engine_.takeStatus()) {
       // A copy: a handler may make and remove sessions.
       const Key key = keys_[change->slot];
+      // Handlers tell the outside world, and one of them may have written.
+      Zelt::activityLock().settle();
       handlers().notify(key, [&](orv::bfd_session_handler& handler) {
          handler.on_sbfd_echo_session_status(key, change->status);
       });
@@ -228,6 +231,7 @@ void BfdSessionMgr::tellRtts() {
    while (const auto slot = engine_.takeRtt()) {
       const Key key = keys_[*slot];
       const auto stats = engine_.rtt(*slot);
+      Zelt::activityLock().settle();
       handlers().notify(
            key, [&](orv::bfd_session_handler& handler) { handler.on_sbfd_echo_session_rtt(key, stats); });
       taskWorkCountInc(1);

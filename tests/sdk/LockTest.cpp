@@ -20,9 +20,11 @@ public:
       ++acquired;
    }
    void release() noexcept override { ++released; }
+   void settle() noexcept override { ++settled; }
 
    int acquired = 0;
    int released = 0;
+   int settled = 0;
    bool refuse = false;
 };
 
@@ -90,6 +92,32 @@ TEST_F(LockTest, aYieldGivesAWaitingThreadItsTurn) {
    }
    other.join();
    EXPECT_TRUE(done);
+}
+
+TEST_F(LockTest, aSettleReachesTheBackendAndKeepsTheLock) {
+   CountingBackend backend;
+   orv::host::lock_backend_is(&backend);
+   orv::host::main_thread_is();
+   elsewhere([&] {
+      orv::sdk_lock_settle();
+      EXPECT_EQ(backend.settled, 0) << "the thread holds nothing";
+      const orv::sdk_scoped_lock outer;
+      const orv::sdk_scoped_lock inner;
+      orv::sdk_lock_settle();
+      EXPECT_EQ(backend.settled, 1);
+      EXPECT_EQ(backend.released, 0);
+      orv::sdk_lock_check();
+   });
+   EXPECT_EQ(backend.released, 1);
+   // The main thread may hold the lock in its own way.
+   orv::sdk_lock_settle();
+   EXPECT_EQ(backend.settled, 2);
+}
+
+TEST_F(LockTest, aBackendWithNothingToSettleNeedNotSaySo) {
+   const orv::sdk_scoped_lock lock;
+   orv::sdk_lock_settle();
+   EXPECT_TRUE(orv::sdk_call_allowed());
 }
 
 TEST_F(LockTest, aBackendThatThrowsLeavesNothingHeld) {

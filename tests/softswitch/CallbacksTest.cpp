@@ -3,8 +3,10 @@
 #include <gtest/gtest.h>
 
 #include <stdexcept>
+#include <string>
 #include <vector>
 
+#include "zelt/ActivityLock.h"
 #include "zelt/Anchors.h"
 
 namespace softswitch {
@@ -31,6 +33,23 @@ TEST_F(CallbacksTest, callsComeLaterAndInOrder) {
    EXPECT_EQ(called_, (std::vector<int>{0, 1, 2}));
    runLoop();
    EXPECT_EQ(called_.size(), 3u);
+}
+
+// A handler tells the outside world what it is told, so what earlier work of the same turn wrote must be
+// committed by then; one callback may write what the next one tells.
+TEST_F(CallbacksTest, whatWasDoneBeforeIsCommittedWhenACallIsMade) {
+   std::vector<std::string> log;
+   Zelt::activityLock().setReleaseHook(
+        [](void* l) { static_cast<std::vector<std::string>*>(l)->emplace_back("commit"); }, &log);
+   {
+      const Zelt::ActivityLockAnchor lock;
+      callbacks_.post([&] { log.emplace_back("first"); });
+      callbacks_.post([&] { log.emplace_back("second"); });
+      while (scheduler_->hasReady())
+         scheduler_->runReady();
+   }
+   Zelt::activityLock().setReleaseHook(nullptr, nullptr);
+   EXPECT_EQ(log, (std::vector<std::string>{"commit", "first", "commit", "second", "commit"}));
 }
 
 TEST_F(CallbacksTest, aCallMayPost) {

@@ -1,15 +1,20 @@
 #include "OrvSdkRpc/handlers/BulkRequestHandler.h"
 
+#include <grpcpp/completion_queue.h>
 #include <grpcpp/create_channel.h>
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <mutex>
 #include <string>
 #include <vector>
 
+#include "OrvSdkRpc/handlers/ErrorText.h"
 #include "fixture/Eventually.h"
 #include "fixture/FreePort.h"
 #include "fixture/ProbeService.h"
 #include "fixture/RunningServer.h"
+#include "orv/error.h"
 #include "orv/lock.h"
 
 namespace OrvSdkRpc {
@@ -66,6 +71,19 @@ TEST(BulkRequestHandler, stopsAtTheFirstFailureAndTellsItInBand) {
    EXPECT_EQ(tried, 3);
 }
 
+// A string with such a byte in it makes the whole reply unreadable for most clients.
+TEST(BulkRequestHandler, itsTextIsBoundedAndInUtf8) {
+   auto service = std::make_unique<ProbeService>();
+   service->onOperation = [](const test::ProbeRequest&) {
+      throw orv::error("Z\xfcrich " + std::string(100'000, 'x') + " end");
+   };
+   RunningServer running{std::move(service)};
+   const std::string words = call(running.channel(), {""}).response.status().message();
+   EXPECT_EQ(words.size(), errorTextBytesMax);
+   EXPECT_EQ(words.substr(0, 12), "Z\\xfcrich xx");
+   EXPECT_EQ(words.substr(words.size() - 6), "xx end");
+}
+
 TEST(BulkRequestHandler, aFailureOfTheFirstItemCountsNothing) {
    RunningServer running{std::make_unique<ProbeService>()};
    const Answer answer = call(running.channel(), {"range", ""});
@@ -95,6 +113,78 @@ TEST(BulkRequestHandler, holdsOneLockForTheWholeList) {
       EXPECT_EQ(allowed, 3);
    }
    orv::host::main_thread_clear();
+}
+
+// A backend whose settle looks at a client that waits for its reply.
+class WatchingBackend final : public orv::host::lock_backend {
+public:
+   WatchingBackend() {
+      orv::host::lock_backend_is(this);
+      orv::host::main_thread_is();
+   }
+   ~WatchingBackend() override {
+      orv::host::main_thread_clear();
+      orv::host::lock_backend_is(nullptr);
+   }
+   void acquire() override {
+      mutex_.lock();
+      ++depth_;
+   }
+   void release() noexcept override {
+      --depth_;
+      mutex_.unlock();
+   }
+   void settle() noexcept override {
+      ++settles;
+      heldWhenSettled = depth_ == 1;
+      operationsWhenSettled = operations;
+      void* tag = nullptr;
+      bool ok = false;
+      repliedBeforeSettled =
+           client.AsyncNext(&tag, &ok, std::chrono::system_clock::now() + std::chrono::milliseconds(50)) !=
+           grpc::CompletionQueue::TIMEOUT;
+   }
+
+   // Guarded by the backend's mutex; read when the server has stopped.
+   int operations = 0;
+   int settles = 0;
+   int operationsWhenSettled = 0;
+   bool heldWhenSettled = false;
+   bool repliedBeforeSettled = false;
+   grpc::CompletionQueue client;
+
+private:
+   std::recursive_mutex mutex_;
+   int depth_ = 0;
+};
+
+TEST(BulkRequestHandler, repliesWhenTheWholeListIsFinalAndTheLockStillHeld) {
+   WatchingBackend backend;
+   auto service = std::make_unique<ProbeService>();
+   service->onOperation = [&](const test::ProbeRequest&) { ++backend.operations; };
+   RunningServer running{std::move(service)};
+   const auto stub = running.stub<test::ProbeService>();
+   grpc::ClientContext context;
+   test::BulkProbeRequest request;
+   for (int i = 0; i < 3; ++i)
+      request.add_requests();
+   test::BulkProbeResponse response;
+   grpc::Status status;
+   const auto call = stub->Asyncbulk_probe(&context, request, &backend.client);
+   call->Finish(&response, &status, &context);
+   void* tag = nullptr;
+   bool ok = false;
+   ASSERT_TRUE(fixture::eventually([&] {
+      return backend.client.AsyncNext(&tag, &ok, std::chrono::system_clock::now()) ==
+             grpc::CompletionQueue::GOT_EVENT;
+   }));
+   running.stop();
+   EXPECT_TRUE(status.ok()) << status.error_message();
+   EXPECT_EQ(response.count(), 3U);
+   EXPECT_EQ(backend.settles, 1);
+   EXPECT_EQ(backend.operationsWhenSettled, 3);
+   EXPECT_TRUE(backend.heldWhenSettled);
+   EXPECT_FALSE(backend.repliedBeforeSettled);
 }
 
 TEST(BulkRequestHandler, aRejectedPeerIsToldInBandAndAUnaryCallByItsStatus) {

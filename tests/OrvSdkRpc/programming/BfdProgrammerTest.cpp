@@ -4,9 +4,11 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <functional>
 #include <map>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "OrvSdkRpc/programming/Reply.h"
@@ -227,6 +229,32 @@ TEST_F(InitializedBfdProgrammerTest, aResyncKeepsWhatWasReplayedAndTellsItInOneB
    EXPECT_TRUE(alive_[0].bulk(2).bulk_end());
    EXPECT_EQ(traces.count(fmt::format("Purging {} has stale epoch 0 != 1", keyOf(2))), 1U);
    EXPECT_EQ(traces.count(fmt::format("key={} status={}", keyOf(1), Status::up)), 1U);
+}
+
+// A stream's client that is not told of a session takes it for removed.
+TEST_F(InitializedBfdProgrammerTest, whatAResyncPurgedIsFinalBeforeTheRestIsTold) {
+   struct Backend final : orv::host::lock_backend {
+      explicit Backend(std::function<void()> call) : onSettle(std::move(call)) {
+         orv::host::lock_backend_is(this);
+      }
+      ~Backend() override { orv::host::lock_backend_is(nullptr); }
+      void acquire() override {}
+      void release() noexcept override {}
+      void settle() noexcept override { onSettle(); }
+      std::function<void()> onSettle;
+   };
+   status(session(1));
+   status(session(2));
+   contract_.resync(0);
+   status(session(1));
+   std::vector<std::string> log;
+   EXPECT_CALL(mgr_, sbfd_echo_session_del(keyOf(2))).WillOnce([&](const auto&) {
+      log.emplace_back("purge");
+   });
+   const Backend backend([&] { log.push_back(alive_.empty() ? "settle" : "settle too late"); });
+   contract_.resync(1);
+   EXPECT_EQ(alive_.size(), 1U);
+   EXPECT_EQ(log, (std::vector<std::string>{"purge", "settle"}));
 }
 
 TEST_F(InitializedBfdProgrammerTest, aResyncThatLeavesNoSessionSendsNothing) {

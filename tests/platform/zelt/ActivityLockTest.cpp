@@ -138,6 +138,31 @@ TEST(ActivityLock, hookIsCalledOncePerFullReleaseStillHoldingTheLock) {
    EXPECT_EQ(log.calls, 3U);
 }
 
+TEST(ActivityLock, aSettleCallsTheHookAndLetsNobodyIn) {
+   ActivityLock lock;
+   HookLog log{.lock = lock};
+   lock.setReleaseHook(&HookLog::called, &log);
+   lock.settle();
+   EXPECT_EQ(log.calls, 0U) << "nobody holds the lock";
+
+   lock.acquire();
+   lock.acquire();
+   std::thread([&] { lock.settle(); }).join();
+   EXPECT_EQ(log.calls, 0U) << "somebody else holds it";
+   lock.settle();
+   EXPECT_EQ(log.calls, 1U);
+   EXPECT_EQ(log.depthSeen, 2U);
+   EXPECT_EQ(lock.depth(), 2U);
+   lock.release();
+   lock.release();
+   EXPECT_EQ(log.calls, 2U) << "the release calls it all the same";
+
+   lock.setReleaseHook(nullptr, nullptr);
+   const ActivityLockAnchor anchor(lock);
+   lock.settle();
+   EXPECT_EQ(log.calls, 2U);
+}
+
 TEST(ActivityLock, hookInstalledUnderTheLockSeesTheEndOfThatSpan) {
    ActivityLock lock;
    HookLog log{.lock = lock};

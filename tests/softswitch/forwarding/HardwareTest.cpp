@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <deque>
+#include <functional>
 
 #include "../SwitchTest.h"
 #include "softswitch/managers/mpls_route_mgr.h"
@@ -18,6 +19,7 @@ public:
    void answersTo(const PlaneAnswers& answers) override { answers_.emplace(answers); }
    void groupSet(NameId id, const orv::nexthop_group_t& group) override {
       log.push_back("group " + group.name());
+      if (onGroup) onGroup();
       later_.push_back([this, id, version = group.version_id()](bool good) {
          answers_->groups.groupAnswer(id, version, {.programmed = good, .counted = good});
       });
@@ -54,6 +56,7 @@ public:
    std::vector<std::string> takeLog() { return std::exchange(log, {}); }
 
    std::vector<std::string> log;
+   std::function<void()> onGroup;
 
 private:
    std::optional<PlaneAnswers> answers_;
@@ -142,6 +145,30 @@ TEST_F(HardwareTest, nothingIsProgrammedBeforeThePlaneHasAnswered) {
              orv::nexthop_group_programmed_hw_state_t::success);
    step();
    EXPECT_TRUE(inFib("10.0.0.0/8"));
+}
+
+TEST_F(HardwareTest, thePlaneIsToldOfNothingThatIsNotCommitted) {
+   Zelt::activityLock().setReleaseHook([](void* s) { static_cast<store::Store*>(s)->commit(); }, &store_);
+   int told = 0;
+   plane_->onGroup = [&] {
+      ++told;
+      EXPECT_FALSE(store_.inSpan());
+   };
+   {
+      const Zelt::ActivityLockAnchor lock;
+      groups().nexthop_group_set(plainGroup());
+   }
+   while (told == 0) {
+      scheduler_->waitForWork();
+      const Zelt::ActivityLockAnchor lock;
+      // A task of the same turn writes before hardware gets its own.
+      vrfs_.vrfSet("v");
+      EXPECT_TRUE(store_.inSpan());
+      scheduler_->runReady();
+      if (told == 0) vrfs_.vrfDel("v");
+   }
+   Zelt::activityLock().setReleaseHook(nullptr, nullptr);
+   EXPECT_EQ(told, 1);
 }
 
 TEST_F(HardwareTest, aRefusalOfThePlaneIsTold) {
