@@ -9,6 +9,7 @@
 #include <stdexcept>
 #include <utility>
 
+#include "OrvSdkRpc/handlers/ErrorText.h"
 #include "OrvSdkRpcProtos/status.pb.h"
 #include "orv/error.h"
 
@@ -62,17 +63,17 @@ template <>
 struct ErrorRow<std::exception>
      : ErrorCodes<grpc::StatusCode::UNKNOWN, orv::remote::RPC_RESPONSE_STATUS_CODE_UNKNOWN> {};
 
-// The row's code and the text of what(); no details.
+// The row's code and the text of what(), as ErrorText.h bounds it; no details.
 template <class E>
 grpc::Status grpcStatus(const E& e) {
-   return {ErrorRow<E>::code, e.what()};
+   return {ErrorRow<E>::code, errorText(e.what())};
 }
 
-// The row's bulk code and the text of what(), into the reply of a bulk.
+// The row's bulk code and the same text, into the reply of a bulk.
 template <class E>
 void bulkStatus(const E& e, orv::remote::RpcResponseStatus& status) {
    status.set_code(ErrorRow<E>::bulk);
-   status.set_message(e.what());
+   status.set_message(errorText(e.what()));
 }
 
 // Runs `work`; an exception of the table goes to `onError` as the type of its row, the most specific row

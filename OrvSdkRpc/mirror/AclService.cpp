@@ -1,6 +1,7 @@
 #include "OrvSdkRpc/mirror/AclService.h"
 
 #include "OrvSdkRpc/handlers/BulkRequestHandler.h"
+#include "OrvSdkRpc/handlers/ErrorText.h"
 #include "OrvSdkRpc/handlers/IteratorStreamingHandler.h"
 #include "OrvSdkRpc/handlers/StreamingAdapterHandler.h"
 #include "OrvSdkRpc/handlers/UnaryRequestHandler.h"
@@ -268,8 +269,8 @@ void AclService::on_acl_sync() {
 void AclService::on_acl_sync_fail(const std::string& source, const std::string& message) {
    AclWatchResponse response;
    OnAclSyncFail& fail = *response.mutable_on_acl_sync_fail();
-   fail.set_source(source);
-   fail.set_message(message);
+   fail.set_source(errorText(source));
+   fail.set_message(errorText(message));
    subscriptions_.publish<Watch>(response);
 }
 

@@ -10,6 +10,7 @@
 #include <string>
 #include <utility>
 
+#include "OrvSdkRpc/handlers/ErrorText.h"
 #include "OrvSdkRpc/programming/ClientInit.h"
 #include "OrvSdkRpcProtos/orvsdk.pb.h"
 #include "orv/error.h"
@@ -32,13 +33,14 @@ struct Lazy {
 // The tracer of the programming service and its programmers: 0 for refusals, 1 and 2 for ordinary steps.
 const orv::tracer& programmingTracer();
 
-// Writes the value and the formatted text into a status, and returns the text for tracing.
+// Writes the value and the formatted text, bounded as ErrorText.h says, into a status, and returns the text
+// for tracing.
 template <class... Args>
 const std::string& setReplyStatusWithDebugString(pb::rpc_status_msg& response,
                                                  pb::rpc_status_value_enum value,
                                                  fmt::format_string<Args...> format, Args&&... args) {
    response.set_status(value);
-   response.set_debug_string(fmt::format(format, std::forward<Args>(args)...));
+   response.set_debug_string(errorText(fmt::format(format, std::forward<Args>(args)...)));
    return response.debug_string();
 }
 
@@ -50,7 +52,7 @@ void reportException(const google::protobuf::Message& request, const orv::error&
 
 }  // namespace detail
 
-// Serves one request: refuses before init, else runs `work(std::string& errorText)`, whose result is the
+// Serves one request: refuses before init, else runs `work(std::string& words)`, whose result is the
 // status value and whose text, if any, becomes the debug string. An orv::error becomes RPC_STATUS_ERROR with
 // its words.
 template <class Request, class Work>
@@ -60,14 +62,14 @@ void serveRequest(const ClientInit& client, const Request& request, pb::rpc_stat
       detail::refuseNotInitialized(request, response);
       return;
    }
-   std::string errorText;
+   std::string words;
    try {
-      response.set_status(static_cast<pb::rpc_status_value_enum>(std::forward<Work>(work)(errorText)));
+      response.set_status(static_cast<pb::rpc_status_value_enum>(std::forward<Work>(work)(words)));
    } catch (const orv::error& e) {
       detail::reportException(request, e, response);
       return;
    }
-   if (!errorText.empty()) response.set_debug_string(std::move(errorText));
+   if (!words.empty()) response.set_debug_string(errorText(words));
 }
 
 // Serves the items of a bulk in order, one entry each; nothing stops at a failed item and nothing is undone.

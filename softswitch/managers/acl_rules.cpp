@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "orv/error.h"
+#include "softswitch/name_check.h"
 
 namespace softswitch {
 namespace {
@@ -198,6 +199,7 @@ void checkAclKey(const orv::acl_key_t& key) {
 
 void checkAclRule(const orv::acl_key_t& key, std::uint32_t seq, const AclRule& rule) {
    checkAclKey(key);
+   checkText("ACL name", key.acl_name(), policyNameBytesMax);
    const auto where = [&] { return fmt::format("ACL {} rule {}", key.to_string(), seq); };
    std::visit(ListRuleCheck(key, RuleCheck(where)), rule);
 }

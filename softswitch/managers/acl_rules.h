@@ -20,6 +20,7 @@ void checkAclKey(const orv::acl_key_t& key);
 
 // Throws orv::invalid_argument_error for a key that names no list, and for a rule that a list of this key
 // cannot have:
+//    a list whose name is of more than 400 bytes, or not UTF-8
 //    an Ethernet rule in a list of another type than eth, an IP rule in one of type eth or mpls
 //    a VLAN or VLAN mask above 4095, an EtherType above 65536 (which stands for any)
 //    an address of the other family than an ipv4 or ipv6 list, or a mask longer than the address

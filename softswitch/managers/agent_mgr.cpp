@@ -6,6 +6,7 @@
 
 #include "orv/error.h"
 #include "orv/lock.h"
+#include "softswitch/name_check.h"
 
 namespace softswitch {
 namespace {
@@ -33,14 +34,10 @@ private:
 };
 
 void checkSizes(std::string_view what, const std::string& name, const std::string& value) {
-   if (name.size() > AgentMgr::nameBytesMax) {
-      throw orv::invalid_argument_error(fmt::format("agent {} name of {} bytes, expected at most {}", what,
-                                                    name.size(), AgentMgr::nameBytesMax));
-   }
-   if (value.size() > AgentMgr::valueBytesMax) {
-      throw orv::invalid_argument_error(fmt::format("agent {} '{}': value of {} bytes, expected at most {}",
-                                                    what, name, value.size(), AgentMgr::valueBytesMax));
-   }
+   if (const auto fault = textFault(name, AgentMgr::nameBytesMax); !fault.empty())
+      throw orv::invalid_argument_error(fmt::format("agent {} name {}", what, fault));
+   if (const auto fault = textFault(value, AgentMgr::valueBytesMax); !fault.empty())
+      throw orv::invalid_argument_error(fmt::format("agent {} '{}': value {}", what, name, fault));
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 
 #include "orv/error.h"
 #include "softswitch/managers/acl_rules.h"
+#include "softswitch/name_check.h"
 
 namespace softswitch {
 
@@ -55,9 +56,11 @@ orv::class_map_t ClassMapMgr::class_map(const orv::policy_map_key_t& key) const 
 void ClassMapMgr::class_map_is(const orv::class_map_t& map) {
    orv::sdk_lock_check();
    checkPolicyMapKey("class map", map.key());
+   checkText("class map name", map.key().name(), policyNameBytesMax);
    for (const auto& [sequence, rule] : map.rules()) {
       try {
          checkAclKey(rule.acl_key());
+         checkText("ACL name", rule.acl_key().acl_name(), policyNameBytesMax);
       } catch (const orv::error& e) {
          throw orv::invalid_argument_error(fmt::format(
               "class map '{}' rule {}: {}", orv::detail::quotable(map.key().name()), sequence, e.what()));

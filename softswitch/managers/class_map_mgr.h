@@ -6,6 +6,7 @@
 //
 // Refusals (orv::invalid_argument_error, naming the value):
 //    a key without a name or a feature, in every operation that writes
+//    a name of more than 400 bytes, the class map's or a rule's ACL's, or one that is not UTF-8
 //    a rule whose ACL key has no name or no type
 //    and orv::error for one more than the table holds
 //

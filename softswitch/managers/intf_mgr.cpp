@@ -4,6 +4,7 @@
 #include <optional>
 
 #include "orv/error.h"
+#include "softswitch/name_check.h"
 #include "softswitch/value_codec.h"
 
 namespace softswitch {
@@ -122,6 +123,8 @@ void IntfMgr::description_is(const orv::intf_id_t& intf, const std::string& text
            fmt::format("description of interface {} has {} bytes, expected at most {}", intf, text.size(),
                        maxDescriptionBytes));
    }
+   if (const auto fault = textFault(text, maxDescriptionBytes); !fault.empty())
+      throw orv::invalid_argument_error(fmt::format("description of interface {} {}", intf, fault));
    const auto isControl = [](unsigned char c) { return c < 0x20 || c == 0x7f; };
    if (std::any_of(text.begin(), text.end(), isControl)) {
       throw orv::invalid_argument_error(

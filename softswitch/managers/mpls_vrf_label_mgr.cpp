@@ -4,6 +4,7 @@
 
 #include "orv/error.h"
 #include "orv/lock.h"
+#include "softswitch/name_check.h"
 #include "softswitch/value_codec.h"
 
 namespace softswitch {
@@ -48,11 +49,8 @@ void MplsVrfLabelMgr::mpls_vrf_label_set(const orv::mpls_vrf_label_t& vrf_label)
       throw orv::invalid_range_error("mpls vrf label: label", label.label(), 0, orv::mpls_label_t::max);
    if (vrf_label.vrf_name().empty())
       throw orv::invalid_argument_error(fmt::format("mpls vrf label {} names no VRF", label));
-   if (vrf_label.vrf_name().size() > vrfNameBytesMax) {
-      throw orv::invalid_argument_error(
-           fmt::format("mpls vrf label {}: VRF name of {} bytes, expected at most {}", label,
-                       vrf_label.vrf_name().size(), vrfNameBytesMax));
-   }
+   if (const auto fault = textFault(vrf_label.vrf_name(), vrfNameBytesMax); !fault.empty())
+      throw orv::invalid_argument_error(fmt::format("mpls vrf label {}: VRF name {}", label, fault));
    labels_.set(label, vrf_label.vrf_name());
 }
 

@@ -6,6 +6,7 @@
 #include <iterator>
 
 #include "orv/lock.h"
+#include "softswitch/name_check.h"
 #include "softswitch/value_codec.h"
 
 namespace softswitch {
@@ -294,10 +295,7 @@ void NexthopGroupMgr::configure(const orv::nexthop_group_t& group, std::uint16_t
 
 void NexthopGroupMgr::validate(const orv::nexthop_group_t& group) const {
    if (group.name().empty()) throw orv::invalid_argument_error("nexthop group has no name");
-   if (group.name().size() > nameBytesMax) {
-      throw orv::invalid_argument_error(fmt::format("nexthop group name of {} bytes, expected at most {}",
-                                                    group.name().size(), nameBytesMax));
-   }
+   checkText("nexthop group name", group.name(), nameBytesMax);
    if (!!group.source_intf() && !intfs_.exists(group.source_intf())) {
       throw orv::invalid_argument_error(fmt::format("nexthop group {}: unknown source interface {}",
                                                     group.name(), group.source_intf().name()));
@@ -327,9 +325,8 @@ void NexthopGroupMgr::validateEntries(const orv::nexthop_group_t& group,
          refuseEntry(fmt::format("unknown interface {}", entry.intf().name()));
       if (const auto& child = entry.child_nexthop_group(); !child.empty()) {
          if (child == group.name()) refuseEntry("the group leads into itself");
-         if (child.size() > nameBytesMax)
-            refuseEntry(fmt::format("child group name of {} bytes, expected at most {}", child.size(),
-                                    nameBytesMax));
+         if (const auto fault = textFault(child, nameBytesMax); !fault.empty())
+            refuseEntry(fmt::format("child group name {}", fault));
       }
       const auto& labels = entry.mpls_action().label_stack();
       if (labels.empty()) continue;

@@ -14,7 +14,7 @@
 //
 // Refusals (orv::invalid_argument_error naming the value, if nothing else is said), before anything is
 // written:
-//    a group without a name, or with one of more than 255 bytes
+//    a group without a name, or with one of more than 255 bytes, or that is not UTF-8
 //    an entry, backup entry or destination index beyond the limit, 0 to 1023 by default
 //       (orv::invalid_range_error)
 //    an entry's interface or a source interface that the switch does not have

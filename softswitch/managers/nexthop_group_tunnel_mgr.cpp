@@ -5,6 +5,7 @@
 #include "orv/error.h"
 #include "orv/lock.h"
 #include "softswitch/managers/nexthop_group_mgr.h"
+#include "softswitch/name_check.h"
 #include "softswitch/value_codec.h"
 
 namespace softswitch {
@@ -64,10 +65,9 @@ void NexthopGroupTunnelMgr::nexthop_group_tunnel_set(const orv::nexthop_group_tu
    if (tunnel.nhg_name().empty())
       throw orv::invalid_argument_error(
            fmt::format("nexthop group tunnel {} names no nexthop group", endpoint));
-   if (tunnel.nhg_name().size() > NexthopGroupMgr::nameBytesMax) {
+   if (const auto fault = textFault(tunnel.nhg_name(), NexthopGroupMgr::nameBytesMax); !fault.empty()) {
       throw orv::invalid_argument_error(
-           fmt::format("nexthop group tunnel {}: nexthop group name of {} bytes, expected at most {}",
-                       endpoint, tunnel.nhg_name().size(), NexthopGroupMgr::nameBytesMax));
+           fmt::format("nexthop group tunnel {}: nexthop group name {}", endpoint, fault));
    }
    auto row = tunnel;
    row.tunnel_endpoint_is({});

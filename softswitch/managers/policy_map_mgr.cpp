@@ -1,12 +1,16 @@
 #include "softswitch/managers/policy_map_mgr.h"
 
 #include <algorithm>
+#include <string_view>
 #include <utility>
 
 #include "orv/error.h"
 #include "softswitch/managers/acl_rules.h"
 #include "softswitch/managers/class_map_mgr.h"
 #include "softswitch/managers/intf_mgr.h"
+#include "softswitch/managers/mpls_vrf_label_mgr.h"
+#include "softswitch/managers/nexthop_group_mgr.h"
+#include "softswitch/name_check.h"
 
 namespace softswitch {
 namespace {
@@ -19,6 +23,7 @@ public:
 
    void run() {
       checkPolicyMapKey("policy map", map_.key());
+      checkText("policy map name", map_.key().name(), policyNameBytesMax);
       for (const auto& [sequence, rule] : map_.rules()) {
          sequence_ = sequence;
          classMap(rule);
@@ -43,10 +48,15 @@ private:
       checkRawRule([this] { return where() + ": raw rule"; }, rule);
    }
 
+   void name(std::string_view what, const std::string& text, std::size_t bytesMax) const {
+      if (const auto fault = textFault(text, bytesMax); !fault.empty()) refuse("{} {}", what, fault);
+   }
+
    void classMap(const orv::policy_map_rule_t& rule) const {
       if (rule.policy_map_rule_type() != orv::policy_map_rule_type_t::class_map) return;
       const auto& key = rule.class_map_key();
       if (key.name().empty()) refuse("the class map's name is empty, expected a name");
+      name("class map name", key.name(), policyNameBytesMax);
       if (key.feature() != map_.key().feature()) {
          refuse("class map '{}' has feature {}, expected {}", orv::detail::quotable(key.name()),
                 orv::to_string(key.feature()), orv::to_string(map_.key().feature()));
@@ -68,6 +78,8 @@ private:
       if (type == policy_action_type_t::vrf && action.vrf().empty()) {
          refuse("action vrf has no VRF, expected a name");
       }
+      name("action nexthop-group: group name", action.nexthop_group_name(), NexthopGroupMgr::nameBytesMax);
+      name("action vrf: VRF name", action.vrf(), MplsVrfLabelMgr::vrfNameBytesMax);
       if (action.dscp() > 63) refuse("dscp {} is out of range, expected 0 to 63", action.dscp());
       if (action.traffic_class() > 7) {
          refuse("traffic-class {} is out of range, expected 0 to 7", action.traffic_class());

@@ -7,9 +7,11 @@
 // Deleting a policy map, also by a resync, takes it off its interfaces.
 //
 // Refusals (orv::invalid_argument_error and its kin, naming the value; nothing has changed then):
-//    a key without a name or a feature, in every operation that writes
+//    a key without a name or a feature, in every operation that writes; a name of more than 400 bytes, or
+//    that is not UTF-8, in policy_map_is
 //    a rule of type class_map whose class map key has no name or another feature than the policy map
-//    an action nexthop without nexthops or with a null one, nexthop_group without a name, vrf without a VRF
+//    an action nexthop without nexthops or with a null one, nexthop_group without a name, vrf without a VRF;
+//    a name of more than 255 bytes of either, or of more than 400 of a class map
 //    a raw rule that no list could have (acl_rules.h), whatever the rule's type
 //    a DSCP above 63, a traffic class above 7
 //    applying a policy map or to an interface that does not exist; a direction other than in and out

@@ -4,9 +4,11 @@
 
 #include <atomic>
 
+#include "OrvSdkRpc/handlers/ErrorText.h"
 #include "fixture/Eventually.h"
 #include "fixture/ProbeService.h"
 #include "fixture/RunningServer.h"
+#include "orv/error.h"
 #include "orv/lock.h"
 
 namespace OrvSdkRpc {
@@ -57,6 +59,26 @@ TEST(UnaryRequestHandler, anExceptionBecomesTheStatusOfTheCall) {
    EXPECT_EQ(call(running, "no lock", "").error_code(), grpc::StatusCode::INTERNAL);
    // The server goes on.
    EXPECT_TRUE(call(running, "", "").ok());
+}
+
+// A client takes no more than 8 KB of headers; it would see RESOURCE_EXHAUSTED in place of the status.
+TEST(UnaryRequestHandler, aLongTextDoesNotHideTheStatus) {
+   RunningServer running{std::make_unique<ProbeService>()};
+   for (const char* character : {"x", "%", "\xe2\x82\xac"}) {
+      std::string words = "begin ";
+      while (words.size() < 1'000'000)
+         words += character;
+      const grpc::Status status = call(running, "range", words + " end");
+      EXPECT_EQ(status.error_code(), grpc::StatusCode::OUT_OF_RANGE) << status.error_message();
+      EXPECT_EQ(status.error_message(), errorText(words + " end"));
+   }
+}
+
+TEST(UnaryRequestHandler, bytesThatAreNotUtf8AreNumberedInTheStatus) {
+   auto service = std::make_unique<ProbeService>();
+   service->onOperation = [](const test::ProbeRequest&) { throw orv::error("no Z\xfcrich"); };
+   RunningServer running{std::move(service)};
+   EXPECT_EQ(call(running, "", "").error_message(), "no Z\\xfcrich");
 }
 
 TEST(UnaryRequestHandler, runsTheOperationUnderTheSdksLockAndFreesItAfterwards) {

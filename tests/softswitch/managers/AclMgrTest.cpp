@@ -176,6 +176,23 @@ TEST_F(AclMgrTest, refusesAKeyThatNamesNoList) {
    }
 }
 
+TEST_F(AclMgrTest, refusesANameThatIsTooLongOrNotUtf8) {
+   const orv::acl_key_t tooLong(std::string(401, 'n'), orv::acl_type_t::ipv4);
+   EXPECT_EQ(refusal([&] { mgr_->acl_rule_set(tooLong, 1, orv::acl_rule_ip_t()); }),
+             "ACL name of 401 bytes, expected at most 400");
+   EXPECT_FALSE(mgr_->acl_all_exists(tooLong));
+   EXPECT_EQ(refusal([&] {
+                mgr_->acl_rule_set({"Z\xfcrich", orv::acl_type_t::ipv4}, 1, orv::acl_rule_ip_t());
+             }),
+             "ACL name 'Z\\xfcrich' is not UTF-8");
+   // The longest name is one that every table of the store takes.
+   const orv::acl_key_t longest(std::string(400, 'n'), orv::acl_type_t::ipv4);
+   mgr_->acl_rule_set(longest, 1, orv::acl_rule_ip_t());
+   mgr_->acl_apply(longest, ethernet1_, acl_direction_t::in, true);
+   mgr_->acl_commit();
+   EXPECT_TRUE(mgr_->acl_exists(longest));
+}
+
 TEST_F(AclMgrTest, refusesToApplyWhatIsNotThere) {
    EXPECT_NE(refusal([&] {
                 mgr_->acl_apply(edge_, ethernet1_, acl_direction_t::in, true);

@@ -39,6 +39,8 @@ TEST_F(AgentMgrTest, tooLongNamesAndValuesAreRefused) {
    EXPECT_THAT(refusal([&] { sw().agent().status_set("big", std::string((1 << 20) + 1, 'v')); }),
                HasSubstr("'big': value of 1048577 bytes"));
    EXPECT_EQ(refusal([&] { sw().agent().status_set(std::string(255, 'n'), std::string(1 << 20, 'v')); }), "");
+   EXPECT_EQ(refusal([&] { sw().agent().status_set("n", "Z\xfcrich"); }),
+             "agent status 'n': value 'Z\\xfcrich' is not UTF-8");
    EXPECT_EQ(listOf(sw().agent().status_iter()).size(), 1u);
 }
 

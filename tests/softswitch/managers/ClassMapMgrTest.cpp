@@ -103,9 +103,21 @@ TEST_F(ClassMapMgrTest, refuses) {
    EXPECT_EQ(refusal([&] { mgr_->class_map_is(bad); }),
              "class map 'a' rule 3: ACL name is empty, expected a name");
    EXPECT_FALSE(mgr_->exists(a_));
-   const policy_map_key_t longName(std::string(600, 'n'), policy_feature_t::pbr);
-   EXPECT_THROW(mgr_->class_map_is(mapOf(longName)), orv::invalid_argument_error);
+   const policy_map_key_t longName(std::string(401, 'n'), policy_feature_t::pbr);
+   EXPECT_EQ(refusal([&] { mgr_->class_map_is(mapOf(longName)); }),
+             "class map name of 401 bytes, expected at most 400");
    EXPECT_FALSE(mgr_->exists(longName));
+   EXPECT_EQ(refusal([&] {
+                mgr_->class_map_is(mapOf({"Z\xfcrich", policy_feature_t::pbr}));
+             }),
+             "class map name 'Z\\xfcrich' is not UTF-8");
+   bad.rule_set(3, class_map_rule_t(acl_key_t(std::string(401, 'n'), acl_type_t::ipv4)));
+   EXPECT_EQ(refusal([&] { mgr_->class_map_is(bad); }),
+             "class map 'a' rule 3: ACL name of 401 bytes, expected at most 400");
+   // The longest name is one that the store takes.
+   const policy_map_key_t longest(std::string(400, 'n'), policy_feature_t::pbr);
+   EXPECT_EQ(refusal([&] { mgr_->class_map_is(mapOf(longest)); }), "");
+   mgr_->class_map_del(longest);
    for (const auto* name : {"1", "2", "3"})
       mgr_->class_map_is(mapOf({name, policy_feature_t::pbr}));
    EXPECT_EQ(refusal([&] { mgr_->class_map_is(mapOf(a_)); }), "class map table is full, it holds 3 rows");

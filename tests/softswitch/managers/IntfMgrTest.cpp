@@ -304,7 +304,10 @@ TEST_F(IntfMgrTest, refusesDescriptionsThatAreTooLongOrNotText) {
              "description of interface Ethernet1 has 256 bytes, expected at most 255");
    EXPECT_EQ(refusal([&] { mgr_->description_is(ethernet1_, "two\nlines"); }),
              "description of interface Ethernet1 is 'two\\x0alines', expected no control character");
+   EXPECT_EQ(refusal([&] { mgr_->description_is(ethernet1_, "to Z\xfcrich"); }),
+             "description of interface Ethernet1 'to Z\\xfcrich' is not UTF-8");
    EXPECT_EQ(mgr_->description(ethernet1_), std::string(255, 'd'));
+   EXPECT_EQ(refusal([&] { mgr_->description_is(ethernet1_, "to Z\xc3\xbcrich"); }), "");
 }
 
 }  // namespace

@@ -333,6 +333,7 @@ TEST_F(NexthopGroupMgrTest, refusals) {
    EXPECT_THAT(refused(group("")), HasSubstr("no name"));
    EXPECT_THAT(refused(group(std::string(256, 'g'))), HasSubstr("256 bytes"));
    EXPECT_EQ(refused(group(std::string(255, 'g'))), "");
+   EXPECT_EQ(refused(group("Z\xfcrich")), "nexthop group name 'Z\\xfcrich' is not UTF-8");
    EXPECT_THAT(refused(group("g", "Ethernet99")), HasSubstr("entry 0: unknown interface Ethernet99"));
    auto g = group("g");
    g.nexthop_set(1024, entry("192.0.2.1"));

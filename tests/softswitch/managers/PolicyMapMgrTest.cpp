@@ -235,7 +235,22 @@ TEST_F(PolicyMapMgrTest, refusesRulesThatCannotWork) {
    trafficClass.traffic_class_is(8);
    EXPECT_EQ(words(withAction(trafficClass)),
              "policy map 'a' rule 5: traffic-class 8 is out of range, expected 0 to 7");
+   const policy_map_key_t longName(std::string(401, 'n'), policy_feature_t::pbr);
+   EXPECT_EQ(words(policy_map_t(longName)), "policy map name of 401 bytes, expected at most 400");
+   map.rule_set(5, policy_map_rule_t(longName));
+   EXPECT_EQ(words(map), "policy map 'a' rule 5: class map name of 401 bytes, expected at most 400");
+   policy_map_action_t group(policy_action_type_t::nexthop_group);
+   group.nexthop_group_name_is(std::string(256, 'g'));
+   EXPECT_EQ(words(withAction(group)),
+             "policy map 'a' rule 5: action nexthop-group: group name of 256 bytes, expected at most 255");
+   policy_map_action_t vrf(policy_action_type_t::vrf);
+   vrf.vrf_is(std::string(256, 'v'));
+   EXPECT_EQ(words(withAction(vrf)),
+             "policy map 'a' rule 5: action vrf: VRF name of 256 bytes, expected at most 255");
    EXPECT_FALSE(mgr_->exists(a_));
+   const policy_map_key_t longest(std::string(400, 'n'), policy_feature_t::pbr);
+   EXPECT_EQ(words(policy_map_t(longest)), "");
+   EXPECT_EQ(refusal([&] { mgr_->policy_map_apply(longest, ethernet1_, acl_direction_t::in, true); }), "");
    policy_map_t empty(a_);
    empty.rule_set(1, policy_map_rule_t(class_));
    EXPECT_EQ(words(empty), "");
