@@ -1,19 +1,19 @@
-// Kills a daemon at a random moment of a stream of bulks, restarts it on the same
-// state directory and compares what it then holds with what it had acknowledged.
+// Kills a daemon at a random moment of a stream of bulks of all kinds, restarts it on
+// the same state directory and compares what it then holds with what it had
+// acknowledged.
 //
 // Thread-safety: one thread at a time.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
-#include <map>
 #include <optional>
 #include <random>
 #include <string>
 #include <vector>
 
-#include "Controller.h"
+#include "CrashKinds.h"
 #include "Daemon.h"
-#include "SwitchView.h"
 #include "TempDir.h"
 
 namespace systest {
@@ -36,34 +36,35 @@ public:
 private:
    // What a key holds before and after an item that may or may not have been done.
    // An empty value stands for "not there".
-   template <class Value>
    struct Doubt {
       std::string key;
-      std::optional<Value> before;
-      std::optional<Value> after;
+      std::optional<std::string> before;
+      std::optional<std::string> after;
+   };
+   struct Kind {
+      CrashKind what;
+      // What has been acknowledged.
+      Objects model;
    };
 
    void setUp();
    // Sends one bulk and takes it over into the model when it is acknowledged;
    // otherwise keeps it as the one in doubt and throws CallBroke.
-   void sendRoutes(Controller& controller);
-   void sendGroups(Controller& controller);
-   void compare(const SwitchView& seen);
-   template <class Value>
-   std::size_t settle(std::map<std::string, Value>& model, std::vector<Doubt<Value>>& doubts,
-                      const std::map<std::string, Value>& seen, const char* what);
+   void send(Rpcs& rpcs, Kind& kind, const std::vector<std::uint64_t>& indices, bool mayRemove);
+   void sendSome(Rpcs& rpcs, Kind& kind);
+   // Takes what was found of the bulk in doubt into the model; how many of its items were done.
+   std::size_t settle(Kind& kind, const Objects& seen);
+   static void compare(const Kind& kind, const Objects& seen);
    std::uint64_t draw(std::uint64_t below);
-   std::string baseGroup(std::uint64_t index) const;
 
    TempDir directory_{"orv-crash-"};
    Daemon daemon_;
    std::mt19937_64 random_;
    std::uint32_t version_ = 0;
-   // What has been acknowledged.
-   SwitchView model_;
-   // The bulk that was on its way when the process died; one of the two at most.
-   std::vector<Doubt<std::string>> routesInDoubt_;
-   std::vector<Doubt<GroupEntries>> groupsInDoubt_;
+   std::vector<Kind> kinds_;
+   // The bulk that was on its way when the process died, of one kind.
+   Kind* inDoubt_ = nullptr;
+   std::vector<Doubt> doubts_;
 };
 
 }  // namespace systest

@@ -1,0 +1,401 @@
+// What a client was told is done stays done, for every RPC that changes what the switch keeps. One row per
+// RPC; a test fails for an RPC that has neither a row nor a place among those that change nothing.
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/resource.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+#include <optional>
+#include <ostream>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "Console.h"
+#include "Daemon.h"
+#include "DurableState.h"
+#include "TempDir.h"
+#include "orvctl/Connection.h"
+#include "orvctl/Descriptors.h"
+#include "orvctl/InBand.h"
+#include "orvctl/JsonText.h"
+#include "orvctl/Target.h"
+
+namespace systest {
+namespace {
+
+using google::protobuf::Message;
+using google::protobuf::MessageFactory;
+
+struct Request {
+   std::string method;  // as orvctl::findMethod takes it
+   std::string json;
+};
+
+// An RPC that changes what the switch keeps.
+struct Row {
+   Request change;
+   // What must be there before, each of them acknowledged as done.
+   std::vector<Request> setup = {};
+};
+
+const std::string init = "rpc_server_init";
+const std::string groupA =
+     R"({"name":"a","nexthops":[{"intf":"Ethernet1","address":"10.0.1.2","weight":2}]})";
+const std::string groupB =
+     R"({"name":"b","nexthops":[{"intf":"Ethernet2","address":"10.0.2.2","weight":1}]})";
+const std::string routeX = R"({"prefix":"10.1.0.0/16","nexthop_group_name":"a"})";
+const std::string routeY = R"({"prefix":"2001:db8::/32","nexthop_group_name":"a"})";
+const std::string tunnelX = R"({"prefix":"10.2.0.0/16","nexthop_group_name":"a","igp_metric":7})";
+const std::string tunnelY = R"({"prefix":"10.3.0.0/16","nexthop_group_name":"a","igp_metric":8})";
+const std::string labelX =
+     R"({"label":100,"nexthop_group_msg":{"name":"a","mpls_operation":"GROUP_MPLS_OPERATION_POP"}})";
+const std::string labelY = R"({"label":101,"popAndForward":"default"})";
+const std::string redirectX =
+     R"({"match_ipv4_dscp":[1,2],"match_ipv6_dscp":[3],"match_nexthop_group_name":"a","redirect_nexthop_group_name":"b"})";
+const std::string redirectY =
+     R"({"match_ipv4_dscp":[4],"match_ipv6_dscp":[5],"match_nexthop_group_name":"b","redirect_nexthop_group_name":"a"})";
+const std::string sessionX =
+     R"({"key":{"nexthop":"10.0.1.2","nexthop_intf":"Ethernet1"},"min_tx":100,"detectionMultiplier":3})";
+const std::string sessionY = R"({"key":{"nexthop":"10.0.2.2","label_stack":[17,18]},"rtt_enabled":true})";
+const std::string notes = R"({"key_value_pairs":[{"key":"k","value":"v"},{"key":"l","value":"w"}]})";
+
+const Request plainInit{init, "{}"};
+const Request redirectInit{init, R"({"cbf_nexthop_group_redirect_policy_map_name":"cbf"})"};
+const Request resyncStart{"rpc_server_resync", R"({"resync_phase":"RESYNC_START"})"};
+const Request resyncEnd{"rpc_server_resync", R"({"resync_phase":"RESYNC_END"})"};
+const Request twoGroups{"nexthop_group_bulk", R"({"bulk":[)" + groupA + "," + groupB + "]}"};
+
+std::string bulk(const std::string& first, const std::string& second) {
+   return R"({"bulk":[)" + first + "," + second + "]}";
+}
+// The request with one more field in front.
+std::string with(const std::string& field, const std::string& request) {
+   return "{" + field + "," + request.substr(1);
+}
+std::string deleted(const std::string& request) {
+   return with(R"("delete":true)", request);
+}
+
+std::string acl(const std::string& method) {
+   return "orv.remote.AclMgrService/" + method;
+}
+std::string agent(const std::string& method) {
+   return "orv.remote.AgentService/" + method;
+}
+std::string intf(const std::string& method) {
+   return "orv.remote.IntfMgrService/" + method;
+}
+std::string group(const std::string& method) {
+   return "orv.remote.NexthopGroupMgrService/" + method;
+}
+
+std::string requests(const std::string& first, const std::string& second) {
+   return R"({"requests":[)" + first + "," + second + "]}";
+}
+
+const std::string aclX = R"("key":{"acl_name":"x","acl_type":"ACL_TYPE_IPV4"})";
+const std::string aclY = R"("key":{"acl_name":"y","acl_type":"ACL_TYPE_ETH"})";
+const std::string ruleX = "{" + aclX + R"(,"seq":10,"ip_rule":{"base":{"action":"ACL_ACTION_PERMIT"}}})";
+const std::string ruleY = "{" + aclY + R"(,"seq":20,"eth_rule":{"base":{"action":"ACL_ACTION_DENY"}}})";
+const Request twoRules{acl("bulk_acl_rule_set"), requests(ruleX, ruleY)};
+const Request commit{acl("acl_commit"), "{}"};
+const std::string applyX =
+     "{" + aclX + R"(,"intf":{"name":"Ethernet1"},"direction":"ACL_DIRECTION_IN","apply":true})";
+const std::string applyY =
+     "{" + aclY + R"(,"intf":{"name":"Ethernet2"},"direction":"ACL_DIRECTION_OUT","apply":true})";
+const std::string onX = "{" + aclX + R"(,"enabled":true})";
+const std::string onY = "{" + aclY + R"(,"enabled":true})";
+
+const std::string statusX = R"({"name":"n","value":"1"})";
+const std::string statusY = R"({"name":"m","value":"2"})";
+const Request twoStatuses{agent("bulk_status_set"), requests(statusX, statusY)};
+
+const std::string ethernet1 = R"({"intf_id":{"name":"Ethernet1"})";
+const std::string ethernet2 = R"({"intf_id":{"name":"Ethernet2"})";
+const std::string describeX = ethernet1 + R"(,"description":"to the north"})";
+const std::string describeY = ethernet2 + R"(,"description":"to the south"})";
+const std::string disableX = ethernet1 + R"(,"admin_enabled":false})";
+const std::string disableY = ethernet2 + R"(,"admin_enabled":false})";
+
+std::string groupSet(const std::string& name) {
+   return R"({"nexthop_group":{"name":")" + name +
+          R"(","type":"NEXTHOP_GROUP_ENCAP_TYPES_MPLS","nexthops":{"0":{"nexthop":"10.0.1.2","intf":{"name":"Ethernet1"}}}}})";
+}
+std::string named(const std::string& name) {
+   return R"({"name":")" + name + R"("})";
+}
+const Request twoMirrorGroups{group("bulk_nexthop_group_set"), requests(groupSet("p"), groupSet("q"))};
+
+const std::vector<Row> rows{
+     // The programming service.
+     {{"nexthop_group", groupA}, {plainInit}},
+     {{"nexthop_group", deleted(groupA)}, {plainInit, twoGroups}},
+     {twoGroups, {plainInit}},
+     {{"ip_route", routeX}, {plainInit, twoGroups}},
+     {{"ip_route", R"({"prefix":"10.1.0.0/16"})"}, {plainInit, twoGroups, {"ip_route", routeX}}},
+     {{"ip_route_bulk", bulk(routeX, routeY)}, {plainInit, twoGroups}},
+     {{"nexthop_group_tunnel", tunnelX}, {plainInit, twoGroups}},
+     {{"nexthop_group_tunnel_bulk", bulk(tunnelX, tunnelY)}, {plainInit, twoGroups}},
+     {{"mpls_route", labelX}, {plainInit, twoGroups}},
+     {{"mpls_route", deleted(labelX)}, {plainInit, twoGroups, {"mpls_route", labelX}}},
+     {{"mpls_route_bulk", bulk(labelX, labelY)}, {plainInit, twoGroups}},
+     {{"cbf_nexthop_group_redirect", redirectX}, {redirectInit, twoGroups}},
+     {{"cbf_nexthop_group_redirect_bulk", bulk(redirectX, redirectY)}, {redirectInit, twoGroups}},
+     {{"sbfd_echo_session", sessionX}, {plainInit}},
+     {{"sbfd_echo_session_bulk", bulk(sessionX, sessionY)}, {plainInit}},
+     {{"rpc_server_state", notes}, {plainInit}},
+     {resyncEnd,
+      {plainInit,
+       twoGroups,
+       {"ip_route_bulk", bulk(routeX, routeY)},
+       {"nexthop_group_tunnel", tunnelX},
+       {"mpls_route_bulk", bulk(labelX, labelY)},
+       {"sbfd_echo_session", sessionX},
+       resyncStart}},
+     // Access lists.
+     {{acl("acl_rule_set"), ruleX}},
+     {twoRules},
+     {{acl("acl_rule_del"), "{" + aclX + R"(,"seq":10})"}, {twoRules}},
+     {{acl("bulk_acl_rule_del"), requests("{" + aclX + R"(,"seq":10})", "{" + aclY + R"(,"seq":20})")},
+      {twoRules}},
+     {commit, {twoRules}},
+     {{acl("acl_del"), "{" + aclX + "}"}, {twoRules, commit}},
+     {{acl("bulk_acl_del"), requests("{" + aclX + "}", "{" + aclY + "}")}, {twoRules, commit}},
+     {{acl("acl_apply"), applyX}, {twoRules, commit}},
+     {{acl("bulk_acl_apply"), requests(applyX, applyY)}, {twoRules, commit}},
+     {{acl("acl_counters_enabled_set"), onX}, {twoRules}},
+     {{acl("bulk_acl_counters_enabled_set"), requests(onX, onY)}, {twoRules}},
+     {{acl("acl_fragments_enabled_set"), onX}, {twoRules}},
+     {{acl("bulk_acl_fragments_enabled_set"), requests(onX, onY)}, {twoRules}},
+     // The agent.
+     {{agent("status_set"), statusX}},
+     {twoStatuses},
+     {{agent("status_del"), named("n")}, {twoStatuses}},
+     {{agent("bulk_status_del"), requests(named("n"), named("m"))}, {twoStatuses}},
+     // Interfaces.
+     {{intf("description_is"), describeX}},
+     {{intf("bulk_description_is"), requests(describeX, describeY)}},
+     {{intf("admin_enabled_is"), disableX}},
+     {{intf("bulk_admin_enabled_is"), requests(disableX, disableY)}},
+     // Next-hop groups.
+     {{group("nexthop_group_set"), groupSet("p")}},
+     {twoMirrorGroups},
+     {{group("nexthop_group_del"), named("p")}, {twoMirrorGroups}},
+     {{group("bulk_nexthop_group_del"), requests(named("p"), named("q"))}, {twoMirrorGroups}},
+     {{group("resync_complete"), "{}"}, {twoMirrorGroups, {group("resync_init"), "{}"}}},
+};
+
+void PrintTo(const Row& row, std::ostream* out) {
+   *out << row.change.method;
+}
+
+// Unary RPCs that change nothing that is kept.
+const std::set<std::string> readers{
+     "OrvSdkRpc.pb.orvsdk_service.rpc_server_init",
+     "OrvSdkRpc.pb.orvsdk_service.get_rpc_server_state",
+     "orv.remote.AclMgrService.acl_exists",
+     "orv.remote.AclMgrService.acl_all_exists",
+     "orv.remote.AclMgrService.stream_allowed",
+     "orv.remote.AclMgrService.dgram_allowed",
+     "orv.remote.AgentService.enabled",
+     "orv.remote.AgentService.agent_option",
+     "orv.remote.AgentService.agent_option_exists",
+     "orv.remote.AgentService.status",
+     "orv.remote.AgentService.agent_uptime",
+     "orv.remote.AgentService.agent_id",
+     "orv.remote.AgentService.ping",
+     "orv.remote.EthPhyIntfMgrService.exists",
+     "orv.remote.EthPhyIntfMgrService.hardware_present",
+     "orv.remote.EthPhyIntfMgrService.burned_in_eth_addr",
+     "orv.remote.EthPhyIntfMgrService.link_speed",
+     "orv.remote.EthPhyIntfMgrService.transceiver_present",
+     "orv.remote.IntfMgrService.exists",
+     "orv.remote.IntfMgrService.admin_enabled",
+     "orv.remote.IntfMgrService.description",
+     "orv.remote.IntfMgrService.oper_status",
+     "orv.remote.IntfMgrService.orv_intf_name",
+     "orv.remote.IntfMgrService.kernel_intf_name",
+     "orv.remote.IntfCounterMgrService.intf_counters",
+     "orv.remote.IntfCounterMgrService.intf_traffic_rates",
+     "orv.remote.NexthopGroupMgrService.active",
+     "orv.remote.NexthopGroupMgrService.exists",
+     "orv.remote.NexthopGroupMgrService.nexthop_group",
+     "orv.remote.NexthopGroupMgrService.programmed_nexthop_group",
+     "orv.remote.NexthopGroupMgrService.counter",
+     // Marks live in memory.
+     "orv.remote.NexthopGroupMgrService.resync_init",
+};
+
+TEST(Acknowledged, everyRpcHasARowOrChangesNothing) {
+   std::set<std::string> covered = readers;
+   for (const Row& row : rows)
+      covered.insert(orvctl::findMethod(row.change.method).full_name());
+   std::set<std::string> served;
+   for (const auto* service : orvctl::linkedServices()) {
+      for (int i = 0; i < service->method_count(); ++i) {
+         const auto& method = *service->method(i);
+         if (!method.server_streaming()) served.insert(method.full_name());
+      }
+   }
+   EXPECT_EQ(covered, served);
+}
+
+// A variable of the environment that a child gets, for a scope.
+class Variable {
+public:
+   Variable(const char* name, const std::string& value) : name_(name) {
+      if (const char* before = std::getenv(name)) before_ = before;
+      ::setenv(name, value.c_str(), 1);
+   }
+   ~Variable() {
+      if (before_) {
+         ::setenv(name_, before_->c_str(), 1);
+      } else {
+         ::unsetenv(name_);
+      }
+   }
+   Variable(const Variable&) = delete;
+   Variable& operator=(const Variable&) = delete;
+
+private:
+   const char* name_;
+   std::optional<std::string> before_;
+};
+
+class Client {
+public:
+   explicit Client(const Daemon& daemon)
+        : connection_(orvctl::parseTarget("daemon", "unix:" + daemon.socketPath()), 30) {}
+
+   grpc::Status call(const Request& request, std::string& reply) {
+      const auto& method = orvctl::findMethod(request.method);
+      const auto in = made(*method.input_type());
+      const auto out = made(*method.output_type());
+      orvctl::messageFromJson(request.method, request.json, *in);
+      const auto status = connection_.unary(orvctl::methodPath(method), *in, *out);
+      failed_ = orvctl::hasInBandFailure(*out);
+      reply = out->ShortDebugString();
+      return status;
+   }
+   // Whether the last reply tells of a failure.
+   bool failed() const { return failed_; }
+
+private:
+   static std::unique_ptr<Message> made(const google::protobuf::Descriptor& type) {
+      return std::unique_ptr<Message>(MessageFactory::generated_factory()->GetPrototype(&type)->New());
+   }
+
+   orvctl::Connection connection_;
+   bool failed_ = false;
+};
+
+class AcknowledgedTest : public testing::TestWithParam<Row> {
+protected:
+   void prepare() {
+      Client client(daemon_);
+      for (const Request& request : GetParam().setup)
+         done(client, request);
+      before_ = state();
+   }
+   static void done(Client& client, const Request& request) {
+      std::string reply;
+      const auto status = client.call(request, reply);
+      ASSERT_TRUE(status.ok()) << request.method << ": " << status.error_message();
+      ASSERT_FALSE(client.failed()) << request.method << ": " << reply;
+   }
+   std::string state() {
+      Console console(daemon_.consolePath());
+      return durableState(console);
+   }
+
+   TempDir directory_{"orv-ack-"};
+   std::string before_;
+   Daemon daemon_{programPath("orvsdkrpcd"), directory_.path()};
+};
+
+class KilledAsTheReplyLeaves : public AcknowledgedTest {};
+
+TEST_P(KilledAsTheReplyLeaves, nothingOfItIsLost) {
+   const std::string armed = directory_ / "armed";
+   const Variable preload("LD_PRELOAD", KILL_AFTER_REPLY_LIBRARY);
+   const Variable file("ORV_KILL_AFTER_REPLY", armed);
+   // The library stands in front of a sanitizer's own.
+   const char* const options = std::getenv("ASAN_OPTIONS");
+   const Variable order("ASAN_OPTIONS",
+                        (options ? std::string(options) + ":" : "") + "verify_asan_link_order=0");
+   daemon_.start();
+   ASSERT_NO_FATAL_FAILURE(prepare());
+   {
+      Client client(daemon_);
+      // The connection is there before the daemon may die.
+      std::string reply;
+      client.call({agent("agent_uptime"), "{}"}, reply);
+      std::fclose(std::fopen(armed.c_str(), "w"));
+      ASSERT_NO_FATAL_FAILURE(done(client, GetParam().change));
+   }
+   EXPECT_EQ(daemon_.child().wait(), (Ending{.exitCode = -1, .signal = SIGKILL}));
+   std::remove(armed.c_str());
+
+   daemon_.start();
+   const std::string after = state();
+   EXPECT_NE(after, before_) << "lost, or the row changes nothing";
+   // Done once more, nothing is left to do.
+   Client client(daemon_);
+   std::string reply;
+   for (const Request& request : GetParam().setup) {
+      if (request.method == init) client.call(request, reply);
+   }
+   client.call(GetParam().change, reply);
+   EXPECT_EQ(after, state());
+}
+
+class WhenTheDiskFails : public AcknowledgedTest {};
+
+TEST_P(WhenTheDiskFails, theCallIsNotAcknowledgedAndNothingOfItIsThere) {
+   // What would be a signal becomes an error of the write, for this process and its children.
+   ASSERT_NE(::signal(SIGXFSZ, SIG_IGN), SIG_ERR);
+   Daemon daemon(programPath("orvsdkrpcd"), directory_.path(), {"--durability", "sync"});
+   daemon.start();
+   const auto stateOf = [](Daemon& of) {
+      Console console(of.consolePath());
+      return durableState(console);
+   };
+   {
+      Client client(daemon);
+      // The file has the room for everything that follows.
+      ASSERT_NO_FATAL_FAILURE(done(client, {agent("status_set"), R"({"name":"first","value":"write"})"}));
+      for (const Request& request : GetParam().setup)
+         ASSERT_NO_FATAL_FAILURE(done(client, request));
+   }
+   const std::string before = stateOf(daemon);
+   {
+      Client client(daemon);
+      std::string reply;
+      client.call({agent("agent_uptime"), "{}"}, reply);
+      // Behind the first two pages, which the log does not reach, no byte of any file can be written.
+      constexpr rlim_t bytes = 8192;
+      ASSERT_LT(daemon.child().log().size(), bytes / 2);
+      const rlimit limit{.rlim_cur = bytes, .rlim_max = RLIM_INFINITY};
+      ASSERT_EQ(::prlimit(daemon.child().pid(), RLIMIT_FSIZE, &limit, nullptr), 0);
+      EXPECT_FALSE(client.call(GetParam().change, reply).ok()) << reply;
+   }
+   EXPECT_EQ(daemon.child().wait(), (Ending{.exitCode = EXIT_FAILURE, .signal = 0}));
+   EXPECT_NE(daemon.child().log().find("before anything is acknowledged"), std::string::npos)
+        << daemon.child().log();
+   daemon.start();
+   EXPECT_EQ(stateOf(daemon), before);
+}
+
+std::string nameOf(const testing::TestParamInfo<Row>& info) {
+   const auto& method = orvctl::findMethod(info.param.change.method);
+   return method.service()->name() + "_" + method.name() + "_" + std::to_string(info.index);
+}
+INSTANTIATE_TEST_SUITE_P(Rpc, KilledAsTheReplyLeaves, testing::ValuesIn(rows), nameOf);
+INSTANTIATE_TEST_SUITE_P(Rpc, WhenTheDiskFails, testing::ValuesIn(rows), nameOf);
+
+}  // namespace
+}  // namespace systest
