@@ -5,7 +5,7 @@
 #pragma once
 
 #include "OrvSdkRpc/handlers/GenericRequestHandler.h"
-#include "OrvSdkRpc/handlers/MethodTraits.h"
+#include "OrvSdkRpc/server/MethodTraits.h"
 
 namespace OrvSdkRpc {
 

@@ -311,4 +311,9 @@ private:
    Rp snapshotResponse_;
 };
 
+template <class Definition, class Svc>
+void GrpcService::registerBulkStreamHandler(Svc& service) {
+   registerNewHandler<BulkStreamHandler<Definition, Svc>>(service);
+}
+
 }  // namespace OrvSdkRpc

@@ -16,10 +16,10 @@
 #include <utility>
 
 #include "OrvSdkRpc/handlers/Errors.h"
-#include "OrvSdkRpc/handlers/MakeHandler.h"
 #include "OrvSdkRpc/handlers/PeerCheck.h"
 #include "OrvSdkRpc/handlers/RequestMessage.h"
 #include "OrvSdkRpc/server/GrpcService.h"
+#include "OrvSdkRpc/server/MakeHandler.h"
 #include "OrvSdkRpc/server/RequestHandler.h"
 #include "orv/lock.h"
 

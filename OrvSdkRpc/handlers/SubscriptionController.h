@@ -15,9 +15,9 @@
 #include <utility>
 #include <vector>
 
-#include "OrvSdkRpc/handlers/MethodTraits.h"
 #include "OrvSdkRpc/handlers/StreamingToolkit.h"
 #include "OrvSdkRpc/server/GrpcService.h"
+#include "OrvSdkRpc/server/MethodTraits.h"
 #include "OrvSdkRpc/server/Mutex.h"
 #include "OrvSdkRpc/server/TagManager.h"
 #include "pavo/Allocator.h"

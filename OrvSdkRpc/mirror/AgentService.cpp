@@ -2,8 +2,8 @@
 
 #include "OrvSdkRpc/handlers/GenericRequestHandler.h"
 #include "OrvSdkRpc/handlers/IteratorStreamingHandler.h"
-#include "OrvSdkRpc/handlers/MethodTraits.h"
 #include "OrvSdkRpc/handlers/StreamingToolkit.h"
+#include "OrvSdkRpc/server/MethodTraits.h"
 #include "zelt/Anchors.h"
 #include "zelt/Clock.h"
 

@@ -13,8 +13,8 @@
 #include <type_traits>
 
 #include "OrvSdkRpc/handlers/GenericRequestHandler.h"
-#include "OrvSdkRpc/handlers/MethodTraits.h"
 #include "OrvSdkRpc/programming/OrvSdkRpcService.h"
+#include "OrvSdkRpc/server/MethodTraits.h"
 
 namespace OrvSdkRpc {
 

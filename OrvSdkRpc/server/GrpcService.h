@@ -15,8 +15,8 @@
 #include <string>
 #include <type_traits>
 
-#include "OrvSdkRpc/handlers/MakeHandler.h"
-#include "OrvSdkRpc/handlers/MethodTraits.h"
+#include "OrvSdkRpc/server/MakeHandler.h"
+#include "OrvSdkRpc/server/MethodTraits.h"
 #include "OrvSdkRpc/server/PendingEvents.h"
 #include "OrvSdkRpc/server/RequestHandler.h"
 #include "OrvSdkRpc/server/ServerProperties.h"
@@ -26,8 +26,6 @@ namespace OrvSdkRpc {
 
 class GrpcServer;
 class TagManager;
-template <class A, class S>
-class BulkStreamHandler;
 
 // How many messages may wait in a watch stream before it is closed. The same for every stream.
 inline constexpr unsigned long streamQueueLimit = 262144;
@@ -81,6 +79,9 @@ public:
    //    registerAdapter<UnaryRequestHandler, AclSet>(*this);
    template <template <class, class, class, class> class Handler, class Definition, class Svc>
    void registerAdapter(Svc& service) {
+      static_assert(DefinesRpc<Definition>,
+                    "a definition names its RPC: "
+                    "static constexpr auto method = &Generated::AsyncService::Request<rpc name>");
       using Method = MethodTraits<Definition::method>;
       registerNewHandler<Handler<Definition, typename Method::Request, typename Method::Response, Svc>>(
            service);
@@ -88,10 +89,9 @@ public:
 
    // The same for a BulkStreamHandler, whose definition says more than the others':
    //    registerBulkStreamHandler<Rates>(*this);
+   // Defined beside that handler, in BulkStreams.h.
    template <class Definition, class Svc>
-   void registerBulkStreamHandler(Svc& service) {
-      registerNewHandler<BulkStreamHandler<Definition, Svc>>(service);
-   }
+   void registerBulkStreamHandler(Svc& service);
 
    // Posts the first handler of a class written by hand.
    template <class Handler, class Svc>

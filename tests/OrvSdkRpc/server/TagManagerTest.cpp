@@ -6,7 +6,7 @@
 #include <thread>
 #include <vector>
 
-#include "OrvSdkRpc/handlers/MakeHandler.h"
+#include "OrvSdkRpc/server/MakeHandler.h"
 #include "fixture/ProbeService.h"
 #include "fixture/RunningServer.h"
 

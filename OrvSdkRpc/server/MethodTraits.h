@@ -2,6 +2,8 @@
 //
 //    &Generated::AsyncService::Request<rpc name>
 //
+// Every definition of an RPC names that member as `method`, and nothing else names message types.
+//
 // Thread-safe: types only.
 #pragma once
 
@@ -45,5 +47,19 @@ struct MethodTypes<StreamMethod<S, Rq, Rp>> {
 // Service, Request, Response and streaming of one RPC.
 template <auto method>
 struct MethodTraits : detail::MethodTypes<decltype(method)> {};
+
+// A structure that says which RPC it defines.
+template <class Definition>
+concept DefinesRpc = requires {
+   typename MethodTraits<Definition::method>::Request;
+};
+
+// The simplest base of a definition: the method, and its message types by name.
+template <auto requestMethod>
+struct RpcOf {
+   static constexpr auto method = requestMethod;
+   using Request = typename MethodTraits<requestMethod>::Request;
+   using Response = typename MethodTraits<requestMethod>::Response;
+};
 
 }  // namespace OrvSdkRpc
