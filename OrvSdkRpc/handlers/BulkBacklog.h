@@ -19,7 +19,7 @@ namespace OrvSdkRpc {
 //    struct RatesBacklog {
 //       IntfCounterService& service;
 //       void operator()(std::span<const std::pair<Key, Value>> values) {
-//          service.subscriptions().publishBulk<Rates>(values);
+//          service.subscriptions().publishBulk(values);
 //       }
 //    };
 //

@@ -11,8 +11,7 @@ namespace OrvSdkRpc {
 
 // Definition is a structure without state:
 //
-//    struct BulkAclSet {
-//       static constexpr auto method = &Generated::AsyncService::Requestbulk_acl_set;
+//    struct BulkAclSet : RpcOf<&Generated::AsyncService::Requestbulk_acl_set> {
 //       static void impl(const Item& item, Svc& service);
 //    };
 //
@@ -21,6 +20,9 @@ template <class Definition, class Rq, class Rp, class Svc>
 class BulkRequestHandler final : public GenericRequestHandler<BulkRequestHandler<Definition, Rq, Rp, Svc>, Rq,
                                                               Rp, Svc, false, ArenaMessages> {
    using Base = GenericRequestHandler<BulkRequestHandler, Rq, Rp, Svc, false, ArenaMessages>;
+   static_assert(
+        requires(const Rq& request, Svc& service) { Definition::impl(request.requests(0), service); },
+        "a bulk definition has static void impl(const Item& item, Svc& service)");
 
 public:
    BulkRequestHandler(OpaqueId tag, grpc::Server& server, grpc::ServerCompletionQueue& cq, Svc& service)

@@ -23,7 +23,7 @@
 
 #include "OrvSdkRpc/handlers/AlarmedStream.h"
 #include "OrvSdkRpc/handlers/IndexedPendingTable.h"
-#include "OrvSdkRpc/handlers/StreamingAdapterHandler.h"
+#include "OrvSdkRpc/handlers/WatchDefinition.h"
 #include "orv/lock.h"
 
 namespace OrvSdkRpc {
@@ -114,63 +114,63 @@ private:
    std::vector<Entry*> made_;
 };
 
-namespace detail {
-
-// What waits for a key.
-template <class A>
-struct BulkValue {
-   using Type = typename A::Entry;
+// The hooks of the bulk stream `A`, a closed set: a name that is not here does not compile, nor does a member
+// of another signature. All of them may be left out.
+template <class A, class Svc, class Rq, class Rp, class Key, class Value>
+struct BulkHooks {
+   // Which keys the stream wants. Runs on the publishing thread, under the stream's mutex.
+   bool (A::*wants)(const Key& key) = nullptr;
+   // A new value for a key that waits; false takes the key out of the table. Without it, MergeFrom: set
+   // fields overwrite, repeated ones are added.
+   bool (*coalesce)(Value& old, const Value& fresh) = nullptr;
+   // Before the first entry of a batch.
+   void (A::*beginBatch)() = nullptr;
+   // Whether one empty response goes out before anything else.
+   bool (*firstMessage)(const Rq& request) = nullptr;
+   // Throws for a request that is not served.
+   void (*check)(const Rq& request) = nullptr;
+   // Whole responses that go out first, one for each write, and are followed by one empty response; live
+   // entries wait meanwhile. Made under the SDK's lock.
+   std::list<Rp> (*snapshot)(Svc& service) = nullptr;
+   // As in WatchDefinition.h.
+   void (A::*subscribe)(Svc& service, OpaqueId tag, const Rq& request) = nullptr;
 };
-template <class A>
-requires requires {
-   typename A::Value;
-}
-struct BulkValue<A> {
-   using Type = typename A::Value;
+
+// The base of the definition of a bulk stream. Entries wait, or values of the SDK that become entries when
+// they are written: what a newer value replaces is never converted.
+//
+// KeyT:   std::hash and <.
+// EntryT: a message.
+// ValueT: what waits for a key.
+template <auto requestMethod, auto serviceController, class KeyT, class EntryT, class ValueT = EntryT>
+struct BulkStreamOf : RpcOf<requestMethod> {
+   static constexpr auto controller = serviceController;
+   using Service = typename detail::ServiceOf<decltype(serviceController)>::Type;
+   using Key = KeyT;
+   using Entry = EntryT;
+   using Value = ValueT;
+
+   template <class A>
+   using Hooks = BulkHooks<A, Service, typename RpcOf<requestMethod>::Request,
+                           typename RpcOf<requestMethod>::Response, Key, Value>;
 };
 
-}  // namespace detail
-
-// A is a structure; each stream holds one. As in StreamingAdapterHandler.h, what may be left out is found by
-// its name:
+// A is a structure; each stream holds one:
 //
-//    struct Rates {
-//       static constexpr auto method = &Generated::AsyncService::Requestrates;
-//       using Key = orv::intf_id_t;          // std::hash and <
-//       using Entry = RatesResponse_Entry;   // a message
-//
-//       // Either entries wait.
+//    struct Rates : BulkStreamOf<&Generated::AsyncService::Requestrates, &Svc::subscriptions, orv::intf_id_t,
+//                                RatesResponse_Entry, orv::intf_traffic_rates_t> {
+//       // Where entries wait.
 //       // Moves the entry into the response, or answers false: the batch is full.
-//       bool append(Rp& response, Entry& entry);
-//       // A new value for a key that waits; false takes the key out of the table. Without it, MergeFrom: set
-//       // fields overwrite, repeated ones are added.
-//       static bool coalesce(Entry& old, const Entry& fresh);
+//       bool append(Response& response, Entry& entry);
 //
-//       // Or values of the SDK wait, which become entries when they are written: what a newer value
-//       // replaces is never converted.
-//       using Value = orv::intf_traffic_rates_t;
-//       static bool coalesce(Value& old, const Value& fresh);
+//       // Where values wait.
 //       // Writes over an entry of an earlier batch: sets or clears every field.
 //       static void convert(const Key& key, const Value& value, Entry& entry);
 //       // The repeated field of the response, and how many entries one batch has at most.
-//       static google::protobuf::RepeatedPtrField<Entry>& entries(Rp& response);
+//       static google::protobuf::RepeatedPtrField<Entry>& entries(Response& response);
 //       static constexpr int batchMax = 1000;
 //
-//       // All of these may be left out.
-//       // Before the first entry of a batch.
-//       void beginBatch();
-//       // Which keys the stream wants. Runs on the publishing thread, under the stream's mutex.
-//       bool wants(const Key& key);
-//       // Whether one empty response goes out before anything else.
-//       static bool firstMessage(const Rq& request);
-//       // Throws for a request that is not served.
-//       static void check(const Rq& request);
-//       // Whole responses that go out first, one for each write, and are followed by one empty response;
-//       // live entries wait meanwhile. Made under the SDK's lock.
-//       static std::list<Rp> snapshot(Svc& service);
-//       // As in StreamingAdapterHandler.h.
-//       void subscribe(Svc& service, OpaqueId tag, const Rq& request);
-//       static SubscriptionController<Svc>& controller(Svc& service);
+//       static constexpr Hooks<Rates> hooks = {.wants = &Rates::wants};
 //    };
 template <class A, class S>
 class BulkStreamHandler final
@@ -180,11 +180,30 @@ class BulkStreamHandler final
    using Rp = typename MethodTraits<A::method>::Response;
    using Key = typename A::Key;
    using Entry = typename A::Entry;
-   using Value = typename detail::BulkValue<A>::Type;
+   using Value = typename A::Value;
    using Pending = typename PendingTableFor<Key, Value>::Type;
    using Base = ServerStreamHandler<BulkStreamHandler, Rq, Rp, S, BulkStream>;
    static constexpr bool entriesWait = std::is_same_v<Value, Entry>;
-   static constexpr bool hasSnapshot = requires { &A::snapshot; };
+   static_assert(detail::CheckedWatch<A>::value);
+   static_assert(
+        A::hooks.wants != nullptr || !requires { &A::wants; },
+        "the definition has a member wants that its hooks do not name");
+   static_assert(
+        A::hooks.coalesce != nullptr || !requires { &A::coalesce; },
+        "the definition has a member coalesce that its hooks do not name");
+   static_assert(
+        A::hooks.beginBatch != nullptr || !requires { &A::beginBatch; },
+        "the definition has a member beginBatch that its hooks do not name");
+   static_assert(
+        A::hooks.firstMessage != nullptr || !requires { &A::firstMessage; },
+        "the definition has a member firstMessage that its hooks do not name");
+   static_assert(
+        A::hooks.check != nullptr || !requires { &A::check; },
+        "the definition has a member check that its hooks do not name");
+   static_assert(
+        A::hooks.snapshot != nullptr || !requires { &A::snapshot; },
+        "the definition has a member snapshot that its hooks do not name");
+   static constexpr bool hasSnapshot = A::hooks.snapshot != nullptr;
 
 public:
    BulkStreamHandler(OpaqueId tag, grpc::Server& server, grpc::ServerCompletionQueue& cq, S& service)
@@ -207,8 +226,8 @@ public:
 
 private:
    void add(const Key& key, const Value& value) ORV_REQUIRES(this->mutex_) {
-      if constexpr (requires { &A::wants; }) {
-         if (!def_.wants(key)) return;
+      if constexpr (A::hooks.wants != nullptr) {
+         if (!(def_.*A::hooks.wants)(key)) return;
       }
       if (this->entriesTraced()) traceValue(key, value);
       const auto [waiting, fresh] = pending_.emplace(key, value);
@@ -223,9 +242,9 @@ private:
       this->rejectInsecureRemote();
       this->setupTags();
       const Rq& request = *this->request_;
-      if constexpr (requires { &A::check; }) A::check(request);
-      if constexpr (requires { &A::firstMessage; }) {
-         if (A::firstMessage(request)) {
+      if constexpr (A::hooks.check != nullptr) A::hooks.check(request);
+      if constexpr (A::hooks.firstMessage != nullptr) {
+         if (A::hooks.firstMessage(request)) {
             MutexLock lock(this->mutex_);
             writeEmpty();
          }
@@ -233,7 +252,7 @@ private:
       if constexpr (hasSnapshot) {
          {
             orv::sdk_scoped_lock lock;
-            responses_ = A::snapshot(this->service_);
+            responses_ = A::hooks.snapshot(this->service_);
          }
          this->beginSnapshot();
       }
@@ -242,11 +261,11 @@ private:
       this->join();
    }
    void subscribe() override { detail::subscribeBy(def_, this->service_, this->tag_, *this->request_); }
-   void cancel() override { detail::controllerOf<A>(this->service_).cancel(this->tag_); }
+   void cancel() override { (this->service_.*A::controller)().cancel(this->tag_); }
 
    [[nodiscard]] bool tableEmpty() const override ORV_REQUIRES(this->mutex_) { return pending_.empty(); }
    std::size_t writeBatch() override ORV_REQUIRES(this->mutex_) {
-      if constexpr (requires { &A::beginBatch; }) def_.beginBatch();
+      if constexpr (A::hooks.beginBatch != nullptr) (def_.*A::hooks.beginBatch)();
       if constexpr (entriesWait) {
          Rp response;
          const std::size_t count =
@@ -287,8 +306,8 @@ private:
       }
    }
    static bool coalesce(Value& old, const Value& fresh) {
-      if constexpr (requires { &A::coalesce; }) {
-         return A::coalesce(old, fresh);
+      if constexpr (A::hooks.coalesce != nullptr) {
+         return A::hooks.coalesce(old, fresh);
       } else {
          old.MergeFrom(fresh);
          return true;

@@ -41,7 +41,7 @@ private:
 //    struct EthPhyIntfBacklog {
 //       EthPhyIntfService& service;
 //       // Consumes the message.
-//       void operator()(const Key& key, Msg& message) { service.subscriptions().publish<Watch>(message); }
+//       void operator()(const Key& key, Msg& message) { service.subscriptions().publish(message); }
 //    };
 //
 // Messages that are pending when the backlog goes are dropped.

@@ -20,6 +20,7 @@
 #include "OrvSdkRpc/handlers/RequestMessage.h"
 #include "OrvSdkRpc/server/GrpcService.h"
 #include "OrvSdkRpc/server/MakeHandler.h"
+#include "OrvSdkRpc/server/MethodTraits.h"
 #include "OrvSdkRpc/server/RequestHandler.h"
 #include "orv/lock.h"
 
@@ -162,5 +163,11 @@ private:
       }
    }
 };
+
+// The same for a handler that is written by hand: what can be read from the RPC's method is.
+template <class Hc, auto method, class Svr, class Messages = MemberMessages>
+using MethodHandler = GenericRequestHandler<Hc, typename MethodTraits<method>::Request,
+                                            typename MethodTraits<method>::Response, Svr,
+                                            MethodTraits<method>::streaming, Messages>;
 
 }  // namespace OrvSdkRpc

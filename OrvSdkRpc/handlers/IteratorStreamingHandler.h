@@ -59,15 +59,14 @@ private:
 
 // Def is a structure without state:
 //
-//    struct Acls {
-//       static constexpr auto method = &Generated::AsyncService::Requestacls;
+//    struct Acls : RpcOf<&Generated::AsyncService::Requestacls> {
 //       // Either of the two; what it throws becomes the status of the call.
 //       static auto iterator(Svc& service);
-//       static auto iterator(const Rq& request, Svc& service);
+//       static auto iterator(const Request& request, Svc& service);
 //       // Either of the two, without the SDK's lock. The second writes over the response of the element
 //       // before, and sets or clears every field of it.
-//       static Rp convert(const Element& element);
-//       static void convert(const Element& element, Rp& response);
+//       static Response convert(const Element& element);
+//       static void convert(const Element& element, Response& response);
 //    };
 //
 // The iterator is an orv::..._iter_t or any class with the operators bool, ++ and *. ++ and the first * of an
@@ -83,6 +82,9 @@ class IteratorStreamingHandler final
       if constexpr (requires { Def::iterator(request, service); }) {
          return Def::iterator(request, service);
       } else {
+         static_assert(
+              requires { Def::iterator(service); },
+              "a list has static auto iterator(Svc& service) or iterator(const Request&, Svc&)");
          return Def::iterator(service);
       }
    }

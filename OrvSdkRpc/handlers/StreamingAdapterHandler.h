@@ -4,34 +4,20 @@
 #pragma once
 
 #include "OrvSdkRpc/handlers/StreamingToolkit.h"
+#include "OrvSdkRpc/handlers/WatchDefinition.h"
 
 namespace OrvSdkRpc {
 
 namespace detail {
 
-// The controller that a definition's streams join: its own choice, or the service's only one.
-template <class Def, class Svc>
-auto& controllerOf(Svc& service) {
-   if constexpr (requires { &Def::controller; }) {
-      return Def::controller(service);
-   } else {
-      return service.subscriptions();
-   }
-}
-
-// Joins the controller in the definition's way, if it has one.
-template <class Def, class Svc, class Rq>
-void subscribeBy(Def& def, Svc& service, OpaqueId tag, const Rq& request) {
-   if constexpr (requires { &Def::subscribe; }) {
-      def.subscribe(service, tag, request);
-   } else {
-      controllerOf<Def>(service).subscribe(tag);
-   }
-}
-
 // What every watch leaves to its definition. Base is the handler below it.
 template <class Def, class Rp, class Base>
 class AdaptedStream : public Base {
+   static_assert(CheckedWatch<Def>::value);
+   static_assert(
+        Def::hooks.filter.member != nullptr || !requires { &Def::filter; },
+        "the definition has a member filter that its hooks do not name");
+
 protected:
    using Base::Base;
 
@@ -39,10 +25,10 @@ protected:
 
 private:
    void subscribe() final { subscribeBy(def_, this->service_, this->tag_, *this->request_); }
-   void cancel() final { controllerOf<Def>(this->service_).cancel(this->tag_); }
+   void cancel() final { (this->service_.*Def::controller)().cancel(this->tag_); }
    [[nodiscard]] bool filter(const Rp& message) const final {
-      if constexpr (requires { &Def::filter; }) {
-         return def_.filter(*this->request_, message);
+      if constexpr (Def::hooks.filter.member != nullptr) {
+         return (def_.*Def::hooks.filter.member)(*this->request_, message);
       } else {
          return true;
       }
@@ -51,27 +37,21 @@ private:
 
 }  // namespace detail
 
-// Def is a structure; each stream holds one. What a definition may leave out is found by its name, so it is
-// neither overloaded nor a template, and a wrong signature does not compile:
+// Def is a structure; each stream holds one:
 //
-//    struct Watch {
-//       static constexpr auto method = &Generated::AsyncService::Requestwatch;
+//    struct Watch : WatchOf<&Generated::AsyncService::Requestwatch, &Svc::subscriptions> {
+//       bool filter(const Request& request, const Response& message) const;
 //
-//       // All of these may be left out.
-//       // Which messages the stream wants; without it, all. Runs on the publishing thread, for
-//       // messages whose ack is false.
-//       bool filter(const Rq& request, const Rp& message) const;
-//       // In place of controller(service).subscribe(tag), which it calls itself when it accepts the request;
-//       // what it throws becomes the status of the call.
-//       void subscribe(Svc& service, OpaqueId tag, const Rq& request);
-//       // In place of service.subscriptions().
-//       static SubscriptionController<Svc>& controller(Svc& service);
+//       static constexpr Hooks<Watch> hooks = {.filter = &Watch::filter};
 //    };
+//
+// WatchDefinition.h says what the hooks may be.
 template <class Def, class Rq, class Rp, class Svc>
 class StreamingAdapterHandler final
      : public detail::AdaptedStream<
             Def, Rp, StreamingRequestHandler<StreamingAdapterHandler<Def, Rq, Rp, Svc>, Rq, Rp, Svc>> {
    using Base = detail::AdaptedStream<Def, Rp, StreamingRequestHandler<StreamingAdapterHandler, Rq, Rp, Svc>>;
+   static_assert(Def::hooks.endOfDump == nullptr, "a watch without a dump has no end of one");
 
 public:
    StreamingAdapterHandler(OpaqueId tag, grpc::Server& server, grpc::ServerCompletionQueue& cq, Svc& service,

@@ -27,6 +27,17 @@ namespace OrvSdkRpc {
 template <class A, class S>
 class BulkStreamHandler;
 
+namespace detail {
+
+// Which of the two kinds of streams a definition describes.
+template <class Def>
+concept BulkDefinition = requires {
+   typename Def::Key;
+   typename Def::Entry;
+};
+
+}  // namespace detail
+
 // The half without type parameters. It holds tags, not handlers: a handler's life is the TagManager's
 // business, and a tag whose handler has gone is skipped.
 class Subscriptions {
@@ -67,37 +78,20 @@ private:
    std::unordered_set<OpaqueId> tags_ ORV_GUARDED_BY(mutex_);
 };
 
-namespace detail {
-
-// The response of a watch definition, or of a handler class.
-template <class Watch>
-struct WatchResponse {
-   using Type = typename Watch::Response;
-};
-template <class Watch>
-requires requires {
-   Watch::method;
-}
-struct WatchResponse<Watch> {
-   using Type = typename MethodTraits<Watch::method>::Response;
-};
-
-}  // namespace detail
-
 // A member of the service, which offers startWatching() and stopWatching() to switch the SDK's notification;
-// a subclass may override them to do something else. All streams of one controller are of one RPC. The
-// adapters find it by the service's member `subscriptions()`, or by `controller(service)` of their
-// definition.
-template <class Svc>
+// a subclass may override them to do something else. All streams of one controller are of one RPC, which is
+// in its type: `Watch` is the definition, and may be incomplete where the controller is declared. So nothing
+// can be published to the streams of another RPC.
+template <class Svc, class Watch>
 class SubscriptionController : public Subscriptions {
 public:
    explicit SubscriptionController(Svc& service) : Subscriptions(service), service_(service) {}
 
-   // The event, to the streams of `Watch`: the definition of the RPC, or the class of its handler. Consumes
-   // the message, also when nobody listens. One message is made and shared by all streams.
-   template <class Watch, class Rp>
+   // The event, to the streams. Consumes the message, also when nobody listens. One message is made and
+   // shared by all streams.
+   template <class Rp>
    void publish(Rp& message) const {
-      checkResponse<Watch, Rp>();
+      checkResponse<Rp>();
       if (const Handlers streams = getHandlers(); !streams.empty()) {
          const bool ack = message.ack();
          deliver(streams, share<Rp>(std::move(message)), ack);
@@ -106,23 +100,25 @@ public:
       message.Clear();
    }
    // The same without touching the message.
-   template <class Watch, class Rp>
+   template <class Rp>
    void publish(const Rp& message) const {
-      checkResponse<Watch, Rp>();
+      checkResponse<Rp>();
       if (const Handlers streams = getHandlers(); !streams.empty()) {
          deliver(streams, share<Rp>(message), message.ack());
       }
    }
 
-   // The latest value of a key, to the bulk streams of the definition `Watch`, a copy for each.
-   template <class Watch, class Key, class Value>
+   // The latest value of a key, to bulk streams, a copy for each.
+   template <class Key, class Value>
    void publishBulk(const Key& key, const Value& value) const {
+      checkBulk();
       for (const auto& stream : getHandlers())
          static_cast<BulkStreamHandler<Watch, Svc>&>(*stream).publish(key, value);
    }
    // The same for one value after the other.
-   template <class Watch, class Key, class Value>
+   template <class Key, class Value>
    void publishBulk(std::span<const std::pair<Key, Value>> values) const {
+      checkBulk();
       for (const auto& stream : getHandlers())
          static_cast<BulkStreamHandler<Watch, Svc>&>(*stream).publish(values);
    }
@@ -134,10 +130,15 @@ protected:
    Svc& service_;
 
 private:
-   template <class Watch, class Rp>
+   template <class Rp>
    static void checkResponse() {
-      static_assert(std::is_same_v<Rp, typename detail::WatchResponse<Watch>::Type>,
+      static_assert(!detail::BulkDefinition<Watch>, "values of bulk streams go out by publishBulk");
+      static_assert(std::is_same_v<Rp, typename MethodTraits<Watch::method>::Response>,
                     "the message must be the response of the streams that it is published to");
+   }
+   static void checkBulk() {
+      static_assert(detail::BulkDefinition<Watch>,
+                    "publishBulk is for bulk streams; events go out by publish");
    }
    template <class Rp, class From>
    static std::shared_ptr<const Rp> share(From&& message) {

@@ -3,6 +3,8 @@
 // Thread-safety: pump thread only.
 #pragma once
 
+#include <concepts>
+
 #include "OrvSdkRpc/handlers/GenericRequestHandler.h"
 #include "OrvSdkRpc/server/MethodTraits.h"
 
@@ -10,9 +12,8 @@ namespace OrvSdkRpc {
 
 // Definition is a structure without state:
 //
-//    struct AclSet {
-//       static constexpr auto method = &Generated::AsyncService::Requestacl_set;
-//       static Rp impl(const Rq& request, Svc& service);
+//    struct AclSet : RpcOf<&Generated::AsyncService::Requestacl_set> {
+//       static Response impl(const Request& request, Svc& service);
 //    };
 //
 // impl runs under the SDK's lock and lets every exception pass.
@@ -20,6 +21,11 @@ template <class Definition, class Rq, class Rp, class Svc>
 class UnaryRequestHandler final
      : public GenericRequestHandler<UnaryRequestHandler<Definition, Rq, Rp, Svc>, Rq, Rp, Svc, false> {
    using Base = GenericRequestHandler<UnaryRequestHandler, Rq, Rp, Svc, false>;
+   static_assert(
+        requires(const Rq& request, Svc& service) {
+           { Definition::impl(request, service) } -> std::same_as<Rp>;
+        },
+        "a unary definition has static Response impl(const Request& request, Svc& service)");
 
 public:
    UnaryRequestHandler(OpaqueId tag, grpc::Server& server, grpc::ServerCompletionQueue& cq, Svc& service)

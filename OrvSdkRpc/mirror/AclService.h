@@ -21,7 +21,10 @@ public:
 
    void startHandlers() override;
 
-   [[nodiscard]] SubscriptionController<AclService>& subscriptions() { return subscriptions_; }
+   // The definition of its watch.
+   struct Watch;
+   [[nodiscard]] SubscriptionController<AclService, Watch>& subscriptions() { return subscriptions_; }
+   [[nodiscard]] orv::acl_mgr& manager() const { return *get_acl_mgr(); }
    // With the SDK's lock: callbacks come only in between.
    void startWatching() { watch_all_acls(true); }
    void stopWatching() { watch_all_acls(false); }
@@ -30,7 +33,7 @@ public:
    void on_acl_sync_fail(const std::string& source, const std::string& message) override;
 
 private:
-   SubscriptionController<AclService> subscriptions_{*this};
+   SubscriptionController<AclService, Watch> subscriptions_{*this};
 };
 
 }  // namespace OrvSdkRpc

@@ -31,9 +31,12 @@ public:
 
    void startHandlers() override;
 
-   void subscribe(OpaqueId tag) { subscriptions_.subscribe(tag); }
-   void cancel(OpaqueId tag) { subscriptions_.cancel(tag); }
-   [[nodiscard]] SubscriptionController<AgentService>& subscriptions() { return subscriptions_; }
+   // The definition of its watch.
+   struct WatchHandler;
+   [[nodiscard]] SubscriptionController<AgentService, WatchHandler>& subscriptions() {
+      return subscriptions_;
+   }
+   [[nodiscard]] orv::agent_mgr& manager() const { return *get_agent_mgr(); }
    // An agent's handler is called in any case.
    void startWatching() {}
    void stopWatching() {}
@@ -47,7 +50,7 @@ public:
    std::string on_agent_rpc(const std::string& name) override;
 
 private:
-   SubscriptionController<AgentService> subscriptions_{*this};
+   SubscriptionController<AgentService, WatchHandler> subscriptions_{*this};
    PingBacklog pingBacklog_;
 };
 

@@ -4,6 +4,7 @@
 #include "OrvSdkRpc/handlers/StreamingAdapterHandler.h"
 #include "OrvSdkRpc/handlers/TellOrTrace.h"
 #include "OrvSdkRpc/handlers/UnaryRequestHandler.h"
+#include "OrvSdkRpc/mirror/Forward.h"
 #include "OrvSdkRpc/types/Addresses.h"
 #include "OrvSdkRpc/types/Enumerations.h"
 #include "OrvSdkRpc/types/Identifiers.h"
@@ -15,96 +16,61 @@ using namespace orv::remote;
 using Rpc = EthPhyIntfService::AsyncService;
 using types::convert;
 
-struct Exists {
-   static constexpr auto method = &Rpc::Requestexists;
-   static EthPhyIntfExistsResponse impl(const EthPhyIntfExistsRequest& request, EthPhyIntfService& service) {
-      EthPhyIntfExistsResponse response;
-      response.set_exists(service.get_eth_phy_intf_mgr()->exists(convert(request.intf_id())));
+// Every unary request names an interface.
+template <auto requestMethod, auto operation, auto slot>
+using OfIntf = Getter<requestMethod, operation, slot, &RpcOf<requestMethod>::Request::intf_id>;
+
+struct Exists
+     : OfIntf<&Rpc::Requestexists, &orv::eth_phy_intf_mgr::exists, &EthPhyIntfExistsResponse::set_exists> {};
+
+struct Intfs : Lister<&Rpc::Requesteth_phy_intfs, &orv::eth_phy_intf_mgr::eth_phy_intf_iter,
+                      &EthPhyIntfsResponse::mutable_intf_id> {};
+
+struct HardwarePresent : OfIntf<&Rpc::Requesthardware_present, &orv::eth_phy_intf_mgr::hardware_present,
+                                &EthPhyIntfHardwarePresentResponse::set_hardware_present> {};
+
+struct BurnedInEthAddr : RpcOf<&Rpc::Requestburned_in_eth_addr> {
+   static Response impl(const Request& request, EthPhyIntfService& service) {
+      Response response;
+      response.set_burned_in_eth_addr(
+           types::eth_addr_bytes(service.manager().burned_in_eth_addr(convert(request.intf_id())), false));
       return response;
    }
 };
 
-struct Intfs {
-   static constexpr auto method = &Rpc::Requesteth_phy_intfs;
-   static auto iterator(EthPhyIntfService& service) {
-      return service.get_eth_phy_intf_mgr()->eth_phy_intf_iter();
-   }
-   static EthPhyIntfsResponse convert(const orv::intf_id_t& intf) {
-      EthPhyIntfsResponse response;
-      *response.mutable_intf_id() = types::convert(intf);
-      return response;
-   }
-};
+struct LinkSpeed : OfIntf<&Rpc::Requestlink_speed, &orv::eth_phy_intf_mgr::link_speed,
+                          &EthPhyIntfLinkSpeedResponse::set_link_speed> {};
 
-struct HardwarePresent {
-   static constexpr auto method = &Rpc::Requesthardware_present;
-   static EthPhyIntfHardwarePresentResponse impl(const EthPhyIntfHardwarePresentRequest& request,
-                                                 EthPhyIntfService& service) {
-      EthPhyIntfHardwarePresentResponse response;
-      response.set_hardware_present(
-           service.get_eth_phy_intf_mgr()->hardware_present(convert(request.intf_id())));
-      return response;
-   }
-};
+struct TransceiverPresent
+     : OfIntf<&Rpc::Requesttransceiver_present, &orv::eth_phy_intf_mgr::transceiver_present,
+              &EthPhyIntfTransceiverPresentResponse::set_transceiver_present> {};
 
-struct BurnedInEthAddr {
-   static constexpr auto method = &Rpc::Requestburned_in_eth_addr;
-   static EthPhyIntfBurnedInEthAddrResponse impl(const EthPhyIntfBurnedInEthAddrRequest& request,
-                                                 EthPhyIntfService& service) {
-      EthPhyIntfBurnedInEthAddrResponse response;
-      response.set_burned_in_eth_addr(types::eth_addr_bytes(
-           service.get_eth_phy_intf_mgr()->burned_in_eth_addr(convert(request.intf_id())), false));
-      return response;
-   }
-};
+}  // namespace
 
-struct LinkSpeed {
-   static constexpr auto method = &Rpc::Requestlink_speed;
-   static EthPhyIntfLinkSpeedResponse impl(const EthPhyIntfLinkSpeedRequest& request,
-                                           EthPhyIntfService& service) {
-      EthPhyIntfLinkSpeedResponse response;
-      response.set_link_speed(
-           convert(service.get_eth_phy_intf_mgr()->link_speed(convert(request.intf_id()))));
-      return response;
-   }
-};
-
-struct TransceiverPresent {
-   static constexpr auto method = &Rpc::Requesttransceiver_present;
-   static EthPhyIntfTransceiverPresentResponse impl(const EthPhyIntfTransceiverPresentRequest& request,
-                                                    EthPhyIntfService& service) {
-      EthPhyIntfTransceiverPresentResponse response;
-      response.set_transceiver_present(
-           service.get_eth_phy_intf_mgr()->transceiver_present(convert(request.intf_id())));
-      return response;
-   }
-};
-
-struct Watch {
-   static constexpr auto method = &Rpc::Requestwatch;
-
-   bool filter(const EthPhyIntfWatchRequest& request, const EthPhyIntfWatchResponse& message) const {
+struct EthPhyIntfService::Watch
+     : WatchOf<&EthPhyIntfService::AsyncService::Requestwatch, &EthPhyIntfService::subscriptions> {
+   bool filter(const Request& request, const Response& message) const {
       switch (request.selection_case()) {
-         case EthPhyIntfWatchRequest::kAll:
+         case Request::kAll:
             return request.all();
-         case EthPhyIntfWatchRequest::kIntf:
+         case Request::kIntf:
             return checkIntfId(request.intf(), message);
-         case EthPhyIntfWatchRequest::SELECTION_NOT_SET:
+         case Request::SELECTION_NOT_SET:
             break;
       }
       return false;
    }
 
    // The events of a message are all of one interface.
-   static bool checkIntfId(const IntfId& intf, const EthPhyIntfWatchResponse& message) {
+   static bool checkIntfId(const IntfId& intf, const Response& message) {
       return message.intf().name() == intf.name();
    }
+
+   static constexpr Hooks<Watch> hooks = {.filter = &Watch::filter};
 };
 
-}  // namespace
-
 void EthPhyIntfBacklog::operator()(const orv::intf_id_t&, EthPhyIntfWatchResponse& response) const {
-   service.subscriptions().publish<Watch>(response);
+   service.subscriptions().publish(response);
 }
 
 EthPhyIntfService::EthPhyIntfService(orv::eth_phy_intf_mgr* mgr)

@@ -30,7 +30,10 @@ public:
 
    void startHandlers() override;
 
-   [[nodiscard]] SubscriptionController<EthPhyIntfService>& subscriptions() { return subscriptions_; }
+   // The definition of its watch.
+   struct Watch;
+   [[nodiscard]] SubscriptionController<EthPhyIntfService, Watch>& subscriptions() { return subscriptions_; }
+   [[nodiscard]] orv::eth_phy_intf_mgr& manager() const { return *get_eth_phy_intf_mgr(); }
    // With the SDK's lock: callbacks come only in between.
    void startWatching() { watch_all_eth_phy_intfs(true); }
    void stopWatching() { watch_all_eth_phy_intfs(false); }
@@ -45,7 +48,7 @@ private:
    // The message of the interface that will go out, for one more event.
    orv::remote::EthPhyIntfWatchResponse& pending(const orv::intf_id_t& intf);
 
-   SubscriptionController<EthPhyIntfService> subscriptions_{*this};
+   SubscriptionController<EthPhyIntfService, Watch> subscriptions_{*this};
    GenericBacklog<orv::intf_id_t, orv::remote::EthPhyIntfWatchResponse, EthPhyIntfBacklog> backlog_;
 };
 

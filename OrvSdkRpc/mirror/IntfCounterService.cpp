@@ -9,6 +9,7 @@
 #include "OrvSdkRpc/handlers/BulkStreams.h"
 #include "OrvSdkRpc/handlers/UnaryRequestHandler.h"
 #include "OrvSdkRpc/hardware/IntfTrafficRatesWatcher.h"
+#include "OrvSdkRpc/mirror/Forward.h"
 #include "OrvSdkRpc/mirror/NameRegex.h"
 #include "OrvSdkRpc/types/Counters.h"
 #include "OrvSdkRpc/types/Identifiers.h"
@@ -24,36 +25,19 @@ namespace IntfCounterServiceHandlers {
 using Rpc = IntfCounterService::AsyncService;
 using types::convert;
 
-struct IntfCounters {
-   static constexpr auto method = &Rpc::Requestintf_counters;
-   static IntfCountersResponse impl(const IntfCountersRequest& request, IntfCounterService& service) {
-      IntfCountersResponse response;
-      *response.mutable_counters() =
-           convert(service.get_intf_counter_mgr()->counters(convert(request.intf_id())));
-      return response;
-   }
-};
+struct IntfCounters : Getter<&Rpc::Requestintf_counters, &orv::intf_counter_mgr::counters,
+                             &IntfCountersResponse::mutable_counters, &IntfCountersRequest::intf_id> {};
+struct TrafficRates : Getter<&Rpc::Requestintf_traffic_rates, &orv::intf_counter_mgr::traffic_rates,
+                             &IntfTrafficRatesResponse::mutable_rates, &IntfTrafficRatesRequest::intf_id> {};
 
-struct TrafficRates {
-   static constexpr auto method = &Rpc::Requestintf_traffic_rates;
-   static IntfTrafficRatesResponse impl(const IntfTrafficRatesRequest& request, IntfCounterService& service) {
-      IntfTrafficRatesResponse response;
-      *response.mutable_rates() =
-           convert(service.get_intf_counter_mgr()->traffic_rates(convert(request.intf_id())));
-      return response;
-   }
-};
-
-struct IntfTrafficRatesStream {
-   static constexpr auto method = &Rpc::Requestintf_traffic_rates_stream;
-   using Key = orv::intf_id_t;
-   using Entry = IntfTrafficRatesStreamResponse_DataEntry;
-   using Value = orv::intf_traffic_rates_t;
+struct IntfTrafficRatesStream
+     : BulkStreamOf<&Rpc::Requestintf_traffic_rates_stream, &IntfCounterService::subscriptions,
+                    orv::intf_id_t, IntfTrafficRatesStreamResponse_DataEntry, orv::intf_traffic_rates_t> {
    static constexpr int batchMax = 1000;
 
-   static bool firstMessage(const IntfTrafficRatesStreamRequest& request) { return request.first_message(); }
+   static bool firstMessage(const Request& request) { return request.first_message(); }
 
-   void subscribe(IntfCounterService& service, OpaqueId tag, const IntfTrafficRatesStreamRequest& request) {
+   void subscribe(IntfCounterService& service, OpaqueId tag, const Request& request) {
       static const bool enabled = getToggleState("OrvSdkRpcTrafficStream", "OrvSdkRpc.json", true);
       if (!enabled) throw orv::unsupported_error("This feature is not yet implemented");
       if (!request.intf_name_regex().empty()) {
@@ -83,11 +67,18 @@ struct IntfTrafficRatesStream {
       return true;
    }
 
-   static auto& entries(IntfTrafficRatesStreamResponse& response) { return *response.mutable_data(); }
+   static auto& entries(Response& response) { return *response.mutable_data(); }
    static void convert(const orv::intf_id_t& intf, const Value& rates, Entry& entry) {
       types::convert(intf, *entry.mutable_intf_id());
       types::convert(rates, *entry.mutable_rates());
    }
+
+   static constexpr Hooks<IntfTrafficRatesStream> hooks = {
+        .wants = &IntfTrafficRatesStream::wants,
+        .coalesce = &IntfTrafficRatesStream::coalesce,
+        .firstMessage = &IntfTrafficRatesStream::firstMessage,
+        .subscribe = &IntfTrafficRatesStream::subscribe,
+   };
 
 private:
    enum class Verdict : std::uint8_t { none, wanted, unwanted };
@@ -107,7 +98,7 @@ using namespace IntfCounterServiceHandlers;
 
 void IntfTrafficRatesBacklog::operator()(
      std::span<const std::pair<orv::intf_id_t, orv::intf_traffic_rates_t>> rates) const {
-   service.subscriptions().publishBulk<IntfTrafficRatesStream>(rates);
+   service.subscriptions().publishBulk(rates);
 }
 
 IntfCounterService::IntfCounterService(orv::intf_counter_mgr* mgr, IntfTrafficRatesWatcher* watcher)

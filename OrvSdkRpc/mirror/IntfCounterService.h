@@ -17,6 +17,9 @@ namespace OrvSdkRpc {
 
 class IntfCounterService;
 class IntfTrafficRatesWatcher;
+namespace IntfCounterServiceHandlers {
+struct IntfTrafficRatesStream;
+}  // namespace IntfCounterServiceHandlers
 
 // Publishes what waits in the backlog.
 struct IntfTrafficRatesBacklog {
@@ -34,8 +37,10 @@ public:
 
    void startHandlers() override;
 
-   [[nodiscard]] orv::intf_counter_mgr* get_intf_counter_mgr() const { return mgr_; }
-   [[nodiscard]] SubscriptionController<IntfCounterService>& subscriptions() { return subscriptions_; }
+   using Controller =
+        SubscriptionController<IntfCounterService, IntfCounterServiceHandlers::IntfTrafficRatesStream>;
+   [[nodiscard]] Controller& subscriptions() { return subscriptions_; }
+   [[nodiscard]] orv::intf_counter_mgr& manager() const { return *mgr_; }
    // With the SDK's lock: rates come only in between.
    void startWatching();
    void stopWatching();
@@ -43,7 +48,7 @@ public:
 private:
    orv::intf_counter_mgr* const mgr_;
    IntfTrafficRatesWatcher* const watcher_;
-   SubscriptionController<IntfCounterService> subscriptions_{*this};
+   Controller subscriptions_{*this};
    BulkBacklog<orv::intf_id_t, orv::intf_traffic_rates_t, IntfTrafficRatesBacklog> backlog_;
 };
 

@@ -13,6 +13,10 @@
 
 namespace OrvSdkRpc {
 
+namespace IntfServiceHandlers {
+struct Watch;
+}  // namespace IntfServiceHandlers
+
 class IntfService final : public MirrorService<orv::remote::IntfMgrService>, public orv::intf_handler {
 public:
    // The manager lives longer than the service.
@@ -21,7 +25,9 @@ public:
 
    void startHandlers() override;
 
-   [[nodiscard]] SubscriptionController<IntfService>& subscriptions() { return subscriptions_; }
+   using Controller = SubscriptionController<IntfService, IntfServiceHandlers::Watch>;
+   [[nodiscard]] Controller& subscriptions() { return subscriptions_; }
+   [[nodiscard]] orv::intf_mgr& manager() const { return *get_intf_mgr(); }
    // With the SDK's lock: callbacks come only in between.
    void startWatching() { watch_all_intfs(true); }
    void stopWatching() { watch_all_intfs(false); }
@@ -34,7 +40,7 @@ public:
    void on_intf_description(const orv::intf_id_t& intf, const std::string& description) override;
 
 private:
-   SubscriptionController<IntfService> subscriptions_{*this};
+   Controller subscriptions_{*this};
 };
 
 }  // namespace OrvSdkRpc

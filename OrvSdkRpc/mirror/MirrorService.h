@@ -2,8 +2,8 @@
 //
 // Thread-safety: as GrpcService.h.
 //
-// A service adds its handler of the SDK, its controller, its callbacks, and in its source the definitions of
-// its RPCs and one list of them, startHandlers.
+// A service adds its handler of the SDK, its controller, its callbacks, its SDK manager as `manager()`, and
+// in its source the definitions of its RPCs and one list of them, startHandlers.
 #pragma once
 
 #include <grpcpp/server_builder.h>

@@ -4,10 +4,12 @@
 #include <stdexcept>
 
 #include "OrvSdkRpc/handlers/BulkRequestHandler.h"
+#include "OrvSdkRpc/handlers/DumpFields.h"
 #include "OrvSdkRpc/handlers/DumpStreamingAdapterHandler.h"
 #include "OrvSdkRpc/handlers/IteratorStreamingHandler.h"
 #include "OrvSdkRpc/handlers/TellOrTrace.h"
 #include "OrvSdkRpc/handlers/UnaryRequestHandler.h"
+#include "OrvSdkRpc/mirror/Forward.h"
 #include "OrvSdkRpc/mirror/GroupCountersIterator.h"
 #include "OrvSdkRpc/types/Counters.h"
 #include "OrvSdkRpc/types/Enumerations.h"
@@ -25,55 +27,27 @@ using types::convert;
 
 // The operations that only the implementation has.
 inline orv::NexthopGroupMgrImpl& implOf(NexthopGroupService& service) {
-   return static_cast<orv::NexthopGroupMgrImpl&>(*service.get_nexthop_group_mgr());
+   return static_cast<orv::NexthopGroupMgrImpl&>(service.manager());
 }
 
-struct Active {
-   static constexpr auto method = &Rpc::Requestactive;
-   static NexthopGroupActiveResponse impl(const NexthopGroupActiveRequest& request,
-                                          NexthopGroupService& service) {
-      NexthopGroupActiveResponse response;
-      response.set_active(service.get_nexthop_group_mgr()->active(request.name()));
-      return response;
-   }
-};
+// A getter of one group.
+template <auto requestMethod, auto operation, auto slot>
+using OfGroup = Getter<requestMethod, operation, slot, &RpcOf<requestMethod>::Request::name>;
 
-struct Exists {
-   static constexpr auto method = &Rpc::Requestexists;
-   static NexthopGroupExistsResponse impl(const NexthopGroupExistsRequest& request,
-                                          NexthopGroupService& service) {
-      NexthopGroupExistsResponse response;
-      response.set_exists(service.get_nexthop_group_mgr()->exists(request.name()));
-      return response;
-   }
-};
+struct Active : OfGroup<&Rpc::Requestactive, &orv::nexthop_group_mgr::active,
+                        &NexthopGroupActiveResponse::set_active> {};
+struct Exists : OfGroup<&Rpc::Requestexists, &orv::nexthop_group_mgr::exists,
+                        &NexthopGroupExistsResponse::set_exists> {};
+struct Configured : OfGroup<&Rpc::Requestnexthop_group, &orv::nexthop_group_mgr::nexthop_group,
+                            &NexthopGroupResponse::mutable_nexthop_group> {};
+struct Programmed
+     : OfGroup<&Rpc::Requestprogrammed_nexthop_group, &orv::nexthop_group_mgr::programmed_nexthop_group,
+               &ProgrammedNexthopGroupResponse::mutable_nexthop_group> {};
 
-struct Configured {
-   static constexpr auto method = &Rpc::Requestnexthop_group;
-   static NexthopGroupResponse impl(const NexthopGroupRequest& request, NexthopGroupService& service) {
-      NexthopGroupResponse response;
-      *response.mutable_nexthop_group() =
-           convert(service.get_nexthop_group_mgr()->nexthop_group(request.name()));
-      return response;
-   }
-};
-
-struct Programmed {
-   static constexpr auto method = &Rpc::Requestprogrammed_nexthop_group;
-   static ProgrammedNexthopGroupResponse impl(const ProgrammedNexthopGroupRequest& request,
-                                              NexthopGroupService& service) {
-      ProgrammedNexthopGroupResponse response;
-      *response.mutable_nexthop_group() =
-           convert(service.get_nexthop_group_mgr()->programmed_nexthop_group(request.name()));
-      return response;
-   }
-};
-
-struct Set {
-   static constexpr auto method = &Rpc::Requestnexthop_group_set;
-   static NexthopGroupSetResponse impl(const NexthopGroupSetRequest& request, NexthopGroupService& service) {
+struct Set : RpcOf<&Rpc::Requestnexthop_group_set> {
+   static Response impl(const Request& request, NexthopGroupService& service) {
       constexpr std::uint32_t versionMax = std::numeric_limits<std::uint16_t>::max();
-      NexthopGroupSetResponse response;
+      Response response;
       if (request.has_version_id()) {
          const std::uint32_t version = request.version_id();
          if (version < 1 || version > versionMax) {
@@ -83,44 +57,31 @@ struct Set {
                                                            static_cast<std::uint16_t>(version));
       } else {
          std::uint16_t version = 0;
-         service.get_nexthop_group_mgr()->nexthop_group_set(convert(request.nexthop_group()), version);
+         service.manager().nexthop_group_set(convert(request.nexthop_group()), version);
          response.set_version_id(version);
       }
       return response;
    }
 };
 
-struct BulkSet : Set {
-   static constexpr auto method = &Rpc::Requestbulk_nexthop_group_set;
-};
+struct BulkSet : BulkOf<Set, &Rpc::Requestbulk_nexthop_group_set> {};
 
-struct Del {
-   static constexpr auto method = &Rpc::Requestnexthop_group_del;
-   static NexthopGroupDelResponse impl(const NexthopGroupDelRequest& request, NexthopGroupService& service) {
-      service.get_nexthop_group_mgr()->nexthop_group_del(request.name());
-      return {};
-   }
-};
+struct Del : Setter<&Rpc::Requestnexthop_group_del, &orv::nexthop_group_mgr::nexthop_group_del,
+                    &NexthopGroupDelRequest::name> {};
+struct BulkDel : BulkOf<Del, &Rpc::Requestbulk_nexthop_group_del> {};
 
-struct BulkDel : Del {
-   static constexpr auto method = &Rpc::Requestbulk_nexthop_group_del;
-};
-
-struct Counter {
-   static constexpr auto method = &Rpc::Requestcounter;
-   static CounterResponse impl(const CounterRequest& request, NexthopGroupService& service) {
-      CounterResponse response;
-      *response.mutable_counter() = convert(service.get_nexthop_group_mgr()->counter(
-           request.name(), static_cast<std::uint16_t>(request.entry())));
+struct Counter : RpcOf<&Rpc::Requestcounter> {
+   static Response impl(const Request& request, NexthopGroupService& service) {
+      Response response;
+      *response.mutable_counter() =
+           convert(service.manager().counter(request.name(), static_cast<std::uint16_t>(request.entry())));
       return response;
    }
 };
 
-struct Counters {
-   static constexpr auto method = &Rpc::Requestnhg_counters;
-   static GroupCountersIterator iterator(const NexthopGroupCountersRequest& request,
-                                         NexthopGroupService& service) {
-      const orv::nexthop_group_mgr& mgr = *service.get_nexthop_group_mgr();
+struct Counters : RpcOf<&Rpc::Requestnhg_counters> {
+   static GroupCountersIterator iterator(const Request& request, NexthopGroupService& service) {
+      const orv::nexthop_group_mgr& mgr = service.manager();
       if (request.all()) return GroupCountersIterator(mgr);
       if (request.regex().empty()) return {mgr, request.name()};
       return {mgr, compiled(request.regex())};
@@ -132,8 +93,8 @@ struct Counters {
          throw orv::invalid_argument_error(e.what());
       }
    }
-   static NexthopGroupCountersResponse convert(const GroupCounters& group) {
-      NexthopGroupCountersResponse response;
+   static Response convert(const GroupCounters& group) {
+      Response response;
       response.set_name(group.name);
       for (const auto& [entry, counter] : group.counters) {
          NexthopGroupCounter& message = *response.add_counters();
@@ -144,102 +105,51 @@ struct Counters {
    }
 };
 
-struct NexthopGroups {
-   static constexpr auto method = &Rpc::Requestnexthop_groups;
-   static auto iterator(NexthopGroupService& service) {
-      return service.get_nexthop_group_mgr()->nexthop_group_iter();
-   }
-   static void convert(const orv::nexthop_group_t& group, NexthopGroupsResponse& response) {
+struct NexthopGroups : RpcOf<&Rpc::Requestnexthop_groups> {
+   static auto iterator(NexthopGroupService& service) { return service.manager().nexthop_group_iter(); }
+   static void convert(const orv::nexthop_group_t& group, Response& response) {
       types::convert(group, *response.mutable_nexthop_group());
    }
 };
 
-struct ProgrammedNexthopGroups {
-   static constexpr auto method = &Rpc::Requestprogrammed_nexthop_groups;
-   static auto iterator(NexthopGroupService& service) {
-      return service.get_nexthop_group_mgr()->programmed_nexthop_group_iter();
-   }
-   static ProgrammedNexthopGroupsResponse convert(const std::string& name) {
-      ProgrammedNexthopGroupsResponse response;
-      response.set_name(name);
-      return response;
-   }
+struct ProgrammedNexthopGroups
+     : Lister<&Rpc::Requestprogrammed_nexthop_groups, &orv::nexthop_group_mgr::programmed_nexthop_group_iter,
+              &ProgrammedNexthopGroupsResponse::mutable_name> {};
+
+struct ResyncInit : Setter<&Rpc::Requestresync_init, &orv::nexthop_group_mgr::resync_init> {};
+struct ResyncComplete : Setter<&Rpc::Requestresync_complete, &orv::nexthop_group_mgr::resync_complete> {};
+
+inline constexpr DumpTraces dumpTraces = {
+     .level = 9,
+     .nothing = "Not performing a dump as no fields have been requested",
 };
 
-struct ResyncInit {
-   static constexpr auto method = &Rpc::Requestresync_init;
-   static ResyncNexthopGroupInitResponse impl(const ResyncNexthopGroupInitRequest&,
-                                              NexthopGroupService& service) {
-      service.get_nexthop_group_mgr()->resync_init();
-      return {};
-   }
-};
-
-struct ResyncComplete {
-   static constexpr auto method = &Rpc::Requestresync_complete;
-   static ResyncNexthopGroupCompleteResponse impl(const ResyncNexthopGroupCompleteRequest&,
-                                                  NexthopGroupService& service) {
-      service.get_nexthop_group_mgr()->resync_complete();
-      return {};
-   }
-};
-
-struct Watch {
-   static constexpr auto method = &Rpc::Requestwatch;
-
-   bool filter(const WatchNexthopGroupRequest& request, const WatchNexthopGroupResponse& message) const {
+struct Watch : WatchOf<&Rpc::Requestwatch, &NexthopGroupService::subscriptions>,
+               DumpFields<dumpTraces, NEXTHOP_GROUP_FIELD_ACTIVE_STATUS, NEXTHOP_GROUP_FIELD_PROGRAMMED,
+                          NEXTHOP_GROUP_FIELD_VERSION, NEXTHOP_GROUP_FIELD_NEXTHOP_GROUP,
+                          NEXTHOP_GROUP_FIELD_PROGRAMMED_STATUS> {
+   bool filter(const Request& request, const Response& message) const {
       return request.all() || message.name() == request.name();
    }
 
-   bool dumpEnabled(NexthopGroupService& service, const WatchNexthopGroupRequest& request) {
-      for (const int field : request.fields_control().fields()) {
-         switch (field) {
-            case NEXTHOP_GROUP_FIELD_ALL:
-               activeStatus_ = programmed_ = version_ = nexthopGroup_ = programmedStatus_ = true;
-               return true;
-            case NEXTHOP_GROUP_FIELD_ACTIVE_STATUS:
-               activeStatus_ = true;
-               break;
-            case NEXTHOP_GROUP_FIELD_PROGRAMMED:
-               programmed_ = true;
-               break;
-            case NEXTHOP_GROUP_FIELD_VERSION:
-               version_ = true;
-               break;
-            case NEXTHOP_GROUP_FIELD_NEXTHOP_GROUP:
-               nexthopGroup_ = true;
-               break;
-            case NEXTHOP_GROUP_FIELD_PROGRAMMED_STATUS:
-               programmedStatus_ = true;
-               break;
-            default:
-               break;
-         }
-      }
-      if (activeStatus_ || programmed_ || version_ || nexthopGroup_ || programmedStatus_) return true;
-      orv::fmttrace(service.tracer(), 9, "Not performing a dump as no fields have been requested");
-      return false;
-   }
-
    static auto iterator(NexthopGroupService& service) {
-      return service.get_nexthop_group_mgr()->programmed_nexthop_group_iter();
+      return service.manager().programmed_nexthop_group_iter();
    }
 
    // A group that hardware lost since the walk came to it is shown as one without a name.
-   void encodeDump(NexthopGroupService& service, const std::string& name,
-                   WatchNexthopGroupResponse& message) const {
+   void encodeDump(NexthopGroupService& service, const std::string& name, Response& message) const {
       const orv::NexthopGroupMgrImpl& mgr = implOf(service);
       const orv::nexthop_group_t group = mgr.programmed_nexthop_group(name);
       message.set_name(group.name());
-      if (activeStatus_) message.set_active(mgr.active(name));
-      if (programmed_) message.set_nhg_programmed(true);
-      if (version_) message.set_version_id(group.version_id());
+      if (selected<NEXTHOP_GROUP_FIELD_ACTIVE_STATUS>()) message.set_active(mgr.active(name));
+      if (selected<NEXTHOP_GROUP_FIELD_PROGRAMMED>()) message.set_nhg_programmed(true);
+      if (selected<NEXTHOP_GROUP_FIELD_VERSION>()) message.set_version_id(group.version_id());
       // A field that the wire has no form for is left out; see TellOrTrace.h.
-      if (nexthopGroup_) {
+      if (selected<NEXTHOP_GROUP_FIELD_NEXTHOP_GROUP>()) {
          tellOrTrace(service.tracer(), "nexthop_group",
                      [&] { *message.mutable_nexthop_group() = convert(group); });
       }
-      if (programmedStatus_) {
+      if (selected<NEXTHOP_GROUP_FIELD_PROGRAMMED_STATUS>()) {
          const auto hwState = mgr.get_nexthop_group_programmed_hw_state(name);
          const auto counterState = mgr.counter_state(name);
          tellOrTrace(service.tracer(), "on_nexthop_group_programmed", [&] {
@@ -251,12 +161,7 @@ struct Watch {
       }
    }
 
-private:
-   bool activeStatus_ = false;
-   bool programmed_ = false;
-   bool version_ = false;
-   bool nexthopGroup_ = false;
-   bool programmedStatus_ = false;
+   static constexpr Hooks<Watch> hooks = {.filter = &Watch::filter};
 };
 
 }  // namespace NexthopGroupRpcs
@@ -264,7 +169,7 @@ private:
 using namespace NexthopGroupRpcs;
 
 void NexthopGroupBacklog::operator()(const std::string&, WatchNexthopGroupResponse& response) const {
-   service.subscriptions().publish<Watch>(response);
+   service.subscriptions().publish(response);
 }
 
 NexthopGroupService::NexthopGroupService(orv::nexthop_group_mgr* mgr)

@@ -16,6 +16,9 @@
 namespace OrvSdkRpc {
 
 class NexthopGroupService;
+namespace NexthopGroupRpcs {
+struct Watch;
+}  // namespace NexthopGroupRpcs
 
 // Publishes what waits in a backlog.
 struct NexthopGroupBacklog {
@@ -33,7 +36,9 @@ public:
 
    void startHandlers() override;
 
-   [[nodiscard]] SubscriptionController<NexthopGroupService>& subscriptions() { return subscriptions_; }
+   using Controller = SubscriptionController<NexthopGroupService, NexthopGroupRpcs::Watch>;
+   [[nodiscard]] Controller& subscriptions() { return subscriptions_; }
+   [[nodiscard]] orv::nexthop_group_mgr& manager() const { return *get_nexthop_group_mgr(); }
    // With the SDK's lock: callbacks come only in between.
    void startWatching() { watch_all_nexthop_groups(true); }
    void stopWatching() { watch_all_nexthop_groups(false); }
@@ -45,7 +50,7 @@ public:
 private:
    using Backlog = GenericBacklog<std::string, orv::remote::WatchNexthopGroupResponse, NexthopGroupBacklog>;
 
-   SubscriptionController<NexthopGroupService> subscriptions_{*this};
+   Controller subscriptions_{*this};
    // Two, so that an activation and an answer of hardware come as messages of their own.
    Backlog activeBacklog_;
    Backlog programmedBacklog_;

@@ -9,11 +9,9 @@
 
 #include <grpcpp/support/status.h>
 
-#include <memory>
 #include <type_traits>
 
 #include "OrvSdkRpc/handlers/GenericRequestHandler.h"
-#include "OrvSdkRpc/programming/OrvSdkRpcService.h"
 #include "OrvSdkRpc/server/MethodTraits.h"
 
 namespace OrvSdkRpc {
@@ -23,45 +21,56 @@ concept BulkMessage = requires(const Rq& request) {
    request.bulk().size();
 };
 
-// Name is a constant of its own per RPC and makes each instance a distinct type, so that handlers are counted
-// per RPC.
-template <class Rq, class Rp, class Programmer, const char* Name>
+// The base of a definition, which says nothing but names:
+//
+//    struct MplsRouteHandler
+//         : CallbackOf<&Rpc::Requestmpls_route, &MplsRouteProgrammer::processMPLSRouteRequest> {};
+//
+// `programmerCallback` takes the request and the response of the RPC. Its programmer is the service's only
+// one of that class.
+template <auto requestMethod, auto programmerCallback>
+struct CallbackOf : RpcOf<requestMethod> {
+   static constexpr auto callback = programmerCallback;
+};
+
+namespace detail {
+
+template <class Callback, class Rq, class Rp>
+struct ProgrammerOf {
+   static_assert(
+        sizeof(Callback) == 0,
+        "the callback of an RPC takes its request and its response: void (const Request&, Response&)");
+};
+template <class Programmer, class Rq, class Rp>
+struct ProgrammerOf<void (Programmer::*)(const Rq&, Rp&), Rq, Rp> {
+   using Type = Programmer;
+};
+
+}  // namespace detail
+
+// Each definition makes a distinct type, so that handlers are counted per RPC.
+template <class Definition, class Rq, class Rp, class Svc>
 class CallbackRequestHandler final
-     : public GenericRequestHandler<CallbackRequestHandler<Rq, Rp, Programmer, Name>, Rq, Rp,
-                                    OrvSdkRpcService, false,
+     : public GenericRequestHandler<CallbackRequestHandler<Definition, Rq, Rp, Svc>, Rq, Rp, Svc, false,
                                     std::conditional_t<BulkMessage<Rq>, ArenaMessages, MemberMessages>> {
-   using Base = GenericRequestHandler<CallbackRequestHandler, Rq, Rp, OrvSdkRpcService, false,
-                                      std::conditional_t<BulkMessage<Rq>, ArenaMessages, MemberMessages>>;
    using Messages = std::conditional_t<BulkMessage<Rq>, ArenaMessages, MemberMessages>;
+   using Base = GenericRequestHandler<CallbackRequestHandler, Rq, Rp, Svc, false, Messages>;
+   using Programmer =
+        typename detail::ProgrammerOf<std::remove_const_t<decltype(Definition::callback)>, Rq, Rp>::Type;
 
 public:
-   using Method = UnaryMethod<OrvSdkRpcService::AsyncService, Rq, Rp>;
-   using Callback = void (Programmer::*)(const Rq&, Rp&);
-
-   CallbackRequestHandler(OpaqueId tag, grpc::Server& server, grpc::ServerCompletionQueue& cq,
-                          OrvSdkRpcService& service, Method method, Programmer& programmer, Callback callback)
-        : Base(tag, server, cq, service),
-          method_(method),
-          programmer_(programmer),
-          callback_(callback),
-          response_(this->messages_) {
-      this->post(service, method_);
+   CallbackRequestHandler(OpaqueId tag, grpc::Server& server, grpc::ServerCompletionQueue& cq, Svc& service)
+        : Base(tag, server, cq, service), response_(this->messages_) {
+      this->post(service, Definition::method);
    }
 
    void process(OpaqueId) override {
-      (programmer_.*callback_)(*this->request_, *response_);
+      Programmer& programmer = this->service_.template programmer<Programmer>();
+      (programmer.*Definition::callback)(*this->request_, *response_);
       this->finish(*response_, grpc::Status::OK);
    }
 
-   std::shared_ptr<CallbackRequestHandler> successor(OpaqueId nextTag) {
-      return makeHandler<CallbackRequestHandler>(nextTag, this->server_, this->cq_, this->service_, method_,
-                                                 programmer_, callback_);
-   }
-
 private:
-   const Method method_;
-   Programmer& programmer_;
-   const Callback callback_;
    typename Messages::template Holder<Rp> response_;
 };
 

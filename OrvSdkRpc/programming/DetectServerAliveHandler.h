@@ -11,13 +11,14 @@ namespace OrvSdkRpc {
 // Never writes and never finishes: the call ends when the client leaves or the server stops, and the done
 // event, its only one after the arrival, takes the handler with it.
 class DetectServerAliveHandler final
-     : public GenericRequestHandler<DetectServerAliveHandler, pb::rpc_server_alive_msg,
-                                    pb::rpc_server_alive_msg, OrvSdkRpcService, true> {
+     : public MethodHandler<DetectServerAliveHandler,
+                            &OrvSdkRpcService::AsyncService::Requestwatch_rpc_server_alive,
+                            OrvSdkRpcService> {
 public:
    DetectServerAliveHandler(OpaqueId tag, grpc::Server& server, grpc::ServerCompletionQueue& cq,
                             OrvSdkRpcService& service)
         : GenericRequestHandler(tag, server, cq, service) {
-      post(service, &pb::orvsdk_service::AsyncService::Requestwatch_rpc_server_alive);
+      post(service, &OrvSdkRpcService::AsyncService::Requestwatch_rpc_server_alive);
    }
 
    void process(OpaqueId) override { state_ = 1; }

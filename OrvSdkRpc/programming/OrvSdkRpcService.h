@@ -5,6 +5,8 @@
 
 #include <grpcpp/server_builder.h>
 
+#include <tuple>
+
 #include "OrvSdkRpc/programming/BfdProgrammer.h"
 #include "OrvSdkRpc/programming/CbfNhgRedirectProgrammer.h"
 #include "OrvSdkRpc/programming/ClientInit.h"
@@ -13,28 +15,13 @@
 #include "OrvSdkRpc/programming/NexthopGroupProgrammer.h"
 #include "OrvSdkRpc/programming/NhgTunnelProgrammer.h"
 #include "OrvSdkRpc/programming/OpaqueProgrammer.h"
+#include "OrvSdkRpc/programming/ProgrammingManagers.h"
 #include "OrvSdkRpc/programming/SbfdEchoUpdates.h"
 #include "OrvSdkRpc/programming/SbfdUpdateSender.h"
 #include "OrvSdkRpc/server/GrpcService.h"
 #include "OrvSdkRpcProtos/orvsdk.grpc.pb.h"
 
-namespace orv {
-class acl_mgr;
-class agent_mgr;
-class bfd_session_mgr;
-class class_map_mgr;
-class intf_mgr;
-class ip_route_mgr;
-class mpls_route_mgr;
-class mpls_vrf_label_mgr;
-class nexthop_group_mgr;
-class nexthop_group_tunnel_mgr;
-class policy_map_mgr;
-}  // namespace orv
-
 namespace OrvSdkRpc {
-
-class CbfNhgMgr;
 
 class OrvSdkRpcService final : public GrpcService,
                                public pb::orvsdk_service::AsyncService,
@@ -42,13 +29,7 @@ class OrvSdkRpcService final : public GrpcService,
 public:
    using AsyncService = pb::orvsdk_service::AsyncService;
 
-   // The managers live longer than the service. `cbfNhgMgr` may be null.
-   OrvSdkRpcService(orv::acl_mgr* aclMgr, orv::agent_mgr* agentMgr, orv::bfd_session_mgr* bfdSessionMgr,
-                    orv::intf_mgr* intfMgr, orv::class_map_mgr* classMapMgr, orv::ip_route_mgr* ipRouteMgr,
-                    orv::mpls_route_mgr* mplsRouteMgr, orv::mpls_vrf_label_mgr* mplsVrfLabelMgr,
-                    orv::nexthop_group_mgr* nexthopGroupMgr,
-                    orv::nexthop_group_tunnel_mgr* nexthopGroupTunnelMgr, orv::policy_map_mgr* policyMapMgr,
-                    CbfNhgMgr* cbfNhgMgr);
+   explicit OrvSdkRpcService(const ProgrammingManagers& managers);
    ~OrvSdkRpcService() override;
 
    void registerRpcService(grpc::ServerBuilder& builder) override;
@@ -62,15 +43,14 @@ public:
    void sendSbfdRttUpdate(pb::watch_sbfd_echo_session_status_msg&& message) override;
 
    [[nodiscard]] const ClientInit& client() const { return client_; }
+   // The only one of its class.
+   template <class Programmer>
+   [[nodiscard]] Programmer& programmer() {
+      return std::get<Programmer&>(
+           std::tie(client_, bfd_, cbf_, ip_, mpls_, nexthopGroups_, tunnels_, opaque_));
+   }
 
 private:
-   template <const char* Name, class Rq, class Rp, class Programmer>
-   void startCallbackHandler(void (AsyncService::*method)(grpc::ServerContext*, Rq*,
-                                                          grpc::ServerAsyncResponseWriter<Rp>*,
-                                                          grpc::CompletionQueue*,
-                                                          grpc::ServerCompletionQueue*, void*),
-                             Programmer& programmer, void (Programmer::*callback)(const Rq&, Rp&));
-
    SbfdEchoUpdates updates_;
    ClientInit client_;
    BfdProgrammer bfd_;

@@ -9,7 +9,7 @@ namespace OrvSdkRpc {
 SbfdEchoUpdatesHandler::SbfdEchoUpdatesHandler(OpaqueId tag, grpc::Server& server,
                                                grpc::ServerCompletionQueue& cq, OrvSdkRpcService& service)
      : GenericRequestHandler(tag, server, cq, service) {
-   post(service, &pb::orvsdk_service::AsyncService::Requestwatch_sbfd_echo_session_status_msgs);
+   post(service, &OrvSdkRpcService::AsyncService::Requestwatch_sbfd_echo_session_status_msgs);
 }
 
 void SbfdEchoUpdatesHandler::process(OpaqueId) {

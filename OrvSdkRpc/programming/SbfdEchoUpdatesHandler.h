@@ -16,10 +16,11 @@
 namespace OrvSdkRpc {
 
 class SbfdEchoUpdatesHandler final
-     : public GenericRequestHandler<SbfdEchoUpdatesHandler, pb::watch_sbfd_echo_session_config_msg,
-                                    pb::watch_sbfd_echo_session_status_msg, OrvSdkRpcService, true> {
+     : public MethodHandler<SbfdEchoUpdatesHandler,
+                            &OrvSdkRpcService::AsyncService::Requestwatch_sbfd_echo_session_status_msgs,
+                            OrvSdkRpcService> {
 public:
-   using Message = pb::watch_sbfd_echo_session_status_msg;
+   using Message = Response;
 
    SbfdEchoUpdatesHandler(OpaqueId tag, grpc::Server& server, grpc::ServerCompletionQueue& cq,
                           OrvSdkRpcService& service);

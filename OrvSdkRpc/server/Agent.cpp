@@ -91,9 +91,20 @@ void Agent::on_initialized() {
    });
    if (internalServer_) {
       if (bfdSessionMgr_) {
-         add<OrvSdkRpcService>(aclMgr_, agentMgr_, bfdSessionMgr_, intfMgr_, classMapMgr_, ipRouteMgr_,
-                               mplsRouteMgr_, mplsVrfLabelMgr_, nexthopGroupMgr_, nexthopGroupTunnelMgr_,
-                               policyMapMgr_, cbfNhgMgr_.get());
+         add<OrvSdkRpcService>(ProgrammingManagers{
+              .acl = aclMgr_,
+              .agent = agentMgr_,
+              .bfdSession = bfdSessionMgr_,
+              .intf = intfMgr_,
+              .classMap = classMapMgr_,
+              .ipRoute = ipRouteMgr_,
+              .mplsRoute = mplsRouteMgr_,
+              .mplsVrfLabel = mplsVrfLabelMgr_,
+              .nexthopGroup = nexthopGroupMgr_,
+              .nexthopGroupTunnel = nexthopGroupTunnelMgr_,
+              .policyMap = policyMapMgr_,
+              .cbfNhg = cbfNhgMgr_.get(),
+         });
       }
       // The FIB service has its manager in fibMgr_ and no code in this build: nothing is created for it, and
       // gRPC answers UNIMPLEMENTED to its RPCs.

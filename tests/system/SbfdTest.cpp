@@ -50,11 +50,20 @@ protected:
       std::vector<std::unique_ptr<OrvSdkRpc::GrpcService>> services;
       {
          const orv::sdk_scoped_lock lock;
-         services.push_back(std::make_unique<OrvSdkRpc::OrvSdkRpcService>(
-              sdk.get_acl_mgr(), sdk.get_agent_mgr(), sdk.get_bfd_session_mgr(), sdk.get_intf_mgr(),
-              sdk.get_class_map_mgr(), sdk.get_ip_route_mgr(), sdk.get_mpls_route_mgr(),
-              sdk.get_mpls_vrf_label_mgr(), sdk.get_nexthop_group_mgr(), sdk.get_nexthop_group_tunnel_mgr(),
-              sdk.get_policy_map_mgr(), nullptr));
+         services.push_back(std::make_unique<OrvSdkRpc::OrvSdkRpcService>(OrvSdkRpc::ProgrammingManagers{
+              .acl = sdk.get_acl_mgr(),
+              .agent = sdk.get_agent_mgr(),
+              .bfdSession = sdk.get_bfd_session_mgr(),
+              .intf = sdk.get_intf_mgr(),
+              .classMap = sdk.get_class_map_mgr(),
+              .ipRoute = sdk.get_ip_route_mgr(),
+              .mplsRoute = sdk.get_mpls_route_mgr(),
+              .mplsVrfLabel = sdk.get_mpls_vrf_label_mgr(),
+              .nexthopGroup = sdk.get_nexthop_group_mgr(),
+              .nexthopGroupTunnel = sdk.get_nexthop_group_tunnel_mgr(),
+              .policyMap = sdk.get_policy_map_mgr(),
+              .cbfNhg = nullptr,
+         }));
       }
       running_.emplace(std::move(services));
       stub_ = running_->stub<pb::orvsdk_service>();

@@ -73,11 +73,11 @@ TEST_F(RatesStreamTest, anEntryForAKeyThatWaitsIsMergedAndSetsNoAlarm) {
       entry.set_packets(1);
       entry.set_bytes(100);
       entry.add_samples(7);
-      service_->rateStreams().publishBulk<fixture::Rates>(port(1), entry);
+      service_->rateStreams().publishBulk(port(1), entry);
       entry.Clear();
       entry.set_packets(2);
       entry.add_samples(8);
-      service_->rateStreams().publishBulk<fixture::Rates>(port(1), entry);
+      service_->rateStreams().publishBulk(port(1), entry);
       EXPECT_EQ(tracesWith(traces, "Set alarm for handler 0x"), 1U);
       EXPECT_EQ(tracesWith(traces, "Enqueue packets: 2 samples: 8 to handler 0x"), 1U);
    }
@@ -150,7 +150,7 @@ TEST_F(RatesStreamTest, aNewKeyInFrontOfTheResumePointStaysForALaterPass) {
          test::RatesEntry entry;
          entry.set_name(port(i));
          entry.set_padding(wide);
-         service_->rateStreams().publishBulk<fixture::Rates>(port(i), entry);
+         service_->rateStreams().publishBulk(port(i), entry);
       }
    };
    const fixture::TraceCapture traces("stream-probe/8");
@@ -224,7 +224,7 @@ TEST_F(RatesStreamTest, aSlowClientGetsTheLatestValuesAndStaysConnected) {
    // More than the client's window, and nobody reads.
    test::RatesEntry big;
    big.set_name(std::string(8U << 20, 'x'));
-   service_->rateStreams().publishBulk<fixture::Rates>(std::string("big"), big);
+   service_->rateStreams().publishBulk(std::string("big"), big);
    for (std::uint64_t value = 1; value <= 300'000; ++value)
       service_->publishRate(port(1), value);
    EXPECT_EQ(service_->rateStreams().getHandlers().size(), 1U);
@@ -245,7 +245,7 @@ TEST_F(RatesStreamTest, aClientThatLeavesIsFreedWithWhatWaits) {
    const auto writing = rates();
    test::RatesEntry big;
    big.set_name(std::string(8U << 20, 'x'));
-   service_->rateStreams().publishBulk<fixture::Rates>(std::string("big"), big);
+   service_->rateStreams().publishBulk(std::string("big"), big);
    for (int i = 0; i < 100; ++i)
       service_->publishRate(port(i), 1);
    idle->cancel();

@@ -40,10 +40,9 @@ protected:
          expectAllFreed(definition);
       EXPECT_EQ(service_->iterators, 0);
       EXPECT_EQ(service_->started, 0);
-      for (fixture::ProbeController* controller :
-           {&service_->tableStreams(), &service_->rateStreams(), &service_->counterStreams()}) {
-         EXPECT_EQ(controller->started, 0);
-      }
+      EXPECT_EQ(service_->tableStreams().started, 0);
+      EXPECT_EQ(service_->rateStreams().started, 0);
+      EXPECT_EQ(service_->counterStreams().started, 0);
    }
 
    std::unique_ptr<Stub> remote_;

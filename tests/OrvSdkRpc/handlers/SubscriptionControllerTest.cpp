@@ -15,7 +15,7 @@
 namespace OrvSdkRpc {
 namespace {
 
-using fixture::ProbeController;
+using Controller = fixture::ProbeController<fixture::WatchTable>;
 
 OpaqueId id(std::uintptr_t n) {
    return reinterpret_cast<OpaqueId>(n);
@@ -25,7 +25,7 @@ OpaqueId id(std::uintptr_t n) {
 class SubscriptionControllerTest : public testing::Test {
 protected:
    fixture::StreamProbe service_;
-   ProbeController& controller_ = service_.tableStreams();
+   Controller& controller_ = service_.tableStreams();
 };
 
 TEST_F(SubscriptionControllerTest, theFirstSubscriberStartsAndTheLastOneStops) {
@@ -180,7 +180,7 @@ TEST_F(SubscriptionControllerTest, whereNoServerIsAMessageIsConsumedAndReachesNo
    controller_.subscribe(id(1));
    test::WatchResponse message;
    message.set_key("k");
-   controller_.publish<fixture::WatchTable>(message);
+   controller_.publish(message);
    EXPECT_EQ(message.key(), "");
    EXPECT_TRUE(controller_.getHandlers().empty());
    service_.publishRate("Ethernet1", 1);
@@ -199,7 +199,7 @@ TEST_F(AttachedControllerTest, aMessageForNobodyIsConsumedAndNothingIsAllocated)
    const std::uint64_t before = allocated();
    test::WatchResponse message;
    message.set_key("k");
-   service_->subscriptions().publish<fixture::Watch>(message);
+   service_->subscriptions().publish(message);
    EXPECT_EQ(message.key(), "");
    EXPECT_EQ(allocated(), before);
    const auto client = watch();
@@ -211,7 +211,7 @@ TEST_F(AttachedControllerTest, aConstantMessageIsCopied) {
    const auto client = watch();
    test::WatchResponse message;
    message.set_key("k");
-   service_->subscriptions().publish<fixture::Watch>(std::as_const(message));
+   service_->subscriptions().publish(std::as_const(message));
    EXPECT_EQ(message.key(), "k");
    EXPECT_EQ(client->next()->key(), "k");
 }
@@ -221,7 +221,7 @@ TEST_F(AttachedControllerTest, aMessageOfAnArenaIsCopiedAndCleared) {
    google::protobuf::Arena arena;
    auto& message = *google::protobuf::Arena::CreateMessage<test::WatchResponse>(&arena);
    message.set_key("k");
-   service_->subscriptions().publish<fixture::Watch>(message);
+   service_->subscriptions().publish(message);
    EXPECT_EQ(message.key(), "");
    EXPECT_EQ(client->next()->key(), "k");
 }

@@ -211,9 +211,7 @@ TEST_F(SbfdEchoUpdatesTest, stopWhileUpdatesFlow) {
 TEST(SbfdEchoUpdatesDeathTest, aStreamIsEnteredOnce) {
    GTEST_FLAG_SET(death_test_style, "threadsafe");
    fixture::AgentHost host;
-   OrvSdkRpcService service(&host.aclMgr, &host.agentMgr, &host.bfdSessionMgr, &host.intfMgr,
-                            &host.classMapMgr, &host.ipRouteMgr, &host.mplsRouteMgr, &host.mplsVrfLabelMgr,
-                            &host.nexthopGroupMgr, &host.tunnelMgr, &host.policyMapMgr, nullptr);
+   OrvSdkRpcService service(fixture::programmingManagers(host));
    int tag = 0;
    service.registerSbfdHandlerForUpdates(&tag);
    EXPECT_DEATH(service.registerSbfdHandlerForUpdates(&tag), "inserted");
