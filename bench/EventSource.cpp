@@ -9,7 +9,7 @@
 
 #include "OrvSdkRpc/handlers/StreamingToolkit.h"
 #include "orv/intf_id.h"
-#include "zelt/Clock.h"
+#include "platform/zelt/Clock.h"
 
 namespace bench {
 namespace {

@@ -12,7 +12,7 @@
 
 #include "OrvSdkRpc/hardware/IntfTrafficRatesWatcher.h"
 #include "OrvSdkRpc/mirror/AgentService.h"
-#include "pavo/Task.h"
+#include "platform/gorm/PavoTask.h"
 
 namespace bench {
 

@@ -13,8 +13,8 @@ foreach(_room ${_orv_rooms})
 endforeach()
 install(TARGETS ${_orv_rooms} EXPORT OrvSdkRpcTargets ARCHIVE COMPONENT development)
 
-# Headers keep the form that they are included in: the folders of sdk/ and platform/ are roots of their own.
-foreach(_folder OrvSdkRpc softswitch sdk/ platform/)
+# Headers keep the form that they are included in: the folder of sdk/ is a root of its own.
+foreach(_folder OrvSdkRpc softswitch platform sdk/)
   install(DIRECTORY "${CMAKE_SOURCE_DIR}/${_folder}" DESTINATION "${_orv_include}" COMPONENT development
           FILES_MATCHING PATTERN "*.h")
 endforeach()

@@ -1,9 +1,11 @@
-# Rooms: one library target per top-level folder.
+# Rooms and floors.
 #
-# A room's headers are reachable only through its own include root, so an
-# include of a room that is not in the link list does not compile. Rooms whose
-# headers are written with the room's name ("OrvSdkRpc/server/Agent.h") get an
-# include root of their own in the build tree that holds one link to the room.
+# A room is a top-level folder and one library target. A large room has floors: its subfolders, each an object
+# library of its own.
+#
+# The headers of a room or floor are reachable only through its own include root, so an include of one that is
+# not in the link list does not compile. An include root holds one link to the folder, because headers are
+# written with the room's name ("OrvSdkRpc/server/GrpcServer.h").
 
 set(ORV_WARNINGS -Wall -Wextra -Wpedantic -Werror -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual)
 if(CMAKE_CXX_COMPILER_ID MATCHES "Clang")
@@ -12,6 +14,14 @@ endif()
 
 add_library(orv_build_options INTERFACE)
 target_compile_options(orv_build_options INTERFACE ${ORV_WARNINGS})
+target_compile_options(orv_build_options INTERFACE -pthread)
+
+# Test sources are many and their own speed matters little: gcc needs a third of the time for them at -O1.
+set(ORV_TEST_OPTIONS -O1)
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+  # gcc 12 sees copies beyond the end of short strings at -O1, where there are none.
+  list(APPEND ORV_TEST_OPTIONS -Wno-array-bounds -Wno-stringop-overflow -Wno-restrict)
+endif()
 if(ORV_SANITIZE STREQUAL "address")
   set(_orv_sanitize -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
 elseif(ORV_SANITIZE STREQUAL "thread")
@@ -29,28 +39,69 @@ if(_orv_sanitize)
   endif()
 endif()
 
-# orv_room_include_root(<out-var> <folder>): an include root from which
-# "<folder>/..." resolves to the source folder of that name and nothing else.
-function(orv_room_include_root out folder)
-  set(root "${CMAKE_BINARY_DIR}/rooms/${folder}")
-  file(MAKE_DIRECTORY "${root}")
-  if(NOT EXISTS "${root}/${folder}")
-    file(CREATE_LINK "${CMAKE_SOURCE_DIR}/${folder}" "${root}/${folder}" SYMBOLIC)
-  endif()
+# _orv_include_root(<out-var> <name> <path>...): an include root build/rooms/<name> from which each <path> of
+# the source tree, a folder or a header, resolves and nothing else does.
+function(_orv_include_root out name)
+  set(root "${CMAKE_BINARY_DIR}/rooms/${name}")
+  foreach(path ${ARGN})
+    cmake_path(GET path PARENT_PATH parent)
+    file(MAKE_DIRECTORY "${root}/${parent}")
+    if(NOT EXISTS "${root}/${path}")
+      file(CREATE_LINK "${CMAKE_SOURCE_DIR}/${path}" "${root}/${path}" SYMBOLIC)
+    endif()
+  endforeach()
   set(${out} "${root}" PARENT_SCOPE)
 endfunction()
 
-# orv_add_room(<target> INCLUDE_ROOT <dir> SOURCES ... [PUBLIC ...] [PRIVATE ...])
-# PUBLIC lists what the room's own headers include, PRIVATE what only its sources do.
+# orv_add_floor(<room> <folder> SOURCES ... [HEADERS ...] [PUBLIC ...] [PRIVATE ...] [PCH <target>])
+# Makes the object library <room>_<folder> of the sources in <folder>, which PUBLIC and PRIVATE let see other
+# floors and libraries: PUBLIC what its headers include, PRIVATE what only its sources do. HEADERS names single
+# headers instead of the whole folder, for the floor of files that stand in the room itself. PCH is a target of
+# cmake/PrecompiledHeaders.cmake.
+function(orv_add_floor room folder)
+  cmake_parse_arguments(F "" "PCH" "SOURCES;HEADERS;PUBLIC;PRIVATE" ${ARGN})
+  if(F_UNPARSED_ARGUMENTS)
+    message(FATAL_ERROR "orv_add_floor(${room} ${folder}): unexpected ${F_UNPARSED_ARGUMENTS}")
+  endif()
+  set(target "${room}_${folder}")
+  if(F_HEADERS)
+    list(TRANSFORM F_HEADERS PREPEND "${room}/")
+    _orv_include_root(root ${target} ${F_HEADERS})
+  else()
+    _orv_include_root(root ${target} "${room}/${folder}")
+    list(TRANSFORM F_SOURCES PREPEND "${folder}/")
+  endif()
+  add_library(${target} OBJECT ${F_SOURCES})
+  target_include_directories(${target} PUBLIC "${root}")
+  target_link_libraries(${target} PUBLIC ${F_PUBLIC} PRIVATE ${F_PRIVATE} orv_build_options)
+  if(F_PCH)
+    target_precompile_headers(${target} REUSE_FROM ${F_PCH})
+  endif()
+endfunction()
+
+# orv_add_room(<target> [SOURCES ...] [FLOORS ...] [INCLUDE_ROOT <dir>] [PUBLIC ...] [PRIVATE ...] [PCH <target>])
+# Makes the room's library of its own sources and of its floors. PUBLIC lists what the room's own headers include,
+# PRIVATE what only its sources do. Without INCLUDE_ROOT headers are included with the target's name in front.
 function(orv_add_room target)
-  cmake_parse_arguments(R "" "INCLUDE_ROOT" "SOURCES;PUBLIC;PRIVATE" ${ARGN})
+  cmake_parse_arguments(R "" "INCLUDE_ROOT;PCH" "SOURCES;FLOORS;PUBLIC;PRIVATE" ${ARGN})
   if(R_UNPARSED_ARGUMENTS)
     message(FATAL_ERROR "orv_add_room(${target}): unexpected ${R_UNPARSED_ARGUMENTS}")
   endif()
+  if(NOT R_INCLUDE_ROOT)
+    cmake_path(RELATIVE_PATH CMAKE_CURRENT_SOURCE_DIR BASE_DIRECTORY "${CMAKE_SOURCE_DIR}" OUTPUT_VARIABLE folder)
+    _orv_include_root(R_INCLUDE_ROOT ${target} "${folder}")
+  endif()
+  foreach(floor ${R_FLOORS})
+    list(APPEND R_SOURCES $<TARGET_OBJECTS:${target}_${floor}>)
+  endforeach()
   add_library(${target} STATIC ${R_SOURCES})
   add_library(Orv::${target} ALIAS ${target})
+  set_target_properties(${target} PROPERTIES LINKER_LANGUAGE CXX)
   target_include_directories(${target} PUBLIC "$<BUILD_INTERFACE:${R_INCLUDE_ROOT}>")
   target_link_libraries(${target} PUBLIC ${R_PUBLIC} PRIVATE ${R_PRIVATE} $<BUILD_INTERFACE:orv_build_options>)
+  if(R_PCH)
+    target_precompile_headers(${target} REUSE_FROM ${R_PCH})
+  endif()
 endfunction()
 
 # orv_add_program(<target> SOURCES ... LINK ...): a program in build/bin.
@@ -60,12 +111,28 @@ function(orv_add_program target)
   target_link_libraries(${target} PRIVATE ${P_LINK} orv_build_options)
 endfunction()
 
-# orv_add_test(<target> [ALONE] SOURCES ... LINK ... [TIMEOUT seconds] [LABELS ...])
+# orv_add_test_tools(<target> SOURCES ... PUBLIC ... [PRIVATE ...] [PCH <target>]): a library that tests share.
+function(orv_add_test_tools target)
+  cmake_parse_arguments(T "" "PCH" "SOURCES;PUBLIC;PRIVATE" ${ARGN})
+  add_library(${target} STATIC ${T_SOURCES})
+  target_link_libraries(${target} PUBLIC ${T_PUBLIC} PRIVATE ${T_PRIVATE} orv_build_options)
+  target_compile_options(${target} PRIVATE ${ORV_TEST_OPTIONS})
+  if(T_PCH)
+    target_precompile_headers(${target} REUSE_FROM ${T_PCH})
+  endif()
+endfunction()
+
+# orv_add_test(<target> [ALONE] SOURCES ... LINK ... [PCH <target>] [TIMEOUT seconds] [LABELS ...])
 # Every TEST() becomes a ctest case of its own. ALONE: no other test runs meanwhile, for those that measure time.
 function(orv_add_test target)
-  cmake_parse_arguments(T "ALONE" "TIMEOUT" "SOURCES;LINK;LABELS" ${ARGN})
+  cmake_parse_arguments(T "ALONE" "PCH;TIMEOUT" "SOURCES;LINK;LABELS" ${ARGN})
   add_executable(${target} ${T_SOURCES})
-  target_link_libraries(${target} PRIVATE ${T_LINK} GTest::gmock GTest::gtest_main orv_build_options)
+  target_link_libraries(${target} PRIVATE ${T_LINK} fmt::fmt GTest::gmock GTest::gtest_main orv_build_options)
+  target_compile_options(${target} PRIVATE ${ORV_TEST_OPTIONS})
+  if(NOT T_PCH)
+    set(T_PCH orv_pch_test)
+  endif()
+  target_precompile_headers(${target} REUSE_FROM ${T_PCH})
   set_target_properties(${target} PROPERTIES RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/tests")
   if(NOT T_TIMEOUT)
     set(T_TIMEOUT 60)

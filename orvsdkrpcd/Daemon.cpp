@@ -12,7 +12,7 @@
 #include <memory>
 #include <thread>
 
-#include "OrvSdkRpc/server/Agent.h"
+#include "OrvSdkRpc/agent/Agent.h"
 #include "orvsdkrpcd/AcceptGuard.h"
 #include "orvsdkrpcd/ServerPlugins.h"
 #include "orvsdkrpcd/StopSequence.h"

@@ -11,9 +11,9 @@
 #include "orv/error.h"
 #include "orv/tracer.h"
 #include "orvsdkrpcd/UsageError.h"
+#include "platform/process/Toggles.h"
 #include "softswitch/console/words.h"
 #include "softswitch/managers/agent_mgr.h"
-#include "toggles/Toggles.h"
 
 namespace orvsdkrpcd {
 namespace {

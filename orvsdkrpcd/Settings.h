@@ -10,8 +10,8 @@
 
 #include "orvsdkrpcd/ListenAddress.h"
 #include "softswitch/console/address.h"
+#include "softswitch/managers/topology.h"
 #include "softswitch/store/state_directory.h"
-#include "softswitch/topology.h"
 
 namespace orvsdkrpcd {
 

@@ -5,20 +5,19 @@
 #include <atomic>
 #include <cstdio>
 
-#include "gorm/TaskScheduler.h"
 #include "orv/lock.h"
-#include "softswitch/callbacks.h"
-#include "softswitch/context.h"
+#include "platform/gorm/TaskScheduler.h"
+#include "platform/zelt/ActivityLock.h"
+#include "platform/zelt/Anchors.h"
 #include "softswitch/forwarding/hardware.h"
 #include "softswitch/forwarding/memory_plane.h"
-#include "softswitch/forwarding/sbfd_model.h"
 #include "softswitch/managers/acl_mgr.h"
 #include "softswitch/managers/agent_mgr.h"
-#include "softswitch/managers/bfd_session_mgr.h"
+#include "softswitch/managers/callbacks.h"
 #include "softswitch/managers/class_map_mgr.h"
+#include "softswitch/managers/context.h"
 #include "softswitch/managers/eth_phy_intf_mgr.h"
 #include "softswitch/managers/fib_mgr.h"
-#include "softswitch/managers/intf_counter_mgr.h"
 #include "softswitch/managers/intf_mgr.h"
 #include "softswitch/managers/ip_route_mgr.h"
 #include "softswitch/managers/mount_mgr.h"
@@ -29,11 +28,12 @@
 #include "softswitch/managers/policy_map_mgr.h"
 #include "softswitch/managers/thin_mgrs.h"
 #include "softswitch/managers/vrf_mgr.h"
+#include "softswitch/sbfd/bfd_session_mgr.h"
+#include "softswitch/sbfd/sbfd_model.h"
 #include "softswitch/store/store.h"
 #include "softswitch/traffic/counter_writers.h"
+#include "softswitch/traffic/intf_counter_mgr.h"
 #include "softswitch/traffic/traffic_model.h"
-#include "zelt/ActivityLock.h"
-#include "zelt/Anchors.h"
 
 namespace softswitch {
 namespace {

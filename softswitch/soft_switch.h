@@ -20,9 +20,9 @@
 #include <string_view>
 
 #include "orv/sdk.h"
-#include "softswitch/limits.h"
+#include "softswitch/managers/topology.h"
 #include "softswitch/store/state_directory.h"
-#include "softswitch/topology.h"
+#include "softswitch/tables/limits.h"
 
 namespace softswitch {
 

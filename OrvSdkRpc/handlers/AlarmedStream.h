@@ -42,15 +42,15 @@ protected:
    // A write has completed; `source` is what the stream waited for.
    virtual void writeDone(CqEventSource source) { onTick(source); }
    // Nothing is outstanding any more: writes the next message, if there is one.
-   virtual void onTick(CqEventSource source) ORV_EXCLUDES(mutex_) = 0;
+   virtual void onTick(CqEventSource source) ZELT_EXCLUDES(mutex_) = 0;
    // What ringDuringWrite asked for. The write is still outstanding.
-   virtual void alarmDuringWrite() ORV_EXCLUDES(mutex_) {}
+   virtual void alarmDuringWrite() ZELT_EXCLUDES(mutex_) {}
    // Joins and leaves the controller. A subscribe that throws has not joined. cancel() also runs on a feeding
    // thread, the one whose message is too many, and may run more than once and at the same time on both.
    virtual void subscribe() = 0;
-   virtual void cancel() ORV_EXCLUDES(mutex_) = 0;
+   virtual void cancel() ZELT_EXCLUDES(mutex_) = 0;
    // What waits is lost with the stream; called once, when it begins to end, to let go of it early.
-   virtual void discard() ORV_EXCLUDES(mutex_) {}
+   virtual void discard() ZELT_EXCLUDES(mutex_) {}
 
    // Takes the alarm tag and the write tag.
    void setupTags();
@@ -60,12 +60,12 @@ protected:
       joined_ = true;
    }
    // Wakes the pump at once for this stream. Not when the server is stopping: nothing is sent any more then.
-   void setAlarm() ORV_REQUIRES(mutex_);
+   void setAlarm() ZELT_REQUIRES(mutex_);
    // Calls alarmDuringWrite on the pump, unless the write completes first. REQUIRES: a write is outstanding,
    // and when it completes the stream ends.
-   void ringDuringWrite() ORV_REQUIRES(mutex_) { ring(); }
+   void ringDuringWrite() ZELT_REQUIRES(mutex_) { ring(); }
    // Whether what is fed is dropped: the server stops or the stream ends.
-   [[nodiscard]] bool closed() const ORV_REQUIRES(mutex_) { return owner_.closing() || state_ == 2; }
+   [[nodiscard]] bool closed() const ZELT_REQUIRES(mutex_) { return owner_.closing() || state_ == 2; }
 
    // Ends the call with the exception's status.
    template <class E>
@@ -75,7 +75,7 @@ protected:
 
    Mutex mutex_;
    // What is outstanding on the completion queue.
-   CqEventSource source_ ORV_GUARDED_BY(mutex_) = CqEventSource::None;
+   CqEventSource source_ ZELT_GUARDED_BY(mutex_) = CqEventSource::None;
    OpaqueId alarmTag_ = nullptr;
    OpaqueId writeTag_ = nullptr;
    const grpc::WriteOptions writeOptions_;
@@ -84,10 +84,10 @@ private:
    void processIo(CqEventSource source);
    // True when the call was cancelled. May be asked only after the done event, and is: a stream hears of its
    // end by that event and by nothing else, so a write that completes needs no look at it.
-   bool processCancel() ORV_EXCLUDES(mutex_);
-   void end(const grpc::Status& status) ORV_EXCLUDES(mutex_);
+   bool processCancel() ZELT_EXCLUDES(mutex_);
+   void end(const grpc::Status& status) ZELT_EXCLUDES(mutex_);
    // False when the server is stopping.
-   bool ring() ORV_REQUIRES(mutex_);
+   bool ring() ZELT_REQUIRES(mutex_);
 
    grpc::Alarm alarm_;
    bool joined_ = false;

@@ -33,32 +33,32 @@ class BulkStream : public AlarmedStream {
 protected:
    BulkStream(OpaqueId tag, grpc::Server& server, grpc::ServerCompletionQueue& cq, GrpcService& service);
 
-   void onTick(CqEventSource source) final ORV_EXCLUDES(mutex_);
+   void onTick(CqEventSource source) final ZELT_EXCLUDES(mutex_);
    void writeDone(CqEventSource source) final;
 
    // The table.
-   [[nodiscard]] virtual bool tableEmpty() const ORV_REQUIRES(mutex_) = 0;
+   [[nodiscard]] virtual bool tableEmpty() const ZELT_REQUIRES(mutex_) = 0;
    // Fills one batch from the table, writes it with writeResponse and takes what it holds out of the table;
    // how many entries that are.
-   virtual std::size_t writeBatch() ORV_REQUIRES(mutex_) = 0;
+   virtual std::size_t writeBatch() ZELT_REQUIRES(mutex_) = 0;
    // The next whole response of the snapshot, or null at its end. Valid until the next call.
    virtual const google::protobuf::Message* nextOfSnapshot() = 0;
    // Writes a response without entries.
-   virtual void writeEmpty() ORV_REQUIRES(mutex_) = 0;
+   virtual void writeEmpty() ZELT_REQUIRES(mutex_) = 0;
 
-   void writeResponse(const google::protobuf::Message& response) ORV_REQUIRES(mutex_);
+   void writeResponse(const google::protobuf::Message& response) ZELT_REQUIRES(mutex_);
    [[nodiscard]] bool entriesTraced() const { return tracer().enabled(StreamTrace::event); }
    // For when they are.
    void traceEntry(const google::protobuf::Message& entry) const;
    // An entry came into an empty table: sets the alarm if nothing else will bring the stream its turn.
-   void wake() ORV_REQUIRES(mutex_);
+   void wake() ZELT_REQUIRES(mutex_);
 
-   void beginSnapshot() ORV_EXCLUDES(mutex_);
+   void beginSnapshot() ZELT_EXCLUDES(mutex_);
    // Writes one response of the snapshot, or the end mark, an empty response.
-   void dumpNext() ORV_EXCLUDES(mutex_);
+   void dumpNext() ZELT_EXCLUDES(mutex_);
 
 private:
-   bool snapshot_ ORV_GUARDED_BY(mutex_) = false;
+   bool snapshot_ ZELT_GUARDED_BY(mutex_) = false;
 };
 
 // Bounds a batch by its size on the wire, for a response that is nothing but a repeated field of entries with
@@ -225,7 +225,7 @@ public:
    }
 
 private:
-   void add(const Key& key, const Value& value) ORV_REQUIRES(this->mutex_) {
+   void add(const Key& key, const Value& value) ZELT_REQUIRES(this->mutex_) {
       if constexpr (A::hooks.wants != nullptr) {
          if (!(def_.*A::hooks.wants)(key)) return;
       }
@@ -261,10 +261,13 @@ private:
       this->join();
    }
    void subscribe() override { detail::subscribeBy(def_, this->service_, this->tag_, *this->request_); }
-   void cancel() override { (this->service_.*A::controller)().cancel(this->tag_); }
+   void cancel() override {
+      auto& controller = (this->service_.*A::controller)();
+      controller.cancel(this->tag_);
+   }
 
-   [[nodiscard]] bool tableEmpty() const override ORV_REQUIRES(this->mutex_) { return pending_.empty(); }
-   std::size_t writeBatch() override ORV_REQUIRES(this->mutex_) {
+   [[nodiscard]] bool tableEmpty() const override ZELT_REQUIRES(this->mutex_) { return pending_.empty(); }
+   std::size_t writeBatch() override ZELT_REQUIRES(this->mutex_) {
       if constexpr (A::hooks.beginBatch != nullptr) (def_.*A::hooks.beginBatch)();
       if constexpr (entriesWait) {
          Rp response;
@@ -294,7 +297,7 @@ private:
       responses_.pop_front();
       return &snapshotResponse_;
    }
-   void writeEmpty() override ORV_REQUIRES(this->mutex_) { this->writeResponse(Rp()); }
+   void writeEmpty() override ZELT_REQUIRES(this->mutex_) { this->writeResponse(Rp()); }
 
    void traceValue(const Key& key, const Value& value) const {
       if constexpr (entriesWait) {

@@ -4,7 +4,7 @@
 
 #include <iterator>
 
-#include "zelt/Utf8.h"
+#include "platform/zelt/Utf8.h"
 
 namespace OrvSdkRpc {
 namespace {

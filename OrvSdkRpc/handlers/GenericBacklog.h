@@ -11,11 +11,11 @@
 #include <utility>
 
 #include "OrvSdkRpc/handlers/PendingTable.h"
-#include "gorm/Task.h"
-#include "gorm/TaskScheduler.h"
-#include "pavo/Ptr.h"
-#include "pavo/String.h"
-#include "pavo/Task.h"
+#include "platform/gorm/PavoTask.h"
+#include "platform/gorm/Task.h"
+#include "platform/gorm/TaskScheduler.h"
+#include "platform/pavo/Ptr.h"
+#include "platform/pavo/String.h"
 
 namespace OrvSdkRpc {
 

@@ -17,7 +17,7 @@
 #include <vector>
 
 #include "OrvSdkRpc/handlers/PendingTable.h"
-#include "pavo/Allocator.h"
+#include "platform/pavo/Allocator.h"
 
 namespace OrvSdkRpc {
 

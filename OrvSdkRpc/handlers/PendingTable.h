@@ -17,7 +17,7 @@
 #include <utility>
 #include <vector>
 
-#include "pavo/Allocator.h"
+#include "platform/pavo/Allocator.h"
 
 namespace OrvSdkRpc {
 

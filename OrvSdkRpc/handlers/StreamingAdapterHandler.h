@@ -25,7 +25,10 @@ protected:
 
 private:
    void subscribe() final { subscribeBy(def_, this->service_, this->tag_, *this->request_); }
-   void cancel() final { (this->service_.*Def::controller)().cancel(this->tag_); }
+   void cancel() final {
+      auto& controller = (this->service_.*Def::controller)();
+      controller.cancel(this->tag_);
+   }
    [[nodiscard]] bool filter(const Rp& message) const final {
       if constexpr (Def::hooks.filter.member != nullptr) {
          return (def_.*Def::hooks.filter.member)(*this->request_, message);

@@ -14,7 +14,7 @@
 
 #include "OrvSdkRpc/handlers/AlarmedStream.h"
 #include "OrvSdkRpc/handlers/ServerStream.h"
-#include "pavo/Allocator.h"
+#include "platform/pavo/Allocator.h"
 
 namespace OrvSdkRpc {
 
@@ -26,11 +26,11 @@ class EventStream : public AlarmedStream {
 public:
    [[nodiscard]] unsigned long queueLimit() const { return queueLimit_; }
    // How many messages wait. Any thread.
-   [[nodiscard]] std::size_t queued() ORV_EXCLUDES(mutex_);
+   [[nodiscard]] std::size_t queued() ZELT_EXCLUDES(mutex_);
 
    // Queues the message, unless the stream is closed or, for a message that is no acknowledgement, does not
    // want it. For the controller; the message must be of the stream's response type.
-   void enqueue(std::shared_ptr<const google::protobuf::Message> message, bool ack) ORV_EXCLUDES(mutex_);
+   void enqueue(std::shared_ptr<const google::protobuf::Message> message, bool ack) ZELT_EXCLUDES(mutex_);
 
 protected:
    EventStream(OpaqueId tag, grpc::Server& server, grpc::ServerCompletionQueue& cq, GrpcService& service);
@@ -39,9 +39,9 @@ protected:
    void start() override;
    // The last step of it: from here on the stream gets events.
    void goLive();
-   void onTick(CqEventSource source) final ORV_EXCLUDES(mutex_);
-   void alarmDuringWrite() final ORV_EXCLUDES(mutex_) { discard(); }
-   void discard() final ORV_EXCLUDES(mutex_);
+   void onTick(CqEventSource source) final ZELT_EXCLUDES(mutex_);
+   void alarmDuringWrite() final ZELT_EXCLUDES(mutex_) { discard(); }
+   void discard() final ZELT_EXCLUDES(mutex_);
 
    // Whether this stream wants the message.
    [[nodiscard]] virtual bool wants(const google::protobuf::Message& message) const = 0;
@@ -54,9 +54,9 @@ protected:
    unsigned long queueLimit_ = streamQueueLimit;
 
 private:
-   std::deque<std::shared_ptr<const google::protobuf::Message>> queue_ ORV_GUARDED_BY(mutex_);
+   std::deque<std::shared_ptr<const google::protobuf::Message>> queue_ ZELT_GUARDED_BY(mutex_);
    // The queue was too long once: nothing is queued or written any more.
-   bool overflowed_ ORV_GUARDED_BY(mutex_) = false;
+   bool overflowed_ ZELT_GUARDED_BY(mutex_) = false;
 };
 
 // Hc:     the most derived handler. Its constructor takes (OpaqueId tag, grpc::Server&,

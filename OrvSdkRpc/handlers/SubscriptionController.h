@@ -20,7 +20,7 @@
 #include "OrvSdkRpc/server/MethodTraits.h"
 #include "OrvSdkRpc/server/Mutex.h"
 #include "OrvSdkRpc/server/TagManager.h"
-#include "pavo/Allocator.h"
+#include "platform/pavo/Allocator.h"
 
 namespace OrvSdkRpc {
 
@@ -47,14 +47,14 @@ public:
 
    // Enters the stream, and calls startWatching under the SDK's lock if it is the only one. What that throws
    // passes; the stream has not subscribed then, and where nobody else has either stopWatching is called.
-   void subscribe(OpaqueId tag) ORV_EXCLUDES(mutex_);
+   void subscribe(OpaqueId tag) ZELT_EXCLUDES(mutex_);
 
    // Takes the stream out, and calls stopWatching under the SDK's lock if none is left, also when none was
    // there: a stream may leave twice.
-   void cancel(OpaqueId tag) ORV_EXCLUDES(mutex_);
+   void cancel(OpaqueId tag) ZELT_EXCLUDES(mutex_);
 
    // The subscribed handlers that are still alive.
-   [[nodiscard]] std::vector<std::shared_ptr<RequestHandler>> getHandlers() const ORV_EXCLUDES(mutex_);
+   [[nodiscard]] std::vector<std::shared_ptr<RequestHandler>> getHandlers() const ZELT_EXCLUDES(mutex_);
 
 protected:
    explicit Subscriptions(const GrpcService& owner) : owner_(owner) {}
@@ -71,11 +71,11 @@ protected:
                        bool ack);
 
 private:
-   [[nodiscard]] bool watched() const ORV_EXCLUDES(mutex_);
+   [[nodiscard]] bool watched() const ZELT_EXCLUDES(mutex_);
 
    const GrpcService& owner_;
    mutable Mutex mutex_;
-   std::unordered_set<OpaqueId> tags_ ORV_GUARDED_BY(mutex_);
+   std::unordered_set<OpaqueId> tags_ ZELT_GUARDED_BY(mutex_);
 };
 
 // A member of the service, which offers startWatching() and stopWatching() to switch the SDK's notification;

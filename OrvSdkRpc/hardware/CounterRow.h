@@ -7,11 +7,11 @@
 #include <string_view>
 
 #include "OrvSdkRpc/hardware/IntfTrafficRatesWatcher.h"
-#include "interface/IntfCounter.h"
-#include "lumic/IntfId.h"
 #include "orv/lock.h"
 #include "orv/tracer.h"
-#include "rillo/TableCorruption.h"
+#include "platform/rillo/TableCorruption.h"
+#include "platform/state/IntfCounter.h"
+#include "platform/state/IntfId.h"
 
 namespace OrvSdkRpc {
 

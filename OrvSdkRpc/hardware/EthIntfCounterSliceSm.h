@@ -3,10 +3,10 @@
 // Thread-safety: guarded by the SDK's lock. Rows are handled on the main loop.
 #pragma once
 
-#include "interface/EthIntfCounter.h"
-#include "lumic/IntfId.h"
-#include "pavo/Ptr.h"
-#include "pavo/String.h"
+#include "platform/pavo/Ptr.h"
+#include "platform/pavo/String.h"
+#include "platform/state/EthIntfCounter.h"
+#include "platform/state/IntfId.h"
 
 namespace OrvSdkRpc {
 

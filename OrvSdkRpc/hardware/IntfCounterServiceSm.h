@@ -7,9 +7,9 @@
 #include <string>
 
 #include "OrvSdkRpc/hardware/EthIntfCounterSliceSm.h"
-#include "interface/EthIntfCounter.h"
-#include "zelt/Dir.h"
-#include "zelt/SharedMem.h"
+#include "platform/state/EthIntfCounter.h"
+#include "platform/tessel/SharedMem.h"
+#include "platform/zelt/Dir.h"
 
 namespace OrvSdkRpc {
 

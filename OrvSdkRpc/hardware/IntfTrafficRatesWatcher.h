@@ -9,14 +9,14 @@
 #include <functional>
 #include <vector>
 
-#include "interface/EthIntfCounter.h"
-#include "lumic/IntfId.h"
 #include "orv/intf_counter_types.h"
 #include "orv/intf_id.h"
 #include "orv/mount.h"
-#include "pavo/Ptr.h"
-#include "zelt/Dir.h"
-#include "zelt/SharedMem.h"
+#include "platform/pavo/Ptr.h"
+#include "platform/state/EthIntfCounter.h"
+#include "platform/state/IntfId.h"
+#include "platform/tessel/SharedMem.h"
+#include "platform/zelt/Dir.h"
 
 namespace OrvSdkRpc {
 

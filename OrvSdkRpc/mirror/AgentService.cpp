@@ -6,8 +6,8 @@
 #include "OrvSdkRpc/handlers/StreamingAdapterHandler.h"
 #include "OrvSdkRpc/handlers/UnaryRequestHandler.h"
 #include "OrvSdkRpc/mirror/Forward.h"
-#include "zelt/Anchors.h"
-#include "zelt/Clock.h"
+#include "platform/zelt/Anchors.h"
+#include "platform/zelt/Clock.h"
 
 namespace OrvSdkRpc {
 

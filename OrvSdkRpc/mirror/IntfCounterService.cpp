@@ -14,7 +14,7 @@
 #include "OrvSdkRpc/types/Counters.h"
 #include "OrvSdkRpc/types/Identifiers.h"
 #include "orv/error.h"
-#include "toggles/Toggles.h"
+#include "platform/process/Toggles.h"
 
 namespace OrvSdkRpc {
 

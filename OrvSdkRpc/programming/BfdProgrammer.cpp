@@ -8,8 +8,8 @@
 #include "OrvSdkRpc/programming/Convert.h"
 #include "OrvSdkRpc/programming/Reply.h"
 #include "OrvSdkRpc/server/Assert.h"
-#include "gorm/TaskScheduler.h"
 #include "orv/lock.h"
+#include "platform/gorm/TaskScheduler.h"
 
 namespace OrvSdkRpc {
 namespace {

@@ -14,11 +14,11 @@
 #include "OrvSdkRpc/programming/BfdRttBacklogSm.h"
 #include "OrvSdkRpc/programming/SbfdUpdateSender.h"
 #include "OrvSdkRpcProtos/orvsdk.pb.h"
-#include "gorm/Task.h"
 #include "orv/bfd_session.h"
 #include "orv/intf.h"
-#include "pavo/Ptr.h"
-#include "pavo/Task.h"
+#include "platform/gorm/PavoTask.h"
+#include "platform/gorm/Task.h"
+#include "platform/pavo/Ptr.h"
 
 namespace OrvSdkRpc {
 

@@ -7,10 +7,10 @@
 
 #include "OrvSdkRpc/handlers/PendingTable.h"
 #include "OrvSdkRpc/programming/SbfdUpdateSender.h"
-#include "gorm/Task.h"
-#include "gorm/TaskScheduler.h"
 #include "orv/sbfd_types.h"
-#include "pavo/Ptr.h"
+#include "platform/gorm/Task.h"
+#include "platform/gorm/TaskScheduler.h"
+#include "platform/pavo/Ptr.h"
 
 namespace OrvSdkRpc {
 

@@ -4,9 +4,9 @@
 
 #include "OrvSdkRpc/programming/Reply.h"
 #include "orv/error.h"
-#include "tessel/EntityManager.h"
-#include "tessel/MountGroup.h"
-#include "zelt/SharedMem.h"
+#include "platform/tessel/EntityManager.h"
+#include "platform/tessel/MountGroup.h"
+#include "platform/tessel/SharedMem.h"
 
 namespace OrvSdkRpc {
 namespace {

@@ -3,9 +3,9 @@
 // Thread-safety: SDK's main thread, or with the SDK's lock held.
 #pragma once
 
-#include "cbfnhgext/CbfNhgOverride.h"
 #include "orv/mount.h"
-#include "pavo/Ptr.h"
+#include "platform/pavo/Ptr.h"
+#include "platform/state/CbfNhgOverride.h"
 
 namespace OrvSdkRpc {
 

@@ -8,13 +8,13 @@
 #include "OrvSdkRpc/programming/CbfNhgMgr.h"
 #include "OrvSdkRpc/programming/CbfRedirectReader.h"
 #include "OrvSdkRpc/programming/Reply.h"
-#include "gorm/TaskScheduler.h"
 #include "orv/acl.h"
 #include "orv/agent.h"
 #include "orv/class_map.h"
 #include "orv/lock.h"
 #include "orv/policy_map.h"
-#include "pavo/Task.h"
+#include "platform/gorm/PavoTask.h"
+#include "platform/gorm/TaskScheduler.h"
 
 namespace OrvSdkRpc {
 namespace {

@@ -24,9 +24,9 @@
 #include "OrvSdkRpc/programming/CbfRedirectTable.h"
 #include "OrvSdkRpc/programming/DscpValues.h"
 #include "OrvSdkRpcProtos/orvsdk.pb.h"
-#include "cbfnhgext/CbfNhgOverride.h"
 #include "orv/policy_key.h"
 #include "orv/policy_map_types.h"
+#include "platform/state/CbfNhgOverride.h"
 
 namespace orv {
 class acl_key_t;

@@ -10,7 +10,7 @@
 #include "OrvSdkRpc/server/Assert.h"
 #include "orv/lock.h"
 #include "orv/nexthop_group.h"
-#include "toggles/Toggles.h"
+#include "platform/process/Toggles.h"
 
 namespace OrvSdkRpc {
 namespace {

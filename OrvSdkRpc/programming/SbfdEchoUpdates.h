@@ -23,19 +23,19 @@ public:
    explicit SbfdEchoUpdates(const GrpcService& service) : service_(service) {}
 
    // A stream that is there already is a programming error and ends the process.
-   void insert(OpaqueId tag) ORV_EXCLUDES(mutex_);
+   void insert(OpaqueId tag) ZELT_EXCLUDES(mutex_);
 
    // Hands each stream a copy, the last one the message itself. The id of a stream that has ended leaves the
    // set here and nowhere else.
-   void fanout(Send send, Message&& message) ORV_EXCLUDES(mutex_);
+   void fanout(Send send, Message&& message) ZELT_EXCLUDES(mutex_);
 
    // Ids in the set, those of streams that have ended since the last fan-out among them.
-   [[nodiscard]] std::size_t size() const ORV_EXCLUDES(mutex_);
+   [[nodiscard]] std::size_t size() const ZELT_EXCLUDES(mutex_);
 
 private:
    const GrpcService& service_;
    mutable Mutex mutex_;
-   std::set<OpaqueId> tags_ ORV_GUARDED_BY(mutex_);
+   std::set<OpaqueId> tags_ ZELT_GUARDED_BY(mutex_);
 };
 
 }  // namespace OrvSdkRpc

@@ -28,21 +28,21 @@ public:
    void process(OpaqueId tag) override;
    void callDone() override;
 
-   void sendAliveUpdate(Message&& message) ORV_EXCLUDES(writeMutex_, queueMutex_);
-   void sendRttUpdate(Message&& message) ORV_EXCLUDES(writeMutex_, queueMutex_);
+   void sendAliveUpdate(Message&& message) ZELT_EXCLUDES(writeMutex_, queueMutex_);
+   void sendRttUpdate(Message&& message) ZELT_EXCLUDES(writeMutex_, queueMutex_);
 
 private:
    void send(std::deque<Message> SbfdEchoUpdatesHandler::*queue, const char* kind, Message&& message);
    // Starts the next write, or is idle.
-   void doWrite() ORV_REQUIRES(writeMutex_) ORV_EXCLUDES(queueMutex_);
-   bool next(Message& message, const char*& kind) ORV_EXCLUDES(queueMutex_);
-   void write(const Message& message) ORV_REQUIRES(writeMutex_);
+   void doWrite() ZELT_REQUIRES(writeMutex_) ZELT_EXCLUDES(queueMutex_);
+   bool next(Message& message, const char*& kind) ZELT_EXCLUDES(queueMutex_);
+   void write(const Message& message) ZELT_REQUIRES(writeMutex_);
 
    Mutex writeMutex_;
    // No write is under way. Not idle until the call has arrived and the stream has been opened.
-   bool idle_ ORV_GUARDED_BY(writeMutex_) = false;
+   bool idle_ ZELT_GUARDED_BY(writeMutex_) = false;
    // The client has gone: what is still sent is dropped.
-   bool ended_ ORV_GUARDED_BY(writeMutex_) = false;
+   bool ended_ ZELT_GUARDED_BY(writeMutex_) = false;
 
    Mutex queueMutex_;
    // Guarded by queueMutex_, which a pointer to a member cannot say.

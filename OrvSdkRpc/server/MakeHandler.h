@@ -6,7 +6,7 @@
 #include <memory>
 #include <utility>
 
-#include "pavo/Allocator.h"
+#include "platform/pavo/Allocator.h"
 
 namespace OrvSdkRpc {
 

@@ -44,41 +44,41 @@ public:
    TagManager& operator=(const TagManager&) = delete;
 
    // Guards the map; listHandlers leaves taking it to the caller, everything else takes it.
-   Mutex& mutex() const ORV_THREAD_ATTRIBUTE(lock_returned(mutex_)) { return mutex_; }
+   Mutex& mutex() const ZELT_RETURN_CAPABILITY(mutex_) { return mutex_; }
 
    // A new id: never null, never given before.
    OpaqueId nextId() noexcept;
 
    // Enters the handler under its main tag and, if it has one, its done tag.
-   void add(std::size_t serviceId, std::shared_ptr<RequestHandler> handler) ORV_EXCLUDES(mutex_);
+   void add(std::size_t serviceId, std::shared_ptr<RequestHandler> handler) ZELT_EXCLUDES(mutex_);
 
    // Enters the handler under one more, new tag.
    OpaqueId addExtra(std::size_t serviceId, const std::shared_ptr<RequestHandler>& handler)
-        ORV_EXCLUDES(mutex_);
+        ZELT_EXCLUDES(mutex_);
 
    // The handler, or empty for a tag that is not registered.
-   std::shared_ptr<RequestHandler> find(OpaqueId tag) const ORV_EXCLUDES(mutex_);
+   std::shared_ptr<RequestHandler> find(OpaqueId tag) const ZELT_EXCLUDES(mutex_);
    // For the pump, once per event.
-   [[nodiscard]] Event findEvent(OpaqueId tag) const ORV_EXCLUDES(mutex_);
+   [[nodiscard]] Event findEvent(OpaqueId tag) const ZELT_EXCLUDES(mutex_);
 
    // Erases one tag. Its event may be on the queue; of an extra tag so much is kept, until the handler goes,
    // that the event is taken off the handler's count when it comes.
-   void remove(OpaqueId tag) ORV_EXCLUDES(mutex_);
+   void remove(OpaqueId tag) ZELT_EXCLUDES(mutex_);
 
    // Erases every tag of the handler.
-   void removeAll(RequestHandler& handler) ORV_EXCLUDES(mutex_);
+   void removeAll(RequestHandler& handler) ZELT_EXCLUDES(mutex_);
 
    // Erases everything.
-   void clear() ORV_EXCLUDES(mutex_);
+   void clear() ZELT_EXCLUDES(mutex_);
 
    // Registered tags.
-   [[nodiscard]] std::size_t size() const ORV_EXCLUDES(mutex_);
+   [[nodiscard]] std::size_t size() const ZELT_EXCLUDES(mutex_);
 
    // The handlers behind the tags from `first` to `last`, in that order. A tag that is not registered is
    // skipped: a subscription may outlive its handler by a moment. A tag of another service ends the process.
    template <class I>
    std::vector<std::shared_ptr<RequestHandler>> listHandlers(std::size_t serviceId, I first, I last) const
-        ORV_REQUIRES(mutex_) {
+        ZELT_REQUIRES(mutex_) {
       std::vector<std::shared_ptr<RequestHandler>> handlers;
       for (; first != last; ++first) {
          const auto i = tags_.find(*first);
@@ -90,15 +90,15 @@ public:
    }
 
 private:
-   bool registered(OpaqueId tag) const ORV_REQUIRES(mutex_);
+   bool registered(OpaqueId tag) const ZELT_REQUIRES(mutex_);
    // Whether a tag of the handler is registered.
-   bool holds(const RequestHandler& handler) const ORV_REQUIRES(mutex_);
-   void eraseExtraTags(RequestHandler& handler) ORV_REQUIRES(mutex_);
+   bool holds(const RequestHandler& handler) const ZELT_REQUIRES(mutex_);
+   void eraseExtraTags(RequestHandler& handler) ZELT_REQUIRES(mutex_);
 
    using Map = absl::flat_hash_map<OpaqueId, Tag>;
 
    mutable Mutex mutex_;
-   Map tags_ ORV_GUARDED_BY(mutex_);
+   Map tags_ ZELT_GUARDED_BY(mutex_);
    std::atomic<std::uintptr_t> lastId_{0};
 };
 

@@ -34,7 +34,8 @@ decltype(auto) converted(const Value& value) {
    if constexpr (Plain<Value>) {
       return (value);
    } else {
-      static_assert(Convertible<Value>, "no conversion for this type: its header in OrvSdkRpc/types is missing");
+      static_assert(Convertible<Value>,
+                    "no conversion for this type: its header in OrvSdkRpc/types is missing");
       return convert(Wire<Value>{value});
    }
 }

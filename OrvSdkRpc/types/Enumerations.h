@@ -23,7 +23,7 @@
 #include "orv/policy_key.h"
 #include "orv/policy_map_types.h"
 #include "orv/traffic_policy_types.h"
-#include "routing/FecHwProgrammingState.h"
+#include "platform/state/FecHwProgrammingState.h"
 
 namespace OrvSdkRpc::types {
 

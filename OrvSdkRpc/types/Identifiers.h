@@ -8,8 +8,6 @@
 #pragma once
 
 #include "OrvSdkRpcProtos/types.pb.h"
-#include "lumic/Mpls.h"
-#include "mpls/RouteKeyAndMetric.h"
 #include "orv/acl_types.h"
 #include "orv/bgp_path_types.h"
 #include "orv/bgp_types.h"
@@ -22,6 +20,8 @@
 #include "orv/mpls_vrf_label_types.h"
 #include "orv/policy_key.h"
 #include "orv/range.h"
+#include "platform/state/Mpls.h"
+#include "platform/state/RouteKeyAndMetric.h"
 
 namespace OrvSdkRpc::types {
 

@@ -1,12 +1,12 @@
-#include "gorm/Task.h"
+#include "platform/gorm/Task.h"
 
 #include <fmt/format.h>
 
 #include <stdexcept>
 #include <utility>
 
-#include "gorm/TaskScheduler.h"
-#include "zelt/Anchors.h"
+#include "platform/gorm/TaskScheduler.h"
+#include "platform/zelt/Anchors.h"
 
 namespace Gorm {
 

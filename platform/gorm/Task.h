@@ -9,7 +9,7 @@
 #include <functional>
 #include <string>
 
-#include "pavo/Ptr.h"
+#include "platform/pavo/Ptr.h"
 
 namespace Gorm {
 

@@ -1,4 +1,4 @@
-#include "gorm/TaskScheduler.h"
+#include "platform/gorm/TaskScheduler.h"
 
 #include <algorithm>
 #include <bit>
@@ -6,10 +6,10 @@
 #include <stdexcept>
 #include <utility>
 
-#include "zelt/Anchors.h"
-#include "zelt/Clock.h"
-#include "zelt/Futex.h"
-#include "zelt/Mutex.h"
+#include "platform/zelt/Anchors.h"
+#include "platform/zelt/Clock.h"
+#include "platform/zelt/Futex.h"
+#include "platform/zelt/Mutex.h"
 
 namespace Gorm {
 

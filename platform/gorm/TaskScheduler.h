@@ -21,10 +21,10 @@
 #include <string>
 #include <string_view>
 
-#include "gorm/Task.h"
-#include "gorm/TimerHeap.h"
-#include "pavo/Ptr.h"
-#include "zelt/ActivityLock.h"
+#include "platform/gorm/Task.h"
+#include "platform/gorm/TimerHeap.h"
+#include "platform/pavo/Ptr.h"
+#include "platform/zelt/ActivityLock.h"
 
 namespace Gorm {
 

@@ -1,4 +1,4 @@
-#include "gorm/TimerHeap.h"
+#include "platform/gorm/TimerHeap.h"
 
 namespace Gorm {
 

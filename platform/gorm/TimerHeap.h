@@ -8,7 +8,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "gorm/Task.h"
+#include "platform/gorm/Task.h"
 
 namespace Gorm {
 

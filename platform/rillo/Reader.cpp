@@ -1,8 +1,8 @@
-#include "rillo/Reader.h"
+#include "platform/rillo/Reader.h"
 
 #include <utility>
 
-#include "gorm/Task.h"
+#include "platform/gorm/Task.h"
 
 namespace Rillo {
 namespace {

@@ -9,8 +9,8 @@
 #include <string>
 #include <vector>
 
-#include "gorm/TaskScheduler.h"
-#include "pavo/Ptr.h"
+#include "platform/gorm/TaskScheduler.h"
+#include "platform/pavo/Ptr.h"
 
 namespace Rillo {
 

@@ -26,10 +26,10 @@
 #include <utility>
 #include <vector>
 
-#include "gorm/TaskScheduler.h"
-#include "pavo/Ptr.h"
-#include "rillo/Reader.h"
-#include "rillo/TableCorruption.h"
+#include "platform/gorm/TaskScheduler.h"
+#include "platform/pavo/Ptr.h"
+#include "platform/rillo/Reader.h"
+#include "platform/rillo/TableCorruption.h"
 
 namespace Rillo {
 

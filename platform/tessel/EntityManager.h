@@ -10,8 +10,8 @@
 #include <string_view>
 #include <vector>
 
-#include "pavo/Ptr.h"
-#include "zelt/Dir.h"
+#include "platform/pavo/Ptr.h"
+#include "platform/zelt/Dir.h"
 
 namespace Tessel {
 

@@ -1,4 +1,4 @@
-#include "tessel/MountGroup.h"
+#include "platform/tessel/MountGroup.h"
 
 #include <fmt/format.h>
 

@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-#include "tessel/EntityManager.h"
+#include "platform/tessel/EntityManager.h"
 
 namespace Tessel {
 

@@ -1,9 +1,9 @@
-#include "zelt/ActivityLock.h"
+#include "platform/zelt/ActivityLock.h"
 
 #include <cstdio>
 #include <cstdlib>
 
-#include "zelt/ActivityLockSlowPath.h"
+#include "platform/zelt/ActivityLockSlowPath.h"
 
 namespace Zelt {
 

@@ -21,11 +21,11 @@
 #include <atomic>
 #include <cstdint>
 
-#include "zelt/ActivityLockCore.h"
-#include "zelt/Clock.h"
-#include "zelt/Futex.h"
-#include "zelt/LockWaits.h"
-#include "zelt/Mutex.h"
+#include "platform/zelt/ActivityLockCore.h"
+#include "platform/zelt/Clock.h"
+#include "platform/zelt/Futex.h"
+#include "platform/zelt/LockWaits.h"
+#include "platform/zelt/Mutex.h"
 
 namespace Zelt {
 

@@ -17,7 +17,7 @@
 #include <atomic>
 #include <cstdint>
 
-#include "zelt/ThreadAnnotations.h"
+#include "platform/zelt/ThreadAnnotations.h"
 
 namespace Zelt {
 

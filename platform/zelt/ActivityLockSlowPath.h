@@ -2,7 +2,7 @@
 
 // The part of the activity lock that runs when threads meet. Included where the lock is instantiated.
 
-#include "zelt/ActivityLockCore.h"
+#include "platform/zelt/ActivityLockCore.h"
 
 namespace Zelt {
 

@@ -3,7 +3,7 @@
 // Scope guards over the activity lock and over an embedding interpreter's lock.
 // Thread-safety: an anchor belongs to the thread that made it. gilHooksIs: before other threads start.
 
-#include "zelt/ActivityLock.h"
+#include "platform/zelt/ActivityLock.h"
 
 namespace Zelt {
 

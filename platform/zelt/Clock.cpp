@@ -1,4 +1,4 @@
-#include "zelt/Clock.h"
+#include "platform/zelt/Clock.h"
 
 #include <ctime>
 

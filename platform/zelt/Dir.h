@@ -12,7 +12,7 @@
 #include <string_view>
 #include <vector>
 
-#include "pavo/Ptr.h"
+#include "platform/pavo/Ptr.h"
 
 namespace Zelt {
 

@@ -1,4 +1,4 @@
-#include "zelt/Futex.h"
+#include "platform/zelt/Futex.h"
 
 #include <linux/futex.h>
 #include <sys/syscall.h>
@@ -7,7 +7,7 @@
 #include <cerrno>
 #include <ctime>
 
-#include "zelt/Clock.h"
+#include "platform/zelt/Clock.h"
 
 namespace Zelt {
 

@@ -5,7 +5,7 @@
 #include <atomic>
 #include <cstdint>
 
-#include "zelt/ActivityLockCore.h"
+#include "platform/zelt/ActivityLockCore.h"
 
 namespace Zelt {
 

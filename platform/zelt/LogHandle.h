@@ -11,8 +11,8 @@
 #include <string>
 #include <string_view>
 
-#include "zelt/Clock.h"
-#include "zelt/Mutex.h"
+#include "platform/zelt/Clock.h"
+#include "platform/zelt/Mutex.h"
 
 namespace Zelt {
 

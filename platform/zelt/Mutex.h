@@ -5,7 +5,7 @@
 
 #include <mutex>
 
-#include "zelt/ThreadAnnotations.h"
+#include "platform/zelt/ThreadAnnotations.h"
 
 namespace Zelt {
 
@@ -22,16 +22,24 @@ private:
    std::mutex mutex_;
 };
 
-/// Holds a Mutex for its scope.
+/// Holds a Mutex for its scope, or until an early unlock.
 class ZELT_SCOPED_CAPABILITY MutexAnchor {
 public:
-   explicit MutexAnchor(Mutex& mutex) ZELT_ACQUIRE(mutex) : mutex_(mutex) { mutex_.lock(); }
-   ~MutexAnchor() ZELT_RELEASE() { mutex_.unlock(); }
+   explicit MutexAnchor(Mutex& mutex) ZELT_ACQUIRE(mutex) : mutex_(&mutex) { mutex_->lock(); }
+   ~MutexAnchor() ZELT_RELEASE() {
+      if (mutex_ != nullptr) mutex_->unlock();
+   }
    MutexAnchor(const MutexAnchor&) = delete;
    MutexAnchor& operator=(const MutexAnchor&) = delete;
 
+   /// REQUIRES: not called before.
+   void unlock() ZELT_RELEASE() {
+      mutex_->unlock();
+      mutex_ = nullptr;
+   }
+
 private:
-   Mutex& mutex_;
+   Mutex* mutex_;
 };
 
 }  // namespace Zelt

@@ -15,4 +15,5 @@
 #define ZELT_EXCLUDES(...) ZELT_THREAD_ANNOTATION(locks_excluded(__VA_ARGS__))
 #define ZELT_ACQUIRE(...) ZELT_THREAD_ANNOTATION(acquire_capability(__VA_ARGS__))
 #define ZELT_RELEASE(...) ZELT_THREAD_ANNOTATION(release_capability(__VA_ARGS__))
+#define ZELT_RETURN_CAPABILITY(mutex) ZELT_THREAD_ANNOTATION(lock_returned(mutex))
 #define ZELT_NO_ANALYSIS ZELT_THREAD_ANNOTATION(no_thread_safety_analysis)

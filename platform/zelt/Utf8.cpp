@@ -1,4 +1,4 @@
-#include "zelt/Utf8.h"
+#include "platform/zelt/Utf8.h"
 
 namespace Zelt {
 

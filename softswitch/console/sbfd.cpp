@@ -9,8 +9,8 @@
 #include "softswitch/console/read.h"
 #include "softswitch/console/rows.h"
 #include "softswitch/console/show.h"
-#include "softswitch/forwarding/sbfd_model.h"
-#include "softswitch/managers/bfd_session_mgr.h"
+#include "softswitch/sbfd/bfd_session_mgr.h"
+#include "softswitch/sbfd/sbfd_model.h"
 #include "softswitch/soft_switch.h"
 
 namespace softswitch::console {

@@ -14,7 +14,7 @@
 #include <stdexcept>
 #include <system_error>
 
-#include "zelt/Anchors.h"
+#include "platform/zelt/Anchors.h"
 
 namespace softswitch::console {
 namespace {

@@ -8,7 +8,7 @@
 #include "softswitch/console/read.h"
 #include "softswitch/console/rows.h"
 #include "softswitch/console/show.h"
-#include "softswitch/forwarding/lookup.h"
+#include "softswitch/lookup/lookup.h"
 #include "softswitch/managers/vrf_mgr.h"
 #include "softswitch/soft_switch.h"
 

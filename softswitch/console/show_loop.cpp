@@ -3,11 +3,11 @@
 #include <string_view>
 #include <vector>
 
-#include "gorm/TaskScheduler.h"
+#include "platform/gorm/TaskScheduler.h"
+#include "platform/zelt/ActivityLock.h"
+#include "platform/zelt/Clock.h"
 #include "softswitch/console/rows.h"
 #include "softswitch/console/show.h"
-#include "zelt/ActivityLock.h"
-#include "zelt/Clock.h"
 
 namespace softswitch::console {
 namespace {

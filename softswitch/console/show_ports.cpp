@@ -6,10 +6,10 @@
 #include "softswitch/console/rows.h"
 #include "softswitch/console/show.h"
 #include "softswitch/managers/eth_phy_intf_mgr.h"
-#include "softswitch/managers/intf_counter_mgr.h"
 #include "softswitch/managers/intf_mgr.h"
 #include "softswitch/soft_switch.h"
 #include "softswitch/traffic/counter_writers.h"
+#include "softswitch/traffic/intf_counter_mgr.h"
 #include "softswitch/traffic/traffic_model.h"
 
 namespace softswitch::console {

@@ -11,7 +11,6 @@
 #include "softswitch/forwarding/hardware.h"
 #include "softswitch/managers/acl_mgr.h"
 #include "softswitch/managers/agent_mgr.h"
-#include "softswitch/managers/bfd_session_mgr.h"
 #include "softswitch/managers/class_map_mgr.h"
 #include "softswitch/managers/eth_phy_intf_mgr.h"
 #include "softswitch/managers/intf_mgr.h"
@@ -22,6 +21,7 @@
 #include "softswitch/managers/nexthop_group_tunnel_mgr.h"
 #include "softswitch/managers/policy_map_mgr.h"
 #include "softswitch/managers/vrf_mgr.h"
+#include "softswitch/sbfd/bfd_session_mgr.h"
 #include "softswitch/soft_switch.h"
 #include "softswitch/store/store.h"
 

@@ -158,7 +158,7 @@ std::string Args::joined(std::size_t count) const {
    std::string result;
    for (const auto& word : words_.first(count)) {
       if (!result.empty()) result += ' ';
-      result += quoted(word);
+      result += console::quoted(word);
    }
    return result;
 }

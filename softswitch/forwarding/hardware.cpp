@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "zelt/ActivityLock.h"
+#include "platform/zelt/ActivityLock.h"
 
 namespace softswitch {
 

@@ -11,7 +11,7 @@
 #include <memory>
 #include <vector>
 
-#include "pavo/Task.h"
+#include "platform/gorm/PavoTask.h"
 #include "softswitch/forwarding/plane.h"
 
 namespace softswitch {

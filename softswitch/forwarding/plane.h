@@ -13,8 +13,8 @@
 
 #include "orv/mpls_route_types.h"
 #include "orv/nexthop_group_types.h"
-#include "softswitch/managers/ip_route_table.h"
-#include "softswitch/names.h"
+#include "softswitch/tables/ip_route_table.h"
+#include "softswitch/tables/names.h"
 
 namespace softswitch {
 

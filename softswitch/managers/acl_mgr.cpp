@@ -6,7 +6,7 @@
 
 #include "orv/error.h"
 #include "softswitch/managers/intf_mgr.h"
-#include "softswitch/managers/policy_codecs.h"
+#include "softswitch/tables/policy_codecs.h"
 
 namespace softswitch {
 namespace {

@@ -35,9 +35,9 @@
 #include <vector>
 
 #include "orv/acl.h"
-#include "softswitch/context.h"
 #include "softswitch/managers/acl_rules.h"
-#include "softswitch/table.h"
+#include "softswitch/managers/context.h"
+#include "softswitch/tables/table.h"
 
 namespace softswitch {
 

@@ -7,7 +7,7 @@
 #include <string_view>
 
 #include "orv/error.h"
-#include "softswitch/name_check.h"
+#include "softswitch/tables/name_check.h"
 
 namespace softswitch {
 namespace {

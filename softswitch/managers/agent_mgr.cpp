@@ -6,7 +6,7 @@
 
 #include "orv/error.h"
 #include "orv/lock.h"
-#include "softswitch/name_check.h"
+#include "softswitch/tables/name_check.h"
 
 namespace softswitch {
 namespace {

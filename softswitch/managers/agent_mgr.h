@@ -16,8 +16,8 @@
 #include <string>
 
 #include "orv/agent.h"
-#include "softswitch/context.h"
-#include "softswitch/table.h"
+#include "softswitch/managers/context.h"
+#include "softswitch/tables/table.h"
 
 namespace softswitch {
 

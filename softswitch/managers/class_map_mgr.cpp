@@ -2,7 +2,7 @@
 
 #include "orv/error.h"
 #include "softswitch/managers/acl_rules.h"
-#include "softswitch/name_check.h"
+#include "softswitch/tables/name_check.h"
 
 namespace softswitch {
 

@@ -5,8 +5,8 @@
 #include <memory>
 
 #include "orv/error.h"
-#include "softswitch/link_speed.h"
 #include "softswitch/managers/intf_mgr.h"
+#include "softswitch/managers/link_speed.h"
 
 namespace softswitch {
 namespace {

@@ -15,7 +15,7 @@
 #include <absl/container/flat_hash_map.h>
 
 #include "orv/eth_phy_intf.h"
-#include "softswitch/context.h"
+#include "softswitch/managers/context.h"
 
 namespace softswitch {
 

@@ -9,9 +9,9 @@
 
 #include "orv/fib.h"
 #include "orv/intf.h"
-#include "softswitch/fec.h"
 #include "softswitch/managers/ip_route_mgr.h"
 #include "softswitch/managers/nexthop_group_mgr.h"
+#include "softswitch/tables/fec.h"
 
 namespace softswitch {
 

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "softswitch/managers/nexthop_group_mgr.h"
-#include "softswitch/names.h"
+#include "softswitch/tables/names.h"
 
 namespace softswitch {
 

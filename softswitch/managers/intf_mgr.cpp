@@ -4,8 +4,8 @@
 #include <optional>
 
 #include "orv/error.h"
-#include "softswitch/name_check.h"
-#include "softswitch/value_codec.h"
+#include "softswitch/tables/name_check.h"
+#include "softswitch/tables/value_codec.h"
 
 namespace softswitch {
 namespace {

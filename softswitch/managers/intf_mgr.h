@@ -33,9 +33,9 @@
 #include <string>
 
 #include "orv/intf.h"
-#include "softswitch/context.h"
-#include "softswitch/table.h"
-#include "softswitch/topology.h"
+#include "softswitch/managers/context.h"
+#include "softswitch/managers/topology.h"
+#include "softswitch/tables/table.h"
 
 namespace softswitch {
 

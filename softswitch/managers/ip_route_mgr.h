@@ -29,11 +29,11 @@
 #include "orv/intf.h"
 #include "orv/ip_route.h"
 #include "orv/vrf.h"
-#include "softswitch/context.h"
 #include "softswitch/forwarding/hardware.h"
+#include "softswitch/managers/context.h"
 #include "softswitch/managers/group_sweep.h"
-#include "softswitch/managers/ip_route_table.h"
-#include "softswitch/names.h"
+#include "softswitch/tables/ip_route_table.h"
+#include "softswitch/tables/names.h"
 #include "softswitch/tables/work_list.h"
 
 namespace softswitch {

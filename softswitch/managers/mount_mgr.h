@@ -10,9 +10,9 @@
 #include <vector>
 
 #include "orv/mount.h"
-#include "softswitch/context.h"
-#include "tessel/EntityManager.h"
-#include "zelt/SharedMem.h"
+#include "platform/tessel/EntityManager.h"
+#include "platform/tessel/SharedMem.h"
+#include "softswitch/managers/context.h"
 
 namespace softswitch {
 

@@ -24,11 +24,11 @@
 
 #include "orv/intf.h"
 #include "orv/mpls_route.h"
-#include "softswitch/context.h"
 #include "softswitch/forwarding/hardware.h"
+#include "softswitch/managers/context.h"
 #include "softswitch/managers/group_sweep.h"
-#include "softswitch/managers/mpls_route_table.h"
 #include "softswitch/managers/nexthop_group_mgr.h"
+#include "softswitch/tables/mpls_route_table.h"
 #include "softswitch/tables/work_list.h"
 
 namespace softswitch {

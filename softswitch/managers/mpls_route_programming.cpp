@@ -1,6 +1,6 @@
 // The hardware stage of the MPLS routes: what hands rows to the forwarding plane and takes its answers.
-#include "softswitch/fec.h"
 #include "softswitch/managers/mpls_route_mgr.h"
+#include "softswitch/tables/fec.h"
 
 namespace softswitch {
 namespace {

@@ -11,8 +11,8 @@
 #include <string>
 
 #include "orv/mpls_vrf_label.h"
-#include "softswitch/context.h"
-#include "softswitch/table.h"
+#include "softswitch/managers/context.h"
+#include "softswitch/tables/table.h"
 
 namespace softswitch {
 

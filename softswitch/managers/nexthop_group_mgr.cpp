@@ -6,8 +6,8 @@
 #include <iterator>
 
 #include "orv/lock.h"
-#include "softswitch/name_check.h"
-#include "softswitch/value_codec.h"
+#include "softswitch/tables/name_check.h"
+#include "softswitch/tables/value_codec.h"
 
 namespace softswitch {
 namespace {

@@ -34,10 +34,10 @@
 
 #include "orv/intf.h"
 #include "orv/nexthop_group.h"
-#include "softswitch/context.h"
 #include "softswitch/forwarding/hardware.h"
-#include "softswitch/names.h"
-#include "softswitch/table.h"
+#include "softswitch/managers/context.h"
+#include "softswitch/tables/names.h"
+#include "softswitch/tables/table.h"
 #include "softswitch/tables/work_list.h"
 
 namespace softswitch {

@@ -5,8 +5,8 @@
 #include "orv/error.h"
 #include "orv/lock.h"
 #include "softswitch/managers/nexthop_group_mgr.h"
-#include "softswitch/name_check.h"
-#include "softswitch/value_codec.h"
+#include "softswitch/tables/name_check.h"
+#include "softswitch/tables/value_codec.h"
 
 namespace softswitch {
 

@@ -11,8 +11,8 @@
 #pragma once
 
 #include "orv/nexthop_group_tunnel.h"
-#include "softswitch/context.h"
-#include "softswitch/table.h"
+#include "softswitch/managers/context.h"
+#include "softswitch/tables/table.h"
 
 namespace softswitch {
 

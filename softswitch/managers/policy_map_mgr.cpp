@@ -10,7 +10,7 @@
 #include "softswitch/managers/intf_mgr.h"
 #include "softswitch/managers/mpls_vrf_label_mgr.h"
 #include "softswitch/managers/nexthop_group_mgr.h"
-#include "softswitch/name_check.h"
+#include "softswitch/tables/name_check.h"
 
 namespace softswitch {
 namespace {

@@ -26,9 +26,9 @@
 #include <vector>
 
 #include "orv/policy_map.h"
-#include "softswitch/context.h"
-#include "softswitch/managers/policy_codecs.h"
-#include "softswitch/table.h"
+#include "softswitch/managers/context.h"
+#include "softswitch/tables/policy_codecs.h"
+#include "softswitch/tables/table.h"
 
 namespace softswitch {
 

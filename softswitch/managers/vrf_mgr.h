@@ -13,8 +13,8 @@
 #include <vector>
 
 #include "orv/vrf.h"
-#include "softswitch/context.h"
-#include "softswitch/table.h"
+#include "softswitch/managers/context.h"
+#include "softswitch/tables/table.h"
 
 namespace softswitch {
 

@@ -40,10 +40,10 @@
 #include <utility>
 #include <vector>
 
-#include "softswitch/names.h"
-#include "softswitch/refusal.h"
 #include "softswitch/store/codec.h"
 #include "softswitch/store/store.h"
+#include "softswitch/tables/names.h"
+#include "softswitch/tables/refusal.h"
 #include "softswitch/tables/resync_marks.h"
 
 namespace softswitch {

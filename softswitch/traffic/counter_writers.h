@@ -27,12 +27,12 @@
 #include <string>
 #include <vector>
 
-#include "interface/EthIntfCounter.h"
 #include "orv/intf.h"
-#include "pavo/Task.h"
-#include "softswitch/context.h"
+#include "platform/gorm/PavoTask.h"
+#include "platform/state/EthIntfCounter.h"
+#include "platform/zelt/Dir.h"
+#include "softswitch/managers/context.h"
 #include "softswitch/traffic/traffic_model.h"
-#include "zelt/Dir.h"
 
 namespace softswitch {
 

@@ -23,9 +23,9 @@
 #include <string_view>
 #include <vector>
 
-#include "lumic/IntfId.h"
 #include "orv/intf.h"
-#include "zelt/Clock.h"
+#include "platform/state/IntfId.h"
+#include "platform/zelt/Clock.h"
 
 namespace softswitch {
 

@@ -3,7 +3,7 @@
 #include <cstdio>
 #include <thread>
 
-#include "OrvSdkRpc/server/Agent.h"
+#include "OrvSdkRpc/agent/Agent.h"
 #include "softswitch/soft_switch.h"
 
 int main(int argc, char** argv) {

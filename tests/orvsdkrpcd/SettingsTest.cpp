@@ -9,7 +9,7 @@
 #include "TempDir.h"
 #include "orv/tracer.h"
 #include "orvsdkrpcd/UsageError.h"
-#include "toggles/Toggles.h"
+#include "platform/process/Toggles.h"
 
 namespace orvsdkrpcd {
 namespace {

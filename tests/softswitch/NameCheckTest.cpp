@@ -1,4 +1,4 @@
-#include "softswitch/name_check.h"
+#include "softswitch/tables/name_check.h"
 
 #include <gtest/gtest.h>
 

@@ -8,8 +8,8 @@
 #include <thread>
 
 #include "SwitchTest.h"
-#include "interface/EthIntfCounter.h"
 #include "orv/agent.h"
+#include "platform/state/EthIntfCounter.h"
 #include "softswitch/managers/agent_mgr.h"
 #include "softswitch/managers/mount_mgr.h"
 #include "softswitch/store/error.h"

@@ -9,9 +9,10 @@
 #include <string>
 #include <vector>
 
-#include "gorm/TaskScheduler.h"
 #include "orv/error.h"
 #include "orv/lock.h"
+#include "platform/gorm/TaskScheduler.h"
+#include "platform/zelt/Anchors.h"
 #include "softswitch/forwarding/hardware.h"
 #include "softswitch/managers/fib_mgr.h"
 #include "softswitch/managers/intf_mgr.h"
@@ -19,7 +20,6 @@
 #include "softswitch/managers/nexthop_group_mgr.h"
 #include "softswitch/soft_switch.h"
 #include "softswitch/store/store.h"
-#include "zelt/Anchors.h"
 
 namespace softswitch {
 

@@ -98,8 +98,8 @@ CrashKind statuses() {
                 [](Console& console) {
                    Objects objects;
                    for (const auto& row : listing(console, "show agent status", "status")) {
-                      const std::string name = row.at("name");
-                      if (name.starts_with("status-")) objects.emplace(name, row.at("value"));
+                      const std::string status = row.at("name");
+                      if (status.starts_with("status-")) objects.emplace(status, row.at("value"));
                    }
                    return objects;
                 }};

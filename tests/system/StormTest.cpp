@@ -21,8 +21,8 @@
 #include "fixture/StreamClient.h"
 #include "fixture/TempDir.h"
 #include "orv/lock.h"
+#include "platform/zelt/Clock.h"
 #include "softswitch/managers/intf_mgr.h"
-#include "zelt/Clock.h"
 
 namespace systest {
 namespace {

@@ -25,7 +25,7 @@
 #include "fixture/StreamClient.h"
 #include "fixture/TempDir.h"
 #include "orv/lock.h"
-#include "pavo/Allocator.h"
+#include "platform/pavo/Allocator.h"
 #include "softswitch/console/commands.h"
 
 namespace systest {

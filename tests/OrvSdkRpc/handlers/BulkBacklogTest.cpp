@@ -6,10 +6,10 @@
 #include <utility>
 #include <vector>
 
-#include "gorm/TaskScheduler.h"
-#include "zelt/ActivityLock.h"
-#include "zelt/Anchors.h"
-#include "zelt/Clock.h"
+#include "platform/gorm/TaskScheduler.h"
+#include "platform/zelt/ActivityLock.h"
+#include "platform/zelt/Anchors.h"
+#include "platform/zelt/Clock.h"
 
 namespace OrvSdkRpc {
 namespace {

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "fixture/StreamTest.h"
-#include "zelt/Clock.h"
+#include "platform/zelt/Clock.h"
 
 namespace OrvSdkRpc {
 namespace {

@@ -12,7 +12,7 @@
 
 #include "fixture/StreamTest.h"
 #include "orv/error.h"
-#include "pavo/Allocator.h"
+#include "platform/pavo/Allocator.h"
 
 namespace OrvSdkRpc {
 namespace {

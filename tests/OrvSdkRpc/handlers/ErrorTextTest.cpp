@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "zelt/Utf8.h"
+#include "platform/zelt/Utf8.h"
 
 namespace OrvSdkRpc {
 namespace {

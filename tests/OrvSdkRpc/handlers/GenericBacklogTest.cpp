@@ -14,10 +14,10 @@
 
 #include "fixture/CpuTime.h"
 #include "fixture/StreamTest.h"
-#include "gorm/TaskScheduler.h"
-#include "zelt/ActivityLock.h"
-#include "zelt/Anchors.h"
-#include "zelt/Clock.h"
+#include "platform/gorm/TaskScheduler.h"
+#include "platform/zelt/ActivityLock.h"
+#include "platform/zelt/Anchors.h"
+#include "platform/zelt/Clock.h"
 
 namespace OrvSdkRpc {
 namespace {
@@ -184,9 +184,7 @@ TEST(GenericBacklog, aStormReachesTheWatcherAsTheLastStateOfEachPortAndThePingSt
    const auto stub = running.stub<test::StreamProbeService>();
    struct Publish {
       fixture::StreamProbe* service;
-      void operator()(int, test::WatchResponse& message) {
-         service->subscriptions().publish<fixture::Watch>(message);
-      }
+      void operator()(int, test::WatchResponse& message) { service->subscriptions().publish(message); }
    };
    const auto scheduler = Pavo::makePtr<Gorm::TaskScheduler>("storm");
    GenericBacklog<int, test::WatchResponse, Publish> backlog("backlog", scheduler, Publish{service});

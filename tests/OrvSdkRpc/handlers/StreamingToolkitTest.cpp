@@ -484,7 +484,7 @@ TEST_F(StreamingToolkitTest, aClientThatStopsReadingIsCutOffAndItsNeighboursMiss
    test::WatchResponse message;
    const auto publish = [&] {
       message.set_key("k");
-      service_->subscriptions().publish<fixture::Watch>(message);
+      service_->subscriptions().publish(message);
    };
    for (std::uint64_t i = 0; i < limit; ++i)
       publish();

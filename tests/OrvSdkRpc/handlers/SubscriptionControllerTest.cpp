@@ -10,7 +10,7 @@
 #include "fixture/StreamTest.h"
 #include "orv/error.h"
 #include "orv/lock.h"
-#include "pavo/Allocator.h"
+#include "platform/pavo/Allocator.h"
 
 namespace OrvSdkRpc {
 namespace {

@@ -10,9 +10,9 @@
 #include <vector>
 
 #include "OrvSdkRpc/hardware/IntfTrafficRatesWatcher.h"
-#include "gorm/TaskScheduler.h"
-#include "interface/EthIntfCounter.h"
-#include "zelt/Anchors.h"
+#include "platform/gorm/TaskScheduler.h"
+#include "platform/state/EthIntfCounter.h"
+#include "platform/zelt/Anchors.h"
 
 namespace OrvSdkRpc {
 

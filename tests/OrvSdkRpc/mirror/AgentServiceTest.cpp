@@ -15,14 +15,14 @@
 
 #include "fixture/MirrorTest.h"
 #include "fixture/TraceCapture.h"
-#include "gorm/TaskScheduler.h"
 #include "orv/error.h"
 #include "orv/lock.h"
+#include "platform/gorm/TaskScheduler.h"
+#include "platform/zelt/ActivityLock.h"
+#include "platform/zelt/Anchors.h"
+#include "platform/zelt/Clock.h"
 #include "support/VectorIter.h"
 #include "support/mock/MockAgentMgr.h"
-#include "zelt/ActivityLock.h"
-#include "zelt/Anchors.h"
-#include "zelt/Clock.h"
 
 namespace OrvSdkRpc {
 namespace {

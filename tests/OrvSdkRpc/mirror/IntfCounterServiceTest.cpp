@@ -18,8 +18,8 @@
 #include "OrvSdkRpc/hardware/IntfTrafficRatesWatcher.h"
 #include "fixture/MirrorTest.h"
 #include "orv/error.h"
+#include "platform/process/Toggles.h"
 #include "support/mock/MockIntfCounterMgr.h"
-#include "toggles/Toggles.h"
 
 namespace OrvSdkRpc {
 namespace {

@@ -4,10 +4,10 @@
 // A base class in front of everything that uses the lock.
 #pragma once
 
-#include "gorm/TaskScheduler.h"
 #include "orv/lock.h"
-#include "zelt/ActivityLock.h"
-#include "zelt/Anchors.h"
+#include "platform/gorm/TaskScheduler.h"
+#include "platform/zelt/ActivityLock.h"
+#include "platform/zelt/Anchors.h"
 
 namespace OrvSdkRpc {
 

@@ -15,11 +15,11 @@
 #include "OrvSdkRpc/mirror/NexthopGroupService.h"
 #include "OrvSdkRpc/types/NexthopGroup.h"
 #include "fixture/MirrorTest.h"
+#include "platform/zelt/ActivityLock.h"
+#include "platform/zelt/Anchors.h"
 #include "support/VectorIter.h"
 #include "support/mock/MockIntfCounterMgr.h"
 #include "support/mock/MockNexthopGroupMgr.h"
-#include "zelt/ActivityLock.h"
-#include "zelt/Anchors.h"
 
 namespace OrvSdkRpc {
 namespace {

@@ -16,10 +16,10 @@
 #include "fixture/ListIterator.h"
 #include "fixture/Programmed.h"
 #include "fixture/TraceCapture.h"
-#include "gorm/TaskScheduler.h"
 #include "orv/error.h"
 #include "orv/lock.h"
-#include "zelt/Anchors.h"
+#include "platform/gorm/TaskScheduler.h"
+#include "platform/zelt/Anchors.h"
 
 namespace OrvSdkRpc {
 namespace {

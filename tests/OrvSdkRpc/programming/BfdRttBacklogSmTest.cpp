@@ -6,9 +6,9 @@
 #include <string>
 
 #include "fixture/Contract.h"
-#include "gorm/TaskScheduler.h"
 #include "orv/sbfd_types.h"
-#include "zelt/Anchors.h"
+#include "platform/gorm/TaskScheduler.h"
+#include "platform/zelt/Anchors.h"
 
 namespace OrvSdkRpc {
 namespace {

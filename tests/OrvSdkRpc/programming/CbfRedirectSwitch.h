@@ -13,9 +13,9 @@
 #include "fixture/Contract.h"
 #include "fixture/ListIterator.h"
 #include "fixture/TraceCapture.h"
-#include "tessel/EntityManager.h"
-#include "tessel/MountGroup.h"
-#include "zelt/SharedMem.h"
+#include "platform/tessel/EntityManager.h"
+#include "platform/tessel/MountGroup.h"
+#include "platform/tessel/SharedMem.h"
 
 namespace OrvSdkRpc {
 

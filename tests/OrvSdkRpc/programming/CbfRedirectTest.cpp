@@ -8,7 +8,7 @@
 #include "CbfRedirectSwitch.h"
 #include "orv/error.h"
 #include "orv/lock.h"
-#include "zelt/RangeException.h"
+#include "platform/zelt/RangeException.h"
 
 namespace OrvSdkRpc {
 namespace {

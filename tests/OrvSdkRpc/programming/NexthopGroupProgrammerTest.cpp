@@ -14,7 +14,7 @@
 #include "fixture/TraceCapture.h"
 #include "orv/error.h"
 #include "orv/lock.h"
-#include "toggles/Toggles.h"
+#include "platform/process/Toggles.h"
 
 namespace OrvSdkRpc {
 namespace {

@@ -17,9 +17,9 @@
 #include "fixture/Programmed.h"
 #include "fixture/ProgrammingService.h"
 #include "fixture/RunningServer.h"
-#include "gorm/TaskScheduler.h"
 #include "orv/lock.h"
-#include "zelt/Anchors.h"
+#include "platform/gorm/TaskScheduler.h"
+#include "platform/zelt/Anchors.h"
 
 namespace OrvSdkRpc {
 namespace {

@@ -1,4 +1,4 @@
-#include "gorm/TaskScheduler.h"
+#include "platform/gorm/TaskScheduler.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -13,9 +13,9 @@
 #include <thread>
 #include <vector>
 
+#include "platform/zelt/Clock.h"
 #include "support/Loop.h"
 #include "support/SpinningThreads.h"
-#include "zelt/Clock.h"
 
 namespace Gorm {
 namespace {

@@ -1,4 +1,4 @@
-#include "gorm/Task.h"
+#include "platform/gorm/Task.h"
 
 #include <gtest/gtest.h>
 
@@ -8,8 +8,8 @@
 #include <string>
 #include <thread>
 
+#include "platform/zelt/Clock.h"
 #include "support/Loop.h"
-#include "zelt/Clock.h"
 
 namespace Gorm {
 namespace {

@@ -1,4 +1,4 @@
-#include "gorm/TimerHeap.h"
+#include "platform/gorm/TimerHeap.h"
 
 #include <gtest/gtest.h>
 

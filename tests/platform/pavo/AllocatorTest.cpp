@@ -1,4 +1,4 @@
-#include "pavo/Allocator.h"
+#include "platform/pavo/Allocator.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "pavo/Ptr.h"
+#include "platform/pavo/Ptr.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "rillo/Reader.h"
+#include "platform/rillo/Reader.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-#include "rillo/Table.h"
+#include "platform/rillo/Table.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -4,9 +4,9 @@
 
 #include <thread>
 
-#include "gorm/TaskScheduler.h"
-#include "zelt/Anchors.h"
-#include "zelt/Clock.h"
+#include "platform/gorm/TaskScheduler.h"
+#include "platform/zelt/Anchors.h"
+#include "platform/zelt/Clock.h"
 
 namespace Gorm {
 

@@ -1,4 +1,4 @@
-#include "tessel/EntityManager.h"
+#include "platform/tessel/EntityManager.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,11 +1,11 @@
-#include "tessel/MountGroup.h"
+#include "platform/tessel/MountGroup.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <stdexcept>
 
-#include "zelt/SharedMem.h"
+#include "platform/tessel/SharedMem.h"
 
 namespace Tessel {
 namespace {

@@ -11,9 +11,9 @@
 #include <thread>
 #include <vector>
 
+#include "platform/zelt/ActivityLock.h"
+#include "platform/zelt/ActivityLockSlowPath.h"
 #include "support/SpinningThreads.h"
-#include "zelt/ActivityLock.h"
-#include "zelt/ActivityLockSlowPath.h"
 
 namespace Zelt {
 namespace {

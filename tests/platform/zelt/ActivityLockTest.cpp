@@ -1,4 +1,4 @@
-#include "zelt/ActivityLock.h"
+#include "platform/zelt/ActivityLock.h"
 
 #include <gtest/gtest.h>
 
@@ -10,8 +10,8 @@
 #include <thread>
 #include <vector>
 
-#include "zelt/Anchors.h"
-#include "zelt/Clock.h"
+#include "platform/zelt/Anchors.h"
+#include "platform/zelt/Clock.h"
 
 namespace Zelt {
 namespace {

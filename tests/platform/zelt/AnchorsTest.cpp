@@ -1,4 +1,4 @@
-#include "zelt/Anchors.h"
+#include "platform/zelt/Anchors.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "zelt/Dir.h"
+#include "platform/zelt/Dir.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

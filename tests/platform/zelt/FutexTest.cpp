@@ -1,11 +1,11 @@
-#include "zelt/Futex.h"
+#include "platform/zelt/Futex.h"
 
 #include <gtest/gtest.h>
 
 #include <cerrno>
 #include <thread>
 
-#include "zelt/Clock.h"
+#include "platform/zelt/Clock.h"
 
 namespace Zelt {
 namespace {

@@ -9,10 +9,10 @@
 #include <cstdint>
 #include <type_traits>
 
-#include "zelt/ActivityLockCore.h"
-#include "zelt/ActivityLockSlowPath.h"
+#include "platform/zelt/ActivityLockCore.h"
+#include "platform/zelt/ActivityLockSlowPath.h"
+#include "platform/zelt/ThreadAnnotations.h"
 #include "zelt/Interleavings.h"
-#include "zelt/ThreadAnnotations.h"
 
 namespace Zelt::Interleavings {
 

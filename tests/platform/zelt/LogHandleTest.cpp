@@ -1,4 +1,4 @@
-#include "zelt/LogHandle.h"
+#include "platform/zelt/LogHandle.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

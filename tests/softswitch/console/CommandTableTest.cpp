@@ -39,7 +39,7 @@ TEST_F(CommandTable, everyCommandHasANameOfItsOwnAndHelp) {
       EXPECT_TRUE(names.insert(command->name).second) << command->name;
       EXPECT_NE(command->help, "") << command->name;
       EXPECT_NE(command->help.back(), '.') << command->name;
-      if (!command->details.empty()) EXPECT_EQ(command->details.back(), '.') << command->name;
+      EXPECT_TRUE(command->details.empty() || command->details.back() == '.') << command->name;
       EXPECT_EQ(command->hasJson, command->name.starts_with("show ") || command->name == "help");
    }
 }

@@ -7,9 +7,9 @@
 
 #include "ConsoleClient.h"
 #include "orv/ip_route.h"
+#include "platform/zelt/ActivityLock.h"
 #include "softswitch/console/command_table.h"
 #include "softswitch/console/server.h"
-#include "zelt/ActivityLock.h"
 
 namespace softswitch::console {
 namespace {

@@ -6,8 +6,8 @@
 #include <thread>
 
 #include "CommandsTest.h"
-#include "softswitch/forwarding/sbfd_model.h"
-#include "softswitch/managers/bfd_session_mgr.h"
+#include "softswitch/sbfd/bfd_session_mgr.h"
+#include "softswitch/sbfd/sbfd_model.h"
 
 namespace softswitch::console {
 namespace {

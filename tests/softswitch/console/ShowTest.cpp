@@ -4,22 +4,22 @@
 
 #include <cstdint>
 #include <map>
-#include <thread>
 #include <set>
 #include <string>
+#include <thread>
 
 #include "CommandsTest.h"
 #include "orv/agent.h"
 #include "orv/mpls_route.h"
 #include "orv/mpls_vrf_label.h"
 #include "orv/nexthop_group_tunnel.h"
+#include "platform/zelt/ActivityLock.h"
 #include "softswitch/console/command_table.h"
 #include "softswitch/managers/acl_mgr.h"
 #include "softswitch/managers/class_map_mgr.h"
 #include "softswitch/managers/ip_route_mgr.h"
 #include "softswitch/managers/nexthop_group_mgr.h"
 #include "softswitch/managers/policy_map_mgr.h"
-#include "zelt/ActivityLock.h"
 
 namespace softswitch::console {
 namespace {

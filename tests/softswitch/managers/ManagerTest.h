@@ -10,8 +10,8 @@
 #include <vector>
 
 #include "orv/error.h"
-#include "softswitch/context.h"
-#include "zelt/Anchors.h"
+#include "platform/zelt/Anchors.h"
+#include "softswitch/managers/context.h"
 
 namespace softswitch {
 

@@ -1,0 +1,98 @@
+// Which mirror service belongs to which value, and the SDK's getters in the order in which they are called.
+#include "OrvSdkRpc/agent/Agent.h"
+#include "OrvSdkRpc/hardware/IntfTrafficRatesWatcher.h"
+#include "OrvSdkRpc/mirror/AclService.h"
+#include "OrvSdkRpc/mirror/AgentService.h"
+#include "OrvSdkRpc/mirror/EthPhyIntfService.h"
+#include "OrvSdkRpc/mirror/IntfCounterService.h"
+#include "OrvSdkRpc/mirror/IntfService.h"
+#include "OrvSdkRpc/mirror/NexthopGroupService.h"
+#include "platform/process/Toggles.h"
+
+namespace OrvSdkRpc {
+namespace {
+
+constexpr std::string_view toggleFile = "OrvSdkRpc.json";
+
+bool classMapEnabled() {
+   static const bool enabled = getToggleState("OrvSdkRpcClassMap", toggleFile, true);
+   return enabled;
+}
+
+bool trafficStreamEnabled() {
+   static const bool enabled = getToggleState("OrvSdkRpcTrafficStream", toggleFile, true);
+   return enabled;
+}
+
+bool pbrCountersStreamEnabled() {
+   static const bool enabled = getToggleState("OrvSdkRpcPbrCountersStream", toggleFile, true);
+   return enabled;
+}
+
+// The place of a service that is not in this build: its managers are fetched, and gRPC answers UNIMPLEMENTED
+// to its RPCs. The service's own line is add<Service>(managers...).
+template <class... Managers>
+void absent(Managers*...) {}
+
+}  // namespace
+
+void Agent::enableServices(orv::sdk& sdk, const Server::Services& service) {
+   using Server::Services;
+   switch (service) {
+      case Services::Acl:
+         return add<AclService>(sdk.get_acl_mgr());
+      case Services::Agent:
+         return add<AgentService>(sdk.get_agent_mgr());
+      case Services::BgpPath:
+         return absent(sdk.get_bgp_path_mgr());
+      case Services::Bgp:
+         return absent(sdk.get_bgp_mgr());
+      case Services::ClassMap:
+         if (classMapEnabled()) absent(sdk.get_class_map_mgr());
+         return;
+      case Services::Cmdapi:
+         return absent(sdk.get_cmdapi_mgr());
+      case Services::EthLagIntf:
+         return absent(sdk.get_eth_lag_intf_mgr());
+      case Services::EthPhyIntf:
+         return add<EthPhyIntfService>(sdk.get_eth_phy_intf_mgr());
+      case Services::EthPhyIntfCounters:
+         return absent(sdk.get_eth_phy_intf_counter_mgr());
+      case Services::Intf:
+         return add<IntfService>(sdk.get_intf_mgr());
+      case Services::IntfCounter:
+         if (trafficStreamEnabled()) {
+            // Called for its effect: the counters are kept resident.
+            sdk.get_intf_counter_mgr_with_mode(orv::mgr_mode_type_t::resident);
+            trafficRatesWatcher_ = std::make_unique<IntfTrafficRatesWatcher>(sdk.get_mount_mgr());
+         }
+         return add<IntfCounterService>(sdk.get_intf_counter_mgr(), trafficRatesWatcher_.get());
+      case Services::IpRoute: {
+         auto* const vrfMgr = sdk.get_vrf_mgr();
+         return absent(sdk.get_ip_route_mgr(), vrfMgr);
+      }
+      case Services::IpIntf:
+         return absent(sdk.get_ip_intf_mgr());
+      case Services::Macsec:
+         return absent(sdk.get_macsec_mgr());
+      case Services::MplsRoute: {
+         auto* const nexthopGroupMgr = sdk.get_nexthop_group_mgr();
+         auto* const mountMgr = sdk.get_mount_mgr();
+         return absent(sdk.get_mpls_route_mgr(), mountMgr, nexthopGroupMgr);
+      }
+      case Services::MplsVrfLabel:
+         return absent(sdk.get_mpls_vrf_label_mgr());
+      case Services::NexthopGroup:
+         return add<NexthopGroupService>(sdk.get_nexthop_group_mgr());
+      case Services::PolicyMap:
+         return absent(sdk.get_policy_map_mgr());
+      case Services::PolicyMapCounters:
+         if (pbrCountersStreamEnabled()) {
+            auto* const policyMapMgr = sdk.get_policy_map_mgr();
+            absent(sdk.get_mount_mgr(), policyMapMgr);
+         }
+         return;
+   }
+}
+
+}  // namespace OrvSdkRpc
