@@ -115,8 +115,6 @@ std::string whyBusy(const ListenAddress& listen) {
       struct stat lock {};
       if (lstat((listen.socketPath + ".lock").c_str(), &lock) != 0) {
          expected = "a place where a lock file can be made";
-      } else if (!S_ISREG(lock.st_mode)) {
-         expected = fmt::format("{}.lock to be a plain file, and no symbolic link", listen.socketPath);
       } else if (const std::string owner = lockOwner(listen.socketPath); !owner.empty()) {
          expected += fmt::format(": process {} has it", owner);
       }

@@ -61,7 +61,7 @@ std::vector<ListenAddress> checkListen(const std::vector<std::string>& values) {
          struct stat info {};
          if (lstat((address.socketPath + ".lock").c_str(), &info) == 0 && !S_ISREG(info.st_mode)) {
             refuse("--listen", value,
-                   fmt::format("a lock file at '{}.lock', and there is something else", address.socketPath));
+                   fmt::format("'{}.lock' to be a plain file, and no symbolic link", address.socketPath));
          }
       }
       addresses.push_back(std::move(address));

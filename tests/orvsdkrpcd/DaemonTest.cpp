@@ -343,9 +343,9 @@ TEST_F(DaemonProgram, aLockFileThatIsASymbolicLinkIsNotFollowed) {
    write("precious", "dear diary");
    fs::create_symlink(directory_ / "precious", directory_ / "rpc.sock.lock");
    const auto outcome = runProgram(commandLine());
-   EXPECT_EQ(outcome.ending, Ending{.exitCode = 1}) << outcome.text;
+   EXPECT_EQ(outcome.ending, Ending{.exitCode = 2}) << outcome.text;
    EXPECT_THAT(outcome.text,
-               HasSubstr("expected " + directory_.path() + "/rpc.sock.lock to be a plain file"));
+               HasSubstr("expected '" + directory_.path() + "/rpc.sock.lock' to be a plain file"));
    std::string text;
    std::getline(std::ifstream(directory_ / "precious"), text);
    EXPECT_EQ(text, "dear diary");

@@ -184,9 +184,9 @@ CrashKind labels() {
                    Objects objects;
                    for (const auto& row : listing(console, "show mpls route", "mpls_routes")) {
                       const auto& vias = row.at("vias");
-                      const bool group = vias.size() == 1 && vias[0].contains("nexthop-group");
+                      const bool group = vias.size() == 1 && vias[0].contains("nexthop_group");
                       objects[row.at("labels").at(0).dump()] =
-                           group ? "group " + vias[0].at("nexthop-group").get<std::string>() : vias.dump();
+                           group ? "group " + vias[0].at("nexthop_group").get<std::string>() : vias.dump();
                    }
                    for (const auto& row : listing(console, "show mpls route", "mpls_vrf_labels")) {
                       auto& value = objects[row.at("label").dump()];
