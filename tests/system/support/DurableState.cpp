@@ -58,14 +58,16 @@ std::string entriesText(Console& console, const std::string& group) {
 std::string durableState(Console& console) {
    std::string text;
    for (const auto& listing : listings) {
-      for (const auto& row : shown(console, listing.command).at(listing.name)) {
+      const json all = shown(console, listing.command);
+      for (const auto& row : all.at(listing.name)) {
          text += listing.name;
          for (const char* column : listing.columns)
             text += " " + row.at(column).dump();
          text += "\n";
       }
    }
-   for (const auto& group : shown(console, "show nexthop-group").at("nexthop_groups")) {
+   const json groups = shown(console, "show nexthop-group");
+   for (const auto& group : groups.at("nexthop_groups")) {
       const std::string name = group.at("name");
       text += "nexthop_group " + name + " " + group.at("type").dump() + "\n" + entriesText(console, name);
    }
