@@ -1,6 +1,6 @@
-// What a changed row of a counter table means, whichever table it is in.
+// Handling of changed rows, shared by all counter tables.
 //
-// Thread-safety: called with or without the SDK's lock, which is taken here.
+// Thread-safety: handleCounterRow takes the SDK's lock, which its caller may already hold.
 #pragma once
 
 #include <optional>
@@ -20,16 +20,17 @@ inline const orv::tracer& intfCounterTracer() {
    return tracer;
 }
 
-// True for interfaces that are nobody's business outside the switch.
+// RETURNS: true if the interface is internal to the switch.
 inline bool is_internal_interface(const Lumic::IntfId& intf) {
    return Lumic::InternalIntfId::isInternalIntfId(intf) || Lumic::PeerEthIntfId::isPeerEthIntfId(intf) ||
           Lumic::PeerPortChannelIntfId::isPeerPortChannelIntfId(intf);
 }
 
-// Reads a row, having the table repaired where it is damaged; nothing where there is no row.
+// Reads a row. Reports a corrupt one to the table, which repairs or removes it.
+// RETURNS: empty if the row does not exist.
 template <class Table>
 std::optional<Interface::IntfCounter> readCounterRow(const Table& table, const Lumic::IntfId& intf) {
-   // Ends: a reported row is intact or gone.
+   // Terminates: once reported, a row is intact or gone.
    for (;;) {
       try {
          return table.row(intf);
@@ -48,7 +49,7 @@ void handleCounterRow(const Table& table, const Lumic::IntfId& intf, std::string
       return;
    }
    const auto row = readCounterRow(table, intf);
-   // An interface that never had a rate is no news.
+   // Skip an interface that never had a rate.
    if (!row || row->rates.isEq({})) return;
    orv::fmttrace(intfCounterTracer(), 8, "{}", updateTrace);
    watcher.onTrafficRatesUpdate(intf, row->rates);

@@ -14,7 +14,8 @@ class IntfTrafficRatesWatcher;
 
 class EthIntfCounterSliceSm final : public Pavo::RefCounted {
 public:
-   // Hears of the rows that are there, and from then on of each that changes. The watcher outlives the slice.
+   // Handles every existing row, then each row that changes.
+   // REQUIRES: the watcher outlives the slice.
    EthIntfCounterSliceSm(Pavo::String name, IntfTrafficRatesWatcher* watcher,
                          const Pavo::Ptr<const Interface::AllEthIntfCounterRillo>& counters);
 

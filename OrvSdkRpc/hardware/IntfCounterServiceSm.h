@@ -1,6 +1,6 @@
-// Follows all counter tables: one slice per counter writer that is there, and the LAGs.
+// Follows all counter tables: one slice per existing counter writer, and the table of the LAGs.
 //
-// Thread-safety: guarded by the SDK's lock. What changes is handled on the main loop.
+// Thread-safety: guarded by the SDK's lock. Changes are handled on the main loop.
 #pragma once
 
 #include <map>
@@ -15,20 +15,21 @@ namespace OrvSdkRpc {
 
 class IntfCounterServiceSm final : public Pavo::RefCounted {
 public:
-   // Slices for the writers that are there stand when this returns. The directory or the LAGs may be null.
-   // The watcher outlives the state machine.
+   // Creates the slices of the existing writers before it returns. The directory and the LAG table may be
+   // null.
+   // REQUIRES: the watcher outlives the state machine.
    IntfCounterServiceSm(IntfTrafficRatesWatcher* watcher,
                         const Pavo::Ptr<ZeltSharedMem::EntityManager>& sharedMemory,
                         const Pavo::Ptr<const Zelt::Dir>& ethWriterStatusDir,
                         const Pavo::Ptr<const Rillo::Interface::AllIntfCounterDir>& lagCounters);
 
-   // Looks at every writer of the directory.
+   // Checks every writer in the directory.
    void handleEthCounterSlice();
-   // Looks at one writer: makes, renews or deletes its slice.
+   // Checks one writer: creates, replaces or deletes its slice.
    void handleEthCounterSlice(const std::string& name);
    void handleLagCounter(const Lumic::IntfId& intf);
 
-   // A slice on this table; one that is on another is replaced.
+   // Creates the slice. A slice on another table is replaced.
    void ethCounterSliceSmIs(const std::string& name, IntfTrafficRatesWatcher* watcher,
                             const Pavo::Ptr<const Interface::AllEthIntfCounterRillo>& counters);
    void ethCounterSliceSmDel(const std::string& name);

@@ -45,7 +45,7 @@ void IntfTrafficRatesWatcher::onTrafficRatesUpdate(const Lumic::IntfId& intf,
    if (intf.index() >= ids_.size()) ids_.resize(intf.index() + 1);
    orv::intf_id_t& id = ids_[intf.index()];
    if (!id) {
-      // The platform's names are freer than the SDK's.
+      // The platform allows names that the SDK rejects.
       tellOrTrace(intfCounterTracer(), "rates", [&] { id = orv::intf_id_t(intf.name()); });
       if (!id) return;
    }

@@ -1,9 +1,10 @@
-// Follows the traffic rates of all interfaces in the platform's counter tables, which no manager tells of.
+// Follows the traffic rates of all interfaces in the platform's counter tables. No SDK manager reports their
+// changes.
 //
-// Holds the mounted tables for the life of the agent; a state machine follows them only while somebody
-// watches.
+// Holds the mounted tables for the life of the agent. A state machine follows them only between
+// startWatching() and stopWatching().
 //
-// Thread-safety: guarded by the SDK's lock. Rates are told from the main loop, under it.
+// Thread-safety: guarded by the SDK's lock. The main loop reports rates with the lock held.
 #pragma once
 
 #include <functional>
@@ -29,19 +30,19 @@ public:
    explicit IntfTrafficRatesWatcher(orv::mount_mgr* mgr);
    ~IntfTrafficRatesWatcher() override;
 
-   // The tables are another's; nothing is mounted ahead.
+   // Mounts nothing: looks up tables that other owners mount.
    void onMountsComplete(const Pavo::Ptr<Tessel::EntityManager>& state,
                          const Pavo::Ptr<ZeltSharedMem::EntityManager>& shared) override;
 
-   // From here on `onRates` is called with every interface's rates as they change, and first with those that
-   // are known, but not for the switch's internal interfaces nor for one that never had a rate. The caller
-   // holds the SDK's lock. A second start only changes the function. Before the mounts are complete, watching
-   // begins with them.
+   // Calls `onRates` with the known rates of every interface, then with each change. Skips the switch's
+   // internal interfaces and interfaces that never had a rate. Before the mounts are complete, watching waits
+   // for them. A second call only replaces the function.
+   // REQUIRES: the caller holds the SDK's lock.
    void startWatching(OnRates onRates);
-   // Drops everything that followed the tables. A repeat is harmless.
+   // Stops following the tables. A repeated call is a no-op.
    void stopWatching();
 
-   // For the state machines: one interface has new rates.
+   // Called by the state machines when an interface has new rates.
    void onTrafficRatesUpdate(const Lumic::IntfId& intf, const Interface::IntfRates& rates);
 
    [[nodiscard]] bool watching() const { return stateMachine_ != nullptr; }
@@ -50,12 +51,12 @@ private:
    void IntfCounterServiceSmIs();
 
    OnRates onRates_;
-   // By the tables' index, of the interfaces that were told. Rates come for the same ones again and again,
-   // and looking a name up costs as much as all the rest.
+   // The SDK's ids of the interfaces reported so far, by table index. Rates arrive for the same interfaces
+   // again and again, and a name lookup costs as much as all the rest.
    std::vector<orv::intf_id_t> ids_;
    Pavo::Ptr<ZeltSharedMem::EntityManager> shared_;
    Pavo::Ptr<IntfCounterServiceSm> stateMachine_;
-   // Null where the platform has none.
+   // Null if the platform has no such table.
    Pavo::Ptr<const Zelt::Dir> ethWriterStatusDir_;
    Pavo::Ptr<const Rillo::Interface::AllIntfCounterDir> lagCounters_;
 };

@@ -56,7 +56,7 @@ struct AclAllExists : Getter<&Rpc::Requestacl_all_exists, &orv::acl_mgr::acl_all
 
 struct AclRuleSet : RpcOf<&Rpc::Requestacl_rule_set> {
    static Response impl(const Request& request, AclService& service) {
-      // Of a bad rule and a bad key the rule is the one that is reported.
+      // Converts the rule before the key: if both are bad, the error names the rule.
       const auto set = [&](const auto& rule) {
          service.manager().acl_rule_set(convert(request.key()), request.seq(), rule);
       };
@@ -101,7 +101,7 @@ struct AclFragmentsEnabledSet
 struct BulkAclFragmentsEnabledSet
      : BulkOf<AclFragmentsEnabledSet, &Rpc::Requestbulk_acl_fragments_enabled_set> {};
 
-// In the two below the order of the conversions decides which of two bad fields is reported.
+// In the next two, the order of the conversions decides which of two bad fields the error names.
 
 struct StreamAllowed : RpcOf<&Rpc::Requeststream_allowed> {
    static Response impl(const Request& request, AclService& service) {

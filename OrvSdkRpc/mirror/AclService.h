@@ -1,7 +1,7 @@
-// The SDK's access control lists, on the network.
+// Serves the SDK's access control lists over gRPC.
 //
-// Thread-safety: constructed and destroyed on the SDK's main thread, where the callbacks come too; everything
-// else runs on the pump thread.
+// Thread-safety: constructed and destroyed on the SDK's main thread, which also runs the callbacks.
+// Everything else runs on the pump thread.
 #pragma once
 
 #include <string>
@@ -15,17 +15,18 @@ namespace OrvSdkRpc {
 
 class AclService final : public MirrorService<orv::remote::AclMgrService>, public orv::acl_handler {
 public:
-   // The manager lives longer than the service.
+   // REQUIRES: the manager outlives the service.
    explicit AclService(orv::acl_mgr* mgr);
    ~AclService() override;
 
    void startHandlers() override;
 
-   // The definition of its watch.
+   // Definition of the watch RPC.
    struct Watch;
    [[nodiscard]] SubscriptionController<AclService, Watch>& subscriptions() { return subscriptions_; }
    [[nodiscard]] orv::acl_mgr& manager() const { return *get_acl_mgr(); }
-   // With the SDK's lock: callbacks come only in between.
+   // Callbacks arrive only between these two calls.
+   // REQUIRES: the caller holds the SDK's lock.
    void startWatching() { watch_all_acls(true); }
    void stopWatching() { watch_all_acls(false); }
 

@@ -13,8 +13,8 @@ namespace OrvSdkRpc {
 
 using namespace orv::remote;
 
-// Answered by the main loop, so that a client can measure it. It touches nothing of the SDK, and every peer
-// may ask.
+// The main loop answers, so that a client can measure the loop's latency. A ping does not use the SDK, and
+// every peer may send one.
 class PingHandler final
      : public MethodHandler<PingHandler, &AgentService::AsyncService::Requestping, AgentService> {
 public:
@@ -31,7 +31,7 @@ public:
       service_.pingBacklog().get(tag_) = this;
    }
 
-   // Main loop, once. The handler may be gone when this returns.
+   // Called once, on the main loop. The handler may have been destroyed when this returns.
    void respond() {
       if (!beginPromisedEvent()) return;
       response_.set_responded(Zelt::Clock::wallNanos());

@@ -1,7 +1,7 @@
-// The agent's options, status entries and life, on the network.
+// Serves the agent's options, status entries and liveness over gRPC.
 //
-// Thread-safety: constructed and destroyed on the SDK's main thread, where the callbacks come and pings are
-// answered; everything else runs on the pump thread.
+// Thread-safety: constructed and destroyed on the SDK's main thread, which also runs the callbacks and
+// answers pings. Everything else runs on the pump thread.
 #pragma once
 
 #include <string>
@@ -16,7 +16,7 @@ namespace OrvSdkRpc {
 
 class PingHandler;
 
-// Answers what waits in the backlog of pings.
+// Answers the pings in the backlog.
 struct PingResponder {
    void operator()(OpaqueId tag, PingHandler* handler) const;
 };
@@ -25,23 +25,24 @@ class AgentService final : public MirrorService<orv::remote::AgentService>, publ
 public:
    using PingBacklog = GenericBacklog<OpaqueId, PingHandler*, PingResponder>;
 
-   // The manager lives longer than the service.
+   // REQUIRES: the manager outlives the service.
    explicit AgentService(orv::agent_mgr* mgr);
    ~AgentService() override;
 
    void startHandlers() override;
 
-   // The definition of its watch.
+   // Definition of the watch RPC.
    struct WatchHandler;
    [[nodiscard]] SubscriptionController<AgentService, WatchHandler>& subscriptions() {
       return subscriptions_;
    }
    [[nodiscard]] orv::agent_mgr& manager() const { return *get_agent_mgr(); }
-   // An agent's handler is called in any case.
+   // No-ops: the SDK calls an agent's handler without a watch.
    void startWatching() {}
    void stopWatching() {}
 
-   // Pings that wait for the main loop, by tag. With the activity lock.
+   // Pings that wait for the main loop, by tag.
+   // REQUIRES: the caller holds the activity lock.
    [[nodiscard]] PingBacklog& pingBacklog() { return pingBacklog_; }
 
    void on_initialized() override {}

@@ -61,7 +61,7 @@ struct EthPhyIntfService::Watch
       return false;
    }
 
-   // The events of a message are all of one interface.
+   // All events of a message concern the same interface.
    static bool checkIntfId(const IntfId& intf, const Response& message) {
       return message.intf().name() == intf.name();
    }

@@ -1,7 +1,7 @@
-// The SDK's physical Ethernet interfaces, on the network.
+// Serves the SDK's physical Ethernet interfaces over gRPC.
 //
-// Thread-safety: constructed and destroyed on the SDK's main thread, where the callbacks come too; everything
-// else runs on the pump thread.
+// Thread-safety: constructed and destroyed on the SDK's main thread, which also runs the callbacks.
+// Everything else runs on the pump thread.
 #pragma once
 
 #include "OrvSdkRpc/handlers/GenericBacklog.h"
@@ -14,7 +14,7 @@ namespace OrvSdkRpc {
 
 class EthPhyIntfService;
 
-// Publishes what waits in the backlog.
+// Publishes the messages in the backlog.
 struct EthPhyIntfBacklog {
    EthPhyIntfService& service;
 
@@ -24,17 +24,18 @@ struct EthPhyIntfBacklog {
 class EthPhyIntfService final : public MirrorService<orv::remote::EthPhyIntfMgrService>,
                                 public orv::eth_phy_intf_handler {
 public:
-   // The manager lives longer than the service.
+   // REQUIRES: the manager outlives the service.
    explicit EthPhyIntfService(orv::eth_phy_intf_mgr* mgr);
    ~EthPhyIntfService() override;
 
    void startHandlers() override;
 
-   // The definition of its watch.
+   // Definition of the watch RPC.
    struct Watch;
    [[nodiscard]] SubscriptionController<EthPhyIntfService, Watch>& subscriptions() { return subscriptions_; }
    [[nodiscard]] orv::eth_phy_intf_mgr& manager() const { return *get_eth_phy_intf_mgr(); }
-   // With the SDK's lock: callbacks come only in between.
+   // Callbacks arrive only between these two calls.
+   // REQUIRES: the caller holds the SDK's lock.
    void startWatching() { watch_all_eth_phy_intfs(true); }
    void stopWatching() { watch_all_eth_phy_intfs(false); }
 
@@ -45,7 +46,7 @@ public:
    void on_eth_phy_intf_transceiver_present(const orv::intf_id_t& intf, bool present) override;
 
 private:
-   // The message of the interface that will go out, for one more event.
+   // RETURNS: the interface's pending message, for one more event.
    orv::remote::EthPhyIntfWatchResponse& pending(const orv::intf_id_t& intf);
 
    SubscriptionController<EthPhyIntfService, Watch> subscriptions_{*this};

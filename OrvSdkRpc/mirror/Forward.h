@@ -1,4 +1,4 @@
-// Definitions of RPCs that forward to an operation of the SDK and say nothing but its name.
+// Definitions of RPCs that only forward to an operation of the SDK.
 //
 //    struct AdminEnabled
 //         : Getter<&Rpc::Requestadmin_enabled, &orv::intf_mgr::admin_enabled,
@@ -10,12 +10,13 @@
 //    struct Intfs : Lister<&Rpc::Requestintfs, &orv::intf_mgr::intf_iter, &IntfsResponse::mutable_intf_id>
 //    {};
 //
-// `operation` is the SDK manager's member function; the service has the manager as `manager()`. Each of its
-// arguments is a field of the request, by its accessor, converted in their order (OrvSdkRpc/types). Its
-// result is converted into `slot`, the response's set_... or mutable_... An operation that is overloaded,
-// takes a value that the field does not fit, or answers more than one field, gets a definition of its own.
+// `operation` is a member function of the SDK manager that the service returns from `manager()`. Each
+// argument is a field of the request, named by its accessor; fields are converted in order (OrvSdkRpc/types).
+// The result is converted into `slot`, a set_... or mutable_... accessor of the response. An operation needs
+// its own definition if it is overloaded, if an argument is narrower than its field, or if it fills several
+// fields of the response.
 //
-// Thread-safety: as the handlers that they define: impl and iterator run under the SDK's lock.
+// Thread-safety: that of the handlers. impl and iterator run with the SDK's lock held.
 #pragma once
 
 #include <cstddef>
@@ -30,7 +31,7 @@ namespace OrvSdkRpc {
 
 namespace detail {
 
-// Whether a place holds every value that is put there. Numbers must not be cut.
+// True if Place can hold every Value: numbers must not be truncated.
 template <class Place, class Value>
 concept Holds = !std::is_arithmetic_v<std::remove_cvref_t<Place>> ||
                 requires(const std::remove_reference_t<Value>& value) {
@@ -48,7 +49,7 @@ struct OperationTypes<R (Manager::*)(Arguments...)> {
 template <class R, class Manager, class... Arguments>
 struct OperationTypes<R (Manager::*)(Arguments...) const> : OperationTypes<R (Manager::*)(Arguments...)> {};
 
-// The operation of the manager with the fields of the request, converted in their order.
+// Calls the manager's operation with the fields of the request, converted in order.
 template <auto operation, auto... fields, class Request, class Manager>
 decltype(auto) forward(const Request& request, Manager& manager) {
    using Types = OperationTypes<decltype(operation)>;
@@ -62,7 +63,7 @@ decltype(auto) forward(const Request& request, Manager& manager) {
       if constexpr (sizeof...(fields) < 2) {
          return (manager.*operation)(types::converted((request.*fields)())...);
       } else {
-         // In braces, so that the order is that of the fields. What is made is kept, the rest is referred to.
+         // Braces fix the order of evaluation. The tuple owns converted values and refers to all others.
          using Values = std::tuple<decltype(types::converted((request.*fields)()))...>;
          return std::apply(
               [&](auto&&... values) -> decltype(auto) {
@@ -73,7 +74,7 @@ decltype(auto) forward(const Request& request, Manager& manager) {
    }
 }
 
-// Puts a value of the SDK into a response.
+// Converts an SDK value into a field of the response.
 template <class Response, class Field, class Value>
 void put(Response& response, Field* (Response::*mutableField)(), Value&& value) {
    if constexpr (types::Plain<std::remove_cvref_t<Value>>) {
@@ -91,7 +92,7 @@ void put(Response& response, void (Response::*setField)(Field), const Value& val
 
 }  // namespace detail
 
-// One value of the SDK.
+// An operation that returns one value.
 template <auto requestMethod, auto operation, auto slot, auto... fields>
 struct Getter : RpcOf<requestMethod> {
    using typename RpcOf<requestMethod>::Request;
@@ -105,7 +106,7 @@ struct Getter : RpcOf<requestMethod> {
    }
 };
 
-// An operation that changes something and answers nothing.
+// An operation that changes something and returns nothing.
 template <auto requestMethod, auto operation, auto... fields>
 struct Setter : RpcOf<requestMethod> {
    using typename RpcOf<requestMethod>::Request;
@@ -118,7 +119,7 @@ struct Setter : RpcOf<requestMethod> {
    }
 };
 
-// The bulk form of a definition: the same for each item.
+// The bulk form of a definition, which it runs for each item.
 template <class Definition, auto requestMethod>
 struct BulkOf : RpcOf<requestMethod> {
    template <class Item, class Svc>
@@ -127,7 +128,7 @@ struct BulkOf : RpcOf<requestMethod> {
    }
 };
 
-// A list, one element of the SDK's iterator to one field.
+// A list: each element of the SDK's iterator fills one field of one response.
 template <auto requestMethod, auto operation, auto slot, auto... fields>
 struct Lister : RpcOf<requestMethod> {
    using typename RpcOf<requestMethod>::Request;

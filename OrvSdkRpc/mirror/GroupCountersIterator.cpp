@@ -7,7 +7,7 @@
 namespace OrvSdkRpc {
 namespace {
 
-// How long the SDK's lock is held for a search, and how many names go by between two looks at the clock.
+// How long a search holds the SDK's lock, and how many names it checks between two readings of the clock.
 constexpr std::chrono::milliseconds slice{1};
 constexpr std::size_t atOnce = 4;
 
@@ -59,7 +59,7 @@ const std::string& GroupCountersIterator::name() const {
    return std::get<std::string>(at_);
 }
 
-// To the next name that matches, from the one where it stands on.
+// Advances to the next matching name, starting with the current one.
 void GroupCountersIterator::search() {
    searching_ = false;
    if (!regex_) return;

@@ -1,6 +1,6 @@
-// Walks nexthop groups and yields each with the counters of its entries.
+// Iterates over nexthop groups and yields each with the counters of its entries.
 //
-// Thread-safety: as the SDK's iterators, but for *, which reads the manager and needs the SDK's lock too.
+// Thread-safety: as for the SDK's iterators, except that * reads the manager and also needs the SDK's lock.
 #pragma once
 
 #include <boost/container/small_vector.hpp>
@@ -21,31 +21,32 @@ struct GroupCounters {
    };
 
    GroupCounters() = default;
-   // Not inline: gcc warns of a move beyond the room for 16 where it sees the object that is moved from.
+   // Not inline: where gcc sees the moved-from object, it warns about a move beyond the 16 inline entries.
    GroupCounters(GroupCounters&& other) noexcept;
    GroupCounters& operator=(GroupCounters&& other) noexcept;
    ~GroupCounters() = default;
 
    std::string name;
-   // The valid ones, in the order of the entries.
+   // The valid counters, in entry order.
    boost::container::small_vector<Entry, 16> counters;
 };
 
 class GroupCountersIterator {
 public:
-   // Every group that hardware has. The manager outlives the iterator in all three.
+   // REQUIRES: in all three, the manager outlives the iterator.
+   // Every group that is programmed in hardware.
    explicit GroupCountersIterator(const orv::nexthop_group_mgr& mgr);
-   // Those of them whose name matches. The search for the next one goes on for a moment at a time, so that
-   // an expression that nothing matches holds up neither the switch nor the server: see searching().
+   // Every programmed group whose name matches. The search runs in short slices, so that an expression
+   // without a match blocks neither the switch nor the server: see searching().
    GroupCountersIterator(const orv::nexthop_group_mgr& mgr, NameRegex regex);
-   // This group, whether it is there or not; none for an empty name.
+   // This group, whether or not it exists. An empty name yields an empty iteration.
    GroupCountersIterator(const orv::nexthop_group_mgr& mgr, std::string name);
 
-   // False also while it searches.
+   // False during a search, too.
    explicit operator bool() const;
    GroupCountersIterator& operator++();
-   // Whether it stands on a name that was not looked at yet. search() then goes on from there, and may leave
-   // it searching again; the SDK's lock need not be held in between.
+   // True if the current name has not been checked yet. search() then continues from there and may be
+   // interrupted again. The SDK's lock may be released in between.
    [[nodiscard]] bool searching() const { return searching_; }
    void search();
    GroupCounters operator*() const;

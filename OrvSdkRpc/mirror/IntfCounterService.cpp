@@ -61,7 +61,7 @@ struct IntfTrafficRatesStream
       return verdict == Verdict::wanted;
    }
 
-   // As the messages merge: each rate is set, so a newer one is all that is left.
+   // Equivalent to merging the messages: every rate is set, so the newer value replaces the older one.
    static bool coalesce(Value& old, const Value& fresh) {
       old = fresh;
       return true;
@@ -84,7 +84,7 @@ private:
    enum class Verdict : std::uint8_t { none, wanted, unwanted };
 
    std::optional<NameRegex> filter_;
-   // By the interface's index: a name is matched once and not with every rate.
+   // By interface index: a name is matched once, not for every rate.
    std::vector<Verdict> verdicts_;
 };
 static_assert(

@@ -1,7 +1,7 @@
-// The SDK's interface counters, on the network, and a stream of the rates of all interfaces.
+// Serves the SDK's interface counters over gRPC, and a stream of the rates of all interfaces.
 //
-// Thread-safety: constructed and destroyed on the SDK's main thread, where the rates come from; everything
-// else runs on the pump thread.
+// Thread-safety: constructed and destroyed on the SDK's main thread, which also delivers the rates.
+// Everything else runs on the pump thread.
 #pragma once
 
 #include <span>
@@ -21,7 +21,7 @@ namespace IntfCounterServiceHandlers {
 struct IntfTrafficRatesStream;
 }  // namespace IntfCounterServiceHandlers
 
-// Publishes what waits in the backlog.
+// Publishes the rates in the backlog.
 struct IntfTrafficRatesBacklog {
    IntfCounterService& service;
 
@@ -30,8 +30,8 @@ struct IntfTrafficRatesBacklog {
 
 class IntfCounterService final : public MirrorService<orv::remote::IntfCounterMgrService> {
 public:
-   // The manager lives longer than the service. So does the watcher as long as streams are open; without one
-   // the stream of rates stays silent.
+   // Without a watcher, the stream of rates stays silent.
+   // REQUIRES: the manager outlives the service, and the watcher outlives every open stream.
    IntfCounterService(orv::intf_counter_mgr* mgr, IntfTrafficRatesWatcher* watcher);
    ~IntfCounterService() override;
 
@@ -41,7 +41,8 @@ public:
         SubscriptionController<IntfCounterService, IntfCounterServiceHandlers::IntfTrafficRatesStream>;
    [[nodiscard]] Controller& subscriptions() { return subscriptions_; }
    [[nodiscard]] orv::intf_counter_mgr& manager() const { return *mgr_; }
-   // With the SDK's lock: rates come only in between.
+   // Rates arrive only between these two calls.
+   // REQUIRES: the caller holds the SDK's lock.
    void startWatching();
    void stopWatching();
 

@@ -62,7 +62,7 @@ struct Watch
        DumpFields<dumpTraces, INTF_FIELD_OPER_STATUS, INTF_FIELD_ADMIN_ENABLED, INTF_FIELD_DESCRIPTION> {
    bool filter(const Request& request, const Response& message) const {
       if (request.all()) return true;
-      // The names first: comparing messages is slow, and nearly all differ there.
+      // Names first: comparing messages is slow, and nearly all differ in the name.
       return message.intf().name() == request.intf().name() &&
              MessageDifferencer::Equals(message.intf(), request.intf());
    }
@@ -75,14 +75,14 @@ struct Watch
       try {
          if (selected<INTF_FIELD_OPER_STATUS>()) {
             const orv::oper_status_t status = mgr.oper_status(intf);
-            // Left out where the wire has no form for it; see TellOrTrace.h.
+            // Left out if the wire has no value for it; see TellOrTrace.h.
             tellOrTrace(service.tracer(), "oper_status", [&] { message.set_oper_status(convert(status)); });
          }
          if (selected<INTF_FIELD_ADMIN_ENABLED>()) message.set_admin_enabled(mgr.admin_enabled(intf));
          if (selected<INTF_FIELD_DESCRIPTION>()) message.set_description(mgr.description(intf));
       } catch (const orv::invalid_argument_error&) {
-         // The interface may have gone since the walk came to it, and the client must not take it for one
-         // that is there. Nothing else may be wrong with it.
+         // The interface may have been deleted since the iterator reached it, and the client must not believe
+         // that it exists. No other error is expected here.
          if (mgr.exists(intf)) throw;
          message.set_event(INTF_EVENT_DELETED);
       }

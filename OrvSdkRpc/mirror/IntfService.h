@@ -1,7 +1,7 @@
-// The SDK's interfaces, on the network.
+// Serves the SDK's interfaces over gRPC.
 //
-// Thread-safety: constructed and destroyed on the SDK's main thread, where the callbacks come too; everything
-// else runs on the pump thread.
+// Thread-safety: constructed and destroyed on the SDK's main thread, which also runs the callbacks.
+// Everything else runs on the pump thread.
 #pragma once
 
 #include <string>
@@ -19,7 +19,7 @@ struct Watch;
 
 class IntfService final : public MirrorService<orv::remote::IntfMgrService>, public orv::intf_handler {
 public:
-   // The manager lives longer than the service.
+   // REQUIRES: the manager outlives the service.
    explicit IntfService(orv::intf_mgr* mgr);
    ~IntfService() override;
 
@@ -28,11 +28,12 @@ public:
    using Controller = SubscriptionController<IntfService, IntfServiceHandlers::Watch>;
    [[nodiscard]] Controller& subscriptions() { return subscriptions_; }
    [[nodiscard]] orv::intf_mgr& manager() const { return *get_intf_mgr(); }
-   // With the SDK's lock: callbacks come only in between.
+   // Callbacks arrive only between these two calls.
+   // REQUIRES: the caller holds the SDK's lock.
    void startWatching() { watch_all_intfs(true); }
    void stopWatching() { watch_all_intfs(false); }
 
-   // Each is one message to the streams, at once.
+   // Each callback publishes one message immediately.
    void on_intf_create(const orv::intf_id_t& intf) override;
    void on_intf_delete(const orv::intf_id_t& intf) override;
    void on_oper_status(const orv::intf_id_t& intf, orv::oper_status_t status) override;

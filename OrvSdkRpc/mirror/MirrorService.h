@@ -1,9 +1,9 @@
-// Base of the services that mirror a manager of the SDK, one method to one RPC.
+// Base of the services that mirror an SDK manager, with one RPC for each method.
 //
-// Thread-safety: as GrpcService.h.
+// Thread-safety: see GrpcService.h.
 //
-// A service adds its handler of the SDK, its controller, its callbacks, its SDK manager as `manager()`, and
-// in its source the definitions of its RPCs and one list of them, startHandlers.
+// A service adds its SDK handler and callbacks, its controller, and its SDK manager as `manager()`. Its
+// source defines the RPCs and lists them in startHandlers.
 #pragma once
 
 #include <grpcpp/server_builder.h>

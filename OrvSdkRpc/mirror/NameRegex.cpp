@@ -19,7 +19,7 @@ void checkBound(std::size_t size, std::size_t most, std::string_view of) {
         fmt::format("regular expression of {} {}, expected at most {}", size, of, most));
 }
 
-// For its words: whatever is wrong with an expression, std::regex says.
+// std::regex checks the syntax, because clients see its error texts.
 void checkSyntax(const std::string& expression) {
    try {
       std::regex regex;
@@ -50,7 +50,7 @@ RegexTranslation checked(const std::string& expression) {
 
 RE2::Options options(std::size_t memory) {
    RE2::Options options;
-   // Bytes, as std::regex<char> has them.
+   // Match bytes, as std::regex<char> does.
    options.set_encoding(RE2::Options::EncodingLatin1);
    options.set_max_mem(static_cast<std::int64_t>(memory));
    options.set_never_capture(true);

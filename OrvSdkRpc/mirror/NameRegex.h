@@ -1,9 +1,10 @@
-// A regular expression that a client gives to select names: ECMAScript, and the whole name must match.
+// A client's regular expression (ECMAScript) that selects names. It must match the whole name.
 //
-// Thread-safety: never changes once it is made; any number of threads may match against it.
+// Thread-safety: immutable. Any number of threads may match at the same time.
 //
-// Whatever the expression, making one takes tens of milliseconds and a megabyte of stack at most, a match
-// takes time by the product of the two lengths, and both together keep at most memoryMax.
+// These bounds hold for any expression. Construction takes at most tens of milliseconds and a megabyte of
+// stack. The time of a match is proportional to the product of the two lengths. Both together retain at most
+// memoryMax bytes.
 #pragma once
 
 #include <cstddef>
@@ -15,18 +16,19 @@ namespace OrvSdkRpc {
 
 class NameRegex {
 public:
-   // What is longer, larger, deeper or has more classes is refused before it is compiled (see
-   // RegexTranslation.h): it would take too long.
+   // Limits on length, size, depth and number of classes (see RegexTranslation.h). Beyond them an expression
+   // is rejected before compilation, which would take too long.
    static constexpr std::size_t bytesMax = 4096;
    static constexpr std::size_t sizeMax = 8192;
    static constexpr std::size_t depthMax = 200;
    static constexpr std::size_t classesMax = 256;
-   // Bytes that the compiled expression and what its matches keep take together.
+   // Bytes for the compiled expression and the state that its matches retain.
    static constexpr std::size_t memoryMax = std::size_t{1} << 20;
 
-   // The expression means what it means to std::regex in the classic locale. THROWS std::invalid_argument,
-   // with std::regex_error's words, for an ill-formed expression, and with others for one that is too large,
-   // repeats more than 1000 times, has a back-reference, or a look-ahead behind its beginning.
+   // The expression has its std::regex meaning in the classic locale.
+   // THROWS: std::invalid_argument, with std::regex_error's text if the expression is ill-formed, and with
+   // other texts if it is too large, repeats something more than 1000 times, or has a back-reference or a
+   // look-ahead after its beginning.
    explicit NameRegex(const std::string& expression);
 
    [[nodiscard]] bool matches(std::string_view name) const;

@@ -25,7 +25,7 @@ namespace NexthopGroupRpcs {
 using Rpc = NexthopGroupService::AsyncService;
 using types::convert;
 
-// The operations that only the implementation has.
+// For operations that only the implementation has.
 inline orv::NexthopGroupMgrImpl& implOf(NexthopGroupService& service) {
    return static_cast<orv::NexthopGroupMgrImpl&>(service.manager());
 }
@@ -136,7 +136,7 @@ struct Watch : WatchOf<&Rpc::Requestwatch, &NexthopGroupService::subscriptions>,
       return service.manager().programmed_nexthop_group_iter();
    }
 
-   // A group that hardware lost since the walk came to it is shown as one without a name.
+   // A group that has left the hardware since the iterator reached it is sent without a name.
    void encodeDump(NexthopGroupService& service, const std::string& name, Response& message) const {
       const orv::NexthopGroupMgrImpl& mgr = implOf(service);
       const orv::nexthop_group_t group = mgr.programmed_nexthop_group(name);
@@ -144,7 +144,7 @@ struct Watch : WatchOf<&Rpc::Requestwatch, &NexthopGroupService::subscriptions>,
       if (selected<NEXTHOP_GROUP_FIELD_ACTIVE_STATUS>()) message.set_active(mgr.active(name));
       if (selected<NEXTHOP_GROUP_FIELD_PROGRAMMED>()) message.set_nhg_programmed(true);
       if (selected<NEXTHOP_GROUP_FIELD_VERSION>()) message.set_version_id(group.version_id());
-      // A field that the wire has no form for is left out; see TellOrTrace.h.
+      // A field is left out if the wire has no value for it; see TellOrTrace.h.
       if (selected<NEXTHOP_GROUP_FIELD_NEXTHOP_GROUP>()) {
          tellOrTrace(service.tracer(), "nexthop_group",
                      [&] { *message.mutable_nexthop_group() = convert(group); });

@@ -1,7 +1,7 @@
-// The SDK's nexthop groups, on the network.
+// Serves the SDK's nexthop groups over gRPC.
 //
-// Thread-safety: constructed and destroyed on the SDK's main thread, where the callbacks come too; everything
-// else runs on the pump thread.
+// Thread-safety: constructed and destroyed on the SDK's main thread, which also runs the callbacks.
+// Everything else runs on the pump thread.
 #pragma once
 
 #include <cstdint>
@@ -20,7 +20,7 @@ namespace NexthopGroupRpcs {
 struct Watch;
 }  // namespace NexthopGroupRpcs
 
-// Publishes what waits in a backlog.
+// Publishes the messages in a backlog.
 struct NexthopGroupBacklog {
    NexthopGroupService& service;
 
@@ -30,7 +30,7 @@ struct NexthopGroupBacklog {
 class NexthopGroupService final : public MirrorService<orv::remote::NexthopGroupMgrService>,
                                   public orv::nexthop_group_handler_v3 {
 public:
-   // The manager lives longer than the service and is an orv::NexthopGroupMgrImpl.
+   // REQUIRES: the manager outlives the service and is an orv::NexthopGroupMgrImpl.
    explicit NexthopGroupService(orv::nexthop_group_mgr* mgr);
    ~NexthopGroupService() override;
 
@@ -39,7 +39,8 @@ public:
    using Controller = SubscriptionController<NexthopGroupService, NexthopGroupRpcs::Watch>;
    [[nodiscard]] Controller& subscriptions() { return subscriptions_; }
    [[nodiscard]] orv::nexthop_group_mgr& manager() const { return *get_nexthop_group_mgr(); }
-   // With the SDK's lock: callbacks come only in between.
+   // Callbacks arrive only between these two calls.
+   // REQUIRES: the caller holds the SDK's lock.
    void startWatching() { watch_all_nexthop_groups(true); }
    void stopWatching() { watch_all_nexthop_groups(false); }
 
@@ -51,7 +52,7 @@ private:
    using Backlog = GenericBacklog<std::string, orv::remote::WatchNexthopGroupResponse, NexthopGroupBacklog>;
 
    Controller subscriptions_{*this};
-   // Two, so that an activation and an answer of hardware come as messages of their own.
+   // Two, so that activations and hardware states are sent in separate messages.
    Backlog activeBacklog_;
    Backlog programmedBacklog_;
 };

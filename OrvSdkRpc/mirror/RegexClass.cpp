@@ -39,7 +39,7 @@ CharacterSet classNamed(std::string_view name) {
    return charactersWhere([&](char c) { return classicTraits().isctype(c, mask); });
 }
 
-// The characters that are the same but for their case.
+// The characters that equal `c` if case is ignored.
 CharacterSet equivalentTo(char c) {
    const char lower = std::tolower(c, std::locale::classic());
    return charactersWhere([&](char other) { return std::tolower(other, std::locale::classic()) == lower; });
@@ -55,7 +55,7 @@ char takeHex(std::string_view& rest, int digits) {
       const char c = takeFront(rest);
       value = 16 * value + static_cast<unsigned>(isDigit(c) ? c - '0' : (c | 0x20) - 'a' + 10);
    }
-   // A character beyond the first 256 is cut, as std::regex<char> does.
+   // A character above 255 is truncated, as in std::regex<char>.
    return static_cast<char>(value);
 }
 
@@ -98,7 +98,7 @@ private:
       }
       char last = takeFront(rest_);
       if (last == '\\') last = takeEscape(rest_, true).value;
-      // By char, which has a sign on most machines, and so has the order of a range.
+      // Ranges are ordered by char, which is signed on most machines.
       add(charactersWhere([&](char c) { return *start_ <= c && c <= last; }));
    }
 
@@ -114,7 +114,7 @@ private:
    // [.name.], [=name=] or [:name:]
    void named() {
       const char mark = takeFront(rest_);
-      // The name ends at the first such character.
+      // The name ends at the first occurrence of the mark.
       const std::string_view name = rest_.substr(0, rest_.find(mark));
       rest_.remove_prefix(std::min(name.size() + 2, rest_.size()));
       if (mark == ':') {
@@ -132,7 +132,7 @@ private:
 
    std::string_view& rest_;
    CharacterSet set_;
-   // What a dash makes the start of a range.
+   // The character that a dash makes the start of a range.
    std::optional<char> start_;
 };
 
@@ -159,7 +159,7 @@ RegexEscape takeEscape(std::string_view& rest, bool inBrackets) {
       case 'B':
          return {Kind::noBoundary};
       case 'c':
-         // std::regex takes \cA for the letter.
+         // std::regex reads \cA as the letter A.
          return {Kind::character, rest.empty() ? '\0' : takeFront(rest)};
       case 'x':
          return {Kind::character, takeHex(rest, 2)};
@@ -209,7 +209,7 @@ CharacterSet takeBrackets(std::string_view& rest) {
 }
 
 std::string re2Class(const CharacterSet& set) {
-   // RE2 reads empty brackets as the beginning of a class that holds the bracket.
+   // RE2 reads [] as the beginning of a class that contains the bracket.
    if (set.none()) return "[^\\x00-\\xff]";
    std::string text = "[";
    for (std::size_t first = 0; first < set.size(); ++first) {

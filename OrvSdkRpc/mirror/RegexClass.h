@@ -1,10 +1,10 @@
-// What single characters of a regular expression (ECMAScript) stand for: escapes and bracket expressions,
-// read as std::regex<char> reads them in the classic locale, quirks included.
+// Escapes and bracket expressions of a regular expression (ECMAScript), read as std::regex<char> reads them
+// in the classic locale, quirks included.
 //
-// Thread-safe: no state.
+// Thread-safety: no state.
 //
-// The functions take what they read off the front of `rest`. They trust that std::regex accepts the
-// expression; of one that it refuses they make anything.
+// The functions remove what they read from the front of `rest`. If std::regex rejects the expression, their
+// results are unspecified.
 #pragma once
 
 #include <bitset>
@@ -15,18 +15,19 @@
 
 namespace OrvSdkRpc {
 
-// By the value of the byte.
+// Indexed by byte value.
 using CharacterSet = std::bitset<256>;
 
 struct RegexEscape {
    enum class Kind : std::uint8_t { character, characters, boundary, noBoundary, backReference };
 
    Kind kind = Kind::character;
-   // The character, or the letter of a set of them, for escapedClass.
+   // The character, or the letter of a class for escapedClass.
    char value = '\0';
 };
 
-// The first character. REQUIRES: there is one.
+// Removes the first character.
+// REQUIRES: `rest` is not empty.
 inline char takeFront(std::string_view& rest) {
    const char c = rest.front();
    rest.remove_prefix(1);
@@ -38,16 +39,16 @@ inline bool take(std::string_view& rest, char c) {
    return true;
 }
 
-// From behind the backslash on. In brackets \b is a backspace.
+// Reads an escape from after its backslash. In brackets, \b is a backspace.
 RegexEscape takeEscape(std::string_view& rest, bool inBrackets);
-// \d, \D, \s, \S, \w, \W by their letter.
+// The class \d, \D, \s, \S, \w or \W, by its letter.
 const CharacterSet& escapedClass(char letter);
-// From behind the opening bracket on, the closing one included.
+// Reads from after the opening bracket to the closing one, inclusive.
 CharacterSet takeBrackets(std::string_view& rest);
 
-// The set as RE2 writes it.
+// The set in RE2 syntax.
 std::string re2Class(const CharacterSet& set);
-// One character as RE2 writes it.
+// One character in RE2 syntax.
 std::string re2Character(char c);
 
 }  // namespace OrvSdkRpc

@@ -37,7 +37,7 @@ public:
    }
 
 private:
-   // A group, an alternative or a repetition.
+   // The size of a group, an alternative or a repetition.
    static constexpr std::size_t joint = 8;
 
    // How the last atom is repeated.
@@ -47,13 +47,13 @@ private:
       std::size_t size = 0;
       // Where it begins in out_.
       std::size_t start = 0;
-      // Of a simple repetition.
+      // For a simple repetition.
       bool maybeNone = false;
       bool many = false;
    };
    struct Group {
       std::size_t start;
-      // Size of what stands in front of it in the enclosing group.
+      // Size of what precedes the group in its enclosing group.
       std::size_t before;
       bool lookAhead;
    };
@@ -175,7 +175,7 @@ private:
    void repeat(bool maybeNone, bool many) {
       if (!beginRepetition()) return;
       if (last_.form == Form::simple) {
-         // RE2 takes one such sign for each atom, and one is enough.
+         // RE2 accepts one of these signs per atom, and one is enough.
          maybeNone = maybeNone || last_.maybeNone;
          many = many || last_.many;
          out_.pop_back();
@@ -189,7 +189,7 @@ private:
       last_.size = bounded(last_.size + joint);
    }
 
-   // Behind the opening brace.
+   // Reads from after the opening brace.
    void repeatCounted() {
       const std::size_t least = takeNumber();
       std::size_t most = least;
@@ -207,7 +207,7 @@ private:
       if (last_.form != Form::once) wrapLast();
       out_ += counts;
       last_.form = Form::counted;
-      // One more, which a repetition without an end has.
+      // One more copy, for an unbounded repetition.
       last_.size = bounded(last_.size * (std::max<std::size_t>(most, 1) + 1) + joint);
    }
    std::size_t takeNumber() {
@@ -217,9 +217,9 @@ private:
       return number;
    }
 
-   // False where there is nothing to repeat, which is ill-formed.
+   // RETURNS: false if there is nothing to repeat, which is ill-formed.
    bool beginRepetition() {
-      // As few or as many as possible: the same texts match as a whole.
+      // Lazy or greedy: the same whole texts match.
       take(rest_, '?');
       return last_.form != Form::nothingToRepeat;
    }
@@ -233,7 +233,7 @@ private:
    std::string out_;
    std::optional<std::size_t> othersAt_;
    std::vector<Group> groups_;
-   // In the innermost group, without its last atom, and that one.
+   // The size of the innermost group without its last atom, and that atom.
    std::size_t size_ = 0;
    Last last_;
 };

@@ -1,9 +1,9 @@
-// A regular expression of ECMAScript, as std::regex<char> reads it, in the words of RE2.
+// Translates an ECMAScript regular expression, as std::regex<char> reads it, into RE2 syntax.
 //
-// Thread-safe: no state.
+// Thread-safety: no state.
 //
-// The two languages differ in what they call the same (classes, escapes, line ends, doubled repetitions), so
-// nothing is passed through: each part of the expression is written anew, in bytes (Latin-1).
+// The same notation can differ in meaning (classes, escapes, line ends, doubled repetitions), so nothing is
+// copied: each part of the expression is rewritten, in bytes (Latin-1).
 #pragma once
 
 #include <cstddef>
@@ -17,32 +17,34 @@ struct RegexTranslation {
    static constexpr std::size_t sizeMax = std::size_t{1} << 31;
 
    struct LookAhead {
-      // Must match at the beginning of the text, or must not.
+      // Must match at the beginning of the text or, if negative, must not match there.
       std::string pattern;
       bool negative;
    };
 
    std::string pattern;
-   // One at the beginning of the expression, behind a ^ at most. RE2 knows none, so it is tried by itself.
+   // A look-ahead at the beginning of the expression, or after a ^ there. RE2 has no look-ahead, so it is
+   // matched separately.
    std::optional<LookAhead> lookAhead;
-   // With a look-ahead: the alternatives at the top that it does not belong to. The others are in pattern.
+   // With a look-ahead: the top-level alternatives that it does not belong to. `pattern` is the one it
+   // belongs to.
    std::optional<std::string> others;
 
-   // A look-ahead anywhere else, which only a matcher that searches can do. The patterns are then wrong.
+   // A look-ahead anywhere else, which only a backtracking matcher supports. The patterns are then wrong.
    bool lateLookAhead = false;
 
-   // What decides the time and the stack that compiling the expression takes:
-   // its characters and classes with the counted repetitions written out, and 8 more for each group,
-   // alternative and repetition, which cost std::regex the square of their number; at most sizeMax,
+   // The next three determine the time and the stack that compilation takes.
+   // Characters and classes with counted repetitions expanded, plus 8 for each group, alternative and
+   // repetition, which cost std::regex the square of their number. At most sizeMax.
    std::size_t size = 0;
-   // how deep its groups stand in one another,
+   // Nesting depth of the groups.
    std::size_t depth = 0;
-   // and how many classes it has as it is written.
+   // Number of classes, as written.
    std::size_t classes = 0;
 };
 
-// Takes time by the length of the expression and no stack. Of an expression that std::regex refuses it makes
-// anything.
+// The time depends on the expression's length alone, and the stack is constant. If std::regex rejects the
+// expression, the result is unspecified.
 RegexTranslation translateRegex(std::string_view expression);
 
 }  // namespace OrvSdkRpc

@@ -35,7 +35,8 @@ void addStatus(Message& bulk, const orv::sbfd_echo_session_key_t& key, orv::bfd_
    item.mutable_oper_status()->set_status(convertStatus(status));
 }
 
-// Fills the text, traces it and answers the status of a refusal.
+// Formats and traces the error text.
+// RETURNS: RPC_STATUS_ERROR.
 template <class... Args>
 int refuse(std::string& errorText, fmt::format_string<Args...> format, Args&&... args) {
    errorText = fmt::format(format, std::forward<Args>(args)...);
@@ -78,7 +79,7 @@ BfdProgrammer::BfdProgrammer(const ClientInit& client, orv::bfd_session_mgr* ses
       sessions_.emplace(*session, epoch_);
 }
 
-// The state machine may be held elsewhere, and its task runs against the sender.
+// Other references may keep the state machine alive, and its task uses the sender.
 BfdProgrammer::~BfdProgrammer() {
    rttTask_->retire();
 }
@@ -131,11 +132,11 @@ void BfdProgrammer::set(const Key& key, const pb::sbfd_echo_session_msg& request
                      : sessionMgr_->sbfd_default_interval());
       sessionMgr_->sbfd_echo_session_rtt_enabled_set(key, request.rtt_enabled());
    } catch (const orv::error&) {
-      // A session that was refused is not left behind at the default interval.
+      // A new session that is rejected must not stay at the default interval.
       if (!sessions_.contains(key)) sessionMgr_->sbfd_echo_session_del(key);
       throw;
    }
-   // The mark that protects it at the end of a resync.
+   // The current epoch protects the session at the end of a resync.
    sessions_.insert_or_assign(key, epoch_);
    if (request.track_intf_state()) {
       intfToKeySetIs(key);
@@ -192,7 +193,7 @@ void BfdProgrammer::resyncEnd() {
    }
    if (message.bulk_size() == 0) return;
    message.add_bulk()->set_bulk_end(true);
-   // What is missing from the message has been removed, and must stay so.
+   // Sessions missing from the message have been removed. After a crash, they must still be removed.
    orv::sdk_lock_settle();
    sender_.sendSbfdAliveUpdate(std::move(message));
 }
@@ -226,7 +227,7 @@ void BfdProgrammer::on_intf_delete(const orv::intf_id_t& intf) {
 }
 
 void BfdProgrammer::on_oper_status(const orv::intf_id_t& intf, orv::oper_status_t status) {
-   // The interface may have gone since.
+   // The interface may have been deleted since.
    tellOrTrace(programmingTracer(), "on_oper_status",
                [&] { handleIntfStateChange(intf, intfMgr_->admin_enabled(intf), status); });
 }
@@ -236,7 +237,7 @@ void BfdProgrammer::on_admin_enabled(const orv::intf_id_t& intf, bool enabled) {
                [&] { handleIntfStateChange(intf, enabled, intfMgr_->oper_status(intf)); });
 }
 
-// An interface that goes down is told at once, ahead of what BFD itself will report.
+// Reports the sessions of an interface that goes down at once, ahead of BFD's own report.
 void BfdProgrammer::handleIntfStateChange(const orv::intf_id_t& intf, bool admin, orv::oper_status_t oper) {
    if (admin && oper == orv::oper_status_t::unknown) return;
    const bool up = admin && oper != orv::oper_status_t::down;

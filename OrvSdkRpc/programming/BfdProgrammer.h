@@ -1,10 +1,9 @@
-// Seamless-BFD echo sessions: programs them, tells their state and round-trip times to the streams, and keeps
-// their epochs.
+// Seamless-BFD echo sessions: programs them, reports their state and round-trip times to the streams, and
+// tracks their epochs.
 //
-// Thread-safety: requests and resync on the pump thread, the callbacks and tasks on the SDK's main thread;
-// the SDK's lock, which every one of them holds, guards all that is here.
-//
-// Made and destroyed on the SDK's main thread, or with its lock held.
+// Thread-safety: requests and resync run on the pump thread, callbacks and tasks on the SDK's main thread.
+// All of them hold the SDK's lock, which guards everything here. Constructed and destroyed on the SDK's main
+// thread, or with its lock held.
 #pragma once
 
 #include <cstdint>
@@ -24,7 +23,7 @@ namespace OrvSdkRpc {
 
 class ClientInit;
 
-// Sends what has been gathered in the alive bulk since the last run.
+// Sends the alive updates collected since the last run.
 class BfdSendAliveBulkMsgTask final : public Pavo::Task {
 public:
    BfdSendAliveBulkMsgTask(const Pavo::Ptr<Gorm::TaskScheduler>& scheduler, SbfdUpdateSender& sender,
@@ -41,7 +40,7 @@ class BfdProgrammer final : public orv::bfd_session_handler, public orv::intf_ha
 public:
    using Key = orv::sbfd_echo_session_key_t;
 
-   // Watches all sessions from here on, and takes those that the SDK runs into its table, with epoch 0.
+   // Starts watching all sessions, and adds the SDK's existing sessions to the table with epoch 0.
    BfdProgrammer(const ClientInit& client, orv::bfd_session_mgr* sessionMgr, orv::intf_mgr* intfMgr,
                  SbfdUpdateSender& sender);
    ~BfdProgrammer() override;
@@ -50,10 +49,10 @@ public:
    void processSbfdEchoSessionBulkRequest(const pb::sbfd_echo_session_bulk_msg& request,
                                           pb::rpc_status_bulk_msg& response);
 
-   // A new epoch begins: a session that is not programmed again before the end is stale.
+   // Starts a new epoch: a session that is not programmed again before the end is stale.
    void resyncStart();
-   // Deletes the stale sessions and sends the status of the others as one bulk, which the environment
-   // variable KELPAGENT_NOBFD suppresses.
+   // Deletes the stale sessions and sends the status of the others as one bulk. The environment variable
+   // KELPAGENT_NOBFD suppresses the bulk.
    void resyncEnd();
 
    void on_sbfd_echo_session_status(const Key& key, orv::bfd_session_status_t status) override;
@@ -63,7 +62,7 @@ public:
    void on_oper_status(const orv::intf_id_t& intf, orv::oper_status_t status) override;
    void on_admin_enabled(const orv::intf_id_t& intf, bool enabled) override;
 
-   // Generation of sessions, counted by resync starts.
+   // Session generation, incremented by each resync start.
    [[nodiscard]] std::uint32_t epoch() const { return epoch_; }
 
 private:

@@ -26,7 +26,7 @@ void BfdRttBacklogSm::handleRttBacklogTask() {
    pb::watch_sbfd_echo_session_status_msg message;
    message.mutable_bulk()->Reserve(static_cast<int>(backlog_.size()));
    const std::size_t done = backlog_.pass([&](const Key& key, const pb::sbfd_echo_session_rtt_msg& rtt) {
-      // At least one, however short the quantum.
+      // Send at least one, however short the quantum.
       if (message.bulk_size() != 0 && task_->taskShouldYield()) return false;
       handleRttBacklogElem(key, rtt, message);
       return true;

@@ -1,6 +1,6 @@
-// Round-trip times on their way from the SDK to the streams: one value per session waits, the latest.
+// Backlog of round-trip times between the SDK and the streams. It keeps the latest value of each session.
 //
-// Thread-safety: SDK's main thread, or with the SDK's lock held. Destroyed like a Pavo::Task.
+// Thread-safety: call on the SDK's main thread or with the SDK's lock held. Destroy as a Pavo::Task.
 #pragma once
 
 #include <string>
@@ -20,16 +20,16 @@ public:
 
    explicit BfdRttBacklogSm(SbfdUpdateSender& sender) : sender_(sender) {}
 
-   // The task that drains the backlog. Once, before the first report.
+   // Creates the task that drains the backlog. Called once, before the first report.
    const Pavo::Ptr<Gorm::Task>& rttBacklogTaskIs(const Pavo::Ptr<Gorm::TaskScheduler>& scheduler,
                                                  Gorm::Priority priority, std::string name);
 
-   // Replaces what waits for the session.
+   // Replaces the session's pending value.
    void backlogIs(const Key& key, const pb::sbfd_echo_session_rtt_msg& rtt);
-   // Drops what waits for the session.
+   // Drops the session's pending value.
    void backlogDel(const Key& key) { backlog_.erase(key); }
 
-   // One run: what it drains within its quantum goes out as one message.
+   // One run of the task. Sends as one message what it drains within its quantum.
    void handleRttBacklogTask();
 
    [[nodiscard]] std::size_t backlogSize() const { return backlog_.size(); }

@@ -1,10 +1,9 @@
-// One RPC of the programming service: a call becomes one call of a programmer's member function.
+// Handles one RPC of the programming service by one call of a programmer's member function.
 //
 // Thread-safety: pump thread only.
 //
-// The call always ends with status OK; what went wrong stands in the response. There is no check of the peer,
-// no SDK lock and no translation of exceptions here: a programmer takes the lock where it writes and words
-// its own failures.
+// The call always ends with status OK; errors are part of the response. The handler does not check the peer,
+// take the SDK's lock or translate exceptions: a programmer locks where it writes and reports its own errors.
 #pragma once
 
 #include <grpcpp/support/status.h>
@@ -21,13 +20,13 @@ concept BulkMessage = requires(const Rq& request) {
    request.bulk().size();
 };
 
-// The base of a definition, which says nothing but names:
+// The base of a definition, which contains only names:
 //
 //    struct MplsRouteHandler
 //         : CallbackOf<&Rpc::Requestmpls_route, &MplsRouteProgrammer::processMPLSRouteRequest> {};
 //
-// `programmerCallback` takes the request and the response of the RPC. Its programmer is the service's only
-// one of that class.
+// `programmerCallback` takes the RPC's request and response. The service has exactly one programmer of its
+// class.
 template <auto requestMethod, auto programmerCallback>
 struct CallbackOf : RpcOf<requestMethod> {
    static constexpr auto callback = programmerCallback;

@@ -11,7 +11,7 @@
 
 namespace OrvSdkRpc {
 
-// A DSCP stands in an IPv4 rule as it is, in an IPv6 rule within the traffic class (RFC 2474).
+// An IPv4 rule matches the DSCP itself, an IPv6 rule the traffic class that contains it (RFC 2474).
 struct CbfAfDefinition {
    orv::acl_type_t type;
    DscpValues CbfRedirectTable::SeqAndDscpValues::*values;
@@ -29,7 +29,7 @@ inline constexpr CbfAfDefinition cbfAfDefinitions[] = {
      {orv::acl_type_t::ipv6, &CbfRedirectTable::SeqAndDscpValues::ipv6, "_IPv6", 2, 0xfc},
 };
 
-// Every redirect is a rule of a policy map and a class map of this feature.
+// Every redirect uses a policy map rule and a class map of this feature.
 inline constexpr orv::policy_feature_t cbfFeature = orv::policy_feature_t::pbr;
 
 }  // namespace OrvSdkRpc

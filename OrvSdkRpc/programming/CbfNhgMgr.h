@@ -1,6 +1,6 @@
-// Writes the platform's table of class-based overrides. Of all agents of a switch one may.
+// Writes the platform's table of class-based overrides. Only one agent of a switch may do so.
 //
-// Thread-safety: SDK's main thread, or with the SDK's lock held.
+// Thread-safety: call on the SDK's main thread or with the SDK's lock held.
 #pragma once
 
 #include "orv/mount.h"
@@ -13,13 +13,13 @@ class CbfNhgMgr final : public orv::mount_handler {
 public:
    explicit CbfNhgMgr(orv::mount_mgr* mgr) : orv::mount_handler(mgr) {}
 
-   // Where another agent has the table, the agent is stopped through orv::panic with unsupported_error.
+   // If another agent has the table, stops this agent through orv::panic with unsupported_error.
    void doMounts(const Pavo::Ptr<Tessel::MountGroup>& state,
                  const Pavo::Ptr<ZeltSharedMem::MountGroup>& shared) override;
    void onMountsComplete(const Pavo::Ptr<Tessel::EntityManager>& state,
                          const Pavo::Ptr<ZeltSharedMem::EntityManager>& shared) override;
 
-   // Nothing happens before the mounts are complete.
+   // No-ops until the mounts are complete.
    void override_set(const CbfNhgExt::CbfNhgOverrideEntry& entry);
    void override_del(const CbfNhgExt::CbfNhgOverrideKey& key);
 

@@ -27,7 +27,8 @@ constexpr Gorm::Priority removePriority = 4;
 constexpr std::int64_t removeDelayNanos = 1'000'000'000;
 constexpr std::uint32_t maxDscp = 63;
 
-// Fills the text, traces it and answers the status of a refusal.
+// Formats and traces the error text.
+// RETURNS: RPC_STATUS_ERROR.
 template <class... Args>
 int refuse(std::string& errorText, fmt::format_string<Args...> format, Args&&... args) {
    errorText = fmt::format(format, std::forward<Args>(args)...);
@@ -35,7 +36,7 @@ int refuse(std::string& errorText, fmt::format_string<Args...> format, Args&&...
    return pb::RPC_STATUS_ERROR;
 }
 
-// The first value that is no DSCP.
+// RETURNS: the first invalid DSCP, or null.
 template <class Values>
 const std::uint32_t* invalidDscp(const Values& values) {
    const auto found = std::find_if(values.begin(), values.end(), [](std::uint32_t v) { return v > maxDscp; });
@@ -56,8 +57,8 @@ orv::acl_rule_ip_t aclRule(const CbfAfDefinition& af, const std::string& matchGr
    return rule;
 }
 
-// The override table has room for the names. A redirect of longer ones may be there all the same: it was
-// programmed while there was no table.
+// True if the names fit into the override table. A redirect with longer names can exist: it was programmed
+// while the platform had no such table.
 bool fitsOverrideTable(const CbfNhgRedirectProgrammer::Key& key) {
    constexpr std::size_t most = NexthopGroup::NexthopGroupEntryKey::maxNameBytes;
    return key.match.size() <= most && key.redirect.size() <= most;
@@ -77,7 +78,7 @@ private:
    CbfNhgRedirectProgrammer& programmer_;
 };
 
-// Hears of the commits that failed for a list.
+// Records the ACLs whose commit failed.
 class CbfNhgRedirectProgrammer::CommitWatch final : public orv::acl_handler {
 public:
    CommitWatch(CbfNhgRedirectProgrammer& programmer, orv::acl_mgr* mgr)
@@ -85,7 +86,7 @@ public:
       watch_all_acls(true);
    }
    void on_acl_sync_fail(const std::string& source, const std::string&) override {
-      // Whether it is a list of a redirect is asked when a request comes: many may fail together.
+      // The next request checks whether the ACL belongs to a redirect: many may fail together.
       const bool mayBeOurs = std::any_of(
            std::begin(cbfAfDefinitions), std::end(cbfAfDefinitions),
            [&](const CbfAfDefinition& af) { return source.find(af.suffix) != std::string::npos; });
@@ -141,16 +142,16 @@ bool CbfNhgRedirectProgrammer::cbrPolicyMapNameIs(const std::string& name) {
    return table_.lastSequence() != 0;
 }
 
-// Of the policy map that is known so far.
+// Forgets the current policy map and its redirects.
 void CbfNhgRedirectProgrammer::leavePolicyMap() {
-   // A second later their rules would be looked for in another policy map.
+   // A second later, due removals would look for their rules in another policy map.
    processRemove();
    for (const auto& [key, values] : table_.redirects())
       removeOverride(key);
    table_.clear();
 }
 
-// The policy map itself is not pushed: that its rules are gone reaches the SDK with its next push.
+// Does not push the policy map: the SDK learns of the removed rules with the next push.
 void CbfNhgRedirectProgrammer::removeBadRules(const std::vector<std::uint32_t>& sequences) {
    for (const std::uint32_t sequence : sequences) {
       const orv::policy_map_key_t classMapKey = policyMap_.rules().at(sequence).class_map_key();
@@ -170,7 +171,7 @@ void CbfNhgRedirectProgrammer::processCbfNhgRedirectRequest(const pb::cbf_nextho
    processCbfNhgRedirectRequestInternal(request, response, true);
 }
 
-// One commit for all items, also where there is none and where all have failed.
+// One commit for all items, even if there are no items or all have failed.
 void CbfNhgRedirectProgrammer::processCbfNhgRedirectBulkRequest(
      const pb::cbf_nexthop_group_redirect_bulk_msg& request, pb::rpc_status_bulk_msg& response) {
    serveBulk(request, response, [this](const auto& item, auto& status) {
@@ -179,11 +180,11 @@ void CbfNhgRedirectProgrammer::processCbfNhgRedirectBulkRequest(
    orv::sdk_scoped_lock lock;
    try {
       commitAcls();
-      // Without a name there is no policy map, and every item was refused.
+      // Without a name there is no policy map, and every item was rejected.
       if (!policyMapName_.empty()) pushPolicyMap();
    } catch (const orv::error& e) {
       orv::fmttrace(programmingTracer(), 0, "Error: exception {}", e.what());
-      // Removals need neither the commit nor the push, and what stood before is in force.
+      // Removals need neither the commit nor the push. Redirects in force need nothing.
       for (int at = 0; at < request.bulk_size(); ++at) {
          pb::rpc_status_msg& status = *response.mutable_statuses(at);
          if (status.status() != pb::RPC_STATUS_OK || request.bulk(at).delete_()) continue;
@@ -241,7 +242,7 @@ int CbfNhgRedirectProgrammer::addRedirect(const Key& key, DscpValues ipv4, DscpV
       SeqAndDscpValues& known = redirect->second;
       known.epoch = epoch_;
       const bool wasDue = table_.cancelRemoval(*redirect);
-      // In a bulk it is enough that the end of the bulk will commit it.
+      // In a bulk, a written redirect is enough: the end of the bulk commits it.
       if (known.wants(ipv4, ipv6) && (commit ? known.inForce() : !known.isUnsure())) {
          orv::fmttrace(programmingTracer(), 6,
                        "Ignore add {} seq {} matching {} redirect {} IPv4-DSCP {} IPv6-DSCP {} existing "
@@ -262,7 +263,7 @@ int CbfNhgRedirectProgrammer::addRedirect(const Key& key, DscpValues ipv4, DscpV
    }
    if (commit) commitAcls();
    if (redirect != nullptr && redirect->second.rule != Layer::unsure) {
-      // Left behind by a push that was refused.
+      // An earlier push was rejected.
       if (commit && redirect->second.rule == Layer::written) pushPolicyMap();
       orv::fmttrace(programmingTracer(), 1,
                     "Updated Acl for {} seq {} matching {} redirect {} IPv4-DSCP {} IPv6-DSCP {}",
@@ -272,7 +273,7 @@ int CbfNhgRedirectProgrammer::addRedirect(const Key& key, DscpValues ipv4, DscpV
    const orv::policy_map_key_t classMapKey(name, cbfFeature);
    orv::class_map_t classMap(classMapKey);
    std::uint32_t classMapSequence = 0;
-   // Both lists, also the one of a family without a value.
+   // Both ACLs, even that of an address family without DSCPs.
    for (const CbfAfDefinition& af : cbfAfDefinitions)
       classMap.rule_set(++classMapSequence, orv::class_map_rule_t(af.listOf(name)));
    classMapMgr_->class_map_is(classMap);
@@ -301,7 +302,7 @@ void CbfNhgRedirectProgrammer::pushPolicyMap() {
    table_.ruleCommitted();
 }
 
-// What a list could not follow is still pending and waits for the next commit.
+// The edits of an ACL whose commit failed stay pending and need another commit.
 void CbfNhgRedirectProgrammer::takeFailedCommits() {
    if (failedCommits_.empty()) return;
    table_.commitFailed([this](const Key& key) {
@@ -313,7 +314,7 @@ void CbfNhgRedirectProgrammer::takeFailedCommits() {
    failedCommits_.clear();
 }
 
-// Makes the list hold these rules and no others, whoever has left a list of that name.
+// Makes the ACL hold exactly these rules, even if an ACL of that name already exists.
 void CbfNhgRedirectProgrammer::addAcl(const CbfAfDefinition& af, const std::string& name, const Key& key,
                                       const DscpValues& dscpValues) {
    const orv::acl_key_t aclKey = af.listOf(name);
@@ -326,7 +327,7 @@ void CbfNhgRedirectProgrammer::addAcl(const CbfAfDefinition& af, const std::stri
          if (rule->first == 0 || rule->first > sequence) aclMgr_->acl_rule_del(aclKey, rule->first);
       }
    } else if (sequence == 0) {
-      // A list comes with its first rule and stays without its last. This one never reaches a commit.
+      // An ACL is created by its first rule and outlives its last. This rule is never committed.
       orv::acl_rule_ip_t nothing = aclRule(af, key.match, 0);
       nothing.action_is(orv::acl_action_t::deny);
       aclMgr_->acl_rule_set(aclKey, 1, nothing);
@@ -359,7 +360,7 @@ void CbfNhgRedirectProgrammer::scheduleRemoveRedirect(Redirect& redirect) {
 }
 
 std::size_t CbfNhgRedirectProgrammer::processRemove() {
-   // Every removal was cancelled meanwhile.
+   // All removals have been cancelled.
    if (table_.due().empty()) return 0;
    try {
       for (Redirect* const redirect : table_.due())
@@ -367,7 +368,7 @@ std::size_t CbfNhgRedirectProgrammer::processRemove() {
       pushPolicyMap();
       commitAcls();
    } catch (const orv::error& e) {
-      // An exception out of a task would end the process. All of them stay due.
+      // An exception that leaves a task would end the process. All removals stay due.
       orv::fmttrace(programmingTracer(), 0, "Error: exception {}", e.what());
       removeTask_->scheduleTaskLowestDelay(removeDelayNanos);
       return 0;
@@ -377,7 +378,7 @@ std::size_t CbfNhgRedirectProgrammer::processRemove() {
    return count;
 }
 
-// All layers but the policy map's push and the lists' commit. May be repeated.
+// Removes all layers, but neither pushes the policy map nor commits the ACLs. Can be repeated.
 void CbfNhgRedirectProgrammer::takeOut(Redirect& redirect) {
    const auto& [key, values] = redirect;
    table_.takenOut(redirect);

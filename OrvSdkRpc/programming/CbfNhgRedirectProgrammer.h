@@ -1,16 +1,16 @@
-// Class-based forwarding: traffic for one next-hop group that carries certain DSCPs leaves through another
-// group.
+// Class-based forwarding: redirects traffic with certain DSCPs from one next-hop group to another.
 //
-// Thread-safety: requests and resync on the pump thread, removal in a task of the SDK's main thread; the
-// SDK's lock guards all that is here. Made and destroyed on the SDK's main thread, or with its lock held.
+// Thread-safety: requests and resync run on the pump thread, removal in a task on the SDK's main thread. The
+// SDK's lock guards everything here. Constructed and destroyed on the SDK's main thread, or with its lock
+// held.
 //
-// A redirect stands in the switch in four layers: two ACLs, one for each address family, that match the group
-// and the DSCPs; a class map of the two; a rule of the one policy map that init names, whose action is the
-// other group; and, where the platform has it, an entry of the override table. A redirect is removed a second
-// after it was to go, so that one that comes back soon costs no policy change, and many go as one.
+// A redirect has four layers in the switch: two ACLs, one per address family, that match the group and the
+// DSCPs; a class map of the two; a rule in the policy map that init names, whose action is the other group;
+// and, if the platform has one, an entry in the override table. A removal takes effect after a second, so
+// that a redirect that comes back soon costs no policy change, and many removals share one.
 //
-// What is wanted and how much of it stands in the switch is known in one place (CbfRedirectTable.h). A
-// request changes what is wanted, and what it then has to write, commit or push follows from the difference.
+// CbfRedirectTable.h keeps what is wanted and how much of it is in the switch. A request changes what is
+// wanted. The difference determines what has to be written, committed or pushed.
 #pragma once
 
 #include <absl/container/flat_hash_set.h>
@@ -48,18 +48,19 @@ public:
    using Key = CbfRedirectTable::Key;
    using SeqAndDscpValues = CbfRedirectTable::SeqAndDscpValues;
 
-   // `cbfNhgMgr` is null where the platform has no override table.
+   // `cbfNhgMgr` is null if the platform has no override table.
    CbfNhgRedirectProgrammer(const ClientInit& client, orv::policy_map_mgr* policyMapMgr,
                             orv::class_map_mgr* classMapMgr, orv::acl_mgr* aclMgr, orv::agent_mgr* agentMgr,
                             CbfNhgMgr* cbfNhgMgr);
    ~CbfNhgRedirectProgrammer();
 
-   // Takes the policy map's name and reads back the redirects that it holds; a rule that is none is removed.
-   // True when redirects are there, and when the name is the one already known. Lets orv::error pass.
+   // Sets the policy map's name and reads back its redirects. Removes rules that are not redirects.
    //
-   // A server that has another name lets go of that policy map first: removals that are due are carried out,
-   // and its redirects, which stay in the switch, are forgotten together with their entries of the override
-   // table.
+   // A change of name leaves the old policy map first: due removals are carried out, its other redirects are
+   // forgotten but stay in the switch, and their entries in the override table are deleted.
+   //
+   // RETURNS: true if the name is unchanged, or if the policy map exists and lastSequence() is not 0.
+   // THROWS: orv::error from the SDK.
    bool cbrPolicyMapNameIs(const std::string& name);
 
    void processCbfNhgRedirectRequest(const pb::cbf_nexthop_group_redirect_msg& request,
@@ -67,18 +68,19 @@ public:
    void processCbfNhgRedirectBulkRequest(const pb::cbf_nexthop_group_redirect_bulk_msg& request,
                                          pb::rpc_status_bulk_msg& response);
 
-   // A new epoch begins: a redirect that is not programmed again before the end is stale.
+   // Starts a new epoch: a redirect that is not programmed again before the end is stale.
    void resyncStart();
-   // Schedules the removal of the stale ones.
+   // Schedules the removal of the stale redirects.
    void resyncEnd();
 
-   // Removes what is due, in one push of the policy map and one commit. Returns how many. What the SDK
-   // refuses is tried again a second later.
+   // Removes the due redirects with one push of the policy map and one commit. If the SDK refuses, tries
+   // again a second later.
+   // RETURNS: the number of redirects removed.
    std::size_t processRemove();
 
    [[nodiscard]] std::uint8_t epoch() const { return epoch_; }
    [[nodiscard]] const CbfRedirectTable::Redirects& redirects() const { return table_.redirects(); }
-   // Highest sequence of the policy map.
+   // Highest rule sequence so far.
    [[nodiscard]] std::uint32_t lastSequence() const { return table_.lastSequence(); }
 
 private:
@@ -112,9 +114,9 @@ private:
    std::uint8_t epoch_ = 0;
    const std::unique_ptr<RemoveTask> removeTask_;
    const std::unique_ptr<CommitWatch> commitWatch_;
-   // ACLs that could not follow a commit, as the SDK words them, since a request last looked.
+   // ACLs whose commit has failed since the last request checked, as the SDK names them.
    absl::flat_hash_set<std::string> failedCommits_;
-   // Empty: redirects are not in use.
+   // Empty if redirects are not in use.
    std::string policyMapName_;
    orv::policy_map_key_t policyMapKey_;
    // Local copy: changed here, then pushed as a whole.

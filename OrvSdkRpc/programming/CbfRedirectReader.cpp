@@ -19,14 +19,15 @@ void traceBad(fmt::format_string<Args...> format, Args&&... args) {
    orv::fmttrace(programmingTracer(), 0, format, std::forward<Args>(args)...);
 }
 
-// Takes the first name; false if there was another one before.
+// Stores the first name.
+// RETURNS: false if `name` differs from the stored one.
 bool takeName(std::string& taken, const std::string& name) {
    if (taken.empty()) taken = name;
    return taken == name;
 }
 
-// Whether the class map is the one that the programmer would make, so that its lists are those that a change
-// would write.
+// True if the class map is the one that the programmer would create, so that it refers to the ACLs that a
+// change would write.
 bool isNamedByUs(const CbfRedirectTable::Key& key, const orv::policy_map_key_t& classMapKey,
                  const orv::class_map_t& classMap) {
    const std::string name = key.uniqueName();

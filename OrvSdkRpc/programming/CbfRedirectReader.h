@@ -1,9 +1,9 @@
-// Reads redirects back from a switch that has them.
+// Reads existing redirects back from a switch.
 //
-// What counts is what the switch has committed: lists that were edited and not committed, as a kill in the
-// middle of a bulk leaves them, redirect nothing.
+// Only committed rules count: uncommitted edits, as a kill in the middle of a bulk leaves them, redirect
+// nothing.
 //
-// Thread-safety: with the SDK's lock held, or on the SDK's main thread.
+// Thread-safety: call with the SDK's lock held or on the SDK's main thread.
 #pragma once
 
 #include <cstdint>
@@ -30,9 +30,9 @@ public:
    CbfRedirectReader(const orv::class_map_mgr& classMapMgr, const orv::acl_mgr& aclMgr)
         : classMapMgr_(classMapMgr), aclMgr_(aclMgr) {}
 
-   // The redirect that a rule of the policy map stands for; none, traced, if it is not one of ours. Its epoch
-   // is 0. Its lists are unsure where pending edits would change them. A list that is neither of IPv4 nor of
-   // IPv6 ends the process. Lets orv::error pass.
+   // RETURNS: the redirect that the policy map rule stands for, with epoch 0. Its lists are unsure if they
+   // have pending edits. Empty, with a trace, if the rule is not one of ours.
+   // THROWS: orv::error from the SDK. An ACL that is neither IPv4 nor IPv6 ends the process.
    [[nodiscard]] std::optional<std::pair<Key, SeqAndDscpValues>> read(
         std::uint32_t sequence, const orv::policy_map_rule_t& rule) const;
 

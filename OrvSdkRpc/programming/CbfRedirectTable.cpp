@@ -67,13 +67,13 @@ void CbfRedirectTable::change(Redirect& redirect, DscpValues ipv4, DscpValues ip
    values.ipv4 = std::move(ipv4);
    values.ipv6 = std::move(ipv6);
    values.lists = Layer::unsure;
-   // The lists that are written next are not those that its rule leads to.
+   // The ACLs that are written next are not those that the rule refers to.
    if (std::exchange(values.foreign, false)) values.rule = Layer::unsure;
 }
 
 void CbfRedirectTable::written(Redirect& redirect, LayerOf layer) {
    redirect.second.*layer = Layer::written;
-   // The two layers of a redirect are written one behind the other.
+   // The two layers of a redirect are written in succession, so its duplicate can only be the last element.
    if (uncommitted_.empty() || uncommitted_.back() != &redirect) uncommitted_.push_back(&redirect);
 }
 

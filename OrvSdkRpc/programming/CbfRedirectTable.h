@@ -1,13 +1,13 @@
-// The one place that knows the redirects of a policy map: which are wanted, with which DSCPs, and how much of
-// each stands in the switch.
+// The redirects of a policy map: which are wanted, with which DSCPs, and how much of each is in the switch.
+// Nothing else keeps this state.
 //
-// A redirect stands in two layers that come into force at different moments: its two ACLs with the next
-// commit of ACLs, its class map and rule with the next push of the policy map. Each layer is unsure, written
-// or committed. What is left to do follows from that: unsure layers are to be written, written ones to be
-// committed, and a redirect that is wanted and committed in both layers needs nothing.
+// A redirect has two layers that come into force separately: its two ACLs with the next commit of ACLs, its
+// class map and rule with the next push of the policy map. Each layer is unsure, written or committed. That
+// determines what is left to do: unsure layers must be written, written layers committed. A wanted redirect
+// with two committed layers needs nothing.
 //
-// Nothing here calls the SDK. An operation looks at no more redirects than it is about or than wait for a
-// commit, where it does not say otherwise.
+// Nothing here calls the SDK. Unless it says otherwise, an operation visits only the redirects it concerns
+// and those that wait for a commit.
 //
 // Thread-safety: none of its own; guarded by the SDK's lock.
 #pragma once
@@ -27,8 +27,7 @@
 
 namespace OrvSdkRpc {
 
-// A name for the pair that reads short where the names are related: what they share stands once, if it ends
-// in a separator.
+// A name for the pair. A common prefix of the two appears only once if it ends at a separator.
 std::string getCbfUniqueName(std::string_view match, std::string_view redirect);
 
 class CbfRedirectTable {
@@ -38,7 +37,7 @@ public:
       std::string match;
       std::string redirect;
 
-      // Of the class map, and the stem of the ACLs' names.
+      // Name of the class map and stem of the ACLs' names.
       [[nodiscard]] std::string uniqueName() const { return getCbfUniqueName(match, redirect); }
 
       auto operator<=>(const Key&) const = default;
@@ -49,25 +48,25 @@ public:
    };
 
    enum class Layer : std::uint8_t {
-      unsure,     // it may be missing, or hold something else
-      written,    // the SDK has what is wanted, not in force yet
+      unsure,     // may be missing or differ from what is wanted
+      written,    // the SDK has what is wanted, but it is not in force yet
       committed,  // what is wanted is in force
    };
 
    struct SeqAndDscpValues {
-      // Of the rule in the policy map.
+      // Sequence of the rule in the policy map.
       std::uint32_t sequence = 0;
-      // Resync generation at which the redirect was last programmed.
+      // Resync epoch in which the redirect was last programmed.
       std::uint8_t epoch = 0;
-      // What is wanted.
+      // The wanted DSCPs.
       DscpValues ipv4;
       DscpValues ipv6;
       // The two ACLs.
       Layer lists = Layer::unsure;
       // The class map and the rule of the policy map.
       Layer rule = Layer::unsure;
-      // Read back from a class map or lists of other names. It is in force as it is, and to change it takes
-      // all layers.
+      // Read back from a class map or ACLs with other names. It is in force, but a change has to rewrite all
+      // layers.
       bool foreign = false;
 
       [[nodiscard]] bool isUnsure() const { return lists == Layer::unsure || rule == Layer::unsure; }
@@ -77,54 +76,58 @@ public:
       }
    };
 
-   // References to a redirect are good until it is erased.
+   // References to a redirect are valid until it is erased.
    using Redirects = absl::node_hash_map<Key, SeqAndDscpValues>;
    using Redirect = Redirects::value_type;
 
    [[nodiscard]] const Redirects& redirects() const { return redirects_; }
    [[nodiscard]] Redirects& redirects() { return redirects_; }
-   // Null where it is not known.
+   // Null if the key is unknown.
    [[nodiscard]] Redirect* find(const Key& key);
    [[nodiscard]] const Redirect* find(const Key& key) const;
 
-   // Highest sequence of a rule so far. Only rises: no sequence is used again.
+   // Highest rule sequence so far. It never decreases: no sequence is reused.
    [[nodiscard]] std::uint32_t lastSequence() const { return lastSequence_; }
-   // A rule of the policy map has this sequence.
+   // Records that a rule of the policy map has this sequence.
    void sequenceTaken(std::uint32_t sequence);
 
-   // A redirect that the switch has. A second one of the same key replaces the first.
+   // Adds a redirect that the switch has. A second one with the same key replaces the first.
    void restore(Key key, SeqAndDscpValues values);
-   // A new redirect, which takes the next sequence; its lists have come as far as `lists`. REQUIRES: the key
-   // is not known.
+   // Adds a new redirect with the next sequence. `lists` is the state of its ACLs.
+   // REQUIRES: the key is unknown.
    Redirect& enter(const Key& key, std::uint8_t epoch, DscpValues ipv4, DscpValues ipv6, Layer lists);
-   // Other values are wanted of a known redirect; the same ones change nothing.
+   // Changes the wanted DSCPs of a known redirect. Equal values are a no-op.
    void change(Redirect& redirect, DscpValues ipv4, DscpValues ipv6);
 
    void listsWritten(Redirect& redirect) { written(redirect, &SeqAndDscpValues::lists); }
    void ruleWritten(Redirect& redirect) { written(redirect, &SeqAndDscpValues::rule); }
-   // Of every redirect, what was written is in force: the ACLs were committed, the policy map was pushed.
+   // Records that the written layers of all redirects are in force: the ACLs were committed, the policy map
+   // was pushed.
    void listsCommitted() { committed(&SeqAndDscpValues::lists); }
    void ruleCommitted() { committed(&SeqAndDscpValues::rule); }
-   // A commit that was taken for good has failed for the lists of the redirects for which `failed(key)` is
-   // true: they are still to be committed. Asks for every redirect.
+   // A commit that was thought complete has failed for the ACLs of the redirects for which `failed(key)` is
+   // true: they need another commit. Visits every redirect.
    template <class Failed>
    void commitFailed(Failed&& failed) {
       for (Redirect& redirect : redirects_) {
          if (redirect.second.lists == Layer::committed && failed(redirect.first)) listsWritten(redirect);
       }
    }
-   // The layers are being taken out of the switch.
+   // The layers are being removed from the switch.
    static void takenOut(Redirect& redirect);
 
-   // The redirect is to go. True if it was not due yet.
+   // Makes the redirect due for removal.
+   // RETURNS: true if it was not due yet.
    bool scheduleRemoval(Redirect& redirect) { return due_.insert(&redirect).second; }
-   // It is to stay. True if it was due.
+   // Cancels the removal.
+   // RETURNS: true if it was due.
    bool cancelRemoval(Redirect& redirect) { return due_.erase(&redirect) != 0; }
    [[nodiscard]] const absl::flat_hash_set<Redirect*>& due() const { return due_; }
-   // Forgets what was due. Returns how many.
+   // Forgets the due redirects.
+   // RETURNS: their number.
    std::size_t eraseDue();
 
-   // Forgets everything but the last sequence.
+   // Forgets everything except the last sequence.
    void clear();
 
 private:
@@ -134,9 +137,9 @@ private:
    void committed(LayerOf layer);
 
    Redirects redirects_;
-   // Due to go at the next removal.
+   // Redirects due for removal.
    absl::flat_hash_set<Redirect*> due_;
-   // Has all redirects with a layer that is written, and may have others.
+   // Contains every redirect with a written layer, and possibly others.
    std::vector<Redirect*> uncommitted_;
    std::uint32_t lastSequence_ = 0;
 };

@@ -18,7 +18,7 @@
 namespace OrvSdkRpc {
 namespace {
 
-// Each manager call under a scope of its own: the main loop gets its turn between them.
+// Takes the lock for one manager call only, so that the main loop can run between calls.
 template <class Call>
 auto locked(Call&& call) {
    orv::sdk_scoped_lock lock;
@@ -38,7 +38,7 @@ void ClientInit::processInitRequest(const pb::rpc_server_config_msg& request,
    programmers_.ipRoute->ipRouteTagIs(request.ip_route_tag());
    const bool cbfRedirectsExist =
         programmers_.cbf->cbrPolicyMapNameIs(request.cbf_nexthop_group_redirect_policy_map_name());
-   // Present also when there is nothing but OK to tell.
+   // Present even if the status is OK.
    pb::rpc_status_msg& status = *response.mutable_status();
    try {
       lookAtManagers(response);
@@ -53,7 +53,7 @@ void ClientInit::processInitRequest(const pb::rpc_server_config_msg& request,
 
 void ClientInit::lookAtManagers(pb::rpc_server_init_status_msg& response) const {
    response.set_ip_routes_exist(locked([&] { return static_cast<bool>(ipRouteMgr_->ip_route_iter()); }));
-   // A switch may hold nothing but a label that is popped and looked up in a VRF.
+   // A switch may hold only VRF labels, and no MPLS routes.
    response.set_mpls_routes_exist(
         locked([&] { return static_cast<bool>(mplsRouteMgr_->mpls_route_iter()); }) ||
         locked([&] { return static_cast<bool>(mplsVrfLabelMgr_->mpls_vrf_label_iter()); }));
@@ -65,7 +65,7 @@ void ClientInit::lookAtManagers(pb::rpc_server_init_status_msg& response) const 
 
 void ClientInit::processResync(const pb::rpc_server_resync_msg& request, pb::rpc_status_msg& response) {
    const int phase = request.resync_phase();
-   // What protobuf adds to every open enumeration, so that no number is outside it.
+   // The sentinels that protobuf adds to every open enumeration, so that no number is outside it.
    using Limits = std::numeric_limits<std::int32_t>;
    assertThat(phase != Limits::min() && phase != Limits::max(), "resync_phase is no sentinel");
    try {
@@ -98,7 +98,8 @@ void ClientInit::resyncStart() {
    programmers_.bfd->resyncStart();
 }
 
-// Not the order of the start: what points at next-hop groups goes first, the groups themselves last of all.
+// Not in the order of resyncStart: references to next-hop groups are removed first, the groups themselves
+// last.
 void ClientInit::resyncEnd() {
    resyncInProgress_ = false;
    orv::fmttrace(programmingTracer(), 0, "Resync end");

@@ -1,5 +1,4 @@
-// The contract between controller and server: whether this server, since it started, has been told how to
-// work with its controller, and whether a resync is running.
+// Whether the controller has initialized this server since it started, and whether a resync is in progress.
 //
 // Thread-safety: pump thread only.
 #pragma once
@@ -22,7 +21,8 @@ class IpRouteProgrammer;
 
 class ClientInit {
 public:
-   // The programmers that init and resync call. They are made after this object, since each of them reads it.
+   // The programmers that init and resync call. They are created after this object, because each of them
+   // reads it.
    struct Programmers {
       IpRouteProgrammer* ipRoute = nullptr;
       CbfNhgRedirectProgrammer* cbf = nullptr;
@@ -40,14 +40,14 @@ public:
 
    void programmersAre(const Programmers& programmers) { programmers_ = programmers; }
 
-   // An rpc_server_init has completed without error since this process began.
+   // True if an rpc_server_init has succeeded since the process started.
    [[nodiscard]] bool initialized() const { return initialized_; }
    [[nodiscard]] bool resyncInProgress() const { return resyncInProgress_; }
 
-   // Repeatable, also during a resync.
+   // Can be repeated, even during a resync.
    void processInitRequest(const pb::rpc_server_config_msg& request,
                            pb::rpc_server_init_status_msg& response);
-   // Needs no init.
+   // Does not need init.
    void processResync(const pb::rpc_server_resync_msg& request, pb::rpc_status_msg& response);
 
 private:

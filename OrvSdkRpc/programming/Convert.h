@@ -1,6 +1,8 @@
-// The value messages of the programming service, to and from the SDK's values.
+// Converts the value messages of the programming service to and from the SDK's values.
 //
-// Thread-safe: pure functions. A failure is an orv::error whose text names the value.
+// Thread-safety: pure functions.
+//
+// THROWS: orv::error with a text that names the value.
 #pragma once
 
 #include "OrvSdkRpcProtos/orvsdk.pb.h"
@@ -11,19 +13,20 @@
 
 namespace OrvSdkRpc {
 
-// 4 bytes are an IPv4 address, 16 an IPv6 address, none the null address; any other number is refused with
-// invalid_argument_error.
+// 4 bytes are an IPv4 address, 16 bytes an IPv6 address, 0 bytes the null address.
+// THROWS: orv::invalid_argument_error for any other length.
 orv::ip_addr_t ipAddressToIpAddr(const pb::ip_address_msg& message);
 
-// Refuses what the address or orv::ip_prefix_t refuses.
+// THROWS: what ipAddressToIpAddr() and orv::ip_prefix_t throw.
 orv::ip_prefix_t ipPrefixToPrefix(const pb::ip_prefix_msg& message);
 
-// Refuses a DSCP above 255, an EXP above 7, and what the values within refuse.
+// THROWS: orv::invalid_range_error for a DSCP above 255 or an EXP above 7, and what the contained values
+// throw.
 orv::sbfd_echo_session_key_t convertMsg(const pb::sbfd_echo_session_key_msg& message);
-// Fills the message, over what stood in it.
+// Overwrites the message.
 void convertKey(const orv::sbfd_echo_session_key_t& key, pb::sbfd_echo_session_key_msg& message);
 
-// A number that is no mpls_operation_enum is refused with invalid_argument_error.
+// THROWS: orv::invalid_argument_error for a number outside mpls_operation_enum.
 orv::mpls_action_t mplsOpToMplsAction(pb::mpls_operation_enum operation);
 
 }  // namespace OrvSdkRpc

@@ -1,4 +1,4 @@
-// The alive watch: a stream that says nothing and whose end is the news.
+// The alive watch: a stream without messages, whose end tells the client that the server is gone.
 //
 // Thread-safety: pump thread only.
 #pragma once
@@ -8,8 +8,8 @@
 
 namespace OrvSdkRpc {
 
-// Never writes and never finishes: the call ends when the client leaves or the server stops, and the done
-// event, its only one after the arrival, takes the handler with it.
+// Never writes and never finishes: the call ends when the client disconnects or the server stops. The done
+// event, the only event after the arrival, destroys the handler.
 class DetectServerAliveHandler final
      : public MethodHandler<DetectServerAliveHandler,
                             &OrvSdkRpcService::AsyncService::Requestwatch_rpc_server_alive,

@@ -16,12 +16,12 @@ namespace OrvSdkRpc {
 
 class DscpValues {
 public:
-   // There are no more different DSCPs than this.
+   // The number of different DSCPs.
    static constexpr std::size_t maxWithDuplicates = 64;
 
    DscpValues() = default;
-   // Narrows each value to 8 bits and sorts. Duplicates stay, but of more than maxWithDuplicates values: each
-   // becomes a rule of a list, and their number comes from the wire.
+   // Truncates each value to 8 bits and sorts. Duplicates stay unless there are more than maxWithDuplicates
+   // values: each value becomes an ACL rule, and a client determines their number.
    explicit DscpValues(const google::protobuf::RepeatedField<std::uint32_t>& values);
    explicit DscpValues(std::vector<std::uint8_t> values);
 
@@ -38,7 +38,7 @@ private:
 
 }  // namespace OrvSdkRpc
 
-// As toStrep() has it; a text is made only where the format is used.
+// Formats as toStrep(). The string is built only if the format is used.
 template <>
 struct fmt::formatter<OrvSdkRpc::DscpValues> : fmt::formatter<std::string_view> {
    template <class Context>

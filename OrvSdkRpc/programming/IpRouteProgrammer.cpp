@@ -9,7 +9,7 @@
 
 namespace OrvSdkRpc {
 
-// A route that stood before it was written.
+// The route as it was before the write.
 struct IpRouteProgrammer::Before {
    orv::ip_route_t route;
    orv::ip_route_action_t action;
@@ -24,7 +24,7 @@ void IpRouteProgrammer::ipRouteTagIs(std::uint32_t tag) {
 
 void IpRouteProgrammer::processIpRouteRequest(const pb::ip_route_msg& request, pb::rpc_status_msg& response) {
    serveRequest(client_, request, response, [&](std::string& errorText) {
-      // The default of an unset oneof is the empty name: both delete.
+      // An unset oneof reads as an empty name: both delete.
       return request.nexthop_group_name().empty() ? delRibRoute(request, errorText)
                                                   : addRibRoute(request, errorText);
    });
@@ -68,9 +68,8 @@ int IpRouteProgrammer::addRibRoute(const pb::ip_route_msg& request, std::string&
    return pb::RPC_STATUS_OK;
 }
 
-// A route whose via was refused is again what it was. Its vias stand still; they are set again as well, so
-// that a resync keeps the route with them. The controller hears of that refusal, whatever else goes wrong
-// here.
+// Restores a route whose new via was rejected. Its old vias still exist, but are set again so that a resync
+// keeps the route with them. Errors here are only traced: the controller gets the error of the rejected via.
 void IpRouteProgrammer::takeBack(const orv::ip_route_key_t& key, const std::optional<Before>& before) {
    try {
       if (!before) {
@@ -93,7 +92,7 @@ int IpRouteProgrammer::delRibRoute(const pb::ip_route_msg& request, std::string&
    const orv::ip_prefix_t prefix = ipPrefixToPrefix(request.prefix());
    orv::fmttrace(programmingTracer(), 1, "delete {} route", prefix);
    const orv::ip_route_key_t key(prefix);
-   // The look-up is a call of the SDK like the writes.
+   // The lookup is an SDK call, so it needs the lock like the writes.
    orv::sdk_scoped_lock lock;
    if (!mgr_->exists(key)) return pb::RPC_STATUS_NOT_FOUND;
    mgr_->ip_route_via_del(orv::ip_route_via_t(key));

@@ -1,9 +1,9 @@
-// Points prefixes at next-hop groups and takes them away.
+// Adds and deletes IP routes that point to next-hop groups.
 //
 // Thread-safety: pump thread only.
 //
-// In the SDK a route is two objects, a route and a via; both are written or removed under one lock. No state
-// but the tag: what is programmed is in the SDK, and a resync is the SDK's.
+// In the SDK a route is two objects, a route and a via; both are written or removed under one lock. The tag
+// is the only state here: the SDK stores the routes and performs the resync.
 #pragma once
 
 #include <cstdint>
@@ -25,14 +25,16 @@ class IpRouteProgrammer {
 public:
    IpRouteProgrammer(const ClientInit& client, orv::ip_route_mgr* mgr) : client_(client), mgr_(mgr) {}
 
-   // The tag that every route must carry from now on; 0 for any, and then the SDK's own tag stays as it was.
+   // Sets the tag that every new route must carry. 0 allows any tag and leaves the SDK's own tag unchanged.
    void ipRouteTagIs(std::uint32_t tag);
 
-   // A message without a group name deletes.
+   // A message without a group name deletes the route.
    void processIpRouteRequest(const pb::ip_route_msg& request, pb::rpc_status_msg& response);
    void processIpRouteBulkRequest(const pb::ip_route_bulk_msg& request, pb::rpc_status_bulk_msg& response);
 
-   // Both return the status value and may fill the text; they let orv::error pass.
+   // Both may fill the error text.
+   // RETURNS: the status value.
+   // THROWS: orv::error.
    int addRibRoute(const pb::ip_route_msg& request, std::string& errorText);
    int delRibRoute(const pb::ip_route_msg& request, std::string& errorText);
 

@@ -28,7 +28,8 @@ orv::mpls_action_t convert(GroupMsg::mpls_operation_enum operation) {
                                                           : orv::mpls_action_t::forward;
 }
 
-// Fills the text, traces it and answers the status of a refusal.
+// Formats and traces the error text.
+// RETURNS: RPC_STATUS_ERROR.
 template <class... Args>
 int refuse(std::string& errorText, fmt::format_string<Args...> format, Args&&... args) {
    errorText = fmt::format(format, std::forward<Args>(args)...);
@@ -78,7 +79,7 @@ int MplsRouteProgrammer::deleteMplsRoute(const pb::mpls_route_msg& request, std:
    if (!routeMgr_->exists(key)) return pb::RPC_STATUS_NOT_FOUND;
    orv::fmttrace(programmingTracer(), 1, "MPLS label {} delete route", request.label());
    routeMgr_->mpls_route_del(key);
-   // For an SDK that keeps the vias of a deleted route.
+   // Some SDKs keep the vias of a deleted route.
    const orv::mpls_route_via_t via(key);
    if (routeMgr_->exists(via)) {
       routeMgr_->mpls_route_via_del(via);
@@ -159,13 +160,13 @@ int MplsRouteProgrammer::processMplsRoutePopAndForward(const pb::mpls_route_msg&
    return pb::RPC_STATUS_OK;
 }
 
-// A route that stood before it was written anew, perhaps without vias.
+// The route as it was before the write, possibly without vias.
 struct MplsRouteProgrammer::Before {
    orv::mpls_route_t route;
    std::vector<orv::mpls_route_via_t> vias;
 };
 
-// Writes the route anew, with this via alone.
+// Rewrites the route with this as its only via.
 void MplsRouteProgrammer::writeRoute(const orv::mpls_route_via_t& via) {
    const orv::mpls_route_key_t& key = via.route_key();
    std::optional<Before> before;
@@ -184,8 +185,8 @@ void MplsRouteProgrammer::writeRoute(const orv::mpls_route_via_t& via) {
    }
 }
 
-// A label whose via was refused forwards as it did before. The controller hears of that refusal, whatever
-// else goes wrong here.
+// Restores a label's forwarding after its new via was rejected. Errors here are only traced: the controller
+// gets the error of the rejected via.
 void MplsRouteProgrammer::takeBack(const orv::mpls_route_key_t& key, const std::optional<Before>& before) {
    const auto succeeds = [&](const auto& call) {
       try {
@@ -203,7 +204,7 @@ void MplsRouteProgrammer::takeBack(const orv::mpls_route_key_t& key, const std::
    bool forwards = before->vias.empty();
    for (const orv::mpls_route_via_t& via : before->vias)
       forwards |= succeeds([&] { routeMgr_->mpls_route_via_set(via); });
-   // The switch may refuse a via now that it took once; the route is not left behind without any.
+   // The switch may reject a via that it accepted before. If it rejects all, the route must not stay behind.
    if (!forwards) succeeds(del);
 }
 

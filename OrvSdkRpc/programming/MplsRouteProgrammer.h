@@ -1,10 +1,10 @@
-// Binds incoming MPLS labels to one forwarding each: a next hop, a next-hop group, or a look-up in a VRF.
+// Binds each incoming MPLS label to one forwarding: a next hop, a next-hop group, or a lookup in a VRF.
 //
 // Thread-safety: pump thread only.
 //
-// In the SDK the first two are a route with a via and the third an entry of another manager. The controller
-// sees one label space: whoever writes a label as the one kind removes it as the other. No state: what is
-// programmed is in the SDK, and a resync is the SDK's.
+// In the SDK the first two are a route with a via, and the third is an entry of another manager. The
+// controller sees one label space: writing a label as one kind removes it as the other. There is no state
+// here: the SDK stores the labels and performs the resync.
 #pragma once
 
 #include <cstdint>
@@ -34,8 +34,10 @@ public:
    void processMPLSRouteBulkRequest(const pb::mpls_route_bulk_msg& request,
                                     pb::rpc_status_bulk_msg& response);
 
-   // Each returns the status value and may fill the text; they let orv::error pass. The first three take the
-   // SDK's lock, the deletes expect it.
+   // Each may fill the error text. The first three take the SDK's lock.
+   // REQUIRES: for the deletes, the caller holds the SDK's lock.
+   // RETURNS: the status value.
+   // THROWS: orv::error.
    int processMplsRouteWithNexthop(const pb::mpls_route_msg& request, std::string& errorText);
    int processMplsRouteWithNexthopGroup(const pb::mpls_route_msg& request, std::string& errorText);
    int processMplsRoutePopAndForward(const pb::mpls_route_msg& request, std::string& errorText);

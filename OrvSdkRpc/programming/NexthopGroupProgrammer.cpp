@@ -27,7 +27,7 @@ orv::nexthop_group_mpls_action_t convertAction(const pb::nexthop_msg& nexthop) {
    action.action_type_is(mplsOpToMplsAction(nexthop.mpls_operation()));
    const auto& labels = nexthop.mpls_labels();
    if (labels.size() == 1 && labels[0] == implicitNull) {
-      // Implicit null asks for no operation in the forwarding plane.
+      // Implicit null requests no operation in the forwarding plane.
       action.action_type_is(orv::mpls_action_t::none);
    } else if (!labels.empty()) {
       std::forward_list<orv::mpls_label_t> stack;
@@ -47,8 +47,8 @@ orv::nexthop_group_entry_t convertEntry(const pb::nexthop_msg& nexthop) {
    return entry;
 }
 
-// Calls set(slot, entry) for the slots from position `from` to `to`, not including it, of all that the
-// nexthops fill one after the other.
+// The nexthops fill consecutive positions, each as many as its weight. Calls set(slot, entry) for the
+// positions in [from, to).
 template <class Nexthops, class Set>
 void fillSlots(const Nexthops& nexthops, std::uint64_t from, std::uint64_t to, Set& set) {
    std::uint64_t end = 0;
@@ -65,8 +65,8 @@ void fillSlots(const Nexthops& nexthops, std::uint64_t from, std::uint64_t to, S
 }
 
 // Calls set(slot, entry) for each slot that the nexthops fill. The slot is 16 bits wide and wraps, and the
-// last entry of a slot stays: so what lies further than one round before the end need not be written, or a
-// short message could keep the switch busy for hours.
+// last entry of a slot wins. So only the last round is written; otherwise a short message could keep the
+// switch busy for hours.
 template <class Nexthops, class Set>
 void fillSlots(const Nexthops& nexthops, Set set) {
    constexpr std::uint64_t round = 65536;

@@ -2,8 +2,8 @@
 //
 // Thread-safety: pump thread only.
 //
-// A write is a whole replacement, and there is no table here: the SDK is the store, and a resync is the
-// SDK's.
+// A write replaces the whole group. There is no state here: the SDK stores the groups and performs the
+// resync.
 #pragma once
 
 #include <string>
@@ -27,7 +27,10 @@ public:
    void processNexthopGroupBulkRequest(const pb::nexthop_group_bulk_msg& request,
                                        pb::rpc_status_bulk_msg& response);
 
-   // Both want the SDK's lock, return the status value and may fill the text; they let orv::error pass.
+   // Both may fill the error text.
+   // REQUIRES: the caller holds the SDK's lock.
+   // RETURNS: the status value.
+   // THROWS: orv::error.
    int addUpdateNhg(const pb::nexthop_group_msg& request, std::string& errorText);
    int deleteNhg(const pb::nexthop_group_msg& request, std::string& errorText);
 

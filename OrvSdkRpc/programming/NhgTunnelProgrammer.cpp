@@ -36,7 +36,7 @@ int NhgTunnelProgrammer::addTunRibRoute(const pb::nexthop_group_tunnel_msg& requ
 int NhgTunnelProgrammer::delTunRibRoute(const pb::nexthop_group_tunnel_msg& request, std::string&) {
    const orv::ip_prefix_t prefix = ipPrefixToPrefix(request.prefix());
    orv::fmttrace(programmingTracer(), 1, "delete {} tunnel", prefix);
-   // The look-up is a call of the SDK like the write.
+   // The lookup is an SDK call, so it needs the lock like the write.
    orv::sdk_scoped_lock lock;
    if (!mgr_->exists(prefix)) return pb::RPC_STATUS_NOT_FOUND;
    mgr_->nexthop_group_tunnel_del(prefix);

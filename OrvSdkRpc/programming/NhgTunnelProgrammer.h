@@ -1,8 +1,8 @@
-// Announces tunnel endpoints that resolve over next-hop groups, and takes them away.
+// Adds and deletes tunnel endpoints that resolve over next-hop groups.
 //
 // Thread-safety: pump thread only.
 //
-// No state: what is programmed is in the SDK, and a resync is the SDK's.
+// There is no state here: the SDK stores the tunnels and performs the resync.
 #pragma once
 
 #include <string>
@@ -22,12 +22,14 @@ public:
    NhgTunnelProgrammer(const ClientInit& client, orv::nexthop_group_tunnel_mgr* mgr)
         : client_(client), mgr_(mgr) {}
 
-   // A message without a group name deletes.
+   // A message without a group name deletes the tunnel.
    void processNhgTunnelRequest(const pb::nexthop_group_tunnel_msg& request, pb::rpc_status_msg& response);
    void processNhgTunnelBulkRequest(const pb::nexthop_group_tunnel_bulk_msg& request,
                                     pb::rpc_status_bulk_msg& response);
 
-   // Both return the status value and may fill the text; they let orv::error pass.
+   // Both may fill the error text.
+   // RETURNS: the status value.
+   // THROWS: orv::error.
    int addTunRibRoute(const pb::nexthop_group_tunnel_msg& request, std::string& errorText);
    int delTunRibRoute(const pb::nexthop_group_tunnel_msg& request, std::string& errorText);
 

@@ -1,4 +1,5 @@
-// The controller's own notes: key/value strings that the server keeps, as agent status, without reading them.
+// The controller's opaque state: key/value strings that the server stores as agent status and does not
+// interpret.
 //
 // Thread-safety: pump thread only.
 #pragma once
@@ -17,11 +18,11 @@ class OpaqueProgrammer {
 public:
    OpaqueProgrammer(const ClientInit& client, orv::agent_mgr* mgr) : client_(client), mgr_(mgr) {}
 
-   // Sets run before deletes. What was set before a failure stays.
+   // Sets run before deletes. After a failure, earlier changes stay.
    void processOpaqueStateSetRequest(const pb::rpc_server_state_config_msg& request,
                                      pb::rpc_status_msg& response);
 
-   // Served before init too. The reply has no status: after a failure it holds the pairs read so far.
+   // Works before init, too. The reply has no status: after a failure it holds the pairs read so far.
    void processOpaqueStateGetRequest(const pb::rpc_server_state_status_msg& request,
                                      pb::rpc_server_state_status_msg& response);
 

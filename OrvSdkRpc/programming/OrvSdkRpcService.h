@@ -1,6 +1,7 @@
-// The programming service: it owns the programmers and turns each RPC into one call of one of them.
+// The programming service. It owns the programmers and turns each RPC into one call of a programmer.
 //
-// Thread-safety: constructed on the SDK's main thread, then pump thread only.
+// Thread-safety: constructed on the SDK's main thread. The sends may be called on any thread, everything else
+// only on the pump thread.
 #pragma once
 
 #include <grpcpp/server_builder.h>
@@ -33,17 +34,17 @@ public:
    ~OrvSdkRpcService() override;
 
    void registerRpcService(grpc::ServerBuilder& builder) override;
-   // One handler for each of the eighteen RPCs, in their order.
+   // Starts one handler for each of the eighteen RPCs, in their order.
    void startHandlers() override;
 
-   // Adds a stream to those that get the updates of echo sessions.
+   // Adds a stream that receives the updates of echo sessions.
    void registerSbfdHandlerForUpdates(OpaqueId tag) { updates_.insert(tag); }
-   // To every stream; dropped when the server stops.
+   // Sends to every stream. Dropped when the server stops.
    void sendSbfdAliveUpdate(pb::watch_sbfd_echo_session_status_msg&& message) override;
    void sendSbfdRttUpdate(pb::watch_sbfd_echo_session_status_msg&& message) override;
 
    [[nodiscard]] const ClientInit& client() const { return client_; }
-   // The only one of its class.
+   // RETURNS: the service's only programmer of this class.
    template <class Programmer>
    [[nodiscard]] Programmer& programmer() {
       return std::get<Programmer&>(

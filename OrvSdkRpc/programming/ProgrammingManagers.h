@@ -1,6 +1,6 @@
-// What the programming service works on.
+// The SDK managers that the programming service uses.
 //
-// Thread-safe: plain pointers.
+// Thread-safety: plain pointers.
 #pragma once
 
 namespace orv {
@@ -21,8 +21,8 @@ namespace OrvSdkRpc {
 
 class CbfNhgMgr;
 
-// The managers live longer than the service. None but the last may be null, and none has a default, so that
-// one that is left out is noticed by the compiler.
+// There are no defaults, so that the compiler reports a missing manager.
+// REQUIRES: the managers outlive the service, and only the last may be null.
 struct ProgrammingManagers {
    orv::acl_mgr* acl;
    orv::agent_mgr* agent;
@@ -35,7 +35,7 @@ struct ProgrammingManagers {
    orv::nexthop_group_mgr* nexthopGroup;
    orv::nexthop_group_tunnel_mgr* nexthopGroupTunnel;
    orv::policy_map_mgr* policyMap;
-   // Null where the platform has no override table.
+   // Null if the platform has no override table.
    CbfNhgMgr* cbfNhg;
 };
 

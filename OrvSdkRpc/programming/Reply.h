@@ -1,7 +1,6 @@
-// What the programmers' replies have in common: the status message, its words, and the rule that every
-// request of the programming service follows.
+// What the programmers share: the status message, its texts, and how a request is served.
 //
-// Thread-safety: pump thread only, but for toString, which is pure.
+// Thread-safety: pump thread only, except for toString, Lazy and programmingTracer, which any thread may use.
 #pragma once
 
 #include <fmt/format.h>
@@ -20,21 +19,21 @@ namespace OrvSdkRpc {
 
 namespace pb {
 
-// A message in one line, as the words of errors and traces show it.
+// A message on one line, for error texts and traces.
 std::string toString(const google::protobuf::Message& message);
 
-// A message as a format argument that becomes text only if the format is used.
+// A message as a format argument, converted to text only if the format is used.
 struct Lazy {
    const google::protobuf::Message& message;
 };
 
 }  // namespace pb
 
-// The tracer of the programming service and its programmers: 0 for refusals, 1 and 2 for ordinary steps.
+// The tracer of the programming service and its programmers: level 0 for errors, higher levels for steps.
 const orv::tracer& programmingTracer();
 
-// Writes the value and the formatted text, bounded as ErrorText.h says, into a status, and returns the text
-// for tracing.
+// Sets the status to the value and the formatted text, shortened as described in ErrorText.h.
+// RETURNS: the text, for tracing.
 template <class... Args>
 const std::string& setReplyStatusWithDebugString(pb::rpc_status_msg& response,
                                                  pb::rpc_status_value_enum value,
@@ -52,9 +51,9 @@ void reportException(const google::protobuf::Message& request, const orv::error&
 
 }  // namespace detail
 
-// Serves one request: refuses before init, else runs `work(std::string& words)`, whose result is the
-// status value and whose text, if any, becomes the debug string. An orv::error becomes RPC_STATUS_ERROR with
-// its words.
+// Serves one request. Rejects it before init, otherwise calls `work(std::string& words)`: its result is the
+// status value, and `words`, if not empty, becomes the debug string. An orv::error becomes RPC_STATUS_ERROR
+// with the error's text.
 template <class Request, class Work>
 void serveRequest(const ClientInit& client, const Request& request, pb::rpc_status_msg& response,
                   Work&& work) {
@@ -72,7 +71,8 @@ void serveRequest(const ClientInit& client, const Request& request, pb::rpc_stat
    if (!words.empty()) response.set_debug_string(errorText(words));
 }
 
-// Serves the items of a bulk in order, one entry each; nothing stops at a failed item and nothing is undone.
+// Serves the items of a bulk in order, with one status each. A failed item neither stops the bulk nor undoes
+// others.
 template <class BulkRequest, class Single>
 void serveBulk(const BulkRequest& request, pb::rpc_status_bulk_msg& response, Single&& single) {
    auto& statuses = *response.mutable_statuses();

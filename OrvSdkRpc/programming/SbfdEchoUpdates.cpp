@@ -17,7 +17,7 @@ void SbfdEchoUpdates::insert(OpaqueId tag) {
 
 void SbfdEchoUpdates::fanout(Send send, Message&& message) {
    MutexLock lock(mutex_);
-   // Each stream gets a copy, the last one the message itself.
+   // Delivers one stream late, so that the last one gets the message itself and not a copy.
    std::shared_ptr<RequestHandler> last;
    const auto deliver = [&](Message&& own) {
       (static_cast<SbfdEchoUpdatesHandler&>(*last).*send)(std::move(own));

@@ -1,7 +1,7 @@
 // The open streams of echo session updates.
 //
-// Thread-safe by its own mutex, which comes before a stream's and before the tag registry's: the SDK's main
-// thread fans out, the pump thread inserts, and fans out at the end of a resync.
+// Thread-safety: any thread. The SDK's main thread fans out; the pump thread inserts, and fans out at the end
+// of a resync. The mutex here is locked before a stream's mutexes and before that of the tag registry.
 #pragma once
 
 #include <set>
@@ -22,14 +22,14 @@ public:
 
    explicit SbfdEchoUpdates(const GrpcService& service) : service_(service) {}
 
-   // A stream that is there already is a programming error and ends the process.
+   // REQUIRES: the stream is not in the set; otherwise the process ends.
    void insert(OpaqueId tag) ZELT_EXCLUDES(mutex_);
 
-   // Hands each stream a copy, the last one the message itself. The id of a stream that has ended leaves the
-   // set here and nowhere else.
+   // Gives each stream a copy, and the last one the message itself. Only this removes the ids of streams that
+   // have ended.
    void fanout(Send send, Message&& message) ZELT_EXCLUDES(mutex_);
 
-   // Ids in the set, those of streams that have ended since the last fan-out among them.
+   // The number of ids in the set, including those of streams that have ended since the last fan-out.
    [[nodiscard]] std::size_t size() const ZELT_EXCLUDES(mutex_);
 
 private:

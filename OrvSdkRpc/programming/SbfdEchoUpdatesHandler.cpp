@@ -16,7 +16,7 @@ void SbfdEchoUpdatesHandler::process(OpaqueId) {
    const bool opening = state_ == 0;
    if (opening) {
       state_ = 1;
-      // What comes from now on is queued until the stream has been opened.
+      // From here on, updates are queued until the stream is open.
       service_.registerSbfdHandlerForUpdates(tag_);
    }
    MutexLock lock(writeMutex_);
@@ -83,7 +83,7 @@ bool SbfdEchoUpdatesHandler::next(Message& message, const char*& kind) {
 }
 
 void SbfdEchoUpdatesHandler::write(const Message& message) {
-   // The main thread writes too, so the event is posted as from outside. A server that stops writes no more.
+   // The main thread writes too, so this may be outside the pump thread. A stopping server does not write.
    if (!beginEventFromOutside()) return;
    idle_ = false;
    responder_.Write(message, tag_);

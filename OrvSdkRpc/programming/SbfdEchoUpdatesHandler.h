@@ -1,10 +1,10 @@
-// One stream of echo session updates: alive updates overtake the round-trip times that wait.
+// One stream of echo session updates. Alive updates overtake waiting round-trip times.
 //
-// Thread-safety: process() and callDone() on the pump thread, the rest on any. The locks, in their order: the
-// write state's, which says who starts the next write, then the queues'. Both come behind the mutex of
-// SbfdEchoUpdates, so none is held while the stream enters itself there.
+// Thread-safety: process() and callDone() run on the pump thread, the rest on any thread. Lock order: the
+// mutex of SbfdEchoUpdates, then writeMutex_, which decides who starts the next write, then queueMutex_. So
+// neither of the last two is held while the stream registers with SbfdEchoUpdates.
 //
-// The queues have no bound: a reader that never reads costs what is sent meanwhile.
+// The queues are unbounded: for a client that never reads, they hold every update.
 #pragma once
 
 #include <deque>
@@ -33,19 +33,19 @@ public:
 
 private:
    void send(std::deque<Message> SbfdEchoUpdatesHandler::*queue, const char* kind, Message&& message);
-   // Starts the next write, or is idle.
+   // Starts the next write, or becomes idle.
    void doWrite() ZELT_REQUIRES(writeMutex_) ZELT_EXCLUDES(queueMutex_);
    bool next(Message& message, const char*& kind) ZELT_EXCLUDES(queueMutex_);
    void write(const Message& message) ZELT_REQUIRES(writeMutex_);
 
    Mutex writeMutex_;
-   // No write is under way. Not idle until the call has arrived and the stream has been opened.
+   // No write is in progress. False until the call has arrived and the stream is open.
    bool idle_ ZELT_GUARDED_BY(writeMutex_) = false;
-   // The client has gone: what is still sent is dropped.
+   // The client has disconnected: further updates are dropped.
    bool ended_ ZELT_GUARDED_BY(writeMutex_) = false;
 
    Mutex queueMutex_;
-   // Guarded by queueMutex_, which a pointer to a member cannot say.
+   // Guarded by queueMutex_; the annotation does not work with pointers to members.
    std::deque<Message> rtt_;
    std::deque<Message> alive_;
 };

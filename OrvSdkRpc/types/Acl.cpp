@@ -11,7 +11,7 @@ namespace remote = orv::remote;
 
 namespace {
 
-// What Ethernet and IP rules begin with.
+// The fields that Ethernet and IP rules share.
 template <typename Message, typename Rule>
 void takeBaseAndVlans(const Message& message, Rule& rule) {
    if (message.base().has_action()) rule.action_is(convert(message.base().action()));
@@ -37,7 +37,7 @@ void giveBaseAndVlans(const Rule& rule, Message& message) {
    message.set_inner_vlan_mask(rule.inner_vlan_mask());
 }
 
-// Specs are written where they stay: an IP rule has three, and lists of rules are long.
+// Fills the spec in place: an IP rule has three of them, and lists of rules are long.
 void give(const orv::acl_ttl_spec_t& spec, remote::AclTtlSpec& message) {
    message.set_oper(convert(spec.oper()));
    message.set_ttl(spec.ttl());

@@ -1,9 +1,9 @@
 // Rules of access control lists.
 //
-// From the wire the fields are taken in the order of the message and the first that cannot be taken ends the
-// conversion. Numbers are refused only where they are wider than the SDK's field.
+// From the wire, fields are converted in message order, and the first bad one ends the conversion. A number
+// is rejected only if it does not fit the SDK's field.
 //
-// Thread-safe: pure functions.
+// Thread-safety: pure functions.
 #pragma once
 
 #include "OrvSdkRpcProtos/types.pb.h"
@@ -11,8 +11,8 @@
 
 namespace OrvSdkRpc::types {
 
-// To the wire both masks are complemented, from the wire they are not: a rule that is read and written back
-// has its masks turned over.
+// Masks are inverted on the way to the wire, but not on the way from it: writing back a rule that was read
+// inverts its masks.
 orv::acl_rule_eth_t convert(const orv::remote::AclRuleEth& message);
 orv::remote::AclRuleEth convert(const orv::acl_rule_eth_t& rule);
 

@@ -1,6 +1,6 @@
 // IP and MAC addresses, which the wire carries as plain bytes in network order.
 //
-// Thread-safe: pure functions.
+// Thread-safety: pure functions.
 #pragma once
 
 #include <cstddef>
@@ -11,20 +11,23 @@
 
 namespace OrvSdkRpc::types {
 
-// 4 bytes are an IPv4 address, 16 an IPv6 address, none the null address. Any other length throws
-// orv::invalid_argument_error. What the bytes hold is not looked at.
+// 4 bytes are an IPv4 address, 16 bytes an IPv6 address, 0 bytes the null address. Any content is valid.
+// THROWS: orv::invalid_argument_error for any other length.
 orv::ip_addr_t ip_addr(const std::string& bytes);
-// 0, 4 or 16 bytes; a family other than 0, 4 and 6 throws orv::invalid_argument_error.
+// RETURNS: 0, 4 or 16 bytes.
+// THROWS: orv::invalid_argument_error for a family other than 0, 4 or 6.
 std::string ip_addr_bytes(const orv::ip_addr_t& addr);
 
-// Number of bytes of the address's family, for the conversions that copy them straight out of addr(). A
-// family other than 0, 4 and 6 throws orv::unsupported_error: clients can tell which way a field is written
-// by it.
+// RETURNS: the number of bytes of the address's family, for conversions that copy them straight out of
+// addr().
+// THROWS: orv::unsupported_error for a family other than 0, 4 or 6. Not the error of ip_addr_bytes(): clients
+// can see which of the two a field uses.
 std::size_t afToSize(const orv::ip_addr_t& addr);
 
-// 6 bytes, or none for the null address. Any other length throws orv::invalid_argument_error.
+// 6 bytes, or 0 bytes for the null address.
+// THROWS: orv::invalid_argument_error for any other length.
 orv::eth_addr_t eth_addr(const std::string& bytes);
-// Always 6 bytes, also for the null address; with `inverted` each of them complemented.
+// RETURNS: 6 bytes, even for the null address. If `inverted`, each byte is complemented.
 std::string eth_addr_bytes(const orv::eth_addr_t& addr, bool inverted);
 
 }  // namespace OrvSdkRpc::types

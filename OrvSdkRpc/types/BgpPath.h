@@ -1,6 +1,6 @@
-// BGP paths, and what a query for them asks.
+// BGP paths and the options of a query for them.
 //
-// Thread-safe: pure functions.
+// Thread-safety: pure functions.
 #pragma once
 
 #include "OrvSdkRpcProtos/types.pb.h"
@@ -8,12 +8,12 @@
 
 namespace OrvSdkRpc::types {
 
-// The stage is handed on as the number it is, also one that has no name.
+// The stage is passed on as a number, even if the enumeration has no name for it.
 orv::bgp_path_options_t convert(const orv::remote::BgpPathOptions& message);
 orv::bgp_path_attr_fields_t convert(const orv::remote::BgpPathAttrFields& message);
 
 orv::remote::BgpPath convert(const orv::bgp_path_t& path);
-// A next hop of an unknown family throws orv::invalid_argument_error.
+// THROWS: orv::invalid_argument_error for a next hop of an unknown address family.
 orv::remote::BgpPathAttrs convert(const orv::bgp_path_attr_t& attr);
 
 }  // namespace OrvSdkRpc::types

@@ -1,6 +1,6 @@
-// The range check of numbers that the wire carries wider than the SDK does.
+// Range check for numbers that are wider on the wire than in the SDK.
 //
-// Thread-safe: pure functions.
+// Thread-safety: pure functions.
 #pragma once
 
 #include <concepts>
@@ -10,11 +10,12 @@
 
 namespace OrvSdkRpc {
 
-// Throws orv::invalid_argument_error with `words`, the value put in for their "{}".
+// THROWS: orv::invalid_argument_error with the text `words`, in which the value replaces "{}".
 [[noreturn]] void boundaryExceeded(std::string_view words, std::uint32_t value);
 
-// The value narrowed to T when lower <= value <= upper; otherwise throws as above. The caller brings the
-// words. Where no limits are given they are those of T: what lies within is the SDK's to judge.
+// The default limits are those of T: within them, the SDK checks the value.
+// RETURNS: the value narrowed to T.
+// THROWS: orv::invalid_argument_error with the caller's `words` unless lower <= value <= upper.
 template <typename T, typename Source>
 T boundaryCheck(Source value, std::string_view words, Source lower = 0,
                 Source upper = std::numeric_limits<T>::max()) {

@@ -1,6 +1,6 @@
 // Class maps.
 //
-// Thread-safe: pure functions.
+// Thread-safety: pure functions.
 #pragma once
 
 #include "OrvSdkRpcProtos/types.pb.h"

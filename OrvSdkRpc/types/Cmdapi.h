@@ -1,6 +1,6 @@
-// Answers to commands; they go to the wire alone.
+// Responses to commands. They are converted to the wire only.
 //
-// Thread-safe: pure functions.
+// Thread-safety: pure functions.
 #pragma once
 
 #include "OrvSdkRpcProtos/types.pb.h"

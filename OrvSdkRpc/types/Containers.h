@@ -1,6 +1,7 @@
-// Sets and maps of the wire and of the SDK, for the sources of the records that hold them.
+// Conversions of sets and maps between the wire and the SDK, for the sources of the records that contain
+// them.
 //
-// Thread-safe: pure functions.
+// Thread-safety: pure functions.
 #pragma once
 
 #include <google/protobuf/map.h>
@@ -19,7 +20,7 @@
 
 namespace OrvSdkRpc::types {
 
-// Each element of a repeated field, converted; equal ones fold into one.
+// Converts each element of a repeated field. Equal results collapse into one.
 template <typename Set, typename Items, typename Convert>
 Set setOf(const Items& items, const Convert& convertOne) {
    Set set;
@@ -29,14 +30,13 @@ Set setOf(const Items& items, const Convert& convertOne) {
    return set;
 }
 
-// Names, as they stand.
+// Copies the names unchanged.
 template <typename Set>
 Set setOf(const google::protobuf::RepeatedPtrField<std::string>& names) {
    return Set(names.begin(), names.end());
 }
 
-// A map of the wire in the order of its keys, so that of several bad entries the one with the smallest key is
-// named.
+// Converts a wire map in key order: of several bad entries, the error names the one with the smallest key.
 template <typename Value, typename Message, typename Convert>
 std::map<std::uint32_t, Value> mapOf(const google::protobuf::Map<std::uint32_t, Message>& items,
                                      const Convert& convertOne) {
@@ -52,13 +52,13 @@ std::map<std::uint32_t, Value> mapOf(const google::protobuf::Map<std::uint32_t, 
    return map;
 }
 
-// The message of one entry of a map. The place where the failure of a single entry could be caught; none is.
+// Converts one map entry. It catches nothing: an error in one entry fails the whole map.
 template <typename Value>
 auto try_convert(const Value& value) {
    return convert(value);
 }
 
-// Fills a map of the wire from a map of the SDK.
+// Fills a wire map from an SDK map.
 template <typename SdkMap, typename WireMap>
 void mapkv(const SdkMap& from, WireMap& to) {
    for (const auto& [key, value] : from)

@@ -1,6 +1,6 @@
-// The conversion of a value whose type a template does not know by name.
+// Converts a value whose type a template does not know by name.
 //
-// Thread-safe: pure functions.
+// Thread-safety: pure functions.
 #pragma once
 
 #include <concepts>
@@ -9,17 +9,17 @@
 
 namespace OrvSdkRpc::types {
 
-// Stands for a value where a conversion is looked for. Being of this namespace it brings every `convert` that
-// the source includes, also those declared behind the template that asks; the record's own namespaces hold
-// none.
+// Wraps the argument of a call to `convert`. Because the wrapper is in this namespace, argument-dependent
+// lookup finds every `convert` that the source includes, even those declared after the calling template. The
+// namespaces of the records contain no `convert`.
 template <class Value>
 struct Wire {
    const Value& value;
-   // NOLINTNEXTLINE(google-explicit-constructor): it stands for the value.
+   // NOLINTNEXTLINE(google-explicit-constructor): the wrapper stands for the value.
    operator const Value&() const { return value; }
 };
 
-// What the wire and the SDK hold alike.
+// Types that the wire and the SDK share.
 template <class Value>
 concept Plain = std::is_arithmetic_v<Value> || std::same_as<Value, std::string>;
 
@@ -28,7 +28,7 @@ concept Convertible = requires(const Wire<Value>& value) {
    convert(value);
 };
 
-// Numbers and texts as they are, by reference; anything else by its overload of `convert`.
+// RETURNS: numbers and strings unchanged, by reference; anything else through its overload of `convert`.
 template <class Value>
 decltype(auto) converted(const Value& value) {
    if constexpr (Plain<Value>) {

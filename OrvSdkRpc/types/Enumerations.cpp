@@ -12,7 +12,7 @@ namespace remote = orv::remote;
 
 namespace {
 
-// From first to last, both included.
+// From first to last, inclusive.
 struct Numbers {
    int first;
    int last;
@@ -20,8 +20,8 @@ struct Numbers {
    [[nodiscard]] constexpr bool hold(int number) const { return first <= number && number <= last; }
 };
 
-// The numbers that each side accepts, and what a refusal says, to the letter: clients match these words. The
-// first number of one side is the first of the other and so on, except for the four that have tables of their
+// The numbers that each side accepts and the exact error texts, which clients match. The first number of one
+// side maps to the first of the other, and so on, except in the four enumerations that have tables of their
 // own below.
 template <typename Error>
 struct Row {
@@ -30,7 +30,7 @@ struct Row {
    std::string_view words;
    std::string_view wordsToWire = words;
 
-   // True when tables by number are as long as the row says.
+   // RETURNS: true if both lookup tables have as many elements as the row has numbers.
    template <std::size_t wireSize, std::size_t sdkSize>
    [[nodiscard]] constexpr bool agreesWith(const std::array<int, wireSize>&,
                                            const std::array<int, sdkSize>&) const {
@@ -81,7 +81,8 @@ constexpr Unsupported fibRouteType                {{0, 26}, {0, 26},  "Unkown FI
 constexpr Unsupported ethLinkSpeed                {{0, 14}, {0, 14},  "unknown link speed {}"};
 constexpr Unsupported operStatus                  {{0, 2},  {0, 2},   "invalid oper_status_t"};
 
-// By the source's number. The wire's 0 of the police units, the field that was left out, is their first unit.
+// Indexed by the source's number. In the police units, 0 on the wire is an absent field and maps to the first
+// unit.
 constexpr std::array policeBurstUnitToSdk  {0, 0, 1, 2};
 constexpr std::array policeBurstUnitToWire {1, 2, 3};
 constexpr std::array policeRateUnitToSdk   {0, 0, 1, 2, 3};
@@ -117,7 +118,7 @@ Wire toWire(const Row<Error>& row, Sdk v) {
    return static_cast<Wire>(number - row.sdk.first + row.wire.first);
 }
 
-// The same by a table, whose indices are the numbers that are accepted.
+// The same through a lookup table, whose indices are the accepted numbers.
 template <typename Target, typename Error, std::size_t size, typename Source>
 Target lookUp(const Row<Error>& row, const std::array<int, size>& table, Source v) {
    const int number = static_cast<int>(v);

@@ -1,12 +1,12 @@
-// Every enumeration of the wire and its partner of the SDK. Which numbers each side accepts, how they map and
-// what a refusal says stands in one table, at the top of the source.
+// Every enumeration of the wire and its SDK counterpart. One table at the top of the source lists the numbers
+// that each side accepts, how they map, and the error texts.
 //
-// Wire to SDK, a number that the table does not know throws orv::invalid_argument_error, or
-// orv::unsupported_error in the enumerations of the table's last part; so does SDK to wire, where it means
-// that the SDK has grown a member. A wire field that was left out is 0 and judged as such. Enumerations that
-// only ever leave the system are converted in that direction alone.
+// THROWS: orv::invalid_argument_error for a number that is not in the table, or orv::unsupported_error in the
+// enumerations of the table's last part. On the way to the wire, such a number means that the SDK has a new
+// member. An absent wire field reads as 0. Enumerations that travel in one direction only are converted in
+// that direction only.
 //
-// Thread-safe: pure functions.
+// Thread-safety: pure functions.
 #pragma once
 
 #include "OrvSdkRpcProtos/types.pb.h"

@@ -1,6 +1,6 @@
-// Link aggregation groups; both records go to the wire alone.
+// Link aggregation groups. Both records are converted to the wire only.
 //
-// Thread-safe: pure functions.
+// Thread-safety: pure functions.
 #pragma once
 
 #include "OrvSdkRpcProtos/types.pb.h"

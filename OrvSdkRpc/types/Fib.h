@@ -1,6 +1,6 @@
 // Routes and forwarding equivalence classes of the FIB.
 //
-// Thread-safe: pure functions.
+// Thread-safety: pure functions.
 #pragma once
 
 #include "OrvSdkRpcProtos/types.pb.h"
@@ -8,11 +8,11 @@
 
 namespace OrvSdkRpc::types {
 
-// A preference that is set is cut to its low 8 bits.
+// A preference, if set, is truncated to its low 8 bits.
 orv::fib_route_t convert(const orv::remote::FibRoute& message);
 orv::remote::FibRoute convert(const orv::fib_route_t& route);
 
-// Vias keep their order; the SDK drops one that is there already.
+// Vias keep their order. The SDK drops duplicates.
 orv::fib_fec_t convert(const orv::remote::FibFec& message);
 orv::remote::FibFec convert(const orv::fib_fec_t& fec);
 

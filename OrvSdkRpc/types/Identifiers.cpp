@@ -10,8 +10,8 @@ namespace OrvSdkRpc::types {
 
 namespace remote = orv::remote;
 
-// Here and in the records: an empty text is what a fresh message has, and setting one would allocate it. Most
-// records have several.
+// Here and in the records, empty() before a setter saves an allocation: a new message has the empty string
+// anyway. Most records have several.
 
 orv::intf_id_t convert(const remote::IntfId& message) {
    return orv::intf_id_t(message.name());
@@ -70,7 +70,7 @@ remote::IpAddrMask convert(const orv::ip_addr_mask_t& addrMask) {
 }
 
 orv::ip_prefix_t convert(const remote::Prefix& message) {
-   // Cut before the SDK sees it: it would refuse the whole number.
+   // Truncated before the SDK, which would reject the full number.
    return {ip_addr(message.network()), static_cast<std::uint8_t>(message.prefix_length())};
 }
 

@@ -1,10 +1,10 @@
-// What names things on the wire: interfaces, labels, prefixes, ranges and the keys of records.
+// Whatever identifies things on the wire: interfaces, labels, prefixes, ranges and the keys of records.
 //
-// From the wire every field is applied and a sub-message that was left out reads as an empty one; besides
-// what is told below, the SDK's own constructors refuse what they refuse (a label above 1048576, bits behind
-// a prefix's length, an interface name of a bad form). To the wire every oneof group is set.
+// From the wire, every field is applied, and an absent sub-message reads as an empty one. Besides the errors
+// below, the SDK's constructors reject bad values: a label above 1048576, bits set beyond a prefix's length,
+// a malformed interface name. To the wire, every oneof group is set.
 //
-// Thread-safe: pure functions.
+// Thread-safety: pure functions.
 #pragma once
 
 #include "OrvSdkRpcProtos/types.pb.h"
@@ -27,25 +27,26 @@ namespace OrvSdkRpc::types {
 
 orv::intf_id_t convert(const orv::remote::IntfId& message);
 orv::remote::IntfId convert(const orv::intf_id_t& intf);
-// Over a message that an earlier conversion made; nothing of that is left but the memory of its text.
+// Overwrites the message of an earlier conversion and reuses the memory of its string.
 void convert(const orv::intf_id_t& intf, orv::remote::IntfId& message);
 
 orv::mpls_fec_id_t convert(const orv::remote::MplsFecId& message);
 orv::remote::MplsFecId convert(orv::mpls_fec_id_t fecId);
 
-// A label that was left out is the SDK's null label, which comes back as its number, 1048576.
+// An absent label is the SDK's null label, which is written to the wire as its number, 1048576.
 orv::mpls_label_t convert(const orv::remote::MplsLabel& message);
 orv::remote::MplsLabel convert(orv::mpls_label_t label);
 orv::remote::MplsLabel convert(Lumic::MplsLabel label);
 
-// Lengths are cut to their low 8 bits: 300 reaches the SDK as 44. To the wire an address of an unknown family
-// throws orv::unsupported_error.
+// Lengths are truncated to their low 8 bits: 300 reaches the SDK as 44.
+// THROWS: to the wire, orv::unsupported_error for an address of an unknown family.
 orv::ip_addr_mask_t convert(const orv::remote::IpAddrMask& message);
 orv::remote::IpAddrMask convert(const orv::ip_addr_mask_t& addrMask);
 orv::ip_prefix_t convert(const orv::remote::Prefix& message);
 orv::remote::Prefix convert(const orv::ip_prefix_t& prefix);
 
-// One message for two values, so these two are named; neither end is checked.
+// One message stands for two SDK types, so these functions are named after the type. The ends are not
+// checked.
 orv::port_range_t port_range(const orv::remote::Range& message);
 orv::remote::Range convert(const orv::port_range_t& range);
 orv::protocol_range_t protocol_range(const orv::remote::Range& message);
@@ -57,7 +58,7 @@ orv::remote::AclKey convert(const orv::acl_key_t& key);
 orv::policy_map_key_t convert(const orv::remote::PolicyMapKey& message);
 orv::remote::PolicyMapKey convert(const orv::policy_map_key_t& key);
 
-// To the wire a peer of an unknown family throws orv::invalid_argument_error.
+// THROWS: to the wire, orv::invalid_argument_error for a peer of an unknown address family.
 orv::bgp_peer_key_t convert(const orv::remote::BgpPeerKey& message);
 orv::remote::BgpPeerKey convert(const orv::bgp_peer_key_t& key);
 orv::bgp_path_key_t convert(const orv::remote::BgpPathKey& message);
@@ -69,15 +70,15 @@ orv::remote::FibFecKey convert(const orv::fib_fec_key_t& key);
 orv::fib_route_key_t convert(const orv::remote::FibRouteKey& message);
 orv::remote::FibRouteKey convert(const orv::fib_route_key_t& key);
 
-// A preference that was left out is the SDK's default; one that is set is cut to its low 8 bits.
+// An absent preference is the SDK's default. One that is set is truncated to its low 8 bits.
 orv::ip_route_key_t convert(const orv::remote::IpRouteKey& message);
 orv::remote::IpRouteKey convert(const orv::ip_route_key_t& key);
 
-// A metric above 255 throws orv::invalid_argument_error.
+// THROWS: from the wire, orv::invalid_argument_error for a metric above 255.
 orv::mpls_route_key_t convert(const orv::remote::MplsRouteKey& message);
 orv::remote::MplsRouteKey convert(const orv::mpls_route_key_t& key);
-// The outermost label comes first on the wire and last in the state tables. A stack that no index reaches
-// throws Zelt::RangeException.
+// The outermost label comes first on the wire and last in the state tables.
+// THROWS: Zelt::RangeException for a stack that is too deep for a label index.
 orv::remote::MplsRouteKey convert(const Mpls::RouteKeyAndMetric& key);
 
 orv::mpls_vrf_label_t convert(const orv::remote::MplsVrfLabel& message);

@@ -1,6 +1,6 @@
 // IP routes and their vias.
 //
-// Thread-safe: pure functions.
+// Thread-safety: pure functions.
 #pragma once
 
 #include "OrvSdkRpcProtos/types.pb.h"
@@ -11,7 +11,7 @@ namespace OrvSdkRpc::types {
 orv::ip_route_t convert(const orv::remote::IpRoute& message);
 orv::remote::IpRoute convert(const orv::ip_route_t& route);
 
-// To the wire an interface, VXLAN interface or router MAC that is not set stays absent.
+// An interface, VXLAN interface or router MAC that is not set is absent on the wire.
 orv::ip_route_via_t convert(const orv::remote::IpRouteVia& message);
 orv::remote::IpRouteVia convert(const orv::ip_route_via_t& via);
 

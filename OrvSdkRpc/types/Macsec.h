@@ -1,6 +1,6 @@
 // MACsec profiles, and the state and counters of secured interfaces.
 //
-// Thread-safe: pure functions.
+// Thread-safety: pure functions.
 #pragma once
 
 #include "OrvSdkRpcProtos/types.pb.h"
@@ -8,8 +8,8 @@
 
 namespace OrvSdkRpc::types {
 
-// A key server priority above 255 throws orv::invalid_argument_error before anything else is looked at.
-// bypass_lldp and intfs go to the wire alone.
+// bypass_lldp and intfs are converted to the wire only.
+// THROWS: orv::invalid_argument_error for a key server priority above 255, before any other field is checked.
 orv::macsec_profile_t convert(const orv::remote::MacsecProfile& message);
 orv::remote::MacsecProfile convert(const orv::macsec_profile_t& profile);
 

@@ -12,7 +12,7 @@ namespace remote = orv::remote;
 
 namespace {
 
-// Judges raw numbers: an action that is none of these four is left to its own conversion.
+// Checks raw numbers. The conversion of the action rejects an unknown one.
 void checkPushswapLabel(remote::MplsActions action, const remote::MplsLabel& label) {
    const bool empty = !label.has_label() || label.label() == orv::mpls_label_t::null_label;
    switch (action) {

@@ -1,6 +1,6 @@
 // MPLS routes and their vias.
 //
-// Thread-safe: pure functions.
+// Thread-safety: pure functions.
 #pragma once
 
 #include "OrvSdkRpcProtos/types.pb.h"
@@ -8,13 +8,14 @@
 
 namespace OrvSdkRpc::types {
 
-// A version must be 1 to 65535, otherwise orv::invalid_argument_error; a route without one has to leave it
-// out. The version is judged before the key. To the wire it is always set, 0 for none.
+// Without a version, the field must be absent. To the wire it is always set; 0 means no version.
+// THROWS: orv::invalid_argument_error for a version outside 1 to 65535, before the key is checked.
 orv::mpls_route_t convert(const orv::remote::MplsRoute& message);
 orv::remote::MplsRoute convert(const orv::mpls_route_t& route);
 
-// Before all else, PUSH and SWAP must bring a pushswap label and POP and FORWARD none, where 1048576 counts
-// as none; otherwise orv::invalid_argument_error. Nothing of that is asked on the way to the wire.
+// Nothing is checked on the way to the wire.
+// THROWS: from the wire, before any other check, orv::invalid_argument_error if PUSH or SWAP has no pushswap
+// label, or POP or FORWARD has one. 1048576 counts as no label.
 orv::mpls_route_via_t convert(const orv::remote::MplsRouteVia& message);
 orv::remote::MplsRouteVia convert(const orv::mpls_route_via_t& via);
 

@@ -20,8 +20,8 @@ std::uint16_t slotOf(std::uint32_t key) {
    return static_cast<std::uint16_t>(key);
 }
 
-// Converts the values in the order of the keys. Whole keys that fit a slot come out in the order of the slots
-// already; others are sorted behind the conversion, so that the slot_map grows at its end in any case.
+// Converts the values in key order. If all keys fit into a slot number, that is slot order already. Otherwise
+// the values are sorted after the conversion. Either way the slot_map grows at its end.
 template <typename T, typename Map, typename Convert>
 orv::slot_map<T> slots(const Map& map, const Convert& convertOne) {
    using Item = typename Map::value_type;
@@ -58,7 +58,7 @@ void assignAddress(const orv::ip_addr_t& address, std::string& bytes) {
    bytes.assign(reinterpret_cast<const char*>(address.addr()), afToSize(address));
 }
 
-// One item for each slot, written by fill(value, item), and no other.
+// Makes `to` hold exactly one item for each slot, written by fill(value, item).
 template <typename T, typename Item, typename Fill>
 void fillSlots(const orv::slot_map<T>& from, google::protobuf::Map<std::uint32_t, Item>& to,
                const Fill& fill) {

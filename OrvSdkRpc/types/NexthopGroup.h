@@ -1,9 +1,9 @@
 // Nexthop groups.
 //
-// A conversion with a second argument writes over a message that an earlier one made: nothing of that is left
-// but its memory, so that group after group costs no allocation. One that throws leaves a message of no use.
+// A conversion with a second argument overwrites the message of an earlier one and reuses its memory, so that
+// a series of groups costs no allocations. After an exception, the message's content is unspecified.
 //
-// Thread-safe: pure functions.
+// Thread-safety: pure functions.
 #pragma once
 
 #include "OrvSdkRpcProtos/types.pb.h"
@@ -11,15 +11,15 @@
 
 namespace OrvSdkRpc::types {
 
-// Keys of the maps are cut to their low 16 bits; of two that are equal then, the entry with the smaller whole
-// key stays. Entries are judged in the order of their keys.
-// The backups do not come back to the wire. The version goes to the wire alone: it is given to the SDK by an
-// operation of its own.
+// Map keys are truncated to their low 16 bits. Of keys that become equal, the smallest original key wins.
+// Entries are converted in key order.
+// Backup nexthops are not converted to the wire. The version is converted to the wire only: the SDK takes it
+// through a separate operation.
 orv::nexthop_group_t convert(const orv::remote::NexthopGroup& message);
 orv::remote::NexthopGroup convert(const orv::nexthop_group_t& group);
 void convert(const orv::nexthop_group_t& group, orv::remote::NexthopGroup& message);
 
-// The entry's BFD session is no part of the message.
+// The entry's BFD session is not part of the message.
 orv::nexthop_group_entry_t convert(const orv::remote::NexthopGroupEntry& message);
 orv::remote::NexthopGroupEntry convert(const orv::nexthop_group_entry_t& entry);
 void convert(const orv::nexthop_group_entry_t& entry, orv::remote::NexthopGroupEntry& message);

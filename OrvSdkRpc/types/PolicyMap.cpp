@@ -39,8 +39,8 @@ orv::policy_map_rule_t convert(const remote::PolicyMapRule& message) {
 
 remote::PolicyMapRule convert(const orv::policy_map_rule_t& rule) {
    remote::PolicyMapRule message;
-   // What convert returns is made where it stays; an assignment would make one more, swap and destroy it, and
-   // a map has many rules.
+   // Sub-messages are constructed in place. An assignment would construct, swap and destroy one more of each,
+   // and a map has many rules.
    message.set_allocated_class_map_key(new auto(convert(rule.class_map_key())));
    message.set_policy_map_rule_type(convert(rule.policy_map_rule_type()));
    message.set_allocated_raw_rule(new auto(convert(rule.raw_rule())));
@@ -63,7 +63,8 @@ orv::policy_map_action_t convert(const remote::PolicyMapAction& message) {
 
 remote::PolicyMapAction convert(const orv::policy_map_action_t& action) {
    remote::PolicyMapAction message;
-   // An empty text is what a message has, and setting it would allocate one: most actions have several.
+   // Empty strings are not set: a new message has them anyway, setting one would allocate, and most actions
+   // have several.
    message.set_action_type(convert(action.action_type()));
    if (!action.nexthop_group_name().empty()) message.set_nexthop_group_name(action.nexthop_group_name());
    for (const orv::ip_addr_t& nexthop : action.nexthops())

@@ -1,6 +1,6 @@
-// Policy maps and what came of applying them.
+// Policy maps and the status of applying them.
 //
-// Thread-safe: pure functions.
+// Thread-safety: pure functions.
 #pragma once
 
 #include "OrvSdkRpcProtos/types.pb.h"
@@ -12,12 +12,12 @@ namespace OrvSdkRpc::types {
 orv::policy_map_t convert(const orv::remote::PolicyMap& message);
 orv::remote::PolicyMap convert(const orv::policy_map_t& map);
 
-// A rule type that was left out is the SDK's default. Equal actions fold into one.
+// An absent rule type is the SDK's default. Equal actions collapse into one.
 orv::policy_map_rule_t convert(const orv::remote::PolicyMapRule& message);
 orv::remote::PolicyMapRule convert(const orv::policy_map_rule_t& rule);
 
-// Equal nexthops fold into one, and their order is lost. A DSCP or traffic class above 255 throws
-// orv::invalid_argument_error; what lies below is the SDK's to judge.
+// Equal nexthops collapse into one, and their order is lost.
+// THROWS: orv::invalid_argument_error for a DSCP or traffic class above 255. The SDK checks smaller values.
 orv::policy_map_action_t convert(const orv::remote::PolicyMapAction& message);
 orv::remote::PolicyMapAction convert(const orv::policy_map_action_t& action);
 

@@ -1,9 +1,10 @@
 // What the rules of traffic policies match.
 //
-// Equal elements of a set fold into one; the names of field sets lose their order, ranges and addresses come
-// back in rising order. Ranges are not checked: an end below the start or above the field's width passes.
+// Equal elements of a set collapse into one. The names of field sets lose their order; ranges and addresses
+// come back in ascending order. Ranges are not checked: an end below the start or above the field's width
+// passes.
 //
-// Thread-safe: pure functions.
+// Thread-safety: pure functions.
 #pragma once
 
 #include "OrvSdkRpcProtos/types.pb.h"
@@ -11,7 +12,7 @@
 
 namespace OrvSdkRpc::types {
 
-// Of two entries for one range of protocols the first stays.
+// Of two entries for the same range of protocols, the first wins.
 orv::tp_rule_filter_t convert(const orv::remote::TpRuleFilter& message);
 orv::remote::TpRuleFilter convert(const orv::tp_rule_filter_t& filter);
 

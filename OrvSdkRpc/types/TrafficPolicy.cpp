@@ -42,7 +42,7 @@ orv::traffic_policy_rule_t convert(const remote::TrafficPolicyRule& message) {
 
 remote::TrafficPolicyRule convert(const orv::traffic_policy_rule_t& rule) {
    remote::TrafficPolicyRule message;
-   // Made where they stay, as in a policy map's rule.
+   // Sub-messages are constructed in place, as in a policy map's rule.
    message.set_traffic_policy_rule_type(convert(rule.traffic_policy_rule_type()));
    message.set_match_rule_name(rule.match_rule_name());
    message.set_allocated_raw_rule(new auto(convert(rule.raw_rule())));
@@ -73,7 +73,8 @@ orv::traffic_policy_action_t convert(const remote::TrafficPolicyAction& message)
 
 remote::TrafficPolicyAction convert(const orv::traffic_policy_action_t& action) {
    remote::TrafficPolicyAction message;
-   // An empty text is what a message has, and setting it would allocate one: most actions have several.
+   // Empty strings are not set: a new message has them anyway, setting one would allocate, and most actions
+   // have several.
    message.set_action_type(convert(action.action_type()));
    if (!action.counter_name().empty()) message.set_counter_name(action.counter_name());
    if (!action.goto_class_name().empty()) message.set_goto_class_name(action.goto_class_name());

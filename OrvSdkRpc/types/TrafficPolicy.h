@@ -1,8 +1,9 @@
 // Traffic policies.
 //
-// Equal elements of a set fold into one; names and nexthops lose their order, actions come back in the SDK's.
+// Equal elements of a set collapse into one. Names and nexthops lose their order; actions come back in the
+// SDK's order.
 //
-// Thread-safe: pure functions.
+// Thread-safety: pure functions.
 #pragma once
 
 #include "OrvSdkRpcProtos/types.pb.h"
@@ -17,8 +18,8 @@ orv::remote::TrafficPolicy convert(const orv::traffic_policy_t& policy);
 orv::traffic_policy_rule_t convert(const orv::remote::TrafficPolicyRule& message);
 orv::remote::TrafficPolicyRule convert(const orv::traffic_policy_rule_t& rule);
 
-// A DSCP or traffic class above 255 throws orv::invalid_argument_error; what lies below is the SDK's to
-// judge. A police unit that was left out is the SDK's first and comes back as that.
+// An absent police unit becomes the SDK's first unit and is written back as that.
+// THROWS: orv::invalid_argument_error for a DSCP or traffic class above 255. The SDK checks smaller values.
 orv::traffic_policy_action_t convert(const orv::remote::TrafficPolicyAction& message);
 orv::remote::TrafficPolicyAction convert(const orv::traffic_policy_action_t& action);
 
