@@ -4,6 +4,7 @@
 
 #include "orv/error.h"
 #include "orv/lock.h"
+#include "softswitch/tables/name_check.h"
 #include "softswitch/tables/sdk_iters.h"
 
 namespace softswitch {
@@ -215,11 +216,8 @@ const RouteRow* IpRouteMgr::find(const orv::ip_route_key_t& key, const std::stri
 void IpRouteMgr::set(const orv::ip_route_t& route, const Action* action, NameId vrf) {
    const auto& prefix = route.key().prefix();
    if (prefix.af() == orv::af_none) throw orv::invalid_argument_error("ip route has no prefix");
-   if (route.command_tag().size() > commandTagBytesMax) {
-      throw orv::invalid_argument_error(
-           fmt::format("ip route {}: command tag of {} bytes, expected at most {}", prefix,
-                       route.command_tag().size(), commandTagBytesMax));
-   }
+   if (const auto fault = textFault(route.command_tag(), commandTagBytesMax); !fault.empty())
+      throw orv::invalid_argument_error(fmt::format("ip route {}: command tag {}", prefix, fault));
    const RouteKey key(vrf, prefix, route.key().preference());
    auto* row = table_.find(key);
    auto newAction = action == nullptr ? Action::forward : *action;
@@ -274,10 +272,8 @@ void IpRouteMgr::validateVia(const orv::ip_route_via_t& via) const {
                           via.hop().af() != orv::af_none ? "hop" : "interface",
                           via.hop().af() != orv::af_none ? via.hop().to_string() : via.intf().to_string()));
       }
-      if (via.nexthop_group().size() > NexthopGroupMgr::nameBytesMax) {
-         refuseVia(fmt::format("nexthop group name of {} bytes, expected at most {}",
-                               via.nexthop_group().size(), NexthopGroupMgr::nameBytesMax));
-      }
+      if (const auto fault = textFault(via.nexthop_group(), NexthopGroupMgr::nameBytesMax); !fault.empty())
+         refuseVia(fmt::format("nexthop group name {}", fault));
    } else if (via.hop().af() == orv::af_none && !via.intf() && via.vtep_addr().af() == orv::af_none &&
               via.vni() == 0 && !via.vxlan_intf() && via.egress_vrf().empty()) {
       refuseVia("it names neither a hop nor an interface, a VXLAN tunnel, a VRF or a nexthop group");

@@ -5,6 +5,7 @@
 #include <algorithm>
 
 #include "orv/lock.h"
+#include "softswitch/tables/name_check.h"
 #include "softswitch/tables/sdk_iters.h"
 
 namespace softswitch {
@@ -178,10 +179,8 @@ void MplsRouteMgr::validateVia(const orv::mpls_route_via_t& via) const {
                                hop ? "hop" : "interface",
                                hop ? via.hop().to_string() : via.intf().to_string()));
       }
-      if (via.nexthop_group().size() > NexthopGroupMgr::nameBytesMax) {
-         refuseVia(fmt::format("nexthop group name of {} bytes, expected at most {}",
-                               via.nexthop_group().size(), NexthopGroupMgr::nameBytesMax));
-      }
+      if (const auto fault = textFault(via.nexthop_group(), NexthopGroupMgr::nameBytesMax); !fault.empty())
+         refuseVia(fmt::format("nexthop group name {}", fault));
    } else if (!hop && !via.intf()) {
       refuseVia("it names neither a hop nor an interface nor a nexthop group");
    }

@@ -454,8 +454,9 @@ bool NexthopGroupMgr::judgeActive(State& s) {
 }
 
 void NexthopGroupMgr::setParent(State& s, bool parent) {
-   parents_ += (parent ? 1u : 0u) - (s.parent ? 1u : 0u);
+   if (s.parent == parent) return;
    s.parent = parent;
+   parent ? ++parents_ : --parents_;
 }
 
 void NexthopGroupMgr::groupChanged() {

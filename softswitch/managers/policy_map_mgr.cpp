@@ -53,10 +53,11 @@ private:
    }
 
    void classMap(const orv::policy_map_rule_t& rule) const {
-      if (rule.policy_map_rule_type() != orv::policy_map_rule_type_t::class_map) return;
       const auto& key = rule.class_map_key();
-      if (key.name().empty()) refuse("the class map's name is empty, expected a name");
+      // Whatever the rule's type: the table keeps the name, and hands it out again.
       name("class map name", key.name(), policyNameBytesMax);
+      if (rule.policy_map_rule_type() != orv::policy_map_rule_type_t::class_map) return;
+      if (key.name().empty()) refuse("the class map's name is empty, expected a name");
       if (key.feature() != map_.key().feature()) {
          refuse("class map '{}' has feature {}, expected {}", orv::detail::quotable(key.name()),
                 orv::to_string(key.feature()), orv::to_string(map_.key().feature()));

@@ -222,6 +222,7 @@ TEST_F(IpRouteMgrTest, refusals) {
    vxlan.egress_vrf_is("nowhere");
    EXPECT_THAT(refusedVia(vxlan), HasSubstr("unknown VRF nowhere"));
    EXPECT_THAT(refusedVia(groupVia("10.0.0.0/8", std::string(256, 'g'))), HasSubstr("256 bytes"));
+   EXPECT_THAT(refusedVia(groupVia("10.0.0.0/8", "\xff")), HasSubstr("is not UTF-8"));
    EXPECT_TRUE(vias("10.0.0.0/8").empty());
 }
 

@@ -195,6 +195,7 @@ TEST_F(MplsRouteMgrTest, refusals) {
    via.intf_is(orv::intf_id_t("Ethernet1"));
    EXPECT_THAT(refused(via), HasSubstr("interface Ethernet1"));
    EXPECT_THAT(refused(over(key, std::string(256, 'g'))), HasSubstr("256 bytes"));
+   EXPECT_THAT(refused(over(key, "\xff")), HasSubstr("is not UTF-8"));
    EXPECT_THAT(refused(mpls_route_via_t(key, mpls_action_t::pop)), HasSubstr("names neither"));
    EXPECT_THAT(refused(pop(key, "192.0.2.1", "Ethernet99")), HasSubstr("unknown interface Ethernet99"));
    via = pop(key, "192.0.2.1");

@@ -313,6 +313,23 @@ TEST_F(NexthopGroupMgrTest, activityGoesUpAChainOfGroups) {
    EXPECT_FALSE(mgr().active("top"));
 }
 
+// One more step of the hardware stage programs the new group; a walk over all groups would need another one.
+TEST_F(NexthopGroupMgrTest, groupsAreWalkedOverOnlyWhileOneLeadsIntoAnother) {
+   for (int i = 0; i < 1000; ++i)
+      setGroup("leaf-" + std::to_string(i));
+   orv::nexthop_group_entry_t entry;
+   entry.child_nexthop_group_is("leaf-0");
+   orv::nexthop_group_t parent("parent", orv::nexthop_group_encap_t::mpls);
+   parent.nexthop_set(0, entry);
+   mgr().nexthop_group_set(parent);
+   settle();
+   mgr().nexthop_group_del("parent");
+   settle();
+   setGroup("new");
+   mgr().hardwareStep(sw().hardware().plane());
+   EXPECT_TRUE(mgr().hardwareIdle());
+}
+
 TEST_F(NexthopGroupMgrTest, countersAreThoseOfProgrammedEntries) {
    setGroup("g");
    EXPECT_FALSE(mgr().counter("g", 0).valid());

@@ -239,6 +239,11 @@ TEST_F(PolicyMapMgrTest, refusesRulesThatCannotWork) {
    EXPECT_EQ(words(policy_map_t(longName)), "policy map name of 401 bytes, expected at most 400");
    map.rule_set(5, policy_map_rule_t(longName));
    EXPECT_EQ(words(map), "policy map 'a' rule 5: class map name of 401 bytes, expected at most 400");
+   // Rules of other types carry a class map's name too.
+   policy_map_rule_t raw(longName);
+   raw.policy_map_rule_type_is(orv::policy_map_rule_type_t::raw);
+   map.rule_set(5, raw);
+   EXPECT_EQ(words(map), "policy map 'a' rule 5: class map name of 401 bytes, expected at most 400");
    policy_map_action_t group(policy_action_type_t::nexthop_group);
    group.nexthop_group_name_is(std::string(256, 'g'));
    EXPECT_EQ(words(withAction(group)),
