@@ -1,4 +1,4 @@
-# All from the distribution's own packages; packaging/packages.txt names them.
+# All of these come from distribution packages, which packaging/packages.txt lists.
 find_package(PkgConfig REQUIRED)
 find_package(Threads REQUIRED)
 find_package(Protobuf REQUIRED)

@@ -1,4 +1,4 @@
-# What a host that links the library, with our software switch or with an SDK of its own, finds installed:
+# Installs what a host needs to link the library, with our software switch or with its own SDK:
 # find_package(OrvSdkRpc) and the targets Orv::OrvSdkRpc, Orv::sdk, Orv::platform, Orv::softswitch and
 # Orv::OrvSdkRpcProtos.
 include(GNUInstallDirs)
@@ -13,7 +13,8 @@ foreach(_room ${_orv_rooms})
 endforeach()
 install(TARGETS ${_orv_rooms} EXPORT OrvSdkRpcTargets ARCHIVE COMPONENT development)
 
-# Headers keep the form that they are included in: the folder of sdk/ is a root of its own.
+# Installed headers keep their include paths. sdk/ itself is an include root, so only its contents are
+# installed.
 foreach(_folder OrvSdkRpc softswitch platform sdk/)
   install(DIRECTORY "${CMAKE_SOURCE_DIR}/${_folder}" DESTINATION "${_orv_include}" COMPONENT development
           FILES_MATCHING PATTERN "*.h")

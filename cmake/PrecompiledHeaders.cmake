@@ -1,12 +1,12 @@
-# Precompiled headers, each compiled once and shared: parsing the headers of gRPC, protobuf, fmt and GoogleTest is
-# most of what compiling a source costs.
+# Precompiled headers, each compiled once and shared. Parsing the headers of gRPC, protobuf, fmt and
+# GoogleTest is most of the cost of compiling a source file.
 #
-# A target that shares one must be compiled with the same options and link what its headers come from.
+# A target that reuses one must have the same compile options and link the libraries of its headers.
 
 # orv_add_pch(<target> HEADERS <header>... LINK <library>... [OPTIONS <option>...])
 function(orv_add_pch target)
   cmake_parse_arguments(P "" "" "HEADERS;LINK;OPTIONS" ${ARGN})
-  # CMake wants a source to compile the header for.
+  # CMake needs a source file to compile the header for.
   set(source "${CMAKE_BINARY_DIR}/pch/${target}.cpp")
   file(CONFIGURE OUTPUT "${source}" CONTENT "")
   add_library(${target} OBJECT "${source}")

@@ -1,11 +1,11 @@
-# Rooms and floors.
+# Functions that define rooms, floors, programs and tests.
 #
-# A room is a top-level folder and one library target. A large room has floors: its subfolders, each an object
-# library of its own.
+# A room is a top-level folder and one library target. A large room has floors: its subfolders, each of which
+# is an object library.
 #
-# The headers of a room or floor are reachable only through its own include root, so an include of one that is
-# not in the link list does not compile. An include root holds one link to the folder, because headers are
-# written with the room's name ("OrvSdkRpc/server/GrpcServer.h").
+# The headers of a room or floor are reachable only through its include root, so including a header of a room
+# that is not linked does not compile. An include root holds a symbolic link to the folder, because include
+# paths begin with the room's name ("OrvSdkRpc/server/GrpcServer.h").
 
 set(ORV_WARNINGS -Wall -Wextra -Wpedantic -Werror -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual)
 if(CMAKE_CXX_COMPILER_ID MATCHES "Clang")
@@ -16,10 +16,10 @@ add_library(orv_build_options INTERFACE)
 target_compile_options(orv_build_options INTERFACE ${ORV_WARNINGS})
 target_compile_options(orv_build_options INTERFACE -pthread)
 
-# Test sources are many and their own speed matters little: gcc needs a third of the time for them at -O1.
+# There are many test sources, and their speed matters little: at -O1 gcc takes a third of the time.
 set(ORV_TEST_OPTIONS -O1)
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
-  # gcc 12 sees copies beyond the end of short strings at -O1, where there are none.
+  # At -O1, gcc 12 wrongly reports out-of-bounds copies of short strings.
   list(APPEND ORV_TEST_OPTIONS -Wno-array-bounds -Wno-stringop-overflow -Wno-restrict)
 endif()
 if(ORV_SANITIZE STREQUAL "address")
@@ -30,17 +30,18 @@ elseif(NOT ORV_SANITIZE STREQUAL "")
   message(FATAL_ERROR "ORV_SANITIZE is '${ORV_SANITIZE}', expected address, thread or nothing")
 endif()
 if(_orv_sanitize)
-  # Everything of ours, the generated code included, so that no object is built without.
+  # Applies to all our code, including generated code, so that every object is instrumented.
   add_compile_options(${_orv_sanitize})
   add_link_options(${_orv_sanitize})
-  # gcc's flow warnings are unreliable in instrumented code; clang does not know this one.
+  # gcc's flow-based warnings are unreliable in instrumented code; clang does not have this warning.
   if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
     target_compile_options(orv_build_options INTERFACE -Wno-error=maybe-uninitialized)
   endif()
 endif()
 
-# _orv_include_root(<out-var> <name> <path>...): an include root build/rooms/<name> from which each <path> of
-# the source tree, a folder or a header, resolves and nothing else does.
+# _orv_include_root(<out-var> <name> <path>...)
+# Creates the include root build/rooms/<name>, in which only the given folders and headers of the source tree
+# resolve.
 function(_orv_include_root out name)
   set(root "${CMAKE_BINARY_DIR}/rooms/${name}")
   foreach(path ${ARGN})
@@ -54,10 +55,10 @@ function(_orv_include_root out name)
 endfunction()
 
 # orv_add_floor(<room> <folder> SOURCES ... [HEADERS ...] [PUBLIC ...] [PRIVATE ...] [PCH <target>])
-# Makes the object library <room>_<folder> of the sources in <folder>, which PUBLIC and PRIVATE let see other
-# floors and libraries: PUBLIC what its headers include, PRIVATE what only its sources do. HEADERS names single
-# headers instead of the whole folder, for the floor of files that stand in the room itself. PCH is a target of
-# cmake/PrecompiledHeaders.cmake.
+# Creates the object library <room>_<folder> from the sources in <folder>. PUBLIC lists the floors and
+# libraries that its headers include, PRIVATE those that only its sources include. HEADERS lists single
+# headers in place of the whole folder, for a floor whose files are in the room's own folder. PCH is a target
+# of cmake/PrecompiledHeaders.cmake.
 function(orv_add_floor room folder)
   cmake_parse_arguments(F "" "PCH" "SOURCES;HEADERS;PUBLIC;PRIVATE" ${ARGN})
   if(F_UNPARSED_ARGUMENTS)
@@ -80,8 +81,9 @@ function(orv_add_floor room folder)
 endfunction()
 
 # orv_add_room(<target> [SOURCES ...] [FLOORS ...] [INCLUDE_ROOT <dir>] [PUBLIC ...] [PRIVATE ...] [PCH <target>])
-# Makes the room's library of its own sources and of its floors. PUBLIC lists what the room's own headers include,
-# PRIVATE what only its sources do. Without INCLUDE_ROOT headers are included with the target's name in front.
+# Creates the room's library from its own sources and its floors. PUBLIC lists what the room's own headers
+# include, PRIVATE what only its sources include. Without INCLUDE_ROOT, include paths begin with the folder's
+# name.
 function(orv_add_room target)
   cmake_parse_arguments(R "" "INCLUDE_ROOT;PCH" "SOURCES;FLOORS;PUBLIC;PRIVATE" ${ARGN})
   if(R_UNPARSED_ARGUMENTS)
@@ -123,7 +125,8 @@ function(orv_add_test_tools target)
 endfunction()
 
 # orv_add_test(<target> [ALONE] SOURCES ... LINK ... [PCH <target>] [TIMEOUT seconds] [LABELS ...])
-# Every TEST() becomes a ctest case of its own. ALONE: no other test runs meanwhile, for those that measure time.
+# Every TEST() becomes its own ctest case. ALONE runs the test without others in parallel, for tests that
+# measure time.
 function(orv_add_test target)
   cmake_parse_arguments(T "ALONE" "PCH;TIMEOUT" "SOURCES;LINK;LABELS" ${ARGN})
   add_executable(${target} ${T_SOURCES})
@@ -142,9 +145,9 @@ function(orv_add_test target)
 endfunction()
 
 # orv_add_busy_test(<target> FILTER <suite.case>...)
-# Runs the given tests of a program once more, all in one process, with the machine made busy on purpose: waits and
-# wake-ups must work when every thread loses its processor at the worst moment. The patterns are GoogleTest's; one that
-# begins with "-" and all after it leave tests out: those that assert a measured time, which a busy machine does not keep.
+# Runs the given tests again, all in one process, on a deliberately overloaded machine: waits and wake-ups
+# must work even if every thread is preempted at the worst moment. FILTER takes GoogleTest patterns; a pattern
+# that begins with "-" and all patterns after it exclude tests, such as those that assert measured times.
 function(orv_add_busy_test target)
   cmake_parse_arguments(B "" "" "FILTER" ${ARGN})
   list(JOIN B_FILTER ":" filter)

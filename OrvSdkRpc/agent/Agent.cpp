@@ -68,7 +68,7 @@ void Agent::configurationIs(HostConfiguration configuration) {
    sslProfileState_ = configuration.sslProfileState;
    credentials_ = std::move(configuration.credentials);
    accountingEnabled_ = configuration.accountingEnabled;
-   // The address form trusts whoever reaches its address.
+   // The address form trusts every peer.
    allowInsecureRemote_ = internalServer_ || configuration.allowInsecureRemote;
    trustedServer_ = internalServer_ || configuration.trustedServer;
 }
@@ -106,8 +106,7 @@ void Agent::on_initialized() {
               .cbfNhg = cbfNhgMgr_.get(),
          });
       }
-      // The FIB service has its manager in fibMgr_ and no code in this build: nothing is created for it, and
-      // gRPC answers UNIMPLEMENTED to its RPCs.
+      // This build has no FIB service: fibMgr_ is unused, and gRPC answers UNIMPLEMENTED to its RPCs.
       credentials_ = grpc::InsecureServerCredentials();
    } else {
       if (!credentialsAreGood()) return;
@@ -126,7 +125,8 @@ void Agent::on_initialized() {
    orv::fmttrace(agentTracer(), 0, "Server listening on: {}", fmt::join(addresses_, ", "));
 }
 
-// Leaves in addresses_ those that nobody else listens on; false if that is none.
+// Removes the addresses in use from addresses_.
+// RETURNS: false if none remain.
 bool Agent::addressesAreFree() {
    std::erase_if(addresses_, [this](const std::string& address) {
       const bool inUse = addressInUse(address, vrf_);

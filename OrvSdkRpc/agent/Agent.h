@@ -1,10 +1,10 @@
-// The entry of the library: one object per process that puts the switch's SDK on the network.
+// Entry point of the library: one Agent per process serves the switch's SDK over gRPC.
 //
-// Thread-safety: the SDK's main thread only, but for waitUntilServing.
+// Thread-safety: the SDK's main thread only, except waitUntilServing.
 //
-// The SDK calls on_initialized when it is ready, and then the server starts on a thread of its own; it calls
-// on_agent_enabled(false) to end the agent, which stops the server, removes its socket files and
-// acknowledges. The object must live until then: destroying it while the server thread runs ends the process.
+// The SDK calls on_initialized when it is ready; the agent then starts the server on its own thread. The SDK
+// calls on_agent_enabled(false) to end the agent; the agent then stops the server, removes its socket files
+// and acknowledges. Destroying the agent while the server thread runs ends the process.
 #pragma once
 
 #include <grpcpp/security/server_credentials.h>
@@ -29,66 +29,67 @@ namespace OrvSdkRpc {
 class CbfNhgMgr;
 class IntfTrafficRatesWatcher;
 
-// What a host sets before the SDK calls on_initialized; the library reads no option of its own for any of it.
-// The address form needs none of it, and looks at the addresses, the namespace and the accounting flag alone.
+// Settings that the host makes before the SDK calls on_initialized; the library reads no options itself. The
+// address form works without them and uses only addresses, vrf and accountingEnabled.
 struct HostConfiguration {
-   // Listening addresses in gRPC's text form. None: the agent stays up without a server.
+   // Listening addresses in gRPC's text form. Without any, the agent runs without a server.
    std::vector<std::string> addresses = {};
-   // Network namespace by name; empty for the process's own.
+   // Name of the network namespace; empty for the process's own.
    std::string vrf = {};
    // Name of the SSL profile, for traces.
    std::string sslProfile = {};
    SslProfileState sslProfileState = SslProfileState::NotFound;
    std::shared_ptr<grpc::ServerCredentials> credentials = {};
    bool accountingEnabled = false;
-   // Serve remote peers on an insecure server too.
+   // Serve remote peers even if the server is insecure.
    bool allowInsecureRemote = true;
    bool trustedServer = false;
 };
 
 class Agent : public orv::agent_handler {
 public:
-   // The service-list form: the mirror services of the list, on addresses that the host configures.
+   // The service-list form: serves the listed mirror services on the addresses that the host configures.
    Agent(orv::sdk& sdk, const std::vector<Server::Services>& services);
 
-   // The address form: every mirror service and, on an address that is not in use, with insecure credentials
-   // and for every peer, the programming service if `bfd` is set. `fib` fetches the FIB's manager; its
-   // service is not in this build.
+   // The address form: serves every mirror service, and with `bfd` the programming service, on `address`,
+   // with insecure credentials and to every peer. Starts no server if the address is in use. `fib` fetches
+   // the FIB's manager; this build has no FIB service.
    Agent(orv::sdk& sdk, const std::string_view& address, bool bfd, bool fib);
 
    ~Agent() override;
 
-   // Before on_initialized.
+   // REQUIRES: called before on_initialized.
    void configurationIs(HostConfiguration configuration);
 
-   // Creates one service. A value that is none is ignored.
+   // Creates the service, if this build has it; ignores an unknown value.
    void enableServices(orv::sdk& sdk, const Server::Services& service);
 
    void on_initialized() override;
    void on_agent_enabled(bool enabled) override;
 
-   // Whether somebody else listens on the address. A unix address that is free is locked and cleaned up by
-   // the question.
+   // RETURNS: whether the address is in use. Locks a free unix address and removes its stale socket file.
    bool addressInUse(const std::string& address, const std::string& vrf);
-   // `host` in dotted form, `port` in host order. IPv4 only.
+   // IPv4 only: `host` is a dotted quad, `port` in host byte order.
    bool ipAddressInUse(const std::string& host, std::uint16_t port, const std::string& vrf);
    // "unix:///run/x" and "unix://run/x" both name /run/x.
    bool unixAddressInUse(const std::string& address);
-   // Locks unixSockPath_'s lock file for this process; false if another has it.
+   // Locks the lock file of unixSockPath_ for this process.
+   // RETURNS: false on failure, for instance if another process holds the lock.
    bool getUnixSockLock();
-   // Removes socket and lock file, if they are this agent's; they are not from then on.
+   // Removes the socket file and the lock file if this agent owns them, and gives up ownership.
    void unlockUnixSocket();
 
    static void panicHandler(const orv::error& error);
 
-   // Blocks until the server takes calls, or cannot; false in the second case and when there is no server.
-   // Not for a thread that holds the SDK's lock.
+   // Blocks until the server takes calls or has failed to start.
+   // RETURNS: whether the server takes calls; false if there is no server.
+   // REQUIRES: the calling thread does not hold the SDK's lock.
    [[nodiscard]] bool waitUntilServing();
 
    [[nodiscard]] const std::vector<std::string>& addresses() const { return addresses_; }
 
 private:
-   // Appends a service to those that the server will take over.
+   // Adds a service for the server to take over.
    template <class Service, class... Args>
    void add(Args&&... args) {
       services_.push_back(std::make_unique<Service>(std::forward<Args>(args)...));
@@ -100,7 +101,7 @@ private:
    std::vector<std::string> addresses_;
    bool allowInsecureRemote_ = true;
    std::string vrf_;
-   // The address form.
+   // True for the address form.
    bool internalServer_ = false;
    bool trustedServer_ = false;
    std::vector<std::unique_ptr<GrpcService>> services_;
@@ -110,14 +111,14 @@ private:
    bool accountingEnabled_ = false;
    std::unique_ptr<GrpcServer> server_;
    std::thread serverThread_;
-   // For IntfCounterService; null where the rates stream is switched off.
+   // For IntfCounterService; null if the rates stream is disabled.
    std::unique_ptr<IntfTrafficRatesWatcher> trafficRatesWatcher_;
    std::unique_ptr<CbfNhgMgr> cbfNhgMgr_;
    std::string unixLockPath_;
-   // Not empty: this agent owns socket and lock file.
+   // Non-empty while this agent owns the socket file and the lock file.
    std::string unixSockPath_;
 
-   // The arguments of the programming service and the FIB service; only the address form fetches them.
+   // Managers for the programming service and the FIB service; only the address form fetches them.
    orv::acl_mgr* aclMgr_ = nullptr;
    orv::agent_mgr* agentMgr_ = nullptr;
    orv::bfd_session_mgr* bfdSessionMgr_ = nullptr;

@@ -1,4 +1,4 @@
-// Whether an address is free, and the lock file beside a unix socket.
+// Detects addresses in use, and manages the lock file beside a unix socket.
 #include <arpa/inet.h>
 #include <fcntl.h>
 #include <netinet/in.h>
@@ -20,7 +20,7 @@ namespace OrvSdkRpc {
 bool Agent::addressInUse(const std::string& address, const std::string& vrf) {
    const std::size_t colon = address.find(':');
    const std::string scheme = address.substr(0, colon);
-   // No file to guard.
+   // An abstract socket has no file to lock.
    if (scheme == "unix-abstract") return false;
    if (scheme == "unix") return unixAddressInUse(address);
    const std::string port = colon == std::string::npos ? std::string() : address.substr(colon + 1);
@@ -51,7 +51,7 @@ bool Agent::unixAddressInUse(const std::string& address) {
    if (unixPath.front() != '/') unixPath.insert(0, 1, '/');
    unixSockPath_ = std::move(unixPath);
    if (!getUnixSockLock()) {
-      // Neither file is ours: the shutdown must not touch them.
+      // Another process owns both files: the shutdown must not remove them.
       unixSockPath_.clear();
       return true;
    }
@@ -62,9 +62,9 @@ bool Agent::unixAddressInUse(const std::string& address) {
 
 bool Agent::getUnixSockLock() {
    unixLockPath_ = fmt::format("{}.lock", unixSockPath_);
-   // Not through a symbolic link: whoever may write to the directory could have any file overwritten.
+   // O_NOFOLLOW: a symbolic link planted in the directory could make us overwrite any file.
    const int fd = open(unixLockPath_.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0644);
-   // Where open fails, flock fails too.
+   // A failed open() returns -1; flock(-1) below then fails too.
    if (fd == 0) {
       orv::fmttrace(agentTracer(), 0, "Failed to obtain lock fd ");
       return false;
@@ -81,7 +81,7 @@ bool Agent::getUnixSockLock() {
       const ssize_t length = getline(&line, &size, stream);
       orv::fmttrace(agentTracer(), 0, "Socket in use by {} ", length < 2 ? "unknown process" : line);
       free(line);
-      // Closes the descriptor too; closing it once more could hit one that another thread has just opened.
+      // fclose also closes fd. A second close() could hit a descriptor that another thread has just opened.
       fclose(stream);
       return false;
    }
@@ -91,12 +91,12 @@ bool Agent::getUnixSockLock() {
       close(fd);
       return false;
    }
-   // What an earlier owner has left may be longer than the process id.
+   // The previous owner's content may be longer than our process id.
    if (ftruncate(fd, 0) != 0 || fprintf(stream, "%d\n", static_cast<int>(getpid())) < 0 ||
        fflush(stream) != 0) {
       orv::fmttrace(agentTracer(), 0, "Error writing pid to lockfile");
    }
-   // The stream is never closed: the lock lasts as long as its descriptor.
+   // The stream stays open: closing its descriptor would release the lock.
    return true;
 }
 
@@ -104,7 +104,7 @@ void Agent::unlockUnixSocket() {
    if (unixSockPath_.empty()) return;
    unlink(unixSockPath_.c_str());
    unlink(unixLockPath_.c_str());
-   // From here on the files, should there be any, are another's.
+   // From here on, files at these paths belong to another process.
    unixSockPath_.clear();
 }
 

@@ -1,4 +1,4 @@
-// Which mirror service belongs to which value, and the SDK's getters in the order in which they are called.
+// Creates the mirror service of each Services value, and calls the SDK's getters in a fixed order.
 #include "OrvSdkRpc/agent/Agent.h"
 #include "OrvSdkRpc/hardware/IntfTrafficRatesWatcher.h"
 #include "OrvSdkRpc/mirror/AclService.h"
@@ -29,8 +29,8 @@ bool pbrCountersStreamEnabled() {
    return enabled;
 }
 
-// The place of a service that is not in this build: its managers are fetched, and gRPC answers UNIMPLEMENTED
-// to its RPCs. The service's own line is add<Service>(managers...).
+// Placeholder for a service that this build lacks: its managers are still fetched, and gRPC answers
+// UNIMPLEMENTED to its RPCs. An existing service has add<Service>(managers...) in its place.
 template <class... Managers>
 void absent(Managers*...) {}
 
@@ -62,7 +62,7 @@ void Agent::enableServices(orv::sdk& sdk, const Server::Services& service) {
          return add<IntfService>(sdk.get_intf_mgr());
       case Services::IntfCounter:
          if (trafficStreamEnabled()) {
-            // Called for its effect: the counters are kept resident.
+            // Called for its side effect: the counters stay resident.
             sdk.get_intf_counter_mgr_with_mode(orv::mgr_mode_type_t::resident);
             trafficRatesWatcher_ = std::make_unique<IntfTrafficRatesWatcher>(sdk.get_mount_mgr());
          }

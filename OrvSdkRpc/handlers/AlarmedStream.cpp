@@ -17,7 +17,7 @@ void AlarmedStream::process(OpaqueId tag) {
       return;
    }
    assertThat(tag == alarmTag_, style_.unknownTag);
-   // In any other state it is an alarm that was cancelled.
+   // In any other state the alarm was cancelled.
    if (state_ != 1) return;
    if (source == CqEventSource::Write) {
       alarmDuringWrite();
@@ -46,7 +46,7 @@ bool AlarmedStream::processCancel() {
       outstanding = source_;
    }
    cancel();
-   // A tag goes now exactly when no event can arrive on it any more.
+   // Removes exactly the tags on which no more events can arrive.
    switch (outstanding) {
       case CqEventSource::Alarm:
          alarm_.Cancel();
@@ -88,7 +88,7 @@ void AlarmedStream::setAlarm() {
 
 bool AlarmedStream::ring() {
    if (!beginEventFromOutside()) return false;
-   // gRPC rounds a deadline up to its next millisecond, so "now" would be late; what has passed fires at
+   // gRPC rounds a deadline up to the next millisecond, so "now" would fire late. A past deadline fires at
    // once.
    alarm_.Set(&cq_, gpr_inf_past(GPR_CLOCK_REALTIME), alarmTag_);
    return true;

@@ -1,9 +1,9 @@
 // A long-lived stream that other threads feed: its extra tags, the alarm that wakes the pump, and its end.
 //
-// Thread-safety: the pump thread runs everything but what cancel() says; feeding threads enter through the
-// operations of the derived classes and touch only what mutex_ guards. Nothing is called into a subscription
-// controller or the SDK while mutex_ is held, so it is a leaf but for gRPC's own locks, and a thread may wait
-// for it with the SDK's lock held.
+// Thread-safety: everything runs on the pump thread, except cancel() as stated there. Feeding threads enter
+// through operations of the derived classes and touch only what mutex_ guards. A thread that holds mutex_
+// calls neither a subscription controller nor the SDK. So mutex_ is a leaf except for gRPC's own locks, and a
+// thread may wait for it while holding the SDK's lock.
 #pragma once
 
 #include <grpcpp/alarm.h>
@@ -17,15 +17,15 @@ namespace OrvSdkRpc {
 
 class AlarmedStream : public ServerStream {
 public:
-   // An event under the main tag or the write tag goes to processIo, one under the alarm tag to onTick, or to
-   // alarmDuringWrite. Any other tag ends the process.
+   // Dispatches an event: on the main tag or the write tag to processIo, on the alarm tag to onTick or,
+   // during a write, to alarmDuringWrite. Any other tag aborts the process.
    void process(OpaqueId tag) final;
 
-   // The client is gone, or the call is over.
+   // The client has left, or the call has ended.
    void callDone() final { processCancel(); }
 
 protected:
-   // How loud the two kinds of streams are, and their words.
+   // Trace levels and texts, which differ between the two kinds of streams.
    struct Style {
       int processLevel;
       int alarmLevel;
@@ -37,34 +37,36 @@ protected:
                  const Style& style)
         : ServerStream(tag, server, cq, service), style_(style) {}
 
-   // The call has arrived. An exception of the table of Errors.h becomes its status.
+   // Called when the call arrives. An exception in the table of Errors.h becomes the status of the call.
    virtual void start() = 0;
-   // A write has completed; `source` is what the stream waited for.
+   // Called when a write completes; `source` is what was outstanding.
    virtual void writeDone(CqEventSource source) { onTick(source); }
-   // Nothing is outstanding any more: writes the next message, if there is one.
+   // Called when nothing is outstanding: writes the next message, if there is one.
    virtual void onTick(CqEventSource source) ZELT_EXCLUDES(mutex_) = 0;
-   // What ringDuringWrite asked for. The write is still outstanding.
+   // Called because of ringDuringWrite, while the write is still outstanding.
    virtual void alarmDuringWrite() ZELT_EXCLUDES(mutex_) {}
-   // Joins and leaves the controller. A subscribe that throws has not joined. cancel() also runs on a feeding
-   // thread, the one whose message is too many, and may run more than once and at the same time on both.
+   // Join and leave the controller. If subscribe() throws, the stream has not joined. cancel() also runs on
+   // the feeding thread whose message exceeds the queue limit; it may run more than once, and on that thread
+   // and the pump thread at the same time.
    virtual void subscribe() = 0;
    virtual void cancel() ZELT_EXCLUDES(mutex_) = 0;
-   // What waits is lost with the stream; called once, when it begins to end, to let go of it early.
+   // Frees the waiting messages early, when the stream begins to end. May be called more than once.
    virtual void discard() ZELT_EXCLUDES(mutex_) {}
 
-   // Takes the alarm tag and the write tag.
+   // Assigns the alarm tag and the write tag.
    void setupTags();
-   // Subscribes; should the start fail after that, the stream leaves again.
+   // Subscribes. If start() fails after that, the stream leaves the controller again.
    void join() {
       subscribe();
       joined_ = true;
    }
-   // Wakes the pump at once for this stream. Not when the server is stopping: nothing is sent any more then.
+   // Wakes the pump at once for this stream. A no-op if the server is stopping, since nothing more is sent
+   // then.
    void setAlarm() ZELT_REQUIRES(mutex_);
-   // Calls alarmDuringWrite on the pump, unless the write completes first. REQUIRES: a write is outstanding,
-   // and when it completes the stream ends.
+   // Calls alarmDuringWrite on the pump thread, unless the write completes first.
+   // REQUIRES: a write is outstanding, and the stream ends when it completes.
    void ringDuringWrite() ZELT_REQUIRES(mutex_) { ring(); }
-   // Whether what is fed is dropped: the server stops or the stream ends.
+   // Whether new messages are dropped because the server is stopping or the stream is ending.
    [[nodiscard]] bool closed() const ZELT_REQUIRES(mutex_) { return owner_.closing() || state_ == 2; }
 
    // Ends the call with the exception's status.
@@ -82,11 +84,13 @@ protected:
 
 private:
    void processIo(CqEventSource source);
-   // True when the call was cancelled. May be asked only after the done event, and is: a stream hears of its
-   // end by that event and by nothing else, so a write that completes needs no look at it.
+   // Ends the stream if the call was cancelled.
+   // RETURNS: whether it was cancelled.
+   // REQUIRES: the done event has arrived. Only that event reports the end of a call, so completed writes
+   // need not check.
    bool processCancel() ZELT_EXCLUDES(mutex_);
    void end(const grpc::Status& status) ZELT_EXCLUDES(mutex_);
-   // False when the server is stopping.
+   // RETURNS: false if the server is stopping.
    bool ring() ZELT_REQUIRES(mutex_);
 
    grpc::Alarm alarm_;

@@ -1,5 +1,6 @@
-// Between a service's callbacks and its bulk streams: values are handed on in bursts, so that finding the
-// streams and taking their mutexes costs once for many of them. Merging is the streams' business.
+// Buffers values between a service's callbacks and its bulk streams. It passes values on in bursts, which
+// spreads the cost of finding the streams and locking their mutexes over many values. The streams merge the
+// values.
 //
 // Thread-safety: no lock of its own. Everything runs on the SDK's main thread, or with the activity lock
 // held.
@@ -23,24 +24,24 @@ namespace OrvSdkRpc {
 //       }
 //    };
 //
-// Values that wait when the backlog goes are dropped.
+// Values still waiting when the backlog is destroyed are dropped.
 template <class Key, class Value, class Handler>
 class BulkBacklog final : public BacklogImplBase {
 public:
-   // As many are handed on at once, without waiting for the task: enough that finding the streams costs
-   // nothing, and few enough that a hundred plain streams take less than a turn of the main loop.
+   // A full burst is passed on at once, without waiting for the task. Large enough to make finding the
+   // streams cheap, small enough that a hundred plain streams take less than one turn of the main loop.
    static constexpr std::size_t burstMax = 128;
 
    BulkBacklog(Pavo::String name, const Pavo::Ptr<Gorm::TaskScheduler>& scheduler, Handler handler)
         : BacklogImplBase(std::move(name), scheduler), handler_(std::move(handler)) {}
 
-   // In the order of the calls.
+   // Values are passed on in the order of the calls.
    void add(const Key& key, const Value& value) {
       if (values_.empty()) scheduleTask();
       values_.emplace_back(key, value);
       if (values_.size() == burstMax) handleBacklogTask();
    }
-   // Drops what waits.
+   // Drops the waiting values.
    void clear() { values_.clear(); }
 
    void handleBacklogTask() override {

@@ -1,7 +1,7 @@
-// Many requests in one message, served in one go under one lock.
+// Many requests in one message, all served under one lock.
 //
-// Thread-safety: pump thread only. A long bulk holds the SDK's lock, and with it the main loop, for its whole
-// length.
+// Thread-safety: pump thread only. A long bulk holds the SDK's lock, and so blocks the main loop, until it
+// ends.
 #pragma once
 
 #include "OrvSdkRpc/handlers/GenericRequestHandler.h"
@@ -9,7 +9,7 @@
 
 namespace OrvSdkRpc {
 
-// Definition is a structure without state:
+// Definition is a stateless structure:
 //
 //    struct BulkAclSet : RpcOf<&Generated::AsyncService::Requestbulk_acl_set> {
 //       static void impl(const Item& item, Svc& service);

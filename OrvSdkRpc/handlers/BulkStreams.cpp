@@ -57,7 +57,7 @@ void BulkStream::dumpNext() {
       writeResponse(*response);
       return;
    }
-   // In one step with the write, which brings the entries that wait their turn.
+   // Cleared under the same lock as the write, whose completion sends the waiting entries.
    snapshot_ = false;
    writeEmpty();
    lock.unlock();

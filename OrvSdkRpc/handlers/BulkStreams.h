@@ -1,12 +1,11 @@
-// Streams of tables whose entries change all the time and of which only the latest value matters: counters,
-// rates.
+// Streams of tables that change all the time and of which only the latest values matter: counters, rates.
 //
 // Thread-safety: publish may be called by any thread; everything else runs on the pump thread.
 //
-// In place of a queue there is a table by key per stream: a new value merges into the one that waits. A slow
-// client gets fewer, fresher values; the stream never ends for it, and memory is bounded by the number of
-// keys. Each batch begins from an alarm, never straight from the write that completed, so that other calls
-// get their turn and values merge meanwhile.
+// Each stream has a table by key in place of a queue: a new value merges into the waiting one. A slow client
+// gets fewer, fresher values and is never cut off; memory is bounded by the number of keys. An alarm starts
+// each batch, never the completed write itself, so that other calls get their turn and values merge
+// meanwhile.
 #pragma once
 
 #include <google/protobuf/arena.h>
@@ -28,7 +27,7 @@
 
 namespace OrvSdkRpc {
 
-// The stream without its types.
+// The part of a bulk stream that does not depend on message types.
 class BulkStream : public AlarmedStream {
 protected:
    BulkStream(OpaqueId tag, grpc::Server& server, grpc::ServerCompletionQueue& cq, GrpcService& service);
@@ -36,33 +35,33 @@ protected:
    void onTick(CqEventSource source) final ZELT_EXCLUDES(mutex_);
    void writeDone(CqEventSource source) final;
 
-   // The table.
    [[nodiscard]] virtual bool tableEmpty() const ZELT_REQUIRES(mutex_) = 0;
-   // Fills one batch from the table, writes it with writeResponse and takes what it holds out of the table;
-   // how many entries that are.
+   // Fills one batch from the table, writes it with writeResponse and removes its entries from the table.
+   // RETURNS: the number of entries written.
    virtual std::size_t writeBatch() ZELT_REQUIRES(mutex_) = 0;
-   // The next whole response of the snapshot, or null at its end. Valid until the next call.
+   // The next response of the snapshot, or null at its end. Valid until the next call.
    virtual const google::protobuf::Message* nextOfSnapshot() = 0;
    // Writes a response without entries.
    virtual void writeEmpty() ZELT_REQUIRES(mutex_) = 0;
 
    void writeResponse(const google::protobuf::Message& response) ZELT_REQUIRES(mutex_);
    [[nodiscard]] bool entriesTraced() const { return tracer().enabled(StreamTrace::event); }
-   // For when they are.
+   // Call only if entriesTraced(): formats the entry even if the trace is off.
    void traceEntry(const google::protobuf::Message& entry) const;
-   // An entry came into an empty table: sets the alarm if nothing else will bring the stream its turn.
+   // Called when an entry enters the empty table: sets the alarm unless an outstanding event will resume the
+   // stream.
    void wake() ZELT_REQUIRES(mutex_);
 
    void beginSnapshot() ZELT_EXCLUDES(mutex_);
-   // Writes one response of the snapshot, or the end mark, an empty response.
+   // Writes one response of the snapshot or, at its end, an empty response.
    void dumpNext() ZELT_EXCLUDES(mutex_);
 
 private:
    bool snapshot_ ZELT_GUARDED_BY(mutex_) = false;
 };
 
-// Bounds a batch by its size on the wire, for a response that is nothing but a repeated field of entries with
-// a number below 16.
+// Bounds a batch by its size on the wire. For a response whose only field is the repeated field of entries,
+// with a field number below 16.
 class BatchBytes {
 public:
    explicit BatchBytes(std::size_t limit) : limit_(limit) {}
@@ -71,7 +70,7 @@ public:
    [[nodiscard]] bool fits(const google::protobuf::Message& entry) const {
       return size_ + entry.ByteSizeLong() <= limit_;
    }
-   // Counts an entry as it stands in the response.
+   // Adds the encoded size of an entry within the response.
    void add(const google::protobuf::Message& entry) {
       const std::size_t size = entry.ByteSizeLong();
       size_ += 1 + google::protobuf::io::CodedOutputStream::VarintSize64(size) + size;
@@ -82,8 +81,8 @@ private:
    std::size_t size_ = 0;
 };
 
-// A response whose entries are those of the batches before it, written over: batch after batch is made
-// without an allocation. Keeps the memory of its largest batch.
+// A response that reuses the entries of earlier batches, so that building a batch allocates nothing. Keeps
+// the memory of its largest batch.
 //
 // Thread-safety: belongs to its stream.
 template <class A>
@@ -94,7 +93,7 @@ class ReusedBatch {
 public:
    [[nodiscard]] const Rp& response() const { return response_; }
    [[nodiscard]] bool full() { return A::entries(response_).size() == A::batchMax; }
-   // One more entry, which still holds what it held in an earlier batch.
+   // Adds an entry, which still has its content from an earlier batch.
    Entry& add() {
       auto& entries = A::entries(response_);
       const auto index = static_cast<std::size_t>(entries.size());
@@ -102,7 +101,7 @@ public:
       entries.UnsafeArenaAddAllocated(made_[index]);
       return *made_[index];
    }
-   // Clearing the entries themselves would free what they hold.
+   // Detaches the entries: clearing them would free their contents.
    void clear() {
       auto& entries = A::entries(response_);
       entries.UnsafeArenaExtractSubrange(0, entries.size(), nullptr);
@@ -114,34 +113,34 @@ private:
    std::vector<Entry*> made_;
 };
 
-// The hooks of the bulk stream `A`, a closed set: a name that is not here does not compile, nor does a member
-// of another signature. All of them may be left out.
+// The hooks of the bulk stream `A`. An unknown name or a member of another signature does not compile. Every
+// hook is optional.
 template <class A, class Svc, class Rq, class Rp, class Key, class Value>
 struct BulkHooks {
-   // Which keys the stream wants. Runs on the publishing thread, under the stream's mutex.
+   // Whether the stream wants the key. Runs on the publishing thread, under the stream's mutex.
    bool (A::*wants)(const Key& key) = nullptr;
-   // A new value for a key that waits; false takes the key out of the table. Without it, MergeFrom: set
-   // fields overwrite, repeated ones are added.
+   // Merges a new value into the waiting value of its key; false removes the key from the table. The default
+   // is MergeFrom: set fields overwrite, repeated fields are appended.
    bool (*coalesce)(Value& old, const Value& fresh) = nullptr;
-   // Before the first entry of a batch.
+   // Called before the first entry of a batch.
    void (A::*beginBatch)() = nullptr;
-   // Whether one empty response goes out before anything else.
+   // Whether an empty response is sent first.
    bool (*firstMessage)(const Rq& request) = nullptr;
-   // Throws for a request that is not served.
+   // Throws if the request is refused.
    void (*check)(const Rq& request) = nullptr;
-   // Whole responses that go out first, one for each write, and are followed by one empty response; live
-   // entries wait meanwhile. Made under the SDK's lock.
+   // Responses that are sent first, one per write, followed by an empty response; live entries wait
+   // meanwhile. Runs under the SDK's lock.
    std::list<Rp> (*snapshot)(Svc& service) = nullptr;
    // As in WatchDefinition.h.
    void (A::*subscribe)(Svc& service, OpaqueId tag, const Rq& request) = nullptr;
 };
 
-// The base of the definition of a bulk stream. Entries wait, or values of the SDK that become entries when
-// they are written: what a newer value replaces is never converted.
+// Base of the definition of a bulk stream. Either entries wait, or SDK values that are converted to entries
+// when written, so that a replaced value is never converted.
 //
-// KeyT:   std::hash and <.
+// KeyT:   has std::hash and operator<.
 // EntryT: a message.
-// ValueT: what waits for a key.
+// ValueT: the type that waits for each key.
 template <auto requestMethod, auto serviceController, class KeyT, class EntryT, class ValueT = EntryT>
 struct BulkStreamOf : RpcOf<requestMethod> {
    static constexpr auto controller = serviceController;
@@ -159,14 +158,14 @@ struct BulkStreamOf : RpcOf<requestMethod> {
 //
 //    struct Rates : BulkStreamOf<&Generated::AsyncService::Requestrates, &Svc::subscriptions, orv::intf_id_t,
 //                                RatesResponse_Entry, orv::intf_traffic_rates_t> {
-//       // Where entries wait.
-//       // Moves the entry into the response, or answers false: the batch is full.
+//       // If entries wait.
+//       // Moves the entry into the response; returns false if the batch is full.
 //       bool append(Response& response, Entry& entry);
 //
-//       // Where values wait.
-//       // Writes over an entry of an earlier batch: sets or clears every field.
+//       // If values wait.
+//       // Overwrites an entry of an earlier batch: sets or clears every field.
 //       static void convert(const Key& key, const Value& value, Entry& entry);
-//       // The repeated field of the response, and how many entries one batch has at most.
+//       // The repeated field of the response, and the maximum number of entries per batch.
 //       static google::protobuf::RepeatedPtrField<Entry>& entries(Response& response);
 //       static constexpr int batchMax = 1000;
 //
@@ -216,7 +215,7 @@ public:
       MutexLock lock(this->mutex_);
       if (!this->closed()) add(key, value);
    }
-   // The same for one value after the other.
+   // The same for several values, in order.
    void publish(std::span<const std::pair<Key, Value>> values) {
       MutexLock lock(this->mutex_);
       if (this->closed()) return;
@@ -287,7 +286,7 @@ private:
       }
    }
    const google::protobuf::Message* nextOfSnapshot() override {
-      // Each is taken as it was made, under the lock.
+      // Responses are taken as they were made, under the lock.
       orv::sdk_scoped_lock lock;
       if (responses_.empty()) {
          snapshotResponse_.Clear();
@@ -328,7 +327,7 @@ private:
    Pending pending_;
    A def_;
    [[no_unique_address]] std::conditional_t<entriesWait, Nothing, ReusedBatch<A>> batch_;
-   // The snapshot, and the response that was taken from it last.
+   // The rest of the snapshot, and the response that was taken last.
    std::list<Rp> responses_;
    Rp snapshotResponse_;
 };

@@ -1,4 +1,4 @@
-// Which fields of a dump a request asks for.
+// The fields of a dump that a request selects.
 //
 // Thread-safety: belongs to its stream.
 #pragma once
@@ -11,24 +11,25 @@
 
 namespace OrvSdkRpc {
 
-// What a definition traces when it reads the fields, an inline constexpr object. Null: nothing.
+// Traces of a definition that reads the fields; an inline constexpr object. A null text traces nothing.
 struct DumpTraces {
    int level;
-   // No field was asked for, so there is no dump.
+   // No field is selected, so there is no dump.
    const char* nothing = nullptr;
-   // A number that is no field, which is its one argument.
+   // Unknown field number, which is the only argument of the text.
    const char* unknown = nullptr;
 };
 
-// A base of a watch definition with a dump: its dumpEnabled. The request lists the wanted fields in
-// fields_control().fields(), by the numbers of a wire enumeration whose 0 stands for all of them; `fields`
-// are the others. A number that is none of them is passed over.
+// Base of a watch definition with a dump; provides its dumpEnabled. The request lists the wanted fields in
+// fields_control().fields() as numbers of a wire enumeration. 0 selects all fields; `fields` are the other
+// numbers. Unknown numbers are skipped.
 template <const DumpTraces& traces, auto... fields>
 class DumpFields {
    static_assert(((fields != 0) && ...), "0 stands for all fields");
 
 public:
-   // Reads the list up to the first 0. RETURNS whether any field is selected.
+   // Reads the list up to the first 0.
+   // RETURNS: whether any field is selected.
    template <class Svc, class Rq>
    bool dumpEnabled(Svc& service, const Rq& request) {
       for (const int number : request.fields_control().fields()) {

@@ -13,7 +13,7 @@ namespace OrvSdkRpc {
 
 namespace detail {
 
-// The iterator of a dump's keys.
+// The type of the iterator over a dump's keys.
 template <class Def, class Svc>
 struct DumpIterator {
    static_assert(
@@ -35,16 +35,15 @@ concept DumpEncodes = requires(const Def& def, Svc& service, typename DumpIterat
 
 }  // namespace detail
 
-// Def is what StreamingAdapterHandler.h says, with these beside:
+// Def is as in StreamingAdapterHandler.h, with these additional members:
 //
 //    struct Watch : WatchOf<...> {
-//       // Reads which fields the request asks for; true when there are any. Most take it from DumpFields.h.
+//       // Reads the requested fields; true if there are any. Most definitions inherit it from DumpFields.
 //       bool dumpEnabled(Svc& service, const Request& request);
-//       // Walks the keys of the table; made and stepped under the SDK's lock. What it throws becomes the
-//       // status of the call.
+//       // Iterates over the keys of the table; created and advanced under the SDK's lock. An exception
+//       // becomes the status of the call.
 //       static auto iterator(Svc& service);
-//       // Writes the message of one key into an empty `message`, the selected fields only. Under the SDK's
-//       // lock.
+//       // Writes the selected fields of one key into an empty `message`. Runs under the SDK's lock.
 //       void encodeDump(Svc& service, const Key& key, Response& message) const;
 //    };
 template <class Def, class Rq, class Rp, class Svc>
@@ -69,7 +68,7 @@ public:
       this->post(service, Def::method);
    }
 
-   // For the dump.
+   // Called by DumpStreamingHandler.
    auto iterator() { return Def::iterator(this->service_); }
    template <class Key>
    void encodeDump(const Key& key, Rp& message) {

@@ -1,13 +1,13 @@
-// A watch stream that first replays the present state of a table and then goes on live.
+// A watch stream that first dumps the current state of a table and then continues with live events.
 //
 // Thread-safety: as StreamingToolkit.h; the dump itself runs on the pump thread. The SDK's lock is held for
 // one element at a time, never across a write.
 //
-// The stream subscribes before the first element is made, so that no change falls between dump and live. One
-// element follows each write that completes, so the queue stays short and a slow client slows its own dump
-// only. Live events queue among the elements in the order of their arrival; the acknowledgement at the end
-// says that the client's picture is whole. An element that the stream's filter rejects makes no write: the
-// dump then goes on with the next write that completes, whatever causes it.
+// The stream subscribes before it creates the first element, so that no change is lost between the dump and
+// the live events. Each completed write triggers one element, so the queue stays short and a slow client
+// slows only its own dump. Live events are queued among the elements in order of arrival. The acknowledgement
+// at the end means that the client has the complete state. An element that the filter rejects causes no
+// write; the dump then resumes after the next completed write, whatever caused that write.
 #pragma once
 
 #include <memory>
@@ -28,12 +28,12 @@ protected:
 
    // Whether the request asks for a dump.
    [[nodiscard]] virtual bool dumpEnabled() = 0;
-   // Subscribes; the first element is made after it.
+   // Subscribes. Called before the first element is created.
    virtual void dumpStarted() { join(); }
-   // After the last element, before its acknowledgement.
+   // Called after the last element, before the acknowledgement.
    virtual void endOfDump() {}
 
-   // The walk. openDump runs under the SDK's lock, publishElement takes it.
+   // The iteration. openDump runs under the SDK's lock; publishElement takes the lock.
    virtual void openDump() = 0;
    virtual void closeDump() = 0;
    [[nodiscard]] virtual bool dumping() const = 0;
@@ -45,7 +45,7 @@ private:
    void dumpNext();
 };
 
-// What StreamingToolkit.h asks of Hc, and
+// Hc provides what StreamingToolkit.h requires, and
 //
 //    auto iterator();                        of the table's keys, made under the SDK's lock
 //    void encodeDump(const Key&, Rp&);       the message of one key; runs under the SDK's lock

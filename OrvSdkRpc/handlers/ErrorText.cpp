@@ -11,14 +11,14 @@ namespace {
 
 constexpr std::string_view gap = "...";
 
-// As many whole characters as fit into `bytes` from the front of UTF-8 text.
+// The longest prefix of UTF-8 text that has at most `bytes` bytes and cuts no character.
 std::string_view head(std::string_view text, std::size_t bytes) {
    while (bytes > 0 && Zelt::utf8CharacterBytes(text.substr(bytes)) == 0)
       --bytes;
    return text.substr(0, bytes);
 }
 
-// The same from the end.
+// The same for a suffix.
 std::string_view tail(std::string_view text, std::size_t bytes) {
    std::size_t from = text.size() - bytes;
    while (from < text.size() && Zelt::utf8CharacterBytes(text.substr(from)) == 0)

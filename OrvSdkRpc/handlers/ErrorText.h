@@ -1,4 +1,4 @@
-// The words of an error as they go to a client.
+// Error text in the form that clients receive.
 //
 // Thread-safety: pure functions.
 #pragma once
@@ -9,15 +9,15 @@
 
 namespace OrvSdkRpc {
 
-// The text of a status travels as a header, in which a byte may take three, and clients refuse headers of
-// more than 8 KB in all: they would see RESOURCE_EXHAUSTED in place of the status.
+// gRPC sends the text of a status as a header, in which one byte may become three. Clients refuse headers of
+// more than 8 KB in total; they would see RESOURCE_EXHAUSTED in place of the status.
 constexpr std::size_t errorTextBytesMax = 2048;
 
-// `words` in UTF-8 and in at most errorTextBytesMax bytes.
+// RETURNS: `words` as UTF-8 of at most errorTextBytesMax bytes.
 //
-// A byte that is not UTF-8 becomes its number, as in "\xff": a string field with such a byte makes a whole
-// reply unreadable for most clients. Of a longer text the middle is left out, between two characters, and
-// "..." stands for it: an SDK's words name the value first and what was expected last.
+// Escapes a byte that is not UTF-8, as in "\xff": most clients cannot parse a reply with such a byte in a
+// string field. Replaces the middle of a longer text by "...", cutting no character: the SDK's errors name
+// the value first and the expected value last.
 std::string errorText(std::string_view words);
 
 }  // namespace OrvSdkRpc

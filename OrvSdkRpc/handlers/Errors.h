@@ -1,4 +1,4 @@
-// The library's own exceptions, and the one table from exceptions to statuses.
+// The library's own exceptions, and the table that maps exceptions to statuses.
 //
 // Thread-safe: values and pure functions.
 #pragma once
@@ -21,14 +21,14 @@ public:
    using std::runtime_error::runtime_error;
 };
 
-// Something grew beyond its limit. Closes a stream with RESOURCE_EXHAUSTED; it is in no row of the table.
+// A limit was exceeded. Closes a stream with RESOURCE_EXHAUSTED; has no row in the table.
 class out_of_resources : public std::runtime_error {
 public:
    using std::runtime_error::runtime_error;
 };
 
-// A row of the table: the code of a call that fails with E, and the code in a bulk's reply. The bulk codes
-// are an enumeration of their own.
+// A row of the table: the status code of a call that fails with E, and the code in the reply of a bulk call.
+// Bulk codes have their own enumeration.
 template <class E>
 struct ErrorRow;
 
@@ -63,21 +63,21 @@ template <>
 struct ErrorRow<std::exception>
      : ErrorCodes<grpc::StatusCode::UNKNOWN, orv::remote::RPC_RESPONSE_STATUS_CODE_UNKNOWN> {};
 
-// The row's code and the text of what(), as ErrorText.h bounds it; no details.
+// The row's code and the text of what(), bounded by ErrorText.h; no details.
 template <class E>
 grpc::Status grpcStatus(const E& e) {
    return {ErrorRow<E>::code, errorText(e.what())};
 }
 
-// The row's bulk code and the same text, into the reply of a bulk.
+// Stores the row's bulk code and the same text in the reply of a bulk call.
 template <class E>
 void bulkStatus(const E& e, orv::remote::RpcResponseStatus& status) {
    status.set_code(ErrorRow<E>::bulk);
    status.set_message(errorText(e.what()));
 }
 
-// Runs `work`; an exception of the table goes to `onError` as the type of its row, the most specific row
-// first. What is not derived from std::exception passes.
+// Runs `work`. Passes an exception in the table to `onError` as the type of its most specific row. An
+// exception that is not derived from std::exception propagates.
 template <class Work, class OnError>
 void translateErrors(Work&& work, OnError&& onError) {
    try {

@@ -1,7 +1,7 @@
-// Between a service's callbacks and its streams: a callback writes into the one pending message of its key, a
-// task of the main loop hands the messages on and gives way when it should. Events of one key between two
-// runs become one message, the last value of each field; no event costs more than a look-up, however fast
-// they come.
+// Buffers events between a service's callbacks and its streams. A callback writes into the one pending
+// message of its key; a task of the main loop passes the messages on and yields when it should. Events of one
+// key between two runs merge into one message with the last value of each field. An event costs one look-up,
+// whatever the rate.
 //
 // Thread-safety: no lock of its own. Everything runs on the SDK's main thread, or with the activity lock
 // held.
@@ -19,17 +19,17 @@
 
 namespace OrvSdkRpc {
 
-// The task behind a backlog.
+// The main-loop task of a backlog.
 class BacklogImplBase : protected Pavo::Task {
 public:
    BacklogImplBase(Pavo::String name, const Pavo::Ptr<Gorm::TaskScheduler>& scheduler)
         : Task(scheduler, std::move(name)) {}
 
-   // One run: hands messages on until none is left or the task should yield.
+   // One run: passes messages on until the backlog is empty or the task should yield.
    virtual void handleBacklogTask() = 0;
 
 protected:
-   // Says how much was done and what is left, and asks for the next run where something is.
+   // Reports how much was done and how much is left, and schedules the next run if anything is left.
    void passDone(std::size_t count, std::size_t left);
 
 private:
@@ -44,14 +44,15 @@ private:
 //       void operator()(const Key& key, Msg& message) { service.subscriptions().publish(message); }
 //    };
 //
-// Messages that are pending when the backlog goes are dropped.
+// Messages still pending when the backlog is destroyed are dropped.
 template <class Key, class Msg, class Handler>
 class GenericBacklog final : public BacklogImplBase {
 public:
    GenericBacklog(Pavo::String name, const Pavo::Ptr<Gorm::TaskScheduler>& scheduler, Handler handler)
         : BacklogImplBase(std::move(name), scheduler), handler_(std::move(handler)) {}
 
-   // The pending message of the key, made if absent. Valid until the next get or run.
+   // Schedules a run. Returns the pending message of the key, created if absent; valid until the next get or
+   // run.
    Msg& get(const Key& key) {
       scheduleTask();
       return pending_.emplace(key).first;
@@ -60,7 +61,7 @@ public:
    void handleBacklogTask() override {
       bool first = true;
       const std::size_t count = pending_.pass([&](const Key& key, Msg& message) {
-         // At least one, however short the time slice.
+         // Pass on at least one message, however short the time slice.
          if (!first && taskShouldYield()) return false;
          first = false;
          handler_(key, message);
@@ -69,7 +70,7 @@ public:
       passDone(count, pending_.size());
    }
 
-   // For a look at what waits.
+   // The pending messages, for inspection.
    [[nodiscard]] const PendingTable<Key, Msg>& pending() const { return pending_; }
 
 private:

@@ -1,5 +1,5 @@
-// Base of all handlers: the context, responder and request of one call, its posting, its successor, the peer
-// check, and the way from exceptions to statuses.
+// Base class of all handlers: context, responder and request of one call, posting, the successor, the peer
+// check, and the mapping of exceptions to statuses.
 //
 // Thread-safety: pump thread only.
 #pragma once
@@ -31,8 +31,8 @@ namespace OrvSdkRpc {
 // Rq, Rp:    request and response message.
 // Svr:       the service.
 // streaming: whether the response is a stream.
-// Messages:  where the request lives.
-// Base:      RequestHandler, or a class derived from it that is constructed with the service in place of its
+// Messages:  where the request is stored.
+// Base:      RequestHandler, or a class derived from it whose constructor takes the service in place of the
 //            events.
 template <class Hc, class Rq, class Rp, class Svr, bool streaming, class Messages = MemberMessages,
           class Base = RequestHandler>
@@ -56,7 +56,7 @@ public:
    GenericRequestHandler(OpaqueId tag, grpc::Server& server, grpc::ServerCompletionQueue& cq, Svr& service)
         : Base(tag, server, cq, place(service)), service_(service), responder_(&ctx_), request_(messages_) {
       if constexpr (streaming) {
-         // A client that goes away while nothing is being written would otherwise be noticed by nobody.
+         // Without it, a client that leaves while nothing is being written would go unnoticed.
          doneTag_ = service.nextOpaqueId();
          ctx_.AsyncNotifyWhenDone(doneTag_);
       }
@@ -66,14 +66,15 @@ public:
       return static_cast<Hc&>(*this).successor(nextTag);
    }
 
-   // The handler that chain returns. A handler whose constructor takes more has a successor of its own.
+   // Creates the handler that chain returns. A class whose constructor takes more arguments defines its own
+   // successor.
    std::shared_ptr<Hc> successor(OpaqueId nextTag) {
       return makeHandler<Hc>(nextTag, server_, cq_, service_);
    }
 
 protected:
-   // Asks gRPC for the next call of the RPC; `service` is the generated service and `method` its Request...
-   // member. The last step of a constructor, since the call may arrive as soon as the pump looks.
+   // Requests the next call of the RPC from gRPC; `service` is the generated service and `method` its
+   // Request... member. Must be the last step of a constructor, since the pump may receive the call at once.
    template <class Service, class Generated>
    void post(Service& service,
              void (Generated::*method)(grpc::ServerContext*, Rq*, Responder*, grpc::CompletionQueue*,
@@ -82,14 +83,14 @@ protected:
       (service.*method)(&ctx_, &*request_, &responder_, &cq_, &cq_, tag_);
    }
 
-   // Throws unauthenticated_error; see PeerCheck.h.
+   // THROWS: unauthenticated_error; see PeerCheck.h.
    void maybeRejectInsecureRemote() const {
       OrvSdkRpc::maybeRejectInsecureRemote(service_.properties(), [this] { return ctx_.peer(); });
    }
 
    // Serves a whole unary call: peer check, then operation(args...) under the SDK's lock, then the reply. The
-   // conversions of an operation count as SDK calls, so the lock covers them; serialising happens without it.
-   // Never throws what is derived from std::exception: it becomes the status of the call.
+   // conversions of an operation count as SDK calls, so the lock covers them; it does not cover
+   // serialisation. An exception derived from std::exception becomes the status of the call.
    template <class Operation, class... Args>
    void respond(Operation&& operation, Args&&... args) {
       static_assert(!streaming, "a stream is not answered by one response");
@@ -106,12 +107,12 @@ protected:
    }
 
    // Serves a whole bulk call: operation(item, service) for each item in order, all under one lock, up to the
-   // first failure. The call itself ends with OK; `status` and `count` of the response tell what happened.
+   // first failure. The call itself ends with OK; `status` and `count` of the response report the outcome.
    template <class Items, class Operation>
    void bulk_respond(const Items& items, Operation&& operation) {
       static_assert(!streaming, "a stream is not answered by one response");
       Rp response;
-      // The lock covers the serialising and the start of the batch too.
+      // The lock also covers serialisation and the start of the batch.
       orv::sdk_scoped_lock lock;
       orv::remote::RpcResponseStatus& status = *response.mutable_status();
       std::uint64_t position = 0;
@@ -128,8 +129,8 @@ protected:
       finish(response, grpc::Status::OK);
    }
 
-   // Ends the call under the main tag, in one batch. The batch starts when everything that was done for the
-   // call is final, also if the caller still holds the SDK's lock.
+   // Ends the call under the main tag, in one batch. All changes made for the call become final before the
+   // batch starts, even if the caller still holds the SDK's lock.
    void finish(const Rp& response, const grpc::Status& status) {
       static_assert(!streaming, "a stream ends without a response");
       orv::sdk_lock_settle();
@@ -141,7 +142,7 @@ protected:
       }
    }
 
-   // The same for a stream. Nothing may be written after it.
+   // The same for a stream. Nothing may be written afterwards.
    void finish(const grpc::Status& status) {
       static_assert(streaming, "a single response ends the call");
       beginEvent();
@@ -164,7 +165,7 @@ private:
    }
 };
 
-// The same for a handler that is written by hand: what can be read from the RPC's method is.
+// The same for a hand-written handler: the message types follow from the RPC's method.
 template <class Hc, auto method, class Svr, class Messages = MemberMessages>
 using MethodHandler = GenericRequestHandler<Hc, typename MethodTraits<method>::Request,
                                             typename MethodTraits<method>::Response, Svr,

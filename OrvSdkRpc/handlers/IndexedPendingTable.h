@@ -1,5 +1,5 @@
-// PendingTable for keys that have a small number of their own, as the switch's interfaces do: what waits
-// stands by that number, so that nothing is hashed and a pass walks memory from front to back.
+// PendingTable for keys that have a small index, as the switch's interfaces do. Entries are stored by index,
+// so nothing is hashed and a pass reads memory sequentially.
 //
 // Thread-safety: none of its own.
 #pragma once
@@ -21,15 +21,15 @@
 
 namespace OrvSdkRpc {
 
-// Small numbers, counted from 0; a number is one key's for ever. A key without one has no_index, and may get
-// its number at any time.
+// A key with an index, counted from 0 and never reassigned. A key without an index has no_index and may get
+// its index at any time.
 template <class Key>
 concept IndexedKey = requires(const Key& key) {
    { key.index() } -> std::convertible_to<std::size_t>;
    { Key::no_index } -> std::convertible_to<std::size_t>;
 };
 
-// As PendingTable, in the order of the numbers; keys without one come behind them. Entry is a plain value.
+// Like PendingTable, but in index order; keys without an index come last. Entry is a plain value.
 template <IndexedKey Key, class Entry>
 class IndexedPendingTable {
    static_assert(std::is_trivially_copyable_v<Entry>, "entries are left behind and written over");
@@ -43,7 +43,7 @@ public:
 
    std::pair<Entry&, bool> emplace(const Key& key, const Entry& entry) {
       const std::size_t index = key.index();
-      // A key that was put here before it had a number stays where it is.
+      // A key that was added before it had an index stays in others_.
       if (index == Key::no_index || others_.contains(key)) return others_.emplace(key, entry);
       Page& page = pageOf(index);
       Row& row = page.rows[index % Page::size];
@@ -64,7 +64,7 @@ public:
       }
       if (resume_ == index) {
          resumeAt(next(index + 1));
-         // A pass that stops at once: the next one begins with the first of them.
+         // This pass stops at once, so that the next one begins at the first key without an index.
          if (!resume_) others_.pass([](const Key&, Entry&) { return false; });
       }
       eraseRange(index, index + 1);
@@ -87,13 +87,13 @@ public:
 
 private:
    struct Row {
-      // Of the last entry that stood here; no other key ever stands here.
+      // Key of the last entry in this row; no other key ever uses the row.
       Key key{};
       Entry entry{};
    };
    struct Page {
       static constexpr std::size_t size = 64;
-      // A bit a row.
+      // One bit per row.
       std::uint64_t taken = 0;
       std::array<Row, size> rows;
    };
@@ -118,7 +118,7 @@ private:
       return *directory_[at];
    }
 
-   // The first entry from `index` on, or end().
+   // The first entry at or after `index`, or end().
    [[nodiscard]] std::size_t next(std::size_t index) const {
       std::uint64_t mask = ~std::uint64_t{0} << (index % Page::size);
       for (std::size_t at = index / Page::size; at < directory_.size(); ++at) {
@@ -160,7 +160,8 @@ private:
       }
       if (size_ == 0) trim();
    }
-   // As PendingTable: what the last fill needed is kept, if it is worth it.
+   // As in PendingTable: frees the memory if there is little of it or if the last fill needed less than half
+   // of it.
    void trim() {
       if (most_ < Page::size || pages_.size() * Page::size > 2 * most_) {
          directory_ = {};
@@ -169,19 +170,19 @@ private:
       most_ = 0;
    }
 
-   // Null where no entry has stood yet.
+   // Null for a page that was never used.
    std::vector<Page*> directory_;
    std::list<Page, Pavo::Allocator<Page>> pages_;
    std::size_t size_ = 0;
-   // The largest size that a pass has found since the pages were last empty.
+   // The largest size that a pass has seen since the pages were last empty.
    std::size_t most_ = 0;
-   // Where the next pass begins if it does so among the numbers; an entry stands there.
+   // Index of the entry at which the next pass begins, if that entry has an index.
    std::optional<std::size_t> resume_;
-   // Keys without a number.
+   // Keys without an index.
    PendingTable<Key, Entry> others_;
 };
 
-// The table for the key and what waits for it.
+// The type of table for a key and its entry.
 template <class Key, class Entry>
 struct PendingTableFor {
    using Type = PendingTable<Key, Entry>;

@@ -8,7 +8,7 @@
 namespace OrvSdkRpc {
 namespace {
 
-// Between two parts of a search, for everybody else. As long as gRPC's timers can tell.
+// Pause between two parts of a search, for other calls; the resolution of gRPC's timers.
 constexpr std::chrono::milliseconds searchPause{1};
 
 }  // namespace
@@ -60,8 +60,8 @@ void ListStream::process(OpaqueId) {
 void ListStream::searchLater() {
    beginEvent();
    if (!searchAlarm_) searchAlarm_.emplace();
-   // Not at once: the queue looks at its sockets only while it has no event to hand out, and a search that
-   // always has the next one ready would keep it from hearing of calls, and of its own client's end.
+   // Not at once: the queue polls its sockets only while it has no event to deliver. A search that always had
+   // its next event ready would hide new calls, and the departure of its own client.
    searchAlarm_->Set(&cq_, std::chrono::system_clock::now() + searchPause, tag_);
 }
 

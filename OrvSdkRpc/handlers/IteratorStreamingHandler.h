@@ -2,11 +2,11 @@
 //
 // Thread-safety: pump thread only.
 //
-// Write completions drive the walk: one write is in flight, and the iterator is advanced when it completes.
-// So a slow client slows its own walk and costs no memory. The SDK's lock is held for the step alone, never
-// while a response is built or written. A walk that searches for long between two elements does so in parts
-// and leaves the pump to others in between. A client that has left, or a server that stops, ends the walk at
-// its next step.
+// Completed writes drive the iteration: one write is in flight, and its completion advances the iterator. So
+// a slow client slows only its own list and costs no memory. The SDK's lock is held only to advance the
+// iterator, never while a response is built or written. A long search between two elements runs in parts,
+// with other calls served in between. If the client leaves or the server stops, the list ends at its next
+// step.
 #pragma once
 
 #include <grpcpp/alarm.h>
@@ -21,58 +21,58 @@
 
 namespace OrvSdkRpc {
 
-// The walk without its types.
+// The part of a list that does not depend on message types.
 class ListStream : public ServerStream {
 public:
    void process(OpaqueId tag) final;
-   // The client has left, or the call is over.
+   // The client has left, or the call has ended.
    void callDone() final { over_ = true; }
 
 protected:
    ListStream(OpaqueId tag, grpc::Server& server, grpc::ServerCompletionQueue& cq, GrpcService& service);
 
-   // Under the SDK's lock: makes the iterator, steps it. Both read the element that it then stands on, so
-   // that writeElement touches nothing shared.
+   // Create and advance the iterator, under the SDK's lock. Both read the current element, so that
+   // writeElement touches nothing shared.
    virtual void begin() = 0;
    virtual void step() = 0;
    [[nodiscard]] virtual bool atElement() const = 0;
-   // Whether the next element is still being looked for. search() goes on, as step() does.
+   // Whether the search for the next element is unfinished. search() continues it, under the SDK's lock.
    [[nodiscard]] virtual bool searching() const { return false; }
    virtual void search() {}
-   // Builds the response and hands it to writeResponse.
+   // Builds the response and passes it to writeResponse.
    virtual void writeElement(bool first) = 0;
 
    void writeResponse(const google::protobuf::Message& response, bool first);
 
 private:
    void end(const grpc::Status& status);
-   // Comes back to process() when others have had their turn.
+   // Schedules the next process() after other calls have had their turn.
    void searchLater();
 
-   // Only a walk that searches has one.
+   // Only a list that searches has one.
    std::optional<grpc::Alarm> searchAlarm_;
    bool written_ = false;
    bool over_ = false;
-   // A hint that more follows. The first response goes without it, so that it is pushed out at once.
+   // Hint that more writes follow. The first response goes without it, so that gRPC sends it at once.
    grpc::WriteOptions writeOptions_;
 };
 
-// Def is a structure without state:
+// Def is a stateless structure:
 //
 //    struct Acls : RpcOf<&Generated::AsyncService::Requestacls> {
-//       // Either of the two; what it throws becomes the status of the call.
+//       // One of the two; an exception becomes the status of the call.
 //       static auto iterator(Svc& service);
 //       static auto iterator(const Request& request, Svc& service);
-//       // Either of the two, without the SDK's lock. The second writes over the response of the element
-//       // before, and sets or clears every field of it.
+//       // One of the two, called without the SDK's lock. The second overwrites the response of the
+//       // previous element: it sets or clears every field.
 //       static Response convert(const Element& element);
 //       static void convert(const Element& element, Response& response);
 //    };
 //
 // The iterator is an orv::..._iter_t or any class with the operators bool, ++ and *. ++ and the first * of an
-// element run under the SDK's lock; bool, and a * that answers by reference, also without it. What * answers
-// by reference stays valid until the next step, what it answers by value is kept. One that may search for
-// long has searching() and search() too (ListStream).
+// element run under the SDK's lock; bool, and a * that returns a reference, may also run without it. A
+// reference from * stays valid until the next step; a value is stored. An iterator that may search for long
+// also has searching() and search(); see ListStream.
 template <class Def, class Rq, class Rp, class Svc>
 class IteratorStreamingHandler final
      : public ServerStreamHandler<IteratorStreamingHandler<Def, Rq, Rp, Svc>, Rq, Rp, Svc, ListStream> {

@@ -11,7 +11,7 @@
 namespace OrvSdkRpc {
 namespace {
 
-// An address in network order with its family; family 0 when a text is no IP.
+// An IP address in network byte order; family 0 if the text is not an IP address.
 struct Ip {
    int family = 0;
    std::array<std::uint8_t, 16> bytes{};
@@ -45,7 +45,7 @@ std::string_view hostPart(std::string_view text) {
    return text.substr(0, colon);
 }
 
-// A link-local peer carries its interface, as "%25eth0" or "%eth0".
+// A link-local peer has its interface as a suffix, as in "%25eth0" or "%eth0".
 std::string_view withoutZone(std::string_view host) {
    return host.substr(0, host.find('%'));
 }

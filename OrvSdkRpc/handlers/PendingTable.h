@@ -1,9 +1,9 @@
-// What waits, one entry a key, and passes over it that may stop anywhere and go on later.
+// A table of waiting entries, one per key. A pass over it may stop anywhere; the next pass continues there.
 //
 // Thread-safety: none of its own.
 //
-// The order of the keys is that of their hashes: stable, whatever comes and goes, and not the order of
-// arrival, so that a busy source's old keys do not push back the new ones of another. See
+// Keys are in the order of their hashes. Insertions and removals do not change that order. It is not the
+// order of arrival, so that the old keys of a busy source do not delay the new keys of another. See
 // docs/decisions/pending-table.md.
 #pragma once
 
@@ -21,7 +21,7 @@
 
 namespace OrvSdkRpc {
 
-// Numbers are their own std::hash; here their bits are spread, the upper ones above all.
+// std::hash of a number is the number itself. This hash spreads the bits, above all into the upper ones.
 template <class Key>
 struct SpreadHash {
    std::uint64_t operator()(const Key& key) const {
@@ -30,16 +30,16 @@ struct SpreadHash {
    }
 };
 
-// Key is ordered by <; Hash is well spread in its upper bits. Entry is default-constructible and moves.
+// Key has operator<. Hash is well spread in its upper bits. Entry is default-constructible and movable.
 //
-// An entry stays where it is until it is erased. Its memory is then kept for the next one. A table that was
-// moved from may be assigned to or destroyed, and nothing else.
+// An entry keeps its address until it is erased; its memory is then reused. A moved-from table may only be
+// assigned to or destroyed.
 template <class Key, class Entry, class Hash = SpreadHash<Key>>
 class PendingTable {
 public:
    [[nodiscard]] std::size_t size() const { return size_; }
    [[nodiscard]] bool empty() const { return size_ == 0; }
-   // Where the next pass begins; empty for the beginning.
+   // Key at which the next pass begins; empty for the first key.
    [[nodiscard]] const std::optional<Key>& resumeKey() const { return resumeKey_; }
 
    [[nodiscard]] bool contains(const Key& key) const {
@@ -48,7 +48,7 @@ public:
       return stands(lowerBound(hash, key), hash, key);
    }
 
-   // The entry of the key and whether it was made now, from `args`.
+   // RETURNS: the entry of the key, and whether this call created it from `args`.
    template <class... Args>
    std::pair<Entry&, bool> emplace(const Key& key, Args&&... args) {
       if (4 * (size_ + 1) > 3 * homes_) grow();
@@ -64,7 +64,7 @@ public:
       return {node->entry, true};
    }
 
-   // A pass that would begin at the key begins at the next one.
+   // If the next pass would begin at the key, it begins at the following key.
    void erase(const Key& key) {
       if (empty()) return;
       const std::uint64_t hash = Hash{}(key);
@@ -74,10 +74,10 @@ public:
       eraseRange(at, at + 1);
    }
 
-   // Calls visit(key, entry) for one entry after the other, from where the last pass stopped, until it
-   // answers false, which leaves that entry for the next pass, or the table ends. Then erases what was
-   // visited. Returns how many that are. `visit` may make entries; those that fall among the visited ones go
-   // with them.
+   // Calls visit(key, entry) for each entry, from where the last pass stopped, until `visit` returns false or
+   // the table ends. Then erases the visited entries; the one for which `visit` returned false stays for the
+   // next pass. `visit` may add entries; those that fall among the visited ones are erased too.
+   // RETURNS: the number of visited entries.
    template <class Visit>
    std::size_t pass(Visit&& visit) {
       if (empty()) {
@@ -94,7 +94,7 @@ public:
          const std::size_t insertions = insertions_;
          const bool more = visit(std::as_const(node->key), node->entry);
          if (insertions != insertions_) {
-            // A new entry moves others.
+            // A new entry may have shifted slots.
             at = lowerBound(hash, node->key);
             first = lowerBound(start.hash, start.node->key);
          }
@@ -114,23 +114,23 @@ private:
       Key key{};
       Entry entry{};
    };
-   // Empty without a node.
+   // A slot without a node is empty.
    struct Slot {
       std::uint64_t hash = 0;
       Node* node = nullptr;
    };
 
-   // The slots are a hash table in which the upper bits of a hash are its home, and whose entries stand in
-   // the order of (hash, key), none in front of its home and with no gap between its home and it. So a walk
-   // along the slots is a walk in order, and growing does not change it. Behind the last home stand those
-   // that were pushed over the edge; the last slot is always empty.
+   // The slots are a hash table with linear probing. The upper bits of a hash give the home slot of an entry.
+   // Entries are sorted by (hash, key); an entry is never before its home, and no slot from its home up to
+   // the entry is empty. So iterating over the slots visits the entries in order, and growing keeps that
+   // order. Entries that overflow lie behind the last home; the last slot is always empty.
    static constexpr std::size_t homesMin = 16;
    static constexpr std::size_t keptMin = 64;
 
    [[nodiscard]] std::size_t home(std::uint64_t hash) const { return hash >> shift_; }
    [[nodiscard]] std::size_t end() const { return slots_.size() - 1; }
 
-   // Where the key stands or is to be put.
+   // The slot where the key is or belongs.
    [[nodiscard]] std::size_t lowerBound(std::uint64_t hash, const Key& key) const {
       std::size_t at = home(hash);
       while (slots_[at].node &&
@@ -139,24 +139,24 @@ private:
       }
       return at;
    }
-   // Whether it is the key that stands at its lower bound.
+   // Whether the key is at `at`, its lower bound.
    [[nodiscard]] bool stands(std::size_t at, std::uint64_t hash, const Key& key) const {
       return slots_[at].node && slots_[at].hash == hash && !(key < slots_[at].node->key);
    }
-   // The first entry from `at` on, or end().
+   // The first occupied slot at or after `at`, or end().
    [[nodiscard]] std::size_t occupied(std::size_t at) const {
       while (at < end() && !slots_[at].node)
          ++at;
       return std::min(at, end());
    }
 
-   // Nodes lie in the order of their making, so a walk finds none of them in the cache.
+   // Nodes lie in memory in order of creation, so a pass would miss the cache on each of them.
    static constexpr std::size_t lookAhead = 6;
    void prefetchNode(std::size_t at) const {
       if (at < slots_.size()) __builtin_prefetch(slots_[at].node);
    }
 
-   // Moves what stands at `at` and directly behind it on by one.
+   // Shifts the entry at `at`, and those directly behind it, by one slot.
    void makeRoom(std::size_t at) {
       std::size_t gap = at;
       while (slots_[gap].node)
@@ -188,7 +188,7 @@ private:
          slots_[at].node = nullptr;
          --size_;
       }
-      // Those directly behind move up, towards their homes.
+      // The entries directly behind move up, towards their homes.
       std::size_t to = first;
       for (std::size_t at = last; slots_[at].node; ++at, ++to) {
          to = std::max(to, home(slots_[at].hash));
@@ -223,8 +223,8 @@ private:
       node->entry = Entry();
       free_.push_back(node);
    }
-   // An empty table keeps what its last fill needed, not what a storm once did; what is soon made again, not
-   // at all.
+   // Frees the memory of an empty table if there is little of it or if the last fill needed less than half of
+   // it.
    void trim() {
       if (most_ < keptMin || nodes_.size() > 2 * most_) clear();
       most_ = 0;
@@ -233,7 +233,7 @@ private:
    using Slots = std::vector<Slot>;
 
    Slots slots_;
-   // A power of two; the upper bits of a hash that are its home begin at shift_.
+   // A power of two. The home of a hash is its bits from shift_ upwards.
    std::size_t homes_ = 0;
    unsigned shift_ = 64;
    std::size_t size_ = 0;

@@ -1,19 +1,19 @@
 // What all calls with a stream of responses have in common.
 //
-// Thread-safety: pump thread only, but for what a derived class says otherwise.
+// Thread-safety: pump thread only, unless a derived class states otherwise.
 //
-// The streams are built in two halves. What does not depend on the messages stands in classes without type
-// parameters, each a base of the next:
+// Streams consist of two layers. What does not depend on message types is in these classes without type
+// parameters; the indentation shows inheritance:
 //
 //    ServerStream               peer check, the end of the call
-//      ListStream               the walk of a list           (IteratorStreamingHandler.h)
+//      ListStream               the iteration of a list      (IteratorStreamingHandler.h)
 //      AlarmedStream            tags, alarm, cancelling      (AlarmedStream.h)
 //        EventStream            a queue of shared messages   (StreamingToolkit.h)
 //          DumpStream           a table first, then events   (DumpStreamingHandler.h)
 //        BulkStream             the latest value per key     (BulkStreams.h)
 //
-// ServerStreamHandler puts gRPC's typed parts on top of one of them, and a thin template on top of that adds
-// what the definition of the RPC says.
+// ServerStreamHandler adds gRPC's typed parts to one of them; a thin template on top adds what the RPC's
+// definition specifies.
 #pragma once
 
 #include <google/protobuf/message.h>
@@ -29,7 +29,7 @@
 
 namespace OrvSdkRpc {
 
-// How loud the streams' traces are.
+// Trace levels of the streams.
 struct StreamTrace {
    // A client is cut off.
    static constexpr int closing = 3;
@@ -42,27 +42,27 @@ protected:
    ServerStream(OpaqueId tag, grpc::Server& server, grpc::ServerCompletionQueue& cq, GrpcService& service)
         : RequestHandler(tag, server, cq, service.events()), owner_(service) {}
 
-   // Throws unauthenticated_error; see PeerCheck.h.
+   // THROWS: unauthenticated_error; see PeerCheck.h.
    void rejectInsecureRemote() const;
 
-   // What the typed half knows. cancelled() may be asked only after the done event.
+   // Provided by the typed layer. cancelled() may be called only after the done event.
    [[nodiscard]] virtual std::string peer() const = 0;
    [[nodiscard]] virtual bool cancelled() const = 0;
    [[nodiscard]] virtual std::shared_ptr<RequestHandler> self() = 0;
-   // Starts a write under `tag` and counts its event; the message is serialised before it returns. With
-   // `options` null it is a write without options. One write at a time.
+   // Starts a write under `tag` and counts its event. Serialises the message before it returns. `options` may
+   // be null. Only one write at a time.
    virtual void write(const google::protobuf::Message& message, OpaqueId tag,
                       const grpc::WriteOptions* options) = 0;
-   // Ends the call under the main tag and counts its event. Nothing may be written after it.
+   // Ends the call under the main tag and counts its event. Nothing may be written afterwards.
    virtual void finishStream(const grpc::Status& status) = 0;
 
    [[nodiscard]] const orv::tracer& tracer() const { return owner_.tracer(); }
 
-   // The service as the type-free half sees it.
+   // The service, as the type-independent layer sees it.
    GrpcService& owner_;
 };
 
-// A message in one line, as traces show it.
+// A message on one line, for traces.
 std::string traceText(const google::protobuf::Message& message);
 
 // gRPC's typed parts on top of `Base`, a class of the list above.

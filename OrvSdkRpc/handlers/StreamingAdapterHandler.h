@@ -1,4 +1,4 @@
-// A watch RPC from a definition, without a dump.
+// A watch RPC without a dump, from a definition.
 //
 // Thread-safety: as StreamingToolkit.h.
 #pragma once
@@ -10,7 +10,7 @@ namespace OrvSdkRpc {
 
 namespace detail {
 
-// What every watch leaves to its definition. Base is the handler below it.
+// What every watch takes from its definition. Base is the handler class to derive from.
 template <class Def, class Rp, class Base>
 class AdaptedStream : public Base {
    static_assert(CheckedWatch<Def>::value);
@@ -48,7 +48,7 @@ private:
 //       static constexpr Hooks<Watch> hooks = {.filter = &Watch::filter};
 //    };
 //
-// WatchDefinition.h says what the hooks may be.
+// WatchDefinition.h describes the hooks.
 template <class Def, class Rq, class Rp, class Svc>
 class StreamingAdapterHandler final
      : public detail::AdaptedStream<

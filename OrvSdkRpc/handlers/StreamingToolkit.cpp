@@ -35,7 +35,7 @@ void EventStream::enqueue(std::shared_ptr<const google::protobuf::Message> messa
       queue_.push_back(std::move(message));
       const std::size_t size = queue_.size();
       if (size == 1) {
-         // Otherwise the completion in flight picks the message up.
+         // Otherwise the outstanding completion sends the message.
          if (source_ == CqEventSource::None) setAlarm();
          return;
       }
@@ -43,16 +43,16 @@ void EventStream::enqueue(std::shared_ptr<const google::protobuf::Message> messa
       orv::fmttrace(tracer(), StreamTrace::closing, "Queue limit reached ({}) for tag {}. Unsubscribing.",
                     queueLimit_, tag_);
       overflowed_ = true;
-      // An alarm that is set already ends the stream itself.
+      // If an alarm is already set, it ends the stream.
       if (source_ == CqEventSource::Write) ringDuringWrite();
    }
-   // The last stream of a controller takes the SDK's lock when it leaves, and the thread that holds that lock
-   // may be waiting for mutex_.
+   // Without mutex_: the last stream of a controller takes the SDK's lock when it leaves, and the thread that
+   // holds that lock may be waiting for mutex_.
    cancel();
 }
 
 void EventStream::onTick(CqEventSource source) {
-   // Let go without the mutex: it may be the last reference.
+   // Released without the mutex: it may be the last reference.
    std::shared_ptr<const google::protobuf::Message> message;
    MutexLock lock(mutex_);
    source_ = CqEventSource::None;

@@ -1,9 +1,9 @@
-// A watch stream: ready messages come in from any thread at any rate, the pump writes them out one at a time.
-// Between the two stands a queue with a hard limit: a client that reads too slowly is cut off, never slowed
-// down, and whoever publishes never waits for a client.
+// A watch stream: any thread publishes messages at any rate, and the pump writes them one at a time. Between
+// the two is a queue with a hard limit and no back-pressure: a client that reads too slowly is cut off, and a
+// publisher never waits for a client.
 //
-// Thread-safety: publish and publishAck may be called by any thread, with or without the SDK's lock; filter()
-// and, when the queue is full, cancel() run on that thread. Everything else runs on the pump thread.
+// Thread-safety: any thread may call publish and publishAck, with or without the SDK's lock; filter() and,
+// when the queue is full, cancel() run on that thread. Everything else runs on the pump thread.
 #pragma once
 
 #include <google/protobuf/message.h>
@@ -18,26 +18,27 @@
 
 namespace OrvSdkRpc {
 
-// Holds up to queueLimit messages. The message beyond takes the stream out of its controller, and the next
-// completion ends the call with RESOURCE_EXHAUSTED. That completion may be as far away as the end of the
-// connection, so what is queued is let go of at once; on the pump, since it may be a quarter of a million
-// messages and the publisher may hold the SDK's lock.
+// Holds up to queueLimit messages. One more removes the stream from its controller, and the next completion
+// ends the call with RESOURCE_EXHAUSTED. That completion may not come before the connection ends, so the
+// queue is freed at once. The pump frees it, since it may hold a quarter of a million messages and the
+// publisher may hold the SDK's lock.
 class EventStream : public AlarmedStream {
 public:
    [[nodiscard]] unsigned long queueLimit() const { return queueLimit_; }
-   // How many messages wait. Any thread.
+   // Number of waiting messages. Any thread.
    [[nodiscard]] std::size_t queued() ZELT_EXCLUDES(mutex_);
 
-   // Queues the message, unless the stream is closed or, for a message that is no acknowledgement, does not
-   // want it. For the controller; the message must be of the stream's response type.
+   // Queues the message, unless the stream is closed or does not want it; acknowledgements are always wanted.
+   // Called by the controller.
+   // REQUIRES: the message has the stream's response type.
    void enqueue(std::shared_ptr<const google::protobuf::Message> message, bool ack) ZELT_EXCLUDES(mutex_);
 
 protected:
    EventStream(OpaqueId tag, grpc::Server& server, grpc::ServerCompletionQueue& cq, GrpcService& service);
 
-   // The call has arrived: checks the peer, takes the tags, subscribes and acknowledges.
+   // Called when the call arrives: checks the peer, assigns the tags, subscribes and acknowledges.
    void start() override;
-   // The last step of it: from here on the stream gets events.
+   // The last step of start(): from here on the stream gets events.
    void goLive();
    void onTick(CqEventSource source) final ZELT_EXCLUDES(mutex_);
    void alarmDuringWrite() final ZELT_EXCLUDES(mutex_) { discard(); }
@@ -47,7 +48,7 @@ protected:
    [[nodiscard]] virtual bool wants(const google::protobuf::Message& message) const = 0;
    // Whether the request asks for an acknowledgement.
    [[nodiscard]] virtual bool ackWanted() = 0;
-   // Queues one response with its ack field true.
+   // Queues one response with `ack` set.
    virtual void publishAck() = 0;
 
    // Set once, before the stream is posted.
@@ -55,14 +56,14 @@ protected:
 
 private:
    std::deque<std::shared_ptr<const google::protobuf::Message>> queue_ ZELT_GUARDED_BY(mutex_);
-   // The queue was too long once: nothing is queued or written any more.
+   // The queue has exceeded its limit: nothing more is queued or written.
    bool overflowed_ ZELT_GUARDED_BY(mutex_) = false;
 };
 
 // Hc:     the most derived handler. Its constructor takes (OpaqueId tag, grpc::Server&,
 //         grpc::ServerCompletionQueue&, Svr&, unsigned long queueLimit) and ends with post(). It provides
-//         subscribe() and cancel(), which join and leave a SubscriptionController under tag(), and where not
-//         every message is wanted, filter(). cancel() runs without the stream's mutex.
+//         subscribe() and cancel(), which join and leave a SubscriptionController under tag(), and filter()
+//         if it does not want every message. cancel() runs without the stream's mutex.
 // Rq, Rp: request and response message; both have a field `bool ack`.
 // Svr:    the service.
 // Base:   EventStream, or a class derived from it.
@@ -81,8 +82,8 @@ public:
       return makeHandler<Hc>(nextTag, this->server_, this->cq_, this->service_, this->queueLimit_);
    }
 
-   // Any thread. An acknowledgement passes the filter. Never waits for a client: at most for one write to be
-   // started.
+   // Any thread. An acknowledgement bypasses the filter. Never waits for a client; at most for the start of
+   // one write.
    void publish(std::shared_ptr<const Rp> message) {
       const bool ack = message->ack();
       this->enqueue(std::move(message), ack);
@@ -95,7 +96,7 @@ public:
 
 protected:
    // Whether this stream wants the message. Runs on the publishing thread with the stream's mutex held, for
-   // messages whose ack is false; reads only what is fixed once the stream has subscribed.
+   // messages whose ack is false. May read only what is fixed once the stream has subscribed.
    [[nodiscard]] virtual bool filter(const Rp&) const { return true; }
 
 private:

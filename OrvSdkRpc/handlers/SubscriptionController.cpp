@@ -4,9 +4,9 @@
 
 namespace OrvSdkRpc {
 
-// The set may change between the decision and the SDK's lock: the last stream leaves on the SDK's thread
-// while the next one subscribes on the pump. Whoever has the lock looks again, so that the last call made
-// agrees with the set.
+// The set may change between the decision and taking the SDK's lock: the last stream may leave on the SDK's
+// thread while the next one subscribes on the pump thread. So both check the set again under the lock, and
+// the last call made agrees with the set.
 void Subscriptions::subscribe(OpaqueId tag) {
    {
       MutexLock lock(mutex_);
@@ -18,8 +18,9 @@ void Subscriptions::subscribe(OpaqueId tag) {
    try {
       startWatching();
    } catch (...) {
-      // The call ends without having watched, and the next stream must be the first again. The notification
-      // may be on: by half a start, or since a stream that left meanwhile saw this one and did not stop it.
+      // The call fails, and the next stream must count as the first again. The notification may be on:
+      // startWatching may have failed halfway, or a stream that left meanwhile saw this one and did not stop
+      // it.
       {
          MutexLock lock(mutex_);
          tags_.erase(tag);
@@ -27,7 +28,7 @@ void Subscriptions::subscribe(OpaqueId tag) {
       try {
          if (!watched()) stopWatching();
       } catch (...) {
-         // The call ends with what the start said.
+         // The call fails with the exception of startWatching.
       }
       throw;
    }

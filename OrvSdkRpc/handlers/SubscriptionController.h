@@ -1,10 +1,10 @@
-// The fan-out of one service: which streams are open, and each event to every one of them.
+// The fan-out of one service: keeps its open streams and delivers each event to every one of them.
 //
-// Thread-safety: subscribe on the pump thread; cancel, publish, publishBulk and getHandlers on any. The SDK
-// is asked for callbacks only while somebody listens.
+// Thread-safety: subscribe on the pump thread; cancel, publish, publishBulk and getHandlers on any thread.
 //
-// The mutex may be taken with the SDK's lock held, never the other way round, and no handler is called with
-// it held. A service that is not attached to a server reaches nobody.
+// The SDK is asked for callbacks only while a stream is subscribed. The mutex may be taken while the SDK's
+// lock is held, never the other way round. No handler is called while the mutex is held. A service that is
+// not attached to a server delivers to no stream.
 #pragma once
 
 #include <cstddef>
@@ -29,7 +29,7 @@ class BulkStreamHandler;
 
 namespace detail {
 
-// Which of the two kinds of streams a definition describes.
+// A definition of a bulk stream, not of a watch stream.
 template <class Def>
 concept BulkDefinition = requires {
    typename Def::Key;
@@ -38,19 +38,20 @@ concept BulkDefinition = requires {
 
 }  // namespace detail
 
-// The half without type parameters. It holds tags, not handlers: a handler's life is the TagManager's
-// business, and a tag whose handler has gone is skipped.
+// The type-independent layer. It holds tags, not handlers: the TagManager owns the handlers, and a tag whose
+// handler no longer exists is skipped.
 class Subscriptions {
 public:
    Subscriptions(const Subscriptions&) = delete;
    Subscriptions& operator=(const Subscriptions&) = delete;
 
-   // Enters the stream, and calls startWatching under the SDK's lock if it is the only one. What that throws
-   // passes; the stream has not subscribed then, and where nobody else has either stopWatching is called.
+   // Adds the stream; if it is the only one, calls startWatching under the SDK's lock.
+   // THROWS: what startWatching throws. The stream is not subscribed then; if no other stream is,
+   // stopWatching is called.
    void subscribe(OpaqueId tag) ZELT_EXCLUDES(mutex_);
 
-   // Takes the stream out, and calls stopWatching under the SDK's lock if none is left, also when none was
-   // there: a stream may leave twice.
+   // Removes the stream; if none is left, calls stopWatching under the SDK's lock. A stream may leave twice,
+   // which may call stopWatching again.
    void cancel(OpaqueId tag) ZELT_EXCLUDES(mutex_);
 
    // The subscribed handlers that are still alive.
@@ -60,12 +61,12 @@ protected:
    explicit Subscriptions(const GrpcService& owner) : owner_(owner) {}
    virtual ~Subscriptions() = default;
 
-   // The first watcher has come, the last one has gone. Called under the SDK's lock, without the mutex, and
-   // now and then once more than needed.
+   // Called when the first stream has subscribed and when the last one has left, under the SDK's lock and
+   // without the mutex. Either may be called once more than needed.
    virtual void startWatching() = 0;
    virtual void stopWatching() = 0;
 
-   // Queues the message on each of the streams.
+   // Queues the message on each stream.
    using Handlers = std::vector<std::shared_ptr<RequestHandler>>;
    static void deliver(const Handlers& streams, std::shared_ptr<const google::protobuf::Message> message,
                        bool ack);
@@ -78,17 +79,17 @@ private:
    std::unordered_set<OpaqueId> tags_ ZELT_GUARDED_BY(mutex_);
 };
 
-// A member of the service, which offers startWatching() and stopWatching() to switch the SDK's notification;
-// a subclass may override them to do something else. All streams of one controller are of one RPC, which is
-// in its type: `Watch` is the definition, and may be incomplete where the controller is declared. So nothing
-// can be published to the streams of another RPC.
+// A member of the service, which provides startWatching() and stopWatching() to switch the SDK's
+// notification; a subclass may override them. All streams of one controller belong to one RPC, so that
+// nothing can be published to the streams of another. `Watch` is the definition of that RPC and may be
+// incomplete where the controller is declared.
 template <class Svc, class Watch>
 class SubscriptionController : public Subscriptions {
 public:
    explicit SubscriptionController(Svc& service) : Subscriptions(service), service_(service) {}
 
-   // The event, to the streams. Consumes the message, also when nobody listens. One message is made and
-   // shared by all streams.
+   // Publishes the event to the streams, which share one message. Consumes the message even if no stream is
+   // subscribed.
    template <class Rp>
    void publish(Rp& message) const {
       checkResponse<Rp>();
@@ -96,10 +97,10 @@ public:
          const bool ack = message.ack();
          deliver(streams, share<Rp>(std::move(message)), ack);
       }
-      // A message of an arena was copied.
+      // Moving from an arena message only copies it.
       message.Clear();
    }
-   // The same without touching the message.
+   // The same without consuming the message.
    template <class Rp>
    void publish(const Rp& message) const {
       checkResponse<Rp>();
@@ -108,14 +109,14 @@ public:
       }
    }
 
-   // The latest value of a key, to bulk streams, a copy for each.
+   // Publishes the latest value of a key to the bulk streams, a copy for each.
    template <class Key, class Value>
    void publishBulk(const Key& key, const Value& value) const {
       checkBulk();
       for (const auto& stream : getHandlers())
          static_cast<BulkStreamHandler<Watch, Svc>&>(*stream).publish(key, value);
    }
-   // The same for one value after the other.
+   // The same for several values, in order.
    template <class Key, class Value>
    void publishBulk(std::span<const std::pair<Key, Value>> values) const {
       checkBulk();

@@ -1,6 +1,6 @@
-// The edge between a callback of the SDK and the streams.
+// The boundary between the SDK's callbacks and the streams.
 //
-// Thread-safe: no state.
+// Thread-safety: no state.
 #pragma once
 
 #include <string_view>
@@ -11,11 +11,11 @@
 
 namespace OrvSdkRpc {
 
-// Runs `tell`, which converts what the SDK said and then hands it on. A value that the wire has no form for,
-// a newer SDK's perhaps, or one that the SDK refuses to look up costs this one event (`what`) and a trace:
-// thrown on into the SDK's main loop, it would end the switch.
+// Runs `tell`, which converts an SDK event and then publishes it. If the wire format cannot express a value,
+// perhaps of a newer SDK, or the SDK refuses a look-up, this event (`what`) is traced and lost. An exception
+// that reached the SDK's main loop would end the switch.
 //
-// `tell` converts first. What it has handed on when it throws stays handed on.
+// `tell` must convert before it publishes. If it throws, what it has already published stays published.
 template <class Tell>
 void tellOrTrace(const orv::tracer& tracer, std::string_view what, Tell&& tell) {
    try {

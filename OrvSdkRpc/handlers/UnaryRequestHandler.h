@@ -10,13 +10,13 @@
 
 namespace OrvSdkRpc {
 
-// Definition is a structure without state:
+// Definition is a stateless structure:
 //
 //    struct AclSet : RpcOf<&Generated::AsyncService::Requestacl_set> {
 //       static Response impl(const Request& request, Svc& service);
 //    };
 //
-// impl runs under the SDK's lock and lets every exception pass.
+// impl runs under the SDK's lock and lets every exception propagate.
 template <class Definition, class Rq, class Rp, class Svc>
 class UnaryRequestHandler final
      : public GenericRequestHandler<UnaryRequestHandler<Definition, Rq, Rp, Svc>, Rq, Rp, Svc, false> {

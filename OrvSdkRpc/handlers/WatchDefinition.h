@@ -1,6 +1,6 @@
-// What the definition of a watch RPC says: its method, its controller, and its hooks.
+// The definition of a watch RPC: its method, its controller and its hooks.
 //
-// Thread-safe: types and constants only.
+// Thread-safety: types and constants only.
 #pragma once
 
 #include <type_traits>
@@ -18,8 +18,8 @@ class SubscriptionController;
 struct EveryEvent {};
 inline constexpr EveryEvent everyEvent{};
 
-// The hooks of the definition `Def`, a closed set: a name that is not here does not compile, nor does a
-// member of another signature. The filter must be said, the others may be left out.
+// The hooks of the definition `Def`. An unknown name or a member of another signature does not compile. The
+// filter is mandatory; the other hooks are optional.
 template <class Def, class Svc, class Rq, class Rp>
 struct WatchHooks {
    class Filter {
@@ -32,13 +32,13 @@ struct WatchHooks {
       const Member member = nullptr;
    };
 
-   // Which messages the stream wants. Runs on the publishing thread, under the stream's mutex, for messages
-   // whose ack is false.
+   // Whether the stream wants the message. Runs on the publishing thread, under the stream's mutex, for
+   // messages whose ack is false.
    Filter filter;
-   // In place of joining the controller, which it does itself when it accepts the request; what it throws
+   // Replaces the default subscription; joins the controller itself if it accepts the request. An exception
    // becomes the status of the call.
    void (Def::*subscribe)(Svc& service, OpaqueId tag, const Rq& request) = nullptr;
-   // After the last element of a dump, before its acknowledgement.
+   // Called after the last element of a dump, before the acknowledgement.
    void (Def::*endOfDump)(Svc& service) = nullptr;
 };
 
@@ -51,7 +51,7 @@ struct ServiceOf<Controller& (Svc::*)()> {
    using Type = Svc;
 };
 
-// What must hold for every definition of a stream that has a controller.
+// Checks the definition of a stream that has a controller.
 template <class Def>
 struct CheckedWatch {
    static_assert(
@@ -67,13 +67,14 @@ struct CheckedWatch {
    static constexpr bool value = true;
 };
 
-// Joins the controller, in the definition's way if it has one.
+// Joins the controller, with the definition's subscribe hook if it has one.
 template <class Def, class Svc, class Rq>
 void subscribeBy(Def& def, Svc& service, OpaqueId tag, const Rq& request) {
    if constexpr (Def::hooks.subscribe != nullptr) {
       (def.*Def::hooks.subscribe)(service, tag, request);
    } else {
-      // In two steps: clang 14 crashes when it checks locks over a call through a pointer to a member.
+      // Two statements: clang 14's thread-safety analysis crashes on a chained call through a pointer to
+      // member.
       auto& controller = (service.*Def::controller)();
       controller.subscribe(tag);
    }
@@ -81,7 +82,7 @@ void subscribeBy(Def& def, Svc& service, OpaqueId tag, const Rq& request) {
 
 }  // namespace detail
 
-// The base of a watch definition. `serviceController` is the service's member function that gives the
+// Base of a watch definition. `serviceController` is the service's member function that returns the
 // controller of this watch:
 //
 //    struct AclService::Watch : WatchOf<&Rpc::Requestwatch, &AclService::subscriptions> {

@@ -1,6 +1,6 @@
-// The debug handle of the agent's lifecycle: levels 0 and 1, and 5 for a panic.
+// Tracer of the agent's lifecycle: levels 0 and 1, and level 5 for a panic.
 //
-// Thread-safe.
+// Thread-safety: any thread.
 #pragma once
 
 #include "orv/tracer.h"

@@ -20,7 +20,8 @@
 namespace OrvSdkRpc {
 namespace {
 
-// In IPv6 form, an IPv4 address mapped into it (RFC 4291, 2.5.5.2), as on a socket that takes both families.
+// An IPv6 address, or an IPv4 address mapped to IPv6 (RFC 4291 section 2.5.5.2), as a dual-stack socket
+// reports it.
 using Host = std::array<std::uint8_t, 16>;
 
 constexpr Host anyIpv4{0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0xff, 0xff};
@@ -38,11 +39,12 @@ Host bytesOf(const in6_addr& address) {
    return host;
 }
 
-// Where a socket is bound: the path or abstract name of a unix socket, or the port and the host of another.
+// The local address of a socket: the path or abstract name of a unix socket, or the port and host of an IP
+// socket.
 struct Place {
    std::string name = {};
    std::uint16_t port = 0;
-   // Not for a place that takes connections to every host of the machine.
+   // Empty for a wildcard address.
    std::optional<Host> host = {};
 
    bool known() const { return !name.empty() || port != 0; }
@@ -57,14 +59,14 @@ std::optional<std::string_view> after(std::string_view text, std::string_view pr
    return text.substr(prefix.size());
 }
 
-// gRPC binds the path of "unix:///run/x" with all its slashes.
+// gRPC binds the path of "unix:///run/x" with all its slashes; this drops the extra leading ones.
 std::string path(std::string_view text) {
    while (text.starts_with("//"))
       text.remove_prefix(1);
    return std::string(text);
 }
 
-// A host that is a name stands for whatever it resolves to, so it is taken for every one.
+// A host name may resolve to any address, so it counts as a wildcard.
 std::optional<Host> hostOf(std::string_view text) {
    if (text.starts_with('[') && text.ends_with(']')) text = text.substr(1, text.size() - 2);
    const std::string digits(text);
@@ -73,14 +75,14 @@ std::optional<Host> hostOf(std::string_view text) {
    std::optional<Host> host;
    if (inet_pton(AF_INET, digits.c_str(), &ipv4) == 1) host = mapped(ipv4);
    if (inet_pton(AF_INET6, digits.c_str(), &ipv6) == 1) host = bytesOf(ipv6);
-   // gRPC listens on both families for either of them.
+   // gRPC listens on both families for either wildcard.
    if (host == anyIpv4 || host == anyIpv6) host.reset();
    return host;
 }
 
 Place placeOf(std::string_view address) {
    if (const auto name = after(address, "unix-abstract:")) {
-      // The kernel shows an abstract name with a zero byte in front, unix(7).
+      // The kernel reports an abstract name with a leading zero byte; see unix(7).
       return {.name = std::string(1, '\0').append(*name)};
    }
    if (const auto name = after(address, "unix:")) return {.name = path(*name)};
@@ -107,11 +109,11 @@ Place placeOf(int socket) {
    if (storage.ss_family != AF_UNIX || length <= offsetof(sockaddr_un, sun_path)) return {};
    const char* const name = reinterpret_cast<sockaddr_un&>(storage).sun_path;
    const std::size_t size = length - offsetof(sockaddr_un, sun_path);
-   // A path ends with a zero byte, an abstract name with its length.
+   // A zero byte ends a path; an abstract name has no terminator.
    return {.name = name[0] == '\0' ? std::string(name, size) : path(name)};
 }
 
-// Not so a socket that listens, or is bound and about to.
+// False for a socket that listens or is only bound.
 bool isConnection(int socket) {
    sockaddr_storage peer{};
    socklen_t length = sizeof(peer);
@@ -139,10 +141,10 @@ void shutDownConnections(const std::vector<std::string>& addresses) {
    std::erase_if(places, [](const Place& place) { return !place.known(); });
    const std::vector<int> descriptors = openDescriptors();
    std::thread([&] {
-      // A copy of the descriptor table for this thread alone. Other threads close and open descriptors while
-      // this one looks; in its own table a number stays the same socket from the look to the shutdown. The
-      // copy goes with the thread, and record locks, which belong to the process's own table, do not go with
-      // it. Where the call is not allowed, by a seccomp filter for instance, that table has to do.
+      // Gives this thread a private copy of the descriptor table. Other threads open and close descriptors
+      // meanwhile; in the copy, a number names the same socket from the check to the shutdown. The copy is
+      // closed when the thread ends; that releases no record locks, which belong to the process's own table.
+      // If unshare fails, for instance because of a seccomp filter, the loop uses the shared table.
       unshare(CLONE_FILES);
       for (const int fd : descriptors) {
          if (!isConnection(fd)) continue;

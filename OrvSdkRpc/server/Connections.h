@@ -1,7 +1,9 @@
-// The connections of a server, seen from outside of gRPC.
+// Shuts down a server's connections from outside gRPC.
 //
-// Thread-safe. gRPC closes a connection only when what it was writing has gone out. A client that takes
-// nothing off its socket, a stopped process for instance, would so keep a server from ever ending.
+// Thread-safety: any thread.
+//
+// gRPC closes a connection only after its pending writes are sent. A client that never reads, such as a
+// stopped process, would keep the server from ever shutting down.
 #pragma once
 
 #include <string>
@@ -9,11 +11,11 @@
 
 namespace OrvSdkRpc {
 
-// Shuts down the connections of this process that were accepted on one of the addresses, which are in gRPC's
-// text form: what is being written on them fails, and gRPC closes them. A connection is known by its local
-// address, which it has from the listening socket. Nothing else of the process is touched: no descriptor is
-// opened on another's file and none is closed, so that record locks (fcntl(2)) of the process stay. Listening
-// sockets stay, too. An address whose port is 0 is passed over, since the system chose its port.
+// Shuts down this process's connections that were accepted on one of `addresses`, which are in gRPC's text
+// form. Pending writes on them fail, and gRPC closes them. A connection is recognised by its local address,
+// which it shares with its listening socket. Nothing else is affected: listening sockets stay open, and no
+// descriptor is opened on another file or closed, so the process keeps its record locks (fcntl(2)). An
+// address with port 0 is skipped, because the system chose its port.
 void shutDownConnections(const std::vector<std::string>& addresses);
 
 }  // namespace OrvSdkRpc

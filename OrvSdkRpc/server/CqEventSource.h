@@ -1,6 +1,6 @@
 // What a stream handler has outstanding on the completion queue.
 //
-// Thread-safe: plain values.
+// Thread-safety: plain values.
 #pragma once
 
 #include <cstdint>
@@ -17,7 +17,8 @@ enum class CqEventSource : std::uint32_t {
    Write = 2,
 };
 
-// "NONE", "ALARM" or "WRITE"; throws std::logic_error "Unknown event source {}" for anything else.
+// RETURNS: "NONE", "ALARM" or "WRITE".
+// THROWS: std::logic_error "Unknown event source {}" for any other value.
 std::string_view toString(CqEventSource source);
 
 }  // namespace OrvSdkRpc

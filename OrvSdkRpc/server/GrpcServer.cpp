@@ -13,10 +13,10 @@
 namespace OrvSdkRpc {
 namespace {
 
-// How often the draining pump looks again, should the last count be taken back without an event.
+// Poll interval of the draining pump: PendingEvents::tryBegin may take back the last count without an event.
 constexpr std::chrono::milliseconds drainPoll{10};
 
-// How long clients have to take what was being written when the server stops.
+// How long clients have to read pending writes when the server stops.
 constexpr std::chrono::seconds hangUpAfter{1};
 
 }  // namespace
@@ -72,7 +72,7 @@ void GrpcServer::run() {
       pump();
       std::thread shutdown;
       {
-         // The pump may be through before stop() has stored the thread that it started.
+         // The pump may finish before stop() has stored the thread that it started.
          std::lock_guard lock(stateMutex_);
          shutdown = std::move(shutdownThread_);
       }
@@ -103,7 +103,7 @@ bool GrpcServer::start() {
    {
       std::lock_guard lock(stateMutex_);
       state_ = State::Pumping;
-      // A stop that came before there was anything to stop.
+      // stop() was called before the server had started.
       if (stopRequested_) beginShutdown();
    }
    stateChanged_.notify_all();
@@ -123,8 +123,8 @@ void GrpcServer::stop() {
    stateChanged_.notify_all();
 }
 
-// Shutdown waits for calls that only the pump can end, and the thread that stops the server may hold the
-// SDK's lock that the pump waits for. So neither of them may be the one that waits.
+// Server::Shutdown blocks until the pump has ended all calls, so the pump cannot call it. Nor can the thread
+// in stop(): it may hold the SDK's lock, which the pump may be waiting for. So a third thread calls it.
 void GrpcServer::beginShutdown() {
    state_ = State::Draining;
    shutdownThread_ = std::thread([this] {
@@ -133,7 +133,7 @@ void GrpcServer::beginShutdown() {
          while (over.wait_for(hangUpAfter) == std::future_status::timeout)
             shutDownConnections(properties_->addresses);
       });
-      // No grace: an open stream never ends by itself.
+      // No grace period: an open stream never ends by itself.
       server_->Shutdown(std::chrono::system_clock::now());
       down.set_value();
       hangUp.join();
@@ -147,14 +147,14 @@ void GrpcServer::pump() {
    OpaqueId tag = nullptr;
    bool ok = false;
    while (!serverDown_.load()) {
-      // The queue cannot be down yet: only the loop below shuts it down.
+      // Next always succeeds here: only the code below shuts the queue down.
       if (cq_->Next(&tag, &ok)) dispatch(tag, ok);
    }
    while (!events_.none()) {
       const auto deadline = std::chrono::system_clock::now() + drainPoll;
       if (cq_->AsyncNext(&tag, &ok, deadline) == grpc::CompletionQueue::GOT_EVENT) dispatch(tag, ok);
    }
-   // Nothing is outstanding and nobody may post, so no operation can meet a queue that is shut down.
+   // No event is pending and no thread may post, so no operation can start on a queue that is shut down.
    cq_->Shutdown();
    while (cq_->Next(&tag, &ok)) {
    }
@@ -168,30 +168,30 @@ void GrpcServer::dispatch(OpaqueId tag, bool ok) {
    if (!handler) return;
    handler->pending_.fetch_sub(1, std::memory_order_relaxed);
    if (!event.registered) {
-      // The handler gave the tag back; the event only had to be waited for.
+      // The handler has removed this tag; the event only had to be counted.
    } else if (!handler->arrived_) {
       handleArrival(handler, event.serviceId, ok);
    } else if (tag == handler->doneTag_) {
       handler->callDone();
    } else if (ok && handler->state_ == 1) {
-      // A unary call stays in state 0 and is over with its finish; one in state 2 only waits for its last
-      // events; after a failed write the stream is broken and its done event, if it asked for one, is on its
-      // way.
+      // Other events need no processing. A unary call stays in state 0 and ends with its finish event. A call
+      // in state 2 only awaits its last events. After a failed write the stream is broken, and its done
+      // event, if requested, follows.
       handler->process(tag);
    }
    if (handler->pending_.load(std::memory_order_acquire) == 0) tags_.removeAll(*handler);
 }
 
-// The first event under a main tag: a call has arrived, or none ever will.
+// The first event of a main tag: a call has arrived or, if not `ok`, none ever will.
 void GrpcServer::handleArrival(const std::shared_ptr<RequestHandler>& handler, std::size_t serviceId,
                                bool ok) {
    if (!ok) return;
    handler->arrived_ = true;
-   // gRPC delivers the done notification for a call that has arrived, and only for such a one.
+   // gRPC delivers the done event if and only if the call has arrived.
    if (handler->doneTag_) handler->beginEvent();
-   // What comes now, or waited for the pump until now, is ended by gRPC's own shutdown.
+   // The server is stopping: gRPC's own shutdown ends this call.
    if (events_.closed()) return;
-   // The successor first, so that the same RPC waits for its next call before this one is served.
+   // The successor is posted first, so that the RPC waits for its next call before this one is served.
    tags_.add(serviceId, handler->chain(tags_.nextId()));
    handler->process(handler->tag_);
 }

@@ -1,10 +1,10 @@
-// The one gRPC server, its completion queue and the pump that drains it.
+// The gRPC server, its completion queue, and the pump, which drains the queue.
 //
-// Thread-safety: run() on one thread of its own, the pump; stop(), state() and waitUntilServing() from any
-// other. The rest belongs to the services and their handlers.
+// Thread-safety: run() occupies one thread, the pump thread. Any other thread may call stop(), state() and
+// waitUntilServing(). The rest is for the services and their handlers.
 //
-// The pump serves RPCs strictly one at a time. It takes the SDK's lock around SDK calls only, never while it
-// waits for an event.
+// The pump serves one RPC at a time. It holds the SDK's lock only around SDK calls, never while it waits for
+// an event.
 #pragma once
 
 #include <grpcpp/alarm.h>
@@ -37,34 +37,35 @@ public:
       Pumping,
       // stop() was called; calls in progress are being cancelled.
       Draining,
-      // run() is over, after a stop or because the server could not be started.
+      // run() has ended, after a stop or because the server did not start.
       Stopped,
    };
 
-   // Adds the listening ports; nothing is bound yet.
+   // Adds the listening ports without binding them.
    GrpcServer(std::unique_ptr<ServerProperties> properties,
               std::shared_ptr<grpc::ServerCredentials> credentials);
    // Also takes over the services; the index in `services` becomes the service id.
    GrpcServer(std::unique_ptr<ServerProperties> properties,
               std::vector<std::unique_ptr<GrpcService>> services,
               std::shared_ptr<grpc::ServerCredentials> credentials);
-   // run() must have returned or never have been called.
+   // REQUIRES: run() has returned or was never called.
    ~GrpcServer();
 
-   // Builds and starts the server, starts the handlers, and pumps until stop(). Returns at once, with a trace
-   // and a line on standard error, when an address cannot be bound.
+   // Builds and starts the server, starts the handlers, and pumps until stop(). If an address cannot be
+   // bound, reports that in a trace and on standard error, and returns.
    void run();
 
-   // Cancels every call and makes run() return. Does not wait for it and takes no lock of the SDK, so it may
-   // be called with that lock held. Harmless when repeated, and before or after run().
+   // Cancels every call and makes run() return, without waiting for it. Never takes the SDK's lock, so the
+   // caller may hold it. May be called repeatedly, and before or after run().
    void stop();
 
    [[nodiscard]] State state() const;
-   // Blocks until calls are taken or run() is over; true in the first case. Not for a thread that holds the
-   // SDK's lock.
+   // Blocks until the server takes calls or run() has ended.
+   // RETURNS: whether the server takes calls.
+   // REQUIRES: the calling thread does not hold the SDK's lock.
    [[nodiscard]] bool waitUntilServing();
 
-   // Once run() has built it.
+   // REQUIRES: run() has built the server.
    [[nodiscard]] grpc::Server& server() { return *server_; }
    [[nodiscard]] TagManager& tags() { return tags_; }
    [[nodiscard]] PendingEvents& events() { return events_; }
@@ -78,8 +79,8 @@ private:
    void beginShutdown();
    void setState(State state);
 
-   // The order of declaration, reversed, is the order of the end: handlers hold references to their service,
-   // so the tags go before the services, and these before the server and its queue.
+   // Members are destroyed in reverse order. Handlers refer to their service, so the tags are destroyed
+   // before the services, and these before the server and its queue.
    grpc::ServerBuilder builder_;
    std::unique_ptr<grpc::ServerCompletionQueue> cq_;
    std::unique_ptr<grpc::Server> server_;
@@ -89,10 +90,10 @@ private:
    TagManager tags_;
    std::unique_ptr<ServerProperties> properties_;
 
-   // Wakes the pump when the server is down.
+   // Wakes the pump when the server has shut down.
    grpc::Alarm downAlarm_;
    OpaqueId downTag_ = nullptr;
-   // grpc::Server::Shutdown has returned; what is still to come was posted before.
+   // grpc::Server::Shutdown has returned: every event still to come is already posted.
    std::atomic<bool> serverDown_{false};
    std::thread shutdownThread_;
 

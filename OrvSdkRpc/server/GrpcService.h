@@ -1,9 +1,10 @@
-// Base of every service: its place in the server, its tags, and the templates that make and register
+// Base class of the services: registration with the server, tags, and the templates that create and register
 // handlers.
 //
-// Thread-safety: constructed, attached and destroyed by the thread that owns the server; the registry
-// operations may be called by any thread; startHandlers and the register templates run on the pump thread. A
-// service that is not attached to a server yet has no registry: only name(), closing() and tracer() work.
+// Thread-safety: the thread that owns the server constructs, attaches and destroys a service. Any thread may
+// call the registry operations. startHandlers and the register templates run on the pump thread.
+//
+// A service that is not attached to a server has no registry: only name(), closing() and tracer() work.
 #pragma once
 
 #include <grpcpp/server.h>
@@ -27,36 +28,37 @@ namespace OrvSdkRpc {
 class GrpcServer;
 class TagManager;
 
-// How many messages may wait in a watch stream before it is closed. The same for every stream.
+// Maximum number of messages queued in a watch stream; one more closes it. The same for every stream.
 inline constexpr unsigned long streamQueueLimit = 262144;
 
 class GrpcService {
 public:
    virtual ~GrpcService();
 
-   // Hands the generated service to the builder: builder.RegisterService(this).
+   // Registers the generated service with the builder: builder.RegisterService(this).
    virtual void registerRpcService(grpc::ServerBuilder& builder) = 0;
 
    // Creates the first handler of each RPC, in the order of the service's table.
    virtual void startHandlers() = 0;
 
-   // `name` is the short one, such as "acl"; it also names the service's tracer.
+   // `name` is the short name, such as "acl"; it is also the name of the service's tracer.
    explicit GrpcService(std::string name);
    GrpcService(const GrpcService&) = delete;
    GrpcService& operator=(const GrpcService&) = delete;
 
-   // Takes the index in the server, then registers with gRPC. The server has attached itself before.
+   // Stores the index in the server, then registers with gRPC.
+   // REQUIRES: the server has attached itself.
    void selfRegister(std::size_t serviceId, grpc::ServerBuilder& builder);
 
    [[nodiscard]] const std::string& name() const { return name_; }
    [[nodiscard]] std::size_t serviceId() const { return serviceId_; }
    [[nodiscard]] const orv::tracer& tracer() const { return tracer_; }
-   // Set when the server stops: nothing is queued for a stream any more.
+   // True once the server is stopping: streams queue nothing more.
    [[nodiscard]] bool closing() const { return closing_.load(); }
    [[nodiscard]] const ServerProperties& properties() const { return *properties_; }
    [[nodiscard]] GrpcServer* grpcServer() const { return grpcServer_; }
 
-   // Known once the server runs.
+   // Valid once the server runs.
    [[nodiscard]] grpc::Server& server() const;
    [[nodiscard]] grpc::ServerCompletionQueue& cq() const { return *cq_; }
 
@@ -64,15 +66,16 @@ public:
    // Null while the service is not attached to a server.
    [[nodiscard]] TagManager* tags() const;
 
-   // A new id for a tag: never null, never given before.
+   // A new id for a tag: never null, never reused.
    [[nodiscard]] OpaqueId nextOpaqueId() const;
-   // Enters the handler under its main tag, and under its done tag if it has one.
+   // Registers the handler under its main tag and, if it has one, its done tag.
    void registerHandler(std::shared_ptr<RequestHandler> handler) const;
-   // A new id for a handler that is registered.
+   // Registers a handler under a new extra tag and returns the tag.
+   // REQUIRES: the handler is registered.
    [[nodiscard]] OpaqueId assignExtraTag(const std::shared_ptr<RequestHandler>& handler) const;
-   // Erases the tag; the handler dies with its last one.
+   // Removes the tag; the handler is destroyed with its last tag.
    void removeHandler(OpaqueId tag) const;
-   // The handler, or empty.
+   // The handler of the tag, or null.
    [[nodiscard]] std::shared_ptr<RequestHandler> findHandler(OpaqueId tag) const;
 
    // Posts the first handler of the RPC that `Definition` describes:
@@ -87,18 +90,18 @@ public:
            service);
    }
 
-   // The same for a BulkStreamHandler, whose definition says more than the others':
+   // The same for a BulkStreamHandler:
    //    registerBulkStreamHandler<Rates>(*this);
-   // Defined beside that handler, in BulkStreams.h.
+   // Defined in BulkStreams.h, beside that handler.
    template <class Definition, class Svc>
    void registerBulkStreamHandler(Svc& service);
 
-   // Posts the first handler of a class written by hand.
+   // Posts the first handler of a hand-written class.
    template <class Handler, class Svc>
    void registerNewHandler(Svc& service) {
       static_assert(std::is_base_of_v<RequestHandler, Handler>, "a handler derives from RequestHandler");
-      // Posted before it is registered: right only because this is the pump thread, which cannot see the
-      // event before it returns to the queue.
+      // The handler is posted before it is registered. That is safe only on the pump thread, which cannot
+      // receive the event before it returns to the queue.
       if constexpr (std::is_constructible_v<Handler, OpaqueId, grpc::Server&, grpc::ServerCompletionQueue&,
                                             Svc&, unsigned long>) {
          registerHandler(makeHandler<Handler>(nextOpaqueId(), server(), cq(), service, streamQueueLimit));
@@ -108,7 +111,8 @@ public:
    }
 
 private:
-   // Sets what the server knows: itself and its properties at the start, the queue when it runs, the end.
+   // Sets grpcServer_ and properties_ when it takes the service over, cq_ when it starts, closing_ when it
+   // stops.
    friend class GrpcServer;
 
    const std::string name_;

@@ -1,6 +1,6 @@
-// How every handler comes into being: one allocation, counted per type.
+// Creates a handler with one allocation, counted per type.
 //
-// Thread-safe.
+// Thread-safety: any thread.
 #pragma once
 
 #include <memory>

@@ -1,10 +1,10 @@
-// What the generated code says of an RPC, read from the member function that asks for its next call:
+// The types of an RPC, deduced from the generated member function that requests its next call:
 //
 //    &Generated::AsyncService::Request<rpc name>
 //
-// Every definition of an RPC names that member as `method`, and nothing else names message types.
+// Every definition of an RPC names that member as `method`; the message types follow from it.
 //
-// Thread-safe: types only.
+// Thread-safety: types only.
 #pragma once
 
 #include <grpcpp/completion_queue.h>
@@ -48,13 +48,13 @@ struct MethodTypes<StreamMethod<S, Rq, Rp>> {
 template <auto method>
 struct MethodTraits : detail::MethodTypes<decltype(method)> {};
 
-// A structure that says which RPC it defines.
+// A structure that defines the RPC of its member `method`.
 template <class Definition>
 concept DefinesRpc = requires {
    typename MethodTraits<Definition::method>::Request;
 };
 
-// The simplest base of a definition: the method, and its message types by name.
+// The simplest base of a definition: the method and its message types.
 template <auto requestMethod>
 struct RpcOf {
    static constexpr auto method = requestMethod;

@@ -1,7 +1,9 @@
 // The library's mutex.
 //
-// Thread-safe by nature. Lock order, outermost first: the SDK's lock, a subscription controller's mutex, the
-// TagManager's mutex. A stream handler's mutex is a leaf: none of the three is taken while it is held.
+// Thread-safety: any thread.
+//
+// Lock order, outermost first: the SDK's lock, a subscription controller's mutex, the TagManager's mutex. A
+// stream handler's mutex is a leaf: a thread that holds it takes none of the other three.
 #pragma once
 
 #include "platform/zelt/Mutex.h"
@@ -9,7 +11,7 @@
 namespace OrvSdkRpc {
 
 using Mutex = Zelt::Mutex;
-// Holds a Mutex for a scope; may be let go early, once.
+// Holds a Mutex for a scope; may be unlocked early, once.
 using MutexLock = Zelt::MutexAnchor;
 
 }  // namespace OrvSdkRpc

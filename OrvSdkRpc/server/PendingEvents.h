@@ -1,7 +1,9 @@
-// How many events are posted on the completion queue and not yet delivered.
+// Counts the events that are posted on the completion queue and not yet delivered.
 //
-// Thread-safe. The queue may be shut down only when nothing is outstanding and nothing can be posted any
-// more: gRPC aborts the process on an operation that is started on a queue in shutdown.
+// Thread-safety: any thread.
+//
+// The queue may be shut down only when no event is pending and none can be posted: gRPC aborts the process if
+// an operation starts on a queue that is shut down.
 #pragma once
 
 #include <atomic>
@@ -14,13 +16,13 @@ public:
    // Counts an event that the pump thread is about to post.
    void begin() noexcept { count_.fetch_add(1); }
 
-   // Counts an event that any other thread is about to post. False when the server is stopping: then the
-   // event must not be posted.
+   // Counts an event that any other thread is about to post.
+   // RETURNS: false if the server is stopping; the event must not be posted then.
    [[nodiscard]] bool tryBegin() noexcept {
       if (closed_.load()) return false;
       count_.fetch_add(1);
-      // The order count, then flag, pairs with the pump's flag, then count: either this thread sees the flag,
-      // or the pump sees the count.
+      // This thread writes the count, then reads the flag; the stopping side writes the flag, then reads the
+      // count. So either this thread sees the flag, or the pump sees the count.
       if (closed_.load()) {
          count_.fetch_sub(1);
          return false;
@@ -28,10 +30,10 @@ public:
       return true;
    }
 
-   // Takes back one count: its event was delivered.
+   // Uncounts an event that was delivered.
    void end() noexcept { count_.fetch_sub(1); }
 
-   // From now on only the pump thread posts.
+   // After this, only the pump thread posts.
    void close() noexcept { closed_.store(true); }
    [[nodiscard]] bool closed() const noexcept { return closed_.load(); }
 

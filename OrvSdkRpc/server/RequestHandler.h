@@ -1,11 +1,11 @@
-// Base of the objects that serve one call each.
+// Base class of the handlers, each of which serves one call.
 //
-// Thread-safety: everything runs on the pump thread, but for what says otherwise.
+// Thread-safety: everything runs on the pump thread, unless stated otherwise.
 //
-// A handler is posted for a call before the call exists and dies when its last event was delivered. The pump
-// knows that moment by counting: whoever posts an event on the completion queue under a tag of this handler
-// calls beginEvent first, the pump takes one back for every delivery. So the end of a call needs no knowledge
-// of the order in which finish, write, alarm and done events come in.
+// A handler is posted before its call arrives and is destroyed after its last event. The pump detects that
+// moment by counting: code that posts an event under one of the handler's tags calls beginEvent first, and
+// the pump decrements the count for each delivered event. So finish, write, alarm and done events may arrive
+// in any order.
 #pragma once
 
 #include <grpcpp/completion_queue.h>
@@ -20,17 +20,16 @@
 
 namespace OrvSdkRpc {
 
-// A tag on the completion queue: a number in the shape of a pointer, never dereferenced. Never null, never
-// reused during the life of a server, so that a late event cannot reach a new handler.
+// A tag on the completion queue: a number stored as a pointer and never dereferenced. It is never null, and
+// never reused while the server lives, so that a late event cannot reach a new handler.
 using OpaqueId = void*;
 
 class RequestHandler {
 public:
-   // One event for this handler: the arrival of its call, and after that every successful event of a call in
-   // state 1.
+   // Handles one event: first the arrival of the call, then every successful event in state 1.
    virtual void process(OpaqueId tag) = 0;
 
-   // The successor, already posted under `nextTag`, that waits for the next call of the same RPC.
+   // Creates the successor, posted under `nextTag`, which waits for the next call of the same RPC.
    virtual std::shared_ptr<RequestHandler> chain(OpaqueId nextTag) = 0;
 
    virtual ~RequestHandler();
@@ -38,15 +37,15 @@ public:
    RequestHandler(const RequestHandler&) = delete;
    RequestHandler& operator=(const RequestHandler&) = delete;
 
-   // The call is over on the client's side or on ours; from here on the context may be asked whether it was
-   // cancelled. Called once, for handlers with a done tag, whatever the state.
+   // The call has ended, on the client's side or on ours; from here on the context knows whether it was
+   // cancelled. Called once, in any state, if the handler has a done tag.
    virtual void callDone() {}
 
    // 0 waiting or unary, 1 running, 2 finishing. Written on the pump thread only.
    [[nodiscard]] std::int32_t state() const { return state_; }
    // The main tag, under which the request was posted.
    [[nodiscard]] OpaqueId tag() const { return tag_; }
-   // The tag of the done notification; null where none was asked for.
+   // The tag of the done notification; null if none was requested.
    [[nodiscard]] OpaqueId doneTag() const { return doneTag_; }
 
    // Counts an event that the pump thread is about to post under one of this handler's tags.
@@ -54,18 +53,20 @@ public:
       pending_.fetch_add(1, std::memory_order_relaxed);
       events_.begin();
    }
-   // The same for any other thread; false when the server is stopping and the event must not be posted.
+   // The same for any other thread.
+   // RETURNS: false if the server is stopping; the event must not be posted then.
    [[nodiscard]] bool beginEventFromOutside() {
       if (!events_.tryBegin()) return false;
       pending_.fetch_add(1, std::memory_order_relaxed);
       return true;
    }
 
-   // For a handler whose reply another thread will start later: on the pump thread, keeps the handler until
-   // the event that is promised here was delivered. A server that stops does not wait for promises.
+   // For a handler whose reply another thread starts later. Called on the pump thread; keeps the handler
+   // alive until the promised event is delivered. A stopping server does not wait for promised events.
    void promiseEvent() { pending_.fetch_add(1, std::memory_order_relaxed); }
-   // Any thread, before it posts what was promised; false when the server is stopping and the event must not
-   // be posted. The handler then goes with the server.
+   // Called by any thread before it posts the promised event.
+   // RETURNS: false if the server is stopping; the event must not be posted then, and the handler is
+   // destroyed with the server.
    [[nodiscard]] bool beginPromisedEvent() { return events_.tryBegin(); }
 
 protected:
@@ -80,7 +81,7 @@ protected:
    OpaqueId doneTag_ = nullptr;
 
 private:
-   // Who counts and retires.
+   // They count events and remove finished handlers.
    friend class GrpcServer;
    friend class TagManager;
 

@@ -1,6 +1,6 @@
-// A scope in another network namespace.
+// Moves a thread to another network namespace for a scope.
 //
-// Thread-safety: moves the calling thread only; must be destroyed by the thread that made it.
+// Thread-safety: affects only the calling thread, which must also destroy the object.
 #pragma once
 
 #include <string>
@@ -9,10 +9,12 @@ namespace OrvSdkRpc {
 
 class ScopedNamespace {
 public:
-   // Enters the namespace of that name, as `ip netns` keeps them under /run/netns; the empty name stays where
-   // the thread is. Throws std::system_error naming the namespace if it cannot be entered.
+   // Enters the named namespace, one of those that `ip netns` keeps under /run/netns. An empty name is a
+   // no-op.
+   // THROWS: std::system_error, naming the namespace, if it cannot be entered.
    explicit ScopedNamespace(const std::string& name);
-   // Back to where the thread was. Ends the process if that fails: the thread would be in the wrong network.
+   // Returns to the previous namespace. Aborts the process if that fails: the thread would be in the wrong
+   // network.
    ~ScopedNamespace();
    ScopedNamespace(const ScopedNamespace&) = delete;
    ScopedNamespace& operator=(const ScopedNamespace&) = delete;

@@ -1,6 +1,6 @@
-// What a server was configured with.
+// The configuration of a server.
 //
-// Written before the server starts and never after, so reading needs no lock.
+// Thread-safety: written only before the server starts, so reading needs no lock.
 #pragma once
 
 #include <cstdint>
@@ -9,7 +9,7 @@
 
 namespace OrvSdkRpc {
 
-// What the host found out about the SSL profile it was told to use.
+// State of the configured SSL profile, as the host found it.
 enum class SslProfileState : std::uint32_t {
    NotFound = 0,
    Invalid = 1,
@@ -20,18 +20,18 @@ enum class SslProfileState : std::uint32_t {
 };
 
 struct ServerProperties {
-   // Listening addresses in gRPC's text form; those in use elsewhere are already gone.
+   // Listening addresses in gRPC's text form; addresses in use elsewhere are already removed.
    std::vector<std::string> addresses = {};
-   // Network namespace by name; empty for the process's own.
+   // Name of the network namespace; empty for the process's own.
    std::string vrf = {};
    SslProfileState sslProfileState = SslProfileState::NotFound;
-   // The library's own server mode: programming service, insecure credentials, every peer served.
+   // The address form of Agent: programming service, insecure credentials, every peer served.
    bool internalServer = false;
    // Peers are never rejected.
    bool trustedServer = false;
-   // Peers are not checked although the server is insecure.
+   // Peers are not checked even if the server is insecure.
    bool allowInsecureRemote = true;
-   // One accounting line per call.
+   // Requests one accounting line per call; not available in this build.
    bool accountingEnabled = false;
 };
 

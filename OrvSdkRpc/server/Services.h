@@ -1,14 +1,14 @@
-// The mirror services that a host can ask for.
+// The mirror services that a host can enable.
 //
-// Thread-safe: plain values.
+// Thread-safety: plain values.
 #pragma once
 
 #include <cstdint>
 
 namespace OrvSdkRpc::Server {
 
-// One value per SDK manager that is mirrored. The programming service and the FIB service have none: only an
-// agent that is given its address creates them.
+// One value per mirrored SDK manager. The programming service and the FIB service have no value: only the
+// address form of Agent creates them.
 enum class Services : std::uint8_t {
    Acl = 0,
    Agent = 1,

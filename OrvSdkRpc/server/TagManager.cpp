@@ -45,7 +45,8 @@ TagManager::Event TagManager::findEvent(OpaqueId tag) const {
 }
 
 void TagManager::remove(OpaqueId tag) {
-   // A handler's destructor may take locks that come before this one, so it runs outside.
+   // Destroyed after the unlock: a handler's destructor may take locks that precede this one in the lock
+   // order.
    std::shared_ptr<RequestHandler> last;
    MutexLock lock(mutex_);
    const auto i = tags_.find(tag);

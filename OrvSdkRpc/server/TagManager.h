@@ -1,7 +1,9 @@
-// From a tag on the completion queue to the handler behind it.
+// Maps tags on the completion queue to handlers.
 //
-// Thread-safe by its own mutex: the pump thread looks up, registers and removes, the SDK's main thread lists.
-// The map holds the only owning reference to a waiting handler, so a handler dies with its last tag.
+// Thread-safety: guarded by its own mutex. The pump thread looks up, registers and removes handlers; the
+// SDK's main thread lists them.
+//
+// The map holds the only owning reference to a waiting handler, so a handler is destroyed with its last tag.
 #pragma once
 
 #include <absl/container/flat_hash_map.h>
@@ -23,18 +25,18 @@ public:
    struct Tag {
       // Index of the service that registered the tag.
       std::size_t serviceId;
-      // Several tags may share one handler. Empty once the tag was removed.
+      // Several tags may share one handler. Null once the tag is removed.
       std::shared_ptr<RequestHandler> handler;
-      // Set once the tag was removed: whose event may still be on the queue.
+      // Set once the tag is removed: the handler whose event may still be on the queue.
       std::weak_ptr<RequestHandler> removed;
    };
 
    // What the pump learns about the tag of an event.
    struct Event {
       std::size_t serviceId = 0;
-      // Empty when the event is of no concern to anybody.
+      // Null if the event concerns no handler.
       std::shared_ptr<RequestHandler> handler;
-      // False when the tag was removed while its event was on the queue: it is counted and dropped.
+      // False if the tag was removed while its event was on the queue: the event is counted and dropped.
       bool registered = false;
    };
 
@@ -43,39 +45,39 @@ public:
    TagManager(const TagManager&) = delete;
    TagManager& operator=(const TagManager&) = delete;
 
-   // Guards the map; listHandlers leaves taking it to the caller, everything else takes it.
+   // Guards the map. The caller of listHandlers locks it; all other operations lock it themselves.
    Mutex& mutex() const ZELT_RETURN_CAPABILITY(mutex_) { return mutex_; }
 
-   // A new id: never null, never given before.
+   // A new id: never null, never reused.
    OpaqueId nextId() noexcept;
 
-   // Enters the handler under its main tag and, if it has one, its done tag.
+   // Registers the handler under its main tag and, if it has one, its done tag.
    void add(std::size_t serviceId, std::shared_ptr<RequestHandler> handler) ZELT_EXCLUDES(mutex_);
 
-   // Enters the handler under one more, new tag.
+   // Registers the handler under a new extra tag.
    OpaqueId addExtra(std::size_t serviceId, const std::shared_ptr<RequestHandler>& handler)
         ZELT_EXCLUDES(mutex_);
 
-   // The handler, or empty for a tag that is not registered.
+   // The handler, or null if the tag is not registered.
    std::shared_ptr<RequestHandler> find(OpaqueId tag) const ZELT_EXCLUDES(mutex_);
    // For the pump, once per event.
    [[nodiscard]] Event findEvent(OpaqueId tag) const ZELT_EXCLUDES(mutex_);
 
-   // Erases one tag. Its event may be on the queue; of an extra tag so much is kept, until the handler goes,
-   // that the event is taken off the handler's count when it comes.
+   // Removes one tag. An extra tag may still have an event on the queue, so its entry stays until the
+   // handler's last tag is removed; the late event then still decrements the handler's count.
    void remove(OpaqueId tag) ZELT_EXCLUDES(mutex_);
 
-   // Erases every tag of the handler.
+   // Removes every tag of the handler.
    void removeAll(RequestHandler& handler) ZELT_EXCLUDES(mutex_);
 
-   // Erases everything.
+   // Removes all tags.
    void clear() ZELT_EXCLUDES(mutex_);
 
-   // Registered tags.
+   // Number of registered tags.
    [[nodiscard]] std::size_t size() const ZELT_EXCLUDES(mutex_);
 
-   // The handlers behind the tags from `first` to `last`, in that order. A tag that is not registered is
-   // skipped: a subscription may outlive its handler by a moment. A tag of another service ends the process.
+   // RETURNS: the handlers of the tags in [first, last), in that order. Skips a tag that is not registered: a
+   // subscription may briefly outlive its handler. A tag of another service aborts the process.
    template <class I>
    std::vector<std::shared_ptr<RequestHandler>> listHandlers(std::size_t serviceId, I first, I last) const
         ZELT_REQUIRES(mutex_) {
@@ -91,7 +93,7 @@ public:
 
 private:
    bool registered(OpaqueId tag) const ZELT_REQUIRES(mutex_);
-   // Whether a tag of the handler is registered.
+   // Whether any tag of the handler is registered.
    bool holds(const RequestHandler& handler) const ZELT_REQUIRES(mutex_);
    void eraseExtraTags(RequestHandler& handler) ZELT_REQUIRES(mutex_);
 

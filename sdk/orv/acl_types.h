@@ -13,7 +13,7 @@
 
 namespace orv {
 
-// Kind of packets that a list looks at.
+// Kind of packets that a list matches.
 enum class acl_type_t : std::uint8_t {
    none = 0,
    ipv4 = 1,
@@ -39,7 +39,7 @@ enum class acl_direction_t : std::uint8_t {
 };
 [[nodiscard]] std::string_view enum_text(acl_direction_t v) noexcept;
 
-// IP packets that a rule looks at.
+// Kind of IP packets that a rule matches.
 enum class acl_ip_type_t : std::uint8_t {
    any = 0,
    ipv4 = 1,
@@ -55,7 +55,7 @@ enum class acl_range_operator_t : std::uint8_t {
    lt = 3,
    neq = 4,
    range = 5,
-   null_operator = 6,  //
+   null_operator = 6,  // as any
 };
 [[nodiscard]] std::string_view enum_text(acl_range_operator_t v) noexcept;
 
@@ -128,7 +128,7 @@ private:
    std::vector<std::uint16_t> ports_;
 };
 
-// What all rules have.
+// Fields common to all rules.
 class acl_rule_base_t {
 public:
    using sdk_value = acl_rule_base_t;
@@ -150,7 +150,7 @@ private:
    bool log_ = false;
 };
 
-// A rule that looks at Ethernet headers.
+// A rule that matches Ethernet headers.
 class acl_rule_eth_t : public acl_rule_base_t {
 public:
    using sdk_value = acl_rule_eth_t;
@@ -171,7 +171,7 @@ public:
    void source_addr_is(const eth_addr_t& v) { source_addr_ = v; }
    [[nodiscard]] const eth_addr_t& destination_addr() const noexcept { return destination_addr_; }
    void destination_addr_is(const eth_addr_t& v) { destination_addr_ = v; }
-   // Bits of the address that count.
+   // Bits of the address that are compared.
    [[nodiscard]] const eth_addr_t& source_mask() const noexcept { return source_mask_; }
    void source_mask_is(const eth_addr_t& v) { source_mask_ = v; }
    [[nodiscard]] const eth_addr_t& destination_mask() const noexcept { return destination_mask_; }
@@ -196,7 +196,7 @@ private:
    std::uint32_t eth_protocol_ = 65536;
 };
 
-// A rule that looks at IP headers.
+// A rule that matches IP headers.
 class acl_rule_ip_t : public acl_rule_base_t {
 public:
    using sdk_value = acl_rule_ip_t;
@@ -253,7 +253,7 @@ public:
    // Matches fragments other than the first.
    [[nodiscard]] bool match_fragments() const noexcept { return match_fragments_; }
    void match_fragments_is(bool v) { match_fragments_ = v; }
-   // True when the priority value counts.
+   // True if the priority value is matched.
    [[nodiscard]] bool match_ip_priority() const noexcept { return match_ip_priority_; }
    void match_ip_priority_is(bool v) { match_ip_priority_ = v; }
 

@@ -1,4 +1,4 @@
-// The agent: the process's own options, status entries and life.
+// The agent: its options, status entries and lifecycle.
 //
 // Thread-safety: every operation is a call of the SDK and needs the main thread or
 // sdk_scoped_lock (lock.h). Callbacks come from the main loop.
@@ -15,8 +15,8 @@ namespace orv {
 
 class agent_mgr;
 
-// Registers with the manager for its life; a null manager registers nothing. The
-// manager outlives it.
+// Registers with the manager for its lifetime; registers nothing if the manager is null.
+// REQUIRES: the manager outlives the handler.
 class agent_handler {
 public:
    explicit agent_handler(agent_mgr* mgr);
@@ -24,12 +24,12 @@ public:
    agent_handler(const agent_handler&) = delete;
    agent_handler& operator=(const agent_handler&) = delete;
 
-   // The switch's state is there; comes once, before all other callbacks.
+   // The switch's state is available. Called once, before all other callbacks.
    virtual void on_initialized() {}
-   // False asks for the end: whoever gets it finishes, then calls
+   // False requests a shutdown: the handler finishes its work, then calls
    // agent_mgr::agent_shutdown_complete_is(true).
    virtual void on_agent_enabled(bool enabled);
-   // An option was set, or deleted when the value is empty.
+   // An option was set, or deleted if the value is empty.
    virtual void on_agent_option(const std::string& name, const std::string& value);
    // Answers a call by name from outside the agent.
    virtual std::string on_agent_rpc(const std::string& name);
@@ -51,27 +51,27 @@ public:
    virtual ~agent_mgr() = default;
 
    [[nodiscard]] virtual bool enabled() const = 0;
-   // The option's value; empty where it is not set.
+   // The option's value; empty if it is not set.
    [[nodiscard]] virtual std::string agent_option(const std::string& name) const = 0;
    [[nodiscard]] virtual bool agent_option_exists(const std::string& name) const = 0;
    [[nodiscard]] virtual agent_option_iter_t agent_option_iter() const = 0;
 
-   // Status entries outlive the process. The value of one that is not set is empty.
+   // Status entries survive the process. The value is empty if the entry is not set.
    [[nodiscard]] virtual std::string status(const std::string& name) const = 0;
    [[nodiscard]] virtual agent_status_iter_t status_iter() const = 0;
    virtual void status_set(const std::string& name, const std::string& value) = 0;
-   // An entry that is not there is no error.
+   // A no-op if the entry does not exist.
    virtual void status_del(const std::string& name) = 0;
 
-   // Acknowledges on_agent_enabled(false): with true the agent's main loop ends.
+   // Acknowledges on_agent_enabled(false); true ends the agent's main loop.
    virtual void agent_shutdown_complete_is(bool complete) = 0;
 
    // Seconds since the agent started.
    [[nodiscard]] virtual double agent_uptime() const = 0;
-   // Number of the agent of a name; 0 for an unknown one.
+   // Number of the named agent; 0 if the name is unknown.
    [[nodiscard]] virtual std::uint64_t id(const char* name) const = 0;
 
-   // For handlers and for whoever implements the manager.
+   // For handlers and for implementations of the manager.
    [[nodiscard]] watch_list<agent_handler, std::monostate>& handlers() noexcept { return handlers_; }
 
 private:

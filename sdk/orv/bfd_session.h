@@ -12,8 +12,8 @@ namespace orv {
 
 class bfd_session_mgr;
 
-// Registers with the manager for its life; a null manager registers nothing. The
-// manager outlives it.
+// Registers with the manager for its lifetime; registers nothing if the manager is null.
+// REQUIRES: the manager outlives the handler.
 class bfd_session_handler {
 public:
    explicit bfd_session_handler(bfd_session_mgr* mgr);
@@ -26,7 +26,7 @@ public:
    void watch_sbfd_echo_session(const sbfd_echo_session_key_t& key, bool interest);
 
    virtual void on_sbfd_echo_session_status(const sbfd_echo_session_key_t& key, bfd_session_status_t status);
-   // Comes for sessions with round-trip times enabled.
+   // Called only for sessions with round-trip times enabled.
    virtual void on_sbfd_echo_session_rtt(const sbfd_echo_session_key_t& key,
                                          const sbfd_echo_session_rtt_stats_t& stats);
 
@@ -40,29 +40,29 @@ struct sbfd_echo_session_iter_impl : iter_impl<sbfd_echo_session_key_t> {};
 // Keys, in order.
 using sbfd_echo_session_iter_t = iter_base<sbfd_echo_session_key_t, sbfd_echo_session_iter_impl>;
 
-// A value that the switch refuses throws one of the errors of error.h, naming it;
-// nothing has changed then.
+// THROWS: one of the errors of error.h, naming the value, if the switch refuses a value. Nothing changes
+// then.
 class bfd_session_mgr {
 public:
    virtual ~bfd_session_mgr() = default;
 
    [[nodiscard]] virtual sbfd_echo_session_iter_t sbfd_echo_session_iter() const = 0;
    [[nodiscard]] virtual bool sbfd_echo_session_exists(const sbfd_echo_session_key_t& key) const = 0;
-   // Status unknown where there is no session.
+   // Status unknown if the session does not exist.
    [[nodiscard]] virtual bfd_session_status_t sbfd_echo_session_status(
         const sbfd_echo_session_key_t& key) const = 0;
 
-   // Makes the session, at the default interval; one that is there stays as it is.
+   // Creates the session with the default interval; a no-op if it exists.
    virtual void sbfd_echo_session_set(const sbfd_echo_session_key_t& key) = 0;
-   // A session that is not there is no error.
+   // A no-op if the session does not exist.
    virtual void sbfd_echo_session_del(const sbfd_echo_session_key_t& key) = 0;
-   // Both refuse a session that is not there.
+   // Both refuse a session that does not exist.
    virtual void sbfd_echo_session_interval_set(const sbfd_echo_session_key_t& key,
                                                const sbfd_interval_t& interval) = 0;
    virtual void sbfd_echo_session_rtt_enabled_set(const sbfd_echo_session_key_t& key, bool enabled) = 0;
    [[nodiscard]] virtual sbfd_interval_t sbfd_default_interval() const = 0;
 
-   // For handlers and for whoever implements the manager.
+   // For handlers and for implementations of the manager.
    [[nodiscard]] watch_list<bfd_session_handler, sbfd_echo_session_key_t>& handlers() noexcept {
       return handlers_;
    }

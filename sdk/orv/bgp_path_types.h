@@ -12,16 +12,16 @@
 
 namespace orv {
 
-// Stage of the inbound policy at which paths are looked at. As wide as what a query may bring, so that a
-// number without a name stays what it is until the manager refuses it.
+// Stage of the inbound policy at which paths are read. As wide as the number in a query, so that a number
+// without a name is preserved until the manager refuses it.
 enum class bgp_receive_route_stage_t : std::uint32_t {
    received = 0,  // as the peer sent them
    accepted = 1,  // after the inbound policy
-   best = 2,      // those that were chosen
+   best = 2,      // the selected paths
 };
 [[nodiscard]] std::string_view enum_text(bgp_receive_route_stage_t v) noexcept;
 
-// Identity of a path: what one peer says of one prefix.
+// Identity of a path: one peer's announcement of one prefix.
 class bgp_path_key_t {
 public:
    using sdk_value = bgp_path_key_t;
@@ -30,7 +30,7 @@ public:
    bgp_path_key_t(const ip_addr_t& peer_addr, std::string vrf_name, const ip_prefix_t& prefix)
         : peer_addr_(peer_addr), vrf_name_(std::move(vrf_name)), prefix_(prefix) {}
 
-   // Peer that the path was learned from; null for a path of the switch itself.
+   // Peer that the path was learned from; null for a path that the switch originates.
    [[nodiscard]] const ip_addr_t& peer_addr() const noexcept { return peer_addr_; }
    void peer_addr_is(const ip_addr_t& v) { peer_addr_ = v; }
    [[nodiscard]] const std::string& vrf_name() const noexcept { return vrf_name_; }
@@ -48,7 +48,7 @@ private:
    ip_prefix_t prefix_;
 };
 
-// Attributes that a query is to fill.
+// Attributes that a query requests.
 class bgp_path_attr_fields_t {
 public:
    using sdk_value = bgp_path_attr_fields_t;
@@ -69,7 +69,7 @@ private:
    bool community_list_ = false;
 };
 
-// Which paths a query answers, and how full.
+// Which paths a query returns, and with which attributes.
 class bgp_path_options_t {
 public:
    using sdk_value = bgp_path_options_t;
@@ -99,7 +99,7 @@ public:
 
    bgp_path_attr_t() = default;
 
-   // Null where it was not asked for.
+   // Null if it was not requested.
    [[nodiscard]] const ip_addr_t& next_hop() const noexcept { return next_hop_; }
    void next_hop_is(const ip_addr_t& v) { next_hop_ = v; }
    // 0 IGP, 1 EGP, 2 incomplete.
@@ -110,7 +110,7 @@ public:
    void med_is(std::uint32_t v) { med_ = v; }
    [[nodiscard]] std::uint32_t local_pref() const noexcept { return local_pref_; }
    void local_pref_is(std::uint32_t v) { local_pref_ = v; }
-   // RFC 1997, in the order of the path; empty where they were not asked for.
+   // RFC 1997, in the order of the path; empty if they were not requested.
    [[nodiscard]] const std::vector<std::uint32_t>& community_list() const noexcept { return community_list_; }
    void community_list_is(std::vector<std::uint32_t> v) { community_list_ = std::move(v); }
 

@@ -14,11 +14,11 @@ namespace orv {
 // State of a peer (RFC 4271 section 8.2.2).
 enum class bgp_peer_state_t : std::uint8_t {
    unknown = 0,
-   idle = 1,          // no connection is tried
-   connect = 2,       // a connection is being made
-   active = 3,        // the next attempt is awaited
-   open_sent = 4,     // the OPEN of the peer is awaited
-   open_confirm = 5,  // its KEEPALIVE is awaited
+   idle = 1,          // makes no connection attempt
+   connect = 2,       // a connection is being set up
+   active = 3,        // waits for the next attempt
+   open_sent = 4,     // waits for the peer's OPEN
+   open_confirm = 5,  // waits for the peer's KEEPALIVE
    established = 6,   // routes are exchanged
 };
 [[nodiscard]] std::string_view enum_text(bgp_peer_state_t v) noexcept;

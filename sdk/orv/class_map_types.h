@@ -13,7 +13,7 @@
 
 namespace orv {
 
-// A rule of a class map: what the list matches is in the class.
+// A rule of a class map: packets that the list matches belong to the class.
 class class_map_rule_t {
 public:
    using sdk_value = class_map_rule_t;
@@ -48,7 +48,7 @@ public:
    void rule_set(std::uint32_t sequence, class_map_rule_t rule) {
       rules_.insert_or_assign(sequence, std::move(rule));
    }
-   // A sequence number that is not there is ignored.
+   // A no-op if the sequence number does not exist.
    void rule_del(std::uint32_t sequence) { rules_.erase(sequence); }
 
    bool operator==(const class_map_t&) const = default;

@@ -1,4 +1,4 @@
-// The errors of the SDK, and the way to raise one past the host's handler.
+// The errors of the SDK, and panic(), which raises one through the host's handler.
 //
 // Thread-safety: error objects are plain values. exception_handler_is and panic
 // may be called from any thread.
@@ -28,7 +28,7 @@ private:
    std::string text_;
 };
 
-// A value that no switch can accept in this place.
+// A value that is never valid in its place.
 class invalid_argument_error : public error {
 public:
    using error::error;
@@ -46,14 +46,14 @@ public:
    [[noreturn]] void raise() const override { throw *this; }
 };
 
-// Something that this switch does not do.
+// An operation that this switch does not support.
 class unsupported_error : public error {
 public:
    using error::error;
    [[noreturn]] void raise() const override { throw *this; }
 };
 
-// The switch is not configured for what was asked.
+// The switch is not configured for the request.
 class configuration_error : public error {
 public:
    using error::error;
@@ -68,14 +68,14 @@ public:
    [[noreturn]] void raise() const override { throw *this; }
 };
 
-// Called by panic. A handler normally throws the error on by raise().
+// Called by panic. A handler normally rethrows the error with raise().
 using exception_handler = std::function<void(const error&)>;
 
 // Sets the process's handler; an empty one restores the default, which throws.
 void exception_handler_is(exception_handler handler);
 
-// Reports `e` to the exception handler. Never returns: where no handler is set,
-// or the handler returns, `e` is thrown.
+// Reports `e` to the exception handler. Never returns: if no handler is set, or the handler returns, `e` is
+// thrown.
 [[noreturn]] void panic(const error& e);
 
 }  // namespace orv

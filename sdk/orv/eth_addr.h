@@ -20,8 +20,8 @@ public:
    constexpr eth_addr_t() = default;
    // `bytes` holds six bytes in transmission order.
    explicit eth_addr_t(const std::uint8_t* bytes) { std::memcpy(bytes_.data(), bytes, size); }
-   // From "00:00:5e:0a:0b:0c", digits in either case; anything else throws
-   // invalid_argument_error naming the text.
+   // Parses "00:00:5e:0a:0b:0c", with digits in either case.
+   // THROWS: invalid_argument_error, naming the text, for anything else.
    explicit eth_addr_t(std::string_view text);
 
    // Six bytes.

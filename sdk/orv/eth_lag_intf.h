@@ -1,6 +1,6 @@
 // Link aggregation groups.
 //
-// The manager carries no operation yet: it is the place where they go.
+// The manager has no operations yet.
 //
 // Thread-safety: every operation is a call of the SDK and needs the main thread or
 // sdk_scoped_lock (lock.h).

@@ -12,7 +12,7 @@ namespace orv {
 
 // What a LAG does while its peer does not speak LACP (IEEE 802.1AX).
 enum class eth_lag_intf_fallback_type_t : std::uint8_t {
-   undefined = 0,      // as the switch is set up
+   undefined = 0,      // as the switch is configured
    none = 1,           // stays down
    static_member = 2,  // one member carries the traffic
    individual = 3,     // each member is an interface of its own
@@ -22,9 +22,9 @@ enum class eth_lag_intf_fallback_type_t : std::uint8_t {
 // How a member takes part in LACP.
 enum class eth_lag_intf_member_lacp_mode_t : std::uint8_t {
    undefined = 0,
-   on = 1,       // not at all: the member is always in
-   passive = 2,  // answers
-   active = 3,   // begins
+   on = 1,       // no LACP: the member is always in the group
+   passive = 2,  // replies to the peer
+   active = 3,   // initiates
 };
 [[nodiscard]] std::string_view enum_text(eth_lag_intf_member_lacp_mode_t v) noexcept;
 
@@ -50,7 +50,7 @@ public:
    // Sum of the active members' speeds, in bits per second.
    [[nodiscard]] std::uint64_t speed() const noexcept { return speed_; }
    void speed_is(std::uint64_t v) { speed_ = v; }
-   // Active members that the group needs to be up.
+   // Minimum number of active members for the group to be up.
    [[nodiscard]] std::uint32_t min_links() const noexcept { return min_links_; }
    void min_links_is(std::uint32_t v) { min_links_ = v; }
    [[nodiscard]] eth_lag_intf_fallback_type_t fallback_type() const noexcept { return fallback_type_; }
@@ -61,7 +61,7 @@ public:
    // The switch's own value for fallback_timeout, in seconds.
    [[nodiscard]] std::uint32_t fallback_timeout_default() const noexcept { return fallback_timeout_default_; }
    void fallback_timeout_default_is(std::uint32_t v) { fallback_timeout_default_ = v; }
-   // Speed that the group needs to be up, in bits per second.
+   // Minimum speed for the group to be up, in bits per second.
    [[nodiscard]] std::uint64_t min_speed() const noexcept { return min_speed_; }
    void min_speed_is(std::uint64_t v) { min_speed_ = v; }
 
@@ -79,7 +79,7 @@ private:
    std::uint64_t min_speed_ = 0;
 };
 
-// A member's place in a group.
+// Membership of an interface in a group.
 class eth_lag_intf_membership_t {
 public:
    using sdk_value = eth_lag_intf_membership_t;
@@ -88,13 +88,13 @@ public:
    explicit eth_lag_intf_membership_t(intf_id_t eth_lag_intf_id)
         : eth_lag_intf_id_(std::move(eth_lag_intf_id)) {}
 
-   // The group's own interface; null for an interface that is no member.
+   // The group's own interface; null if the interface is not a member.
    [[nodiscard]] const intf_id_t& eth_lag_intf_id() const noexcept { return eth_lag_intf_id_; }
    void eth_lag_intf_id_is(intf_id_t v) { eth_lag_intf_id_ = std::move(v); }
    // The member carries traffic.
    [[nodiscard]] bool active() const noexcept { return active_; }
    void active_is(bool v) { active_ = v; }
-   // Why it does not; empty where it does.
+   // Why it is not active; empty if it is.
    [[nodiscard]] const std::string& reason() const noexcept { return reason_; }
    void reason_is(std::string v) { reason_ = std::move(v); }
    // When the membership began, in seconds since 1970-01-01 UTC.

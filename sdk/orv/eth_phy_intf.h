@@ -1,4 +1,4 @@
-// Physical Ethernet interfaces: what can be seen and felt of a port.
+// Physical Ethernet interfaces: hardware, link speed and transceiver of a port.
 //
 // Thread-safety: every operation is a call of the SDK and needs the main thread or
 // sdk_scoped_lock (lock.h). Callbacks come from the main loop.
@@ -14,8 +14,8 @@ namespace orv {
 
 class eth_phy_intf_mgr;
 
-// Registers with the manager for its life; a null manager registers nothing. The
-// manager outlives it.
+// Registers with the manager for its lifetime; registers nothing if the manager is null.
+// REQUIRES: the manager outlives the handler.
 class eth_phy_intf_handler {
 public:
    explicit eth_phy_intf_handler(eth_phy_intf_mgr* mgr);
@@ -41,25 +41,25 @@ private:
 };
 
 struct eth_phy_intf_iter_impl : iter_impl<intf_id_t> {};
-// By name, numbers by their value.
+// Ordered by name, with digits compared as numbers.
 using eth_phy_intf_iter_t = iter_base<intf_id_t, eth_phy_intf_iter_impl>;
 
-// An interface that the switch does not have, or that is not a physical one, throws
-// invalid_argument_error naming it, in every operation but exists.
+// THROWS: invalid_argument_error, naming the interface, if it does not exist or is not physical; from every
+// operation except exists.
 class eth_phy_intf_mgr {
 public:
    virtual ~eth_phy_intf_mgr() = default;
 
    [[nodiscard]] virtual eth_phy_intf_iter_t eth_phy_intf_iter() const = 0;
    [[nodiscard]] virtual bool exists(const intf_id_t& intf) const = 0;
-   // The port's hardware is there and answers.
+   // The port's hardware is present and responds.
    [[nodiscard]] virtual bool hardware_present(const intf_id_t& intf) const = 0;
-   // The address that the maker gave it.
+   // The factory-assigned address.
    [[nodiscard]] virtual eth_addr_t burned_in_eth_addr(const intf_id_t& intf) const = 0;
    [[nodiscard]] virtual eth_link_speed_t link_speed(const intf_id_t& intf) const = 0;
    [[nodiscard]] virtual bool transceiver_present(const intf_id_t& intf) const = 0;
 
-   // For handlers and for whoever implements the manager.
+   // For handlers and for implementations of the manager.
    [[nodiscard]] watch_list<eth_phy_intf_handler, intf_id_t>& handlers() noexcept { return handlers_; }
 
 private:

@@ -25,7 +25,7 @@ public:
    // Frames with a bad check sequence.
    [[nodiscard]] std::uint64_t fcs_errors() const noexcept { return fcs_errors_; }
    void fcs_errors_is(std::uint64_t v) { fcs_errors_ = v; }
-   // Frames that are no whole number of bytes, with a bad check sequence.
+   // Frames with a bad check sequence that are not a whole number of bytes.
    [[nodiscard]] std::uint64_t alignment_errors() const noexcept { return alignment_errors_; }
    void alignment_errors_is(std::uint64_t v) { alignment_errors_ = v; }
    // Frames whose first attempt was delayed by a busy medium.
@@ -34,7 +34,7 @@ public:
    // Collisions later than one slot time into a frame.
    [[nodiscard]] std::uint64_t late_collisions() const noexcept { return late_collisions_; }
    void late_collisions_is(std::uint64_t v) { late_collisions_ = v; }
-   // Frames given up after too many collisions.
+   // Frames abandoned after too many collisions.
    [[nodiscard]] std::uint64_t excessive_collisions() const noexcept { return excessive_collisions_; }
    void excessive_collisions_is(std::uint64_t v) { excessive_collisions_ = v; }
    // Frames not sent because of an error within the switch.

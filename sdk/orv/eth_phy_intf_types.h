@@ -27,7 +27,7 @@ enum class eth_link_speed_t : std::uint8_t {
 };
 [[nodiscard]] std::string_view enum_text(eth_link_speed_t v) noexcept;
 
-// 0 for an unknown speed and for a number that has no name.
+// 0 for an unknown speed and for a number without a name.
 [[nodiscard]] std::uint64_t bits_per_second(eth_link_speed_t v) noexcept;
 
 }  // namespace orv

@@ -1,4 +1,4 @@
-// The forwarding information base: what the switch forwards by.
+// The forwarding information base: the routes by which the switch forwards.
 //
 // Thread-safety: every operation is a call of the SDK and needs the main thread or
 // sdk_scoped_lock (lock.h). Callbacks come from the main loop.
@@ -14,8 +14,9 @@ namespace orv {
 
 class fib_mgr;
 
-// Registers with the manager for its life; a null manager registers nothing. The
-// manager outlives it. Its callbacks come without a watch, if the manager has events on.
+// Registers with the manager for its lifetime; registers nothing if the manager is null. Callbacks need no
+// watch, only a manager with events enabled.
+// REQUIRES: the manager outlives the handler.
 class fib_handler {
 public:
    explicit fib_handler(fib_mgr* mgr);
@@ -45,21 +46,20 @@ class fib_mgr {
 public:
    virtual ~fib_mgr() = default;
 
-   // Whether handlers are called: true for a manager that was fetched in the mode
-   // mgr_mode_type_t::resident.
+   // Whether handlers are called: true if the manager was fetched in mode mgr_mode_type_t::resident.
    [[nodiscard]] virtual bool events_enabled() const = 0;
 
    [[nodiscard]] virtual fib_route_iter_t fib_route_iter() const = 0;
    [[nodiscard]] virtual bool fib_route_exists(const fib_route_key_t& key) const = 0;
-   // A default route object where there is none.
+   // A default route object if the route does not exist.
    [[nodiscard]] virtual fib_route_t fib_route(const fib_route_key_t& key) const = 0;
 
    [[nodiscard]] virtual fib_fec_iter_t fib_fec_iter() const = 0;
    [[nodiscard]] virtual bool fib_fec_exists(const fib_fec_key_t& key) const = 0;
-   // A default FEC object where there is none.
+   // A default FEC object if the FEC does not exist.
    [[nodiscard]] virtual fib_fec_t fib_fec(const fib_fec_key_t& key) const = 0;
 
-   // For handlers and for whoever implements the manager.
+   // For handlers and for implementations of the manager.
    [[nodiscard]] watch_list<fib_handler, std::monostate>& handlers() noexcept { return handlers_; }
 
 private:

@@ -7,7 +7,7 @@
 namespace orv {
 namespace {
 
-// So many vias are looked through one by one.
+// Fewer vias than this are searched linearly.
 constexpr std::size_t searched_at_most = 16;
 
 }  // namespace

@@ -20,7 +20,7 @@ enum class fib_fec_type_t : std::uint8_t {
    forward = 0,  // along its vias
    drop = 1,
    punt = 2,           // to the control plane
-   nexthop_group = 3,  // through the group it names
+   nexthop_group = 3,  // through the named group
    mpls = 4,
    vxlan = 5,
    vrf_leak = 6,
@@ -98,7 +98,7 @@ private:
    std::uint64_t fec_id_ = 0;
 };
 
-// A route as it is forwarded.
+// A route in the FIB.
 class fib_route_t {
 public:
    using sdk_value = fib_route_t;
@@ -130,7 +130,7 @@ private:
    std::uint64_t fec_id_ = 0;
 };
 
-// One way out of a FEC.
+// One path of a FEC.
 class fib_via_t {
 public:
    using sdk_value = fib_via_t;
@@ -156,7 +156,7 @@ private:
    mpls_label_t mpls_label_;
 };
 
-// What routes share: a set of ways out, or a nexthop group.
+// A set of paths or a nexthop group, which routes share.
 class fib_fec_t {
 public:
    using sdk_value = fib_fec_t;
@@ -173,7 +173,7 @@ public:
    void nexthop_group_name_is(std::string v) { nexthop_group_name_ = std::move(v); }
    // In the order in which they were set.
    [[nodiscard]] const std::vector<fib_via_t>& via() const noexcept { return via_; }
-   // Adds a via; one that is there already is not added again. Costs the same however many there are.
+   // Adds a via; a no-op if an equal one exists. Constant cost, however many vias there are.
    void via_set(fib_via_t via);
 
    bool operator==(const fib_fec_t& other) const;
@@ -181,7 +181,7 @@ public:
    [[nodiscard]] std::string to_string() const;
 
 private:
-   // Where `via` stands in places_, or the free place where it belongs.
+   // The index in places_ of `via`, or of the free place for it.
    [[nodiscard]] std::size_t place_of(const fib_via_t& via) const;
    void grow_places();
 
@@ -189,8 +189,8 @@ private:
    fib_fec_type_t fec_type_ = fib_fec_type_t::undefined;
    std::string nexthop_group_name_;
    std::vector<fib_via_t> via_;
-   // A hash table over via_ once that is long: positions counted from 1, 0 for a free place; its size is a
-   // power of 2 and at least twice the number of vias.
+   // A hash table over via_, used once via_ is long: holds positions counted from 1, and 0 for a free place.
+   // Its size is a power of 2 and at least twice the number of vias.
    std::vector<std::uint32_t> places_;
 };
 

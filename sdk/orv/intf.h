@@ -20,8 +20,8 @@ enum class oper_status_t : std::uint8_t {
 
 class intf_mgr;
 
-// Registers with the manager for its life; a null manager registers nothing. The
-// manager outlives it.
+// Registers with the manager for its lifetime; registers nothing if the manager is null.
+// REQUIRES: the manager outlives the handler.
 class intf_handler {
 public:
    explicit intf_handler(intf_mgr* mgr);
@@ -47,11 +47,11 @@ private:
 };
 
 struct intf_iter_impl : iter_impl<intf_id_t> {};
-// By name, numbers by their value.
+// Ordered by name, with digits compared as numbers.
 using intf_iter_t = iter_base<intf_id_t, intf_iter_impl>;
 
-// An interface that the switch does not have throws invalid_argument_error naming
-// it, in every operation but exists.
+// THROWS: invalid_argument_error, naming the interface, if it does not exist; from every operation except
+// exists.
 class intf_mgr {
 public:
    virtual ~intf_mgr() = default;
@@ -63,12 +63,12 @@ public:
    [[nodiscard]] virtual std::string description(const intf_id_t& intf) const = 0;
    virtual void description_is(const intf_id_t& intf, const std::string& description) = 0;
    [[nodiscard]] virtual oper_status_t oper_status(const intf_id_t& intf) const = 0;
-   // The interface that the kernel calls by this name.
+   // The interface with this kernel name.
    [[nodiscard]] virtual intf_id_t orv_intf_name(const std::string& kernel_name) const = 0;
-   // The kernel's name of an interface.
+   // The kernel name of an interface.
    [[nodiscard]] virtual std::string kernel_intf_name(const intf_id_t& intf) const = 0;
 
-   // For handlers and for whoever implements the manager.
+   // For handlers and for implementations of the manager.
    [[nodiscard]] watch_list<intf_handler, intf_id_t>& handlers() noexcept { return handlers_; }
 
 private:

@@ -9,8 +9,8 @@
 
 namespace orv {
 
-// An interface that the switch does not have throws invalid_argument_error naming it.
-// One that nothing is counted for answers zeros, with the sample time 0.
+// THROWS: invalid_argument_error, naming the interface, if it does not exist. An interface without counters
+// returns zeros, with sample time 0.
 class intf_counter_mgr {
 public:
    virtual ~intf_counter_mgr() = default;

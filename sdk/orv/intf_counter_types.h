@@ -69,7 +69,7 @@ private:
    double sample_time_ = 0;
 };
 
-// Traffic of an interface now.
+// Current traffic rates of an interface.
 class intf_traffic_rates_t {
 public:
    using sdk_value = intf_traffic_rates_t;

@@ -31,9 +31,8 @@ void check_form(std::string_view name) {
    }
 }
 
-// The interned names: a hash table with open addressing that readers walk without
-// a lock. A slot is written once; growing publishes a new array and keeps the old
-// one, which a reader may still be walking.
+// The interned names: a hash table with open addressing that readers probe without a lock. A slot is written
+// once. Growing publishes a new array and keeps the old one, which a reader may still be probing.
 class name_table {
 public:
    const held_name* find(std::string_view name, std::size_t hash) const noexcept {
@@ -49,7 +48,7 @@ public:
    const held_name* intern(std::string_view name, std::size_t hash) {
       const std::lock_guard guard(mutex_);
       if (const held_name* const held = find(name, hash)) return held;
-      // At most half full, so that a walk always ends at a free slot.
+      // At most half full, so that a probe always ends at a free slot.
       const slots* const now = current_.load(std::memory_order_relaxed);
       if (now == nullptr || 2 * (names_.size() + 1) > now->mask + 1) grow();
       names_.push_back(std::make_unique<held_name>(name, hash, static_cast<std::uint32_t>(names_.size())));
@@ -97,8 +96,7 @@ std::size_t hash_text(std::string_view name) {
    return std::hash<std::string_view>{}(name);
 }
 
-// Takes a run of digits off the front of both and compares the numbers, leading
-// zeros apart.
+// Removes a run of digits from the front of both and compares the numbers, ignoring leading zeros.
 std::strong_ordering order_digits(std::string_view& a, std::string_view& b) {
    const auto take = [](std::string_view& text) {
       std::size_t end = 0;
@@ -159,7 +157,7 @@ bool intf_id_t::same_text(const intf_id_t& other) const noexcept {
 std::strong_ordering intf_id_t::order(const intf_id_t& other) const noexcept {
    const std::string_view mine = name();
    const std::string_view theirs = other.name();
-   // Names that differ in leading zeros alone are still two names.
+   // Names that differ only in leading zeros are still different names.
    if (const auto natural = natural_order(mine, theirs); natural != 0) return natural;
    return mine <=> theirs;
 }

@@ -1,17 +1,13 @@
 // The name of an interface.
 //
-// An intf_id_t is one pointer wide. Names that the switch has made known, those of
-// its interfaces, stand once in a table of the process: an id of such a name costs
-// nothing to copy and compares by pointer. Any other name is held by the ids that
-// carry it and goes with the last of them, so that names from the network leave
-// nothing behind.
+// An intf_id_t is one pointer wide. The names of the switch's interfaces are interned in a process-wide
+// table: an id of such a name is cheap to copy and compares by pointer. Any other name is reference-counted
+// and freed with its last id, so that names from the network do not accumulate.
 //
-// Whether an interface of the name exists is the managers' question, not this
-// type's.
+// An id does not imply that the interface exists; ask the managers.
 //
-// Thread-safety: plain value; the copies of one id may be used by several threads.
-// host::intf_name_known may be called by any thread. Looking a name up takes no
-// lock.
+// Thread-safety: plain value; several threads may use copies of one id. Any thread may call
+// host::intf_name_known. Looking a name up takes no lock.
 #pragma once
 
 #include <atomic>
@@ -25,7 +21,7 @@
 
 namespace orv {
 
-// Ordered by name, runs of digits by their number: Ethernet2 before Ethernet10.
+// Ordered by name, with runs of digits compared as numbers: Ethernet2 before Ethernet10.
 class intf_id_t {
 public:
    using sdk_value = intf_id_t;
@@ -33,9 +29,9 @@ public:
 
    // The null interface, which has the empty name.
    constexpr intf_id_t() noexcept = default;
-   // The empty name is the null interface. A name longer than 64 bytes, or with
-   // anything but letters, digits and the characters . / - _ : in it, throws
-   // invalid_argument_error naming it.
+   // The empty name gives the null interface.
+   // THROWS: invalid_argument_error, naming the text, if it is longer than 64 bytes or has characters other
+   // than letters, digits and . / - _ :
    explicit intf_id_t(std::string_view name);
 
    intf_id_t(const intf_id_t& other) noexcept : name_(other.name_) { hold(); }
@@ -57,20 +53,20 @@ public:
       return a.name_ == b.name_ ? std::strong_ordering::equal : a.order(b);
    }
    [[nodiscard]] std::size_t hash() const noexcept { return name_ == nullptr ? 0 : name_->hash; }
-   // The name. Valid as long as an id of it is.
+   // The name, valid as long as this id or a copy of it exists.
    [[nodiscard]] std::string_view name() const noexcept {
       return name_ == nullptr ? std::string_view{} : std::string_view(name_->text);
    }
    [[nodiscard]] std::string to_string() const { return std::string(name()); }
 
-   // Counted from 0 in the order in which the switch made its names known; no_index
-   // for any other name, until it becomes known. One index is one name's for ever.
+   // Index of an interned name, counted from 0 in the order of interning and never reused; no_index for any
+   // other name, until it is interned.
    static constexpr std::uint32_t no_index = std::numeric_limits<std::uint32_t>::max();
    [[nodiscard]] std::uint32_t index() const noexcept {
       return name_ != nullptr && name_->interned() ? name_->index : index_by_text();
    }
 
-   // A name and how it is held. One with an index is interned, and never freed.
+   // A name and its reference count. A name with an index is interned and never freed.
    struct held_name {
       held_name(std::string_view name, std::size_t name_hash, std::uint32_t name_index)
            : text(name), hash(name_hash), index(name_index), holders(1) {}
@@ -91,7 +87,7 @@ private:
       if (name_ != nullptr && !name_->interned()) release();
    }
    void release() noexcept;
-   // For an id that was made before its name became known, if it is.
+   // For an id that was created before its name was interned; no_index if it never was.
    [[nodiscard]] std::uint32_t index_by_text() const noexcept;
    [[nodiscard]] bool same_text(const intf_id_t& other) const noexcept;
    [[nodiscard]] std::strong_ordering order(const intf_id_t& other) const noexcept;
@@ -103,9 +99,9 @@ static_assert(sizeof(intf_id_t) == sizeof(void*), "interface ids are copied on h
 
 namespace host {
 
-// Makes a name of the switch's own known for the life of the process and answers
-// its id; refuses what intf_id_t refuses. For names of interfaces that exist, never
+// Interns a name for the life of the process and returns its id. For names of interfaces that exist, never
 // for input.
+// THROWS: as the constructor of intf_id_t.
 intf_id_t intf_name_known(std::string_view name);
 
 }  // namespace host

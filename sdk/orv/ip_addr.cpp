@@ -9,7 +9,7 @@ namespace {
 
 using groups_t = std::array<std::uint16_t, 8>;
 
-// The longest run of zero groups, the first of equals; one group is no run.
+// The longest run of zero groups, the first if several are equally long. A single group does not count.
 struct zero_run {
    std::size_t start = 0;
    std::size_t length = 0;
@@ -35,7 +35,7 @@ std::string ipv6_text(const std::uint8_t* b) {
    for (std::size_t i = 0; i < groups.size(); ++i) {
       groups[i] = static_cast<std::uint16_t>((b[2 * i] << 8) | b[2 * i + 1]);
    }
-   // RFC 5952 section 5: an address of ::ffff:0:0/96 shows its IPv4 part as one.
+   // RFC 5952 section 5: an address in ::ffff:0:0/96 shows its IPv4 part as a dotted quad.
    constexpr std::array<std::uint8_t, 12> kMapped{0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0xff, 0xff};
    if (std::memcmp(b, kMapped.data(), kMapped.size()) == 0) return "::ffff:" + dotted(b + 12);
 
@@ -57,7 +57,7 @@ std::string ipv6_text(const std::uint8_t* b) {
 
 ip_addr_t::ip_addr_t(std::string_view text) {
    if (text.empty()) return;
-   // inet_pton takes a terminated text, so one with a zero byte inside is no address.
+   // inet_pton stops at the first zero byte, so a text that contains one is rejected here.
    std::array<char, INET6_ADDRSTRLEN> terminated{};
    if (text.size() < terminated.size() && text.find('\0') == std::string_view::npos) {
       std::memcpy(terminated.data(), text.data(), text.size());

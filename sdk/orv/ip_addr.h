@@ -1,4 +1,4 @@
-// An IP address of either family, or none.
+// An IPv4 or IPv6 address, or the null address.
 //
 // Thread-safety: plain value.
 #pragma once
@@ -14,12 +14,12 @@
 
 namespace orv {
 
-// The families' numbers, as ip_addr_t::af answers them.
+// Address families, as ip_addr_t::af returns them.
 inline constexpr std::uint8_t af_none = 0;
 inline constexpr std::uint8_t af_ipv4 = 4;
 inline constexpr std::uint8_t af_ipv6 = 6;
 
-// Ordered by family, then by the address in network order.
+// Ordered by family, then by the address in network byte order.
 class ip_addr_t {
 public:
    using sdk_value = ip_addr_t;
@@ -27,19 +27,18 @@ public:
    // The null address: family 0, all bytes zero.
    constexpr ip_addr_t() = default;
 
-   // `bytes` in network order: 4 of them for family 4, 16 for family 6, none for
-   // any other family. A family unknown here is kept as a number; whoever cannot
-   // handle it refuses it.
+   // `bytes` in network byte order: 4 bytes for family 4, 16 for family 6, none for any other family. An
+   // unknown family is kept as a number; users that cannot handle it refuse it.
    ip_addr_t(std::uint8_t family, const void* bytes) : af_(family) {
       if (const std::size_t size = size_of(family); size != 0) std::memcpy(bytes_.data(), bytes, size);
    }
 
-   // From text: dotted quad or RFC 4291 section 2.2; the empty text is the null
-   // address. Anything else throws invalid_argument_error naming the text.
+   // Parses a dotted quad or RFC 4291 section 2.2; the empty text gives the null address.
+   // THROWS: invalid_argument_error, naming the text, for anything else.
    explicit ip_addr_t(std::string_view text);
 
    [[nodiscard]] constexpr std::uint8_t af() const noexcept { return af_; }
-   // 16 bytes, of which the family's size is used and the rest is zero.
+   // Always 16 bytes; those beyond the family's size are zero.
    [[nodiscard]] const std::uint8_t* addr() const noexcept { return bytes_.data(); }
    // The address alone: 0, 4 or 16 bytes.
    [[nodiscard]] std::span<const std::uint8_t> bytes() const noexcept {

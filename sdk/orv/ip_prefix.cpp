@@ -7,7 +7,7 @@
 namespace orv {
 namespace {
 
-// Mask of the bits of byte `index` that lie behind `length`.
+// Mask of the bits of byte `index` beyond prefix length `length`.
 std::uint8_t host_bits(std::size_t index, std::uint32_t length) {
    const std::uint32_t first = static_cast<std::uint32_t>(index) * 8;
    if (length >= first + 8) return 0;

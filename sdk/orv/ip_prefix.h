@@ -7,26 +7,25 @@
 
 namespace orv {
 
-// A network: an address with nothing behind its length. Ordered by address, then
-// by length.
+// A network: an address without host bits. Ordered by address, then by length.
 class ip_prefix_t {
 public:
    using sdk_value = ip_prefix_t;
 
    // The null prefix: the null address with length 0.
    constexpr ip_prefix_t() = default;
-   // A length above the width of the family (0, 32, 128), an address of an unknown
-   // family, or a bit set behind the length throws invalid_argument_error naming
-   // the value.
+   // THROWS: invalid_argument_error, naming the value, for a length above the width of the family (0, 32,
+   // 128), an unknown family, or a host bit that is set.
    ip_prefix_t(const ip_addr_t& network, std::uint32_t prefix_length);
-   // From "ADDRESS/LENGTH", or an address alone, which is a host prefix; the empty
-   // text is the null prefix. Refuses as the constructor above does.
+   // Parses "ADDRESS/LENGTH", or an address alone, which gives a host prefix; the empty text gives the null
+   // prefix.
+   // THROWS: invalid_argument_error for any other text, and as the constructor above.
    explicit ip_prefix_t(std::string_view text);
 
    [[nodiscard]] constexpr std::uint8_t af() const noexcept { return network_.af(); }
    [[nodiscard]] constexpr const ip_addr_t& network() const noexcept { return network_; }
    [[nodiscard]] constexpr std::uint8_t prefix_length() const noexcept { return prefix_length_; }
-   // True when `addr` lies in this prefix.
+   // True if `addr` is in this prefix.
    [[nodiscard]] bool contains(const ip_addr_t& addr) const noexcept;
 
    auto operator<=>(const ip_prefix_t&) const = default;
@@ -42,9 +41,8 @@ private:
 static_assert(sizeof(ip_prefix_t) <= 20 && std::is_trivially_copyable_v<ip_prefix_t>,
               "prefixes are copied on hot paths");
 
-// An address with a mask length, as interfaces and ACL rules have it: bits behind
-// the length may be set. No value is refused here; a manager that is given a length
-// above the family's width refuses it.
+// An address with a mask length, as in interfaces and ACL rules: host bits may be set. Accepts any value;
+// managers refuse a length above the family's width.
 class ip_addr_mask_t {
 public:
    using sdk_value = ip_addr_mask_t;

@@ -23,8 +23,8 @@ enum class ip_route_action_t : std::uint8_t {
 };
 [[nodiscard]] std::string_view enum_text(ip_route_action_t v) noexcept;
 
-// Identity of an IP route: a prefix, and a preference (administrative distance) where
-// several sources offer one prefix. Smaller preferences win; the default is 1.
+// Identity of an IP route: a prefix and a preference (administrative distance), which ranks several sources
+// of one prefix. The smallest preference wins; the default is 1.
 class ip_route_key_t {
 public:
    using sdk_value = ip_route_key_t;
@@ -58,10 +58,10 @@ public:
 
    [[nodiscard]] const ip_route_key_t& key() const noexcept { return key_; }
    void key_is(const ip_route_key_t& v) { key_ = v; }
-   // Freely chosen mark of the route's owner; 0 for none.
+   // Tag that the route's owner chooses freely; 0 for none.
    [[nodiscard]] std::uint32_t tag() const noexcept { return tag_; }
    void tag_is(std::uint32_t v) { tag_ = v; }
-   // True for a route that goes to the FIB without the RIB's selection.
+   // True for a route that enters the FIB without the RIB's selection.
    [[nodiscard]] bool rib_bypass() const noexcept { return rib_bypass_; }
    void rib_bypass_is(bool v) { rib_bypass_ = v; }
    // Name under which the route is grouped with configuration commands.
@@ -79,8 +79,8 @@ private:
    std::string command_tag_;
 };
 
-// One way out of an IP route: a hop, an interface, a VXLAN tunnel or a nexthop group.
-// A via that carries nothing but its route key is bare.
+// One path of an IP route: a hop, an interface, a VXLAN tunnel or a nexthop group. A via with nothing but a
+// route key is bare.
 class ip_route_via_t {
 public:
    using sdk_value = ip_route_via_t;
@@ -120,7 +120,7 @@ public:
    // VXLAN interface; null for none.
    [[nodiscard]] const intf_id_t& vxlan_intf() const noexcept { return vxlan_intf_; }
    void vxlan_intf_is(intf_id_t v) { vxlan_intf_ = std::move(v); }
-   // Packets from the tunnel are accepted from this endpoint alone.
+   // Packets from the tunnel are accepted only from this endpoint.
    [[nodiscard]] bool vtep_sip_validation() const noexcept { return vtep_sip_validation_; }
    void vtep_sip_validation_is(bool v) { vtep_sip_validation_ = v; }
    // Share of the traffic among the vias of a route; 0 counts as 1.

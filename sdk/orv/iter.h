@@ -1,12 +1,11 @@
 // Iterators over the switch's tables.
 //
-// An iterator is true while it stands on a row and holds that row or a copy of it,
-// so what * and -> answer stays as it is whatever happens to the table. A table may
-// change between two steps: no row comes twice, a row that is there for the whole
-// walk comes once, and rows come in key order.
+// An iterator is true while it is at a row. It holds that row or a copy, so changes of the table do not
+// affect * and ->. A table may change between two steps: rows come in key order, no row comes twice, and a
+// row that exists during the whole iteration comes once.
 //
-// Thread-safety: making and stepping an iterator are calls of the SDK (lock.h);
-// *, -> and bool are not. One iterator must not be used by two threads at once.
+// Thread-safety: creating and advancing an iterator are SDK calls (lock.h); *, -> and bool are not. One
+// iterator must not be used by two threads at once.
 #pragma once
 
 #include <concepts>
@@ -17,18 +16,18 @@
 
 namespace orv {
 
-// The table's side of an iterator. It remembers where the walk stands by key and
-// never by position.
+// The table's side of an iterator. It remembers its position by key, never by index.
 template <typename T>
 class iter_impl {
 public:
    virtual ~iter_impl() = default;
-   // Writes the next row to `row`; false, with `row` in any state, when none is left.
+   // Writes the next row to `row`.
+   // RETURNS: false if no row is left; `row` is then unspecified.
    virtual bool next(T& row) = 0;
-   // The same for a table that need not copy: answers the next row where it is, or null. This object keeps it
-   // there, unchanged, until its next step, and a clone does so for itself.
+   // The same for a table that need not copy: returns the next row in place, or null. This object keeps that
+   // row unchanged until its next step; a clone does the same for its own row.
    virtual const T* next_row(T& row) { return next(row) ? &row : nullptr; }
-   // A copy that continues from the same place.
+   // A copy that continues from the same position.
    [[nodiscard]] virtual std::unique_ptr<iter_impl<T>> clone() const = 0;
 };
 
@@ -40,9 +39,9 @@ public:
    using value_type = T;
    using impl_type = Impl;
 
-   // At its end from the start.
+   // An iterator that is at its end.
    iter_base() = default;
-   // Stands on the first row. A null implementation is an empty table.
+   // Begins at the first row. A null implementation is an empty table.
    explicit iter_base(std::unique_ptr<Impl> impl) : impl_(std::move(impl)) { step(); }
 
    iter_base(const iter_base& other)
@@ -58,11 +57,12 @@ public:
    ~iter_base() = default;
 
    explicit operator bool() const noexcept { return impl_ != nullptr; }
-   // Only on an iterator that is true. Valid until the next step.
+   // The current row, valid until the next step.
+   // REQUIRES: the iterator is true.
    const T& operator*() const noexcept { return lent_ != nullptr ? *lent_ : row_; }
    const T* operator->() const noexcept { return &**this; }
 
-   // At the end of the walk nothing happens.
+   // A no-op at the end.
    iter_base& operator++() {
       sdk_lock_check();
       step();
@@ -79,7 +79,7 @@ private:
 
    std::unique_ptr<iter_impl<T>> impl_;
    T row_{};
-   // The implementation's, in place of row_.
+   // The implementation's row, used in place of row_ if not null.
    const T* lent_ = nullptr;
 };
 

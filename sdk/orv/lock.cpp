@@ -22,14 +22,14 @@ private:
 };
 
 host::lock_backend& default_backend() {
-   // Never destroyed: threads may still use the lock while the process ends.
+   // Never destroyed: threads may still use the lock while the process exits.
    static auto* const backend = new mutex_backend;
    return *backend;
 }
 
 constinit std::atomic<host::lock_backend*> installed{nullptr};
 
-// For the report of a missing lock only; 0 stands for no thread.
+// Only for the report of a missing lock; 0 means no thread.
 using thread_number = std::uintptr_t;
 thread_number this_thread() noexcept {
    return static_cast<thread_number>(::pthread_self());

@@ -1,11 +1,10 @@
 // The SDK's lock, and the check that it is held.
 //
-// The SDK has one main thread, which may call it at any time. Every other thread
-// holds an sdk_scoped_lock around its calls, and is then exclusive with the main
-// loop and with all other holders.
+// The SDK has one main thread, which may call it at any time. Every other thread must hold an sdk_scoped_lock
+// around its calls, which excludes the main loop and all other holders.
 //
-// Thread-safety: sdk_scoped_lock and sdk_lock_check may be used by any thread. A
-// lock belongs to the thread that made it.
+// Thread-safety: any thread may use sdk_scoped_lock and sdk_lock_check. A lock belongs to the thread that
+// created it.
 #pragma once
 
 #include <atomic>
@@ -14,35 +13,35 @@
 namespace orv {
 namespace host {
 
-// What stands behind sdk_scoped_lock. Whoever runs the SDK's main loop installs
-// its own, so that a holder is exclusive with that loop.
+// The implementation behind sdk_scoped_lock. The host that runs the SDK's main loop installs its own, so that
+// a holder excludes that loop.
 class lock_backend {
 public:
    virtual ~lock_backend() = default;
    virtual void acquire() = 0;
    virtual void release() noexcept = 0;
-   // Makes final what a release would make final, such as writes that it commits, and
-   // keeps the lock. Must do nothing on a thread that does not hold the lock.
+   // Makes final what a release would make final, such as writes that it commits, but keeps the lock. Must be
+   // a no-op on a thread that does not hold the lock.
    virtual void settle() noexcept {}
 };
 
-// Installs a backend, which must outlive its use; null restores the default, a
-// process-wide mutex. Must not be called while any thread holds the lock.
+// Installs a backend, which must outlive its use; null restores the default, a process-wide mutex.
+// REQUIRES: no thread holds the lock.
 void lock_backend_is(lock_backend* backend) noexcept;
 
-// Makes the calling thread the main thread, in place of any earlier one. As long
-// as no thread is marked, every thread counts as the main thread.
+// Makes the calling thread the main thread, in place of any earlier one. While no thread is marked, every
+// thread counts as the main thread.
 void main_thread_is() noexcept;
 
-// Back to the state in which no thread is marked.
+// Restores the state in which no thread is marked.
 void main_thread_clear() noexcept;
 
 }  // namespace host
 
 namespace detail {
 
-// A thread is the main thread when its epoch equals the process's, which is 0 as
-// long as no thread is marked. No two marks have the same epoch.
+// A thread is the main thread if its epoch equals the process's, which is 0 while no thread is marked. No two
+// marks have the same epoch.
 struct lock_state {
    std::uint32_t depth = 0;
    std::uint32_t main_epoch = 0;
@@ -68,34 +67,33 @@ public:
    sdk_scoped_lock& operator=(const sdk_scoped_lock&) = delete;
 };
 
-// Gives others a turn in the middle of a long read: lets go of the lock, however
-// often this thread has taken it, and takes it again. What the caller knows of the
-// tables is no longer true then; iterators go on. Does nothing for a thread that has
-// taken no sdk_scoped_lock. A backend that cannot be taken again ends the process.
+// Gives other threads a turn during a long read: releases the lock, however often this thread has taken it,
+// and takes it again. What the caller has read from the tables may be outdated afterwards; iterators
+// continue. A no-op on a thread that holds no sdk_scoped_lock. If the backend cannot be taken again, the
+// process ends.
 inline void sdk_lock_yield() noexcept {
    if (detail::this_thread_lock.depth != 0) detail::lock_yield();
 }
 
-// True when the calling thread may call the SDK.
+// True if the calling thread may call the SDK.
 [[nodiscard]] inline bool sdk_call_allowed() noexcept {
    const detail::lock_state& mine = detail::this_thread_lock;
    const std::uint32_t main = detail::main_epoch.load(std::memory_order_relaxed);
    return mine.depth != 0 || mine.main_epoch == main || main == 0;
 }
 
-// Makes final what the calling thread has done under the lock, as the release of
-// the lock would, and keeps the lock. Whoever tells the outside world of something
-// with the lock still held calls this first: a crash then takes back nothing that
-// was told. An SDK that cannot make it final ends the process. Does nothing for a
-// thread that holds no lock, since its last release has done it already.
+// Makes final what the calling thread has done under the lock, as a release would, but keeps the lock. Call
+// this before reporting a change to the outside while the lock is still held: a crash then cannot undo what
+// was reported. If the SDK cannot make the changes final, the process ends. A no-op on a thread that does not
+// hold the lock, since its last release has made them final.
 inline void sdk_lock_settle() noexcept {
    // The main thread may hold the lock without an sdk_scoped_lock.
    if (sdk_call_allowed()) detail::lock_settle();
 }
 
-// To stand first in every operation of a manager. A caller that is neither the
-// main thread nor a holder of the lock gets a report on standard error and
-// no_scoped_lock_obtained_error.
+// Every operation of a manager calls this first.
+// THROWS: no_scoped_lock_obtained_error, after a report on standard error, if the caller is neither the main
+// thread nor a holder of the lock.
 inline void sdk_lock_check() {
    if (!sdk_call_allowed()) [[unlikely]]
       detail::lock_missing();

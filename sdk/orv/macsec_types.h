@@ -21,7 +21,7 @@ enum class macsec_bypass_t : std::uint8_t {
 
 // Cipher suite (IEEE 802.1AE section 14).
 enum class macsec_cipher_suite_t : std::uint8_t {
-   undefined = 0,  // as the switch is set up
+   undefined = 0,  // as the switch is configured
    gcm_aes_128 = 1,
    gcm_aes_256 = 2,
    gcm_aes_xpn_128 = 3,
@@ -31,7 +31,7 @@ enum class macsec_cipher_suite_t : std::uint8_t {
 
 // What happens to traffic while no key is agreed.
 enum class macsec_profile_traffic_policy_t : std::uint8_t {
-   undefined = 0,    // as the switch is set up
+   undefined = 0,    // as the switch is configured
    active_key = 1,   // passes under the last key that was agreed
    unprotected = 2,  // passes in the clear
    blocked = 3,      // is dropped
@@ -40,7 +40,7 @@ enum class macsec_profile_traffic_policy_t : std::uint8_t {
 
 // State of the key agreement on an interface (IEEE 802.1X section 9).
 enum class macsec_intf_key_status_t : std::uint8_t {
-   none = 0,  // no profile is at work
+   none = 0,  // no profile is active
    in_progress = 1,
    primary = 2,   // agreed with the primary key
    fallback = 3,  // agreed with the fallback key
@@ -57,7 +57,7 @@ enum class macsec_intf_traffic_status_t : std::uint8_t {
 };
 [[nodiscard]] std::string_view enum_text(macsec_intf_traffic_status_t v) noexcept;
 
-// A pre-shared key. The key itself never stands in the text form.
+// A pre-shared key. The text form never shows the key itself.
 class macsec_key_t {
 public:
    using sdk_value = macsec_key_t;
@@ -94,7 +94,7 @@ public:
    macsec_profile_t() = default;
    explicit macsec_profile_t(std::string name) : name_(std::move(name)) {}
 
-   // The peer with the smallest priority hands out the keys.
+   // The peer with the smallest priority distributes the keys.
    [[nodiscard]] std::uint8_t key_server_priority() const noexcept { return key_server_priority_; }
    void key_server_priority_is(std::uint8_t v) { key_server_priority_ = v; }
    [[nodiscard]] const std::string& name() const noexcept { return name_; }
@@ -102,13 +102,13 @@ public:
    // The key that is used first.
    [[nodiscard]] const macsec_key_t& primary_key() const noexcept { return primary_key_; }
    void primary_key_is(macsec_key_t v) { primary_key_ = std::move(v); }
-   // The key that is used where the peer does not have the primary one.
+   // The key that is used if the peer does not have the primary one.
    [[nodiscard]] const macsec_key_t& fallback_key() const noexcept { return fallback_key_; }
    void fallback_key_is(macsec_key_t v) { fallback_key_ = std::move(v); }
    // Seconds after which a new key is agreed; 0 for never.
    [[nodiscard]] std::uint32_t rekey_period() const noexcept { return rekey_period_; }
    void rekey_period_is(std::uint32_t v) { rekey_period_ = v; }
-   // Seconds after which a silent peer is given up.
+   // Seconds after which a silent peer is considered dead.
    [[nodiscard]] std::uint32_t mka_life_time() const noexcept { return mka_life_time_; }
    void mka_life_time_is(std::uint32_t v) { mka_life_time_ = v; }
    [[nodiscard]] macsec_cipher_suite_t cipher() const noexcept { return cipher_; }
@@ -129,13 +129,13 @@ public:
    // Frames that arrive out of order are dropped.
    [[nodiscard]] bool replay_protection() const noexcept { return replay_protection_; }
    void replay_protection_is(bool v) { replay_protection_ = v; }
-   // Number of frames that one may be late before it counts as out of order.
+   // Number of frames by which a frame may be late before it counts as out of order.
    [[nodiscard]] std::uint32_t replay_protection_window() const noexcept { return replay_protection_window_; }
    void replay_protection_window_is(std::uint32_t v) { replay_protection_window_ = v; }
-   // An old key is given up as soon as a new one is agreed.
+   // An old key is retired as soon as a new one is agreed.
    [[nodiscard]] bool key_retirement_immediate() const noexcept { return key_retirement_immediate_; }
    void key_retirement_immediate_is(bool v) { key_retirement_immediate_ = v; }
-   // Discovery frames pass in the clear at some time.
+   // Discovery frames pass in the clear, always or until a key is agreed.
    [[nodiscard]] bool bypass_lldp() const noexcept { return lldp_bypass_level_ != macsec_bypass_t::none; }
    // The interfaces that use the profile, as the manager reports them.
    [[nodiscard]] const std::set<intf_id_t>& intfs() const noexcept { return intfs_; }
@@ -200,7 +200,7 @@ public:
    // Packets that were decrypted.
    [[nodiscard]] std::uint64_t in_pkts_decrypted() const noexcept { return in_pkts_decrypted_; }
    void in_pkts_decrypted_is(std::uint64_t v) { in_pkts_decrypted_ = v; }
-   // Packets that failed the check of their integrity.
+   // Packets that failed the integrity check.
    [[nodiscard]] std::uint64_t in_pkts_not_valid() const noexcept { return in_pkts_not_valid_; }
    void in_pkts_not_valid_is(std::uint64_t v) { in_pkts_not_valid_ = v; }
    // Bytes that were encrypted.

@@ -1,11 +1,10 @@
-// Mounts: the way to platform state that no manager shows.
+// Mounts: access to platform state that no manager exposes.
 //
-// A handler says in doMounts what it wants mounted, as reader or as the one writer,
-// and gets at the mounted state from onMountsComplete on. What it mounted stays
-// mounted for its life.
+// In doMounts a handler requests its mounts, as reader or as the only writer. It can access the mounted state
+// from onMountsComplete on. Its mounts last for its lifetime.
 //
-// Thread-safety: handlers are made, called and destroyed on the main thread or under
-// sdk_scoped_lock (lock.h); the two calls come from the main loop.
+// Thread-safety: handlers are created, called and destroyed on the main thread or under sdk_scoped_lock
+// (lock.h); the two callbacks come from the main loop.
 #pragma once
 
 namespace Pavo {
@@ -25,8 +24,8 @@ namespace orv {
 
 class mount_mgr;
 
-// Registers with the manager for its life; a null manager registers nothing. The
-// manager outlives it.
+// Registers with the manager for its lifetime; registers nothing if the manager is null.
+// REQUIRES: the manager outlives the handler.
 class mount_handler {
 public:
    explicit mount_handler(mount_mgr* mgr);
@@ -34,18 +33,18 @@ public:
    mount_handler(const mount_handler&) = delete;
    mount_handler& operator=(const mount_handler&) = delete;
 
-   // Comes once, before on_initialized of the agent's handlers for a handler that was
-   // made before, else soon. A mount that throws, because the path has a writer
-   // already, passes through here.
+   // Called once: before on_initialized of the agent's handlers if this handler exists by then, otherwise
+   // soon after its creation. An exception from a mount, for instance because the path already has a writer,
+   // propagates through this call.
    virtual void doMounts(const Pavo::Ptr<Tessel::MountGroup>& state,
                          const Pavo::Ptr<ZeltSharedMem::MountGroup>& shared);
-   // Comes once, behind doMounts.
+   // Called once, after doMounts.
    virtual void onMountsComplete(const Pavo::Ptr<Tessel::EntityManager>& state,
                                  const Pavo::Ptr<ZeltSharedMem::EntityManager>& shared);
 
    // True once the mounts are complete.
    [[nodiscard]] bool initialized() const noexcept { return initialized_; }
-   // For whoever implements the manager, before it calls onMountsComplete.
+   // For implementations of the manager, before they call onMountsComplete.
    void initialized_is(bool initialized) noexcept { initialized_ = initialized; }
 
    [[nodiscard]] mount_mgr* get_mount_mgr() const noexcept { return mgr_; }

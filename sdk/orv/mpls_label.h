@@ -19,7 +19,7 @@ public:
 
    // The null label.
    constexpr mpls_label_t() = default;
-   // A number above null_label throws invalid_range_error naming it.
+   // THROWS: invalid_range_error, naming the number, if it is above null_label.
    constexpr explicit mpls_label_t(std::uint32_t label) : label_(label) {
       if (label > null_label) refuse(label);
    }

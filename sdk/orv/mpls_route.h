@@ -12,8 +12,8 @@ namespace orv {
 
 class mpls_route_mgr;
 
-// Registers with the manager for its life; a null manager registers nothing. The
-// manager outlives it.
+// Registers with the manager for its lifetime; registers nothing if the manager is null.
+// REQUIRES: the manager outlives the handler.
 class mpls_route_handler {
 public:
    explicit mpls_route_handler(mpls_route_mgr* mgr);
@@ -25,8 +25,8 @@ public:
    void watch_all_mpls_routes(bool interest);
    void watch_mpls_route(const mpls_route_key_t& key, bool interest);
 
-   // Hardware has the route, with this FEC, or has it no more. FEC events go to those
-   // who watch all routes.
+   // The route was programmed in hardware with this FEC, or was removed from hardware. Only handlers that
+   // watch all routes receive FEC events.
    virtual void on_mpls_route_set(const mpls_route_key_t& key, mpls_fec_id_t fec);
    virtual void on_mpls_route_del(const mpls_route_key_t& key);
    virtual void on_mpls_fec_set(mpls_fec_id_t fec);
@@ -42,21 +42,21 @@ struct mpls_route_iter_impl : iter_impl<mpls_route_t> {};
 struct mpls_route_via_iter_impl : iter_impl<mpls_route_via_t> {};
 struct mpls_route_status_iter_impl : iter_impl<mpls_route_status_t> {};
 struct mpls_route_via_status_iter_impl : iter_impl<mpls_route_via_t> {};
-// By key; vias of one route.
+// Routes, ordered by key; vias of one route.
 using mpls_route_iter_t = iter_base<mpls_route_t, mpls_route_iter_impl>;
 using mpls_route_via_iter_t = iter_base<mpls_route_via_t, mpls_route_via_iter_impl>;
-// The same as they stand in hardware.
+// The same, as programmed in hardware.
 using mpls_route_status_iter_t = iter_base<mpls_route_status_t, mpls_route_status_iter_impl>;
 using mpls_route_via_status_iter_t = iter_base<mpls_route_via_t, mpls_route_via_status_iter_impl>;
 
-// A value that the switch refuses throws one of the errors of error.h, naming it;
-// nothing has changed then.
+// THROWS: one of the errors of error.h, naming the value, if the switch refuses a value. Nothing changes
+// then.
 class mpls_route_mgr {
 public:
    virtual ~mpls_route_mgr() = default;
 
-   // Between the two every entry that is not set again is stale; resync_complete
-   // removes what is. A second resync_init makes everything stale once more.
+   // resync_init marks every entry stale; setting an entry again clears its mark. resync_complete removes the
+   // entries that are still stale. A second resync_init marks every entry again.
    virtual void resync_init() = 0;
    virtual void resync_complete() = 0;
 
@@ -67,40 +67,38 @@ public:
         const mpls_route_key_t& key) const = 0;
 
    [[nodiscard]] virtual bool exists(const mpls_route_key_t& key) const = 0;
-   // True when the route has a via that equals this one in all fields. A bare via
-   // stands for any via of its route.
+   // True if the route has a via that equals this one in all fields. A bare via matches any via of its route.
    [[nodiscard]] virtual bool exists(const mpls_route_via_t& via) const = 0;
-   // Smallest metric among the routes of these labels; 0 where there is none.
+   // Smallest metric among the routes with these labels; 0 if there is none.
    [[nodiscard]] virtual std::uint8_t metric(const mpls_route_key_t& key) const = 0;
-   // FEC of the route in hardware; 0 where there is none.
+   // FEC of the route in hardware; 0 if there is none.
    [[nodiscard]] virtual mpls_fec_id_t fec_id(const mpls_route_key_t& key) const = 0;
 
-   // Makes or changes the route; its vias stay.
+   // Creates or changes the route; its vias stay.
    virtual void mpls_route_set(const mpls_route_t& route) = 0;
-   // Removes the route and its vias. A route that is not there is no error.
+   // Removes the route and its vias. A no-op if the route does not exist.
    virtual void mpls_route_del(const mpls_route_key_t& key) = 0;
-   // Adds a via to a route that exists, or overwrites the one of the same identity:
-   // hop and interface, or the nexthop group.
+   // Adds a via to an existing route, or overwrites the via with the same identity: hop and interface, or the
+   // nexthop group.
    virtual void mpls_route_via_set(const mpls_route_via_t& via) = 0;
-   // Removes the via that equals this one in all fields; a bare via stands for all
-   // vias of its route. Nothing to remove is no error.
+   // Removes the via that equals this one in all fields; a bare via removes all vias of its route. A no-op if
+   // no via matches.
    virtual void mpls_route_via_del(const mpls_route_via_t& via) = 0;
 
-   // A default route object where there is none.
+   // A default route object if the route does not exist.
    [[nodiscard]] virtual mpls_route_t mpls_route(const mpls_route_key_t& key) const = 0;
 
-   // For handlers and for whoever implements the manager.
+   // For handlers and for implementations of the manager.
    [[nodiscard]] watch_list<mpls_route_handler, mpls_route_key_t>& handlers() noexcept { return handlers_; }
 
 private:
    watch_list<mpls_route_handler, mpls_route_key_t> handlers_;
 };
 
-// What an implementation offers beyond the public manager. The manager that
-// sdk::get_mpls_route_mgr answers is one.
+// Operations beyond the public manager. The manager that sdk::get_mpls_route_mgr returns has them.
 class MplsRouteMgrImpl : public mpls_route_mgr {
 public:
-   // Version of the route that hardware has; 0 for an unversioned one or none.
+   // Version of the route in hardware; 0 if it has no version or does not exist.
    [[nodiscard]] virtual std::uint16_t hw_version_id(const mpls_route_key_t& key) const = 0;
 };
 

@@ -16,7 +16,7 @@
 
 namespace orv {
 
-// What is done to the label stack of a packet.
+// Operation on the label stack of a packet.
 enum class mpls_action_t : std::uint8_t {
    none = 0,
    push = 1,
@@ -26,7 +26,7 @@ enum class mpls_action_t : std::uint8_t {
 };
 [[nodiscard]] std::string_view enum_text(mpls_action_t v) noexcept;
 
-// What a popped stack uncovers.
+// Payload under a popped label stack.
 enum class mpls_payload_type_t : std::uint8_t {
    undefined = 0,
    ipv4 = 1,
@@ -36,7 +36,7 @@ enum class mpls_payload_type_t : std::uint8_t {
 };
 [[nodiscard]] std::string_view enum_text(mpls_payload_type_t v) noexcept;
 
-// How the TTL passes between label and payload (RFC 3443).
+// How the TTL is copied between label and payload (RFC 3443).
 enum class mpls_ttl_mode_t : std::uint8_t {
    undefined = 0,
    uniform = 1,
@@ -44,28 +44,29 @@ enum class mpls_ttl_mode_t : std::uint8_t {
 };
 [[nodiscard]] std::string_view enum_text(mpls_ttl_mode_t v) noexcept;
 
-// Identity of an MPLS route: the labels that it looks up, and a metric where several
-// sources offer one stack. Smaller metrics win. Trivially copyable.
+// Identity of an MPLS route: the labels that it matches and a metric, which ranks several sources of one
+// stack. The smallest metric wins. Trivially copyable.
 class mpls_route_key_t {
 public:
    using sdk_value = mpls_route_key_t;
-   // Labels that a switch looks up at most.
+   // Maximum number of labels in a look-up.
    static constexpr std::size_t labels_max = 14;
 
    // No label, metric 0: names no route.
    mpls_route_key_t() = default;
    explicit mpls_route_key_t(mpls_label_t label, std::uint8_t metric = 0)
         : mpls_route_key_t(std::span<const mpls_label_t>(&label, 1), metric) {}
-   // Outermost label first. More than labels_max throws invalid_range_error.
+   // Outermost label first.
+   // THROWS: invalid_range_error for more than labels_max labels.
    mpls_route_key_t(std::span<const mpls_label_t> labels, std::uint8_t metric);
 
    [[nodiscard]] std::span<const mpls_label_t> labels() const noexcept { return {labels_.data(), size_}; }
-   // The outermost label; null where there is none.
+   // The outermost label; null if there is none.
    [[nodiscard]] mpls_label_t top_label() const noexcept { return labels_[0]; }
    [[nodiscard]] std::uint8_t metric() const noexcept { return metric_; }
    void metric_is(std::uint8_t v) { metric_ = v; }
 
-   // By labels, a shorter stack in front of its extensions, then by metric.
+   // Ordered by labels, a shorter stack before its extensions, then by metric.
    std::strong_ordering operator<=>(const mpls_route_key_t& other) const noexcept;
    bool operator==(const mpls_route_key_t&) const = default;
    [[nodiscard]] std::size_t hash() const noexcept;
@@ -73,7 +74,7 @@ public:
    [[nodiscard]] std::string to_string() const;
 
 private:
-   // Slots behind size_ hold the null label.
+   // Slots from size_ on hold the null label.
    std::array<mpls_label_t, labels_max> labels_{};
    std::uint8_t size_ = 0;
    std::uint8_t metric_ = 0;
@@ -92,7 +93,7 @@ public:
 
    [[nodiscard]] const mpls_route_key_t& key() const noexcept { return key_; }
    void key_is(const mpls_route_key_t& v) { key_ = v; }
-   // Version that its owner gives to the route; 0 for an unversioned one.
+   // Version that the owner assigns to the route; 0 for none.
    [[nodiscard]] std::uint16_t version_id() const noexcept { return version_id_; }
    void version_id_is(std::uint16_t v) { version_id_ = v; }
 
@@ -105,8 +106,7 @@ private:
    std::uint16_t version_id_ = 0;
 };
 
-// One way out of an MPLS route: a hop or a nexthop group. A via that carries nothing
-// but its route key is bare.
+// One path of an MPLS route: a hop or a nexthop group. A via with nothing but a route key is bare.
 class mpls_route_via_t {
 public:
    using sdk_value = mpls_route_via_t;
@@ -156,7 +156,7 @@ private:
    std::string nexthop_group_;
 };
 
-// A route as it stands in hardware.
+// A route as programmed in hardware.
 class mpls_route_status_t {
 public:
    using sdk_value = mpls_route_status_t;
@@ -169,7 +169,7 @@ public:
    // FEC that the route uses.
    [[nodiscard]] mpls_fec_id_t fec_id() const noexcept { return fec_id_; }
    void fec_id_is(mpls_fec_id_t v) { fec_id_ = v; }
-   // Version of the route that hardware has; 0 for an unversioned one.
+   // Version of the route in hardware; 0 for none.
    [[nodiscard]] std::uint16_t hw_version_id() const noexcept { return hw_version_id_; }
    void hw_version_id_is(std::uint16_t v) { hw_version_id_ = v; }
 

@@ -10,8 +10,8 @@
 
 namespace orv {
 
-// A label that is popped, after which the payload is looked up in a VRF. An entry with
-// an empty VRF name stands for none.
+// A label that is popped, after which the payload is looked up in a VRF. An empty VRF name means that there
+// is no entry.
 class mpls_vrf_label_t {
 public:
    using sdk_value = mpls_vrf_label_t;

@@ -12,8 +12,8 @@ namespace orv {
 
 class nexthop_group_mgr;
 
-// Registers with the manager for its life; a null manager registers nothing. The
-// manager outlives it.
+// Registers with the manager for its lifetime; registers nothing if the manager is null.
+// REQUIRES: the manager outlives the handler.
 class nexthop_group_handler {
 public:
    explicit nexthop_group_handler(nexthop_group_mgr* mgr);
@@ -25,9 +25,9 @@ public:
    void watch_all_nexthop_groups(bool interest);
    void watch_nexthop_group(const std::string& name, bool interest);
 
-   // A group began or ceased to forward, or was deleted, whether it did or not.
+   // A group started or stopped forwarding, or was deleted, even if it did not forward.
    virtual void on_nexthop_group_active(const std::string& name, bool active);
-   // Hardware answered to a set of this version.
+   // Hardware reported the outcome of setting this version.
    virtual void on_nexthop_group_programmed(const std::string& name, std::uint16_t version,
                                             const nexthop_group_programmed_status_t& status);
 
@@ -45,56 +45,55 @@ public:
 
 struct nexthop_group_iter_impl : iter_impl<nexthop_group_t> {};
 struct programmed_nexthop_group_iter_impl : iter_impl<std::string> {};
-// Configured groups by name.
+// Configured groups, ordered by name.
 using nexthop_group_iter_t = iter_base<nexthop_group_t, nexthop_group_iter_impl>;
-// Names of the groups that hardware has.
+// Names of the groups in hardware.
 using programmed_nexthop_group_iter_t = iter_base<std::string, programmed_nexthop_group_iter_impl>;
 
-// A value that the switch refuses throws one of the errors of error.h, naming it;
-// nothing has changed then.
+// THROWS: one of the errors of error.h, naming the value, if the switch refuses a value. Nothing changes
+// then.
 class nexthop_group_mgr {
 public:
    virtual ~nexthop_group_mgr() = default;
 
-   // Between the two every entry that is not set again is stale; resync_complete
-   // removes what is. A second resync_init makes everything stale once more.
+   // resync_init marks every entry stale; setting an entry again clears its mark. resync_complete removes the
+   // entries that are still stale. A second resync_init marks every entry again.
    virtual void resync_init() = 0;
    virtual void resync_complete() = 0;
 
    [[nodiscard]] virtual nexthop_group_iter_t nexthop_group_iter() const = 0;
    [[nodiscard]] virtual programmed_nexthop_group_iter_t programmed_nexthop_group_iter() const = 0;
    [[nodiscard]] virtual bool exists(const std::string& name) const = 0;
-   // As configured; a group without a name where there is none.
+   // As configured; a group without a name if the group does not exist.
    [[nodiscard]] virtual nexthop_group_t nexthop_group(const std::string& name) const = 0;
-   // As in hardware; a group without a name where there is none.
+   // As in hardware; a group without a name if the group does not exist.
    [[nodiscard]] virtual nexthop_group_t programmed_nexthop_group(const std::string& name) const = 0;
    // True while the group forwards.
    [[nodiscard]] virtual bool active(const std::string& name) const = 0;
-   // Not valid where the group, the entry or its counter is not there.
+   // Not valid if the group, the entry or its counter does not exist.
    [[nodiscard]] virtual nexthop_group_entry_counter_t counter(const std::string& name,
                                                                std::uint16_t entry) const = 0;
    [[nodiscard]] virtual nexthop_group_counter_state_t counter_state(const std::string& name) const = 0;
 
    // Replaces the whole group.
    virtual void nexthop_group_set(const nexthop_group_t& group) = 0;
-   // The same; `version_out` gets the version that the manager gave to this state of
-   // the group, 1 to 65535.
+   // The same; `version_out` receives the version that the manager assigned to this state of the group, 1 to
+   // 65535.
    virtual void nexthop_group_set(const nexthop_group_t& group, std::uint16_t& version_out) = 0;
-   // A group that is not there is no error.
+   // A no-op if the group does not exist.
    virtual void nexthop_group_del(const std::string& name) = 0;
 
-   // For handlers and for whoever implements the manager.
+   // For handlers and for implementations of the manager.
    [[nodiscard]] watch_list<nexthop_group_handler, std::string>& handlers() noexcept { return handlers_; }
 
 private:
    watch_list<nexthop_group_handler, std::string> handlers_;
 };
 
-// What an implementation offers beyond the public manager. The manager that
-// sdk::get_nexthop_group_mgr answers is one.
+// Operations beyond the public manager. The manager that sdk::get_nexthop_group_mgr returns has them.
 class NexthopGroupMgrImpl : public nexthop_group_mgr {
 public:
-   // A set with a version of the owner's choice, 1 to 65535.
+   // Sets the group with a version that the owner chooses, 1 to 65535.
    virtual void nexthop_group_set_with_version_id(const nexthop_group_t& group, std::uint16_t version) = 0;
    [[nodiscard]] virtual nexthop_group_programmed_hw_state_t get_nexthop_group_programmed_hw_state(
         const std::string& name) const = 0;

@@ -24,7 +24,7 @@ public:
    // Name of the group; it need not exist yet.
    [[nodiscard]] const std::string& nhg_name() const noexcept { return nhg_name_; }
    void nhg_name_is(std::string v) { nhg_name_ = std::move(v); }
-   // Metric that the tunnel is offered with to other protocols.
+   // Metric with which the tunnel is offered to other protocols.
    [[nodiscard]] std::uint32_t igp_metric() const noexcept { return igp_metric_; }
    void igp_metric_is(std::uint32_t v) { igp_metric_ = v; }
 

@@ -17,7 +17,7 @@
 
 namespace orv {
 
-// What a group puts around the packets that leave through it.
+// Encapsulation of the packets that leave through a group.
 enum class nexthop_group_encap_t : std::uint8_t {
    undefined = 0,
    gre = 1,
@@ -43,7 +43,7 @@ enum class nexthop_group_programmed_hw_state_t : std::uint8_t {
 };
 [[nodiscard]] std::string_view enum_text(nexthop_group_programmed_hw_state_t v) noexcept;
 
-// Outcome of giving counters to a group.
+// Outcome of allocating counters for a group.
 enum class nexthop_group_counter_state_t : std::uint8_t {
    unknown = 0,
    success = 1,
@@ -62,7 +62,7 @@ public:
 
    [[nodiscard]] mpls_action_t action_type() const noexcept { return action_type_; }
    void action_type_is(mpls_action_t v) { action_type_ = v; }
-   // Labels to put on, outermost first.
+   // Labels to impose, outermost first.
    [[nodiscard]] const std::forward_list<mpls_label_t>& label_stack() const noexcept { return label_stack_; }
    void label_stack_is(std::forward_list<mpls_label_t> v) { label_stack_ = std::move(v); }
 
@@ -75,7 +75,7 @@ private:
    std::forward_list<mpls_label_t> label_stack_;
 };
 
-// One way out of a group.
+// One entry of a group.
 class nexthop_group_entry_t {
 public:
    using sdk_value = nexthop_group_entry_t;
@@ -91,7 +91,7 @@ public:
    // Egress interface; null to resolve the next hop.
    [[nodiscard]] const intf_id_t& intf() const noexcept { return intf_; }
    void intf_is(intf_id_t v) { intf_ = std::move(v); }
-   // Name of a group that this entry leads into; empty for none.
+   // Name of a child group; empty for none.
    [[nodiscard]] const std::string& child_nexthop_group() const noexcept { return child_nexthop_group_; }
    void child_nexthop_group_is(std::string v) { child_nexthop_group_ = std::move(v); }
    // Session that protects the entry; the default key for none.
@@ -111,8 +111,8 @@ private:
    std::shared_ptr<const sbfd_echo_session_key_t> sbfd_session_key_;
 };
 
-// A named set of ways out, indexed by slot. Flows are spread over the slots, so a
-// nexthop that fills several slots takes a larger share.
+// A named set of entries, indexed by slot. Flows are spread over the slots, so a next hop in several slots
+// gets a larger share.
 class nexthop_group_t {
 public:
    using sdk_value = nexthop_group_t;
@@ -130,7 +130,7 @@ public:
    // TTL of the outer header.
    [[nodiscard]] std::uint16_t ttl() const noexcept { return ttl_; }
    void ttl_is(std::uint16_t v) { ttl_ = v; }
-   // Source of the outer header; null to take the source interface's.
+   // Source address of the outer header; null to use the source interface's.
    [[nodiscard]] const ip_addr_t& source_ip() const noexcept { return source_ip_; }
    void source_ip_is(const ip_addr_t& v) { source_ip_ = v; }
    // Interface whose address is the source; null for none.
@@ -141,7 +141,7 @@ public:
    void autosize_is(bool v) { autosize_ = v; }
    [[nodiscard]] const slot_map<nexthop_group_entry_t>& nexthops() const noexcept { return nexthops_; }
    void nexthops_is(slot_map<nexthop_group_entry_t> v) { nexthops_ = std::move(v); }
-   // Entries that take over where the entry of the same slot fails.
+   // Entries that take over when the entry of the same slot fails.
    [[nodiscard]] const slot_map<nexthop_group_entry_t>& backup_nexthops() const noexcept {
       return backup_nexthops_;
    }
@@ -149,20 +149,20 @@ public:
    // Destinations of the outer header, by slot.
    [[nodiscard]] const slot_map<ip_addr_t>& destination_ips() const noexcept { return destination_ips_; }
    void destination_ips_is(slot_map<ip_addr_t> v) { destination_ips_ = std::move(v); }
-   // Each entry has a counter of its own.
+   // Each entry has its own counter.
    [[nodiscard]] bool counters_unshared() const noexcept { return counters_unshared_; }
    void counters_unshared_is(bool v) { counters_unshared_ = v; }
    // Counters keep their values when an entry changes.
    [[nodiscard]] bool counters_persistent() const noexcept { return counters_persistent_; }
    void counters_persistent_is(bool v) { counters_persistent_ = v; }
-   // The group is programmed as a level of its own.
+   // The group is programmed as its own FEC level.
    [[nodiscard]] bool hierarchical_fecs_enabled() const noexcept { return hierarchical_fecs_enabled_; }
    void hierarchical_fecs_enabled_is(bool v) { hierarchical_fecs_enabled_ = v; }
-   // Version that the manager or the owner gave; 0 for none.
+   // Version that the manager or the owner assigned; 0 for none.
    [[nodiscard]] std::uint16_t version_id() const noexcept { return version_id_; }
    void version_id_is(std::uint16_t v) { version_id_ = v; }
 
-   // Sets one slot, in place of what may be there.
+   // Sets or replaces one slot.
    void nexthop_set(std::uint16_t slot, nexthop_group_entry_t entry) {
       nexthops_.set(slot, std::move(entry));
    }
@@ -207,7 +207,7 @@ public:
    void packets_is(std::uint64_t v) { packets_ = v; }
    [[nodiscard]] std::uint64_t bytes() const noexcept { return bytes_; }
    void bytes_is(std::uint64_t v) { bytes_ = v; }
-   // False where the entry has no counter.
+   // False if the entry has no counter.
    [[nodiscard]] bool valid() const noexcept { return valid_; }
    void valid_is(bool v) { valid_ = v; }
 
@@ -221,7 +221,7 @@ private:
    bool valid_ = false;
 };
 
-// What came of programming a group.
+// Result of programming a group and its counters.
 class nexthop_group_programmed_status_t {
 public:
    using sdk_value = nexthop_group_programmed_status_t;

@@ -9,8 +9,8 @@
 
 namespace orv::detail {
 
-// The smaller set first, then by their elements in rising order, whatever the order
-// in which they were inserted; equal sets are equal.
+// Orders by size, then by the elements in ascending order. The order of insertion does not matter; equal sets
+// compare equal.
 template <typename Set>
 std::strong_ordering order_sets(const Set& a, const Set& b) {
    if (const auto by_size = a.size() <=> b.size(); by_size != 0) return by_size;

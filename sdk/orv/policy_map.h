@@ -12,8 +12,8 @@ namespace orv {
 
 class policy_map_mgr;
 
-// Registers with the manager for its life; a null manager registers nothing. The
-// manager outlives it.
+// Registers with the manager for its lifetime; registers nothing if the manager is null.
+// REQUIRES: the manager outlives the handler.
 class policy_map_handler {
 public:
    explicit policy_map_handler(policy_map_mgr* mgr);
@@ -25,9 +25,9 @@ public:
    void watch_all_policy_maps(bool interest);
    void watch_policy_map(const policy_map_key_t& key, bool interest);
 
-   // Hardware has the policy map.
+   // The policy map was programmed in hardware.
    virtual void on_policy_map_sync(const policy_map_key_t& key);
-   // Hardware refused it, in these words.
+   // Hardware refused the policy map; `message` gives the reason.
    virtual void on_policy_map_sync_fail(const policy_map_key_t& key, const std::string& message);
    // The configuration of the policy map was set.
    virtual void on_policy_map_config_set(const policy_map_key_t& key);
@@ -40,40 +40,40 @@ private:
 
 struct policy_map_iter_impl : iter_impl<policy_map_key_t> {};
 struct policy_map_hw_status_iter_impl : iter_impl<policy_map_key_t> {};
-// Keys, in order: of those configured, and of those that have a hardware status.
+// Keys, in order: of the configured policy maps, and of those with a hardware status.
 using policy_map_iter_t = iter_base<policy_map_key_t, policy_map_iter_impl>;
 using policy_map_hw_status_iter_t = iter_base<policy_map_key_t, policy_map_hw_status_iter_impl>;
 
-// A value that the switch refuses throws one of the errors of error.h, naming it;
-// nothing has changed then.
+// THROWS: one of the errors of error.h, naming the value, if the switch refuses a value. Nothing changes
+// then.
 class policy_map_mgr {
 public:
    virtual ~policy_map_mgr() = default;
 
-   // Between the two every entry that is not set again is stale; resync_complete
-   // removes what is. A second resync_init makes everything stale once more.
+   // resync_init marks every entry stale; setting an entry again clears its mark. resync_complete removes the
+   // entries that are still stale. A second resync_init marks every entry again.
    virtual void resync_init() = 0;
    virtual void resync_complete() = 0;
 
    [[nodiscard]] virtual bool exists(const policy_map_key_t& key) const = 0;
-   // A default policy map where there is none.
+   // A default policy map if the policy map does not exist.
    [[nodiscard]] virtual policy_map_t policy_map(const policy_map_key_t& key) const = 0;
    // The policy maps of one feature.
    [[nodiscard]] virtual policy_map_iter_t policy_map_iter(policy_feature_t feature) const = 0;
    // Replaces the whole policy map.
    virtual void policy_map_is(const policy_map_t& map) = 0;
-   // A policy map that is not there is no error.
+   // A no-op if the policy map does not exist.
    virtual void policy_map_del(const policy_map_key_t& key) = 0;
-   // Applies the policy map to an interface, or takes it off.
+   // Applies the policy map to an interface, or removes it.
    virtual void policy_map_apply(const policy_map_key_t& key, const intf_id_t& intf,
                                  acl_direction_t direction, bool apply) = 0;
 
    [[nodiscard]] virtual policy_map_hw_status_iter_t policy_map_hw_status_iter(
         policy_feature_t feature) const = 0;
-   // Without statuses where the policy map is applied nowhere.
+   // Without statuses if the policy map is not applied anywhere.
    [[nodiscard]] virtual policy_map_hw_statuses_t hw_status(const policy_map_key_t& key) const = 0;
 
-   // For handlers and for whoever implements the manager.
+   // For handlers and for implementations of the manager.
    [[nodiscard]] watch_list<policy_map_handler, policy_map_key_t>& handlers() noexcept { return handlers_; }
 
 private:

@@ -22,17 +22,17 @@ enum class policy_action_type_t : std::uint8_t {
    drop = 1,
    nexthop = 2,        // to one of the nexthops
    dscp = 3,           // sets the DSCP
-   nexthop_group = 4,  // through the group it names
+   nexthop_group = 4,  // through the named group
    traffic_class = 5,  // sets the traffic class
    vrf = 6,            // looks the destination up in a VRF
 };
 [[nodiscard]] std::string_view enum_text(policy_action_type_t v) noexcept;
 
-// How a rule names its packets.
+// How a rule selects its packets.
 enum class policy_map_rule_type_t : std::uint8_t {
    class_map = 0,      // by a class map
-   raw = 1,            // by a rule of its own
-   class_default = 2,  // whatever no rule in front took
+   raw = 1,            // by its own rule
+   class_default = 2,  // what no earlier rule matched
 };
 [[nodiscard]] std::string_view enum_text(policy_map_rule_type_t v) noexcept;
 
@@ -45,7 +45,7 @@ enum class policy_map_status_t : std::uint8_t {
 };
 [[nodiscard]] std::string_view enum_text(policy_map_status_t v) noexcept;
 
-// One action of a rule; the fields in use are those of its type.
+// One action of a rule; its type determines which fields are used.
 class policy_map_action_t {
 public:
    using sdk_value = policy_map_action_t;
@@ -59,7 +59,7 @@ public:
    void nexthop_group_name_is(std::string v) { nexthop_group_name_ = std::move(v); }
    [[nodiscard]] const std::unordered_set<ip_addr_t>& nexthops() const noexcept { return nexthops_; }
    void nexthops_is(std::unordered_set<ip_addr_t> v) { nexthops_ = std::move(v); }
-   // VRF in which nexthops or destination are looked up.
+   // VRF in which the nexthops or the destination are looked up.
    [[nodiscard]] const std::string& vrf() const noexcept { return vrf_; }
    void vrf_is(std::string v) { vrf_ = std::move(v); }
    [[nodiscard]] std::uint8_t dscp() const noexcept { return dscp_; }
@@ -81,7 +81,7 @@ private:
    std::uint8_t traffic_class_ = 0;
 };
 
-// A rule: which packets, and what is done with them.
+// A rule: a match and its actions.
 class policy_map_rule_t {
 public:
    using sdk_value = policy_map_rule_t;
@@ -101,7 +101,7 @@ public:
    void raw_rule_is(acl_rule_ip_t v) { raw_rule_ = std::move(v); }
    [[nodiscard]] const std::set<policy_map_action_t>& actions() const noexcept { return actions_; }
    void actions_is(std::set<policy_map_action_t> v) { actions_ = std::move(v); }
-   // An equal action that is there already stays alone.
+   // A no-op if an equal action exists.
    void action_set(policy_map_action_t action) { actions_.insert(std::move(action)); }
    void action_del(const policy_map_action_t& action) { actions_.erase(action); }
 
@@ -132,7 +132,7 @@ public:
    void rule_set(std::uint32_t sequence, policy_map_rule_t rule) {
       rules_.insert_or_assign(sequence, std::move(rule));
    }
-   // A sequence number that is not there is ignored.
+   // A no-op if the sequence number does not exist.
    void rule_del(std::uint32_t sequence) { rules_.erase(sequence); }
 
    bool operator==(const policy_map_t&) const = default;
@@ -167,7 +167,7 @@ private:
    acl_direction_t direction_ = acl_direction_t::none;
 };
 
-// Outcome of programming, everywhere a policy map is applied.
+// Outcome of programming a policy map, for each place where it is applied.
 class policy_map_hw_statuses_t {
 public:
    using sdk_value = policy_map_hw_statuses_t;

@@ -9,8 +9,8 @@
 
 namespace orv {
 
-// From range_start to range_end, both included. Nothing is refused here: an end
-// below the start or above the field's width is the managers' to refuse.
+// From range_start to range_end, inclusive. Accepts any value; managers refuse an end below the start or
+// above the field's width.
 template <typename Tag>
 class number_range_t {
 public:

@@ -1,4 +1,6 @@
 // Text forms of records, for to_string of the value types.
+//
+// Thread-safety: pure functions.
 #pragma once
 
 #include <algorithm>

@@ -74,7 +74,7 @@ public:
    // Interval between probes in milliseconds.
    [[nodiscard]] std::uint16_t min_tx() const noexcept { return min_tx_; }
    void min_tx_is(std::uint16_t v) { min_tx_ = v; }
-   // Probes lost in a row that take the session down.
+   // Number of consecutive lost probes that takes the session down.
    [[nodiscard]] std::uint8_t multiplier() const noexcept { return multiplier_; }
    void multiplier_is(std::uint8_t v) { multiplier_ = v; }
 

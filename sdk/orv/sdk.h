@@ -1,7 +1,8 @@
-// The switch: one object that leads to its managers.
+// The switch: one object that gives access to its managers.
 //
-// Thread-safety: the getters are called on the main thread. The managers that they
-// answer live as long as the sdk object, and a getter answers the same one each time.
+// Thread-safety: only the main thread may call the getters.
+//
+// A getter returns the same manager each time. The managers live as long as the sdk object.
 #pragma once
 
 #include <cstdint>
@@ -35,10 +36,10 @@ class nexthop_group_tunnel_mgr;
 class policy_map_mgr;
 class vrf_mgr;
 
-// How a manager holds the state that it shows.
+// How a manager holds its state.
 enum class mgr_mode_type_t : std::uint32_t {
-   on_demand = 0,  // read when it is asked for; no events
-   resident = 1,   // kept in the agent; its events are delivered
+   on_demand = 0,  // read on request; no events
+   resident = 1,   // kept in the agent; events are delivered
 };
 [[nodiscard]] std::string_view enum_text(mgr_mode_type_t v) noexcept;
 
@@ -71,7 +72,7 @@ public:
    [[nodiscard]] virtual nexthop_group_tunnel_mgr* get_nexthop_group_tunnel_mgr() = 0;
    [[nodiscard]] virtual policy_map_mgr* get_policy_map_mgr() = 0;
    [[nodiscard]] virtual vrf_mgr* get_vrf_mgr() = 0;
-   // The mode given last holds for everybody who uses the manager.
+   // The last mode given applies to all users of the manager.
    [[nodiscard]] virtual fib_mgr* get_fib_mgr(mgr_mode_type_t mode) = 0;
    virtual intf_counter_mgr* get_intf_counter_mgr_with_mode(mgr_mode_type_t mode) = 0;
 };

@@ -10,7 +10,7 @@
 
 namespace orv {
 
-// A sorted vector. Adding slots in rising order costs no more than push_back.
+// A sorted vector. Adding slots in ascending order costs no more than push_back.
 template <typename T>
 class slot_map {
 public:
@@ -35,11 +35,12 @@ public:
    }
    [[nodiscard]] bool contains(std::uint16_t slot) const noexcept { return find(slot) != nullptr; }
 
-   // Sets a slot's value, in place of the one that may be there.
+   // Sets or replaces a slot's value.
    void set(std::uint16_t slot, T value) { put(slot, std::move(value), true); }
-   // Sets it only if the slot is free; true when it was.
+   // Sets a slot's value only if the slot is free.
+   // RETURNS: whether it was free.
    bool insert(std::uint16_t slot, T value) { return put(slot, std::move(value), false); }
-   // True when there was one.
+   // RETURNS: whether the slot had a value.
    bool erase(std::uint16_t slot) {
       const auto it = std::lower_bound(items_.begin(), items_.end(), slot, before);
       if (it == items_.end() || it->first != slot) return false;

@@ -14,7 +14,7 @@
 
 namespace orv {
 
-// Packets that a rule looks at.
+// Kind of packets that a rule matches.
 enum class traffic_policy_rule_type_t : std::uint8_t {
    none = 0,
    ipv4 = 1,
@@ -22,8 +22,8 @@ enum class traffic_policy_rule_type_t : std::uint8_t {
 };
 [[nodiscard]] std::string_view enum_text(traffic_policy_rule_type_t v) noexcept;
 
-// Ports that a rule matches: a packet's source port must be in one of the source ranges or
-// field sets, its destination port likewise. Nothing given matches every port.
+// Ports that a rule matches: a packet's source port must be in one of the source ranges or field sets, its
+// destination port likewise. Without ranges and field sets, every port matches.
 class port_field_t {
 public:
    using sdk_value = port_field_t;
@@ -55,7 +55,7 @@ private:
    std::unordered_set<std::string> dst_port_field_sets_;
 };
 
-// What a rule matches behind the protocol number.
+// What a rule matches beyond the protocol number.
 class protocol_field_t {
 public:
    using sdk_value = protocol_field_t;

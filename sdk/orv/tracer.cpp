@@ -16,7 +16,7 @@ namespace {
 
 using level_masks = std::map<std::string, std::uint32_t, std::less<>>;
 
-// Lives until the process ends, since tracers of static storage use it then.
+// Never destroyed: tracers of static storage may use it until the process exits.
 struct registry {
    std::mutex mutex;
    std::map<std::string, std::unique_ptr<tracer::entry>, std::less<>> entries;
@@ -49,7 +49,7 @@ bool is_level(char c) {
    return c >= '0' && c <= '0' + trace_level_max;
 }
 
-// The levels of "N" or "N-M" as bits; 0 when it is neither.
+// The levels of "N" or "N-M" as bits; 0 if the text is neither.
 std::uint32_t parse_levels(std::string_view text) {
    char first = 0;
    char last = 0;
@@ -111,7 +111,7 @@ void default_sink(std::string_view name, int level, std::string_view text) {
       }
    }
    line.push_back('\n');
-   // One write per line keeps lines whole beside other writers of the descriptor.
+   // One write() per line keeps lines whole when others write to the same descriptor.
    [[maybe_unused]] const ssize_t written = ::write(STDERR_FILENO, line.data(), line.size());
 }
 

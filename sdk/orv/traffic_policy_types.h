@@ -20,7 +20,7 @@ enum class traffic_policy_action_type_t : std::uint8_t {
    drop = 1,
    count = 2,  // in a named counter
    log = 3,
-   goto_class = 4,      // goes on at another rule
+   goto_class = 4,      // continues at another rule
    dscp = 5,            // sets the DSCP
    traffic_class = 6,   // sets the traffic class
    vrf = 7,             // looks the destination up in a VRF
@@ -33,7 +33,7 @@ enum class traffic_policy_action_type_t : std::uint8_t {
 };
 [[nodiscard]] std::string_view enum_text(traffic_policy_action_type_t v) noexcept;
 
-// Side of an interface on which a policy works.
+// Direction in which a policy applies to an interface.
 enum class traffic_policy_direction_t : std::uint8_t {
    in = 0,
    out = 1,
@@ -57,7 +57,7 @@ enum class police_burst_unit_t : std::uint8_t {
 };
 [[nodiscard]] std::string_view enum_text(police_burst_unit_t v) noexcept;
 
-// One action of a rule; the fields in use are those of its type.
+// One action of a rule; its type determines which fields are used.
 class traffic_policy_action_t {
 public:
    using sdk_value = traffic_policy_action_t;
@@ -70,17 +70,17 @@ public:
    // One of the policy's named counters.
    [[nodiscard]] const std::string& counter_name() const noexcept { return counter_name_; }
    void counter_name_is(std::string v) { counter_name_ = std::move(v); }
-   // Rule to go on at, by its match rule name.
+   // Match rule name of the rule at which to continue.
    [[nodiscard]] const std::string& goto_class_name() const noexcept { return goto_class_name_; }
    void goto_class_name_is(std::string v) { goto_class_name_ = std::move(v); }
-   // Goes on at the next rule.
+   // Continues at the next rule.
    [[nodiscard]] bool goto_next() const noexcept { return goto_next_; }
    void goto_next_is(bool v) { goto_next_ = v; }
    [[nodiscard]] std::uint8_t dscp() const noexcept { return dscp_; }
    void dscp_is(std::uint8_t v) { dscp_ = v; }
    [[nodiscard]] std::uint8_t traffic_class() const noexcept { return traffic_class_; }
    void traffic_class_is(std::uint8_t v) { traffic_class_ = v; }
-   // VRF in which nexthops or destination are looked up.
+   // VRF in which the nexthops or the destination are looked up.
    [[nodiscard]] const std::string& vrf() const noexcept { return vrf_; }
    void vrf_is(std::string v) { vrf_ = std::move(v); }
    [[nodiscard]] const std::string& mirror_session() const noexcept { return mirror_session_; }
@@ -125,7 +125,7 @@ private:
    std::unordered_set<ip_addr_t> nexthops_;
 };
 
-// A rule: which packets, and what is done with them.
+// A rule: a match and its actions.
 class traffic_policy_rule_t {
 public:
    using sdk_value = traffic_policy_rule_t;
@@ -146,7 +146,7 @@ public:
    void raw_rule_is(tp_rule_filter_t v) { raw_rule_ = std::move(v); }
    [[nodiscard]] const std::set<traffic_policy_action_t>& actions() const noexcept { return actions_; }
    void actions_is(std::set<traffic_policy_action_t> v) { actions_ = std::move(v); }
-   // An equal action that is there already stays alone.
+   // A no-op if an equal action exists.
    void action_set(traffic_policy_action_t action) { actions_.insert(std::move(action)); }
    void action_del(const traffic_policy_action_t& action) { actions_.erase(action); }
 
@@ -185,7 +185,7 @@ public:
    void rule_set(std::uint32_t sequence, traffic_policy_rule_t rule) {
       rules_.insert_or_assign(sequence, std::move(rule));
    }
-   // A sequence number that is not there is ignored.
+   // A no-op if the sequence number does not exist.
    void rule_del(std::uint32_t sequence) { rules_.erase(sequence); }
 
    bool operator==(const traffic_policy_t&) const = default;

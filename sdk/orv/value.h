@@ -1,13 +1,11 @@
 // What all value types of the SDK have in common.
 //
-// A value type is a regular type: copyable, comparable, hashable, printable. It
-// has accessors `x()` and setters `x_is(v)`, `size_t hash() const` and
-// `std::string to_string() const`, and names itself one by the member alias
-// `sdk_value`; std::hash, operator<< and fmt formatting follow from that here.
-// An enumeration joins by a function `enum_text` beside it.
+// A value type is a regular type: copyable, comparable, hashable, printable. It has accessors `x()` and
+// setters `x_is(v)`, `size_t hash() const` and `std::string to_string() const`, and marks itself by the
+// member alias `sdk_value`; this header then provides std::hash, operator<< and fmt formatting. An
+// enumeration marks itself by a function `enum_text` in its namespace and gets operator<< and fmt formatting.
 //
-// Thread-safety: a value is a plain value. No value type takes the SDK's lock or
-// asks for it, none calls a manager.
+// Thread-safety: plain values. No value type takes or requires the SDK's lock, and none calls a manager.
 #pragma once
 
 #include <fmt/format.h>
@@ -30,14 +28,14 @@ concept sdk_value_type = requires(const T& v) {
    { v.to_string() } -> std::same_as<std::string>;
 };
 
-// An enumeration with a name for each of its members; `enum_text` answers an
-// empty text for a number that has none.
+// An enumeration with a name for each of its members; `enum_text` returns an empty text for a number without
+// a name.
 template <typename T>
 concept sdk_enum_type = std::is_enum_v<T> && requires(T v) {
    { enum_text(v) } -> std::same_as<std::string_view>;
 };
 
-// The member's name, or the plain number of a value that has no name.
+// The member's name, or the number of a value without a name.
 template <sdk_enum_type E>
 [[nodiscard]] std::string to_string(E v) {
    const std::string_view text = enum_text(v);
@@ -81,7 +79,7 @@ std::size_t hash_one(const T& v) {
                         }) {
       return mix(hash_one(v.first) + 0x9e3779b97f4a7c15ULL) ^ hash_one(v.second);
    } else if constexpr (requires { typename T::hasher; }) {
-      // Equal unordered sets may be walked in different orders.
+      // Equal unordered sets may iterate in different orders.
       std::uint64_t h = v.size();
       for (const auto& item : v)
          h += mix(hash_one(item) + 0x9e3779b97f4a7c15ULL);
@@ -102,8 +100,8 @@ std::size_t hash_of(const Ts&... members) {
    return static_cast<std::size_t>(h);
 }
 
-// Text from outside made fit for a message: everything but printable ASCII
-// becomes \xNN, and what is longer than 128 bytes is cut with "...".
+// Makes external text fit for a message: escapes everything but printable ASCII as \xNN, and truncates the
+// text after 128 bytes with "...".
 [[nodiscard]] std::string quotable(std::string_view text);
 
 }  // namespace detail

@@ -10,7 +10,7 @@
 
 namespace orv {
 
-// Name of the VRF that is always there.
+// Name of the VRF that always exists.
 inline constexpr const char* default_vrf_name = "default";
 
 struct vrf_iter_impl : iter_impl<std::string> {};
@@ -21,7 +21,7 @@ class vrf_mgr {
 public:
    virtual ~vrf_mgr() = default;
 
-   // All VRFs but the default one.
+   // All VRFs except the default one.
    [[nodiscard]] virtual vrf_iter_t vrf_iter() const = 0;
    // True for the default VRF too.
    [[nodiscard]] virtual bool exists(const std::string& vrf_name) const = 0;

@@ -1,12 +1,10 @@
-// Who is to be called back: the handlers of one manager and what each of them
-// watches.
+// The handlers of one manager and what each of them watches.
 //
-// A callback may do anything to the list that is calling it: make and destroy
-// handlers, itself included, and change what is watched. A handler made during a
-// notification is first called by the next one.
+// A callback may change the list that is calling it: create and destroy handlers, including its own, and
+// change what is watched. A handler created during a notification is first called by the next one.
 //
-// Thread-safety: guarded by the SDK's lock (lock.h). Callbacks are made from the
-// main loop, never from inside a caller's own call.
+// Thread-safety: guarded by the SDK's lock (lock.h). Callbacks come from the main loop, never from inside a
+// caller's own call.
 #pragma once
 
 #include <algorithm>
@@ -19,7 +17,7 @@
 
 namespace orv {
 
-// Key is the type of what can be watched singly; std::monostate where nothing can.
+// Key is the type of what can be watched individually; std::monostate if nothing can.
 template <typename Handler, typename Key>
 class watch_list {
 public:
@@ -29,8 +27,8 @@ public:
       entries_.push_back({.handler = handler, .all = false, .keys = {}});
    }
 
-   // A handler that is not registered is ignored. Needs the lock like the others, but
-   // does not ask for it: destructors call this, which cannot throw.
+   // A no-op if the handler is not registered. Requires the lock like the others, but does not check it:
+   // destructors call this and must not throw.
    void del(Handler* handler) noexcept {
       for (entry& e : entries_) {
          if (e.handler == handler) e.handler = nullptr;
@@ -38,13 +36,13 @@ public:
       if (depth_ == 0) compact();
    }
 
-   // Repeats of either value are harmless.
+   // Setting the same value again is harmless.
    void all_is(Handler* handler, bool interest) {
       sdk_lock_check();
       if (entry* e = find(handler)) e->all = interest;
    }
 
-   // A key keeps its own mark beside "all": ending the one leaves the other.
+   // Watching a key is independent of watching all: ending one does not end the other.
    void key_is(Handler* handler, const Key& key, bool interest) {
       sdk_lock_check();
       entry* e = find(handler);
@@ -56,7 +54,7 @@ public:
       }
    }
 
-   // True when somebody watches; to be asked before an event is put together.
+   // True if any handler watches; callers check this before they build an event.
    [[nodiscard]] bool wanted() const noexcept {
       return std::any_of(entries_.begin(), entries_.end(),
                          [](const entry& e) { return e.handler && (e.all || !e.keys.empty()); });
@@ -69,17 +67,17 @@ public:
       return std::none_of(entries_.begin(), entries_.end(), [](const entry& e) { return e.handler; });
    }
 
-   // Calls `call(handler)` for each that watches `key` or all, in order of registration.
+   // Calls `call(handler)` for each handler that watches `key` or all, in order of registration.
    template <typename Call>
    void notify(const Key& key, Call&& call) {
       run([&](const entry& e) { return e.watches(key); }, call);
    }
-   // For each that watches all: an event that belongs to no key.
+   // The same for each handler that watches all: for an event that belongs to no key.
    template <typename Call>
    void notify_all(Call&& call) {
       run([](const entry& e) { return e.all; }, call);
    }
-   // For each registered handler, whatever it watches.
+   // The same for each registered handler, whatever it watches.
    template <typename Call>
    void notify_every(Call&& call) {
       run([](const entry&) { return true; }, call);
@@ -106,7 +104,7 @@ private:
       std::erase_if(entries_, [](const entry& e) { return e.handler == nullptr; });
    }
 
-   // By index: a callback may make entries_ grow. It never shrinks meanwhile.
+   // By index: a callback may make entries_ grow; entries_ never shrinks meanwhile.
    template <typename Match, typename Call>
    void run(const Match& match, Call&& call) {
       const std::size_t count = entries_.size();
