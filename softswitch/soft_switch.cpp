@@ -49,7 +49,7 @@ void logToStderr(std::string_view line) {
    fmt::print(stderr, "{}\n", line);
 }
 
-// While it lives, this thread is the SDK's main thread and the SDK's lock is the activity lock.
+// During its lifetime this thread is the SDK's main thread, and the SDK's lock is the activity lock.
 class SdkHost {
 public:
    SdkHost() {
@@ -67,7 +67,7 @@ private:
    ActivityLockBackend backend_;
 };
 
-// While it lives, what was written under the activity lock is committed before the lock becomes free, or is
+// During its lifetime, what was written under the activity lock is committed before the lock is released or
 // settled.
 class CommitOnRelease {
 public:
@@ -85,7 +85,7 @@ public:
 
 }  // namespace
 
-// In the order in which they need one another; destroyed from the end.
+// In order of dependency; destroyed in reverse.
 struct SoftSwitch::Parts {
    explicit Parts(Options given)
         : options(std::move(given)),
@@ -114,7 +114,7 @@ struct SoftSwitch::Parts {
           fib(ipRoutes, nexthopGroups, groupNames, intfs),
           commits(store) {
       hardware.plane().answersTo({.groups = nexthopGroups, .routes = ipRoutes, .mplsRoutes = mplsRoutes});
-      // What others refer to is programmed before them.
+      // Referenced objects are programmed before the objects that refer to them.
       hardware.add(nexthopGroups);
       hardware.add(mplsRoutes);
       hardware.add(ipRoutes);
@@ -126,7 +126,7 @@ struct SoftSwitch::Parts {
 
    const Options options;
    store::Store store;
-   const SdkHost host;  // behind the store, whose directory another switch of this process may have
+   const SdkHost host;  // after the store, which throws if another switch of this process has the directory
    const Pavo::Ptr<Gorm::TaskScheduler> scheduler;
    Callbacks callbacks;
    const Context context;
@@ -179,8 +179,8 @@ void SoftSwitch::mainLoop() {
       }
       p.scheduler->runReady();
       if (p.agent.ended()) break;
-      // A second request skips the acknowledgements, never the telling: a handler that was not told still has
-      // threads that work on this switch.
+      // A second request skips the acknowledgement but not the notification: a handler that was not notified
+      // still has threads that use this switch.
       if (p.agent.disableDelivered() && p.stops.load() > 1) break;
    }
    const Zelt::ActivityLockAnchor lock;

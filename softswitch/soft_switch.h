@@ -5,10 +5,11 @@
 //    sw.mainLoop();                                                      // until sw.stop()
 //
 // mainLoop() first calls on_initialized of every agent handler. After stop() it calls on_agent_enabled(false)
-// of each, waits until each has acknowledged, and returns once the state is on the disk and marked clean.
+// of every handler, waits for the acknowledgement (agent_shutdown_complete_is), and returns once the state is
+// on disk and marked clean.
 //
-// Thread-safety: constructed, run and destroyed by one thread, the SDK's main thread. The managers are called
-// from any thread under orv::sdk_scoped_lock. stop() may be called from any thread and from a signal handler.
+// Thread-safety: one thread, the SDK's main thread, constructs, runs and destroys the switch. Any thread may
+// call the managers under orv::sdk_scoped_lock. Any thread and any signal handler may call stop().
 #pragma once
 
 #include <cstdint>
@@ -55,25 +56,26 @@ struct Options {
    store::Durability durability = store::Durability::process;
    Topology topology = Topology::builtIn();
    Limits limits;
-   std::string name = "OrvSdkRpc";                     // the agent's, what orv::sdk::name() answers
-   std::map<std::string, std::string> agentOptions;    // of this start; they go before those that are stored
+   std::string name = "OrvSdkRpc";                     // the agent's name, which orv::sdk::name() returns
+   std::map<std::string, std::string> agentOptions;    // of this start; they override the stored ones
    std::int64_t counterIntervalNanos = 1'000'000'000;  // how often interface counters are sampled
-   std::int64_t sbfdSnapshotNanos = 1'000'000'000;     // over which an sBFD session sums up round-trip times
-   std::function<void(std::string_view)> log;          // one line for the operator; empty: standard error
+   std::int64_t sbfdSnapshotNanos = 1'000'000'000;     // the window of an sBFD session's round-trip snapshot
+   std::function<void(std::string_view)> log;          // receives one line; empty: standard error
 };
 
 class SoftSwitch final : public orv::sdk {
 public:
-   // Throws store::StoreError when the state directory cannot be used; it is left as it was.
+   // THROWS: store::StoreError if the state directory cannot be used; the directory is then unchanged.
    explicit SoftSwitch(Options options);
    ~SoftSwitch() override;
    SoftSwitch(const SoftSwitch&) = delete;
    SoftSwitch& operator=(const SoftSwitch&) = delete;
 
-   // Runs until stop(). Once in the life of a switch. What a handler throws comes out of here.
+   // Runs until stop(). Passes on what a handler throws.
+   // REQUIRES: not called before.
    void mainLoop();
-   // Ends mainLoop() in order. Called a second time, it does not wait for acknowledgements; each handler is
-   // told all the same that the agent ends, after everything that was to be told before.
+   // Ends mainLoop() in order. A second call skips the wait for the acknowledgement. Every handler still
+   // receives its pending notifications and then the end of the agent.
    void stop() noexcept;
 
    std::string name() const override;
@@ -102,7 +104,7 @@ public:
    orv::fib_mgr* get_fib_mgr(orv::mgr_mode_type_t mode) override;
    orv::intf_counter_mgr* get_intf_counter_mgr_with_mode(orv::mgr_mode_type_t mode) override;
 
-   // The managers as themselves, for the console.
+   // The managers by their concrete types, for the console.
    AclMgr& acls();
    AgentMgr& agent();
    BfdSessionMgr& bfdSessions();

@@ -1,6 +1,6 @@
 // Where the console listens: "unix:PATH" or "HOST:PORT".
 //
-// Thread-safety: a value.
+// Thread-safety: a plain value.
 #pragma once
 
 #include <cstdint>
@@ -12,14 +12,15 @@ namespace softswitch::console {
 struct Address {
    // Set for unix:PATH, at most 107 bytes.
    std::string path;
-   // Set for HOST:PORT; an IPv6 address stands in brackets in the text form and without them here.
+   // Set for HOST:PORT. An IPv6 address has brackets in the text form and none here.
    std::string host;
    std::uint16_t port = 0;  // 0 lets the system choose
 
    bool isUnix() const { return !path.empty(); }
    std::string text() const;
 
-   // Looks at the form only. Throws std::invalid_argument: one line with the value and what was expected.
+   // Checks the form only.
+   // THROWS: std::invalid_argument: one line with the value and what was expected.
    static Address parse(std::string_view text);
 };
 

@@ -48,7 +48,7 @@ std::string syntax(const Command& command) {
 Found findCommand(std::span<const std::string> words) {
    Found found{.command = nullptr, .words = 0};
    std::size_t deepest = 0;
-   std::set<std::string_view> goingOn;  // words that could stand at `deepest`
+   std::set<std::string_view> goingOn;  // words that may follow at `deepest`
    for (const Command* const command : allCommands()) {
       const auto name = splitName(command->name);
       std::size_t same = 0;

@@ -1,4 +1,4 @@
-// The one list of commands, and how a line finds its command. Help, the words that a refusal expects, and the
+// The one list of commands, and how a line finds its command. Help, the expected words in a refusal, and the
 // list in docs/software-switch.md come from it.
 //
 // Thread-safety: the table is constant.
@@ -18,7 +18,7 @@ class SoftSwitch;
 
 namespace softswitch::console {
 
-// What a command works with.
+// What a command works on.
 struct Call {
    SoftSwitch& target;
    Args& args;
@@ -27,10 +27,10 @@ struct Call {
 };
 
 struct Command {
-   std::string_view name;          // its words, one blank between
+   std::string_view name;          // its words, separated by one space
    std::string_view usage;         // what follows the name
    std::string_view help;          // what it does, in one line
-   std::string_view details = {};  // sentences that say what usage and help leave open
+   std::string_view details = {};  // sentences on what usage and help leave open
    void (*run)(Call& call);
    bool hasJson = false;
 };
@@ -38,23 +38,23 @@ struct Command {
 std::span<const Command> showCommands();
 std::span<const Command> configureCommands();
 std::span<const Command> setCommands();
-// All of them and help, in the order in which they are listed.
+// All of them and help, in listing order.
 std::vector<const Command*> allCommands();
 
-// The command as it is typed: "show ip route [PREFIX] [vrf NAME]".
+// The command as typed: "show ip route [PREFIX] [vrf NAME]".
 std::string syntax(const Command& command);
 
 struct Found {
    const Command* command;
-   std::size_t words;  // of the line, that the name took
+   std::size_t words;  // how many words of the line the name took
 };
 
-// The command with the longest name that the words begin with. Throws CommandError that says where the words
-// leave the table and which words go on from there.
+// RETURNS: the command with the longest name that the words begin with.
+// THROWS: CommandError with the first word that does not fit and the words that do.
 Found findCommand(std::span<const std::string> words);
 
-// Syntax and help of the commands that begin with the words that are left, of all where there is none. With
-// words, and in JSON, the details too.
+// Prints syntax and help of the commands that begin with the remaining words, or of all commands. With words,
+// and in JSON, prints the details too.
 void help(Call& call);
 
 }  // namespace softswitch::console

@@ -73,7 +73,7 @@ void configureNoVrf(Call& call) {
    call.target.vrfs().vrfDel(name);
 }
 
-// What may stand behind the way of a route, in any order, each once.
+// Options that may follow the way out of a route, in any order, each once.
 struct RouteOptions {
    std::optional<std::uint64_t> preference, tag, label, weight, metric;
    std::optional<orv::intf_id_t> intf;
@@ -115,7 +115,7 @@ RouteOptions readRouteOptions(Args& args, const std::vector<std::string_view>& a
    return options;
 }
 
-// Sets the route, and the via if there is one, or leaves everything as it was.
+// Sets the route and, if given, the via; if the via is refused, restores the route.
 void setRoute(SoftSwitch& target, const orv::ip_prefix_t& prefix, const RouteOptions& options,
               orv::ip_route_action_t action, std::optional<orv::ip_route_via_t> via) {
    auto& routes = target.ipRoutes();
@@ -163,7 +163,7 @@ void configureIpRoute(Call& call) {
    if (args.take("nexthop-group")) {
       via.nexthop_group_is(readName(args, groupName));
       const auto options = readRouteOptions(args, {"preference", "tag", "vrf"});
-      // The action belongs to the default VRF; elsewhere the via alone says it.
+      // Only routes of the default VRF take an action; elsewhere the via alone implies it.
       const auto action = options.vrfOrDefault() == orv::default_vrf_name
                                ? orv::ip_route_action_t::nexthop_group
                                : orv::ip_route_action_t::forward;

@@ -31,7 +31,7 @@ bool answers(const std::string& path) {
    if (fd < 0) return true;
    const auto address = unixAddress(path);
    const int result = ::connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof(address));
-   // A full backlog (EAGAIN) or a refusal for want of rights is a living owner too.
+   // A full backlog (EAGAIN) or missing permission also means a living owner.
    const bool dead = result != 0 && (errno == ECONNREFUSED || errno == ENOENT);
    ::close(fd);
    return !dead;
@@ -72,7 +72,7 @@ void Listener::listenUnix() {
    }
    fd_ = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
    if (fd_ < 0) refuse(std::strerror(errno));
-   // The file inherits the descriptor's mode less the umask, so it is at no time wider than wanted.
+   // The file takes the socket's mode less the umask, so its mode is never wider than wanted.
    ::fchmod(fd_, socketMode);
    const auto socketAddress = unixAddress(address_.path);
    bindAndListen(&socketAddress, sizeof(socketAddress));
@@ -96,7 +96,7 @@ void Listener::listenTcp() {
    const std::unique_ptr<addrinfo, decltype(&::freeaddrinfo)> addresses(found, &::freeaddrinfo);
    fd_ = ::socket(found->ai_family, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
    if (fd_ < 0) refuse(std::strerror(errno));
-   // Connections of an earlier process that linger must not keep a restart from listening.
+   // Lingering connections of an earlier process must not keep a restart from listening.
    const int on = 1;
    ::setsockopt(fd_, SOL_SOCKET, SO_REUSEADDR, &on, sizeof(on));
    bindAndListen(found->ai_addr, found->ai_addrlen);

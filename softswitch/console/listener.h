@@ -1,4 +1,4 @@
-// The listening socket of the console and its file.
+// The console's listening socket and its socket file.
 //
 // Thread-safety: one thread at a time.
 #pragma once
@@ -10,11 +10,11 @@
 
 namespace softswitch::console {
 
-// A non-blocking listening socket; closed by the destructor, which removes the socket file if it is still
-// ours.
+// A non-blocking listening socket. The destructor closes it and removes the socket file if it is still the
+// one created here.
 class Listener {
 public:
-   // Throws std::runtime_error, one line with the address and the reason.
+   // THROWS: std::runtime_error: one line with the address and the reason.
    explicit Listener(Address address);
    ~Listener();
    Listener(const Listener&) = delete;
@@ -22,7 +22,7 @@ public:
 
    int fd() const { return fd_; }
 
-   // With the port that the system chose, where it was to choose.
+   // With the actual port if the address asked for port 0.
    const Address& address() const { return address_; }
 
 private:
@@ -33,7 +33,7 @@ private:
 
    Address address_;
    int fd_ = -1;
-   dev_t fileDevice_ = 0;  // identity of the socket file that was made here
+   dev_t fileDevice_ = 0;  // identity of the socket file created here
    ino_t fileInode_ = 0;
 };
 

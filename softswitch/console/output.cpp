@@ -5,7 +5,7 @@ namespace {
 
 constexpr std::size_t chunkBytes = 32 * 1024;
 
-// Stored text need not be UTF-8, and a console must show it all the same.
+// Stored text need not be UTF-8, but the console must still show it.
 std::string dumped(const Json& value) {
    return value.dump(-1, ' ', false, Json::error_handler_t::replace);
 }

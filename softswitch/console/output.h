@@ -1,7 +1,7 @@
-// What commands write: a sink for text, and a document that is a table or JSON by the asker's wish.
+// What commands write to: a sink for text, and a document that is rendered as tables or JSON.
 //
-// Thread-safety: one thread per object. An Output may wait for a slow reader, so nothing here is called
-// with the SDK's lock held, except on an Output that never waits (StringOutput).
+// Thread-safety: one thread per object. An Output may wait for a slow reader, so no thread may call it with
+// the SDK's lock held, unless it never waits (StringOutput).
 #pragma once
 
 #include <cstddef>
@@ -15,7 +15,7 @@
 
 namespace softswitch::console {
 
-// Thrown out of Output::write when the reader is gone or the console stops; it ends the command.
+// Thrown by Output::write when the reader is gone or the console stops; it ends the command.
 class OutputClosed : public std::runtime_error {
 public:
    using std::runtime_error::runtime_error;
@@ -25,7 +25,7 @@ class Output {
 public:
    virtual ~Output() = default;
 
-   // Takes all of `text`, waiting for the reader where it must.
+   // Writes all of `text`; may wait for the reader.
    virtual void write(std::string_view text) = 0;
 };
 
@@ -39,19 +39,19 @@ private:
    std::string text_;
 };
 
-// Keeps the order in which members are given.
+// Keeps the order of insertion.
 using Json = nlohmann::ordered_json;
 
 struct Column {
    std::string_view title;
-   std::string_view key;   // the row's member shown here
+   std::string_view key;   // the row's member that the column shows
    std::size_t width = 0;  // at least this many characters
 };
 
-// The output of one command: sections, each a listing of rows or a few named fields. In JSON it is one object
-// with a member per section; as text, tables and "name: value" lines, with headings when there are several.
-// Rows are passed on in chunks, never gathered. finish() ends it; a document that is dropped
-// before (an error in between) is cut off, which the reader sees by the error that follows.
+// The output of one command: sections, each a listing of rows or a few named fields. JSON output is one
+// object with a member per section. Text output is tables and "name: value" lines, with headings if there are
+// several sections. Rows are written in chunks, never collected. finish() ends the document; without it
+// (after an error) the output is truncated and an error follows.
 class Document {
 public:
    // With `headings` each section's text begins with its name.
@@ -63,7 +63,7 @@ public:
    void listing(std::string_view name, std::vector<Column> columns);
    void row(const Json& row);
 
-   // A whole section of its own: an object, as text one "key: value" line per member.
+   // A complete section with one object; in text form one "key: value" line per member.
    void fields(std::string_view name, const Json& object);
 
    void finish();
@@ -83,7 +83,7 @@ private:
    std::string buffer_;
 };
 
-// How a value stands in a table: a string as it is, a boolean as yes or no, a list joined by ", ", null as
+// The text of a value in a table: a string as it is, a boolean as yes or no, a list joined by ", ", null as
 // "-".
 std::string cellText(const Json& value);
 

@@ -1,4 +1,4 @@
-// Reading SDK values from a command's words. Each refuses a word that does not read, with what was expected.
+// Reads SDK values from a command's words. Each function refuses a malformed word and names what it expected.
 //
 // Thread-safety: functions without state; no lock needed.
 #pragma once
@@ -12,7 +12,7 @@
 
 namespace softswitch::console {
 
-// A name that an interface could have; whether there is one is the managers' to say.
+// A well-formed interface name; the managers check whether the interface exists.
 orv::intf_id_t readIntf(Args& args);
 
 // An IPv4 or IPv6 address.
@@ -21,7 +21,7 @@ orv::ip_addr_t readAddress(Args& args);
 // ADDRESS/LENGTH.
 orv::ip_prefix_t readPrefix(Args& args);
 
-// A name that is not empty; `what` as in "a nexthop group's name".
+// A non-empty name; `what` as in "a nexthop group's name".
 std::string readName(Args& args, std::string_view what);
 
 }  // namespace softswitch::console

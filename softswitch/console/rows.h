@@ -1,4 +1,4 @@
-// Walking a table of any length without holding the SDK's lock for long.
+// Iterates over a table of any length without holding the SDK's lock for long.
 //
 // Thread-safety: called without the lock by any thread.
 #pragma once
@@ -12,18 +12,18 @@
 
 namespace softswitch::console {
 
-// Rows that are read under one lock span: enough to make the price of the lock small, few enough that it is
-// held for about a millisecond at most.
+// Rows read under one lock span: enough to amortize the lock, few enough to hold it for about a millisecond
+// at most.
 inline constexpr std::size_t rowsPerSpan = 1000;
 
-// Makes an iterator with `begin()`, reads each row with `take(*iterator)` into a value of its own, all that
-// under the lock, and hands the values to `show` without it. `show` may wait for a reader.
+// Under the lock, creates an iterator with `begin()` and copies each row with `take(*iterator)`. Passes the
+// copies to `show` without the lock, so `show` may wait for a reader.
 template <typename Begin, typename Take, typename Show>
 void forEachRow(Begin begin, Take take, Show show) {
    using Iter = decltype(begin());
    using Row = decltype(take(*std::declval<const Iter&>()));
 
-   // An iterator refers to the switch's tables, so it goes under the lock too, also when `show` throws.
+   // The iterator refers to the switch's tables: destroy it under the lock too, even if `show` throws.
    struct Walk {
       std::optional<Iter> iter;
       ~Walk() {

@@ -1,4 +1,4 @@
-// sBFD sessions as they run, and the model of the far ends that answer them.
+// Running sBFD sessions, and the model of the far ends that answer them.
 #include "softswitch/console/sbfd.h"
 
 #include <algorithm>
@@ -18,7 +18,7 @@ namespace {
 
 constexpr std::int64_t nanosPerMicro = 1000;
 
-// Nothing for the default.
+// Empty for the default.
 std::optional<SbfdFarEndPlace> readPlace(Args& args) {
    if (args.take("default")) return std::nullopt;
    SbfdFarEndPlace place{.nexthop = readAddress(args), .intf = {}};
@@ -26,14 +26,14 @@ std::optional<SbfdFarEndPlace> readPlace(Args& args) {
    return place;
 }
 
-// A session and how it stands, read together.
+// A session's configuration and state, read together.
 struct Row {
    orv::sbfd_echo_session_key_t key;
    BfdSessionRow configured;
    BfdSessionMgr::State state;
 };
 
-// A walk over the sessions that yields keys and rows.
+// An iterator over the sessions that yields keys and rows.
 class SessionWalk {
 public:
    using Pair = std::pair<orv::sbfd_echo_session_key_t, BfdSessionRow>;

@@ -1,4 +1,4 @@
-// What an operator does to the far ends of sBFD sessions.
+// Commands that set the far ends of sBFD sessions.
 //
 // Thread-safety: any thread, without the SDK's lock.
 #pragma once

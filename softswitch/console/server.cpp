@@ -19,7 +19,8 @@
 namespace softswitch::console {
 namespace {
 
-// Waits until `fd` is ready for `events` or closed; throws OutputClosed once `stopFd` is readable.
+// Waits until `fd` is ready for `events` or closed.
+// THROWS: OutputClosed once `stopFd` is readable.
 void waitFor(int fd, short events, int stopFd) {
    std::array<pollfd, 2> fds{pollfd{fd, events, 0}, pollfd{stopFd, POLLIN, 0}};
    while (::poll(fds.data(), fds.size(), -1) < 0) {
@@ -63,10 +64,10 @@ struct Server::Client final : Output {
    }
 
    void write(std::string_view text) override {
-      // Waiting for a reader with the lock held would hold up the switch.
+      // Waiting for a reader with the lock held would block the switch.
       if (Zelt::activityLock().ownedByMe())
          throw std::logic_error("console output written with the lock held");
-      // A command with much to say is ended by a stop even if its reader keeps up.
+      // A stop ends a command with much output even if the reader keeps up.
       if (isReadable(stopFd)) throw OutputClosed("the console stops");
       while (!text.empty()) {
          const auto chunk = text.substr(0, maxChunkBytes);
@@ -80,8 +81,8 @@ struct Server::Client final : Output {
          serveLines();
       } catch (const OutputClosed&) {
       }
-      // The peer sees the end now; the descriptor is closed when the thread is joined, so that its number is
-      // not given to somebody else meanwhile.
+      // The peer sees the end of the stream now. The descriptor is closed only after the thread is joined, so
+      // that its number is not reused before.
       ::shutdown(fd, SHUT_RDWR);
       done = true;
    }
@@ -125,7 +126,7 @@ struct Server::Client final : Output {
 
    void refuseLongLine() {
       sendAll(fd, stopFd, errorAnswer(fmt::format("command line longer than {} bytes", maxLineBytes)));
-      // Unread input makes close() reset the connection, which would take the answer with it.
+      // Unread input makes close() reset the connection, which would discard the answer.
       ::shutdown(fd, SHUT_WR);
       std::array<char, 16 * 1024> block;
       std::size_t drained = 0;
@@ -141,7 +142,7 @@ struct Server::Client final : Output {
    const int fd;
    const int stopFd;
    std::atomic<bool> done = false;
-   std::thread thread;  // last: runs when everything above is there
+   std::thread thread;  // last: it uses all members above
 };
 
 Server::Server(Address address, Handler handler)
@@ -158,7 +159,7 @@ Server::~Server() {
 }
 
 void Server::stop() {
-   // Also of a caller that only waits for another one's stop.
+   // A caller that only waits for another thread's stop() releases the lock too.
    const Zelt::UnlockAnchor unlocked(Zelt::activityLock());
    std::call_once(stopped_, [this] {
       ::eventfd_write(stopFd_, 1);
@@ -176,7 +177,7 @@ void Server::acceptLoop() {
       if (fd >= 0) {
          admit(fd);
       } else if (errno == EMFILE || errno == ENFILE || errno == ENOBUFS || errno == ENOMEM) {
-         // The connection stays in the backlog, so the listener stays readable: do not spin on it.
+         // The connection stays in the backlog and the listener readable: wait, do not spin.
          ::poll(&fds[1], 1, 100);
       }
    }

@@ -1,4 +1,4 @@
-// What happens to the switch from outside: cables, ports, traffic, counter writers.
+// Commands for events outside the switch: cables, ports, traffic, counter writers.
 #include <fmt/format.h>
 
 #include <array>
@@ -24,7 +24,7 @@ namespace {
 
 constexpr std::string_view writerName = "a counter writer's name";
 
-// One of two words; true for the first.
+// Reads one of two words; true for the first.
 bool readEither(Args& args, std::string_view yes, std::string_view no) {
    const auto expected = fmt::format("{} or {}", yes, no);
    const auto& word = args.next(expected);

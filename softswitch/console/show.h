@@ -1,7 +1,7 @@
-// What the show commands put into a document, one function per command.
+// The show commands, one function per command.
 //
-// Each first reads its arguments to the end and refuses what it cannot take, and only then writes. All are
-// called without the SDK's lock and take it for short spans (rows.h).
+// Each function first reads and checks all its arguments and only then writes. All are called without the
+// SDK's lock and take it for short spans (rows.h).
 //
 // Thread-safety: any thread.
 #pragma once

@@ -17,7 +17,8 @@ namespace {
 
 constexpr std::uint8_t dscpMax = 63;
 
-// The words of a packet in any order, each at most once. What is still to be told is what a refusal expects.
+// The words of a packet in any order, each at most once. A refusal expects the words that have not been
+// given.
 class PacketWords {
 public:
    explicit PacketWords(Args& args) : args_(args) {}
@@ -59,7 +60,7 @@ private:
    std::string expected() const {
       std::vector<std::string_view> words;
       if (!packet_.destination) words.push_back("an IP address as in 10.0.0.1 or 2001:db8::1");
-      // The label's own entry tells the VRF.
+      // The label's own entry determines the VRF.
       if (!packet_.label && packet_.vrf.empty()) {
          words.push_back("label");
          words.push_back("vrf");
@@ -117,7 +118,7 @@ Json lookupJson(const LookupPacket& packet, const Lookup& lookup) {
    }
    if (lookup.result != LookupResult::forward || !lookup.entry) return object;
    object["entry"] = *lookup.entry;
-   // The last way that was taken is the one that leads out of the switch.
+   // The last way taken is the one that leaves the switch.
    for (auto way = lookup.waysOut.rbegin(); way != lookup.waysOut.rend(); ++way) {
       if (!way->taken) continue;
       putText(object, "nexthop", way->nexthop.to_string());

@@ -37,7 +37,7 @@ std::string_view toString(Gorm::RunState state) {
 void showMainLoop(SoftSwitch&, Args& args, Document& document) {
    args.end();
    const auto& scheduler = *Gorm::TaskSchedulerRoot::findOrCreateScheduler();
-   // Read first, so that this command's own wait is not among them.
+   // Read first, so that it does not include this command's own wait.
    const Zelt::LockWaits waits = Zelt::activityLock().waits().read();
    std::vector<Json> tasks;
    const Gorm::LoopDelays delays = locked([&] {

@@ -17,7 +17,7 @@ constexpr orv::policy_feature_t features[] = {orv::policy_feature_t::pbr, orv::p
                                               orv::policy_feature_t::tap_aggregation,
                                               orv::policy_feature_t::control_plane};
 
-// A walk over a table that yields keys and rows as they are.
+// An iterator over a table that yields keys and rows unchanged.
 template <typename TableType>
 class TableWalk {
 public:
@@ -48,7 +48,7 @@ std::string ruleText(const AclRule& rule) {
    return std::visit([](const auto& r) { return r.to_string(); }, rule);
 }
 
-// What the next commit does with a row: nothing, take it away, or put it in.
+// What the next commit does to a row: nothing, removes it, or adds it.
 const char* stateText(bool alike, bool committed) {
    return alike ? "committed" : committed ? "going" : "pending";
 }

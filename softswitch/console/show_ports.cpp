@@ -15,7 +15,7 @@
 namespace softswitch::console {
 namespace {
 
-// The wanted interface, or none for all; refuses one that `require` refuses.
+// The requested interface, or an empty name for all; refuses an interface that `require` refuses.
 template <typename Require>
 std::string readWanted(Args& args, Require require) {
    std::string wanted;

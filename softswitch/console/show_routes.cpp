@@ -23,7 +23,7 @@
 namespace softswitch::console {
 namespace {
 
-// Adds a member only where there is something to say.
+// Adds a member unless the value is empty.
 template <typename T>
 void put(Json& object, const char* key, const T& value) {
    if constexpr (requires { value.to_string(); }) {
@@ -37,8 +37,8 @@ void put(Json& object, const char* key, orv::mpls_label_t label) {
    if (!!label) object[key] = label.label();
 }
 
-// In a table a list of objects stands as "value key value, …", without the keys that go without saying, and
-// with the others as words of a command.
+// In a table a list of objects is "value key value, …": obvious keys are omitted, the others are command
+// words.
 std::string viaText(const Json& via) {
    std::string text;
    for (const auto& item : via.items()) {
@@ -181,7 +181,7 @@ void showOneGroup(const NexthopGroupMgr& groups, const std::string& name, Docume
       }
       document.row(row);
    }
-   // A second table without rows would only puzzle.
+   // A second table without rows would be confusing.
    if (state.group.backup_nexthops().empty() && document.form() == Form::table) return;
    document.listing("backup_entries", columns);
    for (const auto& [slot, entry] : state.group.backup_nexthops())

@@ -29,7 +29,7 @@ namespace softswitch::console {
 namespace {
 
 struct IntfFacts {
-   TopologyIntf facts;  // a copy: the interface may go meanwhile
+   TopologyIntf facts;  // a copy: the interface may be removed in the meantime
    std::uint64_t speedBps;
    bool adminEnabled;
    bool linkUp;

@@ -9,7 +9,7 @@ bool isBlank(char c) {
    return c == ' ' || c == '\t';
 }
 
-// Bytes of the well-formed UTF-8 sequence at the start of `text`, 0 when it is none.
+// Length of the well-formed UTF-8 sequence at the start of `text`, 0 if there is none.
 std::size_t utf8Length(std::string_view text) {
    const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
    const unsigned char lead = byte(0);
@@ -32,7 +32,7 @@ struct Token {
    bool is(std::string_view bare) const { return !quoted && text == bare; }
 };
 
-// `at` stands behind the opening quote and is moved behind the closing one.
+// `at` is after the opening quote and is moved past the closing one.
 void readQuoted(std::string_view line, std::size_t& at, std::string& into) {
    const auto opened = at;
    while (at < line.size() && line[at] != '"') {

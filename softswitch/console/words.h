@@ -1,11 +1,11 @@
-// A console line taken apart into words, and the reading of arguments from them.
+// Splits a console line into words and reads arguments from them.
 //
 // Thread-safety: values without shared state; an Args belongs to one thread.
 //
-// A line is words separated by blanks and tabs. A word that holds a blank, a '|' or a '"' is written
-// in double quotes, in which \" stands for a quote and \\ for a backslash. A line is UTF-8 without
-// control characters. "| json" at its end, or for show commands a bare last word json, asks for the
-// JSON form; a quoted "json" is an ordinary word.
+// A line is words separated by spaces and tabs. A word that contains a space, a '|' or a '"' is written in
+// double quotes, in which \" is a quote and \\ a backslash. A line is UTF-8 without control characters. "|
+// json" at its end, or for show commands a bare last word json, selects the JSON form; a quoted "json" is an
+// ordinary word.
 #pragma once
 
 #include <fmt/format.h>
@@ -19,8 +19,7 @@
 
 namespace softswitch::console {
 
-// A command that cannot be carried out as written; what() is one line with the offending word and what was
-// expected.
+// A command that cannot be run as written; what() is one line with the offending word and what was expected.
 class CommandError : public std::runtime_error {
 public:
    using std::runtime_error::runtime_error;
@@ -38,13 +37,14 @@ struct CommandLine {
    Form form = Form::table;
 };
 
-// Throws CommandError unless the text is UTF-8 without control characters; a tab may stand in it.
+// THROWS: CommandError unless the text is UTF-8 without control characters; tabs are allowed.
 void checkCharacters(std::string_view text);
 
-// Throws CommandError. An empty or blank line has no words.
+// RETURNS: no words for an empty or blank line.
+// THROWS: CommandError.
 CommandLine parseLine(std::string_view line);
 
-// A cursor over the words behind a command's name. Every read says what was expected, for the refusal.
+// A cursor over the words after a command's name. Every read names what it expects, for the refusal.
 class Args {
 public:
    // The first `consumed` words are the command's name.
@@ -52,7 +52,7 @@ public:
 
    bool atEnd() const { return at_ == words_.size(); }
 
-   // The next word without taking it; empty at the end.
+   // The next word, without consuming it; empty at the end.
    std::string_view peek() const { return atEnd() ? std::string_view() : words_[at_]; }
 
    // Takes the next word, or refuses: "missing word after 'show ip', expected …".
@@ -64,16 +64,16 @@ public:
    // Takes a decimal number in [lowest, highest].
    std::uint64_t number(std::string_view what, std::uint64_t lowest, std::uint64_t highest);
 
-   // All words that are left, joined by one blank; refuses when there is none.
+   // All remaining words, joined by one space; refuses if there are none.
    std::string rest(std::string_view expected);
 
-   // Refuses what is left over.
+   // Refuses any remaining words.
    void end() const;
 
    // Refuses the word just taken: "'x' after 'configure vrf', expected …".
    [[noreturn]] void refuse(std::string_view expected) const;
 
-   // The words before the one just taken, as they were written.
+   // The words before the one just taken, as written.
    std::string before() const;
 
 private:
@@ -83,7 +83,7 @@ private:
    std::size_t at_;
 };
 
-// A word as it must be written on a line to be read back the same.
+// Quotes a word as needed, so that reading the result from a line gives the same word.
 std::string quoted(std::string_view word);
 
 }  // namespace softswitch::console

@@ -14,13 +14,13 @@ bool Hardware::idle() const {
 }
 
 void Hardware::taskExecute() {
-   // Asked for before the work, so that a handler that throws does not strand what is left.
+   // Requested before the work, so that a handler that throws does not strand the rest.
    requested_ = false;
    request();
    bool worked = false;
    for (auto* client : clients_) {
       while (!client->hardwareIdle()) {
-         // Neither the plane nor the handlers that are told of its answers may know of what can still be
+         // Neither the plane nor the handlers that its answers notify may learn of state that can still be
          // lost.
          Zelt::activityLock().settle();
          client->hardwareStep(*plane_);
@@ -32,11 +32,11 @@ void Hardware::taskExecute() {
          }
       }
    }
-   // A later client may have given an earlier one something to do.
+   // A later client may have given an earlier one work.
    if (!idle()) return;
    unscheduleTask();
    requested_ = worked;
-   // More follows as a rule. Looking again by itself spares the main loop, and the thread that requests, a
+   // More work usually follows. Running again unasked spares the main loop, and the requesting thread, a
    // wake-up per burst.
    if (worked) scheduleTaskLowestDelay(againNanos);
 }

@@ -1,8 +1,8 @@
-// The second stage: hands what was configured to the forwarding plane, some time after it was configured.
+// The second stage: hands configured objects to the forwarding plane, some time after they were configured.
 //
-// A manager that has something to hand over asks for it by request(); a task of the main loop then, a
-// millisecond later or when it gets its turn, lets each client do its work in small pieces, within the task's
-// quantum. As long as there was something to do it comes again by itself, four milliseconds later.
+// A manager with work calls request(). A task of the main loop runs a millisecond later, or when its turn
+// comes, and lets each client do its work in small pieces within the task's quantum. After a run with work
+// the task runs again unasked, four milliseconds later.
 //
 // Thread-safety: guarded by the SDK's lock; the work happens on the main loop.
 #pragma once
@@ -30,16 +30,16 @@ class Hardware final : public Pavo::TimerTask {
 public:
    Hardware(const Pavo::Ptr<Gorm::TaskScheduler>& scheduler, std::unique_ptr<ForwardingPlane> plane);
 
-   // Those added first do their work first: what others refer to comes before them.
+   // Clients work in the order in which they were added: add the managers of referenced objects first.
    void add(HardwareClient& client) { clients_.push_back(&client); }
 
-   // Something is waiting. Cheap when asked again.
+   // Asks for a run of the task. Cheap when repeated.
    void request() {
       if (requested_) return;
       requested_ = true;
       scheduleTaskLowestDelay(delayNanos);
    }
-   // True when all that was configured has been handed over.
+   // RETURNS: whether everything configured has been handed over.
    bool idle() const;
 
    ForwardingPlane& plane() { return *plane_; }

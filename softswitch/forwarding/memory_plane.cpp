@@ -4,7 +4,7 @@ namespace softswitch {
 
 void MemoryPlane::groupSet(NameId id, const orv::nexthop_group_t& group) {
    auto& kept = groups_[id];
-   // An entry that changes starts from zero again, unless the group's counters are persistent.
+   // A changed entry starts from zero again, unless the group's counters are persistent.
    orv::slot_map<Entry> entries;
    entries.reserve(group.nexthops().size());
    for (const auto& [slot, nexthop] : group.nexthops()) {

@@ -1,6 +1,7 @@
-// A forwarding plane that forwards nothing: it takes everything, answers at once, and counts what it is told.
+// A forwarding plane that forwards nothing: it accepts everything, answers at once, and counts the traffic
+// given to countTraffic().
 //
-// Of routes it keeps no copy; the route table is in the same process.
+// It keeps no copy of the routes; the route table is in the same process.
 //
 // Thread-safety: as forwarding/plane.h.
 #pragma once
@@ -36,7 +37,7 @@ private:
 
    std::optional<PlaneAnswers> answers_;
    absl::flat_hash_map<NameId, orv::slot_map<Entry>> groups_;
-   std::vector<RouteIndex> tokens_;  // kept for its memory
+   std::vector<RouteIndex> tokens_;  // reused buffer
 };
 
 }  // namespace softswitch

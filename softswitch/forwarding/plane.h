@@ -1,8 +1,8 @@
-// The forwarding plane: what the switch programs, be it memory, a kernel or a chip.
+// A forwarding plane, which the switch programs: memory, a kernel or a chip.
 //
-// The switch hands over what is configured and hears by the answers what came of it, at once or later. It
-// hands over an object again when it has changed, whether or not the plane has answered; a plane answers
-// each time, in the order in which it was asked. Deletes are not answered.
+// The switch hands over configured objects; the plane answers with the outcome, at once or later. The switch
+// hands over a changed object again, whether or not the plane has answered. A plane answers each time, in the
+// order of the calls. It does not answer deletes.
 //
 // Thread-safety: everything here happens on the main loop, under the SDK's lock.
 #pragma once
@@ -19,17 +19,17 @@
 namespace softswitch {
 
 struct PlaneRoute {
-   RouteIndex token;  // comes back in the answer
+   RouteIndex token;  // returned in the answer
    RouteKey key;
    orv::ip_route_action_t action;
    NameId group;           // Names::none for a route with hops
-   const RouteVias* vias;  // null for a route with a group; good during the call
+   const RouteVias* vias;  // null for a route with a group; valid during the call
 };
 
 struct PlaneMplsRoute {
    const orv::mpls_route_key_t& key;
    std::uint16_t version;
-   std::span<const orv::mpls_route_via_t> vias;  // good during the call
+   std::span<const orv::mpls_route_via_t> vias;  // valid during the call
 };
 
 struct GroupAnswer {
@@ -89,9 +89,9 @@ public:
    virtual void mplsRouteSet(const PlaneMplsRoute& route) = 0;
    virtual void mplsRouteDel(const orv::mpls_route_key_t& key) = 0;
 
-   // Traffic of one entry since it was programmed; zeros for one that is not there.
+   // RETURNS: traffic of one entry since it was programmed; zeros if no such entry exists.
    virtual TrafficCounter counter(NameId group, std::uint16_t entry) const = 0;
-   // Counts traffic that no wire brought: for planes that have none, and for demonstrations.
+   // Counts simulated traffic: for planes without wires, and for demonstrations.
    virtual void countTraffic(NameId group, std::uint16_t entry, TrafficCounter traffic) = 0;
 };
 

@@ -29,8 +29,8 @@ namespace {
 
 constexpr unsigned metricMax = 255;
 
-// FNV-1a, whose value is the same in every build and process, and a last stir: its low bits alone follow the
-// low bits of the bytes too closely.
+// FNV-1a, whose value is the same in every build and process, and a final mix: its low bits depend too
+// closely on the low bits of the input bytes.
 class FlowHash {
 public:
    void add(std::span<const std::uint8_t> bytes) {
@@ -67,13 +67,13 @@ std::string tunnelText(const orv::ip_route_via_t& via) {
    return fmt::format("{}", fmt::join(words, " "));
 }
 
-// Leads into another VRF and nowhere else.
+// Whether the via leads into another VRF and nowhere else.
 bool leadsIntoVrf(const orv::ip_route_via_t& via) {
    return !via.egress_vrf().empty() && !via.hop() && !via.intf() && !via.vtep_addr() && via.vni() == 0 &&
           !via.vxlan_intf();
 }
 
-// The ways out of a group: slots next to each other with the same entry are one.
+// Adjacent slots with the same entry are one way out.
 std::vector<WayOut> waysOut(const orv::nexthop_group_t& group, const NexthopGroupMgr& groups) {
    std::vector<WayOut> ways;
    const orv::nexthop_group_entry_t* last = nullptr;
@@ -242,7 +242,7 @@ void Walk::byRoute(const RouteRow& row, const std::string& vrf) {
    }
 }
 
-// Marks and returns the way that the packet takes; null, with the result filled, when none resolves.
+// Appends `ways` to the result. Marks and returns the one that the packet takes, or null if none resolves.
 const WayOut* Walk::take(std::vector<WayOut> ways) {
    const auto first = static_cast<std::ptrdiff_t>(result_.waysOut.size());
    result_.waysOut.insert(result_.waysOut.end(), std::make_move_iterator(ways.begin()),
@@ -264,7 +264,7 @@ const WayOut* Walk::take(std::vector<WayOut> ways) {
          continue;
       }
       way->taken = true;
-      // Of equal entries each has a slot of its own; a hop is one, whatever its weight.
+      // Equal entries each have a slot of their own; a hop has one, whatever its weight.
       result_.entry = way->group.empty() ? way->entry : way->entry + static_cast<std::uint32_t>(at);
       result_.result = LookupResult::forward;
       return &*way;

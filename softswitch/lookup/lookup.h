@@ -1,13 +1,13 @@
-// What forwarding does with one packet: the resolved view of routes, labels, groups and redirects.
+// How the switch would forward one packet: the resolved view of routes, labels, groups and redirects.
 //
-// A label is looked up in hardware's MPLS routes, the lowest metric first, and then among the labels of VRFs;
-// an address by the longest prefix among the routes of the FIB, of one prefix the lowest preference. A group
-// that a route or label leads to may be redirected by the packet's DSCP (redirects.h), once: traffic that was
-// redirected is not redirected again. A redirect to a group that is not active is not in force.
+// A label is looked up in hardware's MPLS routes, lowest metric first, and then among the labels of VRFs. An
+// address is looked up in the FIB, longest prefix first and then lowest preference. The packet's DSCP may
+// redirect the group of the route or label (redirects.h), but only once: redirected traffic is not redirected
+// again. A redirect to an inactive group is not in force.
 //
-// Of several ways out that resolve one is taken by a hash over VRF, label and destination, in proportion to
-// their weights. It is the same each time and does not look at the DSCP, so two packets that differ in
-// nothing else and end up in one group leave it by one entry.
+// Among several ways out that resolve, a hash over VRF, label and destination chooses one in proportion to
+// their weights. The choice is repeatable and ignores the DSCP: two packets that differ only in DSCP and end
+// up in one group leave through the same entry.
 //
 // Backup entries of groups and tunnels carry no traffic in this switch.
 //
@@ -38,9 +38,9 @@ class SoftSwitch;
 class VrfMgr;
 
 struct LookupPacket {
-   orv::mpls_label_t label;     // the outermost; null for a packet without
+   orv::mpls_label_t label;     // the outermost; null for a packet without labels
    std::string vrf;             // of a packet without a label
-   orv::ip_addr_t destination;  // null: not known, which only a label allows
+   orv::ip_addr_t destination;  // null: unknown, which only a packet with a label may have
    std::uint8_t dscp = 0;       // at most 63
 };
 
@@ -49,38 +49,38 @@ enum class LookupResult : std::uint8_t {
    drop,
    noRoute,
    controlPlane,
-   unknown,  // the packet's address would have to be known
+   unknown,  // it depends on the packet's unknown address
 };
 std::string_view to_string(LookupResult result);
 
-// One way out of a route or group: a hop, or equal entries next to each other.
+// One way out of a route or group: a hop, or adjacent equal entries.
 struct WayOut {
    std::string group;        // empty for a hop of a route
-   std::uint32_t entry = 0;  // the first slot; of hops their place in the route, from 0
+   std::uint32_t entry = 0;  // the first slot; for a hop its index in the route, from 0
    std::uint32_t weight = 1;
    bool resolves = false;
    bool taken = false;
    orv::ip_addr_t nexthop;
    orv::intf_id_t intf;
-   std::string action;                 // "push", "swap" …; empty for none
+   std::string action;                 // "push", "swap" …; empty if there is none
    std::vector<std::uint32_t> labels;  // the outermost first
-   std::string childGroup;             // that the entry leads into
-   std::string tunnel;                 // VXLAN or VRF, in words; empty for none
+   std::string childGroup;             // the group that the entry leads into
+   std::string tunnel;                 // VXLAN or VRF, as text; empty if there is none
 };
 
 struct Lookup {
    LookupResult result = LookupResult::noRoute;
-   std::string reason;        // why the packet is not forwarded, in words
-   std::string vrf;           // of the last look-up by address; empty without one
-   std::string route;         // that was found last: a prefix with its preference, or a label with its metric
-   std::string groupOfRoute;  // to which the route or label leads; empty for hops
+   std::string reason;        // why the packet is not forwarded, as text
+   std::string vrf;           // of the last look-up by address; empty if there was none
+   std::string route;         // the last one found: a prefix with its preference, or a label with its metric
+   std::string groupOfRoute;  // the group that the route or label leads to; empty for hops
    std::optional<Redirect> redirect;
    bool redirectInForce = false;
-   std::string group;                   // through which it leaves in the end
+   std::string group;                   // the group through which the packet leaves
    std::uint16_t version = 0;           // of that group, in hardware
-   std::optional<std::uint32_t> entry;  // the one that is taken
-   std::vector<WayOut> waysOut;         // of all routes and groups passed, in their order
-   std::vector<std::string> steps;      // how it went, in words
+   std::optional<std::uint32_t> entry;  // the entry taken
+   std::vector<WayOut> waysOut;         // of all routes and groups passed, in order
+   std::vector<std::string> steps;      // the look-up step by step, as text
 };
 
 struct LookupTables {
@@ -96,7 +96,7 @@ struct LookupTables {
 
 Lookup lookUp(const LookupTables& tables, const LookupPacket& packet);
 
-// In the tables of a whole switch.
+// The same in the tables of a whole switch.
 Lookup lookUp(SoftSwitch& sw, const LookupPacket& packet);
 
 }  // namespace softswitch

@@ -1,4 +1,4 @@
-// The network that an address lies in.
+// The network of an address.
 //
 // Thread-safety: a function without state.
 #pragma once
@@ -11,7 +11,7 @@
 
 namespace softswitch {
 
-// The address cut off behind `length` bits, at most the family's width.
+// REQUIRES: `length` is at most the width of the address's family.
 inline orv::ip_prefix_t networkOf(const orv::ip_addr_t& address, unsigned length) {
    std::array<std::uint8_t, 16> bytes{};
    const auto from = address.bytes();

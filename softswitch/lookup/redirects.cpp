@@ -27,7 +27,7 @@ struct Packet {
    }
 };
 
-// An IPv4 rule has the DSCP as it is, an IPv6 rule within the traffic class (RFC 2474).
+// An IPv4 rule holds the plain DSCP, an IPv6 rule holds it within the traffic class (RFC 2474).
 bool dscpMatches(const orv::acl_rule_ip_t& rule, orv::acl_type_t family, std::uint8_t dscp) {
    if (!rule.match_ip_priority()) return true;
    const int value = family == orv::acl_type_t::ipv6 ? dscp << 2 : dscp;
@@ -41,7 +41,7 @@ bool destinationMatches(const orv::acl_rule_ip_t& rule, const orv::ip_addr_t& de
           networkOf(match.address(), match.mask_length()) == networkOf(destination, match.mask_length());
 }
 
-// Whether the rule looks at nothing that a packet here does not tell.
+// Whether the rule matches on nothing that a Packet lacks.
 bool looksNowhereElse(orv::acl_rule_ip_t rule) {
    const orv::acl_rule_ip_t none;
    rule.action_is(none.action());
@@ -55,7 +55,7 @@ bool looksNowhereElse(orv::acl_rule_ip_t rule) {
    return rule == none;
 }
 
-// What a list says about a packet for a group.
+// The result of matching a packet for a group against one list.
 struct Verdict {
    bool aboutGroup = false;             // one of its rules matches on the group
    std::optional<std::uint32_t> taken;  // the sequence number of the rule that permits the packet
@@ -96,7 +96,7 @@ Redirects::Redirects(const PolicyMapMgr& policyMaps, const ClassMapMgr& classMap
 std::optional<Redirect> Redirects::find(const std::string& group, std::uint8_t dscp,
                                         const orv::ip_addr_t& destination) const {
    const Packet packet{.group = group, .dscp = dscp, .destination = destination};
-   // The groups that policy maps redirect this one to, for whatever traffic.
+   // The groups to which policy maps redirect this one, for any traffic.
    std::set<std::string> decided;
    for (PolicyMapMgr::Maps::Cursor cursor(policyMaps_.maps()); const auto item = cursor.next();) {
       if (item.key->feature() != orv::policy_feature_t::pbr) continue;

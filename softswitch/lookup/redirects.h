@@ -1,12 +1,12 @@
-// Class-based forwarding: which traffic for a next-hop group leaves through another group instead.
+// Class-based forwarding: which traffic for a next-hop group leaves through another group.
 //
-// Two layers tell it. The rules of policy maps of feature pbr whose class matches on a next-hop group, in the
-// order of the maps' names and the rules' sequence numbers: the first that takes the packet decides, and what
-// its lists have committed counts. Behind them the override table, where an agent has mounted it. The table
-// does not know families of addresses, so a pair of groups that a policy map has too is left to that map.
+// Two layers decide. First come the rules of policy maps of feature pbr whose class matches on a next-hop
+// group, in the order of map names and rule sequence numbers: the first rule that takes the packet decides,
+// by the committed rules of its lists. Then comes the override table, if an agent has mounted it. The table
+// does not know address families, so it is ignored for a pair of groups that a policy map also has.
 //
-// Such a rule is about all traffic that would leave through its group, on whatever interfaces the map is
-// applied. Rules that match on other things are policy routing, which this switch keeps and does not resolve.
+// Such a rule covers all traffic that would leave through its group, whatever interfaces the map is applied
+// to. Rules that match on other fields are policy routing, which this switch stores but does not resolve.
 //
 // Thread-safety: guarded by the SDK's lock.
 #pragma once
@@ -26,20 +26,20 @@ class ClassMapMgr;
 class PolicyMapMgr;
 
 struct Redirect {
-   std::string group;  // to which traffic is redirected
-   std::string by;     // what says so, in words
+   std::string group;  // the group to which traffic is redirected
+   std::string by;     // the source of the redirect, as text
 };
 
 class Redirects {
 public:
    using Overrides = Pavo::Ptr<CbfNhgExt::CbfNhgOverrideConfig>;
 
-   // `overrides` is null where nobody has mounted the table.
+   // `overrides` is null if no agent has mounted the table.
    Redirects(const PolicyMapMgr& policyMaps, const ClassMapMgr& classMaps, const AclMgr& acls,
              Overrides overrides);
 
-   // Of a packet that would leave through `group`. With a null destination the family of the packet is not
-   // known, and lists of both families count.
+   // RETURNS: the redirect of a packet that would leave through `group`. A null destination leaves the
+   // packet's family unknown; lists of both families then count.
    std::optional<Redirect> find(const std::string& group, std::uint8_t dscp,
                                 const orv::ip_addr_t& destination) const;
 

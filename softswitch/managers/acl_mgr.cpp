@@ -11,9 +11,9 @@
 namespace softswitch {
 namespace {
 
-constexpr std::size_t rulesPerList = 64;  // on average, for the size of the rules' table
+constexpr std::size_t rulesPerList = 64;  // on average, to size the rules' tables
 
-// The rules of one kind of one list, from wherever the walk last stood.
+// Iterates over the rules of one kind in one list; the tables may change between steps.
 template <typename Impl, typename Rule>
 class RuleIter final : public Impl {
 public:
@@ -47,15 +47,15 @@ std::optional<orv::acl_key_t> keyOf(const AclMgr::Lists::Item& item) {
    return *item.key;
 }
 
-// What making a row of `to` like that of `from` does.
+// The write that makes the row of `to` equal to the row of `from`.
 struct Step {
    bool inserts = false;
    bool erases = false;
-   std::size_t bytes = 0;  // that are written, key and row
+   std::size_t bytes = 0;  // to write, key and row
    bool changes() const { return erases || bytes != 0; }
 };
 
-// `scratch` is written over.
+// Overwrites `scratch`.
 template <typename Codec, typename TableType>
 Step stepOf(const TableType& from, const TableType& to, const typename TableType::key_type& key,
             std::string& scratch) {
@@ -71,7 +71,7 @@ Step stepOf(const TableType& from, const TableType& to, const typename TableType
    return {.inserts = old == nullptr, .bytes = scratch.size()};
 }
 
-// How many rows a table gets and loses.
+// How many rows a table gains and loses.
 struct Balance {
    std::size_t inserted = 0;
    std::size_t erased = 0;
@@ -328,7 +328,7 @@ void AclMgr::acl_commit() {
    });
 }
 
-// By key. Good until the next edit.
+// Ordered by key. Valid until the next edit.
 std::vector<AclMgr::ListEdit> AclMgr::listEdits() const {
    std::vector<ListEdit> edits;
    std::string scratch;
@@ -349,8 +349,8 @@ std::vector<AclMgr::ListEdit> AclMgr::listEdits() const {
    return edits;
 }
 
-// All of it or, when it throws orv::error, nothing: what could be refused is asked for before the first
-// write. Erasures go first, as a full table takes no row in addition.
+// All or nothing: everything that can be refused (orv::error) is checked before the first write. Rules are
+// erased first, because a full table takes no additional row.
 void AclMgr::carryOver(const ListEdit& edit) {
    if (edit.writes == 0) return;
    edit.lists.requireRoomIn(committedLists_);
@@ -387,7 +387,7 @@ void AclMgr::acl_apply(const orv::acl_key_t& key, const orv::intf_id_t& intf, or
    checkDirection(direction);
    const AclPlace place{.intf = intf, .direction = direction, .type = key.acl_type()};
    const auto* applied = places_.find(place);
-   // Also where a new topology has left the interface out.
+   // Works even if a new topology has left the interface out.
    if (!apply && applied != nullptr && *applied == key.acl_name()) {
       places_.erase(place);
       return;
@@ -436,7 +436,7 @@ bool AclMgr::permits(const orv::intf_id_t& intf, const AclPacket& packet) const 
    const auto* name = places_.find({.intf = intf, .direction = orv::acl_direction_t::in, .type = type});
    if (name == nullptr) return true;
    const orv::acl_key_t key(*name, type);
-   if (!committedLists_.contains(key)) return true;  // applied, and not committed yet
+   if (!committedLists_.contains(key)) return true;  // applied but not committed yet
    for (IpRuleIter rules(committedRules_, key);;) {
       orv::acl_rule_ip_entry_t entry;
       if (!rules.next(entry)) return false;

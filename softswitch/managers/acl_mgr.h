@@ -1,27 +1,27 @@
 // Access control lists: edited in a pending state, committed as a whole.
 //
-// The operations without "all" in their name work on the lists as they are pending; those with it show
-// what is committed. Both survive a restart, so an edit that was acknowledged is there for the next commit.
-// The first rule makes a list; a list whose last rule goes stays, empty, until acl_del.
+// Operations without "all" in their name work on the pending lists; those with "all" show the committed ones.
+// Both survive a restart, so an acknowledged edit is part of the next commit. The first rule creates a list;
+// a list without rules stays, empty, until acl_del.
 //
-// acl_commit moves the pending edits into the committed state, a list with all its rules or not at all, and
-// tells the handlers, later and from the main loop: on_acl_sync when every list went through; otherwise
-// on_acl_sync_fail once for each list that could not follow, with the list as source ("web (ipv4)") and the
-// reason as message, by key, and no on_acl_sync. A list cannot follow when
+// acl_commit moves the pending edits into the committed state, each list with all its rules or not at all.
+// The main loop notifies the handlers later: on_acl_sync if every list was committed; otherwise only
+// on_acl_sync_fail, once for each failed list in key order, with the list as source ("web (ipv4)") and the
+// reason as message. A list fails if
 //    it was deleted, is committed, and is applied to an interface, or
 //    the committed tables or the disk have no room for it. The committed tables hold as much as the pending
-//    ones, and what could not be deleted counts there too. A full disk may have no room for more than ten
-//    edits of one list, not even where they delete.
-// It then stays committed as it was and its edits stay pending, for the next commit. Lists that need no more
-// room than they had are carried over before those that do, so that a full table can be replaced.
+//    ones, and lists that could not be deleted count there too. A full disk may have no room for more than
+//    ten edits of one list, even if they delete.
+// A failed list stays committed as it was; its edits stay pending for the next commit. Lists that need no
+// more room than before are committed before lists that do, so that a full table can be replaced.
 //
-// Refusals (orv::invalid_argument_error and its kin, naming the value; nothing has changed then):
+// Refusals (orv::invalid_argument_error unless noted otherwise, naming the value; nothing has changed then):
 //    a key without a name or a type, in every operation that takes a key
 //    a rule that the list cannot have (acl_rules.h)
-//    applying a list that does not exist, neither pending nor committed; an interface that does not exist; a
-//    direction other than in and out; taking off a list that is not there is no error
+//    applying a list that is neither pending nor committed; an interface that does not exist; a direction
+//    other than in and out (removing a list that is not applied is a no-op)
 //    counters or fragments of a list that does not exist
-//    and orv::error for one list or rule more than the tables hold, or a full disk
+//    more lists or rules than the tables hold, or a full disk (orv::error)
 //
 // Thread-safety: guarded by the SDK's lock; callbacks come from the main loop.
 #pragma once
@@ -65,7 +65,7 @@ struct AclRuleKey {
    auto operator<=>(const AclRuleKey&) const = default;
 };
 
-// A rule as the tables keep it: the pending and the committed one share it as long as they are alike.
+// A rule as stored in the tables: the pending and the committed table share it while it is the same.
 class SharedAclRule {
 public:
    SharedAclRule() : SharedAclRule(AclRule()) {}
@@ -90,7 +90,7 @@ struct AclRuleCodec {
    static SharedAclRule decodeRow(store::Reader& in, std::uint8_t version);
 };
 
-// An interface takes one list of a type in each direction.
+// An interface has at most one list per type and direction.
 struct AclPlace {
    orv::intf_id_t intf;
    orv::acl_direction_t direction = orv::acl_direction_t::none;
@@ -134,17 +134,16 @@ public:
    void acl_counters_enabled_set(const orv::acl_key_t& key, bool enabled) override;
    void acl_fragments_enabled_set(const orv::acl_key_t& key, bool enabled) override;
 
-   // The control plane's lists are the committed ones applied inbound to loopback interfaces, and for a
-   // datagram also to the interface it came in by. Traffic passes when each list of its family permits it; a
-   // list permits what its first matching rule permits, and denies the rest. Without a list everything
-   // passes.
+   // The control plane's lists are the committed lists applied inbound to loopback interfaces and, for a
+   // datagram, to its ingress interface. Traffic passes if every list of its family permits it. A list
+   // permits what its first matching rule permits, and denies the rest. Without a list all traffic passes.
    bool stream_allowed(const orv::ip_addr_t& src, const orv::ip_addr_t& dst, std::uint32_t ip_protocol,
                        std::uint32_t src_port, std::uint32_t dst_port) const override;
    bool dgram_allowed(const orv::ip_addr_t& src, const orv::ip_addr_t& dst, const orv::intf_id_t& intf,
                       std::uint32_t ip_length, std::uint32_t ip_protocol, std::uint32_t src_port,
                       std::uint32_t dst_port) const override;
 
-   // Lists and rules that the next commit will change.
+   // The number of edits of lists and rules that wait for the next commit.
    std::size_t pendingEdits() const { return editedLists_.size() + editedRules_.size(); }
 
    const Lists& lists() const { return pendingLists_; }
@@ -174,7 +173,7 @@ private:
    Rules pendingRules_;
    Rules committedRules_;
    Places places_;
-   // Where pending and committed may differ; found again at a start.
+   // Keys whose pending and committed rows may differ; recomputed at start.
    absl::btree_set<orv::acl_key_t> editedLists_;
    absl::btree_set<AclRuleKey> editedRules_;
 };

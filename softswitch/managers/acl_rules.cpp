@@ -14,7 +14,7 @@ namespace {
 
 using orv::acl_range_operator_t;
 
-// The values of one rule. `where` tells whose rule it is, in front of each refusal.
+// Checks the values of one rule. `where` names the rule at the start of each refusal.
 class RuleCheck {
 public:
    explicit RuleCheck(absl::FunctionRef<std::string()> where) : where_(where) {}
@@ -113,7 +113,7 @@ private:
    absl::FunctionRef<std::string()> where_;
 };
 
-// A rule and the list that is to have it.
+// Checks a rule for the list that it is meant for.
 class ListRuleCheck {
 public:
    ListRuleCheck(const orv::acl_key_t& key, const RuleCheck& check) : key_(key), check_(check) {}
@@ -140,7 +140,7 @@ private:
    const RuleCheck& check_;
 };
 
-// The family that the addresses of a rule outside a list must have; none where it has no address.
+// The family that the addresses of a rule outside a list must have; empty if the rule implies none.
 std::optional<std::uint8_t> familyOf(const orv::acl_rule_ip_t& rule) {
    if (rule.ip_type() == orv::acl_ip_type_t::ipv4) return orv::af_ipv4;
    if (rule.ip_type() == orv::acl_ip_type_t::ipv6) return orv::af_ipv6;

@@ -1,12 +1,12 @@
-// The agent: options, status entries, and the order of its end.
+// The agent: options, status entries, and the order of its shutdown.
 //
-// Status entries are stored, and so are options that were set while the switch ran. Options of the command
-// line hold for the process and go before the stored ones of their names.
+// Status entries are stored, and so are options set at run time. Options of the command line apply to this
+// process and override stored options of the same name.
 //
-// Refusals (orv::invalid_argument_error naming the value, if nothing else is said):
-//    a status or option name of more than 255 bytes, a status or option value of more than 1 MiB
+// Refusals (orv::invalid_argument_error unless noted otherwise, naming the value):
+//    a status or option name of more than 255 bytes, a value of more than 1 MiB, or either not in UTF-8
 //    an option without a name
-//    and orv::error for one entry more than the table holds, or a full disk
+//    more entries than the table holds, or a full disk (orv::error)
 //
 // Thread-safety: guarded by the SDK's lock; handlers are called from the main loop.
 #pragma once
@@ -52,17 +52,17 @@ public:
    std::size_t size() const { return statuses_.size(); }
    std::size_t capacity() const { return statuses_.capacity(); }
 
-   // Sets an option, or deletes it when the value is empty, and tells the handlers. One of the command line
-   // comes back at the next start that has it.
+   // Sets an option, or deletes it if the value is empty, and notifies the handlers. A deleted option of the
+   // command line returns at the next start that has it.
    void agentOptionIs(const std::string& name, const std::string& value);
 
-   // Tells the handlers that the switch's state is there.
+   // Notifies the handlers that the switch's state is loaded.
    void start();
-   // Tells them that the agent is to end. Without a handler it is over at once.
+   // Notifies the handlers that the agent is to end. Without handlers it ends at once.
    void disable();
    // True once disable() has reached every handler.
    bool disableDelivered() const { return disableDelivered_; }
-   // True once somebody has acknowledged.
+   // True once a handler has acknowledged, or disable() found no handler.
    bool ended() const { return ended_; }
 
 private:

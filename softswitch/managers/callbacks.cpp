@@ -11,10 +11,11 @@ void Callbacks::taskExecute() {
       // Taken out first: the call may post, or throw.
       auto call = std::move(calls_.front());
       calls_.pop_front();
-      // Before the call, so that one that throws does not strand those behind it.
+      // Before the call, so that a call that throws does not strand those behind it.
       if (!calls_.empty()) scheduleTask();
       taskWorkCountInc(1);
-      // A handler may tell the outside world, and this turn of the main loop may have written before.
+      // A handler may report to the outside world, and this turn of the main loop may have written to the
+      // store.
       Zelt::activityLock().settle();
       call();
       if (taskShouldYield()) break;

@@ -1,7 +1,7 @@
-// Calls that are made later, from the main loop.
+// Deferred calls, made from the main loop.
 //
-// A manager that has something to tell its handlers posts it here, so that no handler is ever called from
-// inside the call that caused the event, nor before what it did is committed.
+// A manager posts its notifications here. No handler is therefore called from inside the call that caused the
+// event, or before that call's changes are committed.
 //
 // Thread-safety: guarded by the SDK's lock.
 #pragma once

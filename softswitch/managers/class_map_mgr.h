@@ -1,14 +1,14 @@
 // Class maps.
 //
-// A class map may name ACLs that do not exist yet, and may be deleted while policy maps name it: whoever
-// replaces a redirect does so in several steps. What such a policy map comes to is its hardware status
+// A class map may name ACLs that do not exist yet, and may be deleted while policy maps name it: clients
+// replace a redirect in several steps. The effect on such a policy map shows in its hardware status
 // (policy_map_mgr.h).
 //
-// Refusals (orv::invalid_argument_error, naming the value):
+// Refusals (orv::invalid_argument_error unless noted otherwise, naming the value):
 //    a key without a name or a feature, in every operation that writes
-//    a name of more than 400 bytes, the class map's or a rule's ACL's, or one that is not UTF-8
+//    a class map name or a rule's ACL name of more than 400 bytes, or not in UTF-8
 //    a rule whose ACL key has no name or no type
-//    and orv::error for one more than the table holds
+//    more class maps than the table holds, or a full disk (orv::error)
 //
 // Thread-safety: guarded by the SDK's lock.
 #pragma once
@@ -38,13 +38,13 @@ public:
    void class_map_is(const orv::class_map_t& map) override;
    void class_map_del(const orv::policy_map_key_t& key) override;
 
-   // Null where there is none. Good until the next change.
+   // RETURNS: null if no such class map exists. The pointer is valid until the next change.
    const orv::class_map_t* find(const orv::policy_map_key_t& key) const { return maps_.find(key); }
 
-   // Called after a class map was made, changed or removed, from inside that call.
+   // Registers a callback for each class map that is created, changed or removed, from inside that call.
    void onChange(std::function<void()> changed) { changed_.push_back(std::move(changed)); }
 
-   // The rows' own keys are empty: the table's are theirs.
+   // The maps in the rows have empty keys; the table has the keys.
    const Maps& maps() const { return maps_; }
 
 private:
@@ -54,7 +54,8 @@ private:
    std::vector<std::function<void()>> changed_;
 };
 
-// Refuses a key without a name or a feature; `what` is "class map" or "policy map".
+// `what` is "class map" or "policy map".
+// THROWS: orv::invalid_argument_error for a key without a name or a feature.
 void checkPolicyMapKey(std::string_view what, const orv::policy_map_key_t& key);
 
 }  // namespace softswitch

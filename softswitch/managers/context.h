@@ -1,4 +1,4 @@
-// What every manager of the switch stands on.
+// What every manager of the switch uses.
 //
 // Thread-safety: the members are guarded by the SDK's lock; the structure does not change.
 #pragma once

@@ -17,7 +17,7 @@ public:
    PortIter(const IntfMgr& intfs, orv::intf_iter_t all) : intfs_(&intfs), all_(std::move(all)) {}
 
    bool next(orv::intf_id_t& row) override {
-      // The interface that the walk stands on may be gone since.
+      // The interface at the iterator may have been removed since the last step.
       while (all_) {
          row = *all_;
          ++all_;

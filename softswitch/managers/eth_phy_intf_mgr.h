@@ -1,13 +1,13 @@
 // Ports: hardware, transceiver and speed of the Ethernet and management interfaces.
 //
-// All of this is the state of things, not configuration: each start finds every port of the topology there,
-// with its transceiver and at its speed. A port whose hardware is gone shows no transceiver and no speed; one
-// without a link shows no speed; one without hardware or transceiver is down.
+// All of this is operational state, not configuration: at each start every port of the topology exists, with
+// its transceiver and at its speed. A port without hardware shows no transceiver and no speed. A port without
+// a link shows no speed. A port without hardware or transceiver is down.
 //
 // Refusals (orv::invalid_argument_error, naming the value):
-//    an interface that the switch does not have, or that is not a port, in every operation but exists
+//    an interface that does not exist or is not a port, in every operation but exists
 //    the speed unknown
-//    a port to be inserted that is there already, or under a name that is none of a port
+//    adding a port that exists already, or under a name that is not a port's
 //
 // Thread-safety: guarded by the SDK's lock; callbacks come from the main loop.
 #pragma once
@@ -35,7 +35,7 @@ public:
    void hardwarePresentIs(const orv::intf_id_t& intf, bool present);
    void transceiverPresentIs(const orv::intf_id_t& intf, bool present);
    void linkSpeedIs(const orv::intf_id_t& intf, orv::eth_link_speed_t speed);
-   // The port as a whole comes or goes, as with a line card.
+   // Adds or removes a whole port, as with a line card.
    void portAdd(const orv::intf_id_t& intf);
    void portDel(const orv::intf_id_t& intf);
 
@@ -46,7 +46,7 @@ private:
       bool link = true;  // as IntfMgr has it
       orv::eth_link_speed_t speed = orv::eth_link_speed_t::unknown;
 
-      // As shown.
+      // The values that the manager shows.
       bool transceiverPresent() const { return hardware && transceiver; }
       orv::eth_link_speed_t linkSpeed() const {
          return hardware && link ? speed : orv::eth_link_speed_t::unknown;
@@ -60,7 +60,7 @@ private:
 
    Callbacks& callbacks_;
    IntfMgr& intfs_;
-   // Ports that are not as they were at the start.
+   // Ports that have changed since the start.
    absl::flat_hash_map<orv::intf_id_t, Port, std::hash<orv::intf_id_t>> changed_;
 };
 

@@ -29,7 +29,7 @@ orv::fib_route_type_t typeOf(const RouteRow& row) {
    return orv::fib_route_type_t::sdk_agent;
 }
 
-// By number: the FECs of routes with hops, then those of groups.
+// In order of FEC id: the FECs of routes with hops, then those of groups.
 class FecIter final : public orv::fib_fec_iter_impl {
 public:
    explicit FecIter(const FibMgr& fib) : fib_(&fib) {}
@@ -66,7 +66,7 @@ private:
 FibMgr::FibMgr(IpRouteMgr& routes, NexthopGroupMgr& groups, const Names& groupNames,
                const orv::intf_mgr& intfs)
      : routes_(routes), groups_(groups), groupNames_(groupNames), intfs_(intfs) {
-   // A group's FEC comes before the routes over it, and goes after them.
+   // A group's FEC is announced before the routes over it.
    groups.observe(*this);
    groups.observe(routes);
    routes.observe(*this);
@@ -148,7 +148,7 @@ bool FibMgr::best(const RouteRow& row) const {
    return bestOf(key) == &row;
 }
 
-// Among the routes of the prefix, the one in the FIB; null when there is none.
+// RETURNS: the route of the prefix that is in the FIB, or null.
 const RouteRow* FibMgr::bestOf(const RouteKey& key) const {
    const auto& table = routes_.table();
    const auto* row = table.atOrAfter(key);
@@ -175,7 +175,7 @@ orv::fib_route_t FibMgr::toFibRoute(const RouteRow& row) const {
    return route;
 }
 
-// Its ways out are the entries that resolve, each with its outermost label.
+// Its vias are the entries that resolve, each with its outermost pushed label.
 orv::fib_fec_t FibMgr::groupFec(NameId id) const {
    orv::fib_fec_t fec{orv::fib_fec_key_t(fecId(FecKind::nexthopGroup, id))};
    fec.fec_type_is(orv::fib_fec_type_t::nexthop_group);
@@ -208,7 +208,7 @@ void FibMgr::routeChanged(RouteRow& row) {
    const bool now = inFib(row);
    if (now) {
       if (routes_.table().rowsOfOtherPreference() != 0) {
-         // The one that this route takes the place of.
+         // Clears the mark of the route that this one replaces.
          for (auto key = row.key; key.preference != 255;) {
             ++key.preference;
             const auto* next = routes_.table().atOrAfter(key);
@@ -254,7 +254,7 @@ void FibMgr::announce(RouteRow& row) {
    handlers().notify_every([&](auto& h) { h.on_route_set(route); });
 }
 
-// The prefix lost its route: another of it takes over, or none.
+// The prefix lost its route: announces its next best route, or the removal.
 void FibMgr::withdraw(const RouteKey& key) {
    auto first = key;
    first.preference = 0;

@@ -1,8 +1,8 @@
-// The FIB of the default VRF: a view of what hardware has, kept nowhere else.
+// The FIB of the default VRF: a view of what hardware has, stored nowhere else.
 //
 // A route is in the FIB while hardware has it, it has a way out (its nexthop group is in hardware, one of its
-// hops resolves, or it drops or punts), and no route of the same prefix with a smaller preference has. Its
-// FEC is the group's, or one of its own when it has hops; a route that drops or punts has none.
+// hops resolves, or it drops or punts), and no route of the same prefix with a smaller preference qualifies.
+// Its FEC is the group's, or its own if it has hops; a route that drops or punts has no FEC.
 //
 // Thread-safety: guarded by the SDK's lock.
 #pragma once

@@ -2,7 +2,7 @@
 
 namespace softswitch {
 
-// Besides the group itself, who holds a reference to its name is a route, of IP or of MPLS.
+// Apart from the group itself, only IP and MPLS routes hold references to its name.
 void GroupSweep::groupProgrammed(NameId id, bool fresh) {
    if (fresh && names_.references(id) > 1) note(id);
 }

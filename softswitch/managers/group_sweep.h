@@ -1,4 +1,4 @@
-// Which nexthop groups have come to hardware or left it, for routes that then look again at those over them.
+// Tracks which nexthop groups have entered or left hardware, so that routes over them are looked at again.
 //
 // Thread-safety: guarded by the SDK's lock.
 #pragma once
@@ -10,8 +10,8 @@
 
 namespace softswitch {
 
-// A manager of routes derives from it and walks over its rows when sweep() tells it to, in pieces. A call
-// during a walk begins that anew.
+// A manager of routes derives from it. A call of sweep() starts a pass over its rows in pieces; a call during
+// a pass restarts the pass.
 class GroupSweep : public GroupObserver {
 public:
    void groupProgrammed(NameId id, bool fresh) override;
@@ -22,9 +22,9 @@ protected:
    ~GroupSweep() = default;
 
    virtual void sweep() = 0;
-   // Whether the group of that number has come or gone since the last walk; never for Names::none.
+   // RETURNS: whether the group has entered or left hardware since the last pass; false for Names::none.
    bool groupChanged(NameId id) const { return id < changed_.size() && changed_[id]; }
-   // The walk has come to its end.
+   // Call this at the end of a pass.
    void swept() { changed_.clear(); }
 
 private:

@@ -64,7 +64,7 @@ IntfMgr::IntfMgr(const Context& context, const Topology& topology)
       const auto* there = presence_.find(orv::intf_id_t(facts.name));
       if (there == nullptr || *there || isPort(facts.type)) insert(facts);
    }
-   // A topology may have taken names that were free when an interface was made; its own go first.
+   // The topology may use a name that was free when an operator created an interface; the topology wins.
    presence_.forEach([this](const orv::intf_id_t& intf, bool there) {
       if (!there || exists(intf)) return;
       const auto facts = topology_.fromName(intf.name());
@@ -171,7 +171,7 @@ TopologyIntf IntfMgr::factsOfNew(const orv::intf_id_t& intf) const {
    if (intfs_.contains(intf)) {
       throw orv::invalid_argument_error(fmt::format("interface {} is there already", intf));
    }
-   // One that the topology has comes back as it was.
+   // An interface of the topology returns with its facts.
    const auto* known = topology_.find(intf.name());
    const auto facts = known != nullptr ? std::optional(*known) : topology_.fromName(intf.name());
    if (!facts) {
@@ -279,7 +279,7 @@ void IntfMgr::configure(const orv::intf_id_t& intf, IntfRow row) {
    }
 }
 
-// What is told of an interface that is still there when its turn comes.
+// Notifies the handlers unless the interface has been removed in the meantime.
 template <class Call>
 void IntfMgr::tell(const orv::intf_id_t& intf, Call call) {
    callbacks_.post([this, intf, call = std::move(call)] {

@@ -1,26 +1,26 @@
-// Interfaces: those of the topology, and those that were made or removed since.
+// Interfaces: those of the topology, and those created or removed since.
 //
-// Administrative state and description are configuration and survive a restart, also for an interface that
-// the next topology leaves out; the link is where the topology puts it at each start. So do interfaces that
-// an operator made or removed (loopback, LAG, VLAN, VXLAN). Ports come and go with the hardware
-// (EthPhyIntfMgr), and each start has the topology's.
+// Administrative state and description are configuration and survive a restart, even for an interface that
+// the next topology leaves out. So do interfaces that an operator created or removed (loopback, LAG, VLAN,
+// VXLAN). At each start the links and the ports are as in the topology; then ports come and go with the
+// hardware (EthPhyIntfMgr).
 //
-// An interface is up when it is enabled, its cable is plugged and, for a port, what the cable goes into is
-// there.
+// An interface is up if it is enabled, its cable is plugged in and, for a port, hardware and transceiver are
+// present.
 //
-// Refusals (orv::invalid_argument_error, naming the value):
-//    an interface that the switch does not have, in every operation but exists
-//    a description of more than 255 bytes, or with a control character
+// Refusals (orv::invalid_argument_error unless noted otherwise, naming the value):
+//    an interface that does not exist, in every operation but exists
+//    a description of more than 255 bytes, not in UTF-8, or with a control character
 //    a kernel name that no interface has
 //    a link state for an interface without a cable (loopback, vlan, vxlan)
-//    an interface to be made that is there already, whose name does not tell a type, or whose kernel name
-//       another has; a port to be made or removed
-//    and orv::error for one interface more than the switch can have
+//    creating an interface that exists already, whose name does not imply a type, or whose kernel name
+//       another one has; creating or removing a port with intfAdd() or intfDel()
+//    more interfaces than the switch can have (orv::error)
 //
-// Who watches and starts with nothing has the whole state of an interface that comes: on_intf_create is
-// followed by on_oper_status, on_admin_enabled and, where there is one, on_intf_description, in this order.
-// Handlers may read what they are told of: of an interface that has gone meanwhile they hear that it came,
-// and that it went.
+// A handler without any state receives the whole state of a new interface: on_intf_create, then
+// on_oper_status, on_admin_enabled and, if it has a description, on_intf_description. Handlers may read the
+// interface that they are notified of: for one that has been removed in the meantime they receive only
+// on_intf_create and on_intf_delete.
 //
 // Thread-safety: guarded by the SDK's lock; callbacks come from the main loop.
 #pragma once
@@ -54,7 +54,7 @@ struct IntfCodec {
    static IntfRow decodeRow(store::Reader& in, std::uint8_t version);
 };
 
-// Whether an interface is there, against what the topology says.
+// Whether an interface exists, in deviation from the topology.
 struct IntfPresenceCodec {
    static constexpr std::uint8_t version = 1;
    static void encodeKey(const orv::intf_id_t& key, store::Writer& out) { IntfCodec::encodeKey(key, out); }
@@ -80,29 +80,29 @@ public:
    orv::intf_id_t orv_intf_name(const std::string& kernel_name) const override;
    std::string kernel_intf_name(const orv::intf_id_t& intf) const override;
 
-   // Refuses an interface that the switch does not have: for managers whose objects name one.
+   // For managers whose objects name an interface.
+   // THROWS: orv::invalid_argument_error if the interface does not exist.
    void require(const orv::intf_id_t& intf) const { find(intf); }
 
-   // What it is by its make. Good until the interface is removed.
+   // The fixed properties of the interface. Valid until the interface is removed.
    const TopologyIntf& facts(const orv::intf_id_t& intf) const { return find(intf).facts; }
 
    bool linkUp(const orv::intf_id_t& intf) const { return find(intf).linkUp; }
    void linkIs(const orv::intf_id_t& intf, bool up);
-   // Called within linkIs for each link that has changed. For EthPhyIntfMgr.
+   // Called within linkIs() for each link that changes. For EthPhyIntfMgr.
    using LinkChanged = std::function<void(const orv::intf_id_t& intf)>;
    void linkChangedIs(LinkChanged linkChanged) { linkChanged_ = std::move(linkChanged); }
 
-   // Makes and removes an interface that is not a port. Its configuration goes with it.
+   // Creates or removes an interface that is not a port. Removal deletes its configuration.
    void intfAdd(const orv::intf_id_t& intf);
    void intfDel(const orv::intf_id_t& intf);
 
-   // For EthPhyIntfMgr: a port comes or goes as a whole, with its configuration kept; or can, or cannot, be
-   // used as it is.
+   // For EthPhyIntfMgr: adds or removes a port, whose configuration is kept; sets whether a port is usable.
    void portAdd(const orv::intf_id_t& intf);
    void portDel(const orv::intf_id_t& intf);
    void portUsableIs(const orv::intf_id_t& intf, bool usable);
 
-   // Rows of interfaces whose configuration is not the default one.
+   // Rows of interfaces with a non-default configuration.
    const Config& config() const { return config_; }
 
    std::size_t size() const { return intfs_.size(); }

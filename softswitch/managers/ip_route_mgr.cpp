@@ -191,7 +191,7 @@ void IpRouteMgr::ip_route_via_del(const orv::ip_route_via_t& via, const std::str
    if (row != nullptr && table_.eraseVias(*row, via)) changed(*row);
 }
 
-// False for a VRF that nothing was ever written to.
+// RETURNS: false for a VRF that never had a route.
 bool IpRouteMgr::vrfNumber(const std::string& vrfName, NameId& number) const {
    number = Names::none;
    if (isDefault(vrfName)) return true;
@@ -203,7 +203,7 @@ NameId IpRouteMgr::vrfForWrite(const std::string& vrfName) {
    if (isDefault(vrfName)) return Names::none;
    if (!vrfMgr_.exists(vrfName)) throw orv::invalid_argument_error(fmt::format("unknown VRF {}", vrfName));
    const auto known = vrfNames_.find(vrfName);
-   // Held for good: VRFs are few.
+   // Never dropped: VRFs are few.
    return known != Names::none ? known : vrfNames_.hold(vrfName);
 }
 
@@ -295,7 +295,7 @@ void IpRouteMgr::setVia(const orv::ip_route_via_t& via, NameId vrf) {
    if (row == nullptr)
       throw orv::invalid_argument_error(
            fmt::format("via of ip route {}, which does not exist", key.prefix()));
-   // The common via is valid by its form alone.
+   // The common via needs no further check.
    const bool group = !via.nexthop_group().empty();
    if (!group || via.nexthop_group().size() > NexthopGroupMgr::nameBytesMax || !IpRouteKind::plain(via))
       validateVia(via);

@@ -1,24 +1,24 @@
 // IP routes and their vias.
 //
-// A write is checked, stored and queued for the hardware stage. A via that carries nothing but its route key
-// stands, in deletes and questions, for all vias of its route.
+// A write is checked, stored and queued for the hardware stage. In deletes and queries, a via that carries
+// only its route key stands for all vias of its route.
 //
-// Refusals (orv::invalid_argument_error naming the value, if nothing else is said), before anything is
+// Refusals (orv::invalid_argument_error unless noted otherwise, naming the value), before anything is
 // written:
-//    a route without a prefix (a prefix with host bits is refused by orv::ip_prefix_t already)
-//    a command tag of more than 255 bytes
+//    a route without a prefix (orv::ip_prefix_t already refuses a prefix with host bits)
+//    a command tag of more than 255 bytes, or not in UTF-8
 //    an action that contradicts the route's vias: nexthop-group with hops, any other with a group, drop and
-//       punt with vias of any kind
+//       punt with any vias
 //    a via on a route that does not exist
 //    a via with both a nexthop group and a hop or an interface
-//    a via that names no way out at all
+//    a via that names no way out
 //    a via with a group on a route that has hops, or the reverse; a hop on a route set for a nexthop group
 //    a via on a route that drops or punts
-//    an interface or VXLAN interface that the switch does not have; a VRF or egress VRF that it does not have
+//    an interface, VXLAN interface, VRF or egress VRF that does not exist
 //    a VNI above 16777215 (orv::invalid_range_error)
-//    a group name of more than 255 bytes
+//    a group name of more than 255 bytes, or not in UTF-8
 //    more vias than a route takes
-//    and orv::error for one route more than the table holds, or a full disk
+//    more routes than the table holds, or a full disk (orv::error)
 //
 // Thread-safety: guarded by the SDK's lock.
 #pragma once
@@ -45,14 +45,14 @@ struct GoneRoute {
    bool hops;       // it had a FEC of its own
 };
 
-// Hears what becomes of routes in hardware, from the main loop.
+// The main loop notifies it of changes to routes in hardware.
 class RouteObserver {
 public:
-   // Of a route that hardware has, anew or changed.
+   // Hardware has the route, new or changed.
    virtual void routeChanged(RouteRow& row) = 0;
-   // Of a route that hardware has, whose group or link may have come or gone.
+   // The group or the link of a route in hardware may have come or gone.
    virtual void wayOutChanged(RouteRow& row) = 0;
-   // Of one that hardware has no more.
+   // Hardware has removed the route.
    virtual void routeGone(const GoneRoute& route) = 0;
 
 protected:
@@ -99,13 +99,14 @@ public:
 
    std::size_t size() const { return table_.size(); }
    std::size_t capacity() const { return table_.capacity(); }
-   // Routes that hardware has.
+   // The number of routes in hardware.
    std::size_t programmed() const { return programmed_; }
-   // The same in any VRF.
+   // action() in any VRF.
    orv::ip_route_action_t action(const orv::ip_route_key_t& key, const std::string& vrf_name) const;
 
    std::size_t routesIn(const std::string& vrf_name) const;
-   // The number that keys of a VRF's routes have; false where the VRF has had no route yet.
+   // Looks up the number that a VRF has in route keys.
+   // RETURNS: false if the VRF never had a route.
    bool vrfNumber(const std::string& vrfName, NameId& number) const;
 
    void observe(RouteObserver& observer) { observer_ = &observer; }
@@ -150,8 +151,8 @@ private:
    WorkList<GoneRoute> removals_;
    WorkList<RouteIndex> pending_;
    std::vector<PlaneRoute> batch_;
-   // A walk over all rows, in the order of memory: programs what is not, and looks again at routes whose
-   // group or link has come or gone.
+   // A pass over all rows, in memory order: programs routes that are not in hardware, and reports routes
+   // whose group or link has come or gone.
    bool sweeping_ = false;
    bool sweepsHops_ = false;
    RouteIndex sweepAt_ = 0;

@@ -1,4 +1,4 @@
-// The hardware stage of the IP routes: what hands rows to the forwarding plane and takes its answers.
+// The hardware stage of the IP routes: hands rows to the forwarding plane and takes its answers.
 #include <algorithm>
 
 #include "softswitch/managers/ip_route_mgr.h"
@@ -14,7 +14,7 @@ constexpr std::size_t sweptPerStep = 1024;
 }  // namespace
 
 void IpRouteMgr::hardwareStep(ForwardingPlane& plane) {
-   // Removals first: a route that was deleted and set again is a new one.
+   // Removals first: a route that was deleted and set again is a new route.
    if (!removals_.empty()) {
       removals_.work(rowsPerStep, [&](const GoneRoute& gone) {
          plane.routeDel(gone.key);
@@ -38,7 +38,7 @@ void IpRouteMgr::hardwareStep(ForwardingPlane& plane) {
    }
 }
 
-// A route that has nothing to forward by is not programmed.
+// A route that forwards but has no via is not programmed.
 void IpRouteMgr::program(ForwardingPlane& plane, RouteRow& row) {
    const bool byVias = row.action == Action::forward || row.action == Action::nexthop_group;
    if (byVias && !row.hasVias()) {

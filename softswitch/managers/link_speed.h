@@ -1,4 +1,4 @@
-// Speeds of links: from bits per second, and from and to what an operator writes.
+// Link speeds: from bits per second, and from and to text.
 //
 // Thread-safety: functions without state.
 #pragma once
@@ -12,10 +12,10 @@
 
 namespace softswitch {
 
-// Unknown for a number that no link has.
+// RETURNS: unknown if no link has this speed.
 orv::eth_link_speed_t linkSpeed(std::uint64_t bitsPerSecond);
 
-// "100G", "2.5G", "10M", in either case; nothing for other words.
+// "100G", "2.5G", "10M", in either case; empty for any other text.
 std::optional<orv::eth_link_speed_t> linkSpeedFromText(std::string_view text);
 
 // "10M, 100M, … or 1.6T"

@@ -19,7 +19,7 @@ void MountMgr::handler_del(orv::mount_handler* handler) noexcept {
 }
 
 void MountMgr::completeMounts() {
-   // One handler per call, as one call was posted for each: a handler may make and drop others.
+   // One handler per call, because one call was posted for each. A handler may add and remove others.
    const auto waiting =
         std::find_if(entries_.begin(), entries_.end(), [](const Entry& entry) { return !entry.state; });
    if (waiting == entries_.end()) return;

@@ -1,8 +1,8 @@
-// Mounts: the switch's state database and its shared tables, and who has mounted what.
+// Mounts: the switch's state database and shared tables, and the mounts of each handler.
 //
-// A handler is asked for its mounts from the main loop, soon after it was made, and before the agent's
-// handlers hear that the switch is initialized if it was there before the loop began. Its mounts are kept
-// until it is gone.
+// The main loop asks a handler for its mounts soon after the handler is added; for a handler added before the
+// loop began, this happens before on_initialized of the agent's handlers. The mounts are kept until the
+// handler is removed.
 //
 // Thread-safety: guarded by the SDK's lock; handlers are called from the main loop.
 #pragma once
@@ -23,7 +23,7 @@ public:
    void handler_add(orv::mount_handler* handler) override;
    void handler_del(orv::mount_handler* handler) noexcept override;
 
-   // For those of the switch that write what handlers mount.
+   // For the parts of the switch that write what handlers mount.
    const Pavo::Ptr<Tessel::EntityManager>& state() const { return state_; }
    const Pavo::Ptr<ZeltSharedMem::EntityManager>& shared() const { return shared_; }
 

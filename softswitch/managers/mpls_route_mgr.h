@@ -1,19 +1,19 @@
 // MPLS routes and their vias.
 //
-// Hardware has a route once it has a way out: hops, or a nexthop group that hardware has. Its FEC is the
-// group's, or one of its own when it has hops.
+// Hardware has a route once it has a way out: hops, or a nexthop group that is in hardware. Its FEC is the
+// group's, or its own if it has hops.
 //
-// Refusals (orv::invalid_argument_error naming the value, if nothing else is said), before anything is
+// Refusals (orv::invalid_argument_error unless noted otherwise, naming the value), before anything is
 // written:
 //    a route without a label
 //    a label above 1048575 (orv::invalid_range_error)
 //    a via on a route that does not exist
-//    a via with both a nexthop group and a hop or an interface, or with none of them
+//    a via with both a nexthop group and a hop or an interface, or with none of the three
 //    a via with a group on a route that has hops, or the reverse
-//    an interface that the switch does not have
+//    an interface that does not exist
 //    a via without a label action; push or swap without a label; pop or forward with one
-//    a group name of more than 255 bytes
-//    and orv::error for one route more than the table holds, or a full disk
+//    a group name of more than 255 bytes, or not in UTF-8
+//    more routes than the table holds, or a full disk (orv::error)
 //
 // Thread-safety: guarded by the SDK's lock.
 #pragma once
@@ -90,9 +90,9 @@ private:
    absl::flat_hash_map<std::uint64_t, std::size_t> fecUsers_;
    std::uint64_t nextFec_ = 1;
    WorkList<MplsRow*> pending_;
-   // Handed to the plane: a via that names a group and an action alone. Kept for its memory.
+   // Reused for the plane: a via that names only a group and an action.
    orv::mpls_route_via_t plainVia_;
-   // A walk that looks again at the routes over groups that have come or gone; empty when there is none.
+   // A pass over the routes whose group has come or gone; empty if none is running.
    std::optional<MplsRouteTable::Cursor> sweepAt_;
 };
 

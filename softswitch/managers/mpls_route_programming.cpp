@@ -1,4 +1,4 @@
-// The hardware stage of the MPLS routes: what hands rows to the forwarding plane and takes its answers.
+// The hardware stage of the MPLS routes: hands rows to the forwarding plane and takes its answers.
 #include "softswitch/managers/mpls_route_mgr.h"
 #include "softswitch/tables/fec.h"
 
@@ -53,7 +53,7 @@ void MplsRouteMgr::program(ForwardingPlane& plane, MplsRow& row) {
 void MplsRouteMgr::mplsRouteAnswer(const orv::mpls_route_key_t& key, std::uint16_t version, bool programmed) {
    auto* const row = table_.find(key);
    if (row == nullptr || row->awaited == 0) return;
-   // Only the answer to what was handed over last counts.
+   // Only the answer to the last request counts.
    if (--row->awaited != 0) return;
    if (!row->sent) {
       releaseIfDone(*row);
@@ -61,7 +61,6 @@ void MplsRouteMgr::mplsRouteAnswer(const orv::mpls_route_key_t& key, std::uint16
    }
    if (!programmed) return;
    if (row->hardware != nullptr) row->hardware->programmed = row->hardware->sent;
-   // Held before the former one is let go, which may be the same.
    table_.nameIs(row->programmedGroup, row->sentGroup);
    row->programmedAction = row->sentAction;
    row->programmedVersion = version;
@@ -92,7 +91,7 @@ void MplsRouteMgr::unprogram(ForwardingPlane& plane, MplsRow& row) {
    table_.nameIs(row.programmedGroup, Names::none);
 }
 
-// A handler may have set the route again.
+// Keeps the row if a handler has set the route again.
 void MplsRouteMgr::releaseIfDone(MplsRow& row) {
    if (!row.configured && !row.queued && row.awaited == 0) table_.release(row);
 }

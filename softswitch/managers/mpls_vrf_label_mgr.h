@@ -1,9 +1,9 @@
 // MPLS labels that are popped and looked up in a VRF. The VRF need not exist yet.
 //
-// Refusals (orv::invalid_argument_error naming the value, if nothing else is said):
+// Refusals (orv::invalid_argument_error unless noted otherwise, naming the value):
 //    a label above 1048575 (orv::invalid_range_error)
-//    an empty VRF name, or one of more than 255 bytes
-//    and orv::error for one label more than the table holds, or a full disk
+//    a VRF name that is empty, of more than 255 bytes, or not in UTF-8
+//    more labels than the table holds, or a full disk (orv::error)
 //
 // Thread-safety: guarded by the SDK's lock.
 #pragma once
@@ -41,7 +41,7 @@ public:
    std::size_t capacity() const { return labels_.capacity(); }
 
 private:
-   // The name of the VRF by the label.
+   // The VRF name of each label.
    Table<orv::mpls_label_t, std::string, MplsVrfLabelCodec> labels_;
 };
 

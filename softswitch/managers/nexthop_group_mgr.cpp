@@ -132,7 +132,7 @@ NexthopGroupCodec::Group NexthopGroupCodec::decodeRow(store::Reader& in, std::ui
    return group;
 }
 
-// The names of programmed groups in order: those of groups_ and, in their places, those of leaving_.
+// The names of programmed groups in order: groups_ merged with leaving_.
 class NexthopGroupMgr::ProgrammedIter final : public orv::programmed_nexthop_group_iter_impl {
 public:
    explicit ProgrammedIter(const NexthopGroupMgr& mgr) : mgr_(&mgr), cursor_(mgr.groups_) {}
@@ -142,7 +142,7 @@ public:
          const auto item = behindCursor_ ? mgr_->groups_.upperBound(last_) : cursor_.next();
          const auto leaving = mgr_->leaving_.upper_bound(last_);
          if (leaving != mgr_->leaving_.end() && (!item || *leaving < *item.key)) {
-            // The cursor is ahead of the walk from here on, and cannot go back for what is set meanwhile.
+            // From here on the cursor is ahead of the iteration and would miss groups set in between.
             behindCursor_ = true;
             row = last_ = *leaving;
             return true;
@@ -162,7 +162,7 @@ public:
 private:
    const NexthopGroupMgr* mgr_;
    Groups::Cursor cursor_;
-   std::string last_;  // where the walk stands; no group has an empty name
+   std::string last_;  // the position of the iteration; no group has an empty name
    bool behindCursor_ = false;
 };
 
@@ -402,7 +402,7 @@ void NexthopGroupMgr::hardwareStep(ForwardingPlane& plane) {
          for (auto* observer : observers_)
             observer->groupGone(id);
       }
-      // Also of a group that was not active: it is how its watchers hear that it is gone.
+      // Even for a group that was not active: this is how its watchers learn that it is gone.
       handlers().notify(name, [&](auto& h) { h.on_nexthop_group_active(name, false); });
    });
    if (pending_.empty() && sweeping_) sweepStep();
@@ -411,13 +411,13 @@ void NexthopGroupMgr::hardwareStep(ForwardingPlane& plane) {
 void NexthopGroupMgr::groupAnswer(NameId id, std::uint16_t version, GroupAnswer answer) {
    if (id >= states_.size() || !states_[id]) return;
    auto& s = *states_[id];
-   // A plane that answers late may answer for what has been replaced meanwhile.
+   // A late answer may be for a version that has been replaced.
    if (!s.sent || s.sent->version_id() != version) return;
    const bool wasThere = s.programmed != nullptr;
    s.hwState = answer.programmed ? HwState::success : HwState::failure;
    s.counterState = answer.counted ? CounterState::success : CounterState::failure;
    if (answer.programmed) {
-      // Deleted between the order and the answer.
+      // Deleted between groupSet() and its answer.
       if (s.queued && !wasThere && !groups_.contains(names_.text(id))) leaving_.insert(names_.text(id));
       s.programmed = s.sent;
       setParent(s, leadsIntoGroups(*s.programmed));
@@ -427,7 +427,7 @@ void NexthopGroupMgr::groupAnswer(NameId id, std::uint16_t version, GroupAnswer 
    const orv::nexthop_group_programmed_status_t status(s.hwState, s.counterState);
    handlers().notify(name, [&](auto& h) { h.on_nexthop_group_programmed(name, version, status); });
    if (!answer.programmed) return;
-   // Groups that lead into this one may become active by it.
+   // This may activate groups that lead into this one.
    if (judgeActive(s) || !wasThere) groupChanged();
    for (auto* observer : observers_)
       observer->groupProgrammed(id, !wasThere);
@@ -441,7 +441,7 @@ bool NexthopGroupMgr::resolves(const orv::nexthop_group_entry_t& entry) const {
    return entry.nexthop().af() != orv::af_none;
 }
 
-// True when the group's activity has changed.
+// RETURNS: whether the group's activity has changed.
 bool NexthopGroupMgr::judgeActive(State& s) {
    const auto& entries = s.programmed->nexthops();
    const bool now =
@@ -465,7 +465,7 @@ void NexthopGroupMgr::groupChanged() {
 
 void NexthopGroupMgr::startSweep() {
    if (sweeping_) {
-      // A sweep that has not begun yet will see what has changed.
+      // A pass that has not begun yet will see the change.
       if (sweepAt_ != 0) sweepAgain_ = true;
       return;
    }

@@ -1,27 +1,27 @@
-// Nexthop groups: configuration, versions, and what hardware made of them.
+// Nexthop groups: configuration, versions, and their state in hardware.
 //
-// A group is configured by a set, which gives it the next version of its name (1 to 65535, then 1 again) or
-// the one that the caller chose. The hardware stage programs the latest one; what is programmed may thus lag
-// behind what is configured.
+// A set configures a group and gives it the next version of its name (1 to 65535, then 1 again), or the
+// version that the caller chose. The hardware stage programs the latest version, so the programmed version
+// may lag behind the configured one.
 //
-// An entry resolves when it leads into an active group; or names an interface that is up; or names neither
-// and has a next hop, since this switch keeps no neighbour table and takes every hop for reachable. A group
-// is active while hardware has it and one of its entries resolves.
+// An entry resolves if it leads into an active group, or names an interface that is up, or names neither and
+// has a next hop: this switch keeps no neighbour table and treats every hop as reachable. A group is active
+// while hardware has it and one of its entries resolves.
 //
-// A group that is deleted stays in hardware until the hardware stage has run: it still is a programmed group,
-// with counters, listed in its place. Then on_nexthop_group_active tells that it is not active, whether it
-// was before or not, and whether hardware ever had it or not.
+// A deleted group stays in hardware until the hardware stage has run: it is still a programmed group, with
+// counters, listed in order. Then on_nexthop_group_active reports it inactive, even if it was never active or
+// never in hardware.
 //
-// Refusals (orv::invalid_argument_error naming the value, if nothing else is said), before anything is
+// Refusals (orv::invalid_argument_error unless noted otherwise, naming the value), before anything is
 // written:
-//    a group without a name, or with one of more than 255 bytes, or that is not UTF-8
+//    a group name that is empty, of more than 255 bytes, or not in UTF-8
 //    an entry, backup entry or destination index beyond the limit, 0 to 1023 by default
 //       (orv::invalid_range_error)
-//    an entry's interface or a source interface that the switch does not have
+//    an entry's interface or a source interface that does not exist
 //    a label above 1048575, or a stack of more than 14 labels
-//    a group that leads into itself; a child group name of more than 255 bytes
+//    a group that leads into itself; a child group name of more than 255 bytes, or not in UTF-8
 //    the version 0 (orv::invalid_range_error)
-//    and orv::error for one group more than the table holds, or a full disk
+//    more groups than the table holds, or a full disk (orv::error)
 //
 // Thread-safety: guarded by the SDK's lock.
 #pragma once
@@ -51,10 +51,11 @@ struct NexthopGroupCodec {
    static Group decodeRow(store::Reader& in, std::uint8_t version);
 };
 
-// Hears what becomes of groups in hardware, from the main loop.
+// The main loop notifies it of changes to groups in hardware.
 class GroupObserver {
 public:
-   // `fresh` when hardware had none of that number; else it has changed, its activity perhaps.
+   // `fresh` if hardware did not have the group before; otherwise the group, or only its activity, has
+   // changed.
    virtual void groupProgrammed(NameId id, bool fresh) = 0;
    virtual void groupGone(NameId id) = 0;
 
@@ -90,21 +91,21 @@ public:
    orv::nexthop_group_programmed_hw_state_t get_nexthop_group_programmed_hw_state(
         const std::string& name) const override;
 
-   // Observers outlive the manager's use by the main loop.
+   // REQUIRES: the observer exists as long as the main loop runs.
    void observe(GroupObserver& observer) { observers_.push_back(&observer); }
 
    std::size_t size() const { return groups_.size(); }
    std::size_t capacity() const { return groups_.capacity(); }
-   // What hardware has under this number; null when nothing.
+   // RETURNS: the group that hardware has under this number, or null.
    const orv::nexthop_group_t* programmed(NameId id) const {
       return id < states_.size() && states_[id] ? states_[id]->programmed.get() : nullptr;
    }
    bool active(NameId id) const { return id < states_.size() && states_[id] && states_[id]->active; }
    bool resolves(const orv::nexthop_group_entry_t& entry) const;
-   // The first number at or behind `id` that hardware has a group under; Names::none when there is none.
+   // RETURNS: the first number at or after `id` under which hardware has a group, or Names::none.
    NameId programmedAtOrAfter(NameId id) const;
-   // For demonstrations: as if so much traffic had left through the entry. Throws orv::invalid_argument_error
-   // when hardware has no such entry.
+   // For demonstrations: counts traffic as if it had left through the entry.
+   // THROWS: orv::invalid_argument_error if hardware has no such entry.
    void countTraffic(const std::string& name, std::uint16_t entry, TrafficCounter traffic);
 
    bool hardwareIdle() const override { return pending_.empty() && !sweeping_; }
@@ -116,7 +117,7 @@ private:
    using Group = NexthopGroupCodec::Group;
    using Groups = Table<std::string, Group, NexthopGroupCodec>;
 
-   // Of a group that is configured or in hardware.
+   // The state of a group that is configured or in hardware.
    struct State {
       HeldName name;
       Group sent;        // handed to the plane, not answered yet
@@ -139,7 +140,7 @@ private:
    void configure(const orv::nexthop_group_t& group, std::uint16_t version);
    State& state(const std::string& name);
    const State* findState(const std::string& name) const;
-   // What is left to do once the configuration has lost the group.
+   // Call this after the group was removed from the configuration.
    void deleted(const std::string& name);
    void queue(State& state);
    bool judgeActive(State& state);
@@ -153,14 +154,14 @@ private:
    const orv::intf_mgr& intfs_;
    const std::size_t entriesMax_;
    Groups groups_;
-   // Programmed groups that were deleted and that the hardware stage has not come to since. Every programmed
-   // group is in here or in groups_; in both when it was set again meanwhile.
+   // Deleted groups that are still programmed because the hardware stage has not reached them. Every
+   // programmed group is here or in groups_; in both if it was set again.
    absl::btree_set<std::string> leaving_;
    std::vector<std::unique_ptr<State>> states_;  // by number of the name
    WorkList<NameId> pending_;
    std::vector<GroupObserver*> observers_;
    std::size_t parents_ = 0;
-   // A walk that judges anew which groups are active, after a link or a group changed.
+   // A pass that re-evaluates which groups are active, after a link or a group changed.
    bool sweeping_ = false;
    bool sweepAgain_ = false;
    NameId sweepAt_ = 0;

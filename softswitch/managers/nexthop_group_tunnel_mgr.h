@@ -2,10 +2,10 @@
 //
 // The group need not exist yet.
 //
-// Refusals (orv::invalid_argument_error naming the value, if nothing else is said):
+// Refusals (orv::invalid_argument_error unless noted otherwise, naming the value):
 //    a tunnel without an endpoint, or without the name of a group
-//    a group name of more than 255 bytes
-//    and orv::error for one tunnel more than the table holds, or a full disk
+//    a group name of more than 255 bytes, or not in UTF-8
+//    more tunnels than the table holds, or a full disk (orv::error)
 //
 // Thread-safety: guarded by the SDK's lock.
 #pragma once

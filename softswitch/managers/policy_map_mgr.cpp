@@ -43,7 +43,7 @@ private:
            fmt::format("{}: {}", where(), fmt::format(format, std::forward<Args>(args)...)));
    }
 
-   // Whatever the rule's type: the table keeps it, and hands it out again.
+   // For every type of rule: the table stores the raw rule and returns it.
    void rawRule(const orv::acl_rule_ip_t& rule) const {
       checkRawRule([this] { return where() + ": raw rule"; }, rule);
    }
@@ -54,7 +54,7 @@ private:
 
    void classMap(const orv::policy_map_rule_t& rule) const {
       const auto& key = rule.class_map_key();
-      // Whatever the rule's type: the table keeps the name, and hands it out again.
+      // For every type of rule: the table stores the name and returns it.
       name("class map name", key.name(), policyNameBytesMax);
       if (rule.policy_map_rule_type() != orv::policy_map_rule_type_t::class_map) return;
       if (key.name().empty()) refuse("the class map's name is empty, expected a name");
@@ -177,7 +177,7 @@ void PolicyMapMgr::policy_map_apply(const orv::policy_map_key_t& key, const orv:
    }
    const PolicyPlace place{.intf = intf, .direction = direction, .feature = key.feature()};
    const auto* applied = places_.find(place);
-   // Also where a new topology has left the interface out.
+   // Works even if a new topology has left the interface out.
    if (!apply && applied != nullptr && *applied == key.name()) {
       places_.erase(place);
       return;
@@ -252,7 +252,7 @@ void PolicyMapMgr::programPending() {
       });
    }
    for (const auto& key : keys) {
-      // A handler may have changed anything.
+      // A handler may have removed the map.
       const auto* map = maps_.find(key);
       if (map == nullptr) continue;
       const auto words = shortcoming(*map);

@@ -1,21 +1,21 @@
-// Policy maps, where they are applied, and what hardware says about them.
+// Policy maps, where they are applied, and their status in hardware.
 //
-// Hardware is a second stage: a policy map that was set or applied, and every applied one after a class map
-// changed, is handed over from the main loop. It succeeds when each rule's class map is there; until the
-// answer comes the status of an applied policy map is in_progress. Handlers then hear on_policy_map_sync or
-// on_policy_map_sync_fail; after each policy_map_is they hear on_policy_map_config_set before.
-// Deleting a policy map, also by a resync, takes it off its interfaces.
+// Hardware is a second stage. The main loop hands over each policy map that was set or applied and, after a
+// change of a class map, every applied one. This succeeds if each rule's class map exists. Until the answer
+// the status of an applied policy map is in_progress. Handlers then receive on_policy_map_sync or
+// on_policy_map_sync_fail; after each policy_map_is they first receive on_policy_map_config_set. Deleting a
+// policy map, even by a resync, removes it from its interfaces.
 //
-// Refusals (orv::invalid_argument_error and its kin, naming the value; nothing has changed then):
-//    a key without a name or a feature, in every operation that writes; a name of more than 400 bytes, or
-//    that is not UTF-8, in policy_map_is
+// Refusals (orv::invalid_argument_error unless noted otherwise, naming the value; nothing has changed then):
+//    a key without a name or a feature, in every operation that writes; in policy_map_is also a name of more
+//    than 400 bytes, or not in UTF-8
 //    a rule of type class_map whose class map key has no name or another feature than the policy map
 //    an action nexthop without nexthops or with a null one, nexthop_group without a name, vrf without a VRF;
-//    a name of more than 255 bytes of either, or of more than 400 of a class map
+//    a group or VRF name of more than 255 bytes, or a class map name of more than 400
 //    a raw rule that no list could have (acl_rules.h), whatever the rule's type
 //    a DSCP above 63, a traffic class above 7
-//    applying a policy map or to an interface that does not exist; a direction other than in and out
-//    and orv::error for one more than the table holds
+//    applying a policy map, or to an interface, that does not exist; a direction other than in and out
+//    more policy maps than the table holds, or a full disk (orv::error)
 //
 // Thread-safety: guarded by the SDK's lock; callbacks come from the main loop.
 #pragma once
@@ -35,7 +35,7 @@ namespace softswitch {
 class ClassMapMgr;
 class IntfMgr;
 
-// An interface takes one policy map of a feature in each direction.
+// An interface has at most one policy map per feature and direction.
 struct PolicyPlace {
    orv::intf_id_t intf;
    orv::acl_direction_t direction = orv::acl_direction_t::none;
@@ -71,7 +71,7 @@ public:
    orv::policy_map_hw_status_iter_t policy_map_hw_status_iter(orv::policy_feature_t feature) const override;
    orv::policy_map_hw_statuses_t hw_status(const orv::policy_map_key_t& key) const override;
 
-   // The rows' own keys are empty: the table's are theirs.
+   // The maps in the rows have empty keys; the table has the keys.
    const Maps& maps() const { return maps_; }
    const Places& places() const { return places_; }
 
@@ -90,7 +90,7 @@ private:
    Places places_;
    std::set<orv::policy_map_key_t> toProgram_;
    bool allAppliedToProgram_ = false;
-   // Of the policy maps that hardware has answered for since they last changed.
+   // Hardware's answers for policy maps that have not changed since.
    std::map<orv::policy_map_key_t, orv::policy_map_status_t> answers_;
 };
 

@@ -1,4 +1,4 @@
-// Managers of kinds of objects that this switch has none of.
+// Managers of object kinds that this switch does not have.
 //
 // Thread-safety: nothing to guard.
 #pragma once

@@ -68,7 +68,7 @@ std::string shown(const json& value) {
    return text;
 }
 
-// A name split into what stands before its last number and the number: "Ethernet2/1" is {"Ethernet2/", 1}.
+// A name split into a stem and its last number: "Ethernet2/1" is {"Ethernet2/", 1}.
 struct NumberedName {
    std::string stem;
    std::optional<std::uint32_t> number;
@@ -132,10 +132,10 @@ public:
    }
 
    json document(std::string_view text) const {
-      // The parser keeps the last of two equal keys without a word; one set of keys per open object.
+      // The parser silently keeps the last of two equal keys, so collect the keys of each open object.
       std::vector<std::set<std::string>> keys;
       const auto check = [&](int depth, json::parse_event_t event, json& value) {
-         // Bounds what is printed back recursively in a refusal.
+         // Bounds the recursion when a refusal prints the value.
          if (depth > maxDepth) refuse("is nested more than {} deep", maxDepth);
          if (event == json::parse_event_t::object_start) keys.emplace_back();
          if (event == json::parse_event_t::object_end) keys.pop_back();
@@ -355,7 +355,7 @@ std::optional<TopologyIntf> Topology::fromName(std::string_view name) const {
    auto kernel = std::string(kind->kernelPrefix) + std::string(name.substr(kind->namePrefix.size()));
    std::replace(kernel.begin(), kernel.end(), '/', '_');
    if (!validName(kernel, maxKernelNameLength)) return std::nullopt;
-   // Behind the addresses of the file; interfaces without a port share the system's.
+   // After the addresses of the file; interfaces that are not ports share the system's address.
    const bool port = kind->type == IntfType::ethernet || kind->type == IntfType::management;
    const auto mac = port ? macPlus(systemMac_, firstMacOfLaterPorts + *parts.number) : systemMac_;
    return TopologyIntf{.name = std::string(name),

@@ -1,4 +1,4 @@
-// The interfaces that the switch has: read from a small JSON file, or a built-in default.
+// The interfaces of the switch, from a small JSON file or a built-in default.
 //
 // Thread-safety: a Topology does not change after it is built; any thread may read it.
 //
@@ -11,7 +11,7 @@
 //         { "name": "Management1", "speed": "1G", "kernel_name": "mgmt1", "link": "down" } ] }
 //
 // "interfaces" is required, and so is "name" in each entry; everything else has a default:
-//    "count"        1..16384 interfaces whose numbers count up from the one that ends the name; 1
+//    "count"        1..16384 interfaces, whose numbers count up from the number that ends the name; 1
 //    "type"         ethernet, loopback, management, lag, vlan, vxlan; from the name's leading word
 //                   (Ethernet, Loopback, Management, Lag, Vlan, Vxlan)
 //    "speed"        10M 100M 1G 2.5G 5G 10G 25G 40G 50G 100G 200G 400G 800G 1.6T; ethernet 100G,
@@ -19,7 +19,7 @@
 //    "mac"          six hex bytes; counts up with the name; default system_mac plus the
 //                   interface's ordinal in the file, from 1
 //    "kernel_name"  1..15 characters; counts up with the name; default eth1, lo0, mgmt1, …
-//    "link"         "up" or "down", what the link is when the switch starts; up
+//    "link"         "up" or "down", the link's state when the switch starts; up
 //    "system_mac"   02:00:00:00:00:00
 // Names, kernel names and addresses must be unique. An unknown or repeated key is refused.
 #pragma once
@@ -47,20 +47,20 @@ enum class IntfType { ethernet, loopback, management, lag, vlan, vxlan };
 
 std::string_view to_string(IntfType type);
 
-// Whether an interface of the type is a port of the switch: something that one can touch.
+// Whether the type is a physical port of the switch.
 inline bool isPort(IntfType type) {
    return type == IntfType::ethernet || type == IntfType::management;
 }
 
 using MacAddress = std::array<std::uint8_t, 6>;
 
-// Lower case hex bytes with colons between.
+// Lower-case hex bytes separated by colons.
 std::string to_string(const MacAddress& mac);
 
 struct TopologyIntf {
    std::string name;
    IntfType type = IntfType::ethernet;
-   std::uint64_t speedBps = 0;  // bits per second, 0 where the type has none
+   std::uint64_t speedBps = 0;  // bits per second, 0 if the type has none
    MacAddress mac{};
    std::string kernelName;
    bool linkUp = true;  // when the switch starts
@@ -76,21 +76,21 @@ public:
    // Ethernet1..Ethernet64 at 100G, Loopback0..Loopback15, Management1.
    static Topology builtIn();
 
-   // Throws TopologyError when the file cannot be read or used.
+   // THROWS: TopologyError if the file cannot be read or used.
    static Topology load(const std::filesystem::path& file);
 
-   // As load() on `text`; `source` names it in errors.
+   // Like load(), from `text`; `source` names it in errors.
    static Topology parse(std::string_view text, std::string_view source);
 
    // In the order of the file.
    const std::vector<TopologyIntf>& interfaces() const { return interfaces_; }
 
-   // Null when there is none of that name.
+   // RETURNS: null if no interface has that name.
    const TopologyIntf* find(std::string_view name) const;
 
-   // What an interface that is made later under this name would be, by its leading word and number; nothing
-   // for a name that does not tell a type, or whose kernel name would be too long. `name` may be one that the
-   // topology has.
+   // RETURNS: the properties of an interface that is created under this name, from its leading word and
+   // number; empty if the name implies no type or the kernel name would be too long. The topology may contain
+   // `name`.
    std::optional<TopologyIntf> fromName(std::string_view name) const;
 
    const MacAddress& systemMac() const { return systemMac_; }

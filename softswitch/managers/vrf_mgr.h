@@ -1,9 +1,9 @@
-// VRFs: "default", which is always there, and those that were configured.
+// VRFs: "default", which always exists, and the configured ones.
 //
-// Refusals (orv::invalid_argument_error, naming the value):
+// Refusals (orv::invalid_argument_error unless noted otherwise, naming the value):
 //    a name that is not 1 to 63 letters, digits, '.', '_' or '-', or that is "default" or "all"
-//    the removal of a VRF that is not there, or that something still uses
-//    and orv::error for one more than the table holds
+//    removing a VRF that does not exist or is in use
+//    more VRFs than the table holds, or a full disk (orv::error)
 //
 // Thread-safety: guarded by the SDK's lock.
 #pragma once
@@ -39,18 +39,19 @@ public:
    orv::vrf_iter_t vrf_iter() const override;
    bool exists(const std::string& vrf_name) const override;
 
-   // Refuses a VRF that is not there: for managers whose objects name one.
+   // For managers whose objects name a VRF.
+   // THROWS: orv::invalid_argument_error if the VRF does not exist.
    void require(const std::string& name) const;
 
-   // One that is there already stays as it is.
+   // A no-op if the VRF exists.
    void vrfSet(const std::string& name);
    void vrfDel(const std::string& name);
 
-   // Tells what of a VRF is in use, as in "3 IP routes", or nothing. Asked before a removal.
+   // Returns what uses a VRF, as in "3 IP routes", or an empty text. Called before a removal.
    using Usage = std::function<std::string(const std::string& name)>;
    void usageIs(Usage usage) { usages_.push_back(std::move(usage)); }
 
-   // All but "default".
+   // The VRFs other than "default".
    const Config& config() const { return config_; }
 
 private:

@@ -10,10 +10,10 @@
 namespace softswitch {
 namespace {
 
-// Behind what is told of sessions, before round-trip times are sent and callbacks are made.
+// After the task that reports session status, before those that send round-trip times and make callbacks.
 constexpr Gorm::Priority sbfdPriority = 2;
-// Reports between two looks at the quantum. So many are made in any case, so that they get through when
-// packets take all the time there is.
+// Reports between two checks of the quantum. Each run makes at least this many, so that they get through when
+// packets take up all the time.
 constexpr unsigned statusesPerLook = 64;
 constexpr unsigned rttsPerLook = 16;
 
@@ -169,7 +169,7 @@ void BfdSessionMgr::start(const Key& key, const BfdSessionRow& row) {
 void BfdSessionMgr::readLink(SbfdSlot slot) {
    const auto& intf = keys_[slot].nexthop_intf();
    const bool any = !intf;
-   // An interface may go away under a session; it is not what an operator would call disabled.
+   // An interface may be deleted under a session; that does not count as administratively disabled.
    const bool there = any || intfs_.exists(intf);
    const bool enabled = any || !there || intfs_.admin_enabled(intf);
    const bool up = any || (there && intfs_.oper_status(intf) == orv::oper_status_t::up);
@@ -198,7 +198,7 @@ void BfdSessionMgr::on_admin_enabled(const orv::intf_id_t& intf, bool) {
 }
 
 void BfdSessionMgr::taskExecute() {
-   // Asked for before the work, so that a handler that throws does not strand what is left.
+   // Requested before the work, so that a handler that throws does not strand the rest.
    scheduleTaskLowestDelay(task().quantum());
    const bool behind = engine_.run(now_(), [this] { return taskShouldYield(); });
    tellStatuses();
@@ -214,9 +214,9 @@ void BfdSessionMgr::taskExecute() {
 void BfdSessionMgr::tellStatuses() {
    unsigned told = 0;
    while (const auto change = engine_.takeStatus()) {
-      // A copy: a handler may make and remove sessions.
+      // A copy: a handler may create and remove sessions.
       const Key key = keys_[change->slot];
-      // Handlers tell the outside world, and one of them may have written.
+      // Handlers report to the outside world, and an earlier handler may have written to the store.
       Zelt::activityLock().settle();
       handlers().notify(key, [&](orv::bfd_session_handler& handler) {
          handler.on_sbfd_echo_session_status(key, change->status);

@@ -1,24 +1,24 @@
-// Seamless-BFD echo sessions: configured objects, and the sessions that run for them.
+// Seamless-BFD echo sessions: the configured objects and the running sessions.
 //
-// A session is kept with its interval and round-trip setting and survives a restart; it starts down and comes
-// up by itself (forwarding/sbfd_engine.h tells when). While the interface that it leaves through is down, no
-// packet passes, so the session goes down after its detection time; a session without an interface is on a
-// link that is always up. Status changes are told in order, each one; round-trip times of a session that has
-// them enabled once per snapshot interval, at its end.
+// A session's interval and round-trip setting survive a restart. A session starts down and comes up by itself
+// (sbfd/sbfd_engine.h). While the interface that it leaves through is down, no packet passes, so the session
+// goes down after its detection time; a session without an interface is on a link that is always up. Every
+// status change is reported, in order. The round-trip times of a session that has them enabled are reported
+// once per snapshot interval, at its end.
 //
 // Refusals (orv::invalid_argument_error or orv::invalid_range_error, naming the value):
-//    a key without a nexthop, or with an interface that does not exist (no interface at all is taken: the
-//    nexthop is resolved)
+//    a key without a nexthop, or with an interface that does not exist (a key without an interface is
+//    accepted: the nexthop is resolved)
 //    a null label, more than 14 labels, a traffic class (EXP) above 7
 //    an interval with min_tx 0 or multiplier 0
-//    interval and round-trip setting of a session that is not there
-//    and orv::error for one more than the table holds
+//    the interval or round-trip setting of a session that does not exist
+//    more sessions than the table holds (orv::error)
 //
-// Load: one task of the main loop for all sessions, at most once per millisecond. When it does not get done
-// within its quantum it rests as long as that, so sessions that ask for more packets than the machine can
-// carry get fewer, and the rest of the main loop is left half of it.
+// Load: one task of the main loop serves all sessions, at most once per millisecond. If it does not finish
+// within its quantum, it pauses for as long. Sessions that ask for more packets than the machine can carry
+// then get fewer, and half of the main loop's time is left for other work.
 //
-// Thread-safety: guarded by the SDK's lock. Packets and callbacks are the main loop's.
+// Thread-safety: guarded by the SDK's lock. The main loop sends packets and makes callbacks.
 #pragma once
 
 #include <absl/container/flat_hash_map.h>
@@ -57,13 +57,13 @@ class BfdSessionMgr final : public orv::bfd_session_mgr, public Pavo::TimerTask,
 public:
    using Key = orv::sbfd_echo_session_key_t;
    using Sessions = Table<Key, BfdSessionRow, BfdSessionCodec>;
-   // Nanoseconds of a clock that never goes back.
+   // Nanoseconds of a monotonic clock.
    using Now = std::function<std::int64_t()>;
    static constexpr std::uint16_t defaultMinTxMillis = 300;
    static constexpr std::uint8_t defaultMultiplier = 3;
    static constexpr std::size_t maxLabels = 14;
 
-   // Interfaces and path outlive the manager.
+   // REQUIRES: interfaces and path outlive the manager.
    BfdSessionMgr(const Context& context, IntfMgr& intfs, SbfdPath& path,
                  std::int64_t snapshotNanos = SbfdEngine::defaultSnapshotNanos,
                  Now now = Zelt::Clock::steadyNanos);
@@ -80,7 +80,7 @@ public:
 
    const Sessions& sessions() const { return sessions_; }
 
-   // How a session stands; unknown and zeros where there is none.
+   // The state of a session; unknown and zeros if it does not exist.
    struct State {
       orv::bfd_session_status_t status = orv::bfd_session_status_t::unknown;
       orv::sbfd_echo_session_rtt_stats_t rtt;

@@ -10,7 +10,7 @@ using Status = orv::bfd_session_status_t;
 
 constexpr std::int64_t nanosPerMilli = 1'000'000;
 constexpr std::int64_t nanosPerMicro = 1'000;
-constexpr unsigned stepsPerLook = 32;  // between two looks at the quantum
+constexpr unsigned stepsPerLook = 32;  // between two checks of the quantum
 
 std::int64_t roundedUpToTick(std::int64_t time) {
    return (time + SbfdWheel::tickNanos - 1) / SbfdWheel::tickNanos * SbfdWheel::tickNanos;
@@ -25,7 +25,7 @@ void SbfdEngine::Account::add(std::uint32_t micros) {
    ++count;
 }
 
-// Multiples of the golden ratio: even for any number of sessions.
+// Multiples of the golden ratio are spread evenly for any number of sessions.
 std::int64_t SbfdEngine::phase(SbfdSlot slot, std::int64_t interval) {
    const std::uint32_t part = slot * 2'654'435'769U;
    return static_cast<std::int64_t>((static_cast<std::uint64_t>(interval) / nanosPerMicro * part) >> 32) *
@@ -75,7 +75,7 @@ void SbfdEngine::linkIs(SbfdSlot slot, bool enabled, bool up, std::int64_t now) 
    path_.linkIs(slot, up);
    if (session.enabled == enabled) return;
    session.enabled = enabled;
-   // One that is not up may be so for another reason from now on.
+   // A session that is not up may have to change between down and admin_down.
    if (session.deadline != sbfdNever) return;
    session.deadline = now + session.detection;
    arm(slot);
@@ -101,7 +101,7 @@ orv::sbfd_echo_session_rtt_stats_t SbfdEngine::rtt(SbfdSlot slot) const {
 bool SbfdEngine::run(std::int64_t now, const std::function<bool()>& shouldYield) {
    unsigned steps = 0;
    const auto stop = [&] { return ++steps % stepsPerLook == 0 && shouldYield(); };
-   // Answers first: one that has come in is never overtaken by the end of the detection time.
+   // Answers first, so that the end of the detection time never overtakes an answer that has arrived.
    SbfdAnswer answer;
    while (path_.receive(now, answer)) {
       heard(answer);
@@ -121,7 +121,7 @@ std::int64_t SbfdEngine::nextDue() const {
 
 void SbfdEngine::heard(const SbfdAnswer& answer) {
    auto& session = sessions_[answer.slot];
-   // The wheel is left alone: it has the next probe, which comes before the deadline.
+   // The wheel stays as it is: it holds the next probe, which is due before the deadline.
    const auto deadline = answer.received + session.detection;
    session.deadline = session.deadline == sbfdNever ? deadline : std::max(session.deadline, deadline);
    measured(answer.slot, answer);

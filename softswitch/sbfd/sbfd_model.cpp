@@ -42,7 +42,7 @@ void SbfdModel::farEndIs(const SbfdFarEndPlace& place, const SbfdFarEnd& farEnd)
 void SbfdModel::farEndDel(const SbfdFarEndPlace& place) {
    const auto it = farEnds_.find(place);
    if (it == farEnds_.end()) return;
-   // Out of the map, but still there while sessions refer to it.
+   // Keeps the far end alive while sessions still point to it.
    const auto gone = farEnds_.extract(it);
    resolveAll();
 }

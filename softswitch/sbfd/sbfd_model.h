@@ -1,10 +1,10 @@
-// A path without wires: every probe crosses a model of the far end, which answers after a delay or loses it.
+// A simulated path: a model of the far end answers each probe after a delay, or loses it.
 //
-// One far end answers for all next hops; a next hop, or a next hop behind one interface, may be given one of
-// its own. Which packets are lost, and by how much jitter an answer is late, comes from a fixed pseudo-random
-// sequence. Nothing of this survives a restart.
+// A default far end answers for all next hops. A next hop, or a next hop behind one interface, may have a far
+// end of its own. A fixed pseudo-random sequence decides which packets are lost and how much jitter delays an
+// answer. Nothing here survives a restart.
 //
-// Memory: 32 bytes per answer that is under way, kept for later use.
+// Memory: 32 bytes per answer under way, kept for reuse.
 //
 // Thread-safety: as sbfd_path.h; the far ends are guarded by the SDK's lock.
 #pragma once
@@ -17,15 +17,15 @@
 namespace softswitch {
 
 struct SbfdFarEnd {
-   std::int64_t delayNanos = 200'000;  // from the probe's leaving to the answer's arrival
-   std::int64_t jitterNanos = 0;       // at most this is added, evenly spread
+   std::int64_t delayNanos = 200'000;  // from the probe's departure to the answer's arrival
+   std::int64_t jitterNanos = 0;       // upper bound of the extra delay, evenly distributed
    unsigned lossPercent = 0;           // of the probes
-   bool up = true;                     // answers at all
+   bool up = true;                     // whether it answers at all
 
    bool operator==(const SbfdFarEnd&) const = default;
 };
 
-// Where a far end is. Without an interface: behind every interface that has no entry of its own.
+// The place of a far end. Without an interface: behind every interface that has no entry of its own.
 struct SbfdFarEndPlace {
    orv::ip_addr_t nexthop;
    orv::intf_id_t intf;
@@ -38,13 +38,13 @@ public:
    static constexpr std::int64_t delayMax = 10'000'000'000;
    using FarEnds = std::map<SbfdFarEndPlace, SbfdFarEnd>;
 
-   // Both refuse (orv::invalid_range_error) delay and jitter above 10 s and a loss above 100 percent.
+   // THROWS: orv::invalid_range_error for a delay or jitter above 10 s, or a loss above 100 percent.
    void defaultFarEndIs(const SbfdFarEnd& farEnd);
-   // Refuses a place without a nexthop too (orv::invalid_argument_error).
+   // THROWS: the same, and orv::invalid_argument_error for a place without a nexthop.
    void farEndIs(const SbfdFarEndPlace& place, const SbfdFarEnd& farEnd);
-   // The place is answered for by what else there is; one without a far end of its own is no error.
+   // Removes the place's own far end; a no-op if it has none. The next more general far end then answers.
    void farEndDel(const SbfdFarEndPlace& place);
-   // Who answers there.
+   // RETURNS: the far end that answers at `place`.
    const SbfdFarEnd& farEnd(const SbfdFarEndPlace& place) const;
    const SbfdFarEnd& defaultFarEnd() const { return default_; }
    const FarEnds& farEnds() const { return farEnds_; }
@@ -69,7 +69,7 @@ private:
    struct UnderWay {
       SbfdAnswer answer;
       std::uint32_t generation;
-      std::uint32_t number;  // of those that arrive at one time the first sent comes first
+      std::uint32_t number;  // among simultaneous arrivals, the first sent comes first
    };
    struct Later;
 

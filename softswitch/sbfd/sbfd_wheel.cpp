@@ -32,7 +32,7 @@ void SbfdWheel::unlink(Link at) {
    previous_[next_[at]] = previous_[at];
 }
 
-// `into` is empty.
+// REQUIRES: `into` is empty.
 void SbfdWheel::splice(Link from, Link into) {
    if (listEmpty(from)) return;
    next_[into] = next_[from];
@@ -73,7 +73,7 @@ std::optional<SbfdWheel::Node> SbfdWheel::expired(std::int64_t now) {
       }
       if (size_ == 0) cursor_ = std::max(cursor_, nowTick);
       if (cursor_ >= nowTick) return std::nullopt;
-      // One turn takes every slot; more would take them again.
+      // One turn visits every slot; further turns would visit them again.
       cursor_ = std::max(cursor_, nowTick - static_cast<std::int64_t>(slots)) + 1;
       splice(slotOf(cursor_), workHead);
    }

@@ -1,8 +1,8 @@
-// A timer wheel: one time per node, for very many nodes whose times move all the time.
+// A timer wheel: one time per node, for very many nodes whose times change all the time.
 //
-// Times are rounded up to whole ticks, so that all that is due within a tick is due at once and the main loop
-// wakes once per tick at most. Setting, moving and cancelling cost the same whatever the number of nodes, and
-// allocate nothing; a node whose time is further away than one turn of the wheel is looked at once per turn.
+// Times are rounded up to whole ticks, so that everything due within a tick expires together and the main
+// loop wakes at most once per tick. Setting, moving and cancelling take constant time and allocate nothing. A
+// node whose time is more than one turn of the wheel ahead is visited once per turn.
 //
 // Thread-safety: none of its own; guarded by the SDK's lock.
 #pragma once
@@ -22,25 +22,25 @@ public:
 
    SbfdWheel();
 
-   // There are nodes 0 to `nodes` - 1. Never fewer than before.
+   // Makes room for nodes 0 to `nodes` - 1. Never shrinks.
    void grow(std::size_t nodes);
 
-   // When the node is due, nanoseconds; it is due once, and no more at the time set before. sbfdNever: not at
-   // all.
+   // Sets when the node is due, in nanoseconds. It is due once and replaces any earlier setting; sbfdNever
+   // cancels it.
    void set(Node node, std::int64_t due);
    void cancel(Node node);
 
-   // Takes out one node that is due by `now`, nanoseconds, which never goes back. A node that is set anew to
-   // a time that has passed is due with the tick after the one that is being worked off.
+   // Removes one node that is due by `now`, in nanoseconds of a monotonic clock. A node that is set again to
+   // a past time is due at the tick after the one being processed.
    std::optional<Node> expired(std::int64_t now);
 
-   // No node is due before; sbfdNever when none is set.
+   // RETURNS: a time before which no node is due; sbfdNever if none is set.
    std::int64_t nextDue() const;
    std::size_t size() const { return size_; }
 
 private:
    using Link = std::uint32_t;
-   // Heads of circular lists: the slots', then that of the nodes taken from the slot being worked off.
+   // Heads of circular lists: one per slot, then one for nodes taken from the slot being processed.
    static constexpr Link workHead = static_cast<Link>(slots);
    static constexpr Link firstNode = workHead + 1;
    static constexpr std::int64_t unset = -1;
@@ -55,9 +55,9 @@ private:
 
    std::vector<Link> next_;
    std::vector<Link> previous_;
-   std::vector<std::int64_t> tick_;  // of the nodes; unset for one that is not in the wheel
+   std::vector<std::int64_t> tick_;  // of the nodes; unset for a node that is not in the wheel
    std::size_t size_ = 0;
-   std::int64_t cursor_ = 0;  // the last tick whose slot has been taken
+   std::int64_t cursor_ = 0;  // the last tick whose slot was taken
 };
 
 }  // namespace softswitch

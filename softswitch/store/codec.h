@@ -1,8 +1,8 @@
 // Compact binary form of keys and rows.
 //
-// Numbers of keys are big-endian, so that the store's byte order is the numeric order; lengths and small
-// numbers of rows are base-128 varints. Texts carry their length, so that a key that begins with a text
-// is ordered by length and then by bytes.
+// Numbers in keys are big-endian, so that byte order is numeric order. Lengths, and small numbers in rows,
+// are base-128 varints. A text is preceded by its length, so keys that begin with a text sort by length first
+// and then by bytes.
 //
 // Thread-safety: a Writer or Reader belongs to one thread.
 #pragma once
@@ -31,7 +31,7 @@ public:
          u8(static_cast<std::uint8_t>(v | 0x80));
       u8(static_cast<std::uint8_t>(v));
    }
-   // The bytes alone: their count must follow from what stands before them.
+   // The bytes without a length: the reader must know it from what comes before.
    void raw(std::string_view v) { out_.append(v); }
    void text(std::string_view v) {
       varint(v.size());
@@ -50,8 +50,8 @@ private:
    std::string& out_;
 };
 
-// Every read is checked against the end; a row that is too short, or has more than was read when end() is
-// called, throws StoreError (damaged).
+// Every read is checked against the end.
+// THROWS: StoreError (damaged) if the row is too short, or if bytes are left when end() is called.
 class Reader {
 public:
    explicit Reader(std::string_view in) : in_(in) {}
@@ -108,7 +108,7 @@ private:
    std::string_view in_;
 };
 
-// What stands behind every row in the store: a sum over key and row that tells a row that was overwritten.
+// The checksum over key and row that follows every row in the store. It detects an overwritten row.
 inline std::uint32_t rowSum(std::string_view key, std::string_view row) {
    std::uint64_t h = 0x9e3779b97f4a7c15u ^ (key.size() << 32 | row.size());
    const auto mix = [&h](std::string_view s) {

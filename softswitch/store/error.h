@@ -1,6 +1,6 @@
-// What the store cannot do, in words.
+// The store's errors.
 //
-// Thread-safety: values.
+// Thread-safety: plain values.
 #pragma once
 
 #include <stdexcept>
@@ -9,17 +9,17 @@
 namespace softswitch::store {
 
 enum class Trouble {
-   busy,         // another process has the state directory
-   damaged,      // its contents do not hold together
-   foreign,      // it holds something else
-   newerFormat,  // it was written by a newer release
+   busy,         // another process uses the state directory
+   damaged,      // its contents are inconsistent
+   foreign,      // it does not belong to this program
+   newerFormat,  // a newer release wrote it
    noSpace,      // the disk or the map has no room for the write
    tooLong,      // a key longer than the store takes
-   unusable,     // anything the operating system refused
+   unusable,     // any other failure of the operating system
 };
 
-// what() is one line that names the directory or the value. A StoreError from opening leaves the
-// directory as it was; one from a write leaves the store as it was before that write.
+// what() is one line that names the directory or the value. If opening throws, the directory is unchanged; if
+// a write throws, the store is as before that write.
 class StoreError : public std::runtime_error {
 public:
    StoreError(Trouble trouble, const std::string& words) : std::runtime_error(words), trouble_(trouble) {}

@@ -39,7 +39,7 @@ std::optional<std::string> readSmall(const fs::path& file) {
    return text;
 }
 
-// The rest of the line of `text` that begins with `key` and a blank.
+// The rest of the first line of `text` that begins with `key` and a space.
 std::string lineOf(std::string_view text, std::string_view key) {
    std::istringstream in{std::string(text)};
    for (std::string line; std::getline(in, line);) {
@@ -111,7 +111,7 @@ void StateDirectory::lock() {
 void StateDirectory::checkFormat() {
    const auto text = readSmall(path_ / formatFile);
    if (!text) {
-      // A start that died before its FORMAT was complete leaves only the unfinished file behind.
+      // A start that was killed before FORMAT was complete leaves only the unfinished file.
       std::error_code ec;
       for (const auto& entry : fs::directory_iterator(path_, ec)) {
          const auto name = entry.path().filename().string();
@@ -192,7 +192,7 @@ void StateDirectory::markClean() {
    syncDirectory();
 }
 
-// Whole or not at all: the text is synced under another name before it takes its place.
+// Atomic: writes and syncs a temporary file, then renames it.
 void StateDirectory::writeFile(const char* name, std::string_view text) {
    const auto fresh = fmt::format("{}.new", name);
    const int fd = ::openat(fd_, fresh.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);

@@ -1,18 +1,17 @@
 // The directory that holds a switch's state, locked for one process.
 //
 // Contents:
-//    FORMAT     which program's it is and the version of the format
+//    FORMAT     names the program and the version of the format
 //    data.mdb   the tables
-//    in-use     there while the directory is open: the boot of the machine that it was opened in, and
-//               how durable its commits are. Found there at the next opening, it tells that the last
-//               stop was not a clean one.
-// The lock is a flock on the directory itself, so that looking at a busy directory writes nothing.
+//    in-use     exists while the directory is open; records the machine's boot, how durable the commits are,
+//               and the process. If it exists at the next opening, the last stop was unclean.
+// The lock is a flock on the directory itself, so that a refused attempt writes nothing.
 //
-// After an unclean stop the tables are still whole as long as the machine has not been booted anew:
-// every commit reached the page cache. Once it has, they are trusted only if every commit was synced;
-// otherwise data.mdb is set aside under a new name and the switch starts empty.
+// After an unclean stop the tables are intact as long as the machine has not rebooted, because every commit
+// reached the page cache. After a reboot they are trusted only if every commit was synced. Otherwise data.mdb
+// is renamed and the switch starts empty.
 //
-// Thread-safety: not thread-safe; used by the thread that starts and stops the switch.
+// Thread-safety: none; used by the thread that starts and stops the switch.
 #pragma once
 
 #include <filesystem>
@@ -23,8 +22,8 @@
 namespace softswitch::store {
 
 enum class Durability {
-   process,  // what was committed survives the end of the process, however it ends
-   sync,     // and the end of the machine
+   process,  // commits survive the end of the process, however it ends
+   sync,     // commits also survive a crash of the machine
 };
 
 using LogLine = std::function<void(std::string_view)>;
@@ -33,15 +32,16 @@ class StateDirectory {
 public:
    static constexpr int formatVersion = 1;
 
-   // Locks `directory`, creating it when it is missing, and sets aside tables that cannot be trusted.
-   // `bootId` names the present boot of the machine. Throws StoreError (busy, foreign, newerFormat,
-   // damaged, unusable) and has then changed nothing.
+   // Locks `directory`, creating it if it is missing, and sets aside tables that cannot be trusted. `bootId`
+   // names the machine's current boot.
+   // THROWS: StoreError (busy, foreign, newerFormat, damaged, noSpace, unusable); the contents are then
+   // unchanged.
    StateDirectory(const std::filesystem::path& directory, std::string_view bootId, const LogLine& log);
    ~StateDirectory();
    StateDirectory(const StateDirectory&) = delete;
    StateDirectory& operator=(const StateDirectory&) = delete;
 
-   // The kernel's id of the present boot.
+   // The kernel's id of the current boot.
    static std::string machineBootId();
 
    const std::filesystem::path& path() const { return path_; }
@@ -53,7 +53,8 @@ public:
    // Writes and syncs the in-use mark. Call it before the first write to the tables.
    void markInUse(Durability durability);
 
-   // Removes the mark, once everything is on the disk.
+   // Removes the mark.
+   // REQUIRES: everything is on disk.
    void markClean();
 
 private:

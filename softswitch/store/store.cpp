@@ -19,7 +19,7 @@ namespace {
 
 constexpr unsigned maxDatabases = 128;
 constexpr std::size_t sumBytes = sizeof(std::uint32_t);
-constexpr std::size_t rowOverhead = 32;  // of a row in a page, upper bound
+constexpr std::size_t rowOverhead = 32;  // per row in a page, upper bound
 constexpr std::size_t fewRows = 64;
 
 // LMDB's own two tables.
@@ -69,11 +69,11 @@ void Store::openEnvironment() {
    }
 }
 
-// Puts the file back to the length it had, if nothing was written: what was refused stays as it was.
+// Restores the file's length if nothing was written: a refused open leaves the file as it was.
 void Store::close() noexcept {
    if (env_ == nullptr) return;
    if (!marked_ && fd_ >= 0 && bytesFound_ != 0 && ::ftruncate(fd_, static_cast<off_t>(bytesFound_)) != 0) {
-      // The longer file reads the same; only its size differs.
+      // The longer file has the same contents; only its size differs.
       std::fprintf(stderr, "'%s' keeps its new size: %s\n", directory_.dataFile().c_str(),
                    std::strerror(errno));
    }
@@ -100,7 +100,7 @@ void Store::fatal(int rc, const char* what) const noexcept {
                 "is not stored.\n",
                 path().c_str(), what, mdb_strerror(rc));
    std::fflush(stderr);
-   // No destructor may run: other threads are alive and would acknowledge.
+   // No destructor may run: other threads are running and would acknowledge.
    std::_Exit(EXIT_FAILURE);
 }
 
@@ -110,7 +110,7 @@ Store::Database Store::open(std::string_view name) {
    MDB_txn* read = nullptr;
    openCheck(mdb_txn_begin(env_, nullptr, MDB_RDONLY, &read));
    const int rc = mdb_dbi_open(read, slot.name.c_str(), 0, &slot.dbi);
-   // A handle opened in a transaction is kept only if that is committed.
+   // A handle opened in a transaction is kept only if the transaction is committed.
    openCheck(mdb_txn_commit(read));
    if (rc != MDB_NOTFOUND) {
       openCheck(rc);
@@ -128,7 +128,7 @@ MDB_dbi Store::handle(Database db) {
    return slot.dbi;
 }
 
-// The directory is marked before anything is written to it for the first time.
+// The directory is marked as in use before the first write to it.
 void Store::mark() {
    if (env_ == nullptr) {
       throw StoreError(
@@ -207,7 +207,7 @@ void Store::clear(Database db) {
    }
    MDB_stat stat;
    check(mdb_stat(txn_, handle(db), &stat), "query of a table");
-   // The list of the pages that become free is written too.
+   // The list of freed pages is written too.
    makeRoom(worstPages(2, 0) + treePages(stat) / 128, 0);
    check(mdb_drop(txn_, handle(db), 0), "removal of all rows");
    writes_ += treePages(stat);
@@ -269,7 +269,7 @@ void Store::closeClean() {
       throw StoreError(Trouble::unusable, fmt::format("state directory '{}' cannot be synced: {}",
                                                       path().string(), mdb_strerror(rc)));
    }
-   // The map's unused tail goes, so that the file is as long as what is in it.
+   // Cuts off the map's unused tail.
    if (::ftruncate(fd_, static_cast<off_t>(pagesNow() * pageBytes_)) != 0 || ::fsync(fd_) != 0) {
       throw StoreError(Trouble::unusable, fmt::format("state directory '{}' cannot be synced: {}",
                                                       path().string(), std::strerror(errno)));
@@ -289,7 +289,7 @@ StoreError Store::damaged(std::string_view what) const {
    return {Trouble::damaged, fmt::format("state directory '{}' is damaged: {}", path().string(), what)};
 }
 
-// An upper bound of the pages from the start of the file that the open span may have reached.
+// An upper bound on the pages, from the start of the file, that the open span may have used.
 std::size_t Store::pagesNow() const {
    MDB_envinfo info;
    check(mdb_env_info(env_, &info), "query of the environment");
@@ -297,8 +297,8 @@ std::size_t Store::pagesNow() const {
    return txn_ == nullptr ? committed : basePages_ + std::min(taken_, reach(txn_));
 }
 
-// A page is copied once in a span, so a span cannot have taken more than its tables now consist of, twice
-// over for pages that it has made and left again.
+// A span copies a page only once, so it cannot have taken more pages than its tables have now; twice as many,
+// for pages that it has made and freed again.
 std::size_t Store::reach(MDB_txn* txn) const {
    std::size_t reach = 64;
    MDB_stat stat;
@@ -314,7 +314,7 @@ std::size_t Store::reach(MDB_txn* txn) const {
    return reach;
 }
 
-// Pages of the free list that the next transaction may take.
+// Pages of the free list that the next transaction may reuse.
 std::size_t Store::reusablePages() {
    if (txn_ != nullptr) return 0;
    MDB_envinfo info;
@@ -359,8 +359,8 @@ void Store::requireRoom(std::size_t rows, std::size_t bytes, bool shrinks) {
       room_ = room;
       return;
    }
-   // Of many rows most share their pages, so the worst case of each is far from the worst case of all: what
-   // the span may reach in the end, when each new page of a tree is a quarter full.
+   // Most of many rows share pages, so the sum of the worst cases is far too high. Count what the span may
+   // reach in the end if each new page of a tree is a quarter full.
    MDB_txn* txn = txn_;
    if (txn == nullptr) check(mdb_txn_begin(env_, nullptr, MDB_RDONLY, &txn), "begin of a transaction");
    const std::size_t now = reach(txn);
@@ -377,7 +377,7 @@ void Store::findRoom(std::size_t pages, std::size_t spare, bool scattered) {
    const std::size_t now = pagesNow();
    const std::size_t need = now + reserved_ + pages + spare;
    const std::size_t step = std::max<std::size_t>(options_.stepBytes / pageBytes_, 1);
-   // Ahead of the need, so that a file near the end of its blocks is not asked about at every write.
+   // Ahead of need, so that writes near the end of the allocated blocks do not each run this function.
    if (need + step / 4 > allocatedPages_ && !allocateUpTo((need + step / 4) / step * step + step))
       static_cast<void>(allocateUpTo(need));
    std::size_t room = allocatedRoom();

@@ -1,16 +1,16 @@
 // The tables of the switch on disk: one LMDB environment, one named database per table.
 //
-// Writes gather in one transaction that is opened by the first of them and ended by commit(), which the
-// owner of the activity lock calls just before the lock becomes free. So everything that was done under one
-// outermost lock is in the store together or not at all.
+// Writes gather in one transaction, a span. The first write opens it and commit() ends it. The owner of the
+// activity lock calls commit() just before it releases the lock, so everything done under one outermost lock
+// is stored together or not at all.
 //
-// Room for a write is made before it happens: the file is a sparse map of fixed size whose blocks are
-// allocated in steps ahead of the writes. A full disk is therefore a StoreError (noSpace) from the write that
-// does not fit, which has then changed nothing, and never a fault in the map. Deletes may use a reserve that
-// other writes may not, so that a full table can be emptied.
+// Room for a write is allocated before the write: the file is a sparse map of fixed size whose blocks are
+// allocated in steps ahead of the writes. On a full disk the write that does not fit therefore throws
+// StoreError (noSpace) and changes nothing; it never faults in the map. Deletes may use a reserve that other
+// writes may not, so that a full table can be emptied.
 //
-// What goes wrong in spite of that (a commit that fails, a disk that breaks) ends the process with words on
-// standard error, before anything was acknowledged.
+// Any other failure (of a commit, of the disk) ends the process with a message on standard error before
+// anything is acknowledged.
 //
 // Thread-safety: none of its own; every call is made under the activity lock.
 #pragma once
@@ -43,37 +43,43 @@ class Store {
 public:
    static constexpr std::size_t maxKeyBytes = 500;
 
-   // A table's place in the store.
+   // Identifies a table.
    struct Database {
       std::size_t index;
    };
 
-   // Opens or creates. Throws StoreError and has then changed nothing in the directory.
+   // Opens or creates the store.
+   // THROWS: StoreError; the directory is then unchanged.
    explicit Store(StoreOptions options);
-   // Commits what is open, but leaves the directory marked as in use: only closeClean() makes the stop clean.
+   // Commits the open span but leaves the directory marked as in use: only closeClean() makes a clean stop.
    ~Store();
    Store(const Store&) = delete;
    Store& operator=(const Store&) = delete;
 
    const std::filesystem::path& path() const { return directory_.path(); }
 
-   // The database of that name; the first write to it creates it. For the start, before the first span.
+   // RETURNS: the database of that name. The first write to it creates it.
+   // REQUIRES: no span has begun yet.
    Database open(std::string_view name);
 
-   // Replaces the row of `key`. Throws StoreError (noSpace, tooLong).
+   // Inserts or replaces the row of `key`.
+   // THROWS: StoreError (noSpace, tooLong, unusable).
    void put(Database db, std::string_view key, std::string_view row);
-   // Removes the row of `key`, if it is there. Throws StoreError (noSpace).
+   // Removes the row of `key`, if it exists.
+   // THROWS: StoreError (noSpace, unusable).
    void del(Database db, std::string_view key);
    // Removes all rows.
    void clear(Database db);
 
-   // For an operation of several writes that happens as a whole or not at all: throws StoreError (noSpace)
-   // unless `rows` puts and deletes fit, whose keys and rows have `bytes` bytes together. If nothing else is
-   // written in between, none of them is then refused for lack of space. `shrinks` as for a delete.
+   // For an operation of several writes that must happen as a whole or not at all: checks that `rows` puts
+   // and deletes fit, whose keys and rows have `bytes` bytes together. If nothing else is written in between,
+   // none of them fails for lack of space. `shrinks` allows the reserve for deletes.
+   // THROWS: StoreError (noSpace) if they do not fit.
    void requireRoom(std::size_t rows, std::size_t bytes, bool shrinks = false);
 
-   // For a table that writes its rows at the end of the span but must refuse them before: sets room aside for
-   // one row, until the span ends; `shrinks` as for a delete. Throws StoreError (noSpace).
+   // For a table that writes its rows at the end of the span but must refuse them earlier: reserves room for
+   // one row until the span ends. `shrinks` as for requireRoom().
+   // THROWS: StoreError (noSpace).
    void reserve(std::size_t rowBytes, bool shrinks = false) {
       if (!marked_) [[unlikely]]
          mark();
@@ -81,15 +87,16 @@ public:
       makeRoom(pages, shrinks ? 0 : spare_);
       reserved_ += pages;
    }
-   // put() and del() of a row that room was set aside for; they do not throw.
+   // put() and del() of a row whose room is reserved.
    void putReserved(Database db, std::string_view key, std::string_view row) noexcept;
    void delReserved(Database db, std::string_view key) noexcept;
 
-   // Hands every row of `db` in key order to `row`, outside a span. A StoreError (damaged) that `row` throws
-   // comes out with the directory's and the table's name in it.
+   // Passes every row of `db` to `row` in key order. A StoreError (damaged) from `row` leaves with the names
+   // of the directory and the table added.
+   // REQUIRES: no span is open.
    void scan(Database db, const std::function<void(std::string_view key, std::string_view row)>& row) const;
 
-   // For a table that writes late: called by commit() before it commits; must not throw.
+   // For a table that writes late: commit() calls `flush` first. `flush` must not throw.
    using Flush = std::function<void()>;
    std::size_t beforeCommit(Flush flush) {
       flushes_.push_back(std::move(flush));
@@ -98,22 +105,23 @@ public:
    void forgetBeforeCommit(std::size_t registration) { flushes_[registration] = nullptr; }
 
    bool inSpan() const { return txn_ != nullptr; }
-   // Ends the span. Costs nothing when nothing was written and no flush has anything.
+   // Ends the span. Almost free if nothing was written and no flush has work.
    void commit() noexcept;
-   // For operations over very many rows: ends the span when it has grown large. They are the only ones that
-   // a kill may leave half done.
+   // For operations over very many rows: ends the span if it has grown large. Only such an operation can be
+   // half done after a kill.
    void commitIfLarge() {
       if (writes_ >= largeSpan || room_ < spare_) commit();
    }
 
-   // Syncs, closes and marks the directory clean. Nothing may be called afterwards. Throws StoreError.
+   // Syncs, closes and marks the directory clean. Later writes are refused.
+   // THROWS: StoreError.
    void closeClean();
 
-   // For `show`: bytes of the file that hold rows or may hold them again, and transactions so far.
+   // For `show`: the bytes of the file that hold rows or are reusable, and the transactions so far.
    std::size_t bytesInUse() const;
    std::uint64_t commits() const { return commits_; }
 
-   // What a Trouble::damaged found while reading table rows is to be told as.
+   // RETURNS: the error to throw for damage in table rows; it names the directory.
    StoreError damaged(std::string_view what) const;
 
 private:
@@ -141,7 +149,7 @@ private:
       room_ -= pages;
       taken_ += pages;
    }
-   // `scattered`: any free page will do, no run of them is needed.
+   // `scattered`: the pages need not be adjacent.
    void findRoom(std::size_t pages, std::size_t spare, bool scattered);
    std::size_t pagesNow() const;
    std::size_t reach(MDB_txn* txn) const;
@@ -152,7 +160,7 @@ private:
    void check(int rc, const char* what) const noexcept;
    [[noreturn]] void fatal(int rc, const char* what) const noexcept;
 
-   // A write copies each page on its way down, may split each and the root, and adds to the free list.
+   // A write copies each page on its path, may split each and the root, and adds to the free list.
    static constexpr std::size_t pagesPerWrite = 24;
 
    StoreOptions options_;
@@ -169,8 +177,8 @@ private:
    std::size_t room_ = 0;            // pages that writes may still take, counted down by the worst case
    std::size_t spare_ = 256;         // pages that only deletes may take
    std::size_t reserved_ = 0;        // pages set aside in this span, not in room_
-   std::size_t basePages_ = 0;       // the file's reach when the span began
-   std::size_t taken_ = 0;           // worst case of what the span has taken since
+   std::size_t basePages_ = 0;       // pages in use when the span began
+   std::size_t taken_ = 0;           // pages taken by the span since, in the worst case
    std::size_t writes_ = 0;          // of this span
    std::uint64_t commits_ = 0;
 };

@@ -135,7 +135,7 @@ public:
       if (meta.main.flags != 0) file_.damaged("its main table has flags {}", meta.main.flags);
       table(meta.main, TableKind::main);
       table(meta.free, TableKind::free);
-      // The free list may lie on pages that are found after its first rows: look at them at the end.
+      // Checked last: the free list's own pages may be found after its first rows.
       for (const auto page : freePages_) {
          if (page < 2 || page > meta.lastPage || used_[page]) file_.damaged("free page {} is in use", page);
          used_[page] = true;
@@ -167,7 +167,7 @@ private:
          if (meta.version != metaVersion) file_.damaged("its layout has version {}", meta.version);
          if (page == 0 || meta.txn > newest.txn) newest = meta;
       }
-      // 48 bits of page numbers are all that a branch can name.
+      // A branch stores page numbers in 48 bits.
       if (newest.lastPage < 1 || newest.lastPage >> 48 != 0 ||
           file_.bytes() / pageBytes_ < newest.lastPage + 1) {
          file_.damaged("it ends after {} bytes, before its last page {}", file_.bytes(), newest.lastPage);
@@ -289,7 +289,7 @@ private:
       return read<std::uint64_t>(key.data());
    }
 
-   // A count and so many page numbers.
+   // A count, then that many page numbers.
    void freeRow(std::string_view data) {
       if (data.size() < sizeof(Pgno)) file_.damaged("its free list is cut short");
       const auto count = read<std::uint64_t>(data.data());

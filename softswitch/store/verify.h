@@ -1,6 +1,6 @@
-// Looks whether a data file holds together, without opening it for writing.
+// Checks the integrity of a data file without opening it for writing.
 //
-// Thread-safety: none needed.
+// Thread-safety: a function without state.
 #pragma once
 
 #include <cstdint>
@@ -8,7 +8,7 @@
 
 namespace softswitch::store {
 
-// What the newest committed state of the file consists of.
+// Facts about the newest committed state of the file.
 struct DataFileFacts {
    std::uint64_t bytes = 0;  // of the file, 0 when it is missing or empty
    std::uint64_t pages = 0;  // of pageBytes each, from the start of the file; free ones included
@@ -16,9 +16,9 @@ struct DataFileFacts {
    std::uint64_t rows = 0;
 };
 
-// Walks every page of every table: each must lie in the file, be what its parent takes it for and be
-// reached once; keys must rise; each row's sum must be right; the free list must name no page in use.
-// Throws StoreError: damaged, with the first thing found, or unusable when the file cannot be read.
+// Visits every page of every table. Each must lie in the file, be of the kind that its parent expects and be
+// reached once. Keys must ascend, each row's checksum must match, and the free list must name no page in use.
+// THROWS: StoreError (damaged) with the first fault, StoreError (unusable) if the file cannot be read.
 DataFileFacts verifyDataFile(const std::filesystem::path& file);
 
 }  // namespace softswitch::store

@@ -1,7 +1,7 @@
-// Numbers of forwarding equivalence classes: their kind in the top eight bits, below it whatever the kind
-// counts. 0 is no FEC.
+// Identifiers of forwarding equivalence classes (FECs): the kind in the top eight bits, a number within the
+// kind below. 0 means no FEC.
 //
-// Thread-safety: none needed.
+// Thread-safety: functions without state.
 #pragma once
 
 #include <cstdint>
@@ -9,9 +9,9 @@
 namespace softswitch {
 
 enum class FecKind : std::uint8_t {
-   hops = 1,          // of one IP route with hops; its index plus one
-   nexthopGroup = 3,  // of a group; the number of its name
-   mplsHops = 4,      // of one MPLS route with hops; counted from one
+   hops = 1,          // an IP route with hops: the route's index plus one
+   nexthopGroup = 3,  // a nexthop group: the number of its name
+   mplsHops = 4,      // an MPLS route with hops: counted from one
 };
 
 constexpr std::uint64_t fecId(FecKind kind, std::uint64_t number) {

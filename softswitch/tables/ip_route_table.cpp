@@ -133,7 +133,7 @@ RouteRow& IpRouteTable::insert(const RouteKey& key) {
    row.index = index;
    row.mark = marks_.epoch();
    if (key.preference != usualPreference) ++rowsOfOtherPreference_;
-   // Routes often come in rising order, then the end is where this one belongs.
+   // Routes often arrive in ascending order; the end is then the right place.
    tree_.emplace_hint(tree_.end(), key, index);
    ++generation_;
    return *(recent_ = &row);
@@ -214,7 +214,7 @@ void IpRouteTable::encodeRow(const RouteRow& row) {
 void IpRouteTable::load(std::string_view keyBytes, std::string_view rowBytes) {
    store::Reader keyIn(keyBytes);
    const auto vrfName = keyIn.text();
-   // Held for good: the names of VRFs are few.
+   // Never dropped: VRF names are few.
    auto vrf = vrfs_.find(vrfName);
    if (vrf == Names::none) vrf = vrfs_.hold(vrfName);
    const auto family = keyIn.u8();

@@ -1,7 +1,7 @@
-// The IP routes with their vias: what the route manager keeps, sized for millions of rows.
+// The route manager's table of IP routes and their vias, sized for millions of rows.
 //
-// What it shares with the MPLS routes stands in route_table.h. The common route, one via that names a nexthop
-// group and nothing else, takes one cache line and no allocation of its own.
+// route_table.h has the part that it shares with the MPLS routes. The common route, whose one via names a
+// nexthop group and nothing else, takes one cache line and no allocation of its own.
 //
 // Thread-safety: none of its own; guarded by the SDK's lock.
 #pragma once
@@ -22,12 +22,11 @@
 
 namespace softswitch {
 
-// A route's key in 24 bytes, in the order of VRF, family, address, length, preference.
+// A route's key in 24 bytes, ordered by VRF, family, address, length, preference.
 struct RouteKey {
-   std::uint64_t high =
-        0;  // the address's first eight bytes as a number; an IPv4 address stands in their top half
+   std::uint64_t high = 0;  // the first eight bytes of the address; an IPv4 address is in the top four
    std::uint64_t low = 0;
-   std::uint32_t vrfAndFamily = 0;  // number of the VRF's name in the upper 24 bits
+   std::uint32_t vrfAndFamily = 0;  // the VRF's NameId in the upper 24 bits, then the address family
    std::uint8_t length = 0;
    std::uint8_t preference = 0;
 
@@ -60,22 +59,22 @@ struct RouteRow : RowVias<orv::ip_route_via_t> {
    std::uint32_t tag = 0;
    NameId commandTag = Names::none;
    std::uint32_t mark = 0;  // the resync epoch of the last set
-   RouteIndex index = 0;    // where the row stands
+   RouteIndex index = 0;    // the row's place in the slabs
    orv::ip_route_action_t action = orv::ip_route_action_t::forward;
    bool ribBypass : 1 = false;
    bool inStore : 1 = false;
-   bool dead : 1 = false;        // erased, but the hardware stage still has its index
+   bool dead : 1 = false;        // erased, but the hardware stage still holds its index
    bool queued : 1 = false;      // the hardware stage has it on its list
    bool sent : 1 = false;        // handed to the forwarding plane, not answered yet
-   bool again : 1 = false;       // changed since it was sent: to be queued at the answer
+   bool again : 1 = false;       // changed since it was sent; queued again at the answer
    bool programmed : 1 = false;  // the forwarding plane has it
-   bool forwarded : 1 = false;   // it was announced as a route of the FIB
+   bool forwarded : 1 = false;   // announced as a route of the FIB
 
    bool alive() const { return key.vrfAndFamily != 0 && !dead; }
 };
 static_assert(sizeof(RouteRow) == 64, "a route is one cache line");
 
-// What IP routes have of their own among routes (route_table.h): a row keeps nothing of a via but the group.
+// The Kind of IP routes (route_table.h): besides the group, a row keeps nothing of a via.
 struct IpRouteKind {
    using Row = RouteRow;
    using Via = orv::ip_route_via_t;
@@ -98,47 +97,50 @@ struct IpRouteKind {
 
 class IpRouteTable : public RouteTable<IpRouteKind> {
 public:
-   // Reads what the store has; throws store::StoreError (damaged). `groups` and `vrfs` number the names of
-   // nexthop groups and VRFs; the VRF "default" is number 0.
+   // Reads the rows in the store. `groups` and `vrfs` number the names of nexthop groups and VRFs; the VRF
+   // "default" is number 0.
+   // THROWS: store::StoreError (damaged, newerFormat).
    IpRouteTable(store::Store& store, Names& groups, Names& vrfs, std::size_t capacity);
 
    std::size_t size() const { return tree_.size(); }
 
-   // Null when there is none. A row stays where it is until it is erased.
+   // RETURNS: null if no such row exists. The pointer is valid until the row is erased.
    RouteRow* find(const RouteKey& key);
    const RouteRow* find(const RouteKey& key) const;
-   // The first row at or behind `key`, or null.
+   // RETURNS: the first row at or after `key`, or null.
    const RouteRow* atOrAfter(const RouteKey& key) const;
 
    RouteRow& at(RouteIndex index) { return slabs_[index / slabRows][index % slabRows]; }
    const RouteRow& at(RouteIndex index) const { return slabs_[index / slabRows][index % slabRows]; }
 
-   // Throws orv::error when there is no room for another row.
+   // THROWS: orv::error if the table is full.
    void checkCapacity() const { RouteTable::checkCapacity(size()); }
-   // A new row. prepare() and checkCapacity() come before.
+   // Adds a row.
+   // REQUIRES: prepare() and checkCapacity() were called.
    RouteRow& insert(const RouteKey& key);
-   // To be called after each change to a row.
+   // Call this after each change to a row.
    void changed(RouteRow& row) { unwritten_.changed(row); }
 
-   // Throws orv::error when the disk is full. The row's memory is used again at once unless it is `queued` or
-   // `sent`: then it is `dead`, until release().
+   // The row's memory is reused at once unless the row is `queued` or `sent`: then it is `dead` until
+   // release().
+   // THROWS: orv::error if the disk is full.
    void erase(RouteRow& row);
    void release(RouteRow& row);
 
    void setCommandTag(RouteRow& row, std::string_view tag);
    const std::string& commandTag(const RouteRow& row) const { return tags_.text(row.commandTag); }
 
-   // Calls `visit(row)` for each row in key order; it may erase that row. Ends the span of the store when it
-   // has become large.
+   // Calls `visit(row)` for each row in key order; `visit` may erase that row. Ends the store's span when it
+   // has grown large.
    template <class Visit>
    void visitAll(Visit&& visit);
 
-   // Rows of another preference than 1: where there are none, a walk can be spared.
+   // The number of rows with a preference other than 1. Callers skip a scan if it is 0.
    std::size_t rowsOfOtherPreference() const { return rowsOfOtherPreference_; }
-   // One above the largest index.
+   // One past the largest index.
    RouteIndex bound() const { return nextIndex_; }
 
-   // The routes of one VRF in key order. The table may change between two steps.
+   // The routes of one VRF in key order. The table may change between steps.
    class Cursor {
    public:
       Cursor(const IpRouteTable& table, NameId vrf);
@@ -174,9 +176,9 @@ private:
    Tree tree_;
    RouteRow* recent_ = nullptr;    // the row looked up last: a via follows its route
    std::uint64_t generation_ = 0;  // counts insertions and removals
-   std::string keyBytes_;          // kept for their memory
+   std::string keyBytes_;          // reused buffers
    std::string rowBytes_;
-   // Behind what writing needs.
+   // Declared last: its destructor writes and uses the members above.
    DeferredRow<RouteRow> unwritten_;
 };
 

@@ -1,5 +1,4 @@
-// How many objects of each kind the switch takes. A set that would go beyond is refused in words and changes
-// nothing.
+// How many objects of each kind the switch accepts. A set above a limit is refused and changes nothing.
 //
 // Thread-safety: plain values.
 #pragma once

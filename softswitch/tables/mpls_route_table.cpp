@@ -99,7 +99,7 @@ const MplsRow* MplsRouteTable::routeFrom(Others::const_iterator at, Others::cons
    return it == end ? nullptr : it->second.get();
 }
 
-// Of a label's routes the one of that label and metric 0 comes first.
+// Among routes with the same top label, the one with that label alone and metric 0 comes first.
 const MplsRow* MplsRouteTable::earlier(const MplsRow* plain, const MplsRow* other) {
    if (plain == nullptr || other == nullptr) return plain == nullptr ? other : plain;
    return other->stack->top_label().label() < plain->label ? other : plain;

@@ -1,9 +1,9 @@
-// The MPLS routes with their vias: what the route manager keeps, sized for every label there is.
+// The route manager's table of MPLS routes and their vias, sized for every possible label.
 //
-// What it shares with the IP routes stands in route_table.h. A route of one label and metric 0 stands at its
-// label's place, in pages that come with their first route; the few others stand in a tree. What the hardware
-// stage knows of a route stands in its row too. So a row outlives its route for as long as hardware has it,
-// and a route that is removed and set again under one lock changes nothing on the way, not even in the store.
+// route_table.h has the part that it shares with the IP routes. A route with one label and metric 0 is in an
+// array indexed by label, whose pages are allocated with their first route; the few others are in a tree. A
+// row also holds the hardware stage's state of its route. It therefore outlives the route while hardware has
+// it, and a route that is removed and set again under one lock changes nothing in hardware or in the store.
 //
 // Thread-safety: none of its own; guarded by the SDK's lock.
 #pragma once
@@ -26,25 +26,25 @@ namespace softswitch {
 
 using MplsVias = RowVias<orv::mpls_route_via_t>::List;
 
-// What the vias of a route are where they are not one that names a group and an action alone.
+// The vias of a route, unless it is one via that names only a group and an action.
 struct MplsHardwareVias {
    std::vector<orv::mpls_route_via_t> sent;
    std::vector<orv::mpls_route_via_t> programmed;
-   std::uint64_t ownFec = 0;  // given once it was needed
+   std::uint64_t ownFec = 0;  // assigned when first needed
 };
 
 struct MplsRow : RowVias<orv::mpls_route_via_t> {
    std::unique_ptr<const orv::mpls_route_key_t> stack;  // null: `label` with metric 0
-   std::unique_ptr<MplsHardwareVias> hardware;          // null where the group and action below say all
-   std::uint64_t fec = 0;                               // 0: not in hardware
+   std::unique_ptr<MplsHardwareVias> hardware;  // null if the groups and actions below describe the vias
+   std::uint64_t fec = 0;                       // 0: not in hardware
    std::uint32_t label = 0;
    std::uint32_t mark = 0;  // the resync epoch of the last set
-   // Names of groups that vias name, each with a reference like `group`: of what the store has, of what was
-   // handed to the forwarding plane, and of what that has.
+   // The groups that vias name, each with a reference like `group`: in the store, handed to the forwarding
+   // plane, and programmed there.
    NameId storedGroup = Names::none;
    NameId sentGroup = Names::none;
    NameId programmedGroup = Names::none;
-   std::uint32_t awaited = 0;  // answers of the plane that are to come
+   std::uint32_t awaited = 0;  // answers of the plane that are outstanding
    std::uint16_t version = 0;
    std::uint16_t storedVersion = 0;
    std::uint16_t programmedVersion = 0;
@@ -52,18 +52,17 @@ struct MplsRow : RowVias<orv::mpls_route_via_t> {
    orv::mpls_action_t storedAction{};
    orv::mpls_action_t sentAction{};
    orv::mpls_action_t programmedAction{};
-   bool configured : 1 = false;   // the route is there; else only what hardware has of it
+   bool configured : 1 = false;   // the route exists; otherwise the row only has what hardware has of it
    bool inStore : 1 = false;      // the store has a row
-   bool storedPlain : 1 = false;  // and that one is told by the stored group, action and version
+   bool storedPlain : 1 = false;  // and the stored group, action and version describe it
    bool queued : 1 = false;       // the hardware stage has it on its list
-   bool sent : 1 = false;         // the plane has it, or will have once it has answered
+   bool sent : 1 = false;         // the plane has it, or will have it once it has answered
 
    orv::mpls_route_key_t key() const;
 };
 static_assert(sizeof(MplsRow) == 80, "there may be a row for each of a million labels");
 
-// What MPLS routes have of their own among routes (route_table.h): a row keeps the group and the action of a
-// via.
+// The Kind of MPLS routes (route_table.h): a row keeps the group and the action of a via.
 struct MplsRouteKind {
    using Row = MplsRow;
    using Via = orv::mpls_route_via_t;
@@ -88,33 +87,38 @@ struct MplsRouteKind {
 
 class MplsRouteTable : public RouteTable<MplsRouteKind> {
 public:
-   // Reads what the store has; throws store::StoreError (damaged). `groups` numbers the names of groups.
+   // Reads the rows in the store. `groups` numbers the names of groups.
+   // THROWS: store::StoreError (damaged, newerFormat).
    MplsRouteTable(store::Store& store, Names& groups, std::size_t capacity);
 
-   // Of configured routes.
+   // The number of configured routes.
    std::size_t size() const { return size_; }
 
-   // Also a row whose route is gone; null when there is none. A row stays where it is until it is released.
+   // Finds also the row of a route that was removed.
+   // RETURNS: null if no row exists. The pointer is valid until the row is released.
    MplsRow* find(const orv::mpls_route_key_t& key);
    const MplsRow* find(const orv::mpls_route_key_t& key) const;
-   // Null when there is no such route.
+   // RETURNS: null if no such route exists.
    MplsRow* findRoute(const orv::mpls_route_key_t& key);
    const MplsRow* findRoute(const orv::mpls_route_key_t& key) const;
-   // The first route at or behind `key`, or null.
+   // RETURNS: the first route at or after `key`, or null.
    const MplsRow* atOrAfter(const orv::mpls_route_key_t& key) const;
 
-   // Throws orv::error when there is no room for another route.
+   // THROWS: orv::error if the table is full.
    void checkCapacity() const { RouteTable::checkCapacity(size_); }
-   // A route without vias, and its removal with all its vias. prepare() comes before both, checkCapacity()
-   // before the first.
+   // Adds a route without vias.
+   // REQUIRES: prepare() and checkCapacity() were called.
    MplsRow& insert(const orv::mpls_route_key_t& key);
+   // Removes a route with all its vias.
+   // REQUIRES: prepare() was called.
    void erase(MplsRow& row);
-   // To be called after each other change of a route.
+   // Call this after any other change to a route.
    void changed(MplsRow& row) { unwritten_.changed(row); }
-   // Ends a row whose route is gone, once nobody has anything of it.
+   // Frees the row of a removed route.
+   // REQUIRES: the hardware stage and the plane are done with it.
    void release(MplsRow& row);
 
-   // Gives `slot` another name.
+   // Replaces the name in `slot` and moves the reference.
    void nameIs(NameId& slot, NameId name) {
       if (slot == name) return;
       if (name != Names::none) groups_.hold(name);
@@ -122,12 +126,12 @@ public:
       slot = name;
    }
 
-   // Calls `visit(row)` for each route; it may erase that route. Ends the span of the store when it has
-   // become large.
+   // Calls `visit(row)` for each route; `visit` may erase that route. Ends the store's span when it has grown
+   // large.
    template <class Visit>
    void visitAll(Visit&& visit);
 
-   // The routes in key order. The table may change between two steps.
+   // The routes in key order. The table may change between steps.
    class Cursor {
    public:
       explicit Cursor(const MplsRouteTable& table) : table_(&table) {}
@@ -145,7 +149,7 @@ private:
    using Others = absl::btree_map<orv::mpls_route_key_t, std::unique_ptr<MplsRow>>;
 
    static bool isPlain(const orv::mpls_route_key_t& key);
-   // The first route of one label and metric 0 at or behind `label`.
+   // The first route with one label and metric 0 at or after `label`.
    const MplsRow* plainFrom(std::uint32_t label) const;
    static const MplsRow* routeFrom(Others::const_iterator at, Others::const_iterator end);
    static const MplsRow* earlier(const MplsRow* plain, const MplsRow* other);
@@ -160,9 +164,9 @@ private:
    std::vector<std::unique_ptr<MplsRow[]>> pages_{labels / pageRows};
    Others others_;
    std::size_t size_ = 0;
-   std::string keyBytes_;  // kept for their memory
+   std::string keyBytes_;  // reused buffers
    std::string rowBytes_;
-   // Behind what writing needs.
+   // Declared last: its destructor writes and uses the members above.
    DeferredRow<MplsRow> unwritten_;
 };
 

@@ -1,5 +1,5 @@
-// What names and texts the switch takes: bounded, so that every row fits the store and every refusal that
-// quotes one stays short, and in UTF-8, since each goes back to clients in messages that allow nothing else.
+// Checks of names and texts. They are bounded, so that every row fits the store and every refusal that quotes
+// one stays short. They are UTF-8, because they return to clients in messages that allow nothing else.
 //
 // Thread-safety: functions without state.
 #pragma once
@@ -10,16 +10,16 @@
 
 namespace softswitch {
 
-// Of access lists, class maps and policy maps. Above that of groups (255), because lists are named after them
-// with something behind; below the longest key of the store.
+// For access lists, class maps and policy maps. Above the limit for groups (255), because lists are named
+// after groups plus a suffix; below the store's longest key.
 inline constexpr std::size_t policyNameBytesMax = 400;
 
-// What is wrong with a text, to stand behind its name in a refusal: "of 300 bytes, expected at most 255", or
-// "'\xff' is not UTF-8". Empty, without an allocation, when nothing is.
+// RETURNS: what is wrong with `text`, to follow its name in a refusal: "of 300 bytes, expected at most 255",
+// or "'\xff' is not UTF-8". Empty, without an allocation, if nothing is wrong.
 std::string textFault(std::string_view text, std::size_t bytesMax);
 
-// REQUIRES `what` names the text in words, as in "ACL name".
-// THROWS orv::invalid_argument_error for more than `bytesMax` bytes, or bytes that are not UTF-8.
+// REQUIRES: `what` names the text, as in "ACL name".
+// THROWS: orv::invalid_argument_error for more than `bytesMax` bytes, or bytes that are not UTF-8.
 void checkText(std::string_view what, std::string_view text, std::size_t bytesMax);
 
 }  // namespace softswitch

@@ -1,7 +1,7 @@
-// Names that many rows carry, each held once and known by a small number.
+// Names that many rows share: each is stored once and identified by a small number.
 //
-// A name lives as long as somebody holds a reference to it; its number is then given to another. Number 0 is
-// the empty name, which needs no references.
+// A name lives as long as it has references; its number is reused afterwards. Number 0 is the empty name,
+// which needs no references.
 //
 // Thread-safety: none of its own; guarded by the SDK's lock.
 #pragma once
@@ -27,7 +27,7 @@ public:
    Names(const Names&) = delete;
    Names& operator=(const Names&) = delete;
 
-   // The number of `name`, with one reference more.
+   // RETURNS: the number of `name`, with one more reference.
    NameId hold(std::string_view name) {
       if (name.empty()) return none;
       if (const auto it = ids_.find(name); it != ids_.end()) {
@@ -38,12 +38,12 @@ public:
    }
    void hold(NameId id) { ++entries_[id].references; }
 
-   // Gives back one reference.
+   // Drops one reference.
    void drop(NameId id) {
       if (id != none && --entries_[id].references == 0) remove(id);
    }
 
-   // The number of `name` without a reference; `none` also for a name that nobody holds.
+   // RETURNS: the number of `name`, without a new reference; `none` if the name has no references.
    NameId find(std::string_view name) const {
       const auto it = ids_.find(name);
       return it == ids_.end() ? none : it->second;
@@ -53,7 +53,7 @@ public:
    const std::string& text(NameId id) const { return entries_[id].text; }
    std::uint32_t references(NameId id) const { return entries_[id].references; }
 
-   // One above the largest number given so far.
+   // One past the largest number given so far.
    std::size_t bound() const { return entries_.size(); }
 
 private:
@@ -70,7 +70,7 @@ private:
    absl::flat_hash_map<std::string_view, NameId> ids_;
 };
 
-// One reference, given back at the end of the scope that has it.
+// One reference, dropped by the destructor.
 class HeldName {
 public:
    HeldName() = default;

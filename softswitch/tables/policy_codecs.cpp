@@ -61,7 +61,7 @@ void readVlans(store::Reader& in, Rule& into) {
 void writeAction(store::Writer& out, const orv::policy_map_action_t& v) {
    writeEnum(out, v.action_type());
    out.text(v.nexthop_group_name());
-   // In order, so that equal actions give equal rows.
+   // Sorted, so that equal actions give equal rows.
    const std::set<orv::ip_addr_t> nexthops(v.nexthops().begin(), v.nexthops().end());
    out.varint(nexthops.size());
    for (const auto& nexthop : nexthops)

@@ -1,4 +1,4 @@
-// How ACLs, class maps and policy maps stand in the store; readers as in value_codec.h.
+// ACLs, class maps and policy maps in the store's binary form. Readers throw as in value_codec.h.
 //
 // Thread-safety: functions without state.
 #pragma once

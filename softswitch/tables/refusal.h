@@ -1,6 +1,6 @@
-// The store's troubles as errors of the SDK.
+// Errors of the store as errors of the SDK.
 //
-// Thread-safety: none needed.
+// Thread-safety: functions without state.
 #pragma once
 
 #include <fmt/format.h>
@@ -12,9 +12,8 @@
 
 namespace softswitch {
 
-// Throws what the caller of a manager sees when the store refuses a write: invalid_argument_error for a key
-// that is too long, orv::error for a lack of space. Other troubles do not come from writes and go on as they
-// are.
+// Converts the store's refusal of a write for the caller of a manager.
+// THROWS: orv::invalid_argument_error for a key that is too long, orv::error for any other trouble.
 [[noreturn]] inline void refuse(const store::StoreError& e) {
    if (e.trouble() == store::Trouble::tooLong) throw orv::invalid_argument_error(e.what());
    throw orv::error(e.what());

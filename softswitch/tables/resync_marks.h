@@ -1,5 +1,5 @@
-// Which resync a table is in. What is set takes the present epoch as its mark; what has another mark at the
-// end of a resync was not set again. Marks live in memory only.
+// The resync state of a table. An object that is set takes the current epoch as its mark. An object with
+// another mark at the end of a resync was not set again. Marks live in memory only.
 //
 // Thread-safety: none of its own; guarded by the SDK's lock.
 #pragma once
@@ -11,7 +11,7 @@ namespace softswitch {
 
 class ResyncMarks {
 public:
-   // Makes everything stale. A second call before the end does so once more.
+   // Makes every object stale. A second call before end() does so again.
    void begin() {
       ++epoch_;
       running_ = true;

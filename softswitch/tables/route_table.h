@@ -1,32 +1,36 @@
-// What the tables of IP routes and of MPLS routes have in common: the vias of a route, their identity, the
-// marks of a resync, and room in the store.
+// The common part of the tables of IP routes and MPLS routes: the vias of a route, their identity, the marks
+// of a resync, and room in the store.
 //
-// A route and its vias are one row, in memory and in the store. The common route has one via that names a
-// nexthop group and nothing else that the row does not keep: it is told by the group's number and needs no
-// allocation. Every other set of vias stands in a vector: hops, or the one via with the group when it carries
-// more than that.
+// A route and its vias are one row, in memory and in the store. The common route has one via, which names a
+// nexthop group and carries nothing else that the row cannot keep. The row holds such a via as the group's
+// number, without an allocation. Any other set of vias is a vector: hops, or the one via with the group if it
+// carries more than that.
 //
-// A table derives from RouteTable<Kind> and adds its keys and where its rows stand. A kind says what differs:
+// A table derives from RouteTable<Kind> and adds its keys and the storage of its rows. A Kind defines the
+// rest:
 //
 //    struct Kind {
-//       using Row = ...;                                // derives from RowVias<Via>; has a `mark`
-//       using Via = ...;                                // of the SDK
-//       static constexpr std::string_view table;        // its name in the store
-//       static constexpr std::uint8_t version;          // of its rows there
-//       static constexpr std::size_t viaBytes;          // of a via there, about
-//       static bool plain(const Via&);                  // it carries no more than the row can keep by itself
-//       static bool bare(const Via&);                   // it carries nothing but its route's key
-//       static bool sameHop(const Via&, const Via&);    // the identity of vias without a group
-//       static bool sameFields(const Via&, const Via&); // in all fields but the route's key
-//       static bool keeps(const Row&, const Via&);      // what the row keeps besides the group: is the
-//       via's, static void keep(Row&, const Via&);             //    is taken from it, static void
-//       keepNothing(Row&);                  //    is let go static Via kept(const Row&); // a via of the
-//       route with that and without a group static auto routeKey(const Row&);               // as the SDK has
-//       it static Via readVia(store::Reader&);
+//       using Row = ...;                                 // derives from RowVias<Via>; has a `mark`
+//       using Via = ...;                                 // of the SDK
+//       static constexpr std::string_view table;         // its name in the store
+//       static constexpr std::uint8_t version;           // of its rows there
+//       static constexpr std::size_t viaBytes;           // approximate size of a via there
+//       static bool plain(const Via&);                   // it carries no more than the row can keep
+//       static bool bare(const Via&);                    // it carries nothing but its route's key
+//       static bool sameHop(const Via&, const Via&);     // the identity of vias without a group
+//       static bool sameFields(const Via&, const Via&);  // equal in all fields but the route's key
+//       // What the row keeps of a plain via besides the group: equals the via's, is set, is cleared.
+//       static bool keeps(const Row&, const Via&);
+//       static void keep(Row&, const Via&);
+//       static void keepNothing(Row&);
+//       static Via kept(const Row&);                     // a via of the route with that, without a group
+//       static auto routeKey(const Row&);                // the key as in the SDK
+//       static Via readVia(store::Reader&);
+//       static void writeVia(store::Writer&, const Via&);
 //    };
 //
-// Room in the store is set aside when a change is prepared: that is the only step that can be refused
-// (orv::error for a full disk), and it comes before anything is changed, marks included.
+// Preparing a change reserves its room in the store. Only this step can be refused (orv::error for a full
+// disk). It precedes every change, even of marks.
 //
 // Thread-safety: none of its own; guarded by the SDK's lock.
 #pragma once
@@ -50,17 +54,17 @@ namespace softswitch {
 
 template <class Via>
 struct MarkedVia {
-   Via via;                 // its route_key is not filled
+   Via via;                 // its route_key is empty
    std::uint32_t mark = 0;  // the resync epoch of the last set
 };
 
-// The part of a row that says the vias.
+// The part of a row that holds the vias.
 template <class Via>
 struct RowVias {
    using List = std::vector<MarkedVia<Via>>;
 
-   std::unique_ptr<List> vias;   // hops; or the via with the group, when it is not plain; or null
-   NameId group = Names::none;   // that the route's one via names
+   std::unique_ptr<List> vias;   // hops; or the one via with a group if it is not plain; or null
+   NameId group = Names::none;   // named by the route's one via
    std::uint32_t groupMark = 0;  // the resync epoch of the last set of that via
 
    bool hasVias() const { return group != Names::none || vias != nullptr; }
@@ -78,11 +82,12 @@ public:
    RouteTable& operator=(const RouteTable&) = delete;
 
    std::size_t capacity() const { return capacity_; }
-   // Where there are none, a walk over the hops can be spared.
+   // Callers skip a scan over the hops if it is 0.
    std::size_t rowsWithHops() const { return rowsWithHops_; }
 
-   // Sets room aside for writing a row that will have about `bytes` more than its fixed part; `shrinks` tells
-   // of a change that takes something away, which a full disk allows. Throws orv::error.
+   // Reserves room to write a row with about `bytes` more than its fixed part. `shrinks` marks a change that
+   // removes something, which a full disk allows.
+   // THROWS: orv::error if the disk is full.
    void prepare(std::size_t bytes, bool shrinks = false) {
       try {
          store_.reserve(fixedRowBytes + bytes, shrinks);
@@ -90,12 +95,13 @@ public:
          refuse(e);
       }
    }
-   // What the row's vias take in the store, about.
+   // The approximate size of the row's vias in the store.
    static std::size_t bytesOfVias(const Row& row) {
       return row.vias == nullptr ? 0 : row.vias->size() * Kind::viaBytes;
    }
 
-   // Two forms of one via: hops by their identity; with a group there is one alone.
+   // RETURNS: whether `a` and `b` are the same via. Hops compare by identity; a route has only one via with a
+   // group.
    static bool sameVia(const Via& a, const Via& b) {
       if (a.nexthop_group().empty() != b.nexthop_group().empty()) return false;
       return !a.nexthop_group().empty() || Kind::sameHop(a, b);
@@ -103,30 +109,33 @@ public:
 
    // All vias of the row, as the SDK shows them.
    std::vector<Via> viasOf(const Row& row) const;
-   // RETURNS: whether one of the row's vias equals `via` in all fields; a bare via stands for any.
+   // RETURNS: whether one of the row's vias equals `via` in all fields; a bare `via` matches any.
    bool hasVia(const Row& row, const Via& via) const;
-   // Whether the row has a hop of the identity of `via`.
+   // RETURNS: whether the row has a hop with the identity of `via`.
    bool hasHop(const Row& row, const Via& via) const {
       return row.hasHops() && std::any_of(row.vias->begin(), row.vias->end(),
                                           [&](const auto& each) { return Kind::sameHop(each.via, via); });
    }
    const std::string& group(const Row& row) const { return groups_.text(row.group); }
 
-   // The changes below are made when they return true; the derived table's changed() follows then. A via that
-   // is set counts as set again in a resync, and so does its route.
+   // After a change by the functions below, call the derived table's changed(). Those that return bool,
+   // except keepGroup(), return whether they changed the row. Setting a via marks the via and its route as
+   // set again.
 
    // REQUIRES: `via` names a group, and the row has no hops.
-   // RETURNS: whether that is the row's via already, in all fields; if so, it is marked.
+   // RETURNS: whether `via` is already the row's via, in all fields. If so, marks it and the route.
    bool keepGroup(Row& row, const Via& via);
-   // Makes a via that names a group the only one of the route. prepare() comes before.
+   // Makes a via that names a group the route's only via.
+   // REQUIRES: prepare() was called.
    void setGroup(Row& row, const Via& via);
-   // Adds a hop, or overwrites the one of the same identity. REQUIRES: the row has no group.
+   // Adds a hop, or overwrites the hop with the same identity.
+   // REQUIRES: the row has no group.
    bool setHop(Row& row, const Via& via);
-   // Removes the via that equals `via` in all fields, or all of them for a bare one.
+   // Removes the via that equals `via` in all fields; a bare `via` removes all.
    bool eraseVias(Row& row, const Via& via);
    // Removes the vias that were not set again.
    bool dropStaleVias(Row& row);
-   // prepare() comes before.
+   // REQUIRES: prepare() was called.
    void clearVias(Row& row);
 
    ResyncMarks& marks() { return marks_; }
@@ -145,9 +154,11 @@ protected:
    [[noreturn]] static void damaged(std::string_view what) {
       throw store::StoreError(store::Trouble::damaged, std::string(what));
    }
-   // Reads a row's format version. Throws store::StoreError (newerFormat).
+   // Checks a row's format version.
+   // THROWS: store::StoreError (newerFormat).
    void checkVersion(store::Reader& row) const;
-   // Reads so many vias into a row that has none. Throws store::StoreError (damaged).
+   // Reads `count` vias into a row that has none.
+   // THROWS: store::StoreError (damaged).
    void readVias(store::Reader& in, std::uint64_t count, Row& row);
 
    store::Store& store_;
@@ -163,8 +174,8 @@ private:
    std::size_t rowsWithHops_ = 0;
 };
 
-// Ends a resync; nothing without one. Calls `erase(row)` for each route that was not set again, and
-// `changed(row)` for each that lost vias that were not.
+// Ends a resync; a no-op if none is running. Calls `erase(row)` for each route that was not set again, and
+// `changed(row)` for each other route that lost vias.
 template <class Table, class Erase, class Changed>
 void completeResync(Table& table, Erase&& erase, Changed&& changed) {
    if (!table.marks().end()) return;
@@ -216,7 +227,7 @@ bool RouteTable<Kind>::keepGroup(Row& row, const Via& via) {
 
 template <class Kind>
 void RouteTable<Kind>::setGroup(Row& row, const Via& via) {
-   // Held before the former one is let go, which may be the same.
+   // Hold first: clearVias() drops the former group, which may be the same.
    const auto id = groups_.hold(via.nexthop_group());
    clearVias(row);
    row.group = id;

@@ -13,8 +13,8 @@
 
 namespace softswitch {
 
-// Walks a cursor, whose next() answers a row or null. `make(row, value)` writes what the iterator yields for
-// a row; false to leave the row out.
+// Iterates over a cursor whose next() returns a row or null. `make(row, value)` fills in the value for a row,
+// or returns false to skip the row.
 template <class Iter, class Cursor, class Make>
 class CursorIter final : public Iter::impl_type {
 public:
@@ -42,9 +42,9 @@ Iter makeCursorIter(Cursor cursor, Make make) {
    return Iter(std::make_unique<CursorIter<Iter, Cursor, Make>>(std::move(cursor), std::move(make)));
 }
 
-// Walks a short list as it was at the beginning: an element that is gone when its turn comes is left out, and
-// one that has changed comes as it is then. `Now` answers the list as it is, `same(a, b)` whether two
-// elements are one.
+// Iterates over a short list as it was at the beginning. An element that has been removed since is skipped;
+// an element that has changed is returned as it is now. `Now` returns the current list; `same(a, b)` compares
+// the identity of two elements.
 template <class Iter, class Now, class Same>
 class SnapshotIter final : public Iter::impl_type {
 public:

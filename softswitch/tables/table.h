@@ -1,20 +1,19 @@
 // A table of configured objects: in memory in key order, written through to the store.
 //
 //    struct VrfCodec {
-//       static constexpr std::uint8_t version = 1;                    // of the row, raised when it changes
+//       static constexpr std::uint8_t version = 1;  // of the row, raised when it changes
 //       static void encodeKey(const std::string& key, store::Writer& out);
 //       static std::string decodeKey(store::Reader& in);
 //       static void encodeRow(const VrfRow& row, store::Writer& out);
-//       static VrfRow decodeRow(store::Reader& in, std::uint8_t version);  // of any version up to the
-//       present
+//       static VrfRow decodeRow(store::Reader& in, std::uint8_t version);  // of any version so far
 //    };
 //    Table<std::string, VrfRow, VrfCodec> vrfs(store, "vrf", limits.vrfs);
 //
-// A row is written by the call that sets it; a call that throws has changed neither memory nor store. All
-// calls under one outermost lock are one transaction of the store (store.h).
+// The call that sets a row writes it; a call that throws has changed neither memory nor store. All calls
+// under one outermost lock are one transaction of the store (store.h).
 //
-// Resync marks live in memory only. Between resyncInit() and resyncComplete() every set() counts as "still
-// wanted", also one that changes nothing; resyncComplete() removes the rest.
+// Resync marks live in memory only. Between resyncInit() and resyncComplete() every set() marks its row as
+// still wanted, even if it changes nothing; resyncComplete() removes the other rows.
 //
 // Thread-safety: none of its own; guarded by the SDK's lock.
 #pragma once
@@ -50,15 +49,15 @@ public:
    using key_type = Key;
    using row_type = Row;
 
-   // What a walk stands on. The pointers are good until the table's next change.
+   // A position in the table. The pointers are valid until the table's next change.
    struct Item {
       const Key* key = nullptr;
       const Row* row = nullptr;
       explicit operator bool() const { return key != nullptr; }
    };
 
-   // Reads the rows that the store has. `name` is the table's in the store and in words. Throws StoreError
-   // (damaged) for a row that does not decode.
+   // Reads the rows in the store. `name` is the table's name in the store and in error texts.
+   // THROWS: store::StoreError (damaged for a row that does not decode, newerFormat).
    Table(store::Store& store, std::string_view name, std::size_t capacity)
         : store_(store), name_(name), capacity_(capacity), database_(store.open(name)) {
       store_.scan(database_, [this](std::string_view key, std::string_view row) { load(key, row); });
@@ -72,26 +71,25 @@ public:
    const std::string& name() const { return name_; }
 
    bool contains(const Key& key) const { return rows_.find(key) != rows_.end(); }
-   // Null when there is none. Good until the table's next change.
+   // RETURNS: null if no such row exists. The pointer is valid until the table's next change.
    const Row* find(const Key& key) const {
       const auto it = rows_.find(key);
       return it == rows_.end() ? nullptr : &it->second.row;
    }
 
-   // The first row at or behind `key`.
+   // RETURNS: the first row at or after `key`, or an empty Item.
    Item atOrAfter(const Key& key) const {
       const auto it = rows_.lower_bound(key);
       return it == rows_.end() ? Item{} : Item{&it->first, &it->second.row};
    }
 
-   // Throws orv::error when the table or the disk is full, orv::invalid_argument_error when the key is too
-   // long.
+   // THROWS: orv::error if the table or the disk is full, orv::invalid_argument_error if the key is too long.
    Change set(const Key& key, Row row) {
       const auto it = rows_.find(key);
       if (it != rows_.end()) {
          if constexpr (std::equality_comparable<Row>) {
             if (it->second.row == row) {
-               // Assigned all the same: a row may have parts that do not count as a difference.
+               // Assigned even so: a row may have parts that operator== ignores.
                it->second = Slot{std::move(row), epoch_};
                return Change::none;
             }
@@ -107,7 +105,8 @@ public:
       return Change::inserted;
    }
 
-   // False when there was none. Throws orv::error when the disk is full.
+   // RETURNS: false if no such row exists.
+   // THROWS: orv::error if the disk is full.
    bool erase(const Key& key) {
       const auto it = rows_.find(key);
       if (it == rows_.end()) return false;
@@ -133,11 +132,11 @@ public:
       resyncing_ = true;
    }
    bool resyncing() const { return resyncing_; }
-   // Counts the resyncs; a row set now is marked with this number.
+   // The number of resyncs so far; set() marks a row with it.
    std::uint32_t epoch() const { return epoch_; }
 
-   // Removes every row that was not set since resyncInit(), in key order; nothing without one. Calls
-   // `removed(key, row)` after each removal. A large number is removed in several transactions.
+   // Removes every row that was not set since resyncInit(), in key order; a no-op without one. Calls
+   // `removed(key, row)` after each removal. Many rows are removed in several transactions.
    template <class Removed>
    void resyncComplete(Removed&& removed) {
       if (!resyncing_) return;
@@ -158,13 +157,13 @@ public:
       }
    }
 
-   // Walks the table in key order; the table may change between two steps: no row comes twice, and each that
-   // is there for the whole walk comes once.
+   // Iterates in key order; the table may change between steps. No row comes twice, and each row that exists
+   // all the time comes once.
    class Cursor {
    public:
       explicit Cursor(const Table& table) : table_(&table) {}
 
-      // False at the end, and from then on.
+      // RETURNS: an empty Item at the end, and from then on.
       Item next() {
          const auto& rows = table_->rows_;
          if (ended_) return {};
@@ -192,11 +191,11 @@ public:
       bool ended_ = false;
    };
 
-   // The first row at or behind `key`, and the first one behind it.
+   // RETURNS: the first row at or after `key`, and the first row after `key`.
    Item lowerBound(const Key& key) const { return itemAt(rows_.lower_bound(key)); }
    Item upperBound(const Key& key) const { return itemAt(rows_.upper_bound(key)); }
 
-   // For a plain loop that changes nothing.
+   // For a plain loop that does not change the table.
    template <class Visit>
    void forEach(Visit&& visit) const {
       for (const auto& [key, slot] : rows_)
@@ -260,12 +259,11 @@ private:
    std::uint64_t generation_ = 0;  // counts insertions and removals
    std::uint32_t epoch_ = 0;
    bool resyncing_ = false;
-   std::string keyBytes_;  // kept for their memory
+   std::string keyBytes_;  // reused buffers
    std::string rowBytes_;
 };
 
-// An SDK iterator over a table. `Make` turns an Item into an optional of what the iterator yields, empty to
-// skip the row.
+// An SDK iterator over a table. `Make` turns an Item into an optional value, empty to skip the row.
 template <class Iter, class TableType, class Make>
 class TableIter final : public Iter::impl_type {
 public:

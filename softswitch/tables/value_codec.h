@@ -1,9 +1,9 @@
 // SDK values in the store's binary form (store/codec.h).
 //
-// Readers throw store::StoreError (damaged) for bytes that no writer here made; that includes values that
-// the SDK's types refuse.
+// Readers throw store::StoreError (damaged) for bytes that no writer here produces, including values that the
+// SDK's types refuse.
 //
-// Thread-safety: none needed.
+// Thread-safety: functions without state.
 #pragma once
 
 #include <forward_list>
@@ -19,7 +19,7 @@
 
 namespace softswitch {
 
-// Runs `read`, whose SDK values may refuse what is in the row.
+// Runs `read`; an orv::error of the SDK's values becomes StoreError (damaged).
 template <class Read>
 auto decoded(Read&& read) {
    try {
@@ -42,7 +42,7 @@ void writeEnum(store::Writer& out, E v) {
    out.u8(static_cast<std::uint8_t>(v));
 }
 
-// Family and the family's bytes: the store's order is the SDK's order of addresses.
+// The family, then its bytes, so that the store sorts addresses as the SDK does.
 void write(store::Writer& out, const orv::ip_addr_t& v);
 orv::ip_addr_t readIpAddr(store::Reader& in);
 
@@ -58,7 +58,7 @@ orv::intf_id_t readIntfId(store::Reader& in);
 void write(store::Writer& out, orv::mpls_label_t v);
 orv::mpls_label_t readMplsLabel(store::Reader& in);
 
-// Labels in four bytes each behind their count, metric last.
+// The number of labels, the labels in four bytes each, the metric.
 void write(store::Writer& out, const orv::mpls_route_key_t& v);
 orv::mpls_route_key_t readMplsRouteKey(store::Reader& in);
 

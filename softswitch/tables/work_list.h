@@ -1,4 +1,4 @@
-// What waits for the hardware stage, in the order in which it came.
+// A FIFO queue of work for the hardware stage.
 //
 // Thread-safety: none of its own; guarded by the SDK's lock.
 #pragma once
@@ -14,7 +14,7 @@ public:
    bool empty() const { return at_ == items_.size(); }
    void push(Item item) { items_.push_back(item); }
 
-   // Hands the oldest items, `atMost` of them, to `visit`, which may push more.
+   // Passes the oldest items, at most `atMost`, to `visit`, which may push more.
    template <class Visit>
    void work(std::size_t atMost, Visit&& visit) {
       for (std::size_t done = 0; done < atMost && !empty(); ++done) {
@@ -23,7 +23,7 @@ public:
       }
       if (!empty()) return;
       items_.clear();
-      // A burst's memory is given back, a trickle's is kept.
+      // A large buffer is freed after a burst; a small one is kept.
       if (items_.capacity() > keptItems) items_.shrink_to_fit();
       at_ = 0;
    }

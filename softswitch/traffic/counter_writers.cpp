@@ -15,7 +15,7 @@ namespace softswitch {
 namespace {
 
 constexpr std::string_view currentTable = "current";
-constexpr std::size_t rowsPerLook = 32;  // between two looks at the quantum
+constexpr std::size_t rowsPerLook = 32;  // between two checks of the quantum
 
 void checkWriterName(const std::string& name) {
    const bool good =
@@ -57,7 +57,7 @@ void CounterWriters::residentIs(bool resident) {
    orv::sdk_lock_check();
    if (resident_ == resident) return;
    resident_ = resident;
-   // At once, since whoever asked looks for the table in its next turn.
+   // Publishes at once: the caller looks up the table in its next turn.
    publishLags();
    rearranged();
 }
@@ -112,7 +112,7 @@ void CounterWriters::writerDel(const std::string& name) {
       throw orv::invalid_argument_error(fmt::format("counter writer {} cannot be removed", name));
    const auto it = writers_.find(name);
    if (it == writers_.end()) return;
-   // The main loop takes it off its table first.
+   // arrange() unpublishes its table before it erases the writer.
    it->second.up = false;
    it->second.claims.clear();
    rearranged();
@@ -142,7 +142,7 @@ std::optional<CounterWriters::Sample> CounterWriters::sample(Lumic::IntfId intf)
    orv::sdk_lock_check();
    const auto read = [&](const auto& table) -> std::optional<Sample> {
       if (!table || !table->contains(intf)) return std::nullopt;
-      // The tables' copy may be damaged, this one cannot.
+      // The tables' copy may be damaged; this one cannot be.
       const auto it = last_.find(intf);
       return Sample{.row = it == last_.end() ? Interface::IntfCounter{} : it->second.row, .time = passTime_};
    };
@@ -155,7 +155,7 @@ std::optional<CounterWriters::Sample> CounterWriters::sample(Lumic::IntfId intf)
 
 void CounterWriters::damageRow(std::string_view intf) {
    orv::sdk_lock_check();
-   // Only a name that is in a table makes an id here.
+   // Only names that are in a table create ids here.
    for (const auto& item : plan_) {
       if (item.intf.name() != intf) continue;
       if (item.eth != nullptr ? item.eth->damageRow(item.intf) : lags_ && lags_->damageRow(item.intf)) return;
@@ -215,7 +215,7 @@ void CounterWriters::taskExecute() {
    scheduleTaskLowestDelay(std::max<std::int64_t>(due_ - traffic_.now(), 0));
 }
 
-// Publishes and takes back tables, and decides who counts what.
+// Publishes and withdraws tables, and assigns interfaces to writers.
 void CounterWriters::arrange() {
    arranged_ = true;
    publishLags();
@@ -239,7 +239,7 @@ void CounterWriters::publish(const std::string& name, Writer& writer) {
    writer.table->repairIs([this, table = writer.table.get()](Lumic::IntfId intf) { repair(intf, table); });
    writer.mount = shared_->mount(path, Tessel::MountMode::write);
    writer.mount.entityIs(writer.table);
-   // The table is there before anybody hears of the writer.
+   // Publish the table before the writer's status announces it.
    statusDir_->entityIs(name, Pavo::makePtr<Interface::EthIntfCounterWriterStatus>(name));
 }
 
@@ -248,7 +248,7 @@ void CounterWriters::unpublish(const std::string& name, Writer& writer) {
    statusDir_->entityDel(name);
    writer.mount.entityIs(nullptr);
    writer.mount = Tessel::Mount();
-   // A reader may have it for a while yet.
+   // A reader may keep the table for a while.
    writer.table->repairIs({});
    writer.table = nullptr;
 }
@@ -287,7 +287,7 @@ void CounterWriters::plan() {
       const bool lag = intf.kind() == Lumic::IntfId::Kind::peerPortChannel;
       if (lag || fixed != nullptr) plan_.push_back({.intf = intf, .eth = lag ? nullptr : fixed});
    }
-   // What a table has no business with any more.
+   // Removes the rows that are no longer in the plan for a table.
    absl::flat_hash_map<Lumic::IntfId, EthTable*, std::hash<Lumic::IntfId>> places;
    for (const auto& item : plan_)
       places.emplace(item.intf, item.eth);
@@ -328,7 +328,7 @@ Interface::IntfCounter CounterWriters::nextRow(Lumic::IntfId intf) {
                               .inPktsRate = perSecond(last.amounts.inPackets, account.amounts.inPackets),
                               .outBitsRate = perSecond(last.amounts.outBits, account.amounts.outBits),
                               .inBitsRate = perSecond(last.amounts.inBits, account.amounts.inBits)};
-   // An interface that has come to rest is no news for ever; the sample at which it did is.
+   // The row of an idle interface is not written again; the first idle sample still is.
    auto before = last.row.rates;
    before.sampleTime = 0;
    const bool rests = rates.isEq({}) && before.isEq({});

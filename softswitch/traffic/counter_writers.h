@@ -1,17 +1,16 @@
 // Counter writers: they sample the traffic of their interfaces and publish counters and rates in mounted
 // tables (interface/EthIntfCounter.h).
 //
-// A writer is what a line card or chip would be: there, with a row for each of its interfaces, or not. The
+// A writer stands for a line card or chip: it is up, with a row for each of its interfaces, or down. The
 // writer "Fixed" has the ports that no other writer claims. LAGs have a table of their own.
 //
-// Tables are kept, and writers are there, only while counters are resident. Then the main loop samples every
-// interface once per interval, in pieces within its quantum. A rate is what flowed since the last sample. An
-// interface through which nothing has ever flowed has a row of zeros.
+// Tables and writers are published only while counters are resident. The main loop then samples every
+// interface once per interval, in pieces within its quantum. A rate is the traffic since the last sample, per
+// second. An interface that has never carried traffic has a row of zeros.
 //
 // Refusals (orv::invalid_argument_error, naming the value):
-// - a writer's name of other than 1 to 64 letters, digits and the characters . - _
-// - a claimed interface that the switch does not have, or that is not a port, or one that another writer
-//   claims
+// - a writer's name that is not 1 to 64 letters, digits and the characters . - _
+// - a claimed interface that does not exist, is not a port or is claimed by another writer
 // - removing Fixed, or giving it interfaces
 // - more than 256 writers (orv::error)
 // - an interval outside 1 ms to 1 hour (orv::invalid_range_error)
@@ -50,17 +49,18 @@ public:
                   std::int64_t intervalNanos);
    ~CounterWriters() override;
 
-   // Whether the tables are kept.
+   // Whether the tables are published.
    void residentIs(bool resident);
    bool resident() const { return resident_; }
    void intervalIs(std::int64_t nanos);
    std::int64_t interval() const { return interval_; }
 
-   // A writer is there, or is away with its interfaces left uncounted. Makes it where it is not known.
+   // Takes a writer up or down; while it is down, its interfaces are not counted. Creates an unknown writer.
    void writerUpIs(const std::string& name, bool up);
-   // What it counts instead of Fixed, in place of what it claimed before. Makes it where it is not known.
+   // Sets the interfaces that the writer counts instead of Fixed, replacing its former claims. Creates an
+   // unknown writer.
    void writerIntfsAre(const std::string& name, const std::vector<orv::intf_id_t>& intfs);
-   // Its interfaces go back to Fixed. One that is not there is no error.
+   // Returns the writer's interfaces to Fixed. A no-op for an unknown writer.
    void writerDel(const std::string& name);
 
    struct WriterState {
@@ -70,24 +70,25 @@ public:
       std::size_t rows;
       std::uint64_t corruptions;
    };
-   // By name.
+   // Ordered by name.
    std::vector<WriterState> writers() const;
 
-   // The row as it was written last; nothing for an interface without one. The second is when its writer
-   // sampled last, seconds since the epoch.
+   // `row` is the last one written. `time` is when its writer last sampled, in seconds since the epoch.
    struct Sample {
       Interface::IntfCounter row;
       double time = 0;
    };
+   // RETURNS: empty for an interface without a row.
    std::optional<Sample> sample(Lumic::IntfId intf) const;
 
-   // Damages an interface's row in its table. Refuses one without a row.
+   // Damages an interface's row in its table.
+   // THROWS: orv::invalid_argument_error for an interface without a row.
    void damageRow(std::string_view intf);
 
-   // The traffic's amounts as counters.
+   // Converts traffic amounts to counters.
    static Interface::IntfStatistics statistics(const TrafficAmounts& amounts, double time);
 
-   // A caller's next sample is taken as soon as the main loop gets to it.
+   // Takes the next sample as soon as the main loop gets to it.
    void sampleNow();
 
 protected:
@@ -100,13 +101,13 @@ private:
    struct Writer {
       bool up = true;
       std::vector<orv::intf_id_t> claims;
-      // Null while it is not published.
+      // Null while the writer is not published.
       Tessel::Mount mount;
       Pavo::Ptr<EthTable> table;
    };
-   // What the next sample of an interface is compared with.
+   // The previous sample of an interface, which the next one is compared with.
    struct Last {
-      std::int64_t began = 0;  // of the account that it belongs to
+      std::int64_t began = 0;  // of the account that the sample belongs to
       std::int64_t at = 0;
       TrafficAmounts amounts;
       Interface::IntfCounter row;
@@ -136,19 +137,19 @@ private:
    const Pavo::Ptr<Zelt::Dir> statusDir_ = Pavo::makePtr<Zelt::Dir>();
    Tessel::Mount statusMount_;
    Tessel::Mount lagMount_;
-   Pavo::Ptr<LagTable> lags_;  // null while the tables are not kept
+   Pavo::Ptr<LagTable> lags_;  // null while the tables are not published
    std::map<std::string, Writer> writers_;
    absl::flat_hash_map<Lumic::IntfId, Last, std::hash<Lumic::IntfId>> last_;
    std::int64_t interval_;
    bool resident_ = false;
-   bool arranged_ = true;  // tables and plan are as the settings want them
+   bool arranged_ = true;  // tables and plan match the settings
 
    // One pass over all interfaces.
    std::vector<PlanItem> plan_;
    std::size_t planAt_ = 0;
    std::size_t internalsPlanned_ = 0;
    std::int64_t due_ = 0;      // of the next pass
-   std::int64_t passNow_ = 0;  // of the pass under way
+   std::int64_t passNow_ = 0;  // time of the current pass
    double passTime_ = 0;       // the same, seconds since the epoch
 };
 

@@ -40,7 +40,7 @@ orv::intf_counters_t IntfCounterMgr::counters(const orv::intf_id_t& intf) const 
       const auto sample = writers_.sample(id);
       if (!sample) return {};
       auto counters = toSdk(sample->row.statistics);
-      // A row that does not change is not written again, and yet is as good as the last sample.
+      // An unchanged row is not written again, yet it is as recent as the last sample.
       counters.sample_time_is(sample->time);
       return counters;
    }

@@ -1,10 +1,10 @@
 // Counters and rates of interfaces.
 //
-// While they are resident, what the counter tables have: as of the last sample, and zeros for an interface
-// whose counter writer is away. Else what has flowed, and flows, at the moment of the call.
+// While counters are resident: the contents of the counter tables as of the last sample, with zeros for an
+// interface whose counter writer is down. Otherwise: the totals and rates at the moment of the call.
 //
-// Refusals: an interface that the switch does not have (orv::invalid_argument_error). One that carries no
-// traffic of its own answers zeros.
+// Refusals: an interface that does not exist (orv::invalid_argument_error). An interface that carries no
+// traffic of its own has zeros.
 //
 // Thread-safety: guarded by the SDK's lock.
 #pragma once

@@ -15,7 +15,7 @@ bool carriesTraffic(IntfType type) {
    return isPort(type) || type == IntfType::lag;
 }
 
-// Ids of internal interfaces are kept for ever, so their numbers are bounded.
+// Ids of internal interfaces are never freed, so their numbers are bounded.
 bool numberedWithin(std::string_view name, unsigned limit) {
    const auto* at = std::find_if(name.begin(), name.end(), [](char c) { return c >= '0' && c <= '9'; });
    while (at != name.end()) {
@@ -109,7 +109,7 @@ void TrafficModel::on_oper_status(const orv::intf_id_t& intf, orv::oper_status_t
    const auto at = now_();
    meter.amounts = meter.at(at);
    meter.since = at;
-   // As it is now: more may have happened since the event.
+   // Read the current status: more may have changed since the event.
    meter.flows = isUp(id);
 }
 

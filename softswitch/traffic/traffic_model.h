@@ -1,15 +1,13 @@
-// The traffic that flows through the switch's interfaces, as an operator has set it.
+// The simulated traffic through the switch's interfaces, as set by an operator.
 //
-// The switch moves no packets of its own: what an interface carries is a number of packets and bits per
-// second in each direction, which flow while the interface is up and add up to its counters. The switch's
-// internal interfaces and those of its peer (lumic/IntfId.h), which no manager shows, carry traffic too and
-// are always up.
+// The switch moves no packets itself. An interface carries a number of packets and bits per second in each
+// direction; they flow while the interface is up and add to its counters. The internal interfaces of the
+// switch and of its peer (lumic/IntfId.h), which no manager shows, carry traffic too and are always up.
 //
-// Nothing of this survives a restart.
+// Nothing here survives a restart.
 //
 // Refusals (orv::invalid_argument_error, naming the value):
-// - an interface that the switch does not have, or that carries no traffic of its own (loopback, VLAN,
-//   VXLAN)
+// - an interface that does not exist, or that carries no traffic of its own (loopback, VLAN, VXLAN)
 // - more than 10^12 packets or 10^15 bits per second (orv::invalid_range_error)
 // - an internal or peer interface with a number above 4096
 //
@@ -41,7 +39,7 @@ struct Traffic {
    bool operator==(const Traffic&) const = default;
 };
 
-// What has flowed, or the difference of two such.
+// Accumulated traffic, or the difference of two such values.
 struct TrafficAmounts {
    double inPackets = 0;
    double inBits = 0;
@@ -56,25 +54,25 @@ public:
    static constexpr std::uint64_t packetsMax = 1'000'000'000'000;
    static constexpr std::uint64_t bitsMax = 1'000'000'000'000'000;
    static constexpr unsigned internalNumberMax = 4096;
-   // Nanoseconds of a clock that never goes back.
+   // Nanoseconds of a monotonic clock.
    using Now = std::function<std::int64_t()>;
 
    explicit TrafficModel(IntfMgr& intfs, Now now = Zelt::Clock::steadyNanos);
 
    void trafficIs(std::string_view intf, const Traffic& traffic);
-   // As set; refuses what trafficIs refuses.
+   // RETURNS: the traffic as set. Refuses what trafficIs() refuses.
    Traffic traffic(std::string_view intf) const;
 
-   // One interface's account. Since `began`, when traffic was first set for it.
+   // Accumulated traffic of one interface since `began`, when traffic was first set for it.
    struct Account {
       std::int64_t began = 0;
       TrafficAmounts amounts;
-      TrafficAmounts rates;  // what flows now: nothing while the interface is down
+      TrafficAmounts rates;  // the current rates; zero while the interface is down
    };
-   // Nothing for an interface for which no traffic was ever set. The answer is good until the next change.
+   // RETURNS: false for an interface whose traffic was never set.
    bool account(Lumic::IntfId intf, std::int64_t now, Account& into) const;
 
-   // Internal and peer interfaces that were given traffic, in no particular order.
+   // Internal and peer interfaces whose traffic was set, in no particular order.
    const std::vector<Lumic::IntfId>& internalIntfs() const { return internal_; }
 
    std::int64_t now() const { return now_(); }
@@ -83,7 +81,7 @@ private:
    struct Meter {
       Traffic traffic;
       std::int64_t began = 0;
-      std::int64_t since = 0;  // of `amounts`
+      std::int64_t since = 0;  // when `amounts` was computed
       TrafficAmounts amounts;
       bool flows = true;
 
@@ -93,7 +91,7 @@ private:
    void on_oper_status(const orv::intf_id_t& intf, orv::oper_status_t status) override;
    void on_intf_delete(const orv::intf_id_t& intf) override;
 
-   // The id, of an interface that may carry traffic.
+   // RETURNS: the id of an interface that may carry traffic.
    Lumic::IntfId checked(std::string_view intf) const;
    bool isUp(Lumic::IntfId intf) const;
 
