@@ -297,8 +297,10 @@ void IpRouteMgr::setVia(const orv::ip_route_via_t& via, NameId vrf) {
            fmt::format("via of ip route {}, which does not exist", key.prefix()));
    // The common via needs no further check.
    const bool group = !via.nexthop_group().empty();
-   if (!group || via.nexthop_group().size() > NexthopGroupMgr::nameBytesMax || !IpRouteKind::plain(via))
+   if (!group || !IpRouteKind::plain(via) ||
+       !textFault(via.nexthop_group(), NexthopGroupMgr::nameBytesMax).empty()) {
       validateVia(via);
+   }
    if (row->action == Action::drop || row->action == Action::punt) {
       throw orv::invalid_argument_error(fmt::format(
            "via of ip route {}: the route's action is {}, it takes no via", key.prefix(), row->action));
