@@ -1,5 +1,8 @@
 #include "platform/zelt/Utf8.h"
 
+#include <cstdint>
+#include <cstring>
+
 namespace Zelt {
 
 std::size_t utf8CharacterBytes(std::string_view text) noexcept {
@@ -30,6 +33,13 @@ std::size_t utf8CharacterBytes(std::string_view text) noexcept {
 }
 
 bool isUtf8(std::string_view text) noexcept {
+   // Most texts are ASCII: eight bytes at a time.
+   std::uint64_t word = 0;
+   while (text.size() >= sizeof word) {
+      std::memcpy(&word, text.data(), sizeof word);
+      if ((word & 0x8080808080808080U) != 0) break;
+      text.remove_prefix(sizeof word);
+   }
    while (!text.empty()) {
       const std::size_t bytes = utf8CharacterBytes(text);
       if (bytes == 0) return false;

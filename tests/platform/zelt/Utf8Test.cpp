@@ -42,6 +42,13 @@ TEST(Utf8, whatIsNoCharacterIsRefused) {
 
 TEST(Utf8, aTextIsUtf8WhenAllOfItIs) {
    EXPECT_TRUE(isUtf8(""));
+   // ASCII of every length, with and without a byte at its end that is none.
+   for (std::size_t length = 0; length < 40; ++length) {
+      const std::string ascii(length, 'a');
+      EXPECT_TRUE(isUtf8(ascii)) << length;
+      EXPECT_FALSE(isUtf8(ascii + "\xff")) << length;
+      EXPECT_FALSE(isUtf8("\xff" + ascii)) << length;
+   }
    EXPECT_TRUE(isUtf8("Z\xc3\xbcrich \xe2\x82\xac \xf0\x9f\x98\x80"));
    EXPECT_FALSE(isUtf8("Z\xfcrich"));
    EXPECT_FALSE(isUtf8("cut \xe2\x82"));
