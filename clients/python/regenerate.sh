@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# Makes the generated stubs in orv_controller/pb anew from the wire contract.
+# Regenerates the stubs in orv_controller/pb from the wire contract.
 #
-# usage: regenerate.sh [--check]      --check changes nothing and ends with 1 if the stubs are out of date
+# usage: regenerate.sh [--check]      --check changes nothing and exits with 1 if the stubs are out of date
 #
 # Needs protoc and grpc_python_plugin (protobuf-compiler, protobuf-compiler-grpc).
 set -euo pipefail

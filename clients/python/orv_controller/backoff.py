@@ -1,12 +1,12 @@
-"""How long to wait before the next attempt to connect."""
+"""Delays between attempts to connect."""
 from __future__ import annotations
 
 import random
 
 
 class BackOff:
-    """Doubles from `first` to `most` seconds. Each delay is drawn from its upper half, so that
-    controllers that lost the same switch do not come back all at once."""
+    """Doubles from `first` to `most` seconds. Each delay is random in the upper half of its value, so that
+    controllers that lost the same switch do not reconnect all at once."""
 
     def __init__(self, first: float = 0.1, most: float = 10.0, source: random.Random | None = None):
         self._first = first
@@ -20,5 +20,5 @@ class BackOff:
         return whole * self._random.uniform(0.5, 1.0)
 
     def reset(self) -> None:
-        """To be called when things are well again."""
+        """Call after a successful connection."""
         self._next = self._first

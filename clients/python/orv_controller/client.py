@@ -1,7 +1,7 @@
 """One connection to a switch: channel, stubs, bulks and the two watches.
 
-Every answer of the service ends with gRPC status OK, and what went wrong stands in the
-message; every other gRPC status means that the connection cannot be used any longer.
+The service always replies with gRPC status OK and reports errors in the message. Any other
+gRPC status means that the connection is unusable.
 """
 from __future__ import annotations
 
@@ -18,27 +18,27 @@ from .pb import orvsdk_pb2_grpc
 from .wire import Wire
 
 BULK_ITEMS = 1000
-# A server takes messages of up to 4 MiB.
+# A server accepts messages of up to 4 MiB.
 BULK_BYTES = 2 << 20
-# The server works on one bulk while the next is on its way.
+# The server processes one bulk while the next is in flight.
 BULKS_IN_FLIGHT = 2
 _OPTIONS = [
-    # Attempts are timed by our own back-off, and each begins afresh.
+    # BackOff times the attempts. Each attempt needs a new subchannel, without gRPC's own back-off state.
     ("grpc.use_local_subchannel_pool", 1),
-    # The words of a bulk of refusals repeat the requests.
+    # The error texts of a refused bulk repeat the requests.
     ("grpc.max_receive_message_length", -1),
-    # Finds out that a peer's machine is gone; more often than each 5 minutes a server would hang up.
+    # Detects that a peer's machine is gone. A server closes connections with pings more often than every 5 minutes.
     ("grpc.keepalive_time_ms", 330_000),
     ("grpc.enable_http_proxy", 0),
 ]
 
 
 class ConnectionLost(Exception):
-    """The switch cannot be reached, went away, or is a new process that has to be initialised again."""
+    """The switch is unreachable or gone, or a new process that must be initialised again."""
 
 
 class Refused(Exception):
-    """The switch answered with a refusal that concerns no single item. The text is the switch's."""
+    """The switch refused a request as a whole. The text is the switch's."""
 
 
 def _lost(error: grpc.RpcError) -> ConnectionLost:
@@ -46,7 +46,7 @@ def _lost(error: grpc.RpcError) -> ConnectionLost:
 
 
 class Client:
-    """Not thread-safe, but for close(). `gone` is called, from another thread, when a watch ends by itself."""
+    """Not thread-safe, except for close(). Another thread calls `gone` when a watch ends by itself."""
 
     def __init__(self, target: str, connect_timeout: float, call_timeout: float,
                  gone: Callable[[str], None] = lambda words: None, stop: Callable[[], bool] = lambda: False):
@@ -59,7 +59,7 @@ class Client:
         self._channel.subscribe(
             lambda state: ready.set() if state is grpc.ChannelConnectivity.READY else None, try_to_connect=True)
         until = time.monotonic() + connect_timeout
-        # In short waits, so that a signal's stop is seen.
+        # Waits in short steps to notice a stop by a signal.
         while not ready.wait(0.05):
             if stop() or time.monotonic() > until:
                 self._channel.close()
@@ -91,7 +91,7 @@ class Client:
         return bool(status.status != pb.RPC_STATUS_NOT_INITIALIZED)
 
     def init(self, tag: int, policy_map: str) -> Any:
-        """What the switch holds (rpc_server_init_status_msg)."""
+        """Returns what the switch holds (rpc_server_init_status_msg)."""
         reply = self._call("rpc_server_init", pb.rpc_server_config_msg(
             ip_route_tag=tag, cbf_nexthop_group_redirect_policy_map_name=policy_map))
         self._require_ok(reply.status)
@@ -102,12 +102,12 @@ class Client:
             resync_phase=pb.rpc_server_resync_msg.RESYNC_START)))
 
     def resync_end(self) -> None:
-        # Answers when everything stale is gone, which takes its time with a full table.
+        # Returns when everything stale is removed, which takes long for a full table.
         self._require_ok(self._call("rpc_server_resync", pb.rpc_server_resync_msg(
             resync_phase=pb.rpc_server_resync_msg.RESYNC_END), 20 * self._timeout))
 
     def note(self, key: str) -> str:
-        """A note of ours, "" if there is none."""
+        """Returns our note with this key, "" if it is not set."""
         request = pb.rpc_server_state_status_msg(key_value_pairs=[pb.rpc_server_key_value_pair_msg(key=key)])
         pairs = self._call("get_rpc_server_state", request).key_value_pairs
         if len(pairs) != 1:
@@ -119,8 +119,8 @@ class Client:
             key_value_pairs=[pb.rpc_server_key_value_pair_msg(key=key, value=value)])))
 
     def program(self, wire: Wire, messages: Iterable[Any], stop: Callable[[], bool]) -> Iterator[Any]:
-        """Sends messages of one kind in bulks and yields a status for each, in order. Ends early, behind
-        the bulks in flight, when `stop` says so."""
+        """Sends messages of one kind in bulks and yields a status for each, in order. Once `stop` returns true,
+        sends no more bulks and ends after those in flight."""
         waiting: deque[tuple[Any, int]] = deque()
         call = getattr(self._stub, wire.rpc)
         for bulk in _bulks(wire, messages):
@@ -145,11 +145,11 @@ class Client:
             yield status
 
     def watch_alive(self) -> None:
-        """Opens the watch whose end says that the server process is gone."""
+        """Opens the watch that ends when the server process ends."""
         self._watch(self._stub.watch_rpc_server_alive(pb.rpc_server_alive_msg()), lambda message: None)
 
     def watch_sbfd(self, receive: Callable[[Any], None]) -> None:
-        """Hands every update to `receive`, in a thread of its own; returns when none is missed any more."""
+        """Passes every update to `receive`, in a separate thread. Misses no update after it has returned."""
         opened = threading.Event()
 
         def take(message: Any) -> None:

@@ -1,4 +1,4 @@
-"""The modes: `run` keeps a switch as the file says until a signal, `once` does it once, `diff` only looks."""
+"""The modes: `run` keeps the switch in sync until a signal, `once` syncs it once, `diff` changes nothing."""
 from __future__ import annotations
 
 import enum
@@ -46,7 +46,7 @@ class Settings:
 
 
 class Controller:
-    """The main thread's. stop() and reload() may be called from signal handlers."""
+    """Use from the main thread only. Signal handlers may call stop() and reload()."""
 
     def __init__(self, settings: Settings, report: Report, back_off: BackOff | None = None,
                  load: Callable[[Path], State] = statefile.load):
@@ -54,7 +54,7 @@ class Controller:
         self._report = report
         self._back_off = back_off or BackOff()
         self._load = load
-        # SimpleQueue's put may interrupt its own get, as a signal handler does.
+        # SimpleQueue.put is reentrant: a signal handler may interrupt the queue's own get.
         self._events: queue.SimpleQueue[tuple[Event, object]] = queue.SimpleQueue()
         self._stopping = False
 
@@ -129,7 +129,7 @@ class Controller:
                       stop=lambda: self._stopping)
 
     def _serve(self, desired: State) -> tuple[State, ExitCode]:
-        """One connection from its beginning until a stop; raises ConnectionLost at any other end."""
+        """Serves one connection until a stop. Raises ConnectionLost if it ends in any other way."""
         client: Client | None = None
 
         def gone(words: str) -> None:

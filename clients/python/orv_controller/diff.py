@@ -1,4 +1,4 @@
-"""The difference of two states, as steps in an order that never leaves anything pointing at nothing."""
+"""The difference of two states, in an order that never leaves a dangling reference to a group."""
 from __future__ import annotations
 
 from collections.abc import Iterator
@@ -6,13 +6,13 @@ from dataclasses import dataclass, field
 
 from .state import KINDS, Item, State, key_text
 
-# Groups go last, behind everything that points at them.
+# Groups are deleted last, after everything that points at them.
 DELETE_ORDER = (*KINDS[1:], KINDS[0])
 
 
 @dataclass(frozen=True, slots=True)
 class Change:
-    """`before` is None for something new, `after` is None for something that goes."""
+    """`before` is None for a new item, `after` is None for a deleted one."""
 
     kind: str
     before: Item | None
@@ -46,7 +46,7 @@ class Diff:
             yield from changes
 
     def steps(self) -> Iterator[tuple[str, list[Change]]]:
-        """The changes of one kind at a time: first what is set, then what goes."""
+        """The changes of one kind at a time: first the sets, then the deletes."""
         for kind in KINDS:
             if self.sets.get(kind):
                 yield kind, self.sets[kind]
@@ -56,7 +56,7 @@ class Diff:
 
 
 def difference(before: State, after: State) -> Diff:
-    """What makes `before` into `after`."""
+    """The changes that turn `before` into `after`."""
     diff = Diff()
     for kind in KINDS:
         old, new = before.tables[kind], after.tables[kind]
@@ -66,5 +66,5 @@ def difference(before: State, after: State) -> Diff:
 
 
 def replay(state: State) -> Diff:
-    """Everything, whether it is there already or not."""
+    """Sets everything, whether it already exists or not."""
     return difference(State(state.config), state)

@@ -1,7 +1,7 @@
-"""The record: what the controller has last programmed whole, in a file of its own.
+"""The record file: the last state that the controller programmed completely.
 
-The switch keeps its digest as a note. Where both agree the record tells what the switch
-holds, and a difference can be programmed instead of everything.
+The switch keeps the digest of this state as a note. If both agree, the record is what the
+switch holds, and the controller can program a difference instead of everything.
 """
 from __future__ import annotations
 
@@ -14,7 +14,7 @@ from .state import State
 
 
 def read(path: Path, digest: str) -> State | None:
-    """The recorded state if it is the one with this digest."""
+    """Returns the recorded state if it has this digest."""
     if not digest or not path.exists():
         return None
     try:
@@ -25,7 +25,7 @@ def read(path: Path, digest: str) -> State | None:
 
 
 def write(path: Path, state: State) -> None:
-    """Replaces the record as a whole. Raises OSError."""
+    """Replaces the record atomically. Raises OSError."""
     handle, name = tempfile.mkstemp(prefix=path.name + ".", dir=path.parent)
     try:
         with os.fdopen(handle, "w", encoding="utf-8") as file:

@@ -1,4 +1,4 @@
-"""What the operator sees: stdout tells what changed, stderr what is wrong."""
+"""Output for the operator: changes on stdout, errors on stderr."""
 from __future__ import annotations
 
 import sys
@@ -10,7 +10,7 @@ from .diff import Change
 
 
 class Report:
-    """Lines to two streams. Safe from any thread."""
+    """Writes lines to two streams. Thread-safe."""
 
     def __init__(self, out: TextIO | None = None, err: TextIO | None = None, show: int = 50, quiet: bool = False):
         self._out = out or sys.stdout
@@ -27,7 +27,7 @@ class Report:
         self._line(self._err, f"orv-controller: {text}")
 
     def changes(self, changes: Iterable[Change]) -> None:
-        """One line each, as many of a kind as are to be shown; the rest is counted."""
+        """Prints one line per change, up to the limit for each kind, and the number of the others."""
         shown: dict[str, int] = {}
         for change in changes:
             count = shown[change.kind] = shown.get(change.kind, 0) + 1
@@ -48,4 +48,4 @@ class Report:
             try:
                 print(text, file=stream, flush=True)
             except (BrokenPipeError, ValueError):
-                pass  # Nobody reads any more; the switch is to be kept all the same.
+                pass  # The reader is gone; keep the switch in sync anyway.

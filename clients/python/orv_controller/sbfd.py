@@ -1,4 +1,4 @@
-"""What the sBFD watch tells, as lines: states when they change, round-trip times if wanted."""
+"""Prints updates of the sBFD watch: changed states, and round-trip times if enabled."""
 from __future__ import annotations
 
 from typing import Any
@@ -11,7 +11,7 @@ _STATES = {1: "down", 2: "init", 3: "up", 4: "admin down"}
 
 
 class SbfdStates:
-    """Called from the watch's thread alone."""
+    """Use from the watch's thread only."""
 
     def __init__(self, report: Report, rtt: bool = False):
         self._report = report

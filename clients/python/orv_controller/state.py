@@ -1,6 +1,6 @@
-"""The desired state: values that compare, each with a key that is unique in its kind.
+"""The desired state: comparable values, each with a key that is unique in its kind.
 
-Nothing here knows files or the wire.
+This module is independent of files and of the wire.
 """
 from __future__ import annotations
 
@@ -10,7 +10,7 @@ from typing import Union
 
 @dataclass(frozen=True, slots=True)
 class SessionKey:
-    """Names an sBFD echo session. Addresses are texts in their shortest form."""
+    """Names an sBFD echo session. Addresses are strings in their shortest form."""
 
     nexthop: str
     intf: str = ""
@@ -29,7 +29,7 @@ class SessionKey:
 
 @dataclass(frozen=True, slots=True)
 class Nexthop:
-    """One forwarding entry. Labels stand outermost last; `address` is "" for none."""
+    """One forwarding entry. Labels are outermost last; `address` is "" for none."""
 
     intf: str = ""
     address: str = ""
@@ -134,7 +134,7 @@ class Redirect:
 
 @dataclass(frozen=True, slots=True)
 class Session:
-    """`min_tx` in milliseconds; it and `multiplier` are 0 together for the switch's default."""
+    """`min_tx` is in milliseconds. `min_tx` and `multiplier` are both 0 for the switch's default."""
 
     session: SessionKey
     rtt: bool = False
@@ -155,7 +155,7 @@ Item = Union[Group, Route, Tunnel, Label, Redirect, Session]
 Key = Union[str, int, tuple[str, str], SessionKey]
 Table = dict[Key, Item]
 
-# The order of a replay. Groups come first, so that what points at them resolves at once.
+# The order of a replay. Groups come first, so that objects that point at them resolve at once.
 KINDS = ("groups", "routes", "tunnels", "labels", "redirects", "sessions")
 
 
@@ -165,7 +165,7 @@ def key_text(key: Key) -> str:
 
 @dataclass(frozen=True, slots=True)
 class Config:
-    """What init tells the server."""
+    """Parameters of init."""
 
     tag: int = 0
     policy_map: str = ""

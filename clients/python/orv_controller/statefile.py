@@ -1,7 +1,7 @@
-"""The state file: reading and checking it, and writing a state in the same form.
+"""The state file: reading and checking it, and writing a state in the same format.
 
-Everything that is wrong is told at once, each with its place ("routes[3].prefix").
-What is refused here would be refused by the switch, or would do it harm.
+All problems are reported at once, each with its place ("routes[3].prefix"). The checks
+refuse what the switch would refuse, and what would harm it.
 """
 from __future__ import annotations
 
@@ -17,14 +17,14 @@ from .state import (KINDS, Config, Group, Item, Key, Label, Nexthop, Redirect, R
 
 MAX_LABEL = (1 << 20) - 1
 MAX_SLOTS = 1 << 16
-# The switch's override table has no room for longer names of groups.
+# The maximum length of a group name in the switch's override table.
 MAX_REDIRECT_NAME = 128
 OPERATIONS = ("none", "push", "pop", "swap", "forward")
 _SHOWN_PROBLEMS = 20
 
 
 class BadState(Exception):
-    """A state file that cannot be used. `problems` are lines for the operator."""
+    """An unusable state file. `problems` are lines for the operator."""
 
     def __init__(self, problems: list[str]):
         super().__init__("\n".join(problems))
@@ -65,7 +65,7 @@ def _read_document(path: Path) -> Any:
 
 
 class _Members:
-    """One object of the file; each member is taken once, and none may be left over."""
+    """One object of the file. Each member is taken once; finish() refuses members that are left."""
 
     def __init__(self, value: Any, place: str):
         if not isinstance(value, dict):
@@ -249,7 +249,7 @@ _READERS: dict[str, Callable[[_Members, Config], Item]] = {
 
 
 def parse(document: Any) -> State:
-    """The state that a document describes. Raises BadState with every problem."""
+    """Returns the state that a document describes. Raises BadState with every problem."""
     problems: list[str] = []
     try:
         top = _Members(document, "")
@@ -287,7 +287,7 @@ def parse(document: Any) -> State:
 
 
 def load(path: Path) -> State:
-    """Reads a state file, YAML if its name ends so, else JSON. Raises BadState."""
+    """Reads a state file: YAML if its suffix is .yaml or .yml, otherwise JSON. Raises BadState."""
     document = _read_document(path)
     try:
         return parse(document)
@@ -296,7 +296,7 @@ def load(path: Path) -> State:
 
 
 def warnings(state: State) -> list[str]:
-    """What the switch takes, but is seldom meant: names of groups that the file does not describe."""
+    """Returns likely mistakes that the switch accepts: names of groups that the file does not define."""
     groups = state.tables["groups"]
     unknown: dict[str, str] = {}
     for kind in ("routes", "tunnels", "labels", "redirects"):
@@ -319,7 +319,7 @@ def _nexthop_json(nexthop: Nexthop) -> dict[str, Any]:
 
 
 def item_json(item: Item) -> dict[str, Any]:
-    """An item in the form of the file."""
+    """An item in the format of the file."""
     match item:
         case Group():
             return {"name": item.name, "nexthops": [_nexthop_json(entry) for entry in item.nexthops],
@@ -344,7 +344,7 @@ def item_json(item: Item) -> dict[str, Any]:
 
 
 def lines(state: State) -> Iterable[str]:
-    """The state as text in the form of the file, the same for equal states."""
+    """The state as text in the format of the file, the same for equal states."""
     yield "{" + f'"config": {json.dumps({"tag": state.config.tag, "policy_map": state.config.policy_map})}'
     for kind in KINDS:
         yield f',\n"{kind}": ['
@@ -356,7 +356,7 @@ def lines(state: State) -> Iterable[str]:
 
 
 def digest(state: State) -> str:
-    """Equal for equal states, whatever the order and the form of their files."""
+    """A hash that is equal for equal states, whatever the order and format of their files."""
     hashed = hashlib.sha256()
     for line in lines(state):
         hashed.update(line.encode())

@@ -1,8 +1,8 @@
-"""What to do when a connection stands: one routine for the first start and for either side's restart.
+"""What to do with a new connection: one routine for the first start and for restarts of either side.
 
-The note has two forms: "complete DIGEST" when the state with this digest was programmed
-whole, "programming" from before the first change until then. A controller that died on
-the way leaves the second, and its successor replays.
+The note has two forms: "complete DIGEST" once the state with this digest is completely
+programmed, "programming" from before the first change until then. A controller that dies
+in between leaves the second, and its successor replays.
 """
 from __future__ import annotations
 
@@ -19,7 +19,7 @@ from .state import State, key_text
 from .wire import WIRES
 
 NOTE = "orv-controller"
-# Where the server itself notes the policy map's name.
+# The note in which the server itself stores the policy map's name.
 POLICY_MAP_NOTE = "OrvSdkRpc-cbfNexthopGroupRedirectPolicyMapName"
 _COMPLETE = "complete "
 _PROGRAMMING = "programming"
@@ -27,7 +27,7 @@ _PROGRAMMING = "programming"
 
 @dataclass(slots=True)
 class Outcome:
-    """How a sync ended. `stopped`: a signal came before everything was sent."""
+    """The outcome of a sync. `stopped`: a signal arrived before everything was sent."""
 
     refused: list[str] = field(default_factory=list)
     stopped: bool = False
@@ -42,8 +42,8 @@ def noted_digest(note: str) -> str:
 
 
 class Sync:
-    """Brings the switch to a desired state over one connection. `programmed` is what it has taken so far,
-    None as long as that is not known."""
+    """Brings the switch to a desired state over one connection. `programmed` is what the switch has accepted so far,
+    None while that is unknown."""
 
     def __init__(self, client: Client, record_path: Path, report: Report, stop: Callable[[], bool]):
         self._client = client
@@ -53,7 +53,7 @@ class Sync:
         self.programmed: State | None = None
 
     def start(self, desired: State, always_resync: bool = False) -> Outcome:
-        """The routine: init, and then the least that is enough. Raises ConnectionLost, Refused."""
+        """Calls init, then sends no more than necessary. Raises ConnectionLost, Refused."""
         known_server = self._client.is_initialized()
         digest = statefile.digest(desired)
         note = self._client.note(NOTE)
@@ -63,8 +63,8 @@ class Sync:
         something = bool(note or exists.ip_routes_exist or exists.mpls_routes_exist or exists.nexthop_groups_exist
                          or exists.nexthop_group_tunnels_exist
                          or (desired.config.policy_map and exists.cbf_redirects_exist))
-        # A new process follows no interface for our sessions, and may have dropped redirects that it
-        # could not read: there only a replay will do.
+        # A new process does not track the interfaces of our sessions, and may have dropped redirects
+        # that it could not read. It needs a replay.
         before = None if always_resync or not known_server else self._recorded(note, desired, digest)
         if before is not None and not _lacks(exists, before):
             self.programmed = before
@@ -76,7 +76,7 @@ class Sync:
         return self._resync(desired) if something else self._first(desired)
 
     def update(self, desired: State) -> Outcome:
-        """Brings the switch from what it has taken to another state, or to the rest of the same."""
+        """Brings the switch from what it has accepted to `desired`."""
         if self.programmed is None:
             return self.start(desired)
         if desired.config != self.programmed.config:
@@ -86,7 +86,7 @@ class Sync:
 
     @staticmethod
     def _refuse_other_policy_map(known: str, desired: State) -> None:
-        # The server would go on knowing the redirects of the old map, and not program them in the new one.
+        # A difference would not program the unchanged redirects in the new map, and the old map would keep redirecting.
         if known and known != desired.config.policy_map:
             raise Refused(f"config.policy_map: the running server works with '{known}', not with "
                           f"'{desired.config.policy_map}'; only a restarted server takes another")
@@ -125,7 +125,7 @@ class Sync:
     def _finish(self, desired: State, outcome: Outcome) -> Outcome:
         self._report.refusals(outcome.refused)
         if outcome.in_sync:
-            # The record first: a note without its record costs a replay, a wrong record would cost more.
+            # The record comes before the note: a complete note without its record would cost a replay.
             try:
                 record.write(self._record_path, desired)
             except OSError as error:
@@ -135,7 +135,7 @@ class Sync:
         return outcome
 
     def _send(self, diff: Diff, taken: State) -> Outcome:
-        """Sends the changes and enters in `taken` those that the switch has accepted."""
+        """Sends the changes and records in `taken` those that the switch has accepted."""
         outcome = Outcome()
         for kind, changes in diff.steps():
             wire, table = WIRES[kind], taken.tables[kind]
@@ -158,7 +158,7 @@ class Sync:
 
 
 def _lacks(exists: pb.rpc_server_init_status_msg, state: State) -> bool:
-    """Whether the switch has lost a kind of object altogether that it should hold."""
+    """Whether the switch has no object of a kind although it should."""
     return any(state.tables[kind] and not there for kind, there in (
         ("routes", exists.ip_routes_exist), ("labels", exists.mpls_routes_exist),
         ("groups", exists.nexthop_groups_exist), ("tunnels", exists.nexthop_group_tunnels_exist),

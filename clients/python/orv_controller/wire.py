@@ -1,4 +1,4 @@
-"""From items of the state to messages: for each kind its bulk RPC, its set and its delete."""
+"""Converts items of the state to messages: for each kind its bulk RPC, its set and its delete."""
 from __future__ import annotations
 
 import ipaddress
@@ -25,7 +25,7 @@ def session_key_msg(key: SessionKey) -> Any:
 
 
 def session_key(message: Any) -> SessionKey:
-    """The reverse of session_key_msg. Raises ValueError on an address of a wrong length."""
+    """The reverse of session_key_msg. Raises ValueError for an address of a wrong length."""
     raw = message.nexthop.address
     return SessionKey(str(ipaddress.ip_address(raw)) if raw else "", message.nexthop_intf, tuple(message.label_stack),
                       message.dscp, message.mpls_exp)
@@ -55,7 +55,7 @@ def _set_route(route: Route) -> Any:
     return pb.ip_route_msg(prefix=prefix_msg(route.prefix), tag=route.tag, nexthop_group_name=route.group)
 
 
-# The absence of a group is the delete, here and for tunnels.
+# A message without a group is a delete, here and for tunnels.
 def _delete_route(route: Route) -> Any:
     return pb.ip_route_msg(prefix=prefix_msg(route.prefix))
 
@@ -110,7 +110,7 @@ def _delete_session(session: Session) -> Any:
 
 @dataclass(frozen=True)
 class Wire:
-    """How items of one kind travel. `rpc` is the bulk RPC, `bulk` its request."""
+    """How items of one kind are sent. `rpc` is the bulk RPC, `bulk` its request."""
 
     rpc: str
     bulk: Any

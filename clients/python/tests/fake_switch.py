@@ -1,4 +1,4 @@
-"""A server in this process that keeps tables as a switch does, and refuses what a test tells it to."""
+"""An in-process server that keeps tables like a switch and refuses the names that a test chooses."""
 from __future__ import annotations
 
 import threading
@@ -12,7 +12,7 @@ from orv_controller.wire import session_key
 
 
 class FakeSwitch(orvsdk_pb2_grpc.orvsdk_serviceServicer):
-    """`tables` and `notes` survive restart(), as in a switch; being initialised does not."""
+    """As in a switch, `tables` and `notes` survive restart(), the initialised state does not."""
 
     def __init__(self, address: str):
         self.address = address

@@ -1,4 +1,4 @@
-"""The controller against a server in this process: restarts, refusals, reloads, stops."""
+"""Tests the controller against an in-process server: restarts, refusals, reloads, stops."""
 import io
 import json
 import random

@@ -1,4 +1,4 @@
-"""The program against a real switch. ORV_BIN_DIR names the folder with orvsdkrpcd; skipped without."""
+"""Tests the program against a real switch. Needs ORV_BIN_DIR, the folder of orvsdkrpcd; otherwise skipped."""
 import json
 import os
 import signal
@@ -17,7 +17,7 @@ PACKAGE = Path(__file__).parent.parent
 
 
 class RealSwitch(unittest.TestCase):
-    """A switch with a state directory of its own, and the program."""
+    """A switch with its own state directory, and the program."""
 
     def setUp(self):
         folder = tempfile.TemporaryDirectory()
@@ -83,7 +83,7 @@ class RealSwitch(unittest.TestCase):
             return text.decode()
 
     def until(self, look, good, seconds=20):
-        """Looks until it is good or the time is up, and returns what was seen last."""
+        """Calls look() until good() accepts the result or the time is up. Returns the last result."""
         deadline = time.monotonic() + seconds
         while not good(seen := look()) and time.monotonic() < deadline:
             time.sleep(0.02)
@@ -99,7 +99,7 @@ class DaemonTest(RealSwitch):
         code, said = self.once()
         self.assertEqual((0, 1), (code, len(said.splitlines())), said)
 
-        # The server: killed, and the running controller replays to the next process.
+        # Kill the server: the running controller replays to the next process.
         controller = self.running()
         self.read_to(controller, "in sync")
         self.kill(self.daemon)
@@ -116,11 +116,11 @@ class DaemonTest(RealSwitch):
         self.assertIn("  - route 192.0.2.0/24: core tag 7\n", seen)
         self.assertNotIn("192.0.2.0/24", self.console("show ip route"))
 
-        # The controller: killed; its successor finds everything in place.
+        # Kill the controller: its successor finds everything in place.
         self.kill(controller)
         self.assertEqual((0, "no difference\n"), self.once("diff"))
 
-        # Both, with something else wanted.
+        # Kill both, and change the desired state.
         self.kill(self.daemon)
         self.document["routes"][0]["prefix"] = "203.0.113.0/24"
         self.write()

@@ -1,4 +1,4 @@
-"""The package as pip installs it, with what Debian has and nothing from elsewhere."""
+"""Tests the package as installed by pip, with Debian's packages only."""
 import os
 import shutil
 import subprocess
@@ -16,7 +16,7 @@ class InstallTest(unittest.TestCase):
     def test_pip_installs_a_program_that_stands_on_its_own(self):
         folder = tempfile.TemporaryDirectory()
         self.addCleanup(folder.cleanup)
-        # A copy, because the build leaves its own files beside the sources.
+        # Copy the sources, because the build leaves files next to them.
         source, target = Path(folder.name, "source"), Path(folder.name, "installed")
         shutil.copytree(PACKAGE, source, ignore=shutil.ignore_patterns("__pycache__", "build", "*.egg-info"))
         installed = subprocess.run(
@@ -38,7 +38,7 @@ class InstallTest(unittest.TestCase):
         self.assertEqual(0, code)
         self.assertIn("keep the switch as the file says", said)
         self.assertEqual((0, f"orv-controller {orv_controller.__version__}\n", ""), run("--version"))
-        # The generated stubs are there, and what types the package for others.
+        # The generated stubs and the marker for type checkers are installed.
         self.assertTrue((target / "orv_controller/pb/orvsdk_pb2.py").is_file())
         self.assertTrue((target / "orv_controller/py.typed").is_file())
         example = PACKAGE / "examples/state.json"

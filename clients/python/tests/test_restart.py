@@ -1,5 +1,5 @@
-"""The story of restarts with all six kinds of object: what a real switch holds when the controller, the server or
-both were killed, also in the middle of a resync. ORV_BIN_DIR names the folder with orvsdkrpcd; skipped without."""
+"""Tests restarts with all six kinds of object: what a real switch holds after the controller, the server or both
+were killed, also in the middle of a resync. Needs ORV_BIN_DIR, the folder of orvsdkrpcd; otherwise skipped."""
 import json
 import os
 import re
@@ -13,7 +13,7 @@ from orv_controller.sync import NOTE
 
 from .test_daemon import BIN, PACKAGE, RealSwitch
 
-# A controller that replays until the bulk with this number, and then waits to be killed.
+# A controller that replays a given number of bulks and then waits to be killed.
 REPLAYS_IN_PART = """
 import signal, sys
 from pathlib import Path
@@ -41,7 +41,7 @@ Sync(client, Path(record), Report(), stop).start(statefile.load(Path(state)), al
 
 
 def document(version):
-    """A state with items that every version has, items that change with it, and items of this version alone."""
+    """A state with items common to all versions, items that change with the version, and items of this version only."""
     own = f"own_{version}"
     return {
         "config": {"tag": 7, "policy_map": "cbf"},
@@ -58,7 +58,7 @@ def document(version):
                     {"endpoint": f"203.0.113.{10 + version}/32", "group": own}],
         "labels": [{"label": 1000, "nexthop": {"intf": "Ethernet1", "address": "10.1.0.2", "op": "swap",
                                                "labels": [200 + version]}},
-                   # Of the other kind in each version.
+                   # The kind alternates between versions.
                    {"label": 1001, "group": own} if version % 2 else {"label": 1001, "vrf": "red"},
                    {"label": 1100 + version, "group": own, "op": "pop"},
                    {"label": 1200 + version, "vrf": f"vrf{version}"}],
@@ -73,7 +73,7 @@ def document(version):
 
 
 def expected(doc):
-    """What a switch holds that was programmed with a document, in the words of held()."""
+    """What a switch programmed with this document holds, in the format of held()."""
     def entry(hop):
         return (hop["address"], hop["intf"], hop.get("op", "none"), tuple(hop.get("labels", [])))
 
@@ -96,7 +96,7 @@ def expected(doc):
 
 
 def united(old, new, kinds):
-    """What a replay of these kinds leaves of an old state as long as the resync is open."""
+    """What the switch holds during an open resync from `old` to `new`, after these kinds were replayed."""
     held = expected(old)
     for kind in kinds:
         held[kind].update(expected(new)[kind])
@@ -109,14 +109,14 @@ class RestartTest(RealSwitch):
         return json.loads(self.console(f"show {command} | json"))
 
     def held(self):
-        """Everything that the switch has, read through its console."""
+        """Everything that the switch holds, read through its console."""
         groups = {g["name"]: [(e["nexthop"], e["interface"], e.get("action", "none"), tuple(e.get("labels", [])))
                               for e in self.shown(f"nexthop-group {g['name']}")["entries"]]
                   for g in self.shown("nexthop-group")["nexthop_groups"]}
         routes = {r["prefix"]: (r["vias"][0]["nexthop_group"], r["tag"]) for r in self.shown("ip route")["ip_routes"]}
         tunnels = {t["endpoint"]: (t["nexthop_group"], t["igp_metric"]) for t in self.shown("tunnel")["tunnels"]}
         mpls = self.shown("mpls route")
-        # A label stands in one table alone, or its list here has two.
+        # A label must be in only one table; otherwise its list here has two entries.
         labels = {}
         for route in mpls["mpls_routes"]:
             via, = route["vias"]
@@ -132,8 +132,8 @@ class RestartTest(RealSwitch):
                 "redirects": self.redirects(), "sessions": sessions}
 
     def redirects(self):
-        """The redirects as policy map, class maps and ACLs have them, and what a layer has beyond that. Three looks,
-        between which a removal may run."""
+        """The redirects according to policy map, class maps and ACLs, and leftovers of each layer. These are three
+        separate reads; a removal may run in between."""
         acls = self.shown("acl")
         class_maps = {c["name"]: [a["acl"] for a in c["acls"]] for c in self.shown("class-map")["class_maps"]}
         found, used = {}, set()
@@ -160,7 +160,7 @@ class RestartTest(RealSwitch):
             self.assertEqual(table, held[kind], kind)
 
     def assert_comes_to_hold(self, version):
-        """Stale redirects go one second after the end of the resync, everything else has gone before its reply."""
+        """Stale redirects are removed one second after the end of the resync, everything else before its reply."""
         wanted = expected(document(version))
         held = self.held()
         for kind in wanted:
@@ -182,7 +182,7 @@ class RestartTest(RealSwitch):
         self.assert_holds(expected(document(version)))
 
     def replayed_in_part(self, bulks):
-        """A controller process that has started a resync, replayed so many bulks, and stands still."""
+        """Returns a controller process that has started a resync, replayed this many bulks, and then waits."""
         process = subprocess.Popen([sys.executable, "-c", REPLAYS_IN_PART, self.target, str(self.file),
                                     str(self.folder / "record"), str(bulks)], cwd=PACKAGE, stdout=subprocess.PIPE,
                                    text=True)
@@ -195,7 +195,7 @@ class RestartTest(RealSwitch):
         controller = self.running_with(1)
         self.kill(controller)
         self.assert_holds(expected(document(1)))
-        # Its successor on the same machine knows what the switch has taken.
+        # Its successor on the same machine knows what the switch has accepted.
         self.want(2)
         code, said = self.once()
         self.assertEqual(0, code, said)
@@ -216,7 +216,7 @@ class RestartTest(RealSwitch):
         controller = self.running_with(1)
         self.kill(self.daemon)
         self.read_to(controller, "again in")
-        # What is wanted changes while nobody is there to be told.
+        # The desired state changes while there is no server.
         self.want(2)
         controller.send_signal(signal.SIGHUP)
         self.read_to(controller, "read again")
@@ -233,7 +233,7 @@ class RestartTest(RealSwitch):
         self.start()
         client = Client(self.target, 20, 20)
         self.addCleanup(client.close)
-        # Everything that was acknowledged is there, and nothing can be programmed before an init.
+        # Everything acknowledged is restored, and nothing can be programmed before an init.
         self.assert_holds(expected(document(1)))
         self.assertFalse(client.is_initialized())
         self.assertIn("complete ", client.note(NOTE))
@@ -278,7 +278,7 @@ class RestartTest(RealSwitch):
         self.assertEqual(0, self.once()[0])
         self.want(1)
         self.assertEqual(0, self.once()[0])
-        # Whether the second was over in between or not: it is there, and no layer has a remainder.
+        # Whether or not the second was over: the redirect exists, and no layer has leftovers.
         self.assert_comes_to_hold(1)
         self.assertEqual(len(rules["policy_map_rules"]), len(self.shown("policy-map")["policy_map_rules"]))
 

@@ -1,4 +1,4 @@
-"""The state file, differences, messages and the back-off: nothing here opens a connection."""
+"""Tests the state file, differences, messages and the back-off, without a connection."""
 import copy
 import json
 import random

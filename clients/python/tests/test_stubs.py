@@ -1,4 +1,4 @@
-"""The generated stubs in the package are those of the wire contract."""
+"""Tests that the generated stubs match the wire contract."""
 import subprocess
 import unittest
 from pathlib import Path

@@ -114,15 +114,15 @@ class orvsdk_serviceServicer(object):
     """
 
     def rpc_server_init(self, request, context):
-        """Tells the server how to work with its controller, and the controller what
-        the switch holds. Repeatable.
+        """Configures the server for its controller and returns what the switch already
+        holds. Repeatable.
         """
         context.set_code(grpc.StatusCode.UNIMPLEMENTED)
         context.set_details('Method not implemented!')
         raise NotImplementedError('Method not implemented!')
 
     def rpc_server_resync(self, request, context):
-        """Frames a replay. Starting twice starts over; ending without a start is
+        """Starts or ends a replay. A second start starts over. An end without a start is
         refused with RPC_STATUS_ERROR.
         """
         context.set_code(grpc.StatusCode.UNIMPLEMENTED)
@@ -216,15 +216,15 @@ class orvsdk_serviceServicer(object):
         raise NotImplementedError('Method not implemented!')
 
     def watch_rpc_server_alive(self, request, context):
-        """Never delivers a message. Hold it open: when it breaks, the server process
-        is gone and with it the init.
+        """Never delivers a message. Hold it open: if it breaks, the server process
+        has ended and its init is lost.
         """
         context.set_code(grpc.StatusCode.UNIMPLEMENTED)
         context.set_details('Method not implemented!')
         raise NotImplementedError('Method not implemented!')
 
     def watch_sbfd_echo_session_status_msgs(self, request, context):
-        """Follows the state and the round-trip times of all echo sessions.
+        """Reports the state and the round-trip times of all echo sessions.
         """
         context.set_code(grpc.StatusCode.UNIMPLEMENTED)
         context.set_details('Method not implemented!')
