@@ -22,7 +22,7 @@ std::map<std::string, std::vector<double>> runConvert(const Setup& setup) {
       return systest::Child({setup.convertProgram, "--benchmark_out=" + file, "--benchmark_out_format=json",
                              "--benchmark_repetitions=" + std::to_string(setup.rounds),
                              "--benchmark_min_time=" + std::to_string(setup.seconds / 20),
-                             // The three of a record take rounds in turn.
+                             // Interleaves the repetitions of all benchmarks.
                              "--benchmark_enable_random_interleaving=true"},
                             directory / "output");
    }();

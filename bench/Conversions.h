@@ -1,5 +1,5 @@
-// The figures of the conversions, which have no server: each direction against what protobuf takes to parse
-// the same bytes.
+// The figures of the conversions, which need no server: each direction against the time in which protobuf
+// parses the same bytes.
 #pragma once
 
 #include "Measurements.h"

@@ -1,6 +1,5 @@
-// Who runs where: the load client has one core to itself, each server has all the
-// others. Daemon and floor are treated alike, and no figure depends on where the
-// scheduler happened to put the two ends of a socket.
+// Core assignment: the load client has one core to itself, and each server has all the others. Daemon and
+// floor are treated alike, and no figure depends on where the scheduler places the two ends of a socket.
 //
 // Thread-safety: one thread at a time.
 #pragma once
@@ -11,8 +10,8 @@ namespace bench {
 
 enum class Side { client, server };
 
-// While it lives, processes that the calling thread starts run on that side's
-// cores. Does nothing on a machine with one core, or when sharing is off.
+// While it lives, processes that the calling thread starts run on that side's cores. A no-op on a machine
+// with one core, or while core assignment is disabled.
 class OnCoresOf {
 public:
    explicit OnCoresOf(Side side);
@@ -20,7 +19,7 @@ public:
    OnCoresOf(const OnCoresOf&) = delete;
    OnCoresOf& operator=(const OnCoresOf&) = delete;
 
-   // Whether cores are shared out; on from the start.
+   // Enables or disables core assignment; it is enabled by default.
    static void enabledIs(bool enabled);
 
 private:

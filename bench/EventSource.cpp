@@ -51,7 +51,7 @@ void OptionSource::taskExecute() {
       scheduleTaskLowestDelay(millisecond);
       return;
    }
-   // About as many messages in one go, however many streams share them.
+   // Keeps the number of messages per run about the same, however many streams there are.
    const std::size_t burst = std::max<std::size_t>(2048 / streams.size(), 8);
    if (longestQueue(streams) > 2 * burst) {
       scheduleTaskLowestDelay(50 * microsecond);
@@ -79,7 +79,7 @@ RatesSource::RatesSource(const Pavo::Ptr<Gorm::TaskScheduler>& scheduler,
    for (std::size_t i = 1; i <= interfaces; ++i) {
       const std::string intf = "Ethernet" + std::to_string(i);
       interfaces_.emplace_back(intf);
-      // Interfaces that have rates are ones that the switch has made known.
+      // The switch announces an interface before it publishes rates.
       orv::host::intf_name_known(intf);
    }
    scheduleTask();
@@ -125,7 +125,7 @@ void PublishMeter::taskExecute() {
    } else if (options_.idle) {
       measureIdle();
    } else if (!blocked_) {
-      // More than a client that does not read has room for: the write stays outstanding.
+      // More than a client that does not read can buffer, so that the write stays outstanding.
       blocked_ = true;
       service_.on_agent_option(name, std::string(std::size_t{16} << 20, 'x'));
       scheduleTaskLowestDelay(millisecond);
@@ -139,7 +139,7 @@ void PublishMeter::taskExecute() {
 void PublishMeter::measureQueued() {
    constexpr std::size_t rounds = 40;
    constexpr std::size_t perRound = 2500;
-   // The first round makes the queues what they are, and is not counted.
+   // The first round grows the queues, and is not counted.
    const auto round = [&] {
       const auto start = Zelt::Clock::steadyNanos();
       for (std::size_t i = 0; i < perRound; ++i)
@@ -159,7 +159,7 @@ void PublishMeter::measureQueued() {
 
 void PublishMeter::measureIdle() {
    constexpr std::size_t wanted = 200;
-   // The processor's time, since the pump runs beside.
+   // CPU time, since the pump runs concurrently.
    const auto before = threadCpuNanos();
    service_.on_agent_option(name, value);
    samples_.push_back(static_cast<double>(threadCpuNanos() - before) /
@@ -175,7 +175,7 @@ void PublishMeter::end() const {
       file << (i ? ", " : "") << samples_[i];
    file << "]}\n";
    file.close();
-   // The streams are as they were meant to be: full.
+   // An immediate exit, since the streams are still full.
    ::_exit(file ? 0 : 2);
 }
 

@@ -1,7 +1,7 @@
-// Events without a switch behind them: calls the services' callbacks from the main loop, as the SDK does, as
-// fast as the streams take them, and measures what that costs.
+// Events without a switch: calls the services' callbacks from the main loop, as the SDK does, as fast as the
+// streams accept them, and measures the cost.
 //
-// Thread-safety: as Pavo::Task; RatesSource::written may be called by any thread.
+// Thread-safety: as Pavo::Task; any thread may call RatesSource::written.
 #pragma once
 
 #include <atomic>
@@ -16,7 +16,7 @@
 
 namespace bench {
 
-// Changes of one option, to every watcher. Streams never run dry and never overflow.
+// Publishes changes of one option to every watcher, so that streams neither run dry nor overflow.
 class OptionSource final : public Pavo::TimerTask {
 public:
    OptionSource(const Pavo::Ptr<Gorm::TaskScheduler>& scheduler, OrvSdkRpc::AgentService& service);
@@ -27,7 +27,7 @@ private:
    OrvSdkRpc::AgentService& service_;
 };
 
-// One change per millisecond into streams that are idle; its value is when it was made, in nanoseconds of the
+// Publishes one change per millisecond to idle streams. Its value is its creation time in nanoseconds of the
 // monotonic clock.
 class ClockSource final : public Pavo::TimerTask {
 public:
@@ -39,13 +39,14 @@ private:
    OrvSdkRpc::AgentService& service_;
 };
 
-// Rates of `interfaces` interfaces in turn; never twice for one that still waits.
+// Publishes the rates of `interfaces` interfaces in turn, but not of an interface whose last rates are still
+// queued.
 class RatesSource final : public Pavo::TimerTask {
 public:
    RatesSource(const Pavo::Ptr<Gorm::TaskScheduler>& scheduler, OrvSdkRpc::IntfTrafficRatesWatcher& watcher,
                std::size_t interfaces);
 
-   // So many entries have been written to the stream.
+   // Reports that `entries` more entries were written to the stream.
    void written(std::uint64_t entries) { written_ += entries; }
 
 private:
@@ -58,12 +59,13 @@ private:
    bool watched_ = false;
 };
 
-// What publish costs per event and watcher, once `watchers` streams are there. Ends the process.
+// Measures the cost of publish per event and watcher, once `watchers` streams are open. Ends the process.
 class PublishMeter final : public Pavo::TimerTask {
 public:
    struct Options {
       std::size_t watchers;
-      // Idle streams, which take each event at once, or ones whose client does not read, which queue it.
+      // Idle streams, which write each event at once, instead of streams whose client does not read, which
+      // queue it.
       bool idle;
       std::string resultFile;
    };

@@ -1,6 +1,6 @@
-// What the floor's completion queue hands its events to, and the thread that drains it.
+// The handlers of the floor's completion queue, and the loop that drains the queue.
 //
-// Thread-safety: FloorPump::run on one thread, stop from another; handlers on the pump's thread alone.
+// Thread-safety: one thread calls FloorPump::run, another calls stop; handlers run on the pump's thread only.
 #pragma once
 
 #include <grpcpp/alarm.h>
@@ -13,7 +13,7 @@ namespace bench {
 class FloorHandler {
 public:
    virtual ~FloorHandler() = default;
-   // Not `ok`: nothing may be started any more. Deletes itself after its last event.
+   // Without `ok`, the handler must not start an operation. It deletes itself after its last event.
    virtual void proceed(bool ok) = 0;
 };
 
@@ -21,14 +21,14 @@ class FloorPump {
 public:
    explicit FloorPump(grpc::ServerCompletionQueue& queue) : queue_(queue) {}
 
-   // Until stop().
+   // Runs until stop().
    void run() {
       void* tag = nullptr;
       bool ok = false;
       bool stopping = false;
       while (queue_.Next(&tag, &ok)) {
          if (tag == this) {
-            // Here and not in stop(), so that no handler starts anything on a queue that is shut down.
+            // Here and not in stop(), so that no handler starts an operation on a queue that is shut down.
             stopping = true;
             queue_.Shutdown();
          } else {

@@ -18,13 +18,13 @@ namespace rpc = orv::remote;
 template <class Response>
 struct Script {
    Response message;
-   // Behind the messages of a dump; null for none.
+   // Follows the messages of a dump; may be null.
    const Response* last = nullptr;
-   // 0: without end.
+   // 0: no limit.
    std::uint64_t count = 0;
-   // Every write but the first may be held back for the next, as in a list.
+   // Every write except the first may be buffered until the next one, as in a list.
    bool buffered = false;
-   // Every write is of a copy.
+   // Every write sends a new copy.
    bool fresh = false;
 };
 

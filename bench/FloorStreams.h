@@ -1,6 +1,7 @@
 // The floor's streams: one message, read from a file, written over and over, one write at a time.
 //
-// Thread-safety: constructed and posted by one thread; the rest is the completion queue's.
+// Thread-safety: one thread calls make, registerWith and post; the handlers run on the thread of the
+// completion queue.
 #pragma once
 
 #include <grpcpp/grpcpp.h>
@@ -16,11 +17,11 @@ namespace bench {
 struct FloorStreamOptions {
    // list, dump, watch or rates; empty for none.
    std::string rpc = {};
-   // The message on the wire, as the server under test sends it.
+   // A file with the serialised message, as the server under test sends it.
    std::string messageFile = {};
-   // Messages in a list or a dump; the others go on until the client leaves.
+   // The number of messages in a list or a dump; the other streams run until the client leaves.
    std::uint64_t count = 0;
-   // Each message is made anew from the one of the file, as by a server that has new values to tell.
+   // Each message is a new copy of the one in the file, as from a server that has new values to send.
    bool fresh = false;
 };
 
@@ -29,10 +30,12 @@ class FloorStreams {
 public:
    virtual ~FloorStreams() = default;
    virtual void registerWith(grpc::ServerBuilder& builder) = 0;
-   // Posts the first handler; the server runs.
+   // Posts the first handler.
+   // REQUIRES: the server is running.
    virtual void post(grpc::ServerCompletionQueue& queue) = 0;
 
-   // Null without an RPC. Throws std::runtime_error for a file that does not hold such a message.
+   // RETURNS: null if `options` names no RPC.
+   // THROWS: std::runtime_error if the file does not hold such a message.
    static std::unique_ptr<FloorStreams> make(const FloorStreamOptions& options);
 };
 

@@ -16,8 +16,8 @@ public:
       ++count_;
    }
    std::uint64_t count() const { return count_; }
-   // Upper bound in nanoseconds of the bucket that holds the `fraction`-th value
-   // (0 < fraction <= 1); 0 when nothing was added.
+   // RETURNS: the upper bound in nanoseconds of the bucket that holds the `fraction` quantile (0 < fraction
+   // <= 1); 0 if the histogram is empty.
    std::uint64_t quantile(double fraction) const {
       if (count_ == 0) return 0;
       const auto wanted = static_cast<std::uint64_t>(fraction * static_cast<double>(count_));

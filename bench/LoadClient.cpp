@@ -52,7 +52,7 @@ bool sameBytes(const grpc::ByteBuffer& buffer, const std::string& expected) {
    return bytesOf(buffer) == expected;
 }
 
-// The words of the first item that was not accepted.
+// RETURNS: the status text of the first item that was not accepted.
 std::string complaint(const Workload& workload, const grpc::ByteBuffer& reply) {
    const auto bytes = bytesOf(reply);
    if (workload.itemsPerRequest() == 1) {

@@ -18,11 +18,11 @@ namespace {
 using Clock = std::chrono::steady_clock;
 using Arguments = std::vector<std::string>;
 
-// What one server showed over the rounds of one figure.
+// The samples of one server over the rounds of one figure.
 struct Samples {
    std::vector<double> rates;
    std::vector<double> p99Us;
-   // Share of one core that the server used.
+   // CPU use of the server, as a share of one core.
    std::vector<double> cpu;
    std::vector<double> clientCpu;
    nlohmann::json last;
@@ -73,8 +73,8 @@ Arguments with(Arguments arguments, std::initializer_list<std::string> more) {
    return arguments;
 }
 
-// Cost of a bulk where the table is full over the cost behind the first 10,000 routes. The cost is the median
-// gap between replies, so that a moment in which the machine did something else does not count.
+// RETURNS: the cost of a bulk into a full table over the cost after the first 10,000 routes. The cost is the
+// median gap between replies, so that interruptions by other work on the machine do not count.
 double flatness(const std::vector<std::uint64_t>& repliesAt) {
    constexpr std::size_t early = 10;
    const std::size_t window = std::min<std::size_t>(50, repliesAt.size() / 4);
@@ -94,7 +94,7 @@ void fill(const Setup& setup, const std::string& address) {
    runLoad(setup.loadProgram, address, with(bulkArguments(setup), {"--program-groups"}));
 }
 
-// Until the memory stands still: the forwarding plane is programmed behind the replies.
+// Waits until the memory no longer grows, since the forwarding plane is programmed after the replies.
 Resident settledResident(pid_t pid) {
    Resident resident = residentOf(pid);
    for (int still = 0; still < 5;) {
@@ -115,7 +115,7 @@ void measureUnary(const Setup& setup, Report& report, const std::string& key, st
    Samples ours;
    Samples floor;
    for (int round = 0; round < setup.rounds; ++round) {
-      // A round never meets a route of an earlier one.
+      // Each round uses routes that no earlier round has used.
       const Arguments arguments = {"--workload",      "route",
                                    "--groups",        std::to_string(setup.groups),
                                    "--in-flight",     std::to_string(inFlight),
@@ -221,7 +221,7 @@ void measureRedirects(const Setup& setup, Report& report) {
    };
    Samples bulk, single;
    for (int round = 0; round < setup.rounds; ++round) {
-      // New redirects each time: a switch that has them answers without a change.
+      // New redirects each time: a switch that has them already changes nothing.
       FreshDaemon forBulk(setup.daemonProgram);
       sample(setup, forBulk.address(), forBulk.pid(), arguments("redirect-bulk", total), bulk);
       FreshDaemon forSingle(setup.daemonProgram);

@@ -1,5 +1,5 @@
-// One function per group of figures. Each starts the servers it needs, takes its
-// rounds in turn between daemon and floor, and adds medians to the report.
+// One function per group of figures. Each starts the servers it needs, alternates rounds between daemon and
+// floor, and adds medians to the report.
 #pragma once
 
 #include <cstdint>
@@ -20,21 +20,21 @@ struct Setup {
    std::string streamHostProgram;
    // Rounds per figure and server.
    int rounds = 5;
-   // Length of a round that is limited by time, seconds.
+   // Length of a timed round, in seconds.
    double seconds = 2;
    // Distinct routes of the bulk, restart and memory figures.
    std::uint64_t routes = 1'000'000;
    std::uint64_t groups = 1000;
    std::size_t perBulk = 1000;
-   // Bulks outstanding at any moment. One already keeps the floor's thread busy;
-   // two leave it no gap between a reply and the next request.
+   // Bulks outstanding at any moment. One already keeps the floor's thread busy; two leave it no gap between
+   // a reply and the next request.
    std::size_t bulksInFlight = 2;
 };
 
 void measureUnary(const Setup& setup, Report& report, const std::string& key, std::size_t inFlight,
                   double target);
-// bulk_ip_route_1000 and scale_flatness, sequential prefixes; also the figures of
-// a second pass over the same routes and of spread prefixes.
+// bulk_ip_route_1000 and scale_flatness, sequential prefixes; also the figures of a second pass over the same
+// routes and of random prefixes.
 void measureBulkRoutes(const Setup& setup, Report& report);
 void measureBulkGroups(const Setup& setup, Report& report);
 // bulk_mpls_route_1000; also the figure of a second pass over the same labels.

@@ -10,7 +10,7 @@
 
 namespace bench {
 
-// What a figure must reach: its ratio to the floor at least or at most, or itself at most.
+// The target of a figure: a minimum or maximum of its ratio to the floor, or a maximum of its own value.
 struct Target {
    enum class Kind { ratioAtLeast, ratioAtMost, oursAtMost } kind;
    double value;
@@ -26,7 +26,7 @@ struct Figure {
    std::string note;
 
    std::optional<double> ratio() const;
-   // True also where there is nothing to reach.
+   // RETURNS: whether the figure reaches its target; true without a target.
    bool reached() const;
 };
 
@@ -34,9 +34,9 @@ class Report {
 public:
    // Keeps the figure and prints its line of the table.
    void add(Figure figure);
-   // {"key": {"ours", "floor", "ratio", "unit"}, …}; null where there is no floor.
+   // RETURNS: {"key": {"ours", "floor", "ratio", "unit"}, …}; floor and ratio are null without a floor.
    nlohmann::json json() const;
-   // Keys of the figures that miss their target.
+   // RETURNS: the keys of the figures that miss their target.
    std::vector<std::string> missed() const;
 
 private:
@@ -45,7 +45,8 @@ private:
    std::vector<Figure> figures_;
 };
 
-// The middle value; the mean of the two in the middle of an even number.
+// RETURNS: the middle value, or the mean of the two middle values.
+// THROWS: std::invalid_argument if there are no values.
 double median(std::vector<double> values);
 
 }  // namespace bench

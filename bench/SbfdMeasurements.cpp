@@ -30,8 +30,8 @@ using OperStatus = pb::sbfd_echo_session_oper_status_msg;
 constexpr std::uint32_t intervalMillis = 50;
 constexpr std::uint32_t multiplier = 3;
 
-// CPU time of a process's threads that are there. Counted by the nanosecond: a main loop that wakes for some
-// ten microseconds at a time may sleep whenever the clock tick looks.
+// RETURNS: the CPU time of a process's current threads, in seconds. The source counts nanoseconds, because
+// the accounting by clock ticks may miss a main loop that wakes for some ten microseconds at a time.
 double runSecondsOf(pid_t pid) {
    double nanos = 0;
    for (const auto& thread : std::filesystem::directory_iterator("/proc/" + std::to_string(pid) + "/task")) {
@@ -42,7 +42,7 @@ double runSecondsOf(pid_t pid) {
    return nanos / 1e9;
 }
 
-// A daemon with echo sessions that are all up, and a client of it.
+// A daemon whose echo sessions are all up, and a client of it.
 class Sessions {
 public:
    Sessions(const Setup& setup, std::size_t count, std::size_t ports, bool rttEnabled)
@@ -107,7 +107,7 @@ private:
    systest::Console console_;
 };
 
-// One stream of updates, open from the constructor on.
+// One stream of updates, which the constructor opens.
 class Updates {
 public:
    explicit Updates(pb::orvsdk_service::Stub& stub) {
@@ -139,8 +139,8 @@ private:
    std::unique_ptr<grpc::ClientReader<Message>> reader_;
 };
 
-// Runs a console command on a thread of its own and waits for the update that follows; milliseconds from the
-// command's being sent to the update's being read.
+// Runs a console command on its own thread and waits for the update that follows.
+// RETURNS: the milliseconds from sending the command to reading the update.
 double millisUntilTold(Sessions& sessions, Updates& updates, const std::string& command, std::size_t items,
                        OperStatus::oper_status_enum status) {
    const auto began = Clock::now();
@@ -208,7 +208,7 @@ void measureSbfdAliveLatency(const Setup& setup, Report& report) {
    for (int round = 0; round < 5 * setup.rounds; ++round) {
       millis.push_back(millisUntilTold(sessions, updates, "set link Ethernet1 down", count,
                                        OperStatus::SBFD_OPER_STATUS_DOWN));
-      // Plugged again before the sessions themselves find out.
+      // The link is up again before the sessions themselves time out.
       millisUntilTold(sessions, updates, "set link Ethernet1 up", count, OperStatus::SBFD_OPER_STATUS_UP);
    }
    char note[160];

@@ -59,7 +59,7 @@ double cpuSecondsOf(pid_t pid) {
    std::ifstream file("/proc/" + std::to_string(pid) + "/stat");
    std::string line;
    std::getline(file, line);
-   // The program's name, in parentheses, may hold anything; the fields are counted behind it.
+   // The program's name, in parentheses, may contain anything, so the fields are counted after it.
    std::istringstream fields(line.substr(line.rfind(')') + 1));
    std::string skipped;
    for (int i = 0; i < 11; ++i)

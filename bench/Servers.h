@@ -1,5 +1,5 @@
-// The two servers that are compared, and the load client that compares them,
-// each a child process with a temporary directory of its own.
+// The two servers under comparison and the load client, each a child process with its own temporary
+// directory.
 //
 // Thread-safety: one thread at a time.
 #pragma once
@@ -30,8 +30,8 @@ class FreshDaemon {
 public:
    explicit FreshDaemon(const std::string& program, std::vector<std::string> extra = {});
    ~FreshDaemon();
-   // Once more, on the state that is there, after the process has ended; returns
-   // as soon as an RPC was answered.
+   // Starts the daemon again on the existing state and returns as soon as it has answered an RPC.
+   // REQUIRES: the process has ended.
    void start();
    std::string address() const { return daemon_.address(); }
    pid_t pid() { return daemon_.child().pid(); }
@@ -43,12 +43,13 @@ private:
    systest::Daemon daemon_;
 };
 
-// Runs the load client against `address` and returns the object that it prints.
-// Throws std::runtime_error with its words when it fails.
+// Runs the load client against `address`.
+// RETURNS: the object that it prints.
+// THROWS: std::runtime_error with its output if it fails.
 nlohmann::json runLoad(const std::string& program, const std::string& address,
                        std::vector<std::string> arguments);
 
-// CPU time that a process has used so far, seconds.
+// RETURNS: the CPU time that a process has used so far, in seconds.
 double cpuSecondsOf(pid_t pid);
 
 // Resident memory in MiB: all of it, and the part that is not backed by a file.

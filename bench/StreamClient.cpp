@@ -35,13 +35,13 @@ void toString(const grpc::ByteBuffer& buffer, std::string& bytes) {
       bytes.append(reinterpret_cast<const char*>(slice.begin()), slice.size());
 }
 
-// gRPC stays up as long as the process: taking it down with its last object may wait ten seconds for a thread
-// that polls.
+// Keeps gRPC initialised as long as the process lives: a shutdown with its last object may wait ten seconds
+// for a thread that polls.
 void keepGrpc() {
    [[maybe_unused]] static const bool kept = (grpc_init(), true);
 }
 
-// The one open stream of a queue, and the end of both.
+// An open stream on a queue.
 class Stream {
 public:
    Stream(grpc::GenericStub& stub, grpc::CompletionQueue& queue, const std::string& path,
@@ -54,11 +54,11 @@ public:
          next();
       }
    }
-   // Starts to read into message(), under this object as the tag.
+   // Starts a read into message(), with this object as the tag.
    void read() { call_->Read(&message_, this); }
    const grpc::ByteBuffer& message() const { return message_; }
    void cancel() { context_.TryCancel(); }
-   // No read is outstanding.
+   // REQUIRES: no read is outstanding.
    grpc::Status finish() {
       grpc::Status status;
       call_->Finish(&status, nullptr);

@@ -19,7 +19,7 @@ namespace {
 using namespace std::chrono_literals;
 using Arguments = std::vector<std::string>;
 
-// The mirror services with a source of events; gone with this object.
+// The mirror services with a source of events, in a child process that ends with this object.
 class StreamHost {
 public:
    StreamHost(const Setup& setup, const Arguments& arguments)
@@ -62,7 +62,7 @@ private:
    systest::TempDir directory_{"orv-bench-sample-"};
 };
 
-// What one server showed over the rounds of one figure.
+// The samples of one server over the rounds of one figure.
 struct Samples {
    std::vector<double> rates;
    std::vector<double> cpu;
@@ -109,7 +109,7 @@ Arguments floorFlags(const Setup& setup, const std::string& stream, const Sample
    return flags;
 }
 
-// Seconds per element of a whole list of so many groups.
+// RETURNS: the seconds per element of a complete list of `groups` groups.
 double listCost(const Setup& setup, std::uint64_t groups, int rounds) {
    const StreamHost host(setup, {"--groups", std::to_string(groups)});
    Samples samples;
@@ -171,7 +171,8 @@ void measureFanOut(const Setup& setup, Report& report, std::size_t streams) {
 
 namespace {
 
-// Runs the meter with so many streams, read or not, and returns its result.
+// Runs the meter with `watchers` streams, which `source` leaves unread or idle.
+// RETURNS: the meter's result.
 nlohmann::json meter(const Setup& setup, const std::string& source, std::size_t watchers) {
    const systest::TempDir directory("orv-bench-meter-");
    const std::string result = directory / "result.json";
@@ -201,7 +202,7 @@ void measurePublish(const Setup& setup, Report& report) {
    for (int round = 0; round < std::min(setup.rounds, 3); ++round) {
       const auto hundred = meter(setup, "meter", 100);
       queued.push_back(median(hundred.at("ns").get<std::vector<double>>()));
-      // What the message itself takes is the same for any number of streams.
+      // The difference cancels the memory of the message itself, which is the same for any number of streams.
       const auto ten = meter(setup, "meter", 10);
       bytes.push_back(
            (hundred.at("bytes_per_event").get<double>() - ten.at("bytes_per_event").get<double>()) / 90);

@@ -1,5 +1,6 @@
-// bench_convert: nanoseconds of a conversion from the wire and to it, and of what protobuf takes to parse the
-// same bytes. The three of a record differ in nothing else: each makes a value and destroys it.
+// bench_convert: the nanoseconds of a conversion from the wire, of one to the wire, and of parsing the same
+// bytes with protobuf. The three benchmarks of a record differ in nothing else: each creates a value and
+// destroys it.
 #include <benchmark/benchmark.h>
 
 #include <functional>
@@ -86,7 +87,7 @@ void addRecord(const std::string& name, const Sdk& value) {
          benchmark::DoNotOptimize(&parsed);
       }
    });
-   // From a message that came off the wire, which lies in memory as a request does.
+   // Converts a parsed message, whose memory layout is that of a request.
    Message received;
    received.ParseFromString(bytes);
    benchmark::RegisterBenchmark(("from_wire/" + name).c_str(), [received](benchmark::State& state) {
@@ -106,7 +107,7 @@ void addRecord(const std::string& name, const Sdk& value) {
 }  // namespace
 
 int main(int argc, char** argv) {
-   // Interfaces of the switch are known to it, as in the daemon.
+   // Announces the interfaces, as the switch in the daemon does.
    orv::host::intf_name_known("Loopback0");
    for (int port = 1; port <= 64; ++port)
       orv::host::intf_name_known("Ethernet" + std::to_string(port));

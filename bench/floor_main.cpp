@@ -1,11 +1,10 @@
-// The floor: a bare asynchronous server behind the same messages that does no
-// work. What a daemon reaches is measured against it.
+// The floor: a bare asynchronous server with the same messages, which does no work. The daemon is measured
+// against it.
 //
-// One completion queue, one thread that drains it, one heap-allocated handler
-// per call that posts its successor before it answers; messages as gRPC's examples
-// keep them. With --arena the messages of a bulk live on an arena, as the daemon's
-// do, which makes freeing them next to free. With --stream it also serves one RPC
-// with a stream of responses, which are one message over and over.
+// It has one completion queue, one thread that drains it, and one heap-allocated handler per call, which
+// posts its successor before it answers. Messages are members of the handler, as in gRPC's examples. With
+// --arena, the messages of a bulk live on an arena, as in the daemon, which makes freeing them almost free of
+// cost. With --stream, it also serves one RPC with a stream of responses, which repeats one message.
 #include <google/protobuf/arena.h>
 #include <grpcpp/grpcpp.h>
 #include <signal.h>

@@ -1,5 +1,4 @@
-// The load client as a program: runs one workload against one address and prints
-// one JSON object with what it saw.
+// bench_load: runs one workload against one address and prints the result as one JSON object.
 #include <CLI/CLI.hpp>
 #include <cstdio>
 #include <exception>
@@ -65,7 +64,7 @@ nlohmann::json run(const Options& options) {
    if (options.resync) {
       client.resyncStart();
       startSeconds = secondsSince(resyncStarted);
-      // Within the resync, or they would go at its end.
+      // Within the resync, because its end would remove them otherwise.
       if (options.programGroups) programGroups();
    }
    const auto seconds = std::chrono::duration<double>(options.seconds);

@@ -62,7 +62,7 @@ private:
    OrvSdkRpc::GrpcServer& server_;
 };
 
-// "Wrote {} entries to handler …" of the rates' streams, as the service traces it.
+// Counts the entries that the service reports in its trace: "Wrote {} entries to handler …".
 void countWrites(bench::RatesSource& source) {
    orv::trace_sink_is([&source](std::string_view, int, std::string_view text) {
       constexpr std::string_view wrote = "Wrote ";

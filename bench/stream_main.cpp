@@ -1,4 +1,4 @@
-// bench_stream: reads the streams of a server and prints one JSON object with what it saw.
+// bench_stream: reads the streams of a server and prints the result as one JSON object.
 #include <CLI/CLI.hpp>
 #include <cstdio>
 #include <exception>
@@ -49,7 +49,7 @@ bench::StreamResult dump(bench::StreamClient& client, const Options& options) {
                             last.SerializeAsString(), std::chrono::duration<double>(options.seconds));
 }
 
-// The value of each event is when it was made, on the machine's monotonic clock.
+// The value of each event is its creation time on the machine's monotonic clock.
 nlohmann::json latency(bench::StreamClient& client, const Options& options) {
    bench::Histogram microseconds;
    std::uint64_t passed = 0;
@@ -58,7 +58,7 @@ nlohmann::json latency(bench::StreamClient& client, const Options& options) {
       rpc::WatchAgentResponse event;
       if (!event.ParseFromString(bytes)) throw std::runtime_error("an event that does not parse");
       const auto made = std::stoll(event.agent_option().value());
-      // The first ones pay for the connection's set-up.
+      // The first events pay for the connection's set-up.
       if (++passed > 100) microseconds.add(static_cast<std::uint64_t>(now - made));
       return microseconds.count() < options.events;
    });

@@ -10,7 +10,7 @@
 namespace orvctl {
 namespace {
 
-// A replay that fails as a whole should not flood the screen; --json prints every failure.
+// A replay in which everything fails should not flood the screen; --json prints every failure.
 constexpr size_t kFailuresShown = 20;
 
 }  // namespace

@@ -1,4 +1,5 @@
-// Many items sent as bulk requests, with a count of what failed. Used from one thread.
+// Many items sent as bulk requests, and a report of those that failed.
+// Thread-safety: one thread.
 #pragma once
 
 #include <functional>
@@ -10,12 +11,12 @@
 
 namespace orvctl {
 
-// What became of all items.
+// The outcome of all items.
 struct BulkResult {
    struct Failure {
-      // Where the item came from: its input line, counted from 1.
+      // The item's input line, counted from 1.
       size_t line;
-      // What it was: a prefix, a group's name.
+      // The item's name: a prefix, a group's name.
       std::string item;
       OrvSdkRpc::pb::rpc_status_msg status;
    };
@@ -24,7 +25,7 @@ struct BulkResult {
    double seconds = 0;
 };
 
-// Items in the order in which they were added, cut into requests of `batch` items.
+// Items in the order in which they were added, split into requests of `batch` items.
 template <typename BulkRequest>
 class BulkPlan {
 public:
@@ -48,14 +49,15 @@ private:
    std::vector<size_t> lines_;
 };
 
-// Prints failures and a summary line, or one JSON object; returns the exit code.
+// Prints failures and a summary line, or one JSON object.
+// RETURNS: the exit code.
 int reportBulk(Context& context, const BulkResult& result);
 
-// The drawing half of a bulk run, out of the template: called with the number of items done so far.
+// Called with the number of items done so far.
 using ProgressSink = std::function<void(size_t)>;
 
 // Sends the plan's requests one after the other with `send(request) -> rpc_status_bulk_msg`, so that the
-// items take effect in their order. `describe(item)` names an item that failed.
+// items take effect in order. `describe(item)` names an item that failed.
 template <typename BulkRequest, typename Send, typename Describe>
 BulkResult sendBulk(const BulkPlan<BulkRequest>& plan, Send send, Describe describe,
                     const ProgressSink& progress) {
@@ -77,8 +79,9 @@ BulkResult sendBulk(const BulkPlan<BulkRequest>& plan, Send send, Describe descr
    return result;
 }
 
-// Calls `each(line, number)` for every line of a file, or of the context's input for "-"; blank lines and
-// lines that begin with "#" are passed over. Throws UsageError where the file cannot be read.
+// Calls `each(line, number)` for every line of a file, or of the context's input for "-"; skips blank lines
+// and comment lines ("#").
+// THROWS: UsageError if the file cannot be read.
 void forEachLine(Context& context, std::string_view what, const std::string& file,
                  const std::function<void(std::string_view line, size_t number)>& each);
 

@@ -29,7 +29,7 @@ ServiceEntry entryOf(const std::string& fullName, const google::protobuf::Servic
    return entry;
 }
 
-// Asks one question of the reflection service.
+// Sends one request to the reflection service.
 grpc::Status ask(Connection& connection, const wire::ReflectionRequest& request,
                  wire::ReflectionReply& reply) {
    return connection.stream(

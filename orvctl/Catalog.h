@@ -1,5 +1,5 @@
-// What a server offers: its services and RPCs, and which of them this build of the server really serves.
-// Free functions; each call uses its connection from the calling thread.
+// What a server offers: its services and RPCs, and which of them its build really serves.
+// Thread-safety: any thread; each call uses its connection on the calling thread.
 #pragma once
 
 #include <string>
@@ -10,13 +10,13 @@
 namespace orvctl {
 
 enum class Availability {
-   // The server served a request of it, or refused one for a reason of its own.
+   // The server served a request, or refused it for its content.
    available,
-   // The server said that this build does not have it.
+   // The server answered that its build does not have the RPC.
    notInThisBuild,
-   // Asked, but the server tells only after an init.
+   // Probed, but the server answers this only after an init.
    notKnownBeforeInit,
-   // Not asked: every request of it has an effect, or it is not one of ours.
+   // Not probed: every request has an effect, or the RPC is not one of the programming service.
    notProbed,
 };
 
@@ -35,16 +35,16 @@ struct ServiceEntry {
 
 struct Catalog {
    std::vector<ServiceEntry> services;
-   // False where the server has no reflection and the list is this program's own knowledge.
+   // False if the server has no reflection and the list comes from the linked descriptors.
    bool fromServer = true;
 };
 
-// Asks the server by reflection; falls back to the linked descriptors. Throws CallError when it is not
-// reachable.
+// Asks the server by reflection; falls back to the linked descriptors.
+// THROWS: as Connection::require; CallError also if reflection answers with an error.
 Catalog readCatalog(Connection& connection);
 
-// Fills every `availability`. An RPC is probed with a request that cannot change anything: one that the
-// server refuses before it touches the switch, or one that asks for nothing.
+// Fills in the `availability` of every RPC. A probe is a request that cannot change anything: the server
+// refuses it before it touches the switch, or it asks for nothing.
 void probe(Connection& connection, Catalog& catalog);
 
 }  // namespace orvctl

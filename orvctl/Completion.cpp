@@ -38,7 +38,7 @@ void collect(const CLI::App& app, const std::string& path, const std::string& in
       words += " " + sub->get_name();
       const std::string below = path + " " + sub->get_name();
       script.descents += (script.descents.empty() ? "" : "|") + fmt::format("\"{}\"", below);
-      // The top level's flags may stand behind any command.
+      // The top level's flags may follow any command.
       collect(*sub, below, inherited.empty() ? flags : inherited, script);
    }
    if (app.get_name() == "call") {

@@ -1,4 +1,5 @@
-// Shell completion made from the program's own commands and flags. Free function, safe from any thread.
+// Shell completion, generated from the program's own commands and flags.
+// Thread-safety: any thread.
 #pragma once
 
 #include <CLI/CLI.hpp>
@@ -6,7 +7,7 @@
 
 namespace orvctl {
 
-// A bash script that completes `app`.
+// RETURNS: a bash script that completes `app`.
 std::string bashCompletion(const CLI::App& app);
 
 }  // namespace orvctl

@@ -21,14 +21,15 @@ grpc::Status fromBuffer(grpc::ByteBuffer& buffer, Message& message) {
    return grpc::GenericDeserialize<grpc::ProtoBufferReader, Message>(&buffer, &message);
 }
 
-// Waits for the one event that is outstanding.
+// Waits for the one outstanding event.
 bool next(grpc::CompletionQueue& queue) {
    void* tag = nullptr;
    bool ok = false;
    return queue.Next(&tag, &ok) && ok;
 }
 
-// Codes with which a server says no. The others mean that nobody did what was asked, or that it is not known.
+// Codes with which a server refuses a request. Any other code means that no server handled the request, or
+// that the outcome is unknown.
 bool isRefusal(grpc::StatusCode code) {
    switch (code) {
       case grpc::StatusCode::UNKNOWN:
@@ -46,7 +47,7 @@ bool isRefusal(grpc::StatusCode code) {
    }
 }
 
-// Shuts the queue down and takes what is left in it, as its destructor demands.
+// Shuts the queue down and drains it, as its destructor requires.
 class QueueGuard {
 public:
    explicit QueueGuard(grpc::CompletionQueue& queue) : queue_(queue) {}
@@ -69,7 +70,7 @@ private:
 Connection::Connection(const Target& target, double timeoutSeconds)
      : target_(target), timeoutSeconds_(timeoutSeconds) {
    grpc::ChannelArguments arguments;
-   // A switch is reached directly, whatever proxy the shell's environment names for the web.
+   // A switch is reached directly, even if the environment names an HTTP proxy.
    arguments.SetInt(GRPC_ARG_ENABLE_HTTP_PROXY, 0);
    arguments.SetMaxReceiveMessageSize(-1);
    channel_ =

@@ -1,5 +1,5 @@
-// A channel to one server, and calls of RPCs that are known by descriptor only.
-// A Connection is used from one thread.
+// A channel to one server, and calls of RPCs by their path.
+// Thread-safety: one thread.
 #pragma once
 
 #include <google/protobuf/message.h>
@@ -17,7 +17,7 @@ namespace orvctl {
 
 class Connection {
 public:
-   // `timeoutSeconds` bounds each unary call; 0 leaves a call without a deadline.
+   // `timeoutSeconds` bounds each unary call; 0 means no deadline.
    Connection(const Target& target, double timeoutSeconds);
 
    using Programming = OrvSdkRpc::pb::orvsdk_service;
@@ -31,24 +31,26 @@ public:
    grpc::Status unary(const std::string& path, const google::protobuf::Message& request,
                       google::protobuf::Message& reply);
 
-   // Opens a stream of replies and calls `each` for every message, in `reply`'s storage; `each` returns false
-   // to end the stream early, which then counts as OK. With `deadline` the stream ends with
-   // DEADLINE_EXCEEDED.
+   // Opens a stream of replies, reads each message into `reply` and then calls `each`. If `each` returns
+   // false, the stream ends early with OK. With `deadline`, the stream ends with DEADLINE_EXCEEDED after the
+   // timeout.
    grpc::Status stream(const std::string& path, const google::protobuf::Message& request,
                        google::protobuf::Message& reply, const std::function<bool()>& each,
                        bool deadline = false);
 
-   // The same in a context of the caller's, who may set a deadline and cancel it from another thread.
+   // The same with the caller's context, which may have a deadline and be cancelled from another thread.
    grpc::Status stream(grpc::ClientContext& context, const std::string& path,
                        const google::protobuf::Message& request, google::protobuf::Message& reply,
                        const std::function<bool()>& each);
 
-   // Unless `status` is OK, throws RefusedError with one line about `what` where the server answered with a
-   // refusal, CallError where there was no answer. A server that was there when a stream began went away;
-   // any other was not reached.
+   // Does nothing if `status` is OK.
+   // THROWS: RefusedError if the server refused the request, CallError for any other failure, with one line
+   // about `what`. If the server is unavailable, the line distinguishes one that a stream had reached from
+   // one that was never reached.
    void require(const std::string& what, const grpc::Status& status) const;
 
-   // A typed unary call of the programming service; throws CallError.
+   // Makes a typed unary call of the programming service.
+   // THROWS: as require.
    template <typename Request, typename Reply>
    Reply call(const char* name,
               grpc::Status (Programming::StubInterface::*method)(grpc::ClientContext*, const Request&,
@@ -64,13 +66,13 @@ public:
 private:
    Target target_;
    double timeoutSeconds_;
-   // A stream has found the server.
+   // Whether a stream has reached the server.
    bool reached_ = false;
    std::shared_ptr<grpc::Channel> channel_;
    std::unique_ptr<Programming::StubInterface> programming_;
 };
 
-// "UNAVAILABLE" and so on.
+// RETURNS: "UNAVAILABLE" and so on.
 std::string grpcCodeName(grpc::StatusCode code);
 
 }  // namespace orvctl

@@ -1,5 +1,5 @@
-// What every command of orvctl is given: the global flags and the three streams.
-// A Context is used from one thread.
+// The context of every orvctl command: the global flags and the three streams.
+// Thread-safety: one thread.
 #pragma once
 
 #include <CLI/CLI.hpp>
@@ -19,24 +19,25 @@ struct Context {
    std::istream& in;
    std::ostream& out;
    std::ostream& err;
-   // A person watches stderr, so progress may be drawn on it.
+   // stderr is a terminal, so progress may be drawn on it.
    bool interactive = false;
 
    std::string targetText{kDefaultTarget};
    std::string consoleText;
    double timeoutSeconds = 10;
-   // --timeout was given: it then ends streams too.
+   // --timeout was given, so it ends streams too.
    bool timeoutGiven = false;
    bool json = false;
 
-   // Set by the chosen subcommand while the command line is parsed; run afterwards. Returns the exit code.
+   // The chosen subcommand sets it while the command line is parsed; it runs afterwards. Returns the exit
+   // code.
    std::function<int()> action;
 
    Target target() const { return parseTarget("--target", targetText); }
    Connection connect() const { return Connection(target(), timeoutSeconds); }
 };
 
-// Adds an option whose text is read as a number from `low` to `high`, refused in words otherwise.
+// Adds an option for a number from `low` to `high`. Any other text is refused with a UsageError.
 template <typename Number>
 CLI::Option* addNumber(CLI::App& app, const std::string& names, Number& number, uint64_t low, uint64_t high,
                        const std::string& description) {

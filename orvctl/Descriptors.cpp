@@ -18,7 +18,8 @@ using google::protobuf::MethodDescriptor;
 using google::protobuf::ServiceDescriptor;
 
 std::vector<const ServiceDescriptor*> linkedServices() {
-   // A file with services is named here; its descriptor also keeps its generated code linked.
+   // Every .proto file with services is listed here; the use of its descriptor also keeps its generated code
+   // linked.
    const FileDescriptor* const files[] = {
         OrvSdkRpc::pb::ip_route_msg::descriptor()->file(),
         orv::remote::AclsRequest::descriptor()->file(),

@@ -1,4 +1,5 @@
-// The RPCs that this program was built with. Free functions over constant data, safe from any thread.
+// The RPCs that this program was built with.
+// Thread-safety: any thread.
 #pragma once
 
 #include <google/protobuf/descriptor.h>
@@ -9,14 +10,15 @@
 
 namespace orvctl {
 
-// Every service that is linked in, the programming service first, then the mirror services by name.
+// RETURNS: all linked services, the programming service first, then the mirror services by name.
 std::vector<const google::protobuf::ServiceDescriptor*> linkedServices();
 
-// Finds "package.service/method", "service/method", or a method's bare name: the programming service's, or
-// where only one other service has it. Throws UsageError naming what was asked for.
+// Finds "package.service/method", "service/method", or a bare method name. A bare name means the method of
+// the programming service, or else of the only other service that has it.
+// THROWS: UsageError that quotes `name`.
 const google::protobuf::MethodDescriptor& findMethod(std::string_view name);
 
-// "/package.service/method", as gRPC puts it on the wire.
+// RETURNS: "/package.service/method", as gRPC puts it on the wire.
 std::string methodPath(const google::protobuf::MethodDescriptor& method);
 
 }  // namespace orvctl

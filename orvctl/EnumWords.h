@@ -1,5 +1,5 @@
-// Enumerations as a person writes them: "up" for OPER_STATUS_UP.
-// Free functions over constant data, safe from any thread.
+// Enumerations as users write them: "up" for OPER_STATUS_UP.
+// Thread-safety: any thread.
 #pragma once
 
 #include <google/protobuf/descriptor.h>
@@ -10,7 +10,7 @@
 
 namespace orvctl {
 
-// The value's name without its enumeration's prefix, in small letters; a number that has no name as it is.
+// RETURNS: the value's name in lower case without the enumeration's prefix; the number if it has no name.
 std::string enumWord(const google::protobuf::EnumDescriptor& type, int number);
 // The same for a value that is known at compile time.
 template <typename Enum>
@@ -18,11 +18,11 @@ std::string enumWord(Enum value) {
    return enumWord(*google::protobuf::GetEnumDescriptor<Enum>(), static_cast<int>(value));
 }
 
-// All words of the enumeration with "|" between them.
+// RETURNS: all words of the enumeration, separated by "|".
 std::string enumWords(const google::protobuf::EnumDescriptor& type);
 
-// Reads a word, a full name, or a number from 0 on, also one that the enumeration does not have. Throws
-// UsageError.
+// Parses a word, a full name, or a non-negative number, which need not be a value of the enumeration.
+// THROWS: UsageError.
 int parseEnum(std::string_view what, std::string_view text, const google::protobuf::EnumDescriptor& type);
 
 }  // namespace orvctl

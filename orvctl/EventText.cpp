@@ -15,7 +15,7 @@ using google::protobuf::Descriptor;
 using google::protobuf::FieldDescriptor;
 using google::protobuf::Message;
 
-// Quoted where it could be taken for something else.
+// Quotes text that could be mistaken for something else.
 std::string quoted(const std::string& text) {
    if (!text.empty() && text.find_first_of(" \t\r\n\"=") == std::string::npos) return text;
    std::string result = "\"";
@@ -30,7 +30,7 @@ std::string quoted(const std::string& text) {
    return result + '"';
 }
 
-// A message that is a name and nothing else, as an interface is.
+// Whether the message consists of a name only, as an interface does.
 bool isName(const Descriptor& type) {
    return type.field_count() == 1 && type.field(0)->name() == "name" &&
           type.field(0)->cpp_type() == FieldDescriptor::CPPTYPE_STRING && !type.field(0)->is_repeated();
@@ -90,7 +90,7 @@ void append(std::string& line, std::string_view name, std::string_view value) {
    fmt::format_to(std::back_inserter(line), "{}{}={}", line.empty() ? "" : " ", name, value);
 }
 
-// Whether one of several things happened, so that the name of the field tells which.
+// Whether the field is one of several alternative events, so that its name identifies the event.
 bool isOneOfSeveralEvents(const FieldDescriptor& field) {
    const auto* choice = field.real_containing_oneof();
    return choice && choice->field_count() > 1 && field.name().starts_with("on_");
@@ -105,7 +105,7 @@ void appendRecord(std::string& line, const FieldDescriptor& of, const Message& r
       line += (line.empty() ? "" : " ") + name;
    } else if (isFlat(type)) {
       if (isOneOfSeveralEvents(of)) line += (line.empty() ? "" : " ") + name;
-      // Its presence is the news, so what it holds is told also where it is zero.
+      // The presence of the record is the event, so its fields are printed even if they are zero.
       for (int i = 0; i < type.field_count(); ++i) {
          const FieldDescriptor& field = *type.field(i);
          if (field.has_presence() && !record.GetReflection()->HasField(record, &field)) continue;
@@ -116,7 +116,7 @@ void appendRecord(std::string& line, const FieldDescriptor& of, const Message& r
    }
 }
 
-// The events of a batch.
+// RETURNS: the field that holds the events of a batch; null if there is none.
 const FieldDescriptor* batchField(const Descriptor& type) {
    for (const char* name : {"data", "bulk"}) {
       const FieldDescriptor* field = type.FindFieldByName(name);

@@ -1,4 +1,5 @@
-// Messages of watch streams, one line each. Free functions without state, safe from any thread.
+// Messages of watch streams, one line each.
+// Thread-safety: any thread.
 #pragma once
 
 #include <google/protobuf/message.h>
@@ -8,16 +9,19 @@
 
 namespace orvctl {
 
-// "Ethernet1 oper_status=down": what the event is about, and then every field that is set. Enumerations,
-// addresses and interfaces print as words, fractions with at most three decimals; a record within is JSON.
+// RETURNS: a line such as "Ethernet1 oper_status=down": the subject of the event, and then every field that
+// is set. Enumerations, addresses and interfaces print as words, fractions with at most three decimals,
+// nested records as JSON.
 std::string eventText(const google::protobuf::Message& event);
 
-// Calls `each` for every event of a reply: the reply itself, or the entries of a batch. Stops where `each`
-// answers false, and answers false then.
+// Calls `each` for every event of a reply: the reply itself, or the entries of a batch. Stops when `each`
+// returns false.
+// RETURNS: false if `each` did.
 bool forEachEvent(const google::protobuf::Message& reply,
                   const std::function<bool(const google::protobuf::Message&)>& each);
 
-// Whether the reply is no event but tells that the watch stands, or that all that was there has been shown.
+// RETURNS: whether the reply is not an event but an acknowledgement that the watch is active, or that the
+// dump is complete.
 bool isAcknowledgement(const google::protobuf::Message& reply);
 
 }  // namespace orvctl

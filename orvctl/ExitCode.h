@@ -1,4 +1,5 @@
-// What orvctl's exit code says to a script. Plain values, safe from any thread.
+// The exit codes of orvctl, and the errors that lead to them.
+// Thread-safety: plain values.
 #pragma once
 
 #include <stdexcept>
@@ -14,7 +15,7 @@ enum ExitCode : int {
    kUsage = 2,
    // The server could not be reached, went away, does not have the RPC, or gRPC itself failed.
    kUnreachable = 3,
-   // The server closed a watch because it was read too slowly; the next one may follow at once.
+   // The server closed a watch because the client read too slowly; the client may watch again at once.
    kTooSlow = 4,
 };
 

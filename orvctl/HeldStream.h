@@ -1,4 +1,5 @@
-// A stream of replies that is held open for its end. Used from one thread.
+// A stream of replies that is held open to wait for its end.
+// Thread-safety: one thread.
 #pragma once
 
 #include <google/protobuf/message.h>
@@ -16,21 +17,22 @@ namespace orvctl {
 
 class HeldStream {
 public:
-   // Opens the stream at `path` ("/package.service/method") and waits until the server has it: a second call
-   // behind it on the same connection has then been answered. Throws CallError where that call gets no
-   // answer.
+   // Opens the stream at `path` ("/package.service/method") and waits until the server has it, which the
+   // answer to a later call on the same connection proves.
+   // THROWS: as Connection::require if that call fails.
    HeldStream(Connection& connection, const std::string& path, const google::protobuf::Message& request);
-   // Cancels what is still open.
+   // Cancels the stream if it is still open.
    ~HeldStream();
    HeldStream(const HeldStream&) = delete;
    HeldStream& operator=(const HeldStream&) = delete;
 
-   // Waits for the stream's end, for ever without a deadline; nothing when it is still open at the deadline.
-   // Messages of the stream are passed over.
+   // Waits for the end of the stream and discards its messages. Without a deadline, the wait has no limit.
+   // RETURNS: the stream's status; nothing if it is still open at the deadline.
    std::optional<grpc::Status> waitForEnd(std::optional<std::chrono::system_clock::time_point> deadline = {});
 
 private:
-   // Takes the outstanding event; nothing when the deadline comes first.
+   // Waits for the outstanding event.
+   // RETURNS: whether it succeeded; nothing if the deadline comes first.
    std::optional<bool> next(std::optional<std::chrono::system_clock::time_point> deadline = {});
    void read();
 

@@ -1,5 +1,5 @@
-// Failures that travel inside a reply although gRPC itself says OK.
-// Free functions without state, safe from any thread.
+// Failures that a reply carries although its gRPC status is OK.
+// Thread-safety: any thread.
 #pragma once
 
 #include <google/protobuf/message.h>
@@ -10,11 +10,11 @@
 
 namespace orvctl {
 
-// True where the reply, or any message within it, is a status other than OK: rpc_status_msg of the
+// RETURNS: whether the reply, or any message in it, is a status other than OK: rpc_status_msg of the
 // programming service, RpcResponseStatus of the mirror services.
 bool hasInBandFailure(const google::protobuf::Message& reply);
 
-// "RPC_STATUS_ERROR: words", or the bare name where there are no words.
+// RETURNS: "RPC_STATUS_ERROR: text", or only the name if there is no text.
 std::string statusText(const OrvSdkRpc::pb::rpc_status_msg& status);
 
 }  // namespace orvctl

@@ -48,7 +48,7 @@ bool isWireAddress(const FieldDescriptor& field) {
    return field.type() == FieldDescriptor::TYPE_BYTES && field.file()->package() == "orv.remote";
 }
 
-// The canonical form of the value of a field of type `type`.
+// Converts the value of a field of type `type` to the canonical form.
 void toCanonical(std::string_view where, const Descriptor& type, Json& value) {
    if (value.is_string() && isAddress(type)) {
       value = addressObject(parseAddressBytes(where, value.get<std::string>()));
@@ -82,7 +82,8 @@ std::string decodedAddress(const Json& object) {
    return bytes;
 }
 
-// The reverse, on what the JSON printer made: field names are the .proto's and the shapes are known.
+// The reverse, for output of the JSON printer: field names are those of the .proto, and the structure is
+// known.
 void toFriendly(const Descriptor& type, Json& value) {
    if (isAddress(type)) {
       OrvSdkRpc::pb::ip_address_msg address;

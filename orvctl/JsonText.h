@@ -1,9 +1,10 @@
-// JSON for any message, with addresses and prefixes as a person writes them.
+// JSON for any message, with addresses and prefixes as users write them.
 //
-// The protobuf JSON mapping with the .proto's field names, and some comforts: a field of type ip_address_msg
-// may be "10.0.0.1", one of type ip_prefix_msg "10.0.0.0/8", and a bytes field of the mirror services
-// "10.0.0.1" or "02:00:00:00:00:01" (and all print so); the canonical forms with base64 bytes are read too.
-// Free functions without state, safe from any thread.
+// This is the protobuf JSON mapping with the .proto's field names, but with readable addresses: a field of
+// type ip_address_msg may be "10.0.0.1", one of type ip_prefix_msg "10.0.0.0/8", and a bytes field of the
+// mirror services "10.0.0.1" or "02:00:00:00:00:01". All print in this form; the canonical forms with base64
+// bytes are accepted too.
+// Thread-safety: any thread.
 #pragma once
 
 #include <google/protobuf/message.h>
@@ -13,10 +14,12 @@
 
 namespace orvctl {
 
-// Fills `message` from JSON. `what` names the source. Throws UsageError.
+// Fills `message` from JSON. `what` names the source in the error.
+// THROWS: UsageError.
 void messageFromJson(std::string_view what, std::string_view json, google::protobuf::Message& message);
 
-// One line of JSON; fields with default values are printed, unset messages and members of a oneof are not.
+// RETURNS: one line of JSON, with fields that have default values, but without unset messages and members of
+// a oneof.
 std::string messageToJson(const google::protobuf::Message& message);
 
 }  // namespace orvctl

@@ -20,7 +20,7 @@ namespace {
 
 // A header line is a word and a number.
 constexpr size_t kLongestHeader = 64;
-// Longer pieces than this are a sign that something else than a console answers.
+// A longer piece means that the peer is not a console.
 constexpr size_t kLongestPiece = size_t{1} << 30;
 
 int connectUnix(const Target& console) {

@@ -1,7 +1,8 @@
-// The console's line protocol, the client's side. A ConsoleClient is used from one thread.
+// The client side of the console's line protocol.
+// Thread-safety: one thread.
 //
-// One command is one line. The answer is any number of "OUT <n>\n" with n bytes behind it, and then "OK\n",
-// or "ERR <n>\n" with n bytes of words.
+// A command is one line. The answer is any number of "OUT <n>\n", each followed by n bytes, and then "OK\n",
+// or "ERR <n>\n" followed by n bytes of error text.
 #pragma once
 
 #include <functional>
@@ -14,7 +15,8 @@ namespace orvctl {
 
 class ConsoleClient {
 public:
-   // Connects; every wait lasts at most `timeoutSeconds`. Throws CallError.
+   // Connects; every wait lasts at most `timeoutSeconds`.
+   // THROWS: CallError.
    ConsoleClient(const Target& console, double timeoutSeconds);
    ~ConsoleClient();
    ConsoleClient(const ConsoleClient&) = delete;
@@ -22,12 +24,13 @@ public:
 
    struct Answer {
       bool ok = false;
-      // The words of a refusal.
+      // The error text of a refusal.
       std::string error;
    };
 
-   // Sends one command, which must be free of line breaks, and hands on each piece of output as it comes.
-   // Throws CallError when the console goes away or answers out of protocol.
+   // Sends one command and passes each piece of output to `output` as it arrives.
+   // REQUIRES: the command contains no line break.
+   // THROWS: CallError if the console goes away or violates the protocol.
    Answer run(std::string_view command, const std::function<void(std::string_view)>& output);
 
 private:

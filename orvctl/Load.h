@@ -1,4 +1,5 @@
-// A load generator: many calls, a bounded number of them in flight. Used from one thread.
+// A load generator: many calls, a bounded number of them in flight.
+// Thread-safety: one thread.
 #pragma once
 
 #include <grpcpp/grpcpp.h>
@@ -24,16 +25,18 @@ struct LoadResult {
    double p99 = 0;
 };
 
-// Counts the failures of one reply and keeps the first one's words.
+// Counts the failures of one reply and keeps the text of the first one.
 void countFailures(const OrvSdkRpc::pb::rpc_status_msg& reply, LoadResult& result);
 void countFailures(const OrvSdkRpc::pb::rpc_status_bulk_msg& reply, LoadResult& result);
 void countFailures(const OrvSdkRpc::pb::rpc_server_state_status_msg& reply, LoadResult& result);
 
-// The value at `fraction` (0 to 1) of the sorted order; reorders `samples`, which must not be empty.
+// Reorders `samples`.
+// REQUIRES: `samples` is not empty.
+// RETURNS: the value at `fraction` (0 to 1) of the sorted order.
 double percentile(std::vector<double>& samples, double fraction);
 
-// Makes `calls` calls with `start(context, request of call number i)` and at most `inFlight` at a time.
-// Throws CallError at the first call that gets no answer, after the others have ended.
+// Makes `calls` calls, each with `start(context, call number, queue)`, and at most `inFlight` at a time.
+// THROWS: as Connection::require for the first call that failed, after the others have ended.
 template <typename Reply, typename Start>
 LoadResult runLoad(const Connection& connection, uint64_t calls, uint64_t inFlight, Start start,
                    const std::function<void(size_t)>& progress) {

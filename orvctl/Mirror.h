@@ -1,4 +1,5 @@
-// Calls of the mirror services. Free functions; each uses its connection from the calling thread.
+// Calls of the mirror services.
+// Thread-safety: any thread; each call uses its connection on the calling thread.
 #pragma once
 
 #include <functional>
@@ -11,8 +12,9 @@
 
 namespace orvctl {
 
-// A unary call of `rpc`, such as "IntfMgrService/oper_status". `about` names in an error what was asked
-// about, such as an interface. Throws as Connection::require does.
+// Makes a unary call of `rpc`, such as "IntfMgrService/oper_status". `about` names the subject in an error
+// text, such as an interface.
+// THROWS: as Connection::require.
 void askMirror(Connection& connection, const std::string& rpc, const std::string& about,
                const google::protobuf::Message& request, google::protobuf::Message& reply);
 
@@ -23,8 +25,8 @@ Reply ask(Connection& connection, const std::string& rpc, const std::string& abo
    return reply;
 }
 
-// A list RPC: `each(element)` is called for every element and answers false to end early. Only a --timeout
-// that was given bounds it.
+// Calls a list RPC, and `each(element)` for every element until it returns false. Without --timeout, the list
+// has no deadline.
 template <typename Reply, typename Request, typename Each>
 void listMirror(Context& context, Connection& connection, const std::string& rpc, const Request& request,
                 Each each) {
@@ -34,11 +36,12 @@ void listMirror(Context& context, Connection& connection, const std::string& rpc
                   "/orv.remote." + rpc, request, reply, [&] { return each(reply); }, context.timeoutGiven));
 }
 
-// An interface as the wire has it.
+// RETURNS: the wire form of an interface.
 orv::remote::IntfId intfId(const std::string& name);
 
-// What a bulk of `sent` items came to: a line for a person or JSON, and the exit code. The item behind the
-// last that was applied is the one that failed; `name(index)` names it.
+// Prints the outcome of a bulk of `sent` items as a line or as JSON. `count` items were applied; if the bulk
+// failed, the item with this index failed. `name(index)` names an item.
+// RETURNS: the exit code.
 int reportMirrorBulk(Context& context, const orv::remote::RpcResponseStatus& status, uint64_t count,
                      uint64_t sent, const std::function<std::string(uint64_t)>& name);
 

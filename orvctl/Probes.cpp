@@ -7,14 +7,14 @@ using Stub = Connection::Programming::StubInterface;
 
 namespace {
 
-// The words with which a server refuses an RPC that its build does not have.
+// The text with which a server refuses an RPC that its build does not have.
 constexpr std::string_view kNotInThisBuild = "Error: not available in this build";
 
 bool saysNotInThisBuild(const pb::rpc_status_msg& status) {
    return status.status() == pb::RPC_STATUS_ERROR && status.debug_string().starts_with(kNotInThisBuild);
 }
 
-// A prefix that no address family has, refused before the switch is asked.
+// The length is invalid for every address family, so the server refuses it before it asks the switch.
 pb::ip_prefix_msg impossiblePrefix() {
    pb::ip_prefix_msg prefix;
    prefix.mutable_network()->set_address(std::string(4, '\0'));
@@ -73,12 +73,12 @@ Availability ask(Connection& connection, const char* name,
    return judge(reply);
 }
 
-// A watch has no answer of its own. It is opened, and a call behind it on the same connection is answered; a
-// watch that the server does not have has ended by then.
+// A watch need not send a reply. HeldStream therefore opens it and waits for the answer to a later call on
+// the same connection; by then, a watch that the server does not have has ended.
 Availability askWatch(Connection& connection, const std::string& path,
                       const google::protobuf::Message& request) {
    HeldStream stream(connection, path, request);
-   // The end, where there is one, is on its way already; it may reach this queue a moment after the other
+   // If the watch has ended, its status is on the way, but may reach this queue shortly after the other
    // answer.
    const auto end = stream.waitForEnd(std::chrono::system_clock::now() + std::chrono::milliseconds(50));
    return end && end->error_code() == grpc::StatusCode::UNIMPLEMENTED ? Availability::notInThisBuild
@@ -115,7 +115,7 @@ Availability probeRpc(Connection& connection, const std::string& name) {
       return ask(connection, "cbf_nexthop_group_redirect", &Stub::cbf_nexthop_group_redirect, {});
    }
    if (name == "cbf_nexthop_group_redirect_bulk") {
-      // Any bulk of redirects commits, so it is asked only where the single form is missing too.
+      // Any bulk of redirects commits, so it is probed only if the single form is missing too.
       const auto single =
            ask(connection, "cbf_nexthop_group_redirect", &Stub::cbf_nexthop_group_redirect, {});
       if (single != Availability::notInThisBuild) return single;
@@ -129,7 +129,7 @@ Availability probeRpc(Connection& connection, const std::string& name) {
       return ask(connection, "sbfd_echo_session_bulk", &Stub::sbfd_echo_session_bulk,
                  bulkOf<pb::sbfd_echo_session_bulk_msg>(refusedSession()));
    }
-   // Notes: nothing to set, nothing to read.
+   // Controller state: an empty message sets or reads nothing.
    if (name == "rpc_server_state") return ask(connection, "rpc_server_state", &Stub::rpc_server_state, {});
    if (name == "get_rpc_server_state") {
       return ask(connection, "get_rpc_server_state", &Stub::get_rpc_server_state, {});

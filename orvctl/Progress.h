@@ -1,4 +1,5 @@
-// A one-line progress bar for a person who watches. Used from one thread.
+// A one-line progress bar.
+// Thread-safety: one thread.
 #pragma once
 
 #include <chrono>
@@ -10,7 +11,7 @@ namespace orvctl {
 
 class Progress {
 public:
-   // Draws on `out` when `enabled`; otherwise every call does nothing.
+   // Draws on `out` if `enabled`; otherwise every call is a no-op.
    Progress(std::ostream& out, bool enabled, size_t total);
    // Removes the bar.
    ~Progress();
@@ -29,7 +30,7 @@ private:
    std::chrono::steady_clock::time_point nextDraw_ = start_;
 };
 
-// "[#####     ]  50%  500/1000  1234/s" with a bar of `cells` characters.
+// RETURNS: "[#####     ]  50%  500/1000  1234/s" with a bar of `cells` characters.
 std::string progressLine(size_t done, size_t total, double perSecond, size_t cells);
 
 }  // namespace orvctl

@@ -1,4 +1,5 @@
-// Results as rows: a table for a person, one JSON object per line for a program. Used from one thread.
+// Results as rows: a table for users, or one JSON object per line for programs.
+// Thread-safety: one thread.
 #pragma once
 
 #include <nlohmann/json.hpp>
@@ -11,10 +12,11 @@ namespace orvctl {
 
 class Rows {
 public:
-   // The names of the values in the order of the columns.
+   // `columns` are the keys of the values, in the order of the columns.
    Rows(Context& context, std::vector<std::string> columns);
 
-   // JSON is printed at once; a table waits for its end, so that its columns fit. False once nobody reads.
+   // Prints JSON at once; a table row waits for finish, when the column widths are known.
+   // RETURNS: false once the output cannot be written.
    bool add(const nlohmann::ordered_json& row);
    // Prints the table.
    void finish();

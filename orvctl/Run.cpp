@@ -47,7 +47,7 @@ void addGlobals(CLI::App& app, Context& context) {
    app.add_flag("--json", context.json, "Print results as JSON");
 }
 
-// What a person mistyped, in one line; CLI11 adds a hint of its own on a second one.
+// Joins the lines of an error text; CLI11 adds a hint on a second line.
 std::string oneLine(std::string text) {
    std::replace(text.begin(), text.end(), '\n', ' ');
    return text;
@@ -101,11 +101,11 @@ int run(const std::vector<std::string>& arguments, const Streams& streams) {
       context.out.flush();
       return code;
    } catch (const CLI::Success& success) {
-      // Help and version, asked for.
+      // --help or --version.
       app.exit(success, context.out, context.err);
       return kOk;
    } catch (const CLI::RequiredError& error) {
-      // A mistyped command is left over; CLI11 tells only that one is missing.
+      // A mistyped command is among the remaining arguments; CLI11 reports only that a command is missing.
       const auto left = app.remaining(true);
       context.err << "orvctl: "
                   << (left.empty() ? oneLine(error.what())

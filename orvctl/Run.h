@@ -1,4 +1,4 @@
-// The whole of orvctl behind one call, so that it can run in a test as well as in a process.
+// The whole of orvctl as one function, so that it can run in a test as well as in its own process.
 #pragma once
 
 #include <iosfwd>
@@ -7,7 +7,7 @@
 
 namespace orvctl {
 
-// The streams of one run; `interactive` lets progress be drawn on `err`.
+// The streams of one run; with `interactive`, progress is drawn on `err`.
 struct Streams {
    std::istream& in;
    std::ostream& out;
@@ -15,7 +15,8 @@ struct Streams {
    bool interactive = false;
 };
 
-// Runs one command line, without the program's name; returns the exit code (ExitCode.h). Throws nothing.
+// Runs one command line, given without the program's name. Does not throw.
+// RETURNS: the exit code (ExitCode.h).
 int run(const std::vector<std::string>& arguments, const Streams& streams);
 
 }  // namespace orvctl

@@ -11,7 +11,7 @@
 namespace orvctl {
 namespace {
 
-// What the event's counter grows by: signals in the low half, the end of the object in the high one.
+// Increments of the eventfd's counter: signals in the low half, the end of the object in the high half.
 constexpr uint64_t kSignal = 1;
 constexpr uint64_t kEnd = uint64_t{1} << 32;
 

@@ -1,7 +1,7 @@
-// The person at the keyboard has had enough: SIGINT or SIGTERM ends what runs, in order.
+// Calls a function on SIGINT or SIGTERM, so that a command can end in order.
 //
-// Thread-safety: constructed and destroyed by one thread, one at a time in a process; the function runs on a
-// thread of its own, and again for every further signal.
+// Thread-safety: one thread constructs and destroys it, and a process has one object at a time. The function
+// runs on a dedicated thread, and again after further signals.
 #pragma once
 
 #include <signal.h>
@@ -14,7 +14,7 @@ namespace orvctl {
 class StopSignal {
 public:
    explicit StopSignal(std::function<void()> onSignal);
-   // What the signals did before is in force again.
+   // Restores the previous signal actions.
    ~StopSignal();
    StopSignal(const StopSignal&) = delete;
    StopSignal& operator=(const StopSignal&) = delete;

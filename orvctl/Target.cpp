@@ -29,7 +29,7 @@ Target unixTarget(std::string_view what, std::string_view text, std::string_view
    return {.kind = Target::Kind::unixPath, .name = std::move(absolute), .port = {}};
 }
 
-// gRPC reads targets as URIs, so what is not allowed in a URI's path goes escaped.
+// gRPC parses targets as URIs, so characters that a URI's path does not allow are escaped.
 std::string percentEncoded(std::string_view path) {
    std::string out;
    for (char c : path) {

@@ -1,5 +1,5 @@
-// Addresses of a server and of its console, as a person writes them.
-// Free functions without state, safe from any thread.
+// Addresses of a server and of its console, as users write them.
+// Thread-safety: any thread.
 #pragma once
 
 #include <string>
@@ -7,7 +7,7 @@
 
 namespace orvctl {
 
-// Where orvctl looks when neither --target nor ORVCTL_TARGET says otherwise.
+// The target if neither --target nor ORVCTL_TARGET is given.
 inline constexpr std::string_view kDefaultTarget = "unix:/run/orvsdkrpcd/orvsdkrpcd.sock";
 
 struct Target {
@@ -18,21 +18,22 @@ struct Target {
    // TCP only.
    std::string port;
 
-   // The form that a gRPC channel takes.
+   // RETURNS: the form that a gRPC channel takes.
    std::string channelAddress() const;
-   // The form that a person reads and may pass as --target again.
+   // RETURNS: the readable form, which --target accepts.
    std::string text() const;
 
    bool operator==(const Target&) const = default;
 };
 
-// Reads "unix:PATH", "unix:///PATH", "unix-abstract:NAME", "HOST:PORT", "[IPV6]:PORT" or a bare path that
-// begins with "/" or ".". A relative path counts from the working directory; "unix://a/b" names /a/b. `what`
-// names the flag in the error. Throws UsageError.
+// Parses "unix:PATH", "unix:///PATH", "unix-abstract:NAME", "HOST:PORT", "[IPV6]:PORT" or a bare path that
+// begins with "/" or ".". A relative path starts at the working directory; "unix://a/b" names /a/b. `what`
+// names the flag in the error.
+// THROWS: UsageError.
 Target parseTarget(std::string_view what, std::string_view text);
 
-// The console beside a server: "console.sock" in the directory of its socket. Throws UsageError for a target
-// without a path, which has no such neighbour.
+// RETURNS: the console beside a server: "console.sock" in the directory of its socket.
+// THROWS: UsageError if the target is not a unix path.
 Target consoleBeside(const Target& server);
 
 }  // namespace orvctl

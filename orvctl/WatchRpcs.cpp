@@ -25,7 +25,7 @@ struct Words {
    std::string kind;
 };
 
-// The words of the console and of the other commands; what has none is called as its RPC is.
+// The words that the console and the other commands use; an RPC without one uses its own name.
 Words wordsOf(const MethodDescriptor& method) {
    static const std::map<std::string, Words> words = {
         {"orv.remote.AclMgrService.watch", {"acl", ""}},
@@ -67,7 +67,7 @@ WatchRpc describe(const MethodDescriptor& method) {
    return watch;
 }
 
-// Calls `each` with every part of the words that stands between commas.
+// Calls `each` with every comma-separated part of the words.
 template <typename Each>
 void forEachPart(const std::vector<std::string>& words, Each each) {
    for (const std::string& word : words) {

@@ -1,5 +1,5 @@
 // The watch RPCs that this program was built with, and their requests.
-// Free functions over constant data, safe from any thread.
+// Thread-safety: any thread.
 #pragma once
 
 #include <google/protobuf/descriptor.h>
@@ -11,43 +11,46 @@
 
 namespace orvctl {
 
-// One watch, and what its request lets the client choose; null where there is no such choice.
+// One watch RPC, and the fields of its request that the client may set; null for a field that it does not
+// have.
 struct WatchRpc {
-   // What a person calls it: "intf".
+   // Its name on the command line: "intf".
    std::string word;
-   // What can be selected, in words: "interface". Empty where there is no selection.
+   // What can be selected, as text for the user: "interface". Empty if nothing can be selected.
    std::string kind;
    const google::protobuf::MethodDescriptor* method = nullptr;
    const google::protobuf::FieldDescriptor* all = nullptr;
    const google::protobuf::FieldDescriptor* name = nullptr;
    const google::protobuf::FieldDescriptor* intf = nullptr;
    const google::protobuf::FieldDescriptor* regex = nullptr;
-   // The message that holds `fields`, and the enumeration of these.
+   // The message that holds `fields`, and the enumeration of its values.
    const google::protobuf::FieldDescriptor* fieldsControl = nullptr;
    const google::protobuf::EnumDescriptor* field = nullptr;
    const google::protobuf::FieldDescriptor* ack = nullptr;
 };
 
-// All of them but the alive watch, which delivers nothing.
+// RETURNS: all watch RPCs except the alive watch, which delivers nothing.
 const std::vector<WatchRpc>& watchRpcs();
-// The watch of that word, which must be one.
+// RETURNS: the watch RPC with this word.
+// REQUIRES: it exists.
 const WatchRpc& watchRpc(const std::string& word);
 
-// What a person chose. Nothing chosen of `name` and `intf` stands for all.
+// The user's choice. Without `name` and `intf`, the watch covers all.
 struct WatchChoice {
    std::string name = {};
    std::string intf = {};
    std::string regex = {};
-   // Words, names or numbers, several in one with commas.
+   // Words, names or numbers; one element may hold several, separated by commas.
    std::vector<std::string> fields = {};
    bool ack = false;
 };
 
-// The request for it. Throws UsageError for a field that is none.
+// RETURNS: the request for the choice.
+// THROWS: UsageError for an unknown field.
 std::unique_ptr<google::protobuf::Message> watchRequest(const WatchRpc& watch, const WatchChoice& choice);
 
-// Whether the server will show what is there first for this request of `watch`, and then tell that it is
-// complete. A number that is no field of the enumeration asks for nothing.
+// RETURNS: whether the server will first dump the current state for this request of `watch`, and then report
+// that the dump is complete. A number outside the enumeration requests nothing.
 bool asksForDump(const WatchRpc& watch, const google::protobuf::Message& request);
 
 }  // namespace orvctl

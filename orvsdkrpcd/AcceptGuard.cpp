@@ -23,8 +23,8 @@ public:
       refill();
    }
 
-   // Called when `listener` could not be accepted from for want of a descriptor. Leaves errno at EAGAIN;
-   // false when the guard is not in force, with errno as it was.
+   // Called when accept4() on `listener` failed for lack of file descriptors. Sets errno to EAGAIN.
+   // RETURNS: false, with errno unchanged, if the guard is not active.
    bool refuseWaiting(int listener) {
       const int error = errno;
       const std::lock_guard lock(mutex_);
@@ -80,7 +80,7 @@ void guardAccept() {
 
 }  // namespace orvsdkrpcd
 
-// In place of the C library's, for every caller in the process.
+// Replaces the C library's accept4() for every caller in the process.
 extern "C" int accept4(int listener, sockaddr* address, socklen_t* length, int flags) {
    const auto client = static_cast<int>(syscall(SYS_accept4, listener, address, length, flags));
    if (client < 0 && (errno == EMFILE || errno == ENFILE)) orvsdkrpcd::reserve().refuseWaiting(listener);

@@ -1,17 +1,17 @@
 // Keeps listening sockets alive when the process runs out of file descriptors.
 //
-// gRPC gives a listener up for good at the first accept4() that fails with EMFILE: the server would look
-// healthy and be reachable for nobody new, even with descriptors free again. So this program defines
-// accept4() itself: with no descriptor left, it gives up one that it keeps in reserve, accepts the waiting
-// clients with it, closes them at once, and tells the caller that nobody is waiting. A client so refused sees
-// its connection closed and may try again.
+// gRPC abandons a listener for good at the first accept4() that fails with EMFILE: the server looks healthy
+// but is unreachable for new clients, even when file descriptors are free again. This program therefore
+// defines accept4() itself. When no file descriptor is left, it closes one that it keeps in reserve, accepts
+// each waiting client, closes that connection at once, and reports EAGAIN to the caller. A client that is
+// refused this way sees its connection closed and may try again.
 //
 // Thread-safety: any thread.
 #pragma once
 
 namespace orvsdkrpcd {
 
-// Takes the reserve. Without the call, accept4() is the kernel's alone.
+// Opens the reserve and activates the guard. Before this call, accept4() is just the system call.
 void guardAccept();
 
 }  // namespace orvsdkrpcd

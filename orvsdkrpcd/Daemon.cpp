@@ -27,7 +27,7 @@
 namespace orvsdkrpcd {
 namespace {
 
-// State, lock, console, gRPC's own and a handful of clients.
+// Enough for the state directory, the lock, the console, gRPC itself and a handful of clients.
 constexpr rlim_t kLeastFiles = 64;
 
 std::vector<std::string> texts(const std::vector<ListenAddress>& addresses) {
@@ -37,7 +37,7 @@ std::vector<std::string> texts(const std::vector<ListenAddress>& addresses) {
    return texts;
 }
 
-// The agent, with a word to the daemon once the SDK has initialised it.
+// The agent, which notifies the daemon once the SDK has initialised it.
 class HostedAgent final : public OrvSdkRpc::Agent {
 public:
    HostedAgent(orv::sdk& sdk, const Settings& settings, std::function<void()> onInitialized)
@@ -69,8 +69,8 @@ std::unique_ptr<softswitch::SoftSwitch> openSwitch(const Settings& settings, con
    }
 }
 
-// The console listens before the state directory is opened, so that an address that is refused leaves nothing
-// behind; its commands are answered once there is a switch.
+// The console listens before the state directory is opened, so that a refused address leaves nothing behind.
+// It answers commands once the switch exists.
 class Console {
 public:
    explicit Console(const Settings& settings) {
@@ -87,7 +87,7 @@ public:
       }
    }
 
-   // Serves `commands` for the life of the returned guard, at whose end the console stops.
+   // Serves `commands` until the returned guard is destroyed, which stops the console.
    auto serve(softswitch::console::Commands& commands) {
       commands_.store(&commands, std::memory_order_release);
       const auto stop = [](Console* console) {
@@ -101,14 +101,14 @@ private:
    std::unique_ptr<softswitch::console::Server> server_;
 };
 
-// Whoever wrote the lock file beside a unix socket; empty when nobody is named.
+// RETURNS: the process id in the lock file beside a unix socket; empty if the file contains none.
 std::string lockOwner(const std::string& socketPath) {
    std::string owner;
    std::getline(std::ifstream(socketPath + ".lock"), owner);
    return owner.find_first_not_of("0123456789") == std::string::npos ? owner : std::string();
 }
 
-// Why the agent found an address to be in use.
+// Explains why the agent found an address in use.
 std::string whyBusy(const ListenAddress& listen) {
    std::string expected = "an address that is not in use";
    if (!listen.socketPath.empty()) {
@@ -122,7 +122,7 @@ std::string whyBusy(const ListenAddress& listen) {
    return fmt::format("--listen is '{}', expected {}", listen.text, expected);
 }
 
-// Waits, on a thread of its own, for the server to take calls or to fail.
+// Waits on its own thread until the server accepts calls or has failed.
 class StartWatch {
 public:
    StartWatch(const Settings& settings, const Log& log, ServiceStatus& status, StopSequence& stop)
@@ -137,7 +137,8 @@ public:
    void join() {
       if (thread_.joinable()) thread_.join();
    }
-   // After join(): nothing could be served, and that is why the process ends.
+   // RETURNS: whether the process ends because nothing could be served.
+   // REQUIRES: join() was called.
    bool failed() const { return failed_; }
 
 private:
@@ -151,7 +152,7 @@ private:
          status_.ready();
          return;
       }
-      // A stop may come before the server takes calls.
+      // A stop may come before the server accepts calls.
       if (stop_.begun()) return;
       if (agent.addresses().empty()) {
          for (const ListenAddress& listen : settings_.listen)
@@ -209,7 +210,7 @@ int serve(const Settings& settings, const Log& log) {
    try {
       sdk->mainLoop();
    } catch (const std::exception& error) {
-      // The agent's server thread still runs, so nothing can be taken down in order.
+      // The agent's server thread still runs, so an orderly shutdown is impossible.
       log(fmt::format("the switch failed: {}", error.what()));
       std::_Exit(kFailed);
    }

@@ -17,16 +17,18 @@ enum ExitCode : int {
    kUsage = 2,
 };
 
-// Takes one line for the operator, from any thread.
+// Logs one line for the operator; may be called from any thread.
 using Log = std::function<void(std::string_view)>;
 
-// Raises the limit of open files as far as it goes, since every client needs one, and keeps the listeners
-// alive when it is reached. Throws UsageError where the limit is too low to serve at all.
+// Raises the limit of open files to its maximum, since every client needs a file descriptor, and keeps the
+// listeners alive when the limit is reached.
+// THROWS: UsageError if the maximum is too low to serve at all.
 void prepareFileLimit();
 
-// Runs until TERM, INT or a failure. Called once, on the main thread, before there are others. Throws
-// UsageError when the state directory or the console's address cannot be used; returns an exit code
-// otherwise.
+// Runs until TERM, INT or a failure.
+// REQUIRES: called once, on the main thread, before other threads exist.
+// RETURNS: an exit code.
+// THROWS: UsageError if the state directory or the console's address cannot be used.
 int serve(const Settings& settings, const Log& log);
 
 }  // namespace orvsdkrpcd

@@ -10,7 +10,7 @@ using grpc::health::v1::HealthCheckResponse;
 
 namespace {
 
-// How soon a client that went away is noticed; its thread sleeps in between.
+// How often a watch checks whether its client has gone away; its thread sleeps in between.
 constexpr std::chrono::milliseconds kCancelCheck{250};
 
 }  // namespace

@@ -1,8 +1,8 @@
 // The gRPC health service of this process.
 //
-// gRPC has one of its own, but on that one's account callback threads poll the server's sockets beside the
-// pump and take events away from it, which costs a third of the unary throughput. This one is synchronous;
-// the threads that serve it sleep on a condition and poll nothing.
+// With gRPC's built-in health service, callback threads poll the server's sockets beside the pump and take
+// events from it, which costs a third of the unary throughput. This service is synchronous: its threads sleep
+// on a condition variable and do not poll.
 //
 // Thread-safety: any thread.
 #pragma once
@@ -18,12 +18,12 @@ namespace orvsdkrpcd {
 
 class HealthService final : public grpc::health::v1::Health::Service {
 public:
-   // A watch keeps a thread; the client after the last one gets RESOURCE_EXHAUSTED.
+   // Each watch occupies a thread; further clients get RESOURCE_EXHAUSTED.
    static constexpr int maxWatches = 32;
 
-   // From here on the server as a whole and each of `services` (full names) are SERVING.
+   // From now on the server as a whole and each of `services` (full names) are SERVING.
    void servingIs(std::set<std::string> services);
-   // From here on nothing is, and every watch ends after saying so.
+   // From now on everything is NOT_SERVING, and every watch ends after reporting that.
    void stop();
 
    grpc::Status Check(grpc::ServerContext* context, const grpc::health::v1::HealthCheckRequest* request,

@@ -1,10 +1,10 @@
 // The address that gRPC is served on.
-// Free functions without state of their own, safe from any thread.
+// Thread-safety: any thread.
 //
-// Two readers take an address apart, and must come to the same place: the agent, which locks a unix socket's
-// path and probes an IPv4 port, and gRPC, which binds. The agent takes what stands behind the seventh
-// character of a unix address as its path and knows no IPv6; gRPC takes what stands behind "unix:" and
-// decodes "%XX". So an address is brought into a form that both read alike, or refused.
+// Two components parse an address and have to agree on the result: the agent locks a unix socket's path and
+// probes an IPv4 port, and gRPC binds. The agent takes everything after the seventh character of a unix
+// address as the path, and does not know IPv6. gRPC takes everything after "unix:" and decodes "%XX". An
+// address is therefore normalised to a form that both parse alike, or refused.
 #pragma once
 
 #include <string>
@@ -13,7 +13,7 @@
 namespace orvsdkrpcd {
 
 struct ListenAddress {
-   // What agent and gRPC are given: "unix:///PATH", "unix-abstract:NAME" or "IPV4:PORT".
+   // The normalised form: "unix:///PATH", "unix-abstract:NAME" or "IPV4:PORT".
    std::string text;
    // The socket's absolute path; empty for the other kinds.
    std::string socketPath;
@@ -21,12 +21,14 @@ struct ListenAddress {
    bool operator==(const ListenAddress&) const = default;
 };
 
-// Reads "unix:PATH" (a relative path counts from the working directory), "unix:///PATH", "unix://PATH" (the
-// same, as the agent reads it), "unix-abstract:NAME", "IPV4:PORT" or "localhost:PORT". Throws UsageError.
+// Parses "unix:PATH" (a relative path starts at the working directory), "unix:///PATH", "unix://PATH" (the
+// same, as the agent reads it), "unix-abstract:NAME", "IPV4:PORT" or "localhost:PORT".
+// THROWS: UsageError.
 ListenAddress parseListenAddress(std::string_view flag, std::string_view value);
 
-// Looks, without touching anything, whether a socket can be made at `path`: the directory is there and
-// writable, and what may be at the path already is a socket. Throws UsageError.
+// Checks, without side effects, that a socket can be created at `path`: the directory exists and is writable,
+// and the path is free or a socket.
+// THROWS: UsageError.
 void requireSocketPlace(std::string_view flag, std::string_view value, const std::string& path);
 
 }  // namespace orvsdkrpcd

@@ -1,4 +1,4 @@
-// The daemon behind one call.
+// The whole daemon as one function.
 #pragma once
 
 #include <string>
@@ -6,8 +6,9 @@
 
 namespace orvsdkrpcd {
 
-// Runs one command line, without the program's name; returns the exit code (Daemon.h). Main thread, once in a
-// process.
+// Runs one command line, given without the program's name.
+// REQUIRES: called once in a process, on the main thread.
+// RETURNS: the exit code (Daemon.h).
 int run(const std::vector<std::string>& arguments);
 
 }  // namespace orvsdkrpcd

@@ -9,7 +9,7 @@
 namespace orvsdkrpcd {
 namespace {
 
-// gRPC asks for plugins through a plain function, so what they share is the process's.
+// gRPC creates plugins through a plain function pointer, so their shared state is global.
 const std::shared_ptr<HealthService>& health() {
    static const auto service = std::make_shared<HealthService>();
    return service;

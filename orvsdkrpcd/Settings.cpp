@@ -20,7 +20,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// The switch makes the directory, but not the way to it.
+// The switch creates the directory, but not its parents.
 std::string checkStateDir(const std::string& value) {
    if (value.empty()) refuse("--state-dir", value, "the directory of the switch's state");
    struct stat info {};
@@ -53,7 +53,7 @@ std::vector<ListenAddress> checkListen(const std::vector<std::string>& values) {
       if (std::any_of(addresses.begin(), addresses.end(), same))
          refuse("--listen", value, "each address once");
       if (!address.socketPath.empty()) {
-         // The agent guards one socket with a lock file and cleans it up.
+         // The agent locks and removes one socket only.
          if (hasSocket)
             refuse("--listen", value, "one unix path at most, beside any number of other addresses");
          hasSocket = true;
@@ -88,7 +88,7 @@ std::optional<softswitch::console::Address> checkConsole(const std::string& valu
    }
 }
 
-// Each name once; a value may hold further equals signs, and be any printable text but an empty one.
+// Each name may occur once. A value is any non-empty printable text, and may contain further equals signs.
 std::map<std::string, std::string> checkOptions(const std::vector<std::string>& values) {
    std::map<std::string, std::string> options;
    for (const auto& value : values) {
@@ -113,7 +113,8 @@ std::map<std::string, std::string> checkOptions(const std::vector<std::string>& 
 }
 
 int checkMaxStreams(std::int64_t value) {
-   // A controller with a watch of each kind beside its calls has some thirty; more than the most is a slip.
+   // A controller with a watch of each kind beside its calls has some thirty; a value above `most` is a
+   // mistake.
    constexpr std::int64_t most = 65536;
    if (value < 1 || value > most) {
       refuse("--max-streams", std::to_string(value), fmt::format("1 to {}", most));

@@ -1,5 +1,5 @@
-// What the command line and the config file say, read and then checked as a whole.
-// Plain values; the functions are for the main thread, before anything else runs.
+// The settings from the command line and the config file, read first and then checked as a whole.
+// Thread-safety: plain values; the functions run on the main thread before other threads exist.
 #pragma once
 
 #include <cstdint>
@@ -31,9 +31,9 @@ struct Flags {
    std::int64_t maxStreams = 256;
 };
 
-// As understood.
+// After all checks.
 struct Settings {
-   // At least one; a unix path at most once.
+   // At least one address; at most one of them is a unix path.
    std::vector<ListenAddress> listen;
    std::string stateDir;
    bool bfd = false;
@@ -43,16 +43,18 @@ struct Settings {
    std::map<std::string, std::string> agentOptions;
    softswitch::store::Durability durability = softswitch::store::Durability::process;
    bool stay = false;
-   // Calls and streams that are open on one connection.
+   // The maximum of open calls and streams on one connection.
    int maxStreams = 256;
 };
 
-// Reads the command line, without the program's name, and the config file that it may name. Returns nothing
-// when the line asked for help or the version, which is then in `answer`. Throws UsageError.
+// Reads the command line, given without the program's name, and the config file, if it names one.
+// RETURNS: nothing if the command line asks for help or the version; that text is then in `answer`.
+// THROWS: UsageError.
 std::optional<Flags> readFlags(const std::vector<std::string>& arguments, std::string& answer);
 
-// Checks every value and reads the files that flags name; creates nothing. Feature toggles and trace levels,
-// which are settings of the process, are in force afterwards. Throws UsageError.
+// Checks every value and reads the files that flags name; creates nothing. Applies feature toggles and trace
+// levels, which are process-wide.
+// THROWS: UsageError.
 Settings checkFlags(const Flags& flags);
 
 }  // namespace orvsdkrpcd

@@ -1,4 +1,4 @@
-// The one way in which this process ends in order, whoever asks for it: a signal, or a start that failed.
+// The orderly shutdown of this process, after a signal or a failed start.
 //
 // Thread-safety: any thread. The switch, the health service and the status must outlive the sequence.
 #pragma once
@@ -19,11 +19,11 @@ public:
    StopSequence(const Log& log, ServiceStatus& status, HealthService& health, softswitch::SoftSwitch& sdk)
         : log_(log), status_(status), health_(health), switch_(sdk) {}
 
-   // Begins the end: the service manager and health clients are told, the switch's main loop ends. `why` goes
-   // to the log. Without effect, and false, when the end has begun.
+   // Begins the shutdown: logs `why`, notifies the service manager and health clients, and ends the switch's
+   // main loop. A no-op if the shutdown has already begun.
+   // RETURNS: false if it had already begun.
    bool begin(std::string_view why);
-   // The same, but a request that comes while the process ends makes the switch stop waiting for
-   // acknowledgements.
+   // The same, but a request during the shutdown makes the switch stop waiting for acknowledgements.
    void beginOrHurry(std::string_view why);
 
    bool begun() const { return begun_.load(); }
@@ -33,7 +33,7 @@ private:
    ServiceStatus& status_;
    HealthService& health_;
    softswitch::SoftSwitch& switch_;
-   // Held for all steps, so that a second request finds the first one carried out.
+   // Held for all steps, so that a second request finds the first one completed.
    std::mutex mutex_;
    std::atomic<bool> begun_{false};
 };

@@ -44,7 +44,7 @@ void StopSignals::start(std::function<void(int)> onSignal) {
 void StopSignals::stop() {
    if (!thread_.joinable()) return;
    const uint64_t one = 1;
-   // An eventfd that counts one up cannot fail.
+   // Adding one to this eventfd cannot fail.
    [[maybe_unused]] const ssize_t written = write(stopFd_, &one, sizeof(one));
    thread_.join();
 }

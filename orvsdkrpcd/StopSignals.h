@@ -1,7 +1,8 @@
-// TERM and INT, taken by a thread of their own.
+// TERM and INT, received by a dedicated thread.
 //
-// Thread-safety: constructed and destroyed by the main thread, before it starts and after it has ended other
-// threads: the signals are blocked in the constructing thread and in those that it starts later.
+// Thread-safety: the main thread constructs the object before it starts other threads, and destroys it after
+// they have ended. The signals are blocked in the constructing thread and in the threads that it starts
+// later.
 #pragma once
 
 #include <functional>
@@ -11,16 +12,17 @@ namespace orvsdkrpcd {
 
 class StopSignals {
 public:
-   // Blocks the signals. Throws std::system_error.
+   // Blocks the signals.
+   // THROWS: std::system_error.
    StopSignals();
    ~StopSignals();
    StopSignals(const StopSignals&) = delete;
    StopSignals& operator=(const StopSignals&) = delete;
 
-   // From here on `onSignal(number)` is called, on the signals' thread, for each one, those included that
-   // came before.
+   // From now on the dedicated thread calls `onSignal(number)` for each signal, including signals that came
+   // before.
    void start(std::function<void(int)> onSignal);
-   // Ends the thread; nothing is called any more.
+   // Ends the thread; `onSignal` is not called any more.
    void stop();
 
 private:

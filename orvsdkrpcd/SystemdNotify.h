@@ -1,5 +1,5 @@
-// Tells the service manager how far this process is: one datagram to the socket that NOTIFY_SOCKET names
-// (sd_notify(3)).
+// Reports the state of this process to the service manager, in one datagram to the socket that NOTIFY_SOCKET
+// names (sd_notify(3)).
 //
 // Thread-safety: any thread.
 #pragma once
@@ -9,15 +9,15 @@
 
 namespace orvsdkrpcd {
 
-// Sends "READY=1" and the like. Without NOTIFY_SOCKET, and when nobody takes it, nothing happens.
+// Sends `state`, such as "READY=1". A no-op without NOTIFY_SOCKET; failures are ignored.
 void notifyServiceManager(std::string_view state) noexcept;
 
-// What the service manager is told over the life of the process, in an order that it can trust.
+// Reports the state changes of the process to the service manager, in order.
 class ServiceStatus {
 public:
-   // "READY=1", unless the process is stopping.
+   // Sends "READY=1", unless the process is stopping.
    void ready() noexcept;
-   // "STOPPING=1", at the first call.
+   // Sends "STOPPING=1" at the first call.
    void stopping() noexcept;
 
 private:

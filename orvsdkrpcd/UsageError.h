@@ -1,4 +1,5 @@
-// A value that the program cannot use. Values, safe from any thread.
+// The exception for a value that the program cannot use.
+// Thread-safety: a plain value.
 #pragma once
 
 #include <fmt/format.h>

@@ -117,7 +117,7 @@ bool isOn(const Flags& flags) {
    throw UsageError(fmt::format("the state is '{}', expected on or off", flags.state));
 }
 
-// The answer of a commit is on the watch, which therefore stands before the commit is sent.
+// The result of a commit arrives on the watch, so the watch has to be active before the commit is sent.
 int commitAndWait(Context& context) {
    auto connection = context.connect();
    auto committer = context.connect();
@@ -156,7 +156,7 @@ int commit(Context& context, const Flags& flags) {
    return kOk;
 }
 
-// A subcommand about one list.
+// Adds a subcommand for one list.
 CLI::App* addKeyed(CLI::App& command, const std::string& name, const std::string& description, Flags& flags) {
    auto* sub = command.add_subcommand(name, description);
    sub->add_option("name", flags.name, "List")->required()->type_name("NAME");

@@ -13,7 +13,7 @@ namespace rpc = orv::remote;
 
 namespace {
 
-// Names and their values: those given, or all that the list RPC tells.
+// Prints names and their values: the given ones, or all that the list RPC returns.
 template <typename ListReply, typename ListRequest, typename Reply, typename Request>
 int values(Context& context, std::vector<std::string> names, const std::string& listRpc,
            const std::string& valueRpc) {

@@ -23,7 +23,7 @@ struct Flags {
    bool keep = false;
 };
 
-// Host routes, one after the other from the first address on.
+// Consecutive host routes, starting at the first address.
 class RouteSource {
 public:
    RouteSource(const Flags& flags) : flags_(flags) {

@@ -14,7 +14,7 @@ void addConsoleCommand(CLI::App& app, Context& context);
 void addInitCommand(CLI::App& app, Context& context);
 void addResyncCommand(CLI::App& app, Context& context);
 void addNexthopGroupCommand(CLI::App& app, Context& context);
-// `nhg list`, `nhg show` and `nhg counters`, below the command of the programming service's groups.
+// Adds `nhg list`, `nhg show` and `nhg counters` to the `nhg` command.
 void addNexthopGroupViews(CLI::App& command, Context& context);
 void addRouteCommand(CLI::App& app, Context& context);
 void addTunnelCommand(CLI::App& app, Context& context);

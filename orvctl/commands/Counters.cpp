@@ -23,7 +23,7 @@ std::vector<std::string> allNames(Context& context, Connection& connection) {
    return names;
 }
 
-// One row per interface: its name, and then what `record(connection, name)` holds.
+// Prints one row per interface: its name, and then the fields of `record(connection, name)`.
 template <typename Record>
 int show(Context& context, std::vector<std::string> names, std::vector<std::string> columns, Record record) {
    auto connection = context.connect();

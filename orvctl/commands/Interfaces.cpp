@@ -1,4 +1,4 @@
-// intf and phy: interfaces of every kind, and the physical ones.
+// The commands intf (interfaces of every kind) and phy (physical interfaces).
 #include <fmt/format.h>
 
 #include <map>
@@ -20,8 +20,8 @@ const char* adminWord(bool enabled) {
    return enabled ? "up" : "down";
 }
 
-// The interfaces as they are, from a watch that ends where changes would begin. What changes meanwhile is
-// merged in, so that the picture is that of its end.
+// Reads the current interfaces from a watch, which ends when its dump is complete. Changes during the dump
+// are merged, so that the result is the state at its end.
 std::map<std::string, rpc::WatchIntfResponse> readInterfaces(Context& context, Connection& connection) {
    rpc::WatchIntfRequest request;
    request.set_all(true);

@@ -1,4 +1,4 @@
-// nhg list, show and counters: what the switch has, whoever put it there.
+// nhg list, show and counters: all groups of the switch, not only those of the programming service.
 #include <fmt/format.h>
 
 #include <memory>
@@ -50,7 +50,8 @@ Reply askGroup(Connection& connection, const std::string& method, const std::str
    return ask<Reply>(connection, "NexthopGroupMgrService/" + method, name, request);
 }
 
-// "0: 10.0.0.1 Ethernet1 push 100/200", outermost label first as the switch has them.
+// RETURNS: "10.0.0.1 Ethernet1 push 100/200", with the labels in the order of the switch, the outermost
+// first.
 std::string entryText(const rpc::NexthopGroupEntry& entry) {
    std::string text;
    auto word = [&](std::string_view more) {

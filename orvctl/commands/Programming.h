@@ -1,4 +1,5 @@
-// What the commands of the programming service have in common. Used from one thread.
+// Code that the commands of the programming service share.
+// Thread-safety: one thread.
 #pragma once
 
 #include <fmt/format.h>
@@ -38,9 +39,9 @@ int sendItems(Context& context, const char* rpc, Method method, const BulkPlan<B
    return reportBulk(context, result);
 }
 
-// What a command deletes: the lines of `file`, or else the `arguments`, called `what` in words to a person
-// ("PREFIX"). `command` is the command as it is typed ("route del"). `add(where, text, number)` is called for
-// each. Both or neither: UsageError.
+// Calls `add(where, text, number)` for each item that a command deletes: the lines of `file`, or else the
+// `arguments`. Error texts call the arguments `what` ("PREFIX") and the command `command` ("route del").
+// THROWS: UsageError if both or neither are given.
 void forEachDeleted(Context& context, std::string_view command, std::string_view what,
                     const std::string& file, const std::vector<std::string>& arguments,
                     const std::function<void(const std::string&, std::string_view, size_t)>& add);

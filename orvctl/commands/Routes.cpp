@@ -75,7 +75,7 @@ int del(Context& context, const Flags& flags) {
    Plan plan(flags.batch);
    const auto add = [&](const std::string& what, std::string_view text, size_t number) {
       pb::ip_route_msg route;
-      // A line may go on as one of 'route load' does.
+      // The rest of the line is ignored, so that a file for 'route load' works here too.
       *route.mutable_prefix() = parsePrefix(what, nextWord(text));
       plan.add(std::move(route), number);
    };

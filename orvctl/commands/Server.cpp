@@ -45,7 +45,7 @@ int init(Context& context, const pb::rpc_server_config_msg& request) {
    line("MPLS routes", reply.mpls_routes_exist());
    line("nexthop groups", reply.nexthop_groups_exist());
    line("nexthop group tunnels", reply.nexthop_group_tunnels_exist());
-   // Without a policy map the answer about redirects is always yes and says nothing.
+   // Without a policy map, the answer about redirects is always yes and means nothing.
    if (!request.cbf_nexthop_group_redirect_policy_map_name().empty()) {
       line("CBF redirects", reply.cbf_redirects_exist());
    }

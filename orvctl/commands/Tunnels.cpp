@@ -40,7 +40,7 @@ int set(Context& context, const Flags& flags) {
          const std::string where = fmt::format("{} line {}", flags.file, number);
          pb::nexthop_group_tunnel_msg tunnel;
          messageFromJson(where, line, tunnel);
-         // Without a group the message is a delete.
+         // A message without a group is a delete.
          if (tunnel.nexthop_group_name().empty()) {
             throw UsageError(
                  fmt::format("{} is '{}', expected a JSON nexthop_group_tunnel_msg with nexthop_group_name",

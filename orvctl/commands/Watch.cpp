@@ -29,17 +29,17 @@ std::string footer(const WatchRpc& rpc) {
 struct Flags {
    WatchChoice choice;
    bool all = false;
-   // 0: no end.
+   // 0: no limit.
    uint64_t count = 0;
 };
 
 class Printer {
 public:
-   // `dumps`: the server shows what is there first, and acknowledges the end of that.
+   // `dumps`: the server first dumps the current state, and acknowledges the end of the dump.
    Printer(Context& context, const Flags& flags, bool dumps)
         : context_(context), flags_(flags), dumps_(dumps) {}
 
-   // False when there is nothing left to do.
+   // RETURNS: false if the watch should end.
    bool print(const Message& reply) {
       if (isAcknowledgement(reply)) {
          const char* words = dumps_ ? "# complete, changes follow" : "# watching";
@@ -61,13 +61,13 @@ private:
    uint64_t events_ = 0;
 };
 
-// The option that selects one.
+// RETURNS: the name of the option that selects one object.
 const char* selector(const WatchRpc& rpc) {
    return rpc.name ? "name" : "intf";
 }
 
-// The server goes on with a dump only once it has written something, and writes nothing of what is not
-// selected: that one's entry waits for its next event.
+// The server continues a dump only after a write, and writes nothing for objects that are not selected. The
+// entry of the selected object may therefore wait for its next event.
 void tellThatADumpMayWait(Context& context, const WatchRpc& rpc, const std::string& name) {
    context.err << fmt::format(
         "orvctl: watch {0}: what is there of {1} may come only with its next event; "
@@ -117,7 +117,7 @@ void checkSelection(const WatchRpc& rpc, const Flags& flags) {
    throw UsageError(fmt::format("--all stands beside --{}, expected one or the other", selector(rpc)));
 }
 
-// The option that selects one. An empty name would be none that an event can have.
+// Adds the option that selects one object. No event has an empty name, so an empty name is refused.
 void addSelector(CLI::App& command, const WatchRpc& rpc, std::string& name) {
    const std::string option = fmt::format("--{}", selector(rpc));
    command

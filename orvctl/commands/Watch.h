@@ -1,4 +1,5 @@
-// A watch as a command. Used from one thread.
+// A watch as a command.
+// Thread-safety: one thread.
 #pragma once
 
 #include <string>

@@ -1,9 +1,9 @@
 #pragma once
 
-// Tasks by derivation: a class overrides taskExecute and is scheduled as a Gorm::Task.
+// Tasks by inheritance: a class overrides taskExecute and is scheduled as a Gorm::Task.
 // Thread-safety: as Gorm::Task. Destroy an object with the activity lock held or on the main loop's thread,
-// so that no execution meets a half-destroyed object; also inside its own taskExecute, while scheduled or
-// not.
+// so that no execution meets a half-destroyed object. An object may also be destroyed in its own taskExecute,
+// whether it is scheduled or not.
 
 #include <cstdint>
 
@@ -29,7 +29,7 @@ public:
    const Gorm::Task& task() const { return *task_; }
 
 protected:
-   /// One execution, on the main loop's thread with the activity lock held.
+   // Runs one execution, on the main loop's thread with the activity lock held.
    virtual void taskExecute() = 0;
 
    bool taskRunning() const { return task_->runState() == Gorm::RunState::running; }
@@ -41,12 +41,12 @@ private:
    const Ptr<Gorm::Task> task_;
 };
 
-/// A task that can also be asked for later.
+// A task that can also be scheduled with a delay.
 class TimerTask : public Task {
 public:
    using Task::Task;
 
-   /// Runs the task `delayNanos` from now, or at an earlier time that was asked for before.
+   // Runs the task in `delayNanos`, or earlier if it is already scheduled for an earlier time.
    void scheduleTaskLowestDelay(std::int64_t delayNanos) { task().scheduleTaskLowestDelay(delayNanos); }
 };
 

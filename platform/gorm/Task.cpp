@@ -43,7 +43,7 @@ void Task::unscheduleTask() {
 
 void Task::retire() {
    const Pavo::Ptr<Task> keep(this);
-   // Dropped after the lock, since it may own anything.
+   // Destroyed after the lock is released, since it may own anything.
    WorkFunction work;
    Zelt::ActivityLockAnchor lock(scheduler_->lock());
    scheduler_->unschedule(*this);

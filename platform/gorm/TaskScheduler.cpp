@@ -33,7 +33,7 @@ unsigned TaskScheduler::runReady(std::int64_t sliceNanos) {
    if (current_ != nullptr)
       throw std::logic_error("tasks are run from inside task '" + current_->name() + "'");
    awake_ = true;
-   // Stands if a task throws: then the loop comes again at once.
+   // Stays 0 if a task throws, so that the loop comes back at once.
    wakeAt_ = 0;
    unsigned executions = 0;
    std::int64_t now = Clock::steadyNanos();
@@ -81,8 +81,8 @@ void TaskScheduler::taskGone(Task& task) noexcept {
    (task.nextMade_ != nullptr ? task.nextMade_->previousMade_ : lastTask_) = task.previousMade_;
 }
 
-// A scheduled task carries one reference of the scheduler's, which passes from the timers to the ready list
-// and from there to the execution.
+// The scheduler holds one reference to a scheduled task. It passes from the timers to the ready list and from
+// there to the execution.
 
 void TaskScheduler::makeReady(Task& task) {
    if (task.timerSlot_ != Task::noSlot) {
@@ -151,7 +151,7 @@ void TaskScheduler::expireTimers(std::int64_t now) {
 
 void TaskScheduler::execute(Task& task, std::int64_t& now) {
    unlinkReady(task);
-   // Ends the execution whichever way the work function is left, and gives up the scheduler's reference last.
+   // Ends the execution, also when the work function throws, and drops the scheduler's reference.
    struct Execution {
       TaskScheduler& scheduler;
       Task& task;
@@ -188,7 +188,7 @@ bool TaskScheduler::shouldYield(const Task& task) const {
 void TaskScheduler::wakeFor(std::int64_t deadline) noexcept {
    if (awake_ || deadline >= wakeAt_) return;
    awake_ = true;
-   // Beside the system call that follows, the look at the clock costs nothing.
+   // The cost of reading the clock is negligible beside the system call that follows.
    wokenAt_ = Clock::steadyNanos();
    signalLoop();
 }

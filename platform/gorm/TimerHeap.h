@@ -1,8 +1,9 @@
 #pragma once
 
-// The timers of a scheduler: a binary heap of tasks by deadline. A task knows its slot, so that it can be
-// moved or taken out without a search, and setting a timer allocates only when the heap grows. Thread-safety:
-// none of its own; guarded by the scheduler's activity lock. Owns nothing.
+// The timers of a scheduler: a binary heap of tasks, ordered by deadline. Each task knows its slot, so moving
+// or removing it needs no search. Setting a timer allocates only when the heap grows. The heap does not own
+// its tasks.
+// Thread-safety: guarded by the scheduler's activity lock.
 
 #include <cstddef>
 #include <cstdint>
@@ -16,13 +17,15 @@ class TimerHeap {
 public:
    bool empty() const { return heap_.empty(); }
    std::size_t size() const { return heap_.size(); }
-   /// The task with the earliest deadline; the heap must not be empty.
+   // RETURNS: the task with the earliest deadline.
+   // REQUIRES: the heap is not empty.
    Task& earliest() const { return *heap_.front(); }
    std::int64_t earliestDeadline() const { return heap_.front()->deadline_; }
 
-   /// Enters a task that is not in the heap.
+   // REQUIRES: the task is not in the heap.
    void insert(Task& task, std::int64_t deadline);
-   /// Moves a task of the heap to an earlier deadline.
+   // Moves a task to an earlier deadline.
+   // REQUIRES: the task is in the heap.
    void advance(Task& task, std::int64_t deadline);
    void remove(Task& task);
 

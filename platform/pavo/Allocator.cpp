@@ -10,7 +10,7 @@ namespace Pavo {
 
 namespace {
 
-// A list that only grows: a reader walks it while later counters are entered in front.
+// The list only grows: a reader may traverse it while new counters are pushed to the front.
 constinit std::atomic<detail::AllocationCounters*> firstCounters{nullptr};
 
 std::string readableName(const std::type_info& type) {
@@ -20,7 +20,7 @@ std::string readableName(const std::type_info& type) {
    return status == 0 ? name.get() : type.name();
 }
 
-/// What is live, read so that a racing free never makes it negative.
+// The live count. `gone` is read first, so that a concurrent free does not make it negative.
 std::uint64_t difference(const std::atomic<std::uint64_t>& made, const std::atomic<std::uint64_t>& gone) {
    const std::uint64_t less = gone.load(std::memory_order_relaxed);
    const std::uint64_t more = made.load(std::memory_order_relaxed);

@@ -1,12 +1,12 @@
 #pragma once
 
 // An allocator that counts per type, for std::allocate_shared and for containers.
-// Thread-safety: the counters are relaxed atomics, each exact by itself; a reader that meets running threads
-// may see an allocation in one counter and not yet in another.
+// Thread-safety: any thread. The counters are relaxed atomics: each is exact, but a concurrent reader may see
+// an allocation in one counter and not yet in another.
 //
-// The counters of a type are a static of the template, so that an allocation finds them without a lookup and
-// costs one atomic addition more than operator new. What a container or shared pointer allocates on the
-// element type's behalf (control block, node, bucket array) counts under the element type.
+// The counters of a type are a static member of the template: an allocation needs no lookup and costs one
+// atomic addition more than operator new. What a container or shared pointer allocates for its elements
+// (control block, node, bucket array) counts under the element type.
 
 #include <atomic>
 #include <cstddef>
@@ -18,32 +18,34 @@
 
 namespace Pavo {
 
-/// The counters of one type.
+// The counters of one type.
 struct AllocationCount {
-   std::string type;         ///< readable type name
-   std::uint64_t live = 0;   ///< blocks allocated and not yet freed
-   std::uint64_t total = 0;  ///< blocks ever allocated
-   std::uint64_t bytes = 0;  ///< size of the live blocks together
+   std::string type;         // readable type name
+   std::uint64_t live = 0;   // blocks allocated and not yet freed
+   std::uint64_t total = 0;  // blocks ever allocated
+   std::uint64_t bytes = 0;  // total size of the live blocks
 };
 
-/// One row per counted type of the program, also of those that never allocated, sorted by name.
+// RETURNS: one row per counted type, including types that never allocated, sorted by name.
 std::vector<AllocationCount> allocationCounts();
 
 namespace detail {
 
-/// Counters of one block type; rows of the same counted type are added up when they are read.
+// Counters of one block type. allocationCounts sums those of the same counted type.
 struct AllocationCounters {
    const std::type_info* counted;
    std::size_t elementSize;
    std::atomic<std::uint64_t> allocated{0};
    std::atomic<std::uint64_t> freed{0};
-   // A block of n elements adds n - 1 here: the usual block of one element touches only one counter.
+   // A block of n elements adds n - 1 here, so that a block of one element, the usual case, updates one
+   // counter only.
    std::atomic<std::uint64_t> extraAllocated{0};
    std::atomic<std::uint64_t> extraFreed{0};
    AllocationCounters* next = nullptr;
 };
 
-/// Enters the counters into the list that allocationCounts reads. They must live for ever.
+// Adds the counters to the list that allocationCounts reads.
+// REQUIRES: the counters are never destroyed.
 bool registerCounters(AllocationCounters& counters) noexcept;
 
 template <typename T, typename Counted>
@@ -54,8 +56,7 @@ struct CountersOf {
 
 }  // namespace detail
 
-/// `Counted` is the type under which blocks are counted; it stays when a container rebinds to its own node
-/// type.
+// Blocks are counted under `Counted`, which stays the same when a container rebinds to its own node type.
 template <typename T, typename Counted = T>
 class Allocator {
 public:

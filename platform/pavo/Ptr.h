@@ -1,8 +1,9 @@
 #pragma once
 
-// Counted pointers. The count lives in the object, so that a plain pointer can be turned into an owner again.
-// Thread-safety: the count is atomic, so owners in several threads may come and go; one Ptr object is not to
-// be written by two threads at once.
+// Intrusive reference-counted pointers. The count is in the object, so a raw pointer can become an owner
+// again.
+// Thread-safety: the count is atomic, so several threads may own one object. Two threads must not write a
+// single Ptr at once.
 
 #include <atomic>
 #include <cstddef>
@@ -12,7 +13,7 @@
 
 namespace Pavo {
 
-/// Base of objects that Ptr owns. A new object has no owner yet.
+// Base of objects that Ptr owns. A new object has a count of 0.
 class RefCounted {
 public:
    RefCounted(const RefCounted&) = delete;
@@ -22,7 +23,7 @@ public:
    void unref() const noexcept {
       if (count_.fetch_sub(1, std::memory_order_acq_rel) == 1) delete this;
    }
-   /// For tests and traces only: other threads may change it at any time.
+   // For tests and traces only: other threads may change it at any time.
    std::size_t refCount() const noexcept { return count_.load(std::memory_order_relaxed); }
 
 protected:
@@ -59,7 +60,7 @@ public:
    T& operator*() const noexcept { return *object_; }
    explicit operator bool() const noexcept { return object_ != nullptr; }
 
-   /// Pointer equality, also between a type and its base.
+   // Pointer equality; also compares a type with its base.
    template <typename U>
    friend bool operator==(const Ptr& left, const Ptr<U>& right) noexcept {
       return left.get() == right.get();
@@ -75,7 +76,7 @@ Ptr<T> makePtr(Args&&... args) {
    return Ptr<T>(new T(std::forward<Args>(args)...));
 }
 
-/// The same object under a derived type, or null if it is of another type.
+// RETURNS: the object as a T, or null if it is not a T.
 template <typename T, typename U>
 Ptr<T> dynamicPtr(const Ptr<U>& from) noexcept {
    return Ptr<T>(dynamic_cast<T*>(from.get()));

@@ -12,7 +12,7 @@ namespace Brevis {
 
 namespace {
 
-// Never destroyed, and in one piece with the program's zeroed memory: it works before and after main.
+// Never destroyed, and placed in zero-initialised static memory, so that it works before and after main.
 Ring& processRing() {
    alignas(Ring) static std::byte memory[sizeof(Ring)];
    static Ring& ring = *new (memory) Ring;

@@ -1,8 +1,8 @@
 #pragma once
 
-// The ring trace: the last messages of the process in memory of fixed size, for what must be there without a
-// console and for a look after the fact.
-// Thread-safety: any thread; one mutex, held for the copy of one entry or of the whole ring.
+// The ring trace keeps the last messages of the process in memory of fixed size, for an analysis afterwards
+// that does not depend on a console.
+// Thread-safety: any thread. One mutex is held while one entry or the whole ring is copied.
 
 #include <array>
 #include <cstddef>
@@ -19,21 +19,21 @@
 
 namespace Brevis {
 
-/// One message as it is read back.
+// One message, as read back.
 struct Entry {
-   std::uint64_t number = 0;    ///< counts all messages of the process from 0
-   std::int64_t wallNanos = 0;  ///< when it was written, nanoseconds since the epoch
+   std::uint64_t number = 0;    // counts all messages of the process from 0
+   std::int64_t wallNanos = 0;  // when it was written, nanoseconds since the epoch
    std::string text;
 };
 
-/// A ring of `capacity` entries of up to maxText bytes; a longer text is cut and ends in "...".
+// A ring of `capacity` entries of up to maxText bytes; a longer text is truncated and ends in "...".
 class Ring {
 public:
    static constexpr std::size_t maxText = 236;
    static constexpr std::size_t capacity = 1024;
 
    void trace(std::string_view text) noexcept ZELT_EXCLUDES(mutex_);
-   /// What the ring holds, oldest first.
+   // RETURNS: the entries, oldest first.
    std::vector<Entry> entries() const ZELT_EXCLUDES(mutex_);
 
 private:
@@ -48,10 +48,10 @@ private:
    std::array<Slot, capacity> slots_ ZELT_GUARDED_BY(mutex_);
 };
 
-/// Writes into the process's ring.
+// Writes into the process's ring.
 void trace(std::string_view text) noexcept;
 
-/// Formats and writes into the process's ring.
+// Formats and writes into the process's ring.
 template <typename First, typename... Rest>
 void trace(fmt::format_string<First, Rest...> format, First&& first, Rest&&... rest) {
    fmt::memory_buffer buffer;
@@ -60,9 +60,9 @@ void trace(fmt::format_string<First, Rest...> format, First&& first, Rest&&... r
    trace(std::string_view(buffer.data(), buffer.size()));
 }
 
-/// The process's ring, oldest first: one line per message, "<number> <UTC time> <text>".
+// RETURNS: the process's ring, oldest first: one line per message, "<number> <UTC time> <text>".
 std::string dump();
-/// The process's ring as entries, oldest first.
+// RETURNS: the entries of the process's ring, oldest first.
 std::vector<Entry> entries();
 
 }  // namespace Brevis

@@ -7,8 +7,8 @@
 namespace Rillo {
 namespace {
 
-constexpr unsigned toldPerLook = 16;        // between two looks at the task's quantum
-constexpr std::size_t waitingRoom = 16384;  // of rows that were told, before they are taken out
+constexpr unsigned toldPerLook = 16;        // rows between two checks of the task's quantum
+constexpr std::size_t waitingRoom = 16384;  // reported rows that waiting_ keeps before they are erased
 
 }  // namespace
 
@@ -45,13 +45,13 @@ std::vector<std::uint32_t> Reader::close() {
 }
 
 void Reader::run() {
-   // Before the first row, so that a reactor that throws does not strand the rows behind.
+   // Scheduled before the first row, so that the remaining rows are not lost if a reactor throws.
    task_->scheduleTask();
    unsigned told = 0;
    while (told_ < waiting_.size()) {
       const auto slot = waiting_[told_++];
       waits_[slot] = false;
-      // Also where the changes never let it come to the end.
+      // Erases also when a steady flow of changes keeps the reader from reaching the end.
       if (told_ == waiting_.size() || told_ > waitingRoom) {
          waiting_.erase(waiting_.begin(), waiting_.begin() + static_cast<std::ptrdiff_t>(told_));
          told_ = 0;

@@ -1,7 +1,8 @@
 #pragma once
 
-// One reader of a table: which rows have changed since it looked, and the task that tells it.
-// Thread-safety: guarded by the activity lock; rows are told from the main loop.
+// One reader of a table: the rows that have changed since their last notification, and the task that notifies
+// the reader.
+// Thread-safety: guarded by the activity lock; notifications come from the main loop.
 
 #include <cstdint>
 #include <functional>
@@ -14,10 +15,10 @@
 
 namespace Rillo {
 
-/// A row that changes again before it is told is told once.
+// Several changes of a row before its notification result in one notification.
 class Reader final : public std::enable_shared_from_this<Reader> {
 public:
-   /// Tells of one row; may close the reader.
+   // Notifies of one row; may close the reader.
    using Tell = std::function<void(std::uint32_t slot)>;
 
    static std::shared_ptr<Reader> make(const Pavo::Ptr<Gorm::TaskScheduler>& scheduler, std::string name,
@@ -26,9 +27,11 @@ public:
    Reader& operator=(const Reader&) = delete;
    ~Reader();
 
-   /// False when the row waits already.
+   // Queues a notification of the row.
+   // RETURNS: false if one is already queued, or the reader is closed.
    bool changed(std::uint32_t slot);
-   /// Tells nothing any more; returns the rows that were waiting.
+   // Ends all notifications.
+   // RETURNS: the rows whose notifications were queued.
    std::vector<std::uint32_t> close();
 
 private:
@@ -37,9 +40,9 @@ private:
 
    const Tell tell_;
    Pavo::Ptr<Gorm::Task> task_;
-   std::vector<std::uint32_t> waiting_;  ///< in the order of the changes; told up to told_
+   std::vector<std::uint32_t> waiting_;  // in the order of the changes; notified up to told_
    std::size_t told_ = 0;
-   std::vector<bool> waits_;  ///< by slot
+   std::vector<bool> waits_;  // by slot
    bool closed_ = false;
 };
 

@@ -1,15 +1,15 @@
 #pragma once
 
-// A table of the platform's state: rows by key, one writer, readers that are told of changes.
+// A table of the platform's state: rows by key, one writer, and readers that are notified of changes.
 //
-// Readers are told from the main loop, after the changing call, of each row that has changed since they
-// looked; a row that changes several times meanwhile is told once. A new reader is told of every row present.
-// What a reader then reads is the row as it is at that moment.
+// The main loop notifies readers after the changing call, once for each row that has changed since its last
+// notification, however often it changed. A new reader is notified of every row present. A notified reader
+// reads the row as it is at that moment.
 //
-// A Row with `std::uint64_t check() const` is verified at each read: one whose memory was damaged throws
-// TableCorruption until doCorruptionDetected has been called for it.
+// A Row with `std::uint64_t check() const` is verified at each read: reading a row whose memory is damaged
+// throws TableCorruption until doCorruptionDetected is called for it.
 //
-// Thread-safety: guarded by the activity lock, which every caller holds, also where a Reaction is dropped.
+// Thread-safety: guarded by the activity lock. Every caller holds it, also to destroy a Reaction.
 
 #include <fmt/format.h>
 
@@ -41,12 +41,14 @@ public:
    using key_type = Key;
    using row_type = Row;
 
-   /// Called with the key of a row that was added, changed or removed.
+   // Called with the key of a row that was added, changed or removed.
    using Reactor = std::function<void(const Key& key)>;
-   /// The same with the row as the reader was told of it last; nothing if it was not there then.
+   // The same with the row as of the reader's last notification; nothing if the row was missing or damaged
+   // then.
    using ChangeReactor = std::function<void(const Key& key, const std::optional<Row>& before)>;
 
-   /// Keeps a reactor, and the table, for its own life. May be dropped inside the reactor.
+   // Keeps a reactor installed, and the table alive, as long as it lives. It may be destroyed inside the
+   // reactor.
    class Reaction {
    public:
       Reaction() = default;
@@ -58,7 +60,7 @@ public:
       std::unique_ptr<Subscription> subscription_;
    };
 
-   /// `name` is for error texts.
+   // `name` is for error texts.
    explicit Table(std::string name) : name_(std::move(name)) {}
 
    [[nodiscard]] const std::string& name() const { return name_; }
@@ -68,7 +70,8 @@ public:
       return it != slots_.end() && entries_[it->second].present;
    }
 
-   /// A copy of the row, or nothing. Throws TableCorruption.
+   // RETURNS: a copy of the row, or nothing.
+   // THROWS: TableCorruption.
    [[nodiscard]] std::optional<Row> row(const Key& key) const {
       const auto it = slots_.find(key);
       if (it == slots_.end() || !entries_[it->second].present) return std::nullopt;
@@ -76,7 +79,7 @@ public:
       return entries_[it->second].row;
    }
 
-   /// Keys in no particular order.
+   // RETURNS: the keys, in no particular order.
    [[nodiscard]] std::vector<Key> keys() const {
       std::vector<Key> result;
       result.reserve(size_);
@@ -86,7 +89,8 @@ public:
       return result;
    }
 
-   /// Sets a row. False when it was there just so.
+   // Sets a row.
+   // RETURNS: false if the row had this value already.
    bool rowIs(const Key& key, const Row& row) {
       const auto slot = slotFor(key);
       auto& entry = entries_[slot];
@@ -99,7 +103,7 @@ public:
       return true;
    }
 
-   /// False when there was none.
+   // RETURNS: false if there was no such row.
    bool rowDel(const Key& key) {
       const auto it = slots_.find(key);
       if (it == slots_.end() || !entries_[it->second].present) return false;
@@ -116,7 +120,7 @@ public:
          rowDel(key);
    }
 
-   /// `reactor` is told of the rows that are present and from then on of changes.
+   // Notifies `reactor` of the rows that are present, and then of changes.
    [[nodiscard]] Reaction reactorIs(Reactor reactor,
                                     const Pavo::Ptr<Gorm::TaskScheduler>& scheduler = mainScheduler()) const {
       return subscribe(
@@ -128,10 +132,10 @@ public:
       return subscribe(std::move(reactor), true, scheduler);
    }
 
-   /// For the writer: how a damaged row is set right, by setting or deleting it.
+   // For the writer: `repair` sets or deletes a damaged row.
    void repairIs(std::function<void(const Key& key)> repair) { repair_ = std::move(repair); }
-   /// For whoever met a damaged row: has the writer repair it. A row that is not repaired is removed. Another
-   /// table's exception, or one that is out of date, does nothing.
+   // For a reader that has caught a TableCorruption: lets the writer repair the row, and removes the row if
+   // it is still damaged. A no-op if the row is intact.
    void doCorruptionDetected(const TableCorruption& corruption) const {
       const auto slot = corruption.slot();
       const auto damaged = [&] {
@@ -143,11 +147,11 @@ public:
       if (repair_) repair_(key);
       if (damaged()) const_cast<Table*>(this)->rowDel(key);
    }
-   /// Damaged rows met so far.
+   // RETURNS: how many damaged rows were reported so far.
    [[nodiscard]] std::uint64_t corruptions() const { return corruptions_; }
 
-   /// Damages a row in memory, as a writer that dies halfway would; readers are told. False when there is no
-   /// row.
+   // Damages a row in memory, as a writer that dies in the middle of a write would, and notifies readers.
+   // RETURNS: false if there is no such row.
    bool damageRow(const Key& key) requires std::is_trivially_copyable_v<Row> {
       const auto it = slots_.find(key);
       if (it == slots_.end() || !entries_[it->second].present) return false;
@@ -164,7 +168,7 @@ private:
       Key key;
       Row row{};
       std::uint64_t check = 0;
-      std::uint32_t waiting = 0;  ///< readers that will be told of it; the slot keeps its key for them
+      std::uint32_t waiting = 0;  // readers with a queued notification; the slot keeps its key for them
       bool present = false;
    };
 
@@ -172,7 +176,7 @@ private:
       Pavo::Ptr<const Table> table;
       std::shared_ptr<const ChangeReactor> react;
       bool keepsBefore;
-      std::unordered_map<std::uint32_t, std::optional<Row>> before;  ///< of rows that wait
+      std::unordered_map<std::uint32_t, std::optional<Row>> before;  // of rows with a queued notification
       std::shared_ptr<Reader> reader;
 
       Subscription(const Table* ofTable, ChangeReactor reactor, bool keeps)
@@ -227,7 +231,7 @@ private:
       free_.push_back(slot);
    }
 
-   // Before the row changes.
+   // Called before the row changes.
    void noteChange(std::uint32_t slot) {
       auto& entry = entries_[slot];
       for (Subscription* reader : readers_) {
@@ -255,7 +259,7 @@ private:
       return Reaction(std::move(made));
    }
 
-   // Neither the subscription nor this table need survive the reactor's call.
+   // The reactor's call may destroy the subscription and this table.
    void tell(Subscription& to, std::uint32_t slot) const {
       auto& entry = entries_[slot];
       const Key key = entry.key;
@@ -278,7 +282,7 @@ private:
    }
 
    const std::string name_;
-   // Readers hold the table as constant; what they wait for is not part of its value.
+   // Mutable, because readers hold a const table and their queued notifications are not part of its value.
    mutable std::deque<Entry> entries_;
    mutable std::unordered_map<Key, std::uint32_t, Hash> slots_;
    mutable std::vector<std::uint32_t> free_;

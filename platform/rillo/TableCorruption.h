@@ -1,6 +1,7 @@
 #pragma once
 
-// What reading a damaged row of a table throws. Thread-safety: a plain value.
+// The exception for reading a damaged row of a table.
+// Thread-safety: a plain value.
 
 #include <cstdint>
 #include <stdexcept>
@@ -8,13 +9,12 @@
 
 namespace Rillo {
 
-/// To be handed to doCorruptionDetected of the table that threw it; after that the row reads again, repaired
-/// or gone.
+// Pass it to doCorruptionDetected of the table that threw it. Afterwards the row is repaired or removed.
 class TableCorruption : public std::runtime_error {
 public:
    TableCorruption(std::uint32_t slot, const std::string& what) : std::runtime_error(what), slot_(slot) {}
 
-   /// The table's own name of the row.
+   // The table's internal index of the row.
    [[nodiscard]] std::uint32_t slot() const noexcept { return slot_; }
 
 private:

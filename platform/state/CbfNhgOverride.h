@@ -17,13 +17,13 @@
 
 namespace NexthopGroup {
 
-/// Name of a nexthop group, at most maxNameBytes long.
+// Name of a nexthop group, at most maxNameBytes long.
 class NexthopGroupEntryKey {
 public:
    static constexpr std::size_t maxNameBytes = 128;
 
    const std::string& nhgName() const { return nhgName_; }
-   /// Throws Zelt::RangeException for a name that is too long.
+   // THROWS: Zelt::RangeException for a name that is too long.
    void nhgNameIs(std::string name);
 
    auto operator<=>(const NexthopGroupEntryKey&) const = default;
@@ -36,7 +36,7 @@ private:
 
 namespace CbfNhgExt {
 
-/// Traffic for the match group leaves through the redirect group.
+// Traffic for the match group leaves through the redirect group.
 struct CbfNhgOverrideKey {
    NexthopGroup::NexthopGroupEntryKey match;
    NexthopGroup::NexthopGroupEntryKey redirect;
@@ -44,12 +44,12 @@ struct CbfNhgOverrideKey {
    auto operator<=>(const CbfNhgOverrideKey&) const = default;
 };
 
-/// A set of DSCPs (RFC 2474); the value behind the last of them stands for packets that carry none.
+// A set of DSCPs (RFC 2474). `invalid`, the value after the last DSCP, stands for packets without one.
 class DscpBitmap {
 public:
    static constexpr std::uint8_t invalid = 64;
 
-   /// Throws Zelt::RangeException above `invalid`.
+   // THROWS: Zelt::RangeException for a value above `invalid`.
    void dscpIs(std::uint8_t dscp);
    bool dscp(std::uint8_t dscp) const { return dscp <= invalid && bits_[dscp]; }
    std::size_t count() const { return bits_.count(); }
@@ -70,10 +70,10 @@ struct CbfNhgOverrideEntry {
 class CbfNhgOverrideConfig final : public Pavo::RefCounted {
 public:
    static constexpr std::string_view entityType = "CbfNhgExt::CbfNhgOverrideConfig";
-   /// Where its writer mounts it, and forwarding looks for it.
+   // The path at which the writer mounts it and forwarding looks it up.
    static constexpr const char* mountPath = "te/nexthopgroup/override/config";
 
-   /// `size` is what the writer expects to need; more is taken too.
+   // `size` is the number of entries that the writer expects; it is not a limit.
    CbfNhgOverrideConfig(std::string name, std::size_t size) : name_(std::move(name)), size_(size) {}
 
    const std::string& name() const { return name_; }

@@ -1,7 +1,7 @@
 #pragma once
 
-// The counter tables: one table per counter writer, a process or line card that counts the traffic of some
-// Ethernet interfaces, and one for all LAGs.
+// The counter tables: one per counter writer (a process or line card that counts the traffic of some Ethernet
+// interfaces), and one for all LAGs.
 // Thread-safety: guarded by the activity lock, as Rillo::Table.
 
 #include <map>
@@ -16,19 +16,19 @@
 
 namespace Interface {
 
-/// In the state database: a Zelt::Dir with an EthIntfCounterWriterStatus per writer that is there.
+// In the state database: a Zelt::Dir with one EthIntfCounterWriterStatus per existing writer.
 inline constexpr std::string_view ethWriterStatusPath = "interface/ethIntfCounter/writerStatus";
-/// In shared memory: a Rillo::Interface::AllIntfCounterDir.
+// In shared memory: a Rillo::Interface::AllIntfCounterDir.
 inline constexpr std::string_view lagCounterPath = "interface/counter/lag/current";
 
-/// The interfaces of one writer.
+// The counters of one writer's interfaces.
 class AllEthIntfCounterRillo final : public Rillo::Table<Lumic::IntfId, IntfCounter> {
 public:
    static constexpr std::string_view entityType = "Interface::AllEthIntfCounterRillo";
    using Table::Table;
 };
 
-/// A writer that is there.
+// An existing writer.
 class EthIntfCounterWriterStatus final : public Pavo::RefCounted {
 public:
    explicit EthIntfCounterWriterStatus(std::string name) : name_(std::move(name)) {}
@@ -38,20 +38,20 @@ private:
    const std::string name_;
 };
 
-/// Mounts writers' tables as reader, for its own life.
+// Mounts writers' tables for reading, as long as it lives.
 class EthIntfCounterMountHelper {
 public:
    explicit EthIntfCounterMountHelper(Pavo::Ptr<ZeltSharedMem::EntityManager> manager)
         : manager_(std::move(manager)) {}
 
-   /// The writer's table, whose changes can be reacted to; null if it is not there. In place of what was
-   /// mounted for the writer before.
+   // Mounts the writer's table, which accepts reactors. Replaces the previous mount for this writer.
+   // RETURNS: the table, or null if it does not exist.
    Pavo::Ptr<const AllEthIntfCounterRillo> doMountNotifying(const std::string& writer,
                                                             const std::string& table);
-   /// One that is not mounted is no error.
+   // A no-op if the writer's table is not mounted.
    void unmount(const std::string& writer) { mounts_.erase(writer); }
 
-   /// Where a writer's table is.
+   // RETURNS: the path of a writer's table.
    static std::string path(std::string_view writer, std::string_view table);
 
 private:
@@ -63,7 +63,7 @@ private:
 
 namespace Rillo::Interface {
 
-/// All LAGs.
+// The counters of all LAGs.
 class AllIntfCounterDir final : public Table<Lumic::IntfId, ::Interface::IntfCounter> {
 public:
    static constexpr std::string_view entityType = "Rillo::Interface::AllIntfCounterDir";

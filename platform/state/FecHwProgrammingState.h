@@ -1,6 +1,6 @@
 #pragma once
 
-// How far hardware is with a forwarding equivalence class.
+// The state of programming a forwarding equivalence class (FEC) into hardware.
 
 #include <cstdint>
 

@@ -7,19 +7,19 @@
 
 namespace Interface {
 
-/// Per second, over the time between the last two samples. Named and ordered as on the wire.
+// Per second, over the time between the last two samples. Named and ordered as on the wire.
 struct IntfRates {
    double outPktsRate = 0;
    double inPktsRate = 0;
    double outBitsRate = 0;
    double inBitsRate = 0;
-   double sampleTime = 0;  ///< seconds since the epoch; 0 as long as there never was a rate
+   double sampleTime = 0;  // seconds since the epoch; 0 until the first rate is known
 
    [[nodiscard]] bool isEq(const IntfRates& other) const { return *this == other; }
    bool operator==(const IntfRates&) const = default;
 };
 
-/// Packets and octets since the switch began to count.
+// Packets and octets since the switch began to count.
 struct IntfStatistics {
    std::uint64_t outUcastPkts = 0;
    std::uint64_t outMulticastPkts = 0;
@@ -33,18 +33,18 @@ struct IntfStatistics {
    std::uint64_t outErrors = 0;
    std::uint64_t inDiscards = 0;
    std::uint64_t inErrors = 0;
-   double sampleTime = 0;  ///< seconds since the epoch
+   double sampleTime = 0;  // seconds since the epoch
 
    bool operator==(const IntfStatistics&) const = default;
 };
 
-/// A row.
+// A row of a counter table.
 struct IntfCounter {
    IntfStatistics statistics;
    IntfRates rates;
 
    bool operator==(const IntfCounter&) const = default;
-   /// Differs when a bit of the row does.
+   // RETURNS: a checksum that changes with any single word of the row.
    [[nodiscard]] std::uint64_t check() const;
 };
 

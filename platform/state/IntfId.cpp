@@ -8,7 +8,7 @@
 namespace Lumic {
 namespace {
 
-// Digits in one or more groups with single slashes between.
+// Whether `text` consists of digits; with `slashes`, of groups of digits separated by single slashes.
 bool isNumber(std::string_view text, bool slashes) {
    if (text.empty() || text.front() == '/' || text.back() == '/') return false;
    if (text.find("//") != std::string_view::npos) return false;
@@ -45,7 +45,7 @@ private:
 };
 
 Names& names() {
-   static auto* const instance = new Names;  // ids outlive every static
+   static auto* const instance = new Names;  // never destroyed: ids outlive every static
    return *instance;
 }
 

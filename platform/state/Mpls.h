@@ -1,6 +1,7 @@
 #pragma once
 
-// MPLS values as the state tables hold them. Thread-safety: plain values.
+// MPLS values as the state tables hold them.
+// Thread-safety: plain values.
 
 #include <compare>
 #include <cstdint>
@@ -9,7 +10,7 @@
 
 namespace Lumic {
 
-/// A label (RFC 3032), or the null label, whose number is one above the largest.
+// A label (RFC 3032), or the null label, whose value is one above the largest label.
 class MplsLabel {
 public:
    static constexpr std::uint32_t nullValue = 1048576;
@@ -25,14 +26,14 @@ private:
    std::uint32_t value_ = nullValue;
 };
 
-/// Place of a label in a stack, counted from the bottom.
+// The position of a label in a stack, counted from the bottom.
 class MplsStackEntryIndex {
 public:
    static constexpr std::uint8_t min = 0;
    static constexpr std::uint8_t nullValue = 13;
 
    constexpr MplsStackEntryIndex() = default;
-   /// Throws Zelt::RangeException for a number above nullValue.
+   // THROWS: Zelt::RangeException for a number above nullValue.
    constexpr explicit MplsStackEntryIndex(std::uint32_t value) : value_(static_cast<std::uint8_t>(value)) {
       if (value > nullValue) {
          throw Zelt::RangeException(

@@ -1,6 +1,7 @@
 #pragma once
 
-// Keys of the MPLS tables of the hardware state. Thread-safety: plain values.
+// Keys of the MPLS tables of the hardware state.
+// Thread-safety: plain values.
 
 #include <array>
 #include <compare>
@@ -10,12 +11,12 @@
 
 namespace Mpls {
 
-/// The labels that a route looks up, the bottom of the stack at index 0.
+// The label stack that a route matches, with the bottom of the stack at index 0.
 class RouteKey {
 public:
    RouteKey() = default;
 
-   /// Number of labels. A table may hold a number that no index reaches; reading such a stack throws.
+   // The number of labels. A table may hold a number beyond the largest index; reading such a stack throws.
    [[nodiscard]] std::uint8_t stackSize() const noexcept { return stackSize_; }
    void stackSizeIs(std::uint8_t size) noexcept { stackSize_ = size; }
    [[nodiscard]] Lumic::MplsLabel labelStack(Lumic::MplsStackEntryIndex index) const noexcept {
@@ -32,7 +33,7 @@ private:
    std::array<Lumic::MplsLabel, Lumic::MplsStackEntryIndex::nullValue + 1> labelStack_{};
 };
 
-/// A route key, and the metric that tells routes of one stack apart.
+// A route key, and the metric that distinguishes routes with the same stack.
 class RouteKeyAndMetric : public RouteKey {
 public:
    RouteKeyAndMetric() = default;

@@ -1,7 +1,7 @@
 #pragma once
 
 // Mounted state: entities by path, each with at most one writer and any number of readers.
-// Thread-safety: guarded by the activity lock, which every caller holds, also where a Mount is destroyed.
+// Thread-safety: guarded by the activity lock. Every caller holds it, also to destroy a Mount.
 
 #include <cstdint>
 #include <functional>
@@ -19,8 +19,8 @@ enum class MountMode : std::uint8_t { read, write };
 
 class EntityManager;
 
-/// A mount point for as long as the handle lives. An entity outlives the handle of its writer: the next
-/// writer of the path takes it over.
+// A mount that lasts as long as this handle. An entity outlives its writer's handle: the next writer of the
+// path takes it over.
 class Mount {
 public:
    Mount() = default;
@@ -32,10 +32,11 @@ public:
    const std::string& path() const { return path_; }
    MountMode mode() const { return mode_; }
 
-   /// The entity at the path; null if there is none yet or it is of another type.
+   // RETURNS: the entity at the path; null if there is none yet or it is of another type.
    template <typename T>
    Pavo::Ptr<T> entity() const;
-   /// Puts an entity at the path, null removes it. Throws std::logic_error on a mount for reading.
+   // Sets the entity at the path; null removes it.
+   // THROWS: std::logic_error if this is not a mount for writing.
    void entityIs(Pavo::Ptr<Pavo::RefCounted> entity) const;
 
 private:
@@ -50,19 +51,19 @@ private:
 
 class EntityManager : public Pavo::RefCounted {
 public:
-   /// Mounts a path such as "interface/status/all". `onChange` is called whenever the entity at the path
-   /// appears, is replaced or goes, not for what is there at the time of the mount. Throws
-   /// std::invalid_argument for a path that is empty, begins or ends with "/" or has an empty component, and
-   /// std::runtime_error if a second writer asks; both name the path.
+   // Mounts a path such as "interface/status/all". `onChange` is called whenever the entity at the path is
+   // added, replaced or removed, but not for an entity that exists at the time of the mount.
+   // THROWS: std::invalid_argument for a path that is empty, begins or ends with "/" or has an empty
+   // component; std::runtime_error if the path already has a writer. Both texts name the path.
    Mount mount(const std::string& path, MountMode mode, std::function<void()> onChange = {});
 
-   /// The entity at the path, mounted or not; null if there is none or it is of another type.
+   // RETURNS: the entity at the path, mounted or not; null if there is none or it is of another type.
    template <typename T>
    Pavo::Ptr<T> entity(std::string_view path) const {
       return entities_->entityAs<T>(path);
    }
 
-   /// Paths at which an entity is, in order.
+   // RETURNS: the paths that have an entity, in order.
    std::vector<std::string> paths() const { return entities_->names(); }
 
 protected:

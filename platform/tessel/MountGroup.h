@@ -1,7 +1,7 @@
 #pragma once
 
-// What one holder has mounted.
-// Thread-safety: guarded by the activity lock, which every caller holds, also where a group is destroyed.
+// A group of mounts with one owner.
+// Thread-safety: guarded by the activity lock. Every caller holds it, also to destroy a group.
 
 #include <stdexcept>
 #include <string>
@@ -13,15 +13,15 @@
 
 namespace Tessel {
 
-/// Keeps its mounts until it is destroyed.
+// Keeps its mounts until it is destroyed.
 class MountGroup : public Pavo::RefCounted {
 public:
    explicit MountGroup(Pavo::Ptr<EntityManager> manager) : manager_(std::move(manager)) {}
 
-   /// Mounts the entity of type T at a path. A writer finds the entity that an earlier one left, or makes it
-   /// from `args`; a reader finds it when it is there, and null when it is not, or is of another type.
-   /// Throws what EntityManager::mount throws, std::runtime_error for a writer where the entity is of another
-   /// type, and std::logic_error for one that has to make an entity from arguments that do not make one.
+   // Mounts the entity of type T at a path. A writer takes over an existing entity, or creates one from
+   // `args`. A reader may mount a path that has no entity, or one of another type.
+   // THROWS: what EntityManager::mount throws. For a writer also std::runtime_error if the entity is of
+   // another type, and std::logic_error if an entity has to be created but `args` do not construct a T.
    template <typename T, typename... Args>
    void mount(const std::string& path, MountMode mode, Args&&... args) {
       Mount made = manager_->mount(path, mode);

@@ -1,7 +1,7 @@
 #pragma once
 
-// The tables that several processes of the switch share: mounted as the state database is, but a world of
-// their own.
+// The tables that several processes of the switch share. They are mounted like the state database, but have
+// their own namespace.
 // Thread-safety: as Tessel::EntityManager.
 
 #include <utility>

@@ -1,22 +1,22 @@
 #pragma once
 
-// The activity lock: whoever holds it may touch the state of the main loop (tasks, timers, managers, tables).
+// The activity lock guards the state of the main loop: tasks, timers, managers, tables.
 //
-// Recursive, and fair by time slices. A thread that releases and takes it again in a tight loop keeps it,
-// without a system call, until the oldest waiter has waited for one slice; the first release after that hands
-// the lock directly to that waiter. A holder reads the clock at a release only while somebody waits. While
-// its slice lasts, the oldest waiter also looks up from its sleep now and then, so that it gets a lock that
-// was freed and left alone; after that it is handed the lock by the next release, whatever the clock says.
+// The lock is recursive, and fair by time slices. A thread that releases and reacquires it in a tight loop
+// keeps it, without a system call, until the oldest waiter has waited for one slice. The first release after
+// that hands the lock directly to that waiter. A release reads the clock only while another thread waits.
+// During its slice, the oldest waiter wakes up now and then to take a lock that was left free. After its
+// slice, the next release hands it the lock, whatever the clock says.
 //
-// It is the holder who looks at the clock, since on a busy machine a sleeping waiter's timer may be served a
-// scheduler tick late, while a holder that has passed the lock on blocks at its next acquire and thereby
-// lends the waiter its processor.
+// The holder reads the clock, because on a busy machine a sleeping waiter's timer may fire a scheduler tick
+// late. A holder that has handed over the lock blocks at its next acquire, which frees its processor for the
+// waiter.
 //
-// Thread-safety: every operation may be called from any thread, except where "owner" is said.
+// Thread-safety: any thread.
 //
-// The class carries no capability annotation on purpose: it is recursive and is passed on through interfaces
-// that acquire in one function and release in another, which the analysis cannot follow. Its own waiting list
-// is annotated. Order: the waiting list's mutex is innermost, nothing is called while it is held.
+// The class has no capability annotation: the analysis cannot follow a recursive lock that one function
+// acquires and another releases. Its waiting list is annotated. Lock order: the waiting list's mutex is
+// innermost; nothing is called while it is held.
 
 #include <atomic>
 #include <cstdint>
@@ -29,7 +29,7 @@
 
 namespace Zelt {
 
-/// What the lock stands on in production.
+// The platform of the lock in production.
 struct SystemLockPlatform {
    template <class T>
    using Atomic = std::atomic<T>;
@@ -37,9 +37,9 @@ struct SystemLockPlatform {
    using MutexAnchor = Zelt::MutexAnchor;
    using WaitTally = LockWaitTally;
 
-   // A poll takes 20 to 50 ns. Before it queues, a newcomer polls for a few microseconds, which outlasts a
-   // short holder; it takes the lock once it has looked free for about half a microsecond, which is longer
-   // than the gap of a holder that comes back at once.
+   // A poll takes 20 to 50 ns. Before it joins the waiting list, a newcomer polls for a few microseconds,
+   // longer than a short hold. It takes the lock once the lock has looked free for about half a microsecond,
+   // longer than the gap between a release and an immediate reacquire.
    static constexpr int newcomerPolls = 100;
    static constexpr int freePollsToTake = 12;
 
@@ -51,12 +51,12 @@ struct SystemLockPlatform {
    static void futexWake(const std::atomic<std::uint32_t>* word) noexcept { Zelt::futexWake(word); }
    static void spinPause() noexcept { Zelt::spinPause(); }
 
-   /// The identity of the calling thread: an address that no other living thread has.
+   // The identity of the calling thread: an address that no other living thread has.
    static const void* threadMark() noexcept {
       static thread_local constinit char mark = 0;
       return &mark;
    }
-   /// A thread has released a lock that it does not hold.
+   // Reports a release by a thread that does not hold the lock, and aborts the process.
    [[noreturn]] static void refuseRelease() noexcept;
 };
 
@@ -67,7 +67,7 @@ namespace detail {
 extern constinit ActivityLock processActivityLock;
 }
 
-/// The lock of this process's main loop.
+// The lock of this process's main loop.
 inline ActivityLock& activityLock() noexcept {
    return detail::processActivityLock;
 }

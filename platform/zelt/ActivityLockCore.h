@@ -1,18 +1,18 @@
 #pragma once
 
-// The algorithm of the activity lock, over a platform of atomics, a mutex, a clock and a futex.
+// The algorithm of the activity lock, over a platform that provides atomics, a mutex, a clock and a futex.
 //
-// Production code uses Zelt::ActivityLock (ActivityLock.h), which is this over the system. The platform is a
-// parameter so that tests can run the very same source where every step is theirs to choose: one platform
-// walks through all interleavings, another stops a thread between two steps. Its members are listed at
-// SystemLockPlatform.
+// Production code uses Zelt::ActivityLock (ActivityLock.h), the instance over the operating system. The
+// platform is a parameter so that tests can control every step of the same source: one test platform explores
+// all interleavings, another stops a thread between two steps. SystemLockPlatform shows the members that a
+// platform needs.
 //
-// How it works. The lock is one word. A release by its slice leaves the word free and wakes nobody, because
-// the caller is likely to come back at once. Whoever waits therefore naps and looks up, until its slice is
-// over. From then on it relies on being handed the lock, and says so in the same word (`overdue`): a release
-// changes the word from exactly what it has seen, so it either finds the bit and hands over, or was over
-// before the bit was set and has left the lock free for the waiter's own attempt, which follows. The clock
-// decides how soon the lock is handed over, never whether.
+// How it works: the lock is one word. A release within the slice leaves the word free and wakes no thread,
+// because the caller is likely to come back at once. A waiter therefore polls between short sleeps until its
+// slice is over. Then it sets the `overdue` bit in the word and relies on a hand-over. A release is a
+// compare-and-swap from the value that it expects. Either it fails because of the bit and hands over, or it
+// completed before the bit was set and left the lock free for the attempt that the waiter makes after setting
+// the bit. The clock decides how soon the lock is handed over, never whether.
 
 #include <atomic>
 #include <cstdint>
@@ -21,17 +21,17 @@
 
 namespace Zelt {
 
-/// What a release does for those who wait.
+// What a release does for waiting threads.
 enum class HandOver : std::uint8_t {
-   bySlice,  ///< nothing until the oldest waiter's slice is over: the caller is likely to come back at once
-   now,      ///< pass the lock to the oldest waiter: the caller is going to sleep
+   bySlice,  // nothing until the oldest waiter's slice is over: the caller is likely to come back at once
+   now,      // hand the lock to the oldest waiter: the caller is going to sleep
 };
 
-/// How a thread in the waiting list came to the lock.
+// How a thread in the waiting list got the lock.
 enum class WaitEnd : std::uint8_t {
-   handed,  ///< a release passed it on
-   found,   ///< the waiter looked up and found it free
-   missed,  ///< the same, although the waiter had been promised a hand-over: a defect of the lock
+   handed,  // a release handed it over
+   found,   // the waiter woke up and found it free
+   missed,  // as `found`, but a hand-over was due: a defect of the lock
 };
 
 template <class Platform>
@@ -39,12 +39,12 @@ class ActivityLockCore {
 public:
    using ReleaseHook = void (*)(void*);
 
-   /// How long a holder that comes back again and again may keep others waiting.
+   // How long a holder that keeps coming back may keep other threads waiting.
    static constexpr std::int64_t sliceNanos = 200'000;
-   /// How long a waiter sleeps between two looks at the lock while its slice lasts.
+   // How long a waiter sleeps between two attempts during its slice.
    static constexpr std::int64_t napNanos = sliceNanos / 4;
-   /// The same once it has been promised a hand-over. It need not look up at all then; it does so that a
-   /// broken promise would cost a tenth of a second and be counted, rather than stop the main loop.
+   // The same once a hand-over is due. The waiter need not wake up by itself then. It does, so that a missed
+   // hand-over costs a tenth of a second and is counted, instead of stopping the main loop.
    static constexpr std::int64_t overdueNapNanos = 100'000'000;
 
    constexpr ActivityLockCore() = default;
@@ -65,7 +65,7 @@ public:
       depth_ = 1;
    }
 
-   /// Undoes one acquire. Ends the process if the caller is not the owner.
+   // Undoes one acquire. Aborts the process if the caller is not the owner.
    void release(HandOver how = HandOver::bySlice) noexcept {
       if (!ownedByMe()) [[unlikely]]
          Platform::refuseRelease();
@@ -80,38 +80,38 @@ public:
       return owner_.load(std::memory_order_relaxed) == Platform::threadMark();
    }
 
-   /// Releases the lock whatever its depth is and passes it on as by HandOver::now. Returns the depth for
-   /// reacquire; 0, with nothing done, if the caller does not hold the lock.
+   // Releases the lock at any depth, as with HandOver::now. A no-op if the caller does not hold the lock.
+   // RETURNS: the depth for reacquire; 0 if the caller did not hold the lock.
    unsigned releaseAll() noexcept;
-   /// Takes the lock with the depth that releaseAll returned; with 0 does nothing. The caller must not hold
-   /// it.
+   // Acquires the lock with the depth that releaseAll returned; a no-op for 0.
+   // REQUIRES: the caller does not hold the lock.
    void reacquire(unsigned depth) noexcept;
 
-   /// Owner: how many acquires are open. 0 for everybody else.
+   // RETURNS: the number of open acquires of the caller; 0 if the caller does not hold the lock.
    unsigned depth() const noexcept { return ownedByMe() ? depth_ : 0; }
 
-   /// Whether somebody has waited for a slice, so that a long piece of work should come to a release. `now`
-   /// is Clock::steadyNanos(). Costs two plain loads.
+   // RETURNS: whether another thread has waited for a slice, so that long work should release the lock soon.
+   // `now` is Clock::steadyNanos(). Costs two plain loads.
    bool handOverDue(std::int64_t now) const noexcept {
       return (state_.load(std::memory_order_relaxed) & contended) != 0 &&
              now >= sliceEnd_.load(std::memory_order_relaxed);
    }
 
-   /// How many threads are in the waiting list. It may have changed when the caller looks at it.
+   // RETURNS: the number of threads in the waiting list, which may be outdated when the caller reads it.
    std::uint32_t waiters() const noexcept;
 
-   /// How the waits of this lock have ended so far. Written by threads that had to wait, read by any.
+   // RETURNS: how the waits for this lock have ended so far.
    const typename Platform::WaitTally& waits() const noexcept { return waits_; }
 
-   /// Installs the function that the owner calls just before the lock becomes free: once per full release, in
-   /// release at depth 1 and in releaseAll, still holding the lock at depth 1; and in settle, at whatever
-   /// depth. It may acquire and release recursively. It must not throw: that ends the process. nullptr
-   /// removes it. The first release that calls a new hook is the one that ends the installing caller's own
-   /// span, or else the next one.
+   // Installs the hook that the owner calls just before the lock becomes free: once per full release (release
+   // at depth 1, and releaseAll), with the lock still held at depth 1; and in settle, at any depth. The hook
+   // may acquire and release recursively. It must not throw: an exception ends the process. nullptr removes
+   // it. If the caller holds the lock, its own full release is the first to call the new hook; otherwise the
+   // next one by any thread is.
    void setReleaseHook(ReleaseHook hook, void* argument) noexcept;
 
-   /// Calls the release hook without letting go: what a release would make final is final afterwards. Does
-   /// nothing for a caller that does not hold the lock.
+   // Calls the release hook without a release: what a release would make final is final afterwards. A no-op
+   // if the caller does not hold the lock.
    void settle() noexcept {
       if (ownedByMe() && hook_ != nullptr) hook_(hookArgument_);
    }
@@ -123,11 +123,12 @@ private:
    using Atomic = typename Platform::template Atomic<T>;
 
    static constexpr std::uint32_t held = 1;
-   /// The waiting list is not empty. Set and cleared under queueMutex_. A release that finds it has a choice
-   /// to make; an acquire that finds it alone may take the lock.
+   // The waiting list is not empty. Set and cleared under queueMutex_. A release that sees only this bit
+   // beside `held` may leave the lock free or hand it over. An acquire that sees this bit without `held` may
+   // take the lock.
    static constexpr std::uint32_t contended = 2;
-   /// The oldest waiter sleeps until it is handed the lock: a release has no choice. Set and cleared under
-   /// queueMutex_, never without `contended`.
+   // The oldest waiter relies on a hand-over, so a release has to hand over. Set and cleared under
+   // queueMutex_, and never set without `contended`.
    static constexpr std::uint32_t overdue = 4;
 
    void leave(HandOver how) noexcept {
@@ -158,19 +159,19 @@ private:
    Atomic<std::uint32_t> state_{0};
    Atomic<const void*> owner_{nullptr};
 
-   // Guarded by the lock itself: read and written by the owner.
+   // Guarded by the lock itself: only the owner reads and writes these members.
    unsigned depth_ = 0;
    ReleaseHook hook_ = nullptr;
    void* hookArgument_ = nullptr;
 
-   /// When the oldest waiter's slice is over, steady nanoseconds. Written under queueMutex_; of no meaning
-   /// while the list is empty.
+   // When the oldest waiter's slice ends, in steady nanoseconds. Written under queueMutex_; meaningless while
+   // the list is empty.
    Atomic<std::int64_t> sliceEnd_{0};
    mutable typename Platform::Mutex queueMutex_;
    Waiter* oldest_ ZELT_GUARDED_BY(queueMutex_) = nullptr;
    Waiter* newest_ ZELT_GUARDED_BY(queueMutex_) = nullptr;
 
-   /// Written by the owner.
+   // Written by the owner.
    typename Platform::WaitTally waits_;
 };
 

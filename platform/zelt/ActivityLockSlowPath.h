@@ -1,6 +1,6 @@
 #pragma once
 
-// The part of the activity lock that runs when threads meet. Included where the lock is instantiated.
+// The contended paths of the activity lock. Included where the lock is instantiated.
 
 #include "platform/zelt/ActivityLockCore.h"
 
@@ -16,7 +16,7 @@ struct ActivityLockCore<Platform>::Waiter {
    // Guarded by the lock's queueMutex_.
    Waiter* newer = nullptr;
    Waiter* older = nullptr;
-   /// Sleeps until it is handed the lock, now or once it is the oldest.
+   // Relies on a hand-over. The lock's word has the bit while this waiter is the oldest.
    bool overdue = false;
 
    bool isGranted() const noexcept { return word.load(std::memory_order_acquire) == granted; }
@@ -103,7 +103,7 @@ void ActivityLockCore<Platform>::acquireSlow() noexcept {
    {
       Anchor guard(queueMutex_);
       link(self);
-      // Every later release sees us in the list; an earlier one has left the lock free.
+      // A later release sees this waiter in the list; an earlier one has left the lock free.
       if (tryTake()) {
          unlink(self);
          return;
@@ -129,9 +129,9 @@ WaitEnd ActivityLockCore<Platform>::waitInLine(Waiter& self) noexcept {
       if (sliceOver && !promised) {
          self.overdue = true;
          if (oldest_ == &self) state_.fetch_or(overdue, std::memory_order_relaxed);
-         // From here on a sleep may be long. If the attempt below finds the lock held, it was held after the
-         // bit had been set, so the release of whoever holds it finds the bit. A waiter that is not the
-         // oldest yet becomes so by an unlink of whoever holds the lock then, which sets the bit for it.
+         // From here on a sleep may be long. If the attempt below finds the lock held, it was still held
+         // after the bit was set, so the holder's release sees the bit. A waiter that is not yet the oldest
+         // becomes the oldest in an unlink by a later holder, which sets the bit for it.
          nap = overdueNapNanos;
       }
       if (oldest_ == &self && tryTake()) {
@@ -144,7 +144,7 @@ WaitEnd ActivityLockCore<Platform>::waitInLine(Waiter& self) noexcept {
 template <class Platform>
 void ActivityLockCore<Platform>::setFreeContended(HandOver how) noexcept {
    if (how == HandOver::bySlice && Platform::steadyNanos() < sliceEnd_.load(std::memory_order_relaxed)) {
-      // However long ago the clock was read: this fails if the oldest waiter has become overdue since.
+      // Fails if the oldest waiter has become overdue since the clock was read, however long ago that was.
       std::uint32_t expected = held | contended;
       if (state_.compare_exchange_strong(expected, contended, std::memory_order_release,
                                          std::memory_order_relaxed)) {
@@ -159,15 +159,17 @@ void ActivityLockCore<Platform>::passOn() noexcept {
    const Atomic<std::uint32_t>* word = nullptr;
    {
       Anchor guard(queueMutex_);
-      // Not empty: only a taker leaves the list by itself, and the lock is still held.
+      // The list is not empty: a waiter leaves it by itself only when it takes the lock, and the lock is
+      // still held.
       Waiter& next = *oldest_;
       unlink(next);
-      // Under the same mutex as the unlinking: a waiter whose slice ends now finds itself in the list or
-      // granted.
+      // Under the same mutex as the unlink, so that a waiter whose slice ends now finds itself either in the
+      // list or granted.
       next.word.store(Waiter::granted, std::memory_order_release);
       word = &next.word;
    }
-   // The waiter may be gone with its stack frame; waking a word that nobody sleeps on is harmless.
+   // The pointer may be dangling, because the waiter may have returned. Waking an address that no thread
+   // sleeps on is harmless.
    Platform::futexWake(word);
 }
 
@@ -180,12 +182,12 @@ void ActivityLockCore<Platform>::link(Waiter& waiter) noexcept {
    } else {
       oldest_ = &waiter;
       sliceEnd_.store(waiter.sliceEnd, std::memory_order_relaxed);
-      // Publishes the slice's end to the holder that sees the bit.
+      // Publishes sliceEnd_ to a holder that sees the bit.
       state_.fetch_or(contended, std::memory_order_release);
    }
 }
 
-// The caller holds the lock, or holds it on behalf of the waiter that it takes out.
+// The caller holds the lock, for itself or on behalf of the waiter that it removes.
 template <class Platform>
 void ActivityLockCore<Platform>::unlink(Waiter& waiter) noexcept {
    (waiter.older != nullptr ? waiter.older->newer : oldest_) = waiter.newer;

@@ -1,13 +1,13 @@
 #pragma once
 
-// Scope guards over the activity lock and over an embedding interpreter's lock.
-// Thread-safety: an anchor belongs to the thread that made it. gilHooksIs: before other threads start.
+// Scope guards for the activity lock and for an embedded interpreter's lock.
+// Thread-safety: an anchor belongs to the thread that created it. Call gilHooksIs before other threads start.
 
 #include "platform/zelt/ActivityLock.h"
 
 namespace Zelt {
 
-/// Holds the lock for its scope.
+// Holds the lock for its scope.
 class ActivityLockAnchor {
 public:
    explicit ActivityLockAnchor(ActivityLock& lock = activityLock(),
@@ -24,8 +24,8 @@ private:
    HandOver atEnd_;
 };
 
-/// Releases the lock wholly for its scope, whatever its depth is, and takes it again with that depth. Does
-/// nothing on a thread that does not hold it.
+// Releases the lock for its scope, at any depth, and reacquires it with that depth. A no-op on a thread that
+// does not hold the lock.
 class UnlockAnchor {
 public:
    explicit UnlockAnchor(ActivityLock& lock) noexcept : lock_(lock), depth_(lock.releaseAll()) {}
@@ -38,18 +38,18 @@ private:
    unsigned depth_;
 };
 
-/// How a host that embeds an interpreter lets go of the interpreter's lock and takes it back. `release`
-/// returns a token for `reacquire`; both are called on the same thread.
+// The functions with which a host releases and reacquires the lock of an interpreter that it embeds.
+// `release` returns a token for `reacquire`; both are called on the same thread.
 struct GilHooks {
    void* (*release)() = nullptr;
    void (*reacquire)(void* token) = nullptr;
 };
 
-/// Installs the hooks; default-constructed ones remove them.
+// Installs the hooks; default-constructed ones remove them.
 void gilHooksIs(GilHooks hooks) noexcept;
 GilHooks gilHooks() noexcept;
 
-/// Releases an embedding interpreter's lock for its scope where a host has installed hooks, else nothing.
+// Releases the embedded interpreter's lock for its scope if the host has installed hooks; otherwise a no-op.
 class MaybeGilUnlockAnchor {
 public:
    MaybeGilUnlockAnchor() noexcept : hooks_(gilHooks()) {

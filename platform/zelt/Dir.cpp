@@ -28,7 +28,7 @@ void Dir::entityIs(const std::string& name, Pavo::Ptr<Pavo::RefCounted> entity) 
 void Dir::entityDel(const std::string& name) {
    const auto it = entities_.find(name);
    if (it == entities_.end()) return;
-   // The reactors find the entry gone and the directory in order, even if the name is the entry's own.
+   // Reactors find the entry removed. The extracted node keeps the key alive, in case `name` refers to it.
    const auto removed = entities_.extract(it);
    notify(removed.key());
 }
@@ -41,7 +41,7 @@ Dir::Reaction Dir::reactorIs(Reactor reactor) const {
 }
 
 void Dir::notify(const std::string& name) {
-   // A reactor may add and drop reactors, and may drop the last owner of this directory.
+   // A copy: a reactor may add and remove reactors, and may drop the last owner of this directory.
    const auto reactors = reactors_;
    for (const auto& known : reactors) {
       if (const auto reactor = known.lock()) (*reactor)(name);

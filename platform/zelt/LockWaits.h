@@ -1,6 +1,6 @@
 #pragma once
 
-// How the waits for a lock have ended, for an operator who asks whether the lock works.
+// Statistics on how the waits for a lock have ended, for an operator who checks whether the lock works.
 
 #include <atomic>
 #include <cstdint>
@@ -9,15 +9,15 @@
 
 namespace Zelt {
 
-/// Waits that outlasted the newcomer's polls, since the lock was made.
+// Waits that outlasted the newcomer's polls, since the lock was created.
 struct LockWaits {
-   std::uint64_t handed = 0;       ///< ended by a release that passed the lock on
-   std::uint64_t found = 0;        ///< ended by the waiter, which looked up and found the lock free
-   std::uint64_t missed = 0;       ///< the same, although a hand-over was due: not 0 is a defect of the lock
-   std::int64_t longestNanos = 0;  ///< from the look at the queue to the lock
+   std::uint64_t handed = 0;       // ended by a release that handed over the lock
+   std::uint64_t found = 0;        // ended by the waiter, which woke up and found the lock free
+   std::uint64_t missed = 0;       // as `found`, but a hand-over was due: a defect of the lock
+   std::int64_t longestNanos = 0;  // from joining the waiting list to getting the lock
 };
 
-/// Counts them. Thread-safety: add by whoever holds the lock, read by any thread.
+// Counts them. Only the holder of the lock calls add; any thread may call read.
 class LockWaitTally {
 public:
    void add(WaitEnd end, std::int64_t nanos) noexcept {
@@ -30,7 +30,7 @@ public:
          longestNanos_.store(nanos, std::memory_order_relaxed);
    }
 
-   /// The counts may be of slightly different moments.
+   // RETURNS: the counts, which may be from slightly different moments.
    LockWaits read() const noexcept {
       return {.handed = handed_.load(std::memory_order_relaxed),
               .found = found_.load(std::memory_order_relaxed),

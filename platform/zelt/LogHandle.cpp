@@ -16,7 +16,7 @@ struct SinkHolder {
    std::shared_ptr<const LogSink> sink ZELT_GUARDED_BY(mutex);
 };
 
-// Never destroyed: threads may log while static objects go.
+// Never destroyed: threads may log while static objects are destroyed.
 SinkHolder& sinkHolder() {
    static SinkHolder& holder = *new SinkHolder;
    return holder;

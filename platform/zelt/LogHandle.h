@@ -1,9 +1,9 @@
 #pragma once
 
-// Platform log messages. A message is defined once, by a LogHandle, and written many times; where it goes is
-// settled by the process's sink.
-// Thread-safety: all operations may be called from any thread. A sink is called by the writing thread,
-// without a lock of the handle, and by several threads at once.
+// Platform log messages. A message is defined once, by a LogHandle, and written many times. The process's
+// sink decides where it goes.
+// Thread-safety: any thread. The writing thread calls the sink without holding a lock, so several threads may
+// call it at once.
 
 #include <fmt/printf.h>
 
@@ -16,43 +16,44 @@
 
 namespace Zelt {
 
-/// The recommended action of a message that asks for none.
+// The recommended action of a message that requires no action.
 inline constexpr const char* NoActionRequired = "No action is required.";
 
-/// One written message as the sink sees it.
+// One written message as the sink sees it.
 struct LogRecord {
    std::string_view name;
-   int severity = 6;  ///< 0 emergency to 7 debug (RFC 5424)
+   int severity = 6;  // 0 emergency to 7 debug (RFC 5424)
    std::string_view text;
 };
 
 using LogSink = std::function<void(const LogRecord&)>;
 
-/// Where messages go from now on; an empty function stands for the default, standard error.
+// Sends further messages to `sink`; an empty function restores the default, standard error.
 void logSinkIs(LogSink sink);
-/// Writes "<name>: <text>" and a newline to standard error, in one write.
+// Writes "<name>: <text>" and a newline to standard error, in one write.
 void logToStderr(const LogRecord& record);
-/// Hands the message to syslog(3) with its severity.
+// Passes the message to syslog(3) with its severity.
 void logToSyslog(const LogRecord& record);
 
 class LogHandle {
 public:
-   /// name:         upper-case identifier, unique in the process
-   /// severity:     0 emergency to 7 debug
-   /// format:       printf form; every argument may be a string for %s or a number for its own letter
-   /// explanation:  one sentence for the operator on when the message appears
-   /// action:       what the operator should do
-   /// interval:     least time between two messages, seconds; 0: no limit
-   /// backoff:      factor by which the interval grows with every message that was held back; 1.0: constant
-   /// maxInterval:  bound of the grown interval, seconds; 0: no bound
-   /// burst:        messages that pass one after another before the interval counts; 0 and 1 are alike
-   /// The texts are kept by pointer and must outlive the handle.
+   // name:         upper-case identifier, unique in the process
+   // severity:     0 emergency to 7 debug
+   // format:       printf format; each argument is a string for %s or a number for a conversion of its type
+   // explanation:  one sentence for the operator on when the message appears
+   // action:       what the operator should do
+   // interval:     minimum time between two messages, in seconds; 0: no limit
+   // backoff:      factor by which the interval grows with every suppressed message; 1.0: constant
+   // maxInterval:  upper bound of the interval, in seconds; 0: no bound
+   // burst:        messages that pass in a row before the interval applies; 0 means 1
+   // REQUIRES: the texts outlive the handle, which keeps pointers to them.
    LogHandle(const char* name, int severity, const char* format, const char* explanation,
              const char* action = NoActionRequired, Seconds interval = 0, double backoff = 1.0,
              unsigned maxInterval = 0, unsigned burst = 0);
 
-   /// Writes the message. Returns false if the rate limit held it back. Throws fmt::format_error if the
-   /// arguments do not fit the format.
+   // Writes the message.
+   // RETURNS: false if the rate limit suppressed it.
+   // THROWS: fmt::format_error if the arguments do not match the format.
    template <typename... Args>
    bool log(const Args&... args) {
       if (!admit()) return false;

@@ -1,7 +1,7 @@
 #pragma once
 
-// A std::mutex that clang's thread-safety analysis knows.
-// Thread-safety: it is a mutex. Not recursive.
+// A std::mutex that clang's thread-safety analysis understands.
+// Thread-safety: any thread. Not recursive.
 
 #include <mutex>
 
@@ -22,7 +22,7 @@ private:
    std::mutex mutex_;
 };
 
-/// Holds a Mutex for its scope, or until an early unlock.
+// Holds a Mutex for its scope, or until an early unlock.
 class ZELT_SCOPED_CAPABILITY MutexAnchor {
 public:
    explicit MutexAnchor(Mutex& mutex) ZELT_ACQUIRE(mutex) : mutex_(&mutex) { mutex_->lock(); }
@@ -32,7 +32,7 @@ public:
    MutexAnchor(const MutexAnchor&) = delete;
    MutexAnchor& operator=(const MutexAnchor&) = delete;
 
-   /// REQUIRES: not called before.
+   // REQUIRES: unlock was not called before.
    void unlock() ZELT_RELEASE() {
       mutex_->unlock();
       mutex_ = nullptr;

@@ -1,6 +1,6 @@
 #pragma once
 
-// Clang's thread-safety annotations under short names; nothing with other compilers.
+// Clang's thread-safety annotations under short names; empty for other compilers.
 
 #if defined(__clang__)
 #define ZELT_THREAD_ANNOTATION(x) __attribute__((x))

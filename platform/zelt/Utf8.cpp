@@ -10,7 +10,7 @@ std::size_t utf8CharacterBytes(std::string_view text) noexcept {
    const auto at = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
    const unsigned char first = at(0);
    if (first < 0x80) return 1;
-   // The second byte's range keeps out overlong forms, surrogates and numbers above 0x10ffff.
+   // The range of the second byte excludes overlong forms, surrogates and code points above 0x10ffff.
    std::size_t bytes = 0;
    unsigned char low = 0x80;
    unsigned char high = 0xbf;

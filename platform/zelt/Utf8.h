@@ -9,11 +9,11 @@
 
 namespace Zelt {
 
-/// The length, 1 to 4, of the character that `text` begins with; 0 if it begins with none: the text is empty,
-/// or its first bytes are not UTF-8 (an overlong form, a surrogate, a number above 0x10ffff, a cut end).
+// RETURNS: the length in bytes (1 to 4) of the first character of `text`; 0 if the text is empty or does not
+// begin with valid UTF-8 (an overlong form, a surrogate, a code point above 0x10ffff, a truncated sequence).
 std::size_t utf8CharacterBytes(std::string_view text) noexcept;
 
-/// Whether all of `text` is UTF-8.
+// RETURNS: whether all of `text` is valid UTF-8.
 bool isUtf8(std::string_view text) noexcept;
 
 }  // namespace Zelt
