@@ -238,7 +238,7 @@ void IpRouteMgr::set(const orv::ip_route_t& route, const Action* action, NameId 
    } else {
       table_.checkCapacity();
    }
-   table_.prepare(route.command_tag().size() + (row == nullptr ? 0 : IpRouteTable::bytesOfVias(*row)));
+   table_.prepare(row, route.command_tag().size() + (row == nullptr ? 0 : table_.bytesOfVias(*row)));
    if (row == nullptr) row = &table_.insert(key);
    row->mark = table_.marks().epoch();
    row->tag = route.tag();
@@ -315,7 +315,7 @@ void IpRouteMgr::setVia(const orv::ip_route_via_t& via, NameId vrf) {
                        via.nexthop_group()));
    }
    if (row->action == Action::nexthop_group && table_.keepGroup(*row, via)) return;
-   table_.prepare(via.nexthop_group().size() + IpRouteKind::viaBytes);
+   table_.prepare(row, table_.commandTag(*row).size() + IpRouteTable::bytesOfGroup(via.nexthop_group()));
    table_.setGroup(*row, via);
    row->action = Action::nexthop_group;
    changed(*row);

@@ -146,12 +146,12 @@ void MplsRouteMgr::mpls_route_set(const orv::mpls_route_t& route) {
    auto* row = table_.findRoute(route.key());
    if (row == nullptr) {
       table_.checkCapacity();
-      table_.prepare(0);
+      table_.prepare(table_.find(route.key()), 0);
       row = &table_.insert(route.key());
    } else {
       row->mark = table_.marks().epoch();
       if (row->version == route.version_id()) return;
-      table_.prepare(MplsRouteTable::bytesOfVias(*row));
+      table_.prepare(row, table_.bytesOfVias(*row));
    }
    row->version = route.version_id();
    changed(*row);
@@ -163,7 +163,7 @@ void MplsRouteMgr::mpls_route_del(const orv::mpls_route_key_t& key) {
 }
 
 void MplsRouteMgr::erase(MplsRow& row) {
-   table_.prepare(0, true);
+   table_.prepare(&row, table_.bytesOfVias(row), true);
    table_.erase(row);
    queue(row);
 }
@@ -212,7 +212,7 @@ void MplsRouteMgr::mpls_route_via_set(const orv::mpls_route_via_t& via) {
       return;
    }
    if (table_.keepGroup(*row, via)) return;
-   table_.prepare(via.nexthop_group().size() + MplsRouteKind::viaBytes);
+   table_.prepare(row, MplsRouteTable::bytesOfGroup(via.nexthop_group()));
    table_.setGroup(*row, via);
    changed(*row);
 }

@@ -147,14 +147,14 @@ void Store::begin() {
    basePages_ = info.me_last_pgno + 1;
 }
 
-void Store::put(Database db, std::string_view key, std::string_view row) {
+void Store::put(Database db, std::string_view key, std::string_view row, bool shrinks) {
    if (!marked_) [[unlikely]]
       mark();
    if (key.size() > maxKeyBytes) {
       throw StoreError(Trouble::tooLong, fmt::format("a key of {} bytes is longer than the store takes ({})",
                                                      key.size(), maxKeyBytes));
    }
-   makeRoom(worstPages(1, row.size()), spare_);
+   makeRoom(worstPages(1, row.size()), shrinks ? 0 : spare_);
    if (txn_ == nullptr) begin();
    write(db, key, row);
 }

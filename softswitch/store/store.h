@@ -6,8 +6,8 @@
 //
 // Room for a write is allocated before the write: the file is a sparse map of fixed size whose blocks are
 // allocated in steps ahead of the writes. On a full disk the write that does not fit therefore throws
-// StoreError (noSpace) and changes nothing; it never faults in the map. Deletes may use a reserve that other
-// writes may not, so that a full table can be emptied.
+// StoreError (noSpace) and changes nothing; it never faults in the map. What takes no more room than before,
+// deletes above all, may use a reserve that other writes may not, so that a full table can be emptied.
 //
 // Any other failure (of a commit, of the disk) ends the process with a message on standard error before
 // anything is acknowledged.
@@ -62,9 +62,10 @@ public:
    // REQUIRES: no span has begun yet.
    Database open(std::string_view name);
 
-   // Inserts or replaces the row of `key`.
+   // Inserts or replaces the row of `key`. `shrinks` as for a delete: for a row that is no larger than the
+   // one it replaces.
    // THROWS: StoreError (noSpace, tooLong, unusable).
-   void put(Database db, std::string_view key, std::string_view row);
+   void put(Database db, std::string_view key, std::string_view row, bool shrinks = false);
    // Removes the row of `key`, if it exists.
    // THROWS: StoreError (noSpace, unusable).
    void del(Database db, std::string_view key);
@@ -83,10 +84,12 @@ public:
    void reserve(std::size_t rowBytes, bool shrinks = false) {
       if (!marked_) [[unlikely]]
          mark();
-      const auto pages = worstPages(1, rowBytes);
+      const auto pages = pagesFor(rowBytes);
       makeRoom(pages, shrinks ? 0 : spare_);
       reserved_ += pages;
    }
+   // RETURNS: the pages that reserve() takes.
+   std::size_t pagesFor(std::size_t rowBytes) const { return worstPages(1, rowBytes); }
    // put() and del() of a row whose room is reserved.
    void putReserved(Database db, std::string_view key, std::string_view row) noexcept;
    void delReserved(Database db, std::string_view key) noexcept;

@@ -92,9 +92,13 @@ orv::ip_route_via_t IpRouteKind::readVia(store::Reader& in) {
 }
 
 IpRouteTable::IpRouteTable(store::Store& store, Names& groups, Names& vrfs, std::size_t capacity)
-     : RouteTable(store, groups, capacity),
+     : RouteTable(store, groups, capacity, unwritten_),
        vrfs_(vrfs),
-       unwritten_(store, [this](RouteRow& row) { writeRow(row); }) {
+       unwritten_(
+            store, [this](RouteRow& row) { writeRow(row); },
+            [this](const RouteRow& row) {
+               return fixedRowBytes + commandTag(row).size() + bytesOfVias(row);
+            }) {
    store_.scan(database_, [this](std::string_view key, std::string_view row) { load(key, row); });
 }
 

@@ -49,7 +49,10 @@ orv::mpls_route_via_t MplsRouteKind::readVia(store::Reader& in) {
 }
 
 MplsRouteTable::MplsRouteTable(store::Store& store, Names& groups, std::size_t capacity)
-     : RouteTable(store, groups, capacity), unwritten_(store, [this](MplsRow& row) { writeRow(row); }) {
+     : RouteTable(store, groups, capacity, unwritten_),
+       unwritten_(
+            store, [this](MplsRow& row) { writeRow(row); },
+            [this](const MplsRow& row) { return fixedRowBytes + bytesOfVias(row); }) {
    store_.scan(database_, [this](std::string_view key, std::string_view row) { load(key, row); });
 }
 

@@ -41,11 +41,13 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
 #include "softswitch/store/codec.h"
 #include "softswitch/store/store.h"
+#include "softswitch/tables/deferred_row.h"
 #include "softswitch/tables/names.h"
 #include "softswitch/tables/refusal.h"
 #include "softswitch/tables/resync_marks.h"
@@ -85,20 +87,21 @@ public:
    // Callers skip a scan over the hops if it is 0.
    std::size_t rowsWithHops() const { return rowsWithHops_; }
 
-   // Reserves room to write a row with about `bytes` more than its fixed part. `shrinks` marks a change that
-   // removes something, which a full disk allows.
+   // Reserves room to write `row`, null for a new one, with about `bytes` more than its fixed part. `shrinks`
+   // marks a change that removes something, which a full disk allows.
    // THROWS: orv::error if the disk is full.
-   void prepare(std::size_t bytes, bool shrinks = false) {
+   void prepare(const Row* row, std::size_t bytes, bool shrinks = false) {
       try {
-         store_.reserve(fixedRowBytes + bytes, shrinks);
+         unwritten_.reserve(row, fixedRowBytes + bytes, shrinks);
       } catch (const store::StoreError& e) {
          refuse(e);
       }
    }
    // The approximate size of the row's vias in the store.
-   static std::size_t bytesOfVias(const Row& row) {
-      return row.vias == nullptr ? 0 : row.vias->size() * Kind::viaBytes;
+   std::size_t bytesOfVias(const Row& row) const {
+      return row.group != Names::none ? bytesOfGroup(group(row)) : row.hops() * Kind::viaBytes;
    }
+   static std::size_t bytesOfGroup(std::string_view name) { return name.size() + Kind::viaBytes; }
 
    // RETURNS: whether `a` and `b` are the same via. Hops compare by identity; a route has only one via with a
    // group.
@@ -144,8 +147,13 @@ public:
 protected:
    static constexpr std::size_t fixedRowBytes = 32;
 
-   RouteTable(store::Store& store, Names& groups, std::size_t capacity)
-        : store_(store), groups_(groups), database_(store.open(Kind::table)), capacity_(capacity) {}
+   // `unwritten` is the derived table's own, since writing needs all of that.
+   RouteTable(store::Store& store, Names& groups, std::size_t capacity, DeferredRow<Row>& unwritten)
+        : store_(store),
+          groups_(groups),
+          database_(store.open(Kind::table)),
+          unwritten_(unwritten),
+          capacity_(capacity) {}
    ~RouteTable() = default;
 
    void checkCapacity(std::size_t rows) const {
@@ -170,6 +178,7 @@ private:
    MarkedVia<Via>& addHop(Row& row);
    bool isGroup(const Row& row, const Via& via) const;
 
+   DeferredRow<Row>& unwritten_;
    const std::size_t capacity_;
    std::size_t rowsWithHops_ = 0;
 };
@@ -258,7 +267,7 @@ bool RouteTable<Kind>::setHop(Row& row, const Via& via) {
    }
    const bool changes = hop == nullptr || !Kind::sameFields(hop->via, via);
    if (changes) {
-      prepare(bytesOfVias(row) + Kind::viaBytes);
+      prepare(&row, bytesOfVias(row) + (hop == nullptr ? Kind::viaBytes : 0));
       if (hop == nullptr) hop = &addHop(row);
       hop->via = via;
       hop->via.route_key_is({});
@@ -270,7 +279,7 @@ bool RouteTable<Kind>::setHop(Row& row, const Via& via) {
 template <class Kind>
 bool RouteTable<Kind>::eraseVias(Row& row, const Via& via) {
    if (!hasVia(row, via)) return false;
-   prepare(bytesOfVias(row), true);
+   prepare(&row, bytesOfVias(row), true);
    if (row.hops() > 1 && !Kind::bare(via)) {
       std::erase_if(*row.vias, [&](const auto& each) { return Kind::sameFields(each.via, via); });
    } else {
@@ -283,13 +292,13 @@ template <class Kind>
 bool RouteTable<Kind>::dropStaleVias(Row& row) {
    if (row.group != Names::none) {
       if (!marks_.stale(row.groupMark)) return false;
-      prepare(0, true);
+      prepare(&row, 0, true);
       clearVias(row);
       return true;
    }
    const auto stale = [this](const auto& each) { return marks_.stale(each.mark); };
    if (row.vias == nullptr || std::none_of(row.vias->begin(), row.vias->end(), stale)) return false;
-   prepare(bytesOfVias(row), true);
+   prepare(&row, bytesOfVias(row), true);
    std::erase_if(*row.vias, stale);
    if (row.vias->empty()) clearVias(row);
    return true;

@@ -83,6 +83,7 @@ public:
       return it == rows_.end() ? Item{} : Item{&it->first, &it->second.row};
    }
 
+   // On a full disk a row can still be replaced by one that is no larger.
    // THROWS: orv::error if the table or the disk is full, orv::invalid_argument_error if the key is too long.
    Change set(const Key& key, Row row) {
       const auto it = rows_.find(key);
@@ -94,12 +95,12 @@ public:
                return Change::none;
             }
          }
-         write(key, row);
+         write(key, row, &it->second.row);
          it->second = Slot{std::move(row), epoch_};
          return Change::replaced;
       }
       if (rows_.size() >= capacity_) refuseFull(name_, capacity_);
-      write(key, row);
+      write(key, row, nullptr);
       rows_.emplace(key, Slot{std::move(row), epoch_});
       ++generation_;
       return Change::inserted;
@@ -225,19 +226,36 @@ private:
       rows_.emplace_hint(rows_.end(), std::move(k), Slot{std::move(r), epoch_});
    }
 
-   void write(const Key& key, const Row& row) {
+   // `former` is the row that is replaced, null for none.
+   void write(const Key& key, const Row& row, const Row* former) {
       keyBytes_.clear();
-      rowBytes_.clear();
       store::Writer keyOut(keyBytes_);
-      store::Writer rowOut(rowBytes_);
       Codec::encodeKey(key, keyOut);
-      rowOut.u8(Codec::version);
-      Codec::encodeRow(row, rowOut);
+      encodeRow(row, rowBytes_);
       try {
          store_.put(database_, keyBytes_, rowBytes_);
       } catch (const store::StoreError& e) {
+         if (e.trouble() != store::Trouble::noSpace || former == nullptr) refuse(e);
+         writeSmaller(*former);
+      }
+   }
+
+   // What rowBytes_ has, where the disk is full.
+   void writeSmaller(const Row& former) {
+      std::string formerBytes;
+      encodeRow(former, formerBytes);
+      try {
+         store_.put(database_, keyBytes_, rowBytes_, rowBytes_.size() <= formerBytes.size());
+      } catch (const store::StoreError& e) {
          refuse(e);
       }
+   }
+
+   static void encodeRow(const Row& row, std::string& bytes) {
+      bytes.clear();
+      store::Writer out(bytes);
+      out.u8(Codec::version);
+      Codec::encodeRow(row, out);
    }
 
    void remove(const Key& key) {

@@ -63,6 +63,22 @@ auto listOf(Iter it) {
    return rows;
 }
 
+// Rows of a table of its own, until the store has no room for another.
+inline void fillDisk(store::Store& store) {
+   const auto ballast = store.open("ballast");
+   int rows = 0;
+   for (const std::size_t bytes : {1 << 20, 1 << 15, 1 << 11, 1}) {
+      try {
+         for (;; ++rows) {
+            store.put(ballast, std::to_string(rows), std::string(bytes, 'x'));
+            store.commit();
+         }
+      } catch (const store::StoreError& e) {
+         if (e.trouble() != store::Trouble::noSpace) throw;
+      }
+   }
+}
+
 inline orv::ip_prefix_t prefix(std::string_view text) {
    return orv::ip_prefix_t(text);
 }

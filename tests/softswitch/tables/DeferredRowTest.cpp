@@ -19,7 +19,8 @@ protected:
    store::Store store_{store::StoreOptions{.directory = directory_ / "state", .bootId = "boot", .log = {}}};
    std::vector<int> written_;
    std::optional<DeferredRow<int>> deferred_{std::in_place, store_,
-                                             [this](int& row) { written_.push_back(row); }};
+                                             [this](int& row) { written_.push_back(row); },
+                                             [](const int&) { return std::size_t{100}; }};
    int a_ = 1;
    int b_ = 2;
 };

@@ -21,7 +21,7 @@ protected:
       return {Names::none, prefix(text), preference};
    }
    RouteRow& add(std::string_view text) {
-      table_->prepare(0);
+      table_->prepare(nullptr, 0);
       auto& row = table_->insert(key(text));
       table_->changed(row);
       return row;
@@ -55,7 +55,7 @@ TEST_F(IpRouteTableTest, aRowIsWrittenOnceAtTheEndOfItsSpan) {
    auto& row = add("10.0.0.0/8");
    orv::ip_route_via_t via;
    via.nexthop_group_is("g");
-   table_->prepare(1);
+   table_->prepare(&row, 1);
    table_->setGroup(row, via);
    table_->changed(row);
    EXPECT_FALSE(store_->inSpan());
@@ -114,7 +114,7 @@ TEST_F(IpRouteTableTest, counts) {
    EXPECT_TRUE(table_->eraseVias(row, {}));
    EXPECT_EQ(table_->rowsWithHops(), 0u);
    EXPECT_FALSE(row.hasVias());
-   table_->prepare(0);
+   table_->prepare(nullptr, 0);
    auto& other = table_->insert(key("10.0.0.0/8", 9));
    table_->changed(other);
    EXPECT_EQ(table_->rowsOfOtherPreference(), 1u);

@@ -28,7 +28,8 @@ protected:
       table_.reset();
       names_.reset();
       store_.reset();
-      store_.emplace(store::StoreOptions{.directory = directory_ / "state", .bootId = "boot", .log = {}});
+      options_.directory = directory_ / "state";
+      store_.emplace(options_);
       names_.emplace();
       table_.emplace(*store_, *names_, 100);
    }
@@ -47,14 +48,15 @@ protected:
    void set(const mpls_route_key_t& key, const std::string& group = "g",
             mpls_action_t action = mpls_action_t::forward) {
       auto* row = table_->findRoute(key);
-      table_->prepare(group.size());
+      table_->prepare(table_->find(key), MplsRouteTable::bytesOfGroup(group));
       if (row == nullptr) row = &table_->insert(key);
       table_->setGroup(*row, over(key, group, action));
       table_->changed(*row);
    }
    void erase(const mpls_route_key_t& key) {
-      table_->prepare(0, true);
-      table_->erase(*table_->findRoute(key));
+      auto& row = *table_->findRoute(key);
+      table_->prepare(&row, table_->bytesOfVias(row), true);
+      table_->erase(row);
    }
    std::vector<std::string> walk() {
       std::vector<std::string> keys;
@@ -70,6 +72,7 @@ protected:
    }
 
    TempDir directory_;
+   store::StoreOptions options_{.directory = {}, .bootId = "boot", .log = {}};
    std::optional<store::Store> store_;
    std::optional<Names> names_;
    std::optional<MplsRouteTable> table_;
@@ -153,12 +156,12 @@ TEST_F(MplsRouteTableTest, aNameThatTakesTheNumberOfAnotherIsNotTakenForIt) {
 }
 
 TEST_F(MplsRouteTableTest, aRouteWithoutViasAndOneWithManySurvive) {
-   table_->prepare(0);
+   table_->prepare(nullptr, 0);
    table_->insert(plain(10)).version = 7;
    set(plain(11), "g");
    auto fuller = over(plain(12), "g", mpls_action_t::pop);
    fuller.payload_type_is(orv::mpls_payload_type_t::ipv4);
-   table_->prepare(100);
+   table_->prepare(nullptr, 100);
    auto& row = table_->insert(plain(12));
    table_->setGroup(row, fuller);
    table_->changed(row);
@@ -167,6 +170,34 @@ TEST_F(MplsRouteTableTest, aRouteWithoutViasAndOneWithManySurvive) {
    EXPECT_THAT(table_->viasOf(*table_->findRoute(plain(10))), IsEmpty());
    EXPECT_THAT(table_->viasOf(*table_->findRoute(plain(11))), ElementsAre(over(plain(11), "g")));
    EXPECT_THAT(table_->viasOf(*table_->findRoute(plain(12))), ElementsAre(fuller));
+}
+
+// As the programming service writes a label: the route goes and comes in one span.
+TEST_F(MplsRouteTableTest, aRouteIsWrittenAnewOnAFullDiskWhereItDoesNotGrow) {
+   options_.mapBytes = std::size_t{4} << 20;
+   open();
+   constexpr std::uint32_t count = 100;
+   for (std::uint32_t label = 0; label < count; ++label) {
+      set(plain(label), "first");
+      store_->commit();
+   }
+   fillDisk(*store_);
+   const auto groupOf = [&](std::uint32_t label) { return table_->group(*table_->findRoute(plain(label))); };
+   EXPECT_NE(refusal([&] { set(plain(count), "first"); }), "");
+   // The last room of a span goes to whole routes too.
+   std::string words;
+   for (std::uint32_t label = 0; label < count && words.empty(); ++label) {
+      words = refusal([&] { erase(plain(label)); });
+      if (!words.empty()) break;
+      EXPECT_NE(refusal([&] { set(plain(label), "longer"); }), "");
+      EXPECT_EQ(refusal([&] { set(plain(label), label % 2 == 0 ? "first" : "other"); }), "");
+   }
+   EXPECT_THAT(words, testing::HasSubstr("no space left"));
+   store_->commit();
+   open();
+   EXPECT_EQ(table_->size(), count);
+   for (std::uint32_t label = 0; label < 4; ++label)
+      EXPECT_EQ(groupOf(label), label % 2 == 0 ? "first" : "other");
 }
 
 TEST_F(MplsRouteTableTest, aFullTableRefusesInWords) {

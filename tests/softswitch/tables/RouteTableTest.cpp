@@ -62,7 +62,10 @@ struct Kind {
 
 class Numbers : public RouteTable<Kind> {
 public:
-   Numbers(store::Store& store, Names& groups) : RouteTable(store, groups, 2) {}
+   Numbers(store::Store& store, Names& groups)
+        : RouteTable(store, groups, 2, unwritten_),
+          unwritten_(
+               store, [](Row&) {}, [](const Row&) { return std::size_t{0}; }) {}
    void checkCapacity() const { RouteTable::checkCapacity(rows.size()); }
    Row& insert(int key) {
       auto& row = rows[key];
@@ -84,6 +87,9 @@ public:
    }
 
    std::map<int, Row> rows;
+
+private:
+   DeferredRow<Row> unwritten_;
 };
 
 class RouteTableTest : public testing::Test {

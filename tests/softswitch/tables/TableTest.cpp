@@ -29,8 +29,8 @@ protected:
    void open(std::size_t capacity = 100000) {
       table_.reset();
       store_.reset();
-      store_ = std::make_unique<store::Store>(
-           store::StoreOptions{.directory = directory_ / "state", .bootId = "boot", .log = {}});
+      options_.directory = directory_ / "state";
+      store_ = std::make_unique<store::Store>(options_);
       table_ = std::make_unique<Numbers>(*store_, "numbers", capacity);
    }
    Numbers& table() { return *table_; }
@@ -45,9 +45,27 @@ protected:
    }
 
    TempDir directory_;
+   store::StoreOptions options_{.directory = {}, .bootId = "boot", .log = {}};
    std::unique_ptr<store::Store> store_;
    std::unique_ptr<Numbers> table_;
 };
+
+TEST_F(TableTest, aFullDiskTakesARowThatIsNoLarger) {
+   options_.mapBytes = std::size_t{4} << 20;
+   open();
+   table().set(1, "four");
+   table().set(2, "two");
+   store_->commit();
+   fillDisk(*store_);
+   EXPECT_THAT(refusal([&] { table().set(1, "fiver"); }), HasSubstr("no space left"));
+   EXPECT_THAT(refusal([&] { table().set(3, ""); }), HasSubstr("no space left"));
+   EXPECT_EQ(table().set(1, "five"), Change::replaced);
+   EXPECT_EQ(table().set(2, ""), Change::replaced);
+   open();
+   EXPECT_EQ(*table().find(1), "five");
+   EXPECT_EQ(*table().find(2), "");
+   EXPECT_EQ(table().size(), 2U);
+}
 
 TEST_F(TableTest, tellsWhatASetDid) {
    EXPECT_EQ(table().set(1, "one"), Change::inserted);
