@@ -58,21 +58,24 @@ public:
 
    nexthop_group_mpls_action_t() = default;
    nexthop_group_mpls_action_t(mpls_action_t action_type, std::forward_list<mpls_label_t> label_stack)
-        : action_type_(action_type), label_stack_(std::move(label_stack)) {}
+        : action_type_(action_type) {
+      label_stack_is(std::move(label_stack));
+   }
 
    [[nodiscard]] mpls_action_t action_type() const noexcept { return action_type_; }
    void action_type_is(mpls_action_t v) { action_type_ = v; }
    // Labels to impose, outermost first.
-   [[nodiscard]] const std::forward_list<mpls_label_t>& label_stack() const noexcept { return label_stack_; }
-   void label_stack_is(std::forward_list<mpls_label_t> v) { label_stack_ = std::move(v); }
+   [[nodiscard]] const std::forward_list<mpls_label_t>& label_stack() const noexcept;
+   void label_stack_is(std::forward_list<mpls_label_t> v);
 
-   bool operator==(const nexthop_group_mpls_action_t&) const = default;
+   bool operator==(const nexthop_group_mpls_action_t& other) const noexcept;
    [[nodiscard]] std::size_t hash() const;
    [[nodiscard]] std::string to_string() const;
 
 private:
    mpls_action_t action_type_ = mpls_action_t::none;
-   std::forward_list<mpls_label_t> label_stack_;
+   // Null for the empty stack. Shared by copies, never changed: one nexthop may fill thousands of slots.
+   std::shared_ptr<const std::forward_list<mpls_label_t>> label_stack_;
 };
 
 // One entry of a group.

@@ -104,6 +104,20 @@ TEST_F(InitializedNexthopGroupProgrammerTest, labelsReachTheStackFromTheLastToTh
    EXPECT_EQ(labelsOf(set(request).nexthops().begin()->second), (std::vector<std::uint32_t>{200, 100}));
 }
 
+// Or a few thousand labels times a large weight would be more memory than the process has.
+TEST_F(InitializedNexthopGroupProgrammerTest, theSlotsOfANexthopShareOneStack) {
+   auto request = groupNamed("g");
+   addNexthop(request, 1, {100, 200}, 3);
+   *request.add_backup_nexthops() = request.nexthops(0);
+   const auto group = set(request);
+   for (const auto* entries : {&group.nexthops(), &group.backup_nexthops()}) {
+      ASSERT_EQ(entries->size(), 3U);
+      const auto& first = entries->begin()->second.mpls_action().label_stack();
+      for (const auto& [slot, entry] : *entries)
+         EXPECT_EQ(&entry.mpls_action().label_stack(), &first) << slot;
+   }
+}
+
 TEST_F(InitializedNexthopGroupProgrammerTest, aLoneImplicitNullIsNoOperation) {
    auto request = groupNamed("g");
    addNexthop(request, 1, {3});
