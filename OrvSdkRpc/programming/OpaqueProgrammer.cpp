@@ -1,10 +1,21 @@
 #include "OrvSdkRpc/programming/OpaqueProgrammer.h"
 
+#include <cstddef>
+#include <string>
+#include <utility>
+
 #include "OrvSdkRpc/programming/Reply.h"
 #include "orv/agent.h"
+#include "orv/error.h"
 #include "orv/lock.h"
 
 namespace OrvSdkRpc {
+namespace {
+
+// A key takes a few bytes to ask for and a value of a mebibyte may stand behind it, again and again.
+constexpr std::size_t replyBytesMax = std::size_t{64} << 20;
+
+}  // namespace
 
 void OpaqueProgrammer::processOpaqueStateSetRequest(const pb::rpc_server_state_config_msg& request,
                                                     pb::rpc_status_msg& response) {
@@ -28,9 +39,13 @@ void OpaqueProgrammer::processOpaqueStateGetRequest(const pb::rpc_server_state_s
                                                     pb::rpc_server_state_status_msg& response) {
    orv::sdk_scoped_lock lock;
    orv::fmttrace(programmingTracer(), 1, "Opaque get for {} keys", request.key_value_pairs_size());
+   std::size_t bytes = 0;
    try {
       for (const auto& asked : request.key_value_pairs()) {
          std::string value = mgr_->status(asked.key());
+         bytes += asked.key().size() + value.size();
+         if (bytes > replyBytesMax)
+            throw orv::error(fmt::format("the reply has room for {} bytes", replyBytesMax));
          orv::fmttrace(programmingTracer(), 1, "Opaque get key='{}' value='{}'", asked.key(), value);
          auto& pair = *response.add_key_value_pairs();
          pair.set_key(asked.key());

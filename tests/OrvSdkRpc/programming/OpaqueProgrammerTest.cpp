@@ -128,6 +128,24 @@ TEST_F(OpaqueProgrammerTest, anErrorCutsAGetShortAndIsOnlyTraced) {
    EXPECT_TRUE(traces.texts()[0].ends_with("exception gone"));
 }
 
+// A few kilobytes of equal keys would otherwise ask for more than there is.
+TEST_F(OpaqueProgrammerTest, aGetEndsInFrontOfThePairThatIsTooMuch) {
+   constexpr int mebibyte = 1 << 20;
+   EXPECT_CALL(mgr_, status(_)).Times(65).WillRepeatedly([](const std::string&) {
+      return std::string(mebibyte - 3, 'v');
+   });
+   pb::rpc_server_state_status_msg request;
+   for (int i = 0; i < 200; ++i)
+      request.add_key_value_pairs()->set_key("key");
+   pb::rpc_server_state_status_msg response;
+   fixture::TraceCapture traces("OrvSdkRpc/0");
+   opaque_.processOpaqueStateGetRequest(request, response);
+   EXPECT_EQ(response.key_value_pairs_size(), 64);
+   ASSERT_EQ(traces.texts().size(), 1U);
+   EXPECT_TRUE(traces.texts()[0].ends_with("exception the reply has room for 67108864 bytes"))
+        << traces.texts()[0];
+}
+
 TEST_F(OpaqueProgrammerTest, thePolicyMapsNameOfInitIsAmongTheNotes) {
    std::map<std::string, std::string> statuses;
    ON_CALL(mgr_, status_set(_, _)).WillByDefault([&](const std::string& key, const std::string& value) {
