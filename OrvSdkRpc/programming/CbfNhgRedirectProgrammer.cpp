@@ -181,7 +181,7 @@ void CbfNhgRedirectProgrammer::processCbfNhgRedirectBulkRequest(
    try {
       commitAcls();
       // Without a name there is no policy map, and every item was rejected.
-      if (!policyMapName_.empty()) pushPolicyMap();
+      if (!policyMapName_.empty()) pushOrTakeBack();
    } catch (const orv::error& e) {
       orv::fmttrace(programmingTracer(), 0, "Error: exception {}", e.what());
       // Removals need neither the commit nor the push. Redirects in force need nothing.
@@ -263,8 +263,8 @@ int CbfNhgRedirectProgrammer::addRedirect(const Key& key, DscpValues ipv4, DscpV
    }
    if (commit) commitAcls();
    if (redirect != nullptr && redirect->second.rule != Layer::unsure) {
-      // An earlier push was rejected.
-      if (commit && redirect->second.rule == Layer::written) pushPolicyMap();
+      // The commit of an earlier bulk was refused, so its push never came.
+      if (commit && redirect->second.rule == Layer::written) pushOrTakeBack();
       orv::fmttrace(programmingTracer(), 1,
                     "Updated Acl for {} seq {} matching {} redirect {} IPv4-DSCP {} IPv6-DSCP {}",
                     policyMapName_, redirect->second.sequence, key.match, key.redirect, ipv4, ipv6);
@@ -286,7 +286,7 @@ int CbfNhgRedirectProgrammer::addRedirect(const Key& key, DscpValues ipv4, DscpV
    const std::uint32_t sequence = redirect->second.sequence;
    policyMap_.rule_set(sequence, std::move(rule));
    table_.ruleWritten(*redirect);
-   if (commit) pushPolicyMap();
+   if (commit) pushOrTakeBack();
    orv::fmttrace(programmingTracer(), 1, "Added {} seq {} matching {} redirect {} IPv4-DSCP {} IPv6-DSCP {}",
                  policyMapName_, sequence, key.match, key.redirect, ipv4, ipv6);
    return pb::RPC_STATUS_OK;
@@ -300,6 +300,34 @@ void CbfNhgRedirectProgrammer::commitAcls() {
 void CbfNhgRedirectProgrammer::pushPolicyMap() {
    policyMapMgr_->policy_map_is(policyMap_);
    table_.ruleCommitted();
+}
+
+// A refused rule does not stay in the policy map, where it would fail every later push.
+void CbfNhgRedirectProgrammer::pushOrTakeBack() {
+   try {
+      pushPolicyMap();
+   } catch (const orv::error&) {
+      policyMap_ = withoutUnpushed();
+      table_.unpushedRefused();
+      throw;
+   }
+}
+
+// RETURNS: the policy map with the SDK's rules in place of those that wait for a push.
+orv::policy_map_t CbfNhgRedirectProgrammer::withoutUnpushed() const {
+   orv::policy_map_t map = policyMap_;
+   const orv::policy_map_t known = policyMapMgr_->exists(policyMapKey_)
+                                        ? policyMapMgr_->policy_map(policyMapKey_)
+                                        : orv::policy_map_t(policyMapKey_);
+   for (const std::uint32_t sequence : table_.unpushed()) {
+      const auto rule = known.rules().find(sequence);
+      if (rule == known.rules().end()) {
+         map.rule_del(sequence);
+      } else {
+         map.rule_set(sequence, rule->second);
+      }
+   }
+   return map;
 }
 
 // The edits of an ACL whose commit failed stay pending and need another commit.
@@ -365,7 +393,7 @@ std::size_t CbfNhgRedirectProgrammer::processRemove() {
    try {
       for (Redirect* const redirect : table_.due())
          takeOut(*redirect);
-      pushPolicyMap();
+      pushRemovals();
       commitAcls();
    } catch (const orv::error& e) {
       // An exception that leaves a task would end the process. All removals stay due.
@@ -376,6 +404,17 @@ std::size_t CbfNhgRedirectProgrammer::processRemove() {
    const std::size_t count = table_.eraseDue();
    orv::fmttrace(programmingTracer(), 1, "Removed {} sequences from {}", count, policyMapName_);
    return count;
+}
+
+// A removal does not wait for a rule that the SDK may never accept. The rule is not taken back here: a bulk
+// may be in progress, which pushes the rule at its end and reports the result.
+void CbfNhgRedirectProgrammer::pushRemovals() {
+   try {
+      pushPolicyMap();
+   } catch (const orv::error&) {
+      if (table_.unpushed().empty()) throw;
+      policyMapMgr_->policy_map_is(withoutUnpushed());
+   }
 }
 
 // Removes all layers, but neither pushes the policy map nor commits the ACLs. Can be repeated.

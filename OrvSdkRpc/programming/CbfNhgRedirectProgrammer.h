@@ -98,6 +98,9 @@ private:
    void leavePolicyMap();
    void commitAcls();
    void pushPolicyMap();
+   void pushOrTakeBack();
+   void pushRemovals();
+   [[nodiscard]] orv::policy_map_t withoutUnpushed() const;
    void takeFailedCommits();
    void addAcl(const CbfAfDefinition& af, const std::string& name, const Key& key,
                const DscpValues& dscpValues);

@@ -85,6 +85,22 @@ void CbfRedirectTable::committed(LayerOf layer) {
    });
 }
 
+std::vector<std::uint32_t> CbfRedirectTable::unpushed() const {
+   std::vector<std::uint32_t> sequences;
+   for (const Redirect* const redirect : uncommitted_) {
+      if (redirect->second.rule == Layer::written) sequences.push_back(redirect->second.sequence);
+   }
+   return sequences;
+}
+
+void CbfRedirectTable::unpushedRefused() {
+   std::erase_if(uncommitted_, [](Redirect* redirect) {
+      SeqAndDscpValues& values = redirect->second;
+      if (values.rule == Layer::written) values.rule = Layer::unsure;
+      return values.lists != Layer::written;
+   });
+}
+
 void CbfRedirectTable::takenOut(Redirect& redirect) {
    redirect.second.lists = Layer::unsure;
    redirect.second.rule = Layer::unsure;

@@ -105,6 +105,10 @@ public:
    // was pushed.
    void listsCommitted() { committed(&SeqAndDscpValues::lists); }
    void ruleCommitted() { committed(&SeqAndDscpValues::rule); }
+   // RETURNS: the sequences of the rules that wait for a push.
+   [[nodiscard]] std::vector<std::uint32_t> unpushed() const;
+   // Records that this push was refused: these rules are unsure.
+   void unpushedRefused();
    // A commit that was thought complete has failed for the ACLs of the redirects for which `failed(key)` is
    // true: they need another commit. Visits every redirect.
    template <class Failed>

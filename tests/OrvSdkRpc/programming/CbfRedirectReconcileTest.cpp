@@ -140,6 +140,76 @@ TEST_F(NamedCbfRedirectTest, aBulkThatIsCommittedAndNotPushedRefusesWhatNeedsThe
    EXPECT_EQ(priorities(v4("old-b")), (std::vector<int>{7}));
 }
 
+// A switch that takes no policy map with such a name, whoever asks.
+class RefusedForGood : public NamedCbfRedirectTest {
+protected:
+   RefusedForGood() {
+      ON_CALL(host_.policyMapMgr, policy_map_is(_)).WillByDefault([this](const orv::policy_map_t& map) {
+         for (const auto& [sequence, rule] : map.rules()) {
+            for (const orv::policy_map_action_t& action : rule.actions()) {
+               if (action.nexthop_group_name().size() > 255) throw orv::invalid_argument_error("too long");
+            }
+         }
+         policyMap_ = map;
+      });
+      EXPECT_EQ(status(message("old", "b", {1})), pb::RPC_STATUS_OK);
+   }
+   Request tooLong(const char* match) const { return message(match, longName_.c_str(), {1}); }
+
+   const std::string longName_ = std::string(256, 'x');
+};
+
+TEST_F(RefusedForGood, anAddDoesNotStandInTheWayOfOthersAndOfRemovals) {
+   EXPECT_EQ(status(tooLong("a")), pb::RPC_STATUS_ERROR);
+   EXPECT_EQ(status(message("gold", "low", {1})), pb::RPC_STATUS_OK);
+   EXPECT_EQ(status(tooLong("a")), pb::RPC_STATUS_ERROR);
+   EXPECT_EQ(status(removal("old", "b")), pb::RPC_STATUS_OK);
+   EXPECT_EQ(contract_.cbf.processRemove(), 1U);
+   EXPECT_EQ(policyMap_.rules(),
+             (std::map<std::uint32_t, orv::policy_map_rule_t>{{3, ruleTo("gold-low", {"low"})}}));
+   EXPECT_TRUE(find("gold", "low")->inForce());
+   // It goes like any other.
+   EXPECT_EQ(status(removal("a", longName_.c_str())), pb::RPC_STATUS_OK);
+   EXPECT_EQ(contract_.cbf.processRemove(), 1U);
+   EXPECT_EQ(contract_.cbf.redirects().size(), 1U);
+}
+
+TEST_F(RefusedForGood, anItemSpoilsItsBulkAndNoOther) {
+   const auto spoilt = bulk({tooLong("a"), message("gold", "low", {1})});
+   EXPECT_EQ(spoilt.statuses(0).status(), pb::RPC_STATUS_ERROR);
+   EXPECT_EQ(spoilt.statuses(1).status(), pb::RPC_STATUS_ERROR);
+   EXPECT_EQ(bulk({message("gold", "low", {1})}).statuses(0).status(), pb::RPC_STATUS_OK);
+   EXPECT_EQ(policyMap_.rules().size(), 2U);
+   EXPECT_TRUE(find("gold", "low")->inForce());
+}
+
+TEST_F(RefusedForGood, aRemovalDoesNotWaitForABulkThatIsUnderWay) {
+   // Its end does not come to the push.
+   EXPECT_CALL(host_.aclMgr, acl_commit()).WillOnce(Throw(orv::error("full"))).WillRepeatedly(DoDefault());
+   bulk({tooLong("a"), message("gold", "low", {1})});
+   EXPECT_EQ(status(removal("old", "b")), pb::RPC_STATUS_OK);
+   EXPECT_EQ(contract_.cbf.processRemove(), 1U);
+   EXPECT_TRUE(policyMap_.rules().empty());
+   // What the bulk has written still waits for its push.
+   EXPECT_FALSE(find("gold", "low")->isUnsure());
+}
+
+TEST_F(CbfRedirectTest, aRefusedChangeOfOneUnderOtherNamesLeavesItInForce) {
+   policyMap_.rule_set(5, ruleTo("odd", {"b"}));
+   classMap("odd", {v4("odd"), v6("odd")});
+   listIs(v4("odd"), {aclRule(1, "a", 1)});
+   contract_.init(0, "map");
+   const auto before = policyMap_;
+   EXPECT_CALL(host_.policyMapMgr, policy_map_is(_))
+        .WillOnce(Throw(orv::error("full")))
+        .WillRepeatedly(DoDefault());
+   EXPECT_EQ(status(message("a", "b", {2})), pb::RPC_STATUS_ERROR);
+   EXPECT_EQ(status(message("c", "d", {1})), pb::RPC_STATUS_OK);
+   EXPECT_EQ(policyMap_.rules().at(5), before.rules().at(5));
+   EXPECT_EQ(status(message("a", "b", {2})), pb::RPC_STATUS_OK);
+   EXPECT_EQ(policyMap_.rules().at(5), ruleTo("a-b", {"b"}));
+}
+
 TEST_F(NamedCbfRedirectTest, aRepetitionWithinABulkIsWrittenOnce) {
    anyOtherRule();
    EXPECT_CALL(host_.aclMgr, acl_rule_set(v4("a-b"), 1, testing::Matcher<const orv::acl_rule_ip_t&>(_)))
