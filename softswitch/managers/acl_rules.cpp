@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "orv/error.h"
+#include "softswitch/managers/nexthop_group_mgr.h"
 #include "softswitch/tables/name_check.h"
 
 namespace softswitch {
@@ -26,6 +27,8 @@ public:
    }
 
    void match(const orv::acl_rule_ip_t& rule, std::optional<std::uint8_t> family) const {
+      if (const auto fault = textFault(rule.nexthop_group(), NexthopGroupMgr::nameBytesMax); !fault.empty())
+         refuse("nexthop group name {}", fault);
       vlans(rule);
       if (rule.ttl().oper() == acl_range_operator_t::range) {
          refuse("ttl has operator range, expected eq, gt, lt, neq or any");

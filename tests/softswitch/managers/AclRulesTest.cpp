@@ -54,6 +54,14 @@ TEST(AclRules, refuseTheWrongKindForTheList) {
    EXPECT_EQ(refusal(v4, acl_rule_eth_t()), "an Ethernet rule in a list of type ipv4, expected type eth");
 }
 
+TEST(AclRules, refuseAGroupNameThatNoGroupCanHave) {
+   EXPECT_EQ(changed(v4, [](auto& r) { r.nexthop_group_is(std::string(255, 'g')); }), "");
+   EXPECT_EQ(changed(v4, [](auto& r) { r.nexthop_group_is(std::string(256, 'g')); }),
+             "nexthop group name of 256 bytes, expected at most 255");
+   EXPECT_EQ(changed(v6, [](auto& r) { r.nexthop_group_is("\xff"); }),
+             "nexthop group name '\xff' is not UTF-8");
+}
+
 TEST(AclRules, refuseNumbersOutOfRange) {
    EXPECT_EQ(changed(v4, [](auto& r) { r.vlan_is(4095); }), "");
    EXPECT_EQ(changed(v4, [](auto& r) { r.vlan_is(4096); }), "vlan 4096 is out of range, expected 0 to 4095");
