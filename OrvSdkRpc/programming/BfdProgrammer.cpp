@@ -123,6 +123,8 @@ int BfdProgrammer::work(const pb::sbfd_echo_session_msg& request, std::string& e
 }
 
 void BfdProgrammer::set(const Key& key, const pb::sbfd_echo_session_msg& request) {
+   // Another user of the SDK may have created it.
+   const bool stood = sessions_.contains(key) || sessionMgr_->sbfd_echo_session_exists(key);
    sessionMgr_->sbfd_echo_session_set(key);
    try {
       sessionMgr_->sbfd_echo_session_interval_set(
@@ -133,7 +135,7 @@ void BfdProgrammer::set(const Key& key, const pb::sbfd_echo_session_msg& request
       sessionMgr_->sbfd_echo_session_rtt_enabled_set(key, request.rtt_enabled());
    } catch (const orv::error&) {
       // A new session that is rejected must not stay at the default interval.
-      if (!sessions_.contains(key)) sessionMgr_->sbfd_echo_session_del(key);
+      if (!stood) takeBack(key);
       throw;
    }
    // The current epoch protects the session at the end of a resync.
@@ -142,6 +144,16 @@ void BfdProgrammer::set(const Key& key, const pb::sbfd_echo_session_msg& request
       intfToKeySetIs(key);
    } else {
       intfToKeySetDel(key);
+   }
+}
+
+// The reply keeps the words of the refusal, so an error here is only traced.
+void BfdProgrammer::takeBack(const Key& key) {
+   try {
+      sessionMgr_->sbfd_echo_session_del(key);
+   } catch (const orv::error& e) {
+      orv::fmttrace(programmingTracer(), 0, "Error: sBFD session {} cannot be taken back, exception {}", key,
+                    e.what());
    }
 }
 

@@ -68,6 +68,7 @@ public:
 private:
    int work(const pb::sbfd_echo_session_msg& request, std::string& errorText);
    void set(const Key& key, const pb::sbfd_echo_session_msg& request);
+   void takeBack(const Key& key);
    void doDelete(const Key& key);
    void intfToKeySetIs(const Key& key);
    void intfToKeySetDel(const Key& key);

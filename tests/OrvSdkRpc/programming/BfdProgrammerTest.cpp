@@ -204,6 +204,26 @@ TEST_F(InitializedBfdProgrammerTest, aNewSessionWhoseIntervalIsRefusedIsNotLeftB
    EXPECT_EQ(status(session(1)), pb::RPC_STATUS_ERROR);
 }
 
+// Made by another user of the SDK since this process began.
+TEST_F(InitializedBfdProgrammerTest, aRefusedRequestLeavesASessionThatItDidNotMake) {
+   ON_CALL(mgr_, sbfd_echo_session_interval_set(_, _))
+        .WillByDefault(Throw(orv::invalid_argument_error("no")));
+   EXPECT_CALL(mgr_, sbfd_echo_session_exists(keyOf(1))).WillOnce(Return(true));
+   EXPECT_CALL(mgr_, sbfd_echo_session_del(_)).Times(0);
+   EXPECT_TRUE(process(session(1)).debug_string().ends_with(" exception no"));
+}
+
+TEST_F(InitializedBfdProgrammerTest, aSessionThatCannotBeTakenBackIsTracedAndTheRefusalKeepsItsWords) {
+   ON_CALL(mgr_, sbfd_echo_session_interval_set(_, _))
+        .WillByDefault(Throw(orv::invalid_argument_error("no")));
+   EXPECT_CALL(mgr_, sbfd_echo_session_del(keyOf(1))).WillOnce(Throw(orv::error("full")));
+   fixture::TraceCapture traces("OrvSdkRpc/0");
+   EXPECT_TRUE(process(session(1)).debug_string().ends_with(" exception no"));
+   EXPECT_EQ(
+        traces.count(fmt::format("Error: sBFD session {} cannot be taken back, exception full", keyOf(1))),
+        1U);
+}
+
 TEST_F(InitializedBfdProgrammerTest, aDeleteOfAnUnknownSessionIsDone) {
    Request request = session(1);
    request.set_delete_(true);
