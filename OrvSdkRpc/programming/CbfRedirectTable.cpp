@@ -63,12 +63,13 @@ CbfRedirectTable::Redirect& CbfRedirectTable::enter(const Key& key, std::uint8_t
 
 void CbfRedirectTable::change(Redirect& redirect, DscpValues ipv4, DscpValues ipv6) {
    SeqAndDscpValues& values = redirect.second;
-   if (values.wants(ipv4, ipv6)) return;
-   values.ipv4 = std::move(ipv4);
-   values.ipv6 = std::move(ipv6);
-   values.lists = Layer::unsure;
+   if (!values.wants(ipv4, ipv6)) {
+      values.ipv4 = std::move(ipv4);
+      values.ipv6 = std::move(ipv6);
+      values.lists = Layer::unsure;
+   }
    // The ACLs that are written next are not those that the rule refers to.
-   if (std::exchange(values.foreign, false)) values.rule = Layer::unsure;
+   if (values.lists == Layer::unsure && std::exchange(values.foreign, false)) values.rule = Layer::unsure;
 }
 
 void CbfRedirectTable::written(Redirect& redirect, LayerOf layer) {

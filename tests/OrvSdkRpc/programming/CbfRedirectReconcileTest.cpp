@@ -106,6 +106,20 @@ TEST_F(CbfRedirectTest, oneThatIsReadBackUnderOtherNamesIsLeftAloneUntilItChange
    EXPECT_EQ(priorities(v4("a-b")), (std::vector<int>{2}));
 }
 
+// The commit puts the edits of the other lists in force as well.
+TEST_F(CbfRedirectTest, oneUnderOtherNamesWhoseListsAreEditedIsWrittenAnewByTheAddOfWhatIsInForce) {
+   policyMap_.rule_set(5, ruleTo("odd", {"b"}));
+   classMap("odd", {v4("odd"), v6("odd")});
+   listIs(v4("odd"), {aclRule(1, "a", 1)});
+   pending_[v4("odd")] = {aclRule(1, "a", 2)};
+   contract_.init(0, "map");
+   EXPECT_EQ(status(message("a", "b", {1})), pb::RPC_STATUS_OK);
+   EXPECT_EQ(policyMap_.rules(),
+             (std::map<std::uint32_t, orv::policy_map_rule_t>{{5, ruleTo("a-b", {"b"})}}));
+   EXPECT_EQ(classMaps_.at(classKey("a-b")).rules().at(1).acl_key(), v4("a-b"));
+   EXPECT_EQ(priorities(v4("a-b")), (std::vector<int>{1}));
+}
+
 TEST_F(NamedCbfRedirectTest, aBulkThatIsNotCommittedRefusesItsAddsAndNoRemoval) {
    ASSERT_EQ(status(message("old", "b", {1})), pb::RPC_STATUS_OK);
    ASSERT_EQ(status(message("same", "b", {1})), pb::RPC_STATUS_OK);
