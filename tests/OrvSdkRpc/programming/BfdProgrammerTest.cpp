@@ -390,7 +390,10 @@ TEST_F(InitializedBfdProgrammerTest, anInterfaceThatGoesDownTakesItsTrackedSessi
 TEST_F(InitializedBfdProgrammerTest, anInterfaceThatComesUpTellsWhatTheSwitchSays) {
    status(tracked(1));
    status(tracked(2));
+   // The session itself will tell when it comes up.
+   status(tracked(3));
    statuses_[keyOf(1)] = Status::init;
+   statuses_[keyOf(3)] = Status::down;
    ON_CALL(contract_.host.intfMgr, oper_status(_)).WillByDefault(Return(orv::oper_status_t::up));
    contract_.bfd.on_admin_enabled(orv::intf_id_t("Ethernet1"), true);
    ASSERT_EQ(alive_.size(), 1U);

@@ -184,6 +184,7 @@ TEST_F(NamedCbfRedirectTest, aBulkThatCannotBePushedIsAnErrorOfItsGoodItems) {
 
 TEST_F(CbfRedirectTest, aBulkBeforeInitDoesNotPushAPolicyMapWithoutAName) {
    EXPECT_CALL(host_.policyMapMgr, policy_map_is(_)).Times(0);
+   EXPECT_CALL(host_.aclMgr, acl_commit()).Times(1);
    EXPECT_EQ(bulk({message("a", "b", {1})}).statuses(0).status(), pb::RPC_STATUS_NOT_INITIALIZED);
 }
 
@@ -328,6 +329,28 @@ TEST_F(NamedCbfRedirectTest, everyCallHoldsTheLock) {
    pump.join();
    EXPECT_EQ(calls, 6);
    orv::host::main_thread_clear();
+}
+
+TEST_F(NamedCbfRedirectTest, anEpochIsStaleAlsoWhereTheCountStartsAnew) {
+   const auto starts = [&](int count) {
+      for (; count > 0; --count)
+         contract_.resync(0);
+   };
+   for (const char* match : {"a", "c"})
+      EXPECT_EQ(status(message(match, "b", {1})), pb::RPC_STATUS_OK);
+   starts(255);
+   EXPECT_EQ(status(message("a", "b", {1})), pb::RPC_STATUS_OK);
+   EXPECT_EQ(find("a", "b")->epoch, 255);
+   contract_.resync(1);
+   EXPECT_EQ(contract_.cbf.processRemove(), 1U);
+   EXPECT_EQ(find("c", "b"), nullptr);
+   starts(1);
+   EXPECT_EQ(contract_.cbf.epoch(), 0);
+   EXPECT_EQ(status(message("e", "b", {1})), pb::RPC_STATUS_OK);
+   contract_.resync(1);
+   EXPECT_EQ(contract_.cbf.processRemove(), 1U);
+   EXPECT_EQ(find("a", "b"), nullptr);
+   EXPECT_NE(find("e", "b"), nullptr);
 }
 
 TEST_F(CbfOverrideTest, theTableHasTheUnionOfBothFamiliesUntilTheRemoval) {

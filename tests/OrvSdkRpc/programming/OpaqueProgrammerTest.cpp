@@ -3,12 +3,14 @@
 #include <gtest/gtest.h>
 
 #include <map>
+#include <mutex>
 #include <string>
 #include <vector>
 
 #include "fixture/Contract.h"
 #include "fixture/TraceCapture.h"
 #include "orv/error.h"
+#include "orv/lock.h"
 
 namespace OrvSdkRpc {
 namespace {
@@ -144,6 +146,46 @@ TEST_F(OpaqueProgrammerTest, aGetEndsInFrontOfThePairThatIsTooMuch) {
    ASSERT_EQ(traces.texts().size(), 1U);
    EXPECT_TRUE(traces.texts()[0].ends_with("exception the reply has room for 67108864 bytes"))
         << traces.texts()[0];
+}
+
+// The SDK's lock, which counts how often it was taken.
+class CountedLock final : public orv::host::lock_backend {
+public:
+   CountedLock() { orv::host::lock_backend_is(this); }
+   ~CountedLock() override { orv::host::lock_backend_is(nullptr); }
+   void acquire() override {
+      mutex_.lock();
+      ++taken;
+   }
+   void release() noexcept override { mutex_.unlock(); }
+
+   int taken = 0;
+
+private:
+   std::mutex mutex_;
+};
+
+// So that a kill finds all of a request in the switch or nothing of it.
+TEST_F(OpaqueProgrammerTest, oneLockSpansARequest) {
+   contract_.init();
+   CountedLock lock;
+   pb::rpc_server_state_config_msg request;
+   add(request, "a", "1");
+   add(request, "b", "2");
+   request.add_deletes()->set_key("c");
+   std::vector<int> seen;
+   const auto see = [&] { seen.push_back(orv::detail::this_thread_lock.depth == 1 ? lock.taken : -1); };
+   ON_CALL(mgr_, status_set(_, _)).WillByDefault([&](const auto&, const auto&) { see(); });
+   ON_CALL(mgr_, status_del(_)).WillByDefault([&](const auto&) { see(); });
+   ON_CALL(mgr_, status(_)).WillByDefault([&](const auto&) {
+      see();
+      return std::string();
+   });
+   EXPECT_EQ(set(request).status(), pb::RPC_STATUS_OK);
+   EXPECT_EQ(orv::detail::this_thread_lock.depth, 0U);
+   get({"a", "b"});
+   EXPECT_EQ(orv::detail::this_thread_lock.depth, 0U);
+   EXPECT_EQ(seen, (std::vector<int>{1, 1, 1, 2, 2}));
 }
 
 TEST_F(OpaqueProgrammerTest, thePolicyMapsNameOfInitIsAmongTheNotes) {

@@ -1,6 +1,7 @@
 // The programming service over a real server and a real socket, on a switch of mocks.
 #include "OrvSdkRpc/programming/OrvSdkRpcService.h"
 
+#include <grpcpp/grpcpp.h>
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -14,6 +15,7 @@
 #include "OrvSdkRpc/server/TagManager.h"
 #include "fixture/AgentHost.h"
 #include "fixture/Eventually.h"
+#include "fixture/FreePort.h"
 #include "fixture/Programmed.h"
 #include "fixture/ProgrammingService.h"
 #include "fixture/RunningServer.h"
@@ -251,6 +253,23 @@ TEST_F(OrvSdkRpcServiceTest, anAliveWatchWhoseClientLeavesIsFreedAtOnce) {
       watch.await();
 }
 
+// A server that refuses remote clients does so on its mirror services: the controller's is always served.
+TEST_F(OrvSdkRpcServiceTest, aPeerThatOtherServicesRejectIsServed) {
+   // The peer comes from 127.0.0.1, which is not local to the first address, a unix one.
+   const std::string tcp = fixture::freeLoopbackAddress();
+   fixture::RunningServer running(fixture::programmingService(host_),
+                                  ServerProperties{.addresses = {tcp},
+                                                   .sslProfileState = SslProfileState::NotConfigured,
+                                                   .allowInsecureRemote = false});
+   const auto stub =
+        pb::orvsdk_service::NewStub(grpc::CreateChannel(tcp, grpc::InsecureChannelCredentials()));
+   grpc::ClientContext context;
+   pb::rpc_server_init_status_msg response;
+   const grpc::Status status = stub->rpc_server_init(&context, {}, &response);
+   EXPECT_TRUE(status.ok()) << status.error_message();
+   EXPECT_EQ(response.status().status(), pb::RPC_STATUS_OK);
+}
+
 TEST_F(OrvSdkRpcServiceTest, stopUnderLoadIsPromptAndLeavesNothing) {
    constexpr std::size_t count = 200;
    std::atomic<bool> entered{false};
@@ -295,7 +314,7 @@ TEST_F(OrvSdkRpcServiceTest, stopUnderLoadIsPromptAndLeavesNothing) {
       running_->server().stop();
    }
    running_->stop();
-   EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(2));
+   EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(2 * fixture::slowdown()));
    EXPECT_TRUE(entered);
    EXPECT_EQ(running_->server().tags().size(), 0U);
    EXPECT_EQ(liveHandlers(), handlersBefore_);

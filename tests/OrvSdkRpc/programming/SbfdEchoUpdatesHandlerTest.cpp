@@ -208,6 +208,34 @@ TEST_F(SbfdEchoUpdatesTest, stopWhileUpdatesFlow) {
    EXPECT_EQ(liveHandlers(handlerType), 0U);
 }
 
+// The pump stands in a call, so the stream's handler is still there.
+TEST_F(SbfdEchoUpdatesTest, aServiceThatClosesLeavesUpdatesUntouched) {
+   const auto stream = open();
+   std::thread call([this] {
+      grpc::ClientContext context;
+      pb::rpc_server_state_status_msg request;
+      request.add_key_value_pairs()->set_key("slow");
+      pb::rpc_server_state_status_msg response;
+      // Whether the stop cuts it off is not the point here.
+      static_cast<void>(stub_->get_rpc_server_state(&context, request, &response));
+   });
+   inside_.wait();
+   running_.server().stop();
+   for (const bool rtt : {false, true}) {
+      auto update = message(1, rtt);
+      if (rtt) {
+         service_->sendSbfdRttUpdate(std::move(update));
+      } else {
+         service_->sendSbfdAliveUpdate(std::move(update));
+      }
+      // NOLINTNEXTLINE(bugprone-use-after-move): it was not taken.
+      EXPECT_EQ(update.bulk_size(), 1);
+   }
+   leave_.count_down();
+   call.join();
+   running_.stop();
+}
+
 TEST(SbfdEchoUpdatesDeathTest, aStreamIsEnteredOnce) {
    GTEST_FLAG_SET(death_test_style, "threadsafe");
    fixture::AgentHost host;
