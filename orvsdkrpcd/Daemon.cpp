@@ -70,7 +70,7 @@ std::unique_ptr<softswitch::SoftSwitch> openSwitch(const Settings& settings, con
 }
 
 // The console listens before the state directory is opened, so that a refused address leaves nothing behind.
-// It answers commands once the switch exists.
+// It answers commands once the switch and its agent exist.
 class Console {
 public:
    explicit Console(const Settings& settings) {
@@ -199,11 +199,12 @@ int serve(const Settings& settings, const Log& log) {
    Console console(settings);
    const auto sdk = openSwitch(settings, log);
    softswitch::console::Commands commands(*sdk);
-   auto serving = console.serve(commands);
    ServiceStatus status;
    StopSequence stop(log, status, health, *sdk);
    StartWatch watch(settings, log, status, stop);
    HostedAgent agent(*sdk, settings, [&] { watch.start(agent); });
+   // After the agent is constructed, which happens without the SDK's lock: commands run on other threads.
+   auto serving = console.serve(commands);
    signals.start([&](int number) { stop.beginOrHurry(number == SIGTERM ? "TERM" : "INT"); });
    if (!settings.bfd) log("without --bfd the programming API is not served");
    int code = kStopped;

@@ -9,7 +9,9 @@
 // on disk and marked clean.
 //
 // Thread-safety: one thread, the SDK's main thread, constructs, runs and destroys the switch. Any thread may
-// call the managers under orv::sdk_scoped_lock. Any thread and any signal handler may call stop().
+// call the managers under orv::sdk_scoped_lock. The main thread itself needs the lock outside mainLoop() once
+// other threads call the managers, so construct agents and other handlers before that or under the lock. Any
+// thread and any signal handler may call stop().
 #pragma once
 
 #include <cstdint>
