@@ -79,16 +79,6 @@ void lock_acquire() {
    owner_count.store(mine.depth, std::memory_order_relaxed);
 }
 
-void lock_yield() noexcept {
-   const lock_state held = this_thread_lock;
-   owner_count.store(0, std::memory_order_relaxed);
-   owner.store(0, std::memory_order_relaxed);
-   backend().release();
-   backend().acquire();
-   owner.store(this_thread(), std::memory_order_relaxed);
-   owner_count.store(held.depth, std::memory_order_relaxed);
-}
-
 void lock_settle() noexcept {
    backend().settle();
 }

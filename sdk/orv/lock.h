@@ -51,7 +51,6 @@ inline constinit std::atomic<std::uint32_t> main_epoch{0};
 
 void lock_acquire();
 void lock_release() noexcept;
-void lock_yield() noexcept;
 void lock_settle() noexcept;
 [[noreturn]] void lock_missing();
 
@@ -66,14 +65,6 @@ public:
    sdk_scoped_lock(const sdk_scoped_lock&) = delete;
    sdk_scoped_lock& operator=(const sdk_scoped_lock&) = delete;
 };
-
-// Gives other threads a turn during a long read: releases the lock, however often this thread has taken it,
-// and takes it again. What the caller has read from the tables may be outdated afterwards; iterators
-// continue. A no-op on a thread that holds no sdk_scoped_lock. If the backend cannot be taken again, the
-// process ends.
-inline void sdk_lock_yield() noexcept {
-   if (detail::this_thread_lock.depth != 0) detail::lock_yield();
-}
 
 // True if the calling thread may call the SDK.
 [[nodiscard]] inline bool sdk_call_allowed() noexcept {

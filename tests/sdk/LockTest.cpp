@@ -61,39 +61,6 @@ TEST_F(LockTest, onlyTheOutermostLockReachesTheBackend) {
    EXPECT_EQ(backend.released, 2);
 }
 
-TEST_F(LockTest, aYieldLetsGoOfTheWholeLockAndTakesItAgain) {
-   CountingBackend backend;
-   orv::host::lock_backend_is(&backend);
-   orv::sdk_lock_yield();
-   EXPECT_EQ(backend.released, 0) << "nothing is held";
-   {
-      const orv::sdk_scoped_lock outer;
-      const orv::sdk_scoped_lock inner;
-      orv::sdk_lock_yield();
-      EXPECT_EQ(backend.released, 1);
-      EXPECT_EQ(backend.acquired, 2);
-      orv::sdk_lock_check();
-   }
-   EXPECT_EQ(backend.released, 2);
-   EXPECT_EQ(backend.acquired, 2);
-}
-
-TEST_F(LockTest, aYieldGivesAWaitingThreadItsTurn) {
-   std::atomic<bool> done{false};
-   std::thread other;
-   {
-      const orv::sdk_scoped_lock lock;
-      other = std::thread([&] {
-         const orv::sdk_scoped_lock theirs;
-         done = true;
-      });
-      while (!done)
-         orv::sdk_lock_yield();
-   }
-   other.join();
-   EXPECT_TRUE(done);
-}
-
 TEST_F(LockTest, aSettleReachesTheBackendAndKeepsTheLock) {
    CountingBackend backend;
    orv::host::lock_backend_is(&backend);
