@@ -70,6 +70,10 @@ public:
       passDone(count, pending_.size());
    }
 
+   // Drops the pending messages.
+   // REQUIRES: not called from the handler.
+   void clear() { pending_.clear(); }
+
    // The pending messages, for inspection.
    [[nodiscard]] const PendingTable<Key, Msg>& pending() const { return pending_; }
 

@@ -91,6 +91,13 @@ void EthPhyIntfService::startHandlers() {
    registerAdapter<StreamingAdapterHandler, Watch>(*this);
 }
 
+void EthPhyIntfService::startWatching() {
+   // Pending events are for watchers that have left. They are older than what a new watcher reads, and no
+   // later event corrects them: changes are not reported while nobody watches.
+   backlog_.clear();
+   watch_all_eth_phy_intfs(true);
+}
+
 EthPhyIntfWatchResponse& EthPhyIntfService::pending(const orv::intf_id_t& intf) {
    EthPhyIntfWatchResponse& response = backlog_.get(intf);
    response.mutable_intf()->set_name(intf.name().data(), intf.name().size());

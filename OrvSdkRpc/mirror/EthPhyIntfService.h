@@ -36,7 +36,7 @@ public:
    [[nodiscard]] orv::eth_phy_intf_mgr& manager() const { return *get_eth_phy_intf_mgr(); }
    // Callbacks arrive only between these two calls.
    // REQUIRES: the caller holds the SDK's lock.
-   void startWatching() { watch_all_eth_phy_intfs(true); }
+   void startWatching();
    void stopWatching() { watch_all_eth_phy_intfs(false); }
 
    void on_eth_phy_intf_create(const orv::intf_id_t& intf) override;

@@ -200,6 +200,14 @@ void NexthopGroupService::startHandlers() {
    registerAdapter<DumpStreamingAdapterHandler, Watch>(*this);
 }
 
+void NexthopGroupService::startWatching() {
+   // Pending events are for watchers that have left. They are older than what a new watcher reads, and no
+   // later event corrects them: changes are not reported while nobody watches.
+   activeBacklog_.clear();
+   programmedBacklog_.clear();
+   watch_all_nexthop_groups(true);
+}
+
 void NexthopGroupService::on_nexthop_group_active(const std::string& name, bool active) {
    WatchNexthopGroupResponse& response = activeBacklog_.get(name);
    response.set_name(name);

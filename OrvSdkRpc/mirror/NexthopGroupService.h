@@ -41,7 +41,7 @@ public:
    [[nodiscard]] orv::nexthop_group_mgr& manager() const { return *get_nexthop_group_mgr(); }
    // Callbacks arrive only between these two calls.
    // REQUIRES: the caller holds the SDK's lock.
-   void startWatching() { watch_all_nexthop_groups(true); }
+   void startWatching();
    void stopWatching() { watch_all_nexthop_groups(false); }
 
    void on_nexthop_group_active(const std::string& name, bool active) override;

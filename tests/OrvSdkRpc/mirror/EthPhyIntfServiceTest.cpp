@@ -234,13 +234,28 @@ TEST_F(EthPhyIntfServiceTest, theSwitchIsWatchedWhileSomebodyListens) {
       EXPECT_TRUE(sdkWatched());
    }
    EXPECT_TRUE(fixture::eventually([&] { return !sdkWatched(); }));
-   // What was still pending when the last one left reaches nobody.
-   speed(ethernet1, eth_link_speed_t::speed_10gb);
-   runLoop();
+}
+
+// Changes are not reported while nobody watches, so no later event would correct an old one.
+TEST_F(EthPhyIntfServiceTest, whatWaitsWhenTheLastOneLeavesReachesNobody) {
+   {
+      const auto first = watch(all());
+      speed(ethernet1, eth_link_speed_t::speed_10gb);
+   }
+   ASSERT_TRUE(fixture::eventually([&] { return !sdkWatched(); }));
    const auto late = watch(all());
+   runLoop();
    speed(ethernet2, eth_link_speed_t::speed_10gb);
    runLoop();
    EXPECT_EQ(late->next()->intf().name(), "Ethernet2");
+}
+
+TEST_F(EthPhyIntfServiceTest, anotherWatcherTakesNothingFromTheFirst) {
+   const auto first = watch(all());
+   speed(ethernet1, eth_link_speed_t::speed_10gb);
+   const auto second = watch(all());
+   runLoop();
+   EXPECT_EQ(first->next()->intf().name(), "Ethernet1");
 }
 
 TEST_F(EthPhyIntfServiceTest, eachRpcHasOneHandlerThatWaits) {

@@ -179,6 +179,22 @@ TEST_F(NexthopGroupServiceTest, theSwitchChoosesAVersionWhereNoneIsNamed) {
    EXPECT_EQ(ok(&Stub::nexthop_group_set, set("g")).version_id(), 0U);
 }
 
+TEST_F(NexthopGroupServiceTest, backupsReachTheSwitchAndAreNotReadBack) {
+   auto request = set("g");
+   auto& wire = *request.mutable_nexthop_group();
+   (*wire.mutable_nexthops())[3].set_child_nexthop_group("first");
+   (*wire.mutable_backup_nexthops())[3].set_child_nexthop_group("second");
+   orv::nexthop_group_t kept;
+   EXPECT_CALL(mgr_, nexthop_group_set(named("g"), An<std::uint16_t&>()))
+        .WillOnce([&](const orv::nexthop_group_t& group, std::uint16_t&) { kept = group; });
+   ok(&Stub::nexthop_group_set, request);
+   ASSERT_EQ(kept.backup_nexthops().size(), 1U);
+   EXPECT_CALL(mgr_, nexthop_group("g")).WillOnce(Return(kept));
+   const auto read = ok(&Stub::nexthop_group, of<remote::NexthopGroupRequest>("g")).nexthop_group();
+   EXPECT_EQ(read.nexthops_size(), 1);
+   EXPECT_EQ(read.backup_nexthops_size(), 0);
+}
+
 TEST_F(NexthopGroupServiceTest, aNamedVersionGoesWithTheGroupAndIsNotAnswered) {
    EXPECT_CALL(mgr_, nexthop_group_set_with_version_id(named("g"), 1));
    EXPECT_CALL(mgr_, nexthop_group_set_with_version_id(named("g"), 65535));
@@ -581,6 +597,24 @@ TEST_F(NexthopGroupServiceTest, theSwitchIsWatchedWhileSomebodyListens) {
       EXPECT_TRUE(sdkWatched());
    }
    EXPECT_TRUE(fixture::eventually([&] { return !sdkWatched(); }));
+}
+
+// Changes are not reported while nobody watches, so no later event would correct an old one.
+TEST_F(NexthopGroupServiceTest, whatWaitsWhenTheLastOneLeavesReachesNobody) {
+   {
+      const auto first = watch(all());
+      activeIs("g", false);
+      programmed("g", 7);
+   }
+   ASSERT_TRUE(fixture::eventually([&] { return !sdkWatched(); }));
+   const auto late = watch(all());
+   runLoop();
+   activeIs("other", true);
+   runLoop();
+   programmed("other", 8);
+   runLoop();
+   EXPECT_EQ(shown(late->next()), "other active=1");
+   EXPECT_EQ(shown(late->next()), "other programmed version=8 hw=1/1");
 }
 
 TEST_F(NexthopGroupServiceTest, eachRpcHasOneHandlerThatWaits) {
