@@ -405,7 +405,7 @@ void NexthopGroupMgr::hardwareStep(ForwardingPlane& plane) {
       // Even for a group that was not active: this is how its watchers learn that it is gone.
       handlers().notify(name, [&](auto& h) { h.on_nexthop_group_active(name, false); });
    });
-   if (pending_.empty() && sweeping_) sweepStep();
+   if (pending_.empty() && sweep_ != Sweep::none) sweepStep();
 }
 
 void NexthopGroupMgr::groupAnswer(NameId id, std::uint16_t version, GroupAnswer answer) {
@@ -427,8 +427,10 @@ void NexthopGroupMgr::groupAnswer(NameId id, std::uint16_t version, GroupAnswer 
    const orv::nexthop_group_programmed_status_t status(s.hwState, s.counterState);
    handlers().notify(name, [&](auto& h) { h.on_nexthop_group_programmed(name, version, status); });
    if (!answer.programmed) return;
-   // This may activate groups that lead into this one.
-   if (judgeActive(s) || !wasThere) groupChanged();
+   // This may activate groups that lead into this one. A parent may so far have been active only through a
+   // loop.
+   if (judgeActive(s) || !wasThere || s.parent) groupChanged();
+   s.risen = s.active;
    for (auto* observer : observers_)
       observer->groupProgrammed(id, !wasThere);
 }
@@ -441,16 +443,28 @@ bool NexthopGroupMgr::resolves(const orv::nexthop_group_entry_t& entry) const {
    return entry.nexthop().af() != orv::af_none;
 }
 
+bool NexthopGroupMgr::resolvesInSweep(const orv::nexthop_group_entry_t& entry) const {
+   if (const auto& child = entry.child_nexthop_group(); !child.empty()) {
+      const auto* s = findState(child);
+      return s != nullptr && (s->parent ? s->risen : s->active);
+   }
+   return resolves(entry);
+}
+
 // RETURNS: whether the group's activity has changed.
 bool NexthopGroupMgr::judgeActive(State& s) {
    const auto& entries = s.programmed->nexthops();
    const bool now =
         std::any_of(entries.begin(), entries.end(), [this](const auto& e) { return resolves(e.second); });
    if (now == s.active) return false;
-   s.active = now;
-   const std::string name = names_.text(s.name.id());
-   handlers().notify(name, [&](auto& h) { h.on_nexthop_group_active(name, now); });
+   activeIs(s, now);
    return true;
+}
+
+void NexthopGroupMgr::activeIs(State& s, bool active) {
+   s.active = active;
+   const std::string name = names_.text(s.name.id());
+   handlers().notify(name, [&](auto& h) { h.on_nexthop_group_active(name, active); });
 }
 
 void NexthopGroupMgr::setParent(State& s, bool parent) {
@@ -464,12 +478,12 @@ void NexthopGroupMgr::groupChanged() {
 }
 
 void NexthopGroupMgr::startSweep() {
-   if (sweeping_) {
-      // A pass that has not begun yet will see the change.
-      if (sweepAt_ != 0) sweepAgain_ = true;
+   if (sweep_ != Sweep::none) {
+      // A sweep that has not begun yet will see the change.
+      if (sweep_ != Sweep::judge || sweepAt_ != 0) sweepAgain_ = true;
       return;
    }
-   sweeping_ = true;
+   sweep_ = Sweep::judge;
    sweepAgain_ = false;
    sweepAt_ = 0;
    hardware_.request();
@@ -477,15 +491,51 @@ void NexthopGroupMgr::startSweep() {
 
 void NexthopGroupMgr::sweepStep() {
    for (int done = 0; done < sweptPerStep && sweepAt_ < states_.size(); ++done) {
-      const auto id = sweepAt_++;
-      if (!states_[id] || !states_[id]->programmed || !judgeActive(*states_[id])) continue;
-      if (parents_ != 0) sweepAgain_ = true;
-      for (auto* observer : observers_)
-         observer->groupProgrammed(id, false);
+      if (auto* const s = states_[sweepAt_++].get(); s != nullptr && s->programmed) sweep(*s);
    }
-   if (sweepAt_ < states_.size()) return;
-   sweeping_ = false;
-   if (sweepAgain_) startSweep();
+   if (sweepAt_ == states_.size()) nextSweep();
+}
+
+void NexthopGroupMgr::sweep(State& s) {
+   const auto tell = [&] {
+      for (auto* observer : observers_)
+         observer->groupProgrammed(s.name.id(), false);
+   };
+   switch (sweep_) {
+      case Sweep::none:
+         break;
+      case Sweep::judge:
+         s.risen = false;
+         if (!s.parent && judgeActive(s)) tell();
+         break;
+      case Sweep::rise: {
+         if (!s.parent || s.risen) break;
+         const auto& entries = s.programmed->nexthops();
+         s.risen = std::any_of(entries.begin(), entries.end(),
+                               [this](const auto& e) { return resolvesInSweep(e.second); });
+         rose_ = rose_ || s.risen;
+         break;
+      }
+      case Sweep::tell:
+         if (!s.parent || s.risen == s.active) break;
+         activeIs(s, s.risen);
+         tell();
+         break;
+   }
+}
+
+// Begins the next pass of the sweep, or ends it.
+void NexthopGroupMgr::nextSweep() {
+   sweepAt_ = 0;
+   if (sweep_ == Sweep::judge && parents_ != 0) {
+      sweep_ = Sweep::rise;
+   } else if (sweep_ == Sweep::rise && !rose_) {
+      sweep_ = Sweep::tell;
+   } else if (sweep_ != Sweep::rise) {
+      sweep_ = Sweep::none;
+   }
+   rose_ = false;
+   if (sweep_ == Sweep::none && sweepAgain_) startSweep();
 }
 
 void NexthopGroupMgr::on_oper_status(const orv::intf_id_t&, orv::oper_status_t) {

@@ -6,7 +6,8 @@
 //
 // An entry resolves if it leads into an active group, or names an interface that is up, or names neither and
 // has a next hop: this switch keeps no neighbour table and treats every hop as reachable. A group is active
-// while hardware has it and one of its entries resolves.
+// while hardware has it and one of its entries resolves. A loop of groups is active only while one of them
+// has an entry that resolves outside the loop.
 //
 // A deleted group stays in hardware until the hardware stage has run: it is still a programmed group, with
 // counters, listed in order. Then on_nexthop_group_active reports it inactive, even if it was never active or
@@ -108,7 +109,7 @@ public:
    // THROWS: orv::invalid_argument_error if hardware has no such entry.
    void countTraffic(const std::string& name, std::uint16_t entry, TrafficCounter traffic);
 
-   bool hardwareIdle() const override { return pending_.empty() && !sweeping_; }
+   bool hardwareIdle() const override { return pending_.empty() && sweep_ == Sweep::none; }
    void hardwareStep(ForwardingPlane& plane) override;
    void groupAnswer(NameId id, std::uint16_t version, GroupAnswer answer) override;
 
@@ -127,7 +128,13 @@ private:
       bool active = false;
       bool queued = false;
       bool parent = false;  // an entry of the programmed group leads into another group
+      bool risen = false;   // a parent that the current sweep has found to resolve
    };
+   // A sweep re-evaluates which groups are active, in passes over all groups. `judge` does so for groups
+   // without child groups and takes parents for inactive, `rise` is repeated until no further parent
+   // resolves, and `tell` reports the parents that have changed. Judging parents by each other's present
+   // activity would keep a loop of them active forever.
+   enum class Sweep { none, judge, rise, tell };
 
    void on_oper_status(const orv::intf_id_t& intf, orv::oper_status_t status) override;
    void on_intf_create(const orv::intf_id_t& intf) override;
@@ -143,11 +150,15 @@ private:
    // Call this after the group was removed from the configuration.
    void deleted(const std::string& name);
    void queue(State& state);
+   bool resolvesInSweep(const orv::nexthop_group_entry_t& entry) const;
    bool judgeActive(State& state);
+   void activeIs(State& state, bool active);
    void setParent(State& state, bool parent);
    void groupChanged();
    void startSweep();
    void sweepStep();
+   void sweep(State& state);
+   void nextSweep();
 
    Hardware& hardware_;
    Names& names_;
@@ -161,8 +172,9 @@ private:
    WorkList<NameId> pending_;
    std::vector<GroupObserver*> observers_;
    std::size_t parents_ = 0;
-   // A pass that re-evaluates which groups are active, after a link or a group changed.
-   bool sweeping_ = false;
+   // After a link or a group changed.
+   Sweep sweep_ = Sweep::none;
+   bool rose_ = false;
    bool sweepAgain_ = false;
    NameId sweepAt_ = 0;
 };

@@ -1,5 +1,6 @@
 #include "softswitch/managers/nexthop_group_mgr.h"
 
+#include <fmt/format.h>
 #include <gmock/gmock.h>
 
 #include "../SwitchTest.h"
@@ -10,6 +11,7 @@ namespace {
 
 using testing::ElementsAre;
 using testing::HasSubstr;
+using testing::UnorderedElementsAre;
 using HwState = orv::nexthop_group_programmed_hw_state_t;
 using CounterState = orv::nexthop_group_counter_state_t;
 
@@ -34,6 +36,18 @@ protected:
    void linkIs(std::string_view intf, bool up) {
       sw().intfs().linkIs(orv::intf_id_t(intf), up);
       settle();
+   }
+   // Sets a group with a child group in entry 0 and the other entries after it.
+   void parent(const std::string& name, const std::string& child,
+               const std::vector<orv::nexthop_group_entry_t>& others = {}) {
+      orv::nexthop_group_entry_t e;
+      e.child_nexthop_group_is(child);
+      orv::nexthop_group_t g(name, orv::nexthop_group_encap_t::mpls);
+      std::uint16_t slot = 0;
+      g.nexthop_set(slot, e);
+      for (const auto& other : others)
+         g.nexthop_set(++slot, other);
+      mgr().nexthop_group_set(g);
    }
    std::vector<std::string> names() {
       std::vector<std::string> result;
@@ -290,13 +304,6 @@ TEST_F(NexthopGroupMgrTest, whatResolves) {
 }
 
 TEST_F(NexthopGroupMgrTest, activityGoesUpAChainOfGroups) {
-   const auto parent = [&](const std::string& name, const std::string& child) {
-      orv::nexthop_group_entry_t e;
-      e.child_nexthop_group_is(child);
-      orv::nexthop_group_t g(name, orv::nexthop_group_encap_t::mpls);
-      g.nexthop_set(0, e);
-      mgr().nexthop_group_set(g);
-   };
    parent("top", "middle");
    parent("middle", "leaf");
    settle();
@@ -317,17 +324,58 @@ TEST_F(NexthopGroupMgrTest, activityGoesUpAChainOfGroups) {
 TEST_F(NexthopGroupMgrTest, groupsAreWalkedOverOnlyWhileOneLeadsIntoAnother) {
    for (int i = 0; i < 1000; ++i)
       setGroup("leaf-" + std::to_string(i));
-   orv::nexthop_group_entry_t entry;
-   entry.child_nexthop_group_is("leaf-0");
-   orv::nexthop_group_t parent("parent", orv::nexthop_group_encap_t::mpls);
-   parent.nexthop_set(0, entry);
-   mgr().nexthop_group_set(parent);
+   parent("parent", "leaf-0");
    settle();
    mgr().nexthop_group_del("parent");
    settle();
    setGroup("new");
    mgr().hardwareStep(sw().hardware().plane());
    EXPECT_TRUE(mgr().hardwareIdle());
+}
+
+TEST_F(NexthopGroupMgrTest, groupsThatLeadIntoEachOtherDoNotHoldEachOtherUp) {
+   const auto all = [&](bool active) {
+      for (const char* name : {"a", "b", "above"})
+         EXPECT_EQ(mgr().active(name), active) << name;
+   };
+   parent("above", "b");
+   parent("b", "a");
+   parent("a", "b", {entry("", "Ethernet1")});
+   settle();
+   all(true);
+   Listener listener(&mgr());
+   listener.watch_all_nexthop_groups(true);
+   linkIs("Ethernet1", false);
+   all(false);
+   EXPECT_THAT(listener.take(), UnorderedElementsAre("a inactive", "b inactive", "above inactive"));
+   linkIs("Ethernet1", true);
+   all(true);
+   EXPECT_THAT(listener.take(), UnorderedElementsAre("a active", "b active", "above active"));
+   // A sweep that changes nothing reports nothing.
+   linkIs("Ethernet2", false);
+   EXPECT_THAT(listener.take(), ElementsAre());
+   // A set removes the only entry that leaves the loop.
+   parent("a", "b");
+   settle();
+   all(false);
+   EXPECT_THAT(listener.take(),
+               UnorderedElementsAre("a version 2", "a inactive", "b inactive", "above inactive"));
+}
+
+// More groups than one step of the sweep visits.
+TEST_F(NexthopGroupMgrTest, aChainRisesWhateverItsOrder) {
+   constexpr int length = 600;
+   for (int i = 0; i < length; ++i)
+      parent(fmt::format("down{}", i), i + 1 == length ? "leaf" : fmt::format("down{}", i + 1));
+   for (int i = 0; i < length; ++i)
+      parent(fmt::format("up{}", i), i == 0 ? "leaf" : fmt::format("up{}", i - 1));
+   setGroup("leaf");
+   settle();
+   EXPECT_TRUE(mgr().active("down0"));
+   EXPECT_TRUE(mgr().active(fmt::format("up{}", length - 1)));
+   linkIs("Ethernet1", false);
+   EXPECT_FALSE(mgr().active("down0"));
+   EXPECT_FALSE(mgr().active(fmt::format("up{}", length - 1)));
 }
 
 TEST_F(NexthopGroupMgrTest, countersAreThoseOfProgrammedEntries) {
