@@ -28,6 +28,7 @@ void checkAclKey(const orv::acl_key_t& key);
 //    a TTL with operator range
 //    ports that do not fit their operator: 1 to 10 ports for eq and neq, one for gt and lt, two in ascending
 //    order for range, none for any
+//    a nexthop group name of more than 255 bytes, or not in UTF-8
 void checkAclRule(const orv::acl_key_t& key, std::uint32_t seq, const AclRule& rule);
 
 // The same for an IP rule outside a list. Its addresses have the family of ip_type or, without ip_type, one
