@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <fstream>
 #include <sstream>
+#include <system_error>
 
 #include "OrvSdkRpc/agent/Agent.h"
 #include "fixture/AgentHost.h"
@@ -76,6 +77,13 @@ TEST_F(AgentAddresses, aPortThatSomebodyListensOnIsInUse) {
 TEST_F(AgentAddresses, anotherFailureToBindCountsAsFree) {
    // Not an address of this host (RFC 5737).
    EXPECT_FALSE(agent_.ipAddressInUse("192.0.2.1", 50051, ""));
+}
+
+TEST_F(AgentAddresses, aPortIsLookedAtInsideTheNamespace) {
+   EXPECT_THROW(agent_.addressInUse("127.0.0.1:1", "no-such-namespace"), std::system_error);
+   // A socket file belongs to no network.
+   EXPECT_FALSE(agent_.addressInUse(dir_.unixAddress("s"), "no-such-namespace"));
+   agent_.unlockUnixSocket();
 }
 
 TEST_F(AgentAddresses, aMalformedPortIsTheCallersError) {
@@ -164,6 +172,20 @@ TEST_F(AgentAddresses, aLockFileThatCannotBeOpenedCountsAsInUseWithWords) {
    EXPECT_EQ(
         traces_.count("Failed to open steam for lockfile(r) " + dir_.file("no/such/directory/s.lock") + " "),
         1U);
+}
+
+// What a lock file would get in a process that has closed its standard input.
+TEST_F(AgentAddresses, aLockFileIsNotHeldAsStandardInput) {
+   const int input = fcntl(0, F_DUPFD_CLOEXEC, 3);
+   close(0);
+   EXPECT_TRUE(agent_.addressInUse(dir_.unixAddress("s"), ""));
+   EXPECT_EQ(traces_.count("Failed to obtain lock fd "), 1U);
+   if (input < 0) {
+      close(0);
+      return;
+   }
+   dup2(input, 0);
+   close(input);
 }
 
 TEST_F(AgentAddresses, ofALongerLockFileLeftBehindNothingStays) {

@@ -157,6 +157,37 @@ TEST_F(AgentTest, theEndDoesNotWaitForACallThatWaitsForTheMainLoop) {
    EXPECT_FALSE(std::filesystem::exists(dir_.file("s")));
 }
 
+// A host that embeds an interpreter: its threads may be what a call waits for.
+class Interpreter {
+public:
+   Interpreter() {
+      before = fixture::liveHandlers();
+      steps.clear();
+      Zelt::gilHooksIs({.release = []() -> void* {
+                           steps.emplace_back(fixture::liveHandlers() == before ? "too late" : "released");
+                           return &steps;
+                        },
+                        .reacquire =
+                             [](void* token) {
+                                EXPECT_EQ(token, &steps);
+                                steps.emplace_back(fixture::liveHandlers() == before ? "taken" : "too early");
+                             }});
+   }
+   ~Interpreter() { Zelt::gilHooksIs({}); }
+
+   inline static std::uint64_t before = 0;
+   inline static std::vector<std::string> steps;
+};
+
+TEST_F(AgentTest, theEndLetsGoOfAnInterpretersLockUntilThePumpHasEnded) {
+   const Interpreter interpreter;
+   Agent agent(host_.sdk, dir_.unixAddress("s"), true, false);
+   agent.on_initialized();
+   ASSERT_TRUE(agent.waitUntilServing());
+   agent.on_agent_enabled(false);
+   EXPECT_EQ(Interpreter::steps, (std::vector<std::string>{"released", "taken"}));
+}
+
 TEST_F(AgentTest, anAddressIsFreeAgainAfterTheEnd) {
    const std::string address = dir_.unixAddress("s");
    for (int round = 0; round < 3; ++round) {
