@@ -12,6 +12,7 @@
 
 #include "fixture/StreamTest.h"
 #include "orv/error.h"
+#include "orv/tracer.h"
 #include "platform/pavo/Allocator.h"
 
 namespace OrvSdkRpc {
@@ -266,9 +267,26 @@ TEST_F(DumpStreamingHandlerTest, anErrorOfTheFirstElementIsTheStatusAndTheStream
    EXPECT_FALSE(service_->tableStreams().watching);
 }
 
+// As in a list, nothing but the beginning of the call turns errors into its status.
+TEST_F(DumpStreamingHandlerTest, anErrorOfALaterElementIsNotTheStreamsToCatch) {
+   GTEST_FLAG_SET(death_test_style, "threadsafe");
+   tableIs({{"a", 1}, {"b", 2}});
+   change([&] {
+      service_->onDumpElement = [](const std::string& key) {
+         if (key == "b") throw orv::invalid_argument_error("element b");
+      };
+   });
+   EXPECT_DEATH(dumped(*watchTable(withFields(all(), {allFields}))), "element b");
+}
+
 TEST_F(DumpStreamingHandlerTest, aClientThatLeavesDuringTheDumpEndsIt) {
    constexpr int rows = 100'000;
    std::atomic<int> elements{0};
+   std::atomic<int> elementsAtItsLeave{-1};
+   orv::trace_sink_is([&](std::string_view, int, std::string_view text) {
+      if (text.starts_with("Cancelled handler ")) elementsAtItsLeave = elements.load();
+   });
+   orv::trace_setting_is("stream-probe/9");
    change([&] {
       for (int i = 0; i < rows; ++i)
          service_->table["key" + std::to_string(i)] = 1;
@@ -282,6 +300,9 @@ TEST_F(DumpStreamingHandlerTest, aClientThatLeavesDuringTheDumpEndsIt) {
       client->cancel();
    }
    expectAllFreed("WatchTable");
+   orv::trace_setting_is("");
+   orv::trace_sink_is({});
+   EXPECT_EQ(elements, elementsAtItsLeave);
    EXPECT_LT(elements, rows);
    EXPECT_FALSE(service_->tableStreams().watching);
 }

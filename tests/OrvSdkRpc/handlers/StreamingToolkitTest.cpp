@@ -318,6 +318,20 @@ TEST_F(EventStreamTest, aMessageForAStreamThatEndsIsDropped) {
    EXPECT_TRUE(traces.texts().empty());
 }
 
+TEST_F(EventStreamTest, aMessageBehindACancelIsDropped) {
+   begin();
+   stream_->isCancelled = true;
+   stream_->callDone();
+   ASSERT_EQ(stream_->state(), 2);
+   const fixture::TraceCapture traces("stream-probe/0-9");
+   stream_->publish("y");
+   stream_->publishAck();
+   EXPECT_EQ(stream_->queued(), 0U);
+   EXPECT_EQ(stream_->source(), CqEventSource::None);
+   EXPECT_FALSE(alarmWaits());
+   EXPECT_TRUE(traces.texts().empty());
+}
+
 TEST_F(EventStreamTest, aFilterRejectsMessagesButNoAcknowledgement) {
    begin();
    stream_->wantsAll = false;
@@ -351,6 +365,8 @@ TEST_F(EventStreamTest, aCancelledAlarmFindsTheStreamEndedAndDoesNothing) {
    service_->events().end();
    EXPECT_EQ(tag, stream_->alarmTag());
    stream_->process(tag);
+   // A tick would have taken note of the event.
+   EXPECT_EQ(stream_->source(), CqEventSource::Alarm);
    EXPECT_TRUE(stream_->written.empty());
    EXPECT_EQ(stream_->finishes, 1);
    EXPECT_EQ(stream_->left, 1);

@@ -1,11 +1,14 @@
 #include "OrvSdkRpc/handlers/UnaryRequestHandler.h"
 
+#include <grpcpp/create_channel.h>
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <chrono>
 
 #include "OrvSdkRpc/handlers/ErrorText.h"
 #include "fixture/Eventually.h"
+#include "fixture/FreePort.h"
 #include "fixture/ProbeService.h"
 #include "fixture/RunningServer.h"
 #include "orv/error.h"
@@ -104,6 +107,25 @@ ServerProperties insecure(bool allowRemote) {
 TEST(UnaryRequestHandler, aLocalPeerOfAnInsecureServerIsServed) {
    RunningServer running{std::make_unique<ProbeService>(), insecure(false)};
    EXPECT_TRUE(call(running, "", "").ok());
+}
+
+TEST(UnaryRequestHandler, aPeerIsRejectedWithoutTheSdksLock) {
+   const std::string tcp = fixture::freeLoopbackAddress();
+   RunningServer running{std::make_unique<ProbeService>(),
+                         ServerProperties{.addresses = {tcp},
+                                          .sslProfileState = SslProfileState::NotConfigured,
+                                          .allowInsecureRemote = false}};
+   // One whose address is local to one of the server's two addresses only.
+   const auto stub =
+        test::ProbeService::NewStub(grpc::CreateChannel(tcp, grpc::InsecureChannelCredentials()));
+   grpc::ClientContext context;
+   context.set_wait_for_ready(true);
+   context.set_deadline(std::chrono::system_clock::now() + std::chrono::seconds(20));
+   test::ProbeResponse response;
+   // Whoever waited for the lock would wait for the call's end.
+   const orv::sdk_scoped_lock lock;
+   EXPECT_EQ(stub->probe(&context, test::ProbeRequest(), &response).error_code(),
+             grpc::StatusCode::UNAUTHENTICATED);
 }
 
 TEST(UnaryRequestHandler, aHandlerLivesFromItsPostingToTheEndOfItsCall) {

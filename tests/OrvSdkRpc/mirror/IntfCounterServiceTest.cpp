@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cstdlib>
 #include <fstream>
 #include <future>
@@ -11,6 +12,7 @@
 #include <optional>
 #include <regex>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "../hardware/CounterTables.h"
@@ -304,6 +306,44 @@ TEST_F(IntfCounterServiceTest, theLastStreamOutStopsTheWatcherAndTheNextStartsIt
    EXPECT_TRUE(watching());
    MainLoop::runLoop();
    EXPECT_EQ(batch(*next), Batch{"Ethernet1 5"});
+}
+
+TEST_F(IntfCounterServiceTest, streamsComeAndGoWhileRatesAreTold) {
+   const auto table = writerIs("a");
+   const auto rowsAre = [&](double rate) {
+      write([&] {
+         for (int i = 0; i < 20; ++i)
+            table->rowIs(id(fmt::format("Ethernet{}", i)), row(rate));
+         lags_->rowIs(id("Lag1"), row(rate));
+      });
+   };
+   std::atomic<bool> over{false};
+   std::thread mainLoop([&] {
+      for (int rate = 1; !over; ++rate)
+         rowsAre(rate);
+   });
+   std::vector<std::thread> clients;
+   for (int c = 0; c < 4; ++c) {
+      clients.emplace_back([&, c] {
+         for (int round = 0; round < 60; ++round) {
+            const auto client = server_.open(CounterServer::request(c % 2 == 0 ? "" : "Ethernet1.*", c < 2));
+            // Some leave before they are served.
+            if (round % 3 != 0) {
+               EXPECT_TRUE(client->next());
+            }
+         }
+      });
+   }
+   for (auto& client : clients)
+      client.join();
+   over = true;
+   mainLoop.join();
+   EXPECT_TRUE(fixture::eventually([&] { return !watching(); }));
+   EXPECT_TRUE(fixture::eventually([&] { return fixture::liveHandlers() == 3U; }));
+   rowsAre(0.5);
+   const auto next = server_.stream("Lag1");
+   MainLoop::runLoop();
+   EXPECT_EQ(batch(*next), Batch{"Lag1 0.5"});
 }
 
 TEST_F(IntfCounterServiceTest, aBatchHasAThousandEntriesAtMost) {
