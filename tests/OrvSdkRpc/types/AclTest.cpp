@@ -1,6 +1,7 @@
 #include "OrvSdkRpc/types/Acl.h"
 
 #include "Conversions.h"
+#include "EveryField.h"
 
 namespace {
 
@@ -81,6 +82,7 @@ orv::acl_rule_ip_t ipRule() {
 }
 
 TEST(AclTest, everyFieldOfAnEthernetRule) {
+   EXPECT_TRUE(setsEveryField(parsed<remote::AclRuleEth>(kEthRule)));
    EXPECT_EQ(convert(parsed<remote::AclRuleEth>(kEthRule)), ethRule());
    auto message = parsed<remote::AclRuleEth>(kEthRule);
    message.set_source_mask("\0\0\0\xff\xff\xff"s);
@@ -89,6 +91,7 @@ TEST(AclTest, everyFieldOfAnEthernetRule) {
 }
 
 TEST(AclTest, everyFieldOfAnIpRule) {
+   EXPECT_TRUE(setsEveryField(parsed<remote::AclRuleIp>(kIpRule)));
    EXPECT_EQ(convert(parsed<remote::AclRuleIp>(kIpRule)), ipRule());
    EXPECT_TRUE(same(convert(ipRule()), parsed<remote::AclRuleIp>(kIpRule)));
 }

@@ -1,6 +1,7 @@
 #include "OrvSdkRpc/types/Fib.h"
 
 #include "Conversions.h"
+#include "EveryField.h"
 
 namespace {
 
@@ -20,6 +21,7 @@ const char* const kFec = R"(
    via { hop: "\x0a\x00\x00\x01" intf { name: "Ethernet1" } mpls_label { label: 1048576 } })";
 
 TEST(FibTest, everyFieldOfARoute) {
+   EXPECT_TRUE(setsEveryField(parsed<remote::FibRoute>(kRoute)));
    orv::fib_route_t route(orv::fib_route_key_t(orv::ip_prefix_t("10.0.0.0/8")));
    route.preference_is(3);
    route.metric_is(4294967295U);
@@ -37,6 +39,7 @@ TEST(FibTest, aPreferenceIsTheSdksDefaultOrCutToItsLowEightBits) {
 }
 
 TEST(FibTest, everyFieldOfAFec) {
+   EXPECT_TRUE(setsEveryField(parsed<remote::FibFec>(kFec)));
    orv::fib_fec_t fec(orv::fib_fec_key_t(7));
    fec.fec_type_is(orv::fib_fec_type_t::vxlan);
    fec.nexthop_group_name_is("g");

@@ -1,6 +1,7 @@
 #include "OrvSdkRpc/types/IpRoute.h"
 
 #include "Conversions.h"
+#include "EveryField.h"
 
 namespace {
 
@@ -53,11 +54,13 @@ TEST(IpRouteTest, everyFieldOfARoute) {
    route.tag_is(4294967295U);
    route.rib_bypass_is(true);
    route.command_tag_is("c");
+   EXPECT_TRUE(setsEveryField(message));
    EXPECT_EQ(convert(message), route);
    EXPECT_TRUE(same(convert(route), message));
 }
 
 TEST(IpRouteTest, everyFieldOfAVia) {
+   EXPECT_TRUE(setsEveryField(viaMessage()));
    EXPECT_EQ(convert(viaMessage()), via());
    EXPECT_TRUE(same(convert(via()), viaMessage()));
 }

@@ -1,6 +1,7 @@
 #include "OrvSdkRpc/types/MplsRoute.h"
 
 #include "Conversions.h"
+#include "EveryField.h"
 
 namespace {
 
@@ -35,6 +36,7 @@ orv::mpls_route_via_t via() {
 TEST(MplsRouteTest, everyFieldOfARoute) {
    const auto message =
         parsed<remote::MplsRoute>("key { labels { label: 100 } metric: 5 } version_id: 65535");
+   EXPECT_TRUE(setsEveryField(message));
    const orv::mpls_route_t route(orv::mpls_route_key_t(orv::mpls_label_t(100), 5), 65535);
    EXPECT_EQ(convert(message), route);
    EXPECT_TRUE(same(convert(route), message));
@@ -66,6 +68,7 @@ TEST(MplsRouteTest, theVersionIsJudgedBeforeTheKey) {
 }
 
 TEST(MplsRouteTest, everyFieldOfAVia) {
+   EXPECT_TRUE(setsEveryField(parsed<remote::MplsRouteVia>(kVia)));
    EXPECT_EQ(convert(parsed<remote::MplsRouteVia>(kVia)), via());
    EXPECT_TRUE(same(convert(via()), parsed<remote::MplsRouteVia>(kVia)));
 }

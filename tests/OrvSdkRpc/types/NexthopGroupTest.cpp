@@ -1,6 +1,7 @@
 #include "OrvSdkRpc/types/NexthopGroup.h"
 
 #include "Conversions.h"
+#include "EveryField.h"
 
 namespace {
 
@@ -24,7 +25,9 @@ const char* const kGroup = R"(
    nexthops { key: 65535 value { nexthop: "\x0a\x00\x00\x03" mpls_action { } intf { } } }
    destination_ips { key: 7 value: "\x0b\x00\x00\x01" }
    counters_unshared: true counters_persistent: true hierarchical_fecs_enabled: true)";
-const char* const kBackups = R"( backup_nexthops { key: 0 value { nexthop: "\x0a\x00\x00\x04" } })";
+const char* const kBackups = R"( backup_nexthops { key: 8 value {
+   nexthop: "\x0a\x00\x00\x04" mpls_action { action_type: MPLS_ACTIONS_SWAP label_stack: 40 }
+   intf { name: "Ethernet4" } child_nexthop_group: "b" } })";
 
 orv::nexthop_group_t group() {
    orv::nexthop_group_t value("g", orv::nexthop_group_encap_t::mpls,
@@ -39,7 +42,11 @@ orv::nexthop_group_t group() {
    entry.child_nexthop_group_is("c");
    value.nexthop_set(0, entry);
    value.nexthop_set(65535, orv::nexthop_group_entry_t(orv::ip_addr_t("10.0.0.3")));
-   value.backup_nexthop_set(0, orv::nexthop_group_entry_t(orv::ip_addr_t("10.0.0.4")));
+   orv::nexthop_group_entry_t backup(orv::ip_addr_t("10.0.0.4"));
+   backup.mpls_action_is({orv::mpls_action_t::swap, {orv::mpls_label_t(40)}});
+   backup.intf_is(orv::intf_id_t("Ethernet4"));
+   backup.child_nexthop_group_is("b");
+   value.backup_nexthop_set(8, backup);
    value.destination_ip_set(7, orv::ip_addr_t("11.0.0.1"));
    value.counters_unshared_is(true);
    value.counters_persistent_is(true);
@@ -48,14 +55,17 @@ orv::nexthop_group_t group() {
 }
 
 TEST(NexthopGroupTest, everyFieldFromTheWire) {
-   EXPECT_EQ(convert(parsed<remote::NexthopGroup>(std::string(kGroup) + kBackups)), group());
+   const auto message = parsed<remote::NexthopGroup>(std::string(kGroup) + kBackups);
+   EXPECT_TRUE(setsEveryField(message, {"orv.remote.NexthopGroup.version_id"}));
+   EXPECT_EQ(convert(message), group());
 }
 
 TEST(NexthopGroupTest, everyFieldToTheWireButTheBackups) {
    auto value = group();
    value.version_id_is(65535);
-   EXPECT_TRUE(
-        same(convert(value), parsed<remote::NexthopGroup>(std::string(kGroup) + " version_id: 65535")));
+   const auto message = parsed<remote::NexthopGroup>(std::string(kGroup) + " version_id: 65535");
+   EXPECT_TRUE(setsEveryField(message, {"orv.remote.NexthopGroup.backup_nexthops"}));
+   EXPECT_TRUE(same(convert(value), message));
 }
 
 TEST(NexthopGroupTest, theVersionOfTheWireIsIgnored) {
