@@ -10,9 +10,7 @@
 
 #include <cerrno>
 #include <cstdint>
-#include <cstdlib>
 #include <exception>
-#include <fstream>
 #include <memory>
 #include <string>
 #include <system_error>
@@ -28,7 +26,6 @@
 #include "fixture/TempDir.h"
 #include "orv/lock.h"
 #include "platform/gorm/TaskScheduler.h"
-#include "platform/process/Toggles.h"
 
 namespace OrvSdkRpc {
 namespace {
@@ -233,31 +230,6 @@ TEST_F(AgentPeers, whatIsNotInTheListIsUnimplemented) {
    EXPECT_EQ(status.error_code(), grpc::StatusCode::UNIMPLEMENTED);
    // gRPC's own answer.
    EXPECT_EQ(status.error_message(), "");
-}
-
-// A toggle is read once per process, so it has one of its own.
-int withTheToggleOff() {
-   const fixture::TempDir dir;
-   std::ofstream(dir.file("OrvSdkRpc.json")) << R"({"OrvSdkRpcClassMap": false})";
-   toggleDirectoryIs(dir.path());
-   fixture::AgentHost host;
-   const std::string address = dir.unixAddress("s");
-   Agent agent(host.sdk, {Services::ClassMap, Services::Agent});
-   agent.configurationIs(insecure({address}, true, false));
-   agent.on_initialized();
-   EXPECT_TRUE(agent.waitUntilServing());
-   Client client(address);
-   EXPECT_TRUE(client.enabled().ok());
-   const grpc::Status status = client.call("/orv.remote.ClassMapMgrService/exists");
-   EXPECT_EQ(status.error_code(), grpc::StatusCode::UNIMPLEMENTED);
-   EXPECT_EQ(status.error_message(), "");
-   agent.on_agent_enabled(false);
-   return testing::Test::HasFailure() ? 1 : 0;
-}
-
-TEST(AgentPeersDeathTest, aServiceWhoseToggleIsOffIsUnimplemented) {
-   GTEST_FLAG_SET(death_test_style, "threadsafe");
-   EXPECT_EXIT(std::exit(withTheToggleOff()), testing::ExitedWithCode(0), "");
 }
 
 // What the switch's managers do first, from a thread of an operation's own.

@@ -439,7 +439,7 @@ TEST_F(AclServiceTest, aWatchThatDoesNotAskForAnAcknowledgementGetsEventsAlone) 
 }
 
 TEST_F(AclServiceTest, eachRpcHasOneHandlerThatWaits) {
-   EXPECT_EQ(fixture::liveHandlers(), 24U);
+   expectOneHandlerPerRpc();
 }
 
 }  // namespace

@@ -261,7 +261,7 @@ TEST_F(AgentServiceTest, theServiceTakesNoPartInTheAgentsLife) {
 }
 
 TEST_F(AgentServiceTest, eachRpcHasOneHandlerThatWaits) {
-   EXPECT_EQ(fixture::liveHandlers(), 14U);
+   expectOneHandlerPerRpc();
 }
 
 TEST_F(AgentServiceTest, aPingIsAnsweredByTheMainLoopWithBothStamps) {

@@ -259,7 +259,7 @@ TEST_F(EthPhyIntfServiceTest, anotherWatcherTakesNothingFromTheFirst) {
 }
 
 TEST_F(EthPhyIntfServiceTest, eachRpcHasOneHandlerThatWaits) {
-   EXPECT_EQ(fixture::liveHandlers(), 7U);
+   expectOneHandlerPerRpc();
 }
 
 }  // namespace

@@ -49,6 +49,7 @@ public:
    explicit CounterServer(IntfTrafficRatesWatcher* watcher) : MirrorTest({.internalServer = true}, watcher) {}
 
    using MirrorTest::call;
+   using MirrorTest::expectOneHandlerPerRpc;
    using MirrorTest::fails;
    using MirrorTest::ok;
    using MirrorTest::watchers;
@@ -454,8 +455,8 @@ TEST(IntfCounterService, withoutAWatcherAStreamStaysOpenAndSilent) {
 }
 
 TEST(IntfCounterService, eachRpcHasOneHandlerThatWaits) {
-   const CounterServer server(nullptr);
-   EXPECT_EQ(fixture::liveHandlers(), 3U);
+   CounterServer server(nullptr);
+   server.expectOneHandlerPerRpc();
 }
 
 // A toggle is read once per process, so each look at one has a process of its own.

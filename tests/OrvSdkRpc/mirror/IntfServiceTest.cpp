@@ -391,7 +391,7 @@ TEST_F(IntfServiceTest, theSwitchIsWatchedWhileSomebodyListens) {
 }
 
 TEST_F(IntfServiceTest, eachRpcHasOneHandlerThatWaits) {
-   EXPECT_EQ(fixture::liveHandlers(), 12U);
+   expectOneHandlerPerRpc();
 }
 
 }  // namespace

@@ -618,7 +618,7 @@ TEST_F(NexthopGroupServiceTest, whatWaitsWhenTheLastOneLeavesReachesNobody) {
 }
 
 TEST_F(NexthopGroupServiceTest, eachRpcHasOneHandlerThatWaits) {
-   EXPECT_EQ(fixture::liveHandlers(), 15U);
+   expectOneHandlerPerRpc();
 }
 
 }  // namespace

@@ -2,8 +2,13 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <string>
+#include <vector>
+
 #include "OrvSdkRpc/server/TagManager.h"
 #include "fixture/Eventually.h"
+#include "fixture/EveryRpc.h"
 #include "fixture/ProbeService.h"
 #include "fixture/RunningServer.h"
 
@@ -35,13 +40,32 @@ TEST(GrpcService, takesItsPlaceInTheServerAndPostsOneHandlerPerRpc) {
    EXPECT_EQ(fixture::liveHandlers(), before);
 }
 
-TEST(GrpcService, anRpcWithoutAHandlerOrAServiceIsUnimplemented) {
+TEST(GrpcService, anRpcWithoutAServiceIsUnimplemented) {
    fixture::RunningServer running{std::vector<std::unique_ptr<GrpcService>>{}};
    const auto stub = running.stub<test::ProbeService>();
    grpc::ClientContext context;
    test::ProbeRequest request;
    test::ProbeResponse response;
    EXPECT_EQ(stub->absent(&context, request, &response).error_code(), grpc::StatusCode::UNIMPLEMENTED);
+}
+
+TEST(GrpcService, anRpcWithoutAHandlerStaysUnanswered) {
+   fixture::RunningServer running{std::make_unique<fixture::ProbeService>()};
+   const auto stub = running.stub<test::ProbeService>();
+   grpc::ClientContext context;
+   context.set_deadline(std::chrono::system_clock::now() + std::chrono::milliseconds(200));
+   test::ProbeResponse response;
+   EXPECT_EQ(stub->absent(&context, test::ProbeRequest(), &response).error_code(),
+             grpc::StatusCode::DEADLINE_EXCEEDED);
+}
+
+// What finds an RPC that its service forgets.
+TEST(GrpcService, anRpcWithoutAHandlerIsFoundByTheDescriptor) {
+   fixture::RunningServer running{std::make_unique<fixture::ProbeService>()};
+   const auto* const service = fixture::serviceNamed(test::ProbeService::service_full_name());
+   ASSERT_NE(service, nullptr);
+   EXPECT_EQ(fixture::rpcsWithoutHandler(running.channel(), *service, std::chrono::seconds(1)),
+             std::vector<std::string>{"absent"});
 }
 
 }  // namespace
