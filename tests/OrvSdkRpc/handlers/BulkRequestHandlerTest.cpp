@@ -4,8 +4,8 @@
 #include <grpcpp/create_channel.h>
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <chrono>
-#include <mutex>
 #include <string>
 #include <vector>
 
@@ -14,6 +14,7 @@
 #include "fixture/FreePort.h"
 #include "fixture/ProbeService.h"
 #include "fixture/RunningServer.h"
+#include "fixture/WatchedLock.h"
 #include "orv/error.h"
 #include "orv/lock.h"
 
@@ -28,18 +29,21 @@ struct Answer {
    test::BulkProbeResponse response;
 };
 
-Answer call(const std::shared_ptr<grpc::Channel>& channel, const std::vector<const char*>& errors) {
+Answer call(const std::shared_ptr<grpc::Channel>& channel, const test::BulkProbeRequest& request) {
    const auto stub = test::ProbeService::NewStub(channel);
    grpc::ClientContext context;
+   Answer answer;
+   answer.status = stub->bulk_probe(&context, request, &answer.response);
+   return answer;
+}
+Answer call(const std::shared_ptr<grpc::Channel>& channel, const std::vector<const char*>& errors) {
    test::BulkProbeRequest request;
    for (const char* error : errors) {
       auto& item = *request.add_requests();
       item.set_error(error);
       item.set_text(std::string("words of ") + error);
    }
-   Answer answer;
-   answer.status = stub->bulk_probe(&context, request, &answer.response);
-   return answer;
+   return call(channel, request);
 }
 
 TEST(BulkRequestHandler, appliesEveryItemInOrder) {
@@ -47,20 +51,24 @@ TEST(BulkRequestHandler, appliesEveryItemInOrder) {
    std::vector<std::string> seen;
    service->onOperation = [&](const test::ProbeRequest& item) { seen.push_back(item.text()); };
    RunningServer running{std::move(service)};
-   const Answer answer = call(running.channel(), {"", "", ""});
+   test::BulkProbeRequest request;
+   const std::vector<std::string> texts{"b", "c", "a", "c"};
+   for (const std::string& text : texts)
+      request.add_requests()->set_text(text);
+   const Answer answer = call(running.channel(), request);
    EXPECT_TRUE(answer.status.ok());
-   EXPECT_EQ(answer.response.count(), 3U);
+   EXPECT_EQ(answer.response.count(), texts.size());
    EXPECT_TRUE(answer.response.has_status());
    EXPECT_EQ(answer.response.status().code(), orv::remote::RPC_RESPONSE_STATUS_CODE_SUCCESS);
    EXPECT_EQ(answer.response.status().message(), "");
    running.stop();
-   EXPECT_EQ(seen.size(), 3U);
+   EXPECT_EQ(seen, texts);
 }
 
 TEST(BulkRequestHandler, stopsAtTheFirstFailureAndTellsItInBand) {
    auto service = std::make_unique<ProbeService>();
-   int tried = 0;
-   service->onOperation = [&](const test::ProbeRequest&) { ++tried; };
+   std::vector<std::string> tried;
+   service->onOperation = [&](const test::ProbeRequest& item) { tried.push_back(item.error()); };
    RunningServer running{std::move(service)};
    const Answer answer = call(running.channel(), {"", "", "argument", "", ""});
    EXPECT_TRUE(answer.status.ok());
@@ -68,7 +76,7 @@ TEST(BulkRequestHandler, stopsAtTheFirstFailureAndTellsItInBand) {
    EXPECT_EQ(answer.response.status().code(), 3);
    EXPECT_EQ(answer.response.status().message(), "words of argument");
    running.stop();
-   EXPECT_EQ(tried, 3);
+   EXPECT_EQ(tried, (std::vector<std::string>{"", "", "argument"}));
 }
 
 // A string with such a byte in it makes the whole reply unreadable for most clients.
@@ -94,7 +102,7 @@ TEST(BulkRequestHandler, aFailureOfTheFirstItemCountsNothing) {
 
 TEST(BulkRequestHandler, anEmptyListSucceeds) {
    RunningServer running{std::make_unique<ProbeService>()};
-   const Answer answer = call(running.channel(), {});
+   const Answer answer = call(running.channel(), test::BulkProbeRequest());
    EXPECT_TRUE(answer.status.ok());
    EXPECT_TRUE(answer.response.has_status());
    EXPECT_EQ(answer.response.count(), 0U);
@@ -102,66 +110,56 @@ TEST(BulkRequestHandler, anEmptyListSucceeds) {
 }
 
 TEST(BulkRequestHandler, holdsOneLockForTheWholeList) {
-   orv::host::main_thread_is();
-   auto service = std::make_unique<ProbeService>();
-   int allowed = 0;
-   service->onOperation = [&](const test::ProbeRequest&) { allowed += orv::sdk_call_allowed() ? 1 : 0; };
-   {
+   for (const char* last : {"", "error"}) {
+      fixture::WatchedLock lock;
+      auto service = std::make_unique<ProbeService>();
+      int items = 0;
+      service->onOperation = [&](const test::ProbeRequest&) {
+         ++items;
+         EXPECT_TRUE(orv::sdk_call_allowed());
+         EXPECT_EQ(lock.taken(), 1);
+         EXPECT_EQ(lock.released(), 0);
+      };
       RunningServer running{std::move(service)};
-      EXPECT_TRUE(call(running.channel(), {"", "", "error"}).status.ok());
+      EXPECT_TRUE(call(running.channel(), {"", "", last}).status.ok());
       running.stop();
-      EXPECT_EQ(allowed, 3);
+      EXPECT_EQ(items, 3);
+      EXPECT_EQ(lock.taken(), 1);
+      EXPECT_EQ(lock.released(), 1);
    }
-   orv::host::main_thread_clear();
 }
 
-// A backend whose settle looks at a client that waits for its reply.
-class WatchingBackend final : public orv::host::lock_backend {
-public:
-   WatchingBackend() {
-      orv::host::lock_backend_is(this);
-      orv::host::main_thread_is();
-   }
-   ~WatchingBackend() override {
-      orv::host::main_thread_clear();
-      orv::host::lock_backend_is(nullptr);
-   }
-   void acquire() override {
-      mutex_.lock();
-      ++depth_;
-   }
-   void release() noexcept override {
-      --depth_;
-      mutex_.unlock();
-   }
-   void settle() noexcept override {
-      ++settles;
-      heldWhenSettled = depth_ == 1;
-      operationsWhenSettled = operations;
-      void* tag = nullptr;
-      bool ok = false;
-      repliedBeforeSettled =
-           client.AsyncNext(&tag, &ok, std::chrono::system_clock::now() + std::chrono::milliseconds(50)) !=
-           grpc::CompletionQueue::TIMEOUT;
-   }
+// The lock covers the serialising and the start of the answer.
+TEST(BulkRequestHandler, theAnswerIsOnItsWayBeforeTheLockIsFree) {
+   fixture::WatchedLock lock;
+   std::atomic<bool> answered{false};
+   lock.onRelease = [&] { EXPECT_TRUE(fixture::eventually([&] { return answered.load(); })); };
+   RunningServer running{std::make_unique<ProbeService>()};
+   EXPECT_EQ(call(running.channel(), {"", ""}).response.count(), 2U);
+   answered = true;
+   running.stop();
+   EXPECT_EQ(lock.released(), 1);
+}
 
-   // Guarded by the backend's mutex; read when the server has stopped.
+TEST(BulkRequestHandler, repliesWhenTheWholeListIsFinalAndTheLockStillHeld) {
+   fixture::WatchedLock lock;
+   grpc::CompletionQueue client;
+   void* tag = nullptr;
+   bool ok = false;
+   // Guarded by the lock; read when the server has stopped.
    int operations = 0;
-   int settles = 0;
    int operationsWhenSettled = 0;
    bool heldWhenSettled = false;
    bool repliedBeforeSettled = false;
-   grpc::CompletionQueue client;
-
-private:
-   std::recursive_mutex mutex_;
-   int depth_ = 0;
-};
-
-TEST(BulkRequestHandler, repliesWhenTheWholeListIsFinalAndTheLockStillHeld) {
-   WatchingBackend backend;
+   lock.onSettle = [&] {
+      operationsWhenSettled = operations;
+      heldWhenSettled = lock.taken() == lock.released() + 1;
+      repliedBeforeSettled =
+           client.AsyncNext(&tag, &ok, std::chrono::system_clock::now() + std::chrono::milliseconds(50)) !=
+           grpc::CompletionQueue::TIMEOUT;
+   };
    auto service = std::make_unique<ProbeService>();
-   service->onOperation = [&](const test::ProbeRequest&) { ++backend.operations; };
+   service->onOperation = [&](const test::ProbeRequest&) { ++operations; };
    RunningServer running{std::move(service)};
    const auto stub = running.stub<test::ProbeService>();
    grpc::ClientContext context;
@@ -170,21 +168,19 @@ TEST(BulkRequestHandler, repliesWhenTheWholeListIsFinalAndTheLockStillHeld) {
       request.add_requests();
    test::BulkProbeResponse response;
    grpc::Status status;
-   const auto call = stub->Asyncbulk_probe(&context, request, &backend.client);
+   const auto call = stub->Asyncbulk_probe(&context, request, &client);
    call->Finish(&response, &status, &context);
-   void* tag = nullptr;
-   bool ok = false;
    ASSERT_TRUE(fixture::eventually([&] {
-      return backend.client.AsyncNext(&tag, &ok, std::chrono::system_clock::now()) ==
+      return client.AsyncNext(&tag, &ok, std::chrono::system_clock::now()) ==
              grpc::CompletionQueue::GOT_EVENT;
    }));
    running.stop();
    EXPECT_TRUE(status.ok()) << status.error_message();
    EXPECT_EQ(response.count(), 3U);
-   EXPECT_EQ(backend.settles, 1);
-   EXPECT_EQ(backend.operationsWhenSettled, 3);
-   EXPECT_TRUE(backend.heldWhenSettled);
-   EXPECT_FALSE(backend.repliedBeforeSettled);
+   EXPECT_EQ(lock.settled(), 1);
+   EXPECT_EQ(operationsWhenSettled, 3);
+   EXPECT_TRUE(heldWhenSettled);
+   EXPECT_FALSE(repliedBeforeSettled);
 }
 
 TEST(BulkRequestHandler, aRejectedPeerIsToldInBandAndAUnaryCallByItsStatus) {

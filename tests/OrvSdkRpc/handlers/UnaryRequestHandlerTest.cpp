@@ -5,12 +5,14 @@
 
 #include <atomic>
 #include <chrono>
+#include <thread>
 
 #include "OrvSdkRpc/handlers/ErrorText.h"
 #include "fixture/Eventually.h"
 #include "fixture/FreePort.h"
 #include "fixture/ProbeService.h"
 #include "fixture/RunningServer.h"
+#include "fixture/WatchedLock.h"
 #include "orv/error.h"
 #include "orv/lock.h"
 
@@ -85,27 +87,49 @@ TEST(UnaryRequestHandler, bytesThatAreNotUtf8AreNumberedInTheStatus) {
 }
 
 TEST(UnaryRequestHandler, runsTheOperationUnderTheSdksLockAndFreesItAfterwards) {
-   orv::host::main_thread_is();
-   auto service = std::make_unique<ProbeService>();
-   std::atomic<bool> allowed{false};
-   service->onOperation = [&](const test::ProbeRequest&) { allowed = orv::sdk_call_allowed(); };
-   {
+   for (const char* error : {"", "range"}) {
+      fixture::WatchedLock lock;
+      auto service = std::make_unique<ProbeService>();
+      int operations = 0;
+      service->onOperation = [&](const test::ProbeRequest&) {
+         ++operations;
+         EXPECT_TRUE(orv::sdk_call_allowed());
+         EXPECT_EQ(lock.taken(), 1);
+         EXPECT_EQ(lock.released(), 0);
+      };
       RunningServer running{std::move(service)};
-      EXPECT_TRUE(call(running, "", "").ok());
-      EXPECT_TRUE(allowed);
-      EXPECT_EQ(call(running, "range", "").error_code(), grpc::StatusCode::OUT_OF_RANGE);
-      orv::sdk_scoped_lock lock;
+      EXPECT_EQ(call(running, error, "").ok(), *error == '\0');
+      // The answer went out after the lock was free, so nothing has to be waited for.
+      EXPECT_EQ(lock.released(), 1);
+      running.stop();
+      EXPECT_EQ(operations, 1);
+      EXPECT_EQ(lock.taken(), 1);
    }
-   orv::host::main_thread_clear();
 }
 
-ServerProperties insecure(bool allowRemote) {
-   // A TCP address that a unix peer is local to; the unix address comes first.
-   return {.sslProfileState = SslProfileState::NotConfigured, .allowInsecureRemote = allowRemote};
+// Serialising and sending do not hold up the main loop.
+TEST(UnaryRequestHandler, theAnswerIsSentWithoutTheLock) {
+   fixture::WatchedLock lock;
+   std::atomic<bool> answered{false};
+   std::atomic<bool> tooEarly{false};
+   lock.onRelease = [&] {
+      // An answer that was sent under the lock would be there by now.
+      std::this_thread::sleep_for(std::chrono::milliseconds(50));
+      tooEarly = answered.load();
+   };
+   RunningServer running{std::make_unique<ProbeService>()};
+   EXPECT_TRUE(call(running, "", "text").ok());
+   answered = true;
+   running.stop();
+   EXPECT_FALSE(tooEarly);
+   EXPECT_EQ(lock.released(), 1);
 }
 
+// The other side, a peer that is rejected, stands in BulkRequestHandlerTest.
 TEST(UnaryRequestHandler, aLocalPeerOfAnInsecureServerIsServed) {
-   RunningServer running{std::make_unique<ProbeService>(), insecure(false)};
+   RunningServer running{
+        std::make_unique<ProbeService>(),
+        ServerProperties{.sslProfileState = SslProfileState::NotConfigured, .allowInsecureRemote = false}};
    EXPECT_TRUE(call(running, "", "").ok());
 }
 
