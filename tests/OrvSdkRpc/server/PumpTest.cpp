@@ -112,8 +112,10 @@ TEST_F(PumpTest, aClientLeavesWhileAWriteCannotProceed) {
    // More than the client's flow control window lets through, and nobody reads.
    service_->publish(std::string(8U << 20, 'x'));
    service_->publish("behind");
+   ASSERT_TRUE(eventually([&] { return service_->writes == 1; }));
    watch->context.TryCancel();
    expectAllFreed();
+   EXPECT_EQ(service_->writes, 1) << "what is behind it was never written";
    watch->reader->Finish();
 }
 
@@ -180,6 +182,7 @@ TEST_F(PumpTest, stopWhileOthersPublishAndStreamsAreOpen) {
 TEST_F(PumpTest, stopWithAWriteThatCannotProceed) {
    const auto watch = open(1);
    service_->publish(std::string(8U << 20, 'x'));
+   ASSERT_TRUE(eventually([&] { return service_->writes == 1; }));
    running_.stop();
    EXPECT_EQ(liveHandlers(watchType), 0U);
    // The status stands behind a message that nobody reads.
