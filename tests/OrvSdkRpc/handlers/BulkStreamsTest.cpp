@@ -8,7 +8,6 @@
 #include <vector>
 
 #include "fixture/StreamTest.h"
-#include "platform/zelt/Clock.h"
 
 namespace OrvSdkRpc {
 namespace {
@@ -248,6 +247,7 @@ TEST_F(RatesStreamTest, aClientThatLeavesIsFreedWithWhatWaits) {
    service_->rateStreams().publishBulk(std::string("big"), big);
    for (int i = 0; i < 100; ++i)
       service_->publishRate(port(i), 1);
+   EXPECT_GE(fixture::liveHandlers("test::RatesEntry"), 100U);
    idle->cancel();
    writing->cancel();
    expectAllFreed("Rates");
@@ -273,19 +273,13 @@ protected:
    static Entry entry(std::uint64_t key, std::uint64_t packets) {
       Entry entry;
       entry.set_key(key);
-      entry.mutable_counters()->set_packets(packets);
-      entry.set_policy_action("drop");
+      entry.set_packets(packets);
       return entry;
    }
-   static Entry named(Entry entry) {
-      entry.set_key_name("name");
-      return entry;
-   }
-   static Entry deleted(std::uint64_t key) {
+   static Entry vanish(std::uint64_t key) {
       Entry entry;
       entry.set_key(key);
-      entry.set_key_name("name");
-      entry.set_operation(Entry::OPERATION_DELETE);
+      entry.set_operation(Entry::OPERATION_VANISH);
       return entry;
    }
 };
@@ -325,34 +319,45 @@ TEST_F(CountersStreamTest, theSnapshotComesWholeAndLiveEntriesWaitForItsEnd) {
    ASSERT_EQ(live->data_size(), 2);
    std::map<std::uint64_t, std::uint64_t> packets;
    for (const auto& counter : live->data())
-      packets[counter.key()] = counter.counters().packets();
+      packets[counter.key()] = counter.packets();
    EXPECT_EQ(packets, (std::map<std::uint64_t, std::uint64_t>{{1, 10}, {7, 7}}));
 }
 
-TEST_F(CountersStreamTest, anUpdateReplacesWhatWaits) {
+TEST_F(CountersStreamTest, theDefinitionMergesWhatWaitsAndWhatIsNew) {
    const auto client = live();
    {
       PumpHold hold(*service_, *stub_);
-      service_->publishCounter(named(entry(1, 1)));
-      service_->publishCounter(entry(1, 2));
+      for (const std::uint64_t packets : {1U, 2U, 3U})
+         service_->publishCounter(entry(1, packets));
    }
    const auto response = client->next();
    ASSERT_EQ(response->data_size(), 1);
-   EXPECT_EQ(response->data(0).key_name(), "name");
-   EXPECT_EQ(response->data(0).counters().packets(), 2U);
+   EXPECT_EQ(response->data(0).packets(), 3U);
+   EXPECT_EQ(response->data(0).updates(), 2U);
 }
 
-TEST_F(CountersStreamTest, aKeyThatIsDeletedBeforeItWasSentVanishes) {
+TEST_F(CountersStreamTest, aKeyThatTheDefinitionGivesUpLeavesTheTable) {
    const auto client = live();
    {
       PumpHold hold(*service_, *stub_);
-      service_->publishCounter(named(entry(1, 1)));
-      service_->publishCounter(deleted(1));
+      service_->publishCounter(entry(1, 1));
+      service_->publishCounter(vanish(1));
+      // It is new then: not merged, and it does not vanish.
+      service_->publishCounter(entry(3, 3));
+      service_->publishCounter(vanish(3));
+      service_->publishCounter(entry(3, 4));
    }
    service_->publishCounter(entry(2, 2));
-   const auto response = client->next();
-   ASSERT_EQ(response->data_size(), 1);
-   EXPECT_EQ(response->data(0).key(), 2U);
+   std::map<std::uint64_t, std::uint64_t> packets;
+   while (packets.size() < 2) {
+      const auto response = client->next();
+      ASSERT_TRUE(response);
+      for (const Entry& sent : response->data()) {
+         packets[sent.key()] = sent.packets();
+         EXPECT_EQ(sent.updates(), 0U);
+      }
+   }
+   EXPECT_EQ(packets, (std::map<std::uint64_t, std::uint64_t>{{2, 2}, {3, 4}}));
 }
 
 TEST_F(CountersStreamTest, anAlarmThatFindsTheTableEmptyWritesNothing) {
@@ -362,8 +367,8 @@ TEST_F(CountersStreamTest, anAlarmThatFindsTheTableEmptyWritesNothing) {
    const std::size_t before = traces.texts().size();
    {
       PumpHold hold(*service_, *stub_);
-      service_->publishCounter(named(entry(1, 1)));
-      service_->publishCounter(deleted(1));
+      service_->publishCounter(entry(1, 1));
+      service_->publishCounter(vanish(1));
    }
    ASSERT_TRUE(eventually([&] { return traces.texts().size() >= before + 2; }));
    pumpPasses();
@@ -378,28 +383,19 @@ TEST_F(CountersStreamTest, anAlarmThatFindsTheTableEmptyWritesNothing) {
                                            "alarm set", "alarm fired", "wrote 1", "write done"}));
 }
 
-TEST_F(CountersStreamTest, aKeyThatIsDeletedAfterItWasSentIsReportedWithoutNumbers) {
+TEST_F(CountersStreamTest, theDefinitionIsToldOfEachBatchBeforeItsFirstEntry) {
    const auto client = live();
    {
       PumpHold hold(*service_, *stub_);
       service_->publishCounter(entry(1, 1));
-      service_->publishCounter(deleted(1));
+      service_->publishCounter(entry(2, 2));
    }
-   const auto response = client->next();
-   ASSERT_EQ(response->data_size(), 1);
-   EXPECT_EQ(response->data(0).key(), 1U);
-   EXPECT_EQ(response->data(0).operation(), Entry::OPERATION_DELETE);
-   EXPECT_FALSE(response->data(0).has_counters());
-   EXPECT_EQ(response->data(0).policy_action(), "");
-}
-
-TEST_F(CountersStreamTest, theTimeOfALiveEntryIsOfTheWallClock) {
-   const auto client = live();
-   Entry sample = entry(1, 1);
-   sample.mutable_counters()->set_time(Zelt::Clock::seconds(Zelt::Clock::steadyNanos()));
-   const double before = Zelt::Clock::seconds(Zelt::Clock::wallNanos());
-   service_->publishCounter(sample);
-   EXPECT_NEAR(client->next()->data(0).counters().time(), before, 10.0);
+   const auto first = client->next();
+   ASSERT_EQ(first->data_size(), 2);
+   for (const Entry& sent : first->data())
+      EXPECT_EQ(sent.batch(), 1U);
+   service_->publishCounter(entry(1, 3));
+   EXPECT_EQ(client->next()->data(0).batch(), 2U);
 }
 
 TEST_F(CountersStreamTest, aBatchIsAtMostAsLargeAsItsLimit) {
@@ -408,7 +404,7 @@ TEST_F(CountersStreamTest, aBatchIsAtMostAsLargeAsItsLimit) {
       PumpHold hold(*service_, *stub_);
       for (std::uint64_t i = 1; i <= 100; ++i) {
          Entry large = entry(i, 1);
-         large.set_key_name(std::string(1500, 'x'));
+         large.set_padding(std::string(1500, 'x'));
          service_->publishCounter(large);
       }
    }
@@ -429,7 +425,7 @@ TEST_F(CountersStreamTest, aBatchIsAtMostAsLargeAsItsLimit) {
 TEST_F(CountersStreamTest, anEntryAboveTheLimitGoesOutNeverAndResponsesAreEmpty) {
    const auto client = live();
    Entry large = entry(5, 1);
-   large.set_key_name(std::string(70'000, 'x'));
+   large.set_padding(std::string(70'000, 'x'));
    service_->publishCounter(large);
    for (int i = 0; i < 5; ++i)
       EXPECT_EQ(client->next()->data_size(), 0);
@@ -451,7 +447,7 @@ TEST_F(CountersStreamTest, aRequestThatIsNotServedGetsItsWords) {
 TEST_F(CountersStreamTest, aClientThatLeavesDuringTheSnapshotEndsIt) {
    test::CountersResponse response;
    Entry large = entry(1, 1);
-   large.set_key_name(std::string(1U << 20, 'x'));
+   large.set_padding(std::string(1U << 20, 'x'));
    *response.add_data() = large;
    change([&] { service_->snapshot.assign(50, response); });
    {
@@ -463,28 +459,21 @@ TEST_F(CountersStreamTest, aClientThatLeavesDuringTheSnapshotEndsIt) {
    EXPECT_FALSE(service_->counterStreams().watching);
 }
 
-TEST(BulkStreams, anOperationThatIsNoneEndsTheProcess) {
-   test::CountersEntry old;
-   test::CountersEntry fresh;
-   fresh.set_operation(static_cast<test::CountersEntry::Operation>(5));
-   EXPECT_DEATH(fixture::Counters::coalesce(old, fresh), "invalid value for operation");
-}
-
 TEST(BulkStreams, theSizeOfABatchIsThatOfItsResponse) {
    BatchBytes bytes(65535);
    test::CountersResponse response;
    for (const std::size_t size : {0, 1, 100, 127, 128, 20'000}) {
       test::CountersEntry entry;
-      entry.set_key_name(std::string(size, 'x'));
+      entry.set_padding(std::string(size, 'x'));
       *response.add_data() = entry;
       bytes.add(entry);
    }
    test::CountersEntry last;
    // What is left for one more entry, by its own size: three bytes of header in front of the text.
-   last.set_key_name(std::string(65535 - response.ByteSizeLong() - 4, 'x'));
+   last.set_padding(std::string(65535 - response.ByteSizeLong() - 4, 'x'));
    ASSERT_EQ(last.ByteSizeLong() + response.ByteSizeLong(), 65535U);
    EXPECT_TRUE(bytes.fits(last));
-   last.mutable_key_name()->push_back('x');
+   last.mutable_padding()->push_back('x');
    EXPECT_FALSE(bytes.fits(last));
    bytes.clear();
    EXPECT_TRUE(bytes.fits(last));

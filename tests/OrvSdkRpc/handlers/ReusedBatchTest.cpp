@@ -55,18 +55,18 @@ TEST(ReusedBatchTest, entriesAndWhatTheyHoldAreThoseOfTheBatchBefore) {
    std::set<const void*> first;
    for (int i = 0; i < 3; ++i) {
       Batches::Entry& entry = batch.add();
-      entry.mutable_counters()->set_packets(7);
+      entry.mutable_detail()->set_number(7);
       first.insert(&entry);
-      first.insert(&entry.counters());
+      first.insert(&entry.detail());
    }
    EXPECT_EQ(first.size(), 6U);
    batch.clear();
    std::set<const void*> second;
    for (int i = 0; i < 3; ++i) {
       Batches::Entry& entry = batch.add();
-      EXPECT_EQ(entry.counters().packets(), 7U);
+      EXPECT_EQ(entry.detail().number(), 7U);
       second.insert(&entry);
-      second.insert(&entry.counters());
+      second.insert(&entry.detail());
    }
    EXPECT_EQ(second, first);
 }

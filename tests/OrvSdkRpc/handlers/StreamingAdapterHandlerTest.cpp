@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <memory>
+#include <vector>
+
 #include "fixture/StreamTest.h"
 #include "orv/error.h"
 
@@ -40,11 +43,27 @@ TEST_F(StreamingAdapterHandlerTest, withoutAnAckInTheRequestThereIsNone) {
    EXPECT_EQ(response->key(), "a");
 }
 
-TEST_F(StreamingAdapterHandlerTest, theSuccessorHasTheSameQueueLimit) {
+TEST_F(StreamingAdapterHandlerTest, theQueueLimitIsTheSameForEveryService) {
    const auto first = watch();
    const auto second = watch();
    for (const auto& handler : service_->subscriptions().getHandlers())
       EXPECT_EQ(static_cast<EventStream&>(*handler).queueLimit(), 262144U);
+}
+
+// A limit that nothing but the handler before can have told.
+class SmallQueueTest : public fixture::StreamTest {
+protected:
+   SmallQueueTest() : StreamTest(7) {}
+};
+
+TEST_F(SmallQueueTest, theSuccessorHasTheQueueLimitOfItsPredecessor) {
+   std::vector<std::unique_ptr<WatchClient>> clients;
+   for (std::size_t i = 1; i <= 3; ++i) {
+      clients.push_back(watchTable(all()));
+      ASSERT_TRUE(fixture::eventually([&] { return tableWatchers() == i; }));
+   }
+   for (const auto& handler : service_->tableStreams().getHandlers())
+      EXPECT_EQ(static_cast<EventStream&>(*handler).queueLimit(), 7U);
 }
 
 TEST_F(StreamingAdapterHandlerTest, whatTheDefinitionsSubscribeThrowsIsTheStatusOfTheCall) {

@@ -186,16 +186,19 @@ TEST_F(SubscriptionControllerTest, whereNoServerIsAMessageIsConsumedAndReachesNo
    service_.publishRate("Ethernet1", 1);
 }
 
-class AttachedControllerTest : public fixture::StreamTest {};
-
-TEST_F(AttachedControllerTest, aMessageForNobodyIsConsumedAndNothingIsAllocated) {
-   const auto allocated = [] {
+class AttachedControllerTest : public fixture::StreamTest {
+protected:
+   // Messages that were made for streams so far.
+   static std::uint64_t allocated() {
       std::uint64_t total = 0;
       for (const Pavo::AllocationCount& row : Pavo::allocationCounts()) {
          if (row.type == "OrvSdkRpc::test::WatchResponse") total += row.total;
       }
       return total;
-   };
+   }
+};
+
+TEST_F(AttachedControllerTest, aMessageForNobodyIsConsumedAndNothingIsAllocated) {
    const std::uint64_t before = allocated();
    test::WatchResponse message;
    message.set_key("k");
@@ -251,8 +254,10 @@ TEST_F(AttachedControllerTest, everyStreamGetsTheSameMessage) {
    std::vector<std::unique_ptr<WatchClient>> clients;
    for (int i = 0; i < 20; ++i)
       clients.push_back(watch());
+   const std::uint64_t before = allocated();
    for (std::uint64_t i = 1; i <= 50; ++i)
       service_->publish("k", i);
+   EXPECT_EQ(allocated(), before + 50) << "one for all streams";
    for (auto& client : clients) {
       for (std::uint64_t i = 1; i <= 50; ++i)
          ASSERT_EQ(client->next()->number(), i);

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -190,12 +191,13 @@ protected:
    }
    static orv::acl_key_t v4(const std::string& name) { return {name + "_IPv4", orv::acl_type_t::ipv4}; }
    static orv::acl_key_t v6(const std::string& name) { return {name + "_IPv6", orv::acl_type_t::ipv6}; }
-   // Priority values of a committed list, by sequence.
-   std::vector<int> priorities(const orv::acl_key_t& key) {
+   // Priority values of a committed list, by sequence; nothing where no such list is committed.
+   [[nodiscard]] std::optional<std::vector<int>> priorities(const orv::acl_key_t& key) const {
+      const auto list = committed_.find(key);
+      if (list == committed_.end()) return std::nullopt;
       std::vector<int> values;
       unsigned expected = 0;
-      EXPECT_TRUE(committed_.contains(key)) << key.to_string();
-      for (const auto& [seq, rule] : committed_[key]) {
+      for (const auto& [seq, rule] : list->second) {
          EXPECT_EQ(seq, ++expected);
          values.push_back(rule.priority_value());
       }

@@ -11,6 +11,7 @@
 #include "fixture/ListIterator.h"
 #include "fixture/Programmed.h"
 #include "fixture/TraceCapture.h"
+#include "fixture/WatchedLock.h"
 #include "orv/error.h"
 #include "orv/lock.h"
 
@@ -155,6 +156,50 @@ TEST_F(ClientInitTest, resyncEndsInItsOwnOrderWithTheGroupsLast) {
    EXPECT_FALSE(contract_.client.resyncInProgress());
 }
 
+// What points at groups goes between the tunnels and the groups: first the redirects, which are scheduled,
+// then the sessions, which the switch deletes at once.
+TEST_F(ClientInitTest, staleRedirectsAndSessionsGoBetweenTheTunnelsAndTheGroups) {
+   contract_.init(0, "map");
+   pb::cbf_nexthop_group_redirect_msg redirect;
+   redirect.set_match_nexthop_group_name("a");
+   redirect.set_redirect_nexthop_group_name("b");
+   redirect.add_match_ipv4_dscp(1);
+   pb::rpc_status_msg response;
+   contract_.cbf.processCbfNhgRedirectRequest(redirect, response);
+   ASSERT_EQ(response.status(), pb::RPC_STATUS_OK);
+   pb::sbfd_echo_session_msg session;
+   session.mutable_key()->set_nexthop_intf("Ethernet1");
+   contract_.bfd.processSbfdEchoSessionRequest(session, response);
+   ASSERT_EQ(response.status(), pb::RPC_STATUS_OK);
+   contract_.resync(start);
+
+   fixture::TraceCapture traces("OrvSdkRpc/1");
+   const auto scheduled = [&] { return traces.count("Scheduled removal map seq 1 matching a redirect b"); };
+   InSequence order;
+   EXPECT_CALL(host_.tunnelMgr, resync_complete()).WillOnce([&] { EXPECT_EQ(scheduled(), 0U); });
+   EXPECT_CALL(host_.bfdSessionMgr, sbfd_echo_session_del(testing::_)).WillOnce([&](const auto& key) {
+      EXPECT_EQ(key.nexthop_intf(), orv::intf_id_t("Ethernet1"));
+      EXPECT_EQ(scheduled(), 1U);
+   });
+   EXPECT_CALL(host_.nexthopGroupMgr, resync_complete());
+   EXPECT_EQ(contract_.resync(end).status(), pb::RPC_STATUS_OK);
+}
+
+// And nothing of them goes where a manager refuses before.
+TEST_F(ClientInitTest, anErrorInTheEndLeavesTheSessionsBehindIt) {
+   contract_.init();
+   pb::sbfd_echo_session_msg session;
+   session.mutable_key()->set_nexthop_intf("Ethernet1");
+   pb::rpc_status_msg response;
+   contract_.bfd.processSbfdEchoSessionRequest(session, response);
+   ASSERT_EQ(response.status(), pb::RPC_STATUS_OK);
+   contract_.resync(start);
+   EXPECT_CALL(host_.tunnelMgr, resync_complete()).WillOnce(Throw(orv::error("refused")));
+   EXPECT_CALL(host_.bfdSessionMgr, sbfd_echo_session_del(testing::_)).Times(0);
+   EXPECT_CALL(host_.nexthopGroupMgr, resync_complete()).Times(0);
+   EXPECT_EQ(contract_.resync(end).debug_string(), "Error: exception refused");
+}
+
 TEST_F(ClientInitTest, anErrorStopsTheStartWhereItIs) {
    for (int failing = 0; failing < 5; ++failing) {
       Contract contract;
@@ -255,41 +300,51 @@ TEST_F(ClientInitTest, aResyncBeforeInitDoesNotLetProgrammingThrough) {
    EXPECT_EQ(response.status(), pb::RPC_STATUS_NOT_INITIALIZED);
 }
 
-// Off the main thread every call of a manager stands under the SDK's lock, and none of the scopes outlives
-// its call.
-TEST_F(ClientInitTest, everyManagerCallHoldsTheLock) {
-   orv::host::main_thread_is();
-   int calls = 0;
-   const auto check = [&] {
+// Off the main thread every call of a manager stands under the SDK's lock, each under a scope of its own: the
+// main loop gets its turn between them.
+TEST_F(ClientInitTest, everyManagerCallHoldsTheLockAloneAndBriefly) {
+   fixture::WatchedLock lock;
+   std::vector<int> seen;
+   const auto see = [&] {
       EXPECT_TRUE(orv::sdk_call_allowed());
-      ++calls;
+      seen.push_back(lock.taken());
    };
-   ON_CALL(host_.ipRouteMgr, tag_is).WillByDefault([&](auto) { check(); });
+   ON_CALL(host_.ipRouteMgr, tag_is).WillByDefault([&](auto) { see(); });
    ON_CALL(host_.policyMapMgr, exists).WillByDefault([&](const auto&) {
-      check();
+      see();
       return false;
    });
-   ON_CALL(host_.ipRouteMgr, ip_route_iter()).WillByDefault([&] {
-      check();
-      return orv::ip_route_iter_t();
-   });
-   ON_CALL(host_.mplsVrfLabelMgr, mpls_vrf_label_iter()).WillByDefault([&] {
-      check();
-      return orv::mpls_vrf_label_iter_t();
-   });
-   ON_CALL(host_.ipRouteMgr, resync_init()).WillByDefault(check);
-   ON_CALL(host_.tunnelMgr, resync_init()).WillByDefault(check);
-   ON_CALL(host_.tunnelMgr, resync_complete()).WillByDefault(check);
-   ON_CALL(host_.nexthopGroupMgr, resync_complete()).WillByDefault(check);
+   const auto none = [&](auto iter) {
+      return [&see, iter] {
+         see();
+         return iter;
+      };
+   };
+   ON_CALL(host_.ipRouteMgr, ip_route_iter()).WillByDefault(none(orv::ip_route_iter_t()));
+   ON_CALL(host_.mplsRouteMgr, mpls_route_iter()).WillByDefault(none(orv::mpls_route_iter_t()));
+   ON_CALL(host_.mplsVrfLabelMgr, mpls_vrf_label_iter()).WillByDefault(none(orv::mpls_vrf_label_iter_t()));
+   ON_CALL(host_.nexthopGroupMgr, nexthop_group_iter()).WillByDefault(none(orv::nexthop_group_iter_t()));
+   ON_CALL(host_.tunnelMgr, nexthop_group_tunnel_iter())
+        .WillByDefault(none(orv::nexthop_group_tunnel_iter_t()));
+   const auto resyncIsSeen = [&](auto& mgr) {
+      ON_CALL(mgr, resync_init()).WillByDefault(see);
+      ON_CALL(mgr, resync_complete()).WillByDefault(see);
+   };
+   resyncIsSeen(host_.ipRouteMgr);
+   resyncIsSeen(host_.mplsRouteMgr);
+   resyncIsSeen(host_.mplsVrfLabelMgr);
+   resyncIsSeen(host_.nexthopGroupMgr);
+   resyncIsSeen(host_.tunnelMgr);
    std::thread pump([&] {
       contract_.init(3, "map");
       contract_.resync(start);
       contract_.resync(end);
-      EXPECT_FALSE(orv::sdk_call_allowed());
    });
    pump.join();
-   EXPECT_EQ(calls, 8);
-   orv::host::main_thread_clear();
+   ASSERT_EQ(seen.size(), 17U);
+   for (std::size_t i = 1; i < seen.size(); ++i)
+      EXPECT_GT(seen[i], seen[i - 1]) << "call " << i << " is under the lock of the one before";
+   EXPECT_EQ(lock.released(), lock.taken());
 }
 
 }  // namespace

@@ -9,6 +9,7 @@
 #include "fixture/Contract.h"
 #include "fixture/Programmed.h"
 #include "fixture/TraceCapture.h"
+#include "fixture/WatchedLock.h"
 #include "orv/error.h"
 #include "orv/lock.h"
 #include "support/VectorIter.h"
@@ -242,20 +243,12 @@ TEST_F(IpRouteProgrammerTest, anEmptyBulkIsAReplyWithoutEntries) {
    EXPECT_EQ(response.statuses_size(), 0);
 }
 
-// What the lock looked like at a call of the SDK.
-struct LockSeen {
-   bool allowed;
-   std::uint32_t depth;
-   bool operator==(const LockSeen&) const = default;
-};
-
 TEST_F(IpRouteProgrammerTest, theLockSpansAllCallsForOneRouteAndNoMore) {
    contract_.init();
-   orv::host::main_thread_is();
-   std::vector<LockSeen> seen;
-   const auto see = [&](const auto&...) {
-      seen.push_back({orv::sdk_call_allowed(), orv::detail::this_thread_lock.depth});
-   };
+   fixture::WatchedLock lock;
+   // Which taking of the lock each call of the SDK stands under; 0 for none.
+   std::vector<int> seen;
+   const auto see = [&](const auto&...) { seen.push_back(orv::sdk_call_allowed() ? lock.taken() : 0); };
    ON_CALL(mgr_, ip_route_set(_, Matcher<orv::ip_route_action_t>(_))).WillByDefault(see);
    ON_CALL(mgr_, ip_route_via_set(_)).WillByDefault(see);
    ON_CALL(mgr_, ip_route_via_del(_)).WillByDefault(see);
@@ -266,19 +259,16 @@ TEST_F(IpRouteProgrammerTest, theLockSpansAllCallsForOneRouteAndNoMore) {
    });
    std::thread pump([&] {
       process(ipRoute(1, "g"));
-      EXPECT_FALSE(orv::sdk_call_allowed());
       process(ipRoute(1, ""));
-      EXPECT_FALSE(orv::sdk_call_allowed());
       pb::ip_route_bulk_msg bulk;
       *bulk.add_bulk() = ipRoute(1, "g");
       *bulk.add_bulk() = ipRoute(2, "");
       pb::rpc_status_bulk_msg response;
       contract_.ip.processIpRouteBulkRequest(bulk, response);
-      EXPECT_FALSE(orv::sdk_call_allowed());
    });
    pump.join();
-   EXPECT_EQ(seen, (std::vector<LockSeen>(12, {true, 1})));
-   orv::host::main_thread_clear();
+   EXPECT_EQ(seen, (std::vector{1, 1, 1, 2, 2, 2, 3, 3, 3, 4, 4, 4}));
+   EXPECT_EQ(lock.released(), 4);
 }
 
 }  // namespace

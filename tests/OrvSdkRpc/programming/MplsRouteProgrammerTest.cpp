@@ -9,6 +9,7 @@
 #include "fixture/Contract.h"
 #include "fixture/Programmed.h"
 #include "fixture/TraceCapture.h"
+#include "fixture/WatchedLock.h"
 #include "orv/error.h"
 #include "orv/lock.h"
 #include "support/VectorIter.h"
@@ -335,11 +336,10 @@ TEST_F(InitializedMplsRouteProgrammerTest, aNewLabelWhoseViaIsRefusedIsTakenBack
 }
 
 TEST_F(InitializedMplsRouteProgrammerTest, theLockSpansOneLabel) {
-   orv::host::main_thread_is();
-   std::vector<bool> allowed;
-   const auto see = [&](const auto&...) {
-      allowed.push_back(orv::sdk_call_allowed() && orv::detail::this_thread_lock.depth == 1);
-   };
+   fixture::WatchedLock lock;
+   // Which taking of the lock each call of the SDK stands under; 0 for none.
+   std::vector<int> seen;
+   const auto see = [&](const auto&...) { seen.push_back(orv::sdk_call_allowed() ? lock.taken() : 0); };
    ON_CALL(routes_, mpls_route_set(_)).WillByDefault(see);
    ON_CALL(routes_, mpls_route_via_set(_)).WillByDefault(see);
    ON_CALL(routes_, exists(Matcher<const orv::mpls_route_key_t&>(_))).WillByDefault([&](const auto& k) {
@@ -355,13 +355,12 @@ TEST_F(InitializedMplsRouteProgrammerTest, theLockSpansOneLabel) {
       for (const auto& request :
            {withGroup(0), withNexthop(pb::MPLS_OPERATION_POP, {}), intoVrf("red"), deletion()}) {
          process(request);
-         EXPECT_FALSE(orv::sdk_call_allowed());
       }
    });
    pump.join();
    // Exists, set, via and label of the first two; set and exists of the third; both looks of the delete.
-   EXPECT_EQ(allowed, std::vector<bool>(12, true));
-   orv::host::main_thread_clear();
+   EXPECT_EQ(seen, (std::vector{1, 1, 1, 1, 2, 2, 2, 2, 3, 3, 4, 4}));
+   EXPECT_EQ(lock.released(), 4);
 }
 
 TEST(MplsRouteProgrammerDeathTest, anUnknownOperationOfAGroupEndsTheProcess) {

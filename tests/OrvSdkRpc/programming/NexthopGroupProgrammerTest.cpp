@@ -12,6 +12,7 @@
 #include "fixture/Programmed.h"
 #include "fixture/TempDir.h"
 #include "fixture/TraceCapture.h"
+#include "fixture/WatchedLock.h"
 #include "orv/error.h"
 #include "orv/lock.h"
 #include "platform/process/Toggles.h"
@@ -317,11 +318,10 @@ TEST_F(InitializedNexthopGroupProgrammerTest, aBulkGoesOnBehindAFailedItem) {
 }
 
 TEST_F(InitializedNexthopGroupProgrammerTest, theLockSpansOneItem) {
-   orv::host::main_thread_is();
-   std::vector<bool> allowed;
-   const auto see = [&] {
-      allowed.push_back(orv::sdk_call_allowed() && orv::detail::this_thread_lock.depth == 1);
-   };
+   fixture::WatchedLock lock;
+   // Which taking of the lock each call of the SDK stands under; 0 for none.
+   std::vector<int> seen;
+   const auto see = [&] { seen.push_back(orv::sdk_call_allowed() ? lock.taken() : 0); };
    ON_CALL(mgr_, nexthop_group_set(_)).WillByDefault([&](const auto&) { see(); });
    ON_CALL(mgr_, nexthop_group_del(_)).WillByDefault([&](const auto&) { see(); });
    ON_CALL(mgr_, exists(_)).WillByDefault([&](const auto&) {
@@ -335,16 +335,14 @@ TEST_F(InitializedNexthopGroupProgrammerTest, theLockSpansOneItem) {
    bulk.mutable_bulk(1)->set_delete_(true);
    std::thread pump([&] {
       process(bulk.bulk(0));
-      EXPECT_FALSE(orv::sdk_call_allowed());
       process(bulk.bulk(1));
-      EXPECT_FALSE(orv::sdk_call_allowed());
       pb::rpc_status_bulk_msg response;
       groups_.processNexthopGroupBulkRequest(bulk, response);
-      EXPECT_FALSE(orv::sdk_call_allowed());
    });
    pump.join();
-   EXPECT_EQ(allowed, std::vector<bool>(6, true));
-   orv::host::main_thread_clear();
+   // A set, then the look and the delete; the same in the bulk.
+   EXPECT_EQ(seen, (std::vector{1, 2, 2, 3, 4, 4}));
+   EXPECT_EQ(lock.released(), 4);
 }
 
 // The toggle is read once per process, so the look at it has a process of its own.

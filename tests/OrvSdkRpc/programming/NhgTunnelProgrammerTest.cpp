@@ -9,6 +9,7 @@
 #include "fixture/Contract.h"
 #include "fixture/Programmed.h"
 #include "fixture/TraceCapture.h"
+#include "fixture/WatchedLock.h"
 #include "orv/error.h"
 #include "orv/lock.h"
 
@@ -124,29 +125,31 @@ TEST_F(NhgTunnelProgrammerTest, anAbsentPrefixIsTheDefaultOne) {
    EXPECT_EQ(process({}).status(), pb::RPC_STATUS_NOT_FOUND);
 }
 
-TEST_F(NhgTunnelProgrammerTest, everyCallHoldsTheLock) {
+TEST_F(NhgTunnelProgrammerTest, theLockSpansOneItem) {
    contract_.init();
-   orv::host::main_thread_is();
-   std::vector<bool> allowed;
-   ON_CALL(mgr_, nexthop_group_tunnel_set(_)).WillByDefault([&](const auto&) {
-      allowed.push_back(orv::sdk_call_allowed());
-   });
-   ON_CALL(mgr_, nexthop_group_tunnel_del(_)).WillByDefault([&](const auto&) {
-      allowed.push_back(orv::sdk_call_allowed());
-   });
+   fixture::WatchedLock lock;
+   // Which taking of the lock each call of the SDK stands under; 0 for none.
+   std::vector<int> seen;
+   const auto see = [&](const auto&...) { seen.push_back(orv::sdk_call_allowed() ? lock.taken() : 0); };
+   ON_CALL(mgr_, nexthop_group_tunnel_set(_)).WillByDefault(see);
+   ON_CALL(mgr_, nexthop_group_tunnel_del(_)).WillByDefault(see);
    ON_CALL(mgr_, exists(_)).WillByDefault([&](const auto&) {
-      allowed.push_back(orv::sdk_call_allowed());
+      see();
       return true;
    });
+   pb::nexthop_group_tunnel_bulk_msg bulk;
+   *bulk.add_bulk() = tunnelTo("g");
+   *bulk.add_bulk() = tunnelTo("");
    std::thread pump([&] {
-      process(tunnelTo("g"));
-      EXPECT_FALSE(orv::sdk_call_allowed());
-      process(tunnelTo(""));
-      EXPECT_FALSE(orv::sdk_call_allowed());
+      process(bulk.bulk(0));
+      process(bulk.bulk(1));
+      pb::rpc_status_bulk_msg response;
+      tunnels_.processNhgTunnelBulkRequest(bulk, response);
    });
    pump.join();
-   EXPECT_EQ(allowed, std::vector<bool>(3, true));
-   orv::host::main_thread_clear();
+   // A set, then the look and the delete; the same in the bulk.
+   EXPECT_EQ(seen, (std::vector{1, 2, 2, 3, 4, 4}));
+   EXPECT_EQ(lock.released(), 4);
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 #include "OrvSdkRpc/programming/OrvSdkRpcService.h"
 
 #include <grpcpp/grpcpp.h>
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -16,6 +17,7 @@
 #include "fixture/AgentHost.h"
 #include "fixture/Eventually.h"
 #include "fixture/FreePort.h"
+#include "fixture/EveryRpc.h"
 #include "fixture/Programmed.h"
 #include "fixture/ProgrammingService.h"
 #include "fixture/RunningServer.h"
@@ -28,7 +30,6 @@ using fixture::eventually;
 using fixture::ipRoute;
 using fixture::liveHandlers;
 
-constexpr std::size_t rpcs = 18;
 constexpr const char* aliveType = "DetectServerAliveHandler";
 
 class OrvSdkRpcServiceTest : public testing::Test {
@@ -57,6 +58,9 @@ protected:
       return response;
    }
 
+   const google::protobuf::ServiceDescriptor& service_ =
+        *fixture::serviceNamed(pb::orvsdk_service::service_full_name());
+   const std::size_t rpcs_ = static_cast<std::size_t>(service_.method_count());
    const std::uint64_t handlersBefore_ = liveHandlers();
    fixture::AgentHost host_;
    std::unique_ptr<fixture::RunningServer> running_;
@@ -106,9 +110,10 @@ using Alive = HeldStream<pb::rpc_server_alive_msg>;
 
 TEST_F(OrvSdkRpcServiceTest, everyRpcWaitsForItsCall) {
    start();
-   EXPECT_EQ(liveHandlers() - handlersBefore_, rpcs);
+   EXPECT_EQ(liveHandlers() - handlersBefore_, rpcs_);
    // The two streams have a done tag beside their main tag.
-   EXPECT_EQ(running_->server().tags().size(), rpcs + 2);
+   EXPECT_EQ(running_->server().tags().size(), rpcs_ + 2);
+   EXPECT_THAT(fixture::rpcsWithoutHandler(running_->channel(), service_), testing::IsEmpty());
 }
 
 TEST_F(OrvSdkRpcServiceTest, programsARouteFromTheWireToTheSdk) {
@@ -248,7 +253,7 @@ TEST_F(OrvSdkRpcServiceTest, anAliveWatchWhoseClientLeavesIsFreedAtOnce) {
    for (Alive& watch : watches)
       watch.context.TryCancel();
    EXPECT_TRUE(eventually([] { return liveHandlers(aliveType) == 1; }));
-   EXPECT_TRUE(eventually([&] { return running_->server().tags().size() == rpcs + 2; }));
+   EXPECT_TRUE(eventually([&] { return running_->server().tags().size() == rpcs_ + 2; }));
    for (Alive& watch : watches)
       watch.await();
 }

@@ -45,7 +45,8 @@ TEST(GrpcServer, servesACall) {
 }
 
 TEST(GrpcServer, servesOneCallAtATimeAndTheNextOneWaits) {
-   auto* const service = new ProbeService;
+   auto service = std::make_unique<ProbeService>();
+   ProbeService& probe = *service;
    std::latch inside(1);
    std::latch leave(1);
    std::vector<std::string> served;
@@ -55,7 +56,7 @@ TEST(GrpcServer, servesOneCallAtATimeAndTheNextOneWaits) {
       inside.count_down();
       leave.wait();
    };
-   RunningServer server{std::unique_ptr<ProbeService>(service)};
+   RunningServer server{std::move(service)};
    const auto stub = server.stub<test::ProbeService>();
    const auto call = [&](const char* text) {
       grpc::ClientContext context;
@@ -76,7 +77,7 @@ TEST(GrpcServer, servesOneCallAtATimeAndTheNextOneWaits) {
    test::ProbeResponse response;
    EXPECT_EQ(stub->later(&context, test::ProbeRequest(), &response).error_code(),
              grpc::StatusCode::DEADLINE_EXCEEDED);
-   EXPECT_TRUE(service->waiting().empty()) << "somebody else pumps";
+   EXPECT_TRUE(probe.waiting().empty()) << "somebody else pumps";
    leave.count_down();
    first.join();
    second.join();
