@@ -5,6 +5,7 @@
 
 #include <algorithm>
 
+#include "OrvSdkRpcProtos/services.h"
 #include "orvctl/Descriptors.h"
 #include "orvctl/ExitCode.h"
 #include "orvctl/reflection_wire.pb.h"
@@ -63,7 +64,7 @@ Catalog readCatalog(Connection& connection) {
    Catalog catalog;
    if (status.error_code() == grpc::StatusCode::UNIMPLEMENTED) {
       catalog.fromServer = false;
-      for (const auto* service : linkedServices()) {
+      for (const auto* service : OrvSdkRpc::pb::services()) {
          google::protobuf::ServiceDescriptorProto proto;
          service->CopyTo(&proto);
          catalog.services.push_back(entryOf(service->full_name(), proto));

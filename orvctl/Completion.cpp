@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <set>
 
+#include "OrvSdkRpcProtos/services.h"
 #include "orvctl/Descriptors.h"
 
 namespace orvctl {
@@ -42,7 +43,7 @@ void collect(const CLI::App& app, const std::string& path, const std::string& in
       collect(*sub, below, inherited.empty() ? flags : inherited, script);
    }
    if (app.get_name() == "call") {
-      for (const auto* service : linkedServices()) {
+      for (const auto* service : OrvSdkRpc::pb::services()) {
          for (int i = 0; i < service->method_count(); ++i) {
             words += fmt::format(" {}/{}", service->name(), service->method(i)->name());
          }

@@ -6,12 +6,8 @@
 
 #include <string>
 #include <string_view>
-#include <vector>
 
 namespace orvctl {
-
-// RETURNS: all linked services, the programming service first, then the mirror services by name.
-std::vector<const google::protobuf::ServiceDescriptor*> linkedServices();
 
 // Finds "package.service/method", "service/method", or a bare method name. A bare name means the method of
 // the programming service, or else of the only other service that has it.

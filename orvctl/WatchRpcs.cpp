@@ -3,6 +3,7 @@
 #include <map>
 #include <stdexcept>
 
+#include "OrvSdkRpcProtos/services.h"
 #include "orvctl/Descriptors.h"
 #include "orvctl/EnumWords.h"
 
@@ -84,7 +85,7 @@ void forEachPart(const std::vector<std::string>& words, Each each) {
 const std::vector<WatchRpc>& watchRpcs() {
    static const std::vector<WatchRpc> all = [] {
       std::vector<WatchRpc> found;
-      for (const auto* service : linkedServices()) {
+      for (const auto* service : OrvSdkRpc::pb::services()) {
          for (int i = 0; i < service->method_count(); ++i) {
             if (isWatch(*service->method(i))) found.push_back(describe(*service->method(i)));
          }

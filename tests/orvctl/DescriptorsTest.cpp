@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "orvctl/ExitCode.h"
+#include "OrvSdkRpcProtos/services.h"
 
 namespace orvctl {
 namespace {
@@ -33,7 +34,7 @@ TEST(Descriptors, aBareNameOfSeveralServicesIsRefused) {
 
 TEST(Descriptors, theMirrorServicesAreLinked) {
    std::vector<std::string> names;
-   for (const auto* service : linkedServices())
+   for (const auto* service : OrvSdkRpc::pb::services())
       names.push_back(service->name());
    EXPECT_EQ(names, (std::vector<std::string>{"orvsdk_service", "AclMgrService", "AgentService",
                                               "EthPhyIntfMgrService", "IntfMgrService",
@@ -41,7 +42,7 @@ TEST(Descriptors, theMirrorServicesAreLinked) {
 }
 
 TEST(Descriptors, theProgrammingServiceHasEighteenRpcs) {
-   const auto services = linkedServices();
+   const auto services = OrvSdkRpc::pb::services();
    ASSERT_FALSE(services.empty());
    EXPECT_EQ(services[0]->full_name(), "OrvSdkRpc.pb.orvsdk_service");
    EXPECT_EQ(services[0]->method_count(), 18);

@@ -5,6 +5,7 @@
 #include "orvctl/Descriptors.h"
 #include "orvctl/ExitCode.h"
 #include "orvctl/JsonText.h"
+#include "OrvSdkRpcProtos/services.h"
 
 namespace orvctl {
 namespace {
@@ -22,7 +23,7 @@ TEST(WatchRpcs, everyWatchThatDeliversSomething) {
 
 TEST(WatchRpcs, noServerStreamWithWatchInItsNameIsMissing) {
    size_t streams = 0;
-   for (const auto* service : linkedServices()) {
+   for (const auto* service : OrvSdkRpc::pb::services()) {
       for (int i = 0; i < service->method_count(); ++i) {
          const std::string& name = service->method(i)->name();
          streams += name.find("watch") != std::string::npos || name.find("stream") != std::string::npos

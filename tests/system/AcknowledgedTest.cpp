@@ -17,6 +17,7 @@
 #include "Console.h"
 #include "Daemon.h"
 #include "DurableState.h"
+#include "OrvSdkRpcProtos/services.h"
 #include "TempDir.h"
 #include "orvctl/Connection.h"
 #include "orvctl/Descriptors.h"
@@ -235,7 +236,7 @@ TEST(Acknowledged, everyRpcHasARowOrChangesNothing) {
    for (const Row& row : rows)
       covered.insert(orvctl::findMethod(row.change.method).full_name());
    std::set<std::string> served;
-   for (const auto* service : orvctl::linkedServices()) {
+   for (const auto* service : OrvSdkRpc::pb::services()) {
       for (int i = 0; i < service->method_count(); ++i) {
          const auto& method = *service->method(i);
          if (!method.server_streaming()) served.insert(method.full_name());
