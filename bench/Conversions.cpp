@@ -5,9 +5,9 @@
 #include <nlohmann/json.hpp>
 #include <stdexcept>
 
-#include "Child.h"
 #include "Cores.h"
-#include "TempDir.h"
+#include "testing/base/TempDir.h"
+#include "testing/process/Child.h"
 
 namespace bench {
 
@@ -15,11 +15,11 @@ namespace {
 
 // Nanoseconds of every repetition, by the benchmark's name.
 std::map<std::string, std::vector<double>> runConvert(const Setup& setup) {
-   const systest::TempDir directory("orv-bench-convert-");
+   const orvtest::TempDir directory("orv-bench-convert-");
    const std::string file = directory / "figures.json";
    auto child = [&] {
       const OnCoresOf client(Side::client);
-      return systest::Child({setup.convertProgram, "--benchmark_out=" + file, "--benchmark_out_format=json",
+      return orvtest::Child({setup.convertProgram, "--benchmark_out=" + file, "--benchmark_out_format=json",
                              "--benchmark_repetitions=" + std::to_string(setup.rounds),
                              "--benchmark_min_time=" + std::to_string(setup.seconds / 20),
                              // Interleaves the repetitions of all benchmarks.
@@ -27,7 +27,7 @@ std::map<std::string, std::vector<double>> runConvert(const Setup& setup) {
                             directory / "output");
    }();
    const auto ending = child.wait();
-   if (ending != systest::Ending{.exitCode = 0}) {
+   if (ending != orvtest::Ending{.exitCode = 0}) {
       throw std::runtime_error("bench_convert ended with " + to_string(ending) + ": " + child.log());
    }
    std::ifstream stream(file);

@@ -8,8 +8,8 @@
 #include <stdexcept>
 #include <thread>
 
-#include "Pings.h"
 #include "Servers.h"
+#include "testing/process/Pings.h"
 
 namespace bench {
 
@@ -276,7 +276,7 @@ void measurePing(const Setup& setup, Report& report) {
    std::size_t count = 0;
    for (int round = 0; round < setup.rounds; ++round) {
       FreshDaemon daemon(setup.daemonProgram);
-      systest::Pings pings(daemon.address());
+      orvtest::Pings pings(daemon.address());
       const auto load = runLoad(
            setup.loadProgram, daemon.address(),
            {"--workload", "route-bulk", "--total", std::to_string(setup.routes), "--per-bulk",
@@ -326,7 +326,7 @@ void measureRestart(const Setup& setup, Report& report) {
    for (int round = 0; round < rounds; ++round) {
       daemon.kill();
       afterKill.push_back(restart());
-      if (daemon.terminate() != systest::Ending{.exitCode = 0}) {
+      if (daemon.terminate() != orvtest::Ending{.exitCode = 0}) {
          throw std::runtime_error("the daemon did not end in order: " + daemon.child().log());
       }
       afterStop.push_back(restart());

@@ -13,9 +13,9 @@
 #include <stdexcept>
 #include <thread>
 
-#include "Console.h"
 #include "OrvSdkRpcProtos/orvsdk.grpc.pb.h"
 #include "Servers.h"
+#include "testing/process/Console.h"
 
 namespace bench {
 
@@ -81,7 +81,7 @@ public:
    }
 
    FreshDaemon& daemon() { return daemon_; }
-   systest::Console& console() { return console_; }
+   orvtest::Console& console() { return console_; }
    pb::orvsdk_service::Stub& stub() { return *stub_; }
 
    nlohmann::json show() { return nlohmann::json::parse(console_.run("show sbfd json"))["sbfd_sessions"]; }
@@ -104,7 +104,7 @@ private:
 
    FreshDaemon daemon_;
    std::unique_ptr<pb::orvsdk_service::Stub> stub_;
-   systest::Console console_;
+   orvtest::Console console_;
 };
 
 // One stream of updates, which the constructor opens.

@@ -7,6 +7,7 @@
 #include <stdexcept>
 
 #include "Cores.h"
+#include "testing/base/TempDir.h"
 
 namespace bench {
 
@@ -17,9 +18,9 @@ FloorServer::FloorServer(const std::string& program, const std::vector<std::stri
           const OnCoresOf server(Side::server);
           std::vector<std::string> argv = {program, "--listen", address()};
           argv.insert(argv.end(), extra.begin(), extra.end());
-          return systest::Child(std::move(argv), directory_ / "floor.log");
+          return orvtest::Child(std::move(argv), directory_ / "floor.log");
        }()) {
-   systest::waitServing(child_, directory_ / "rpc.sock", 10s);
+   orvtest::waitServing(child_, directory_ / "rpc.sock", 10s);
 }
 
 FreshDaemon::FreshDaemon(const std::string& program, std::vector<std::string> extra)
@@ -41,15 +42,15 @@ FreshDaemon::~FreshDaemon() {
 
 nlohmann::json runLoad(const std::string& program, const std::string& address,
                        std::vector<std::string> arguments) {
-   const systest::TempDir directory("orv-bench-load-");
+   const orvtest::TempDir directory("orv-bench-load-");
    std::vector<std::string> argv = {program, "--target", address};
    argv.insert(argv.end(), arguments.begin(), arguments.end());
    auto child = [&] {
       const OnCoresOf client(Side::client);
-      return systest::Child(std::move(argv), directory / "output");
+      return orvtest::Child(std::move(argv), directory / "output");
    }();
    const auto ending = child.wait();
-   if (ending != systest::Ending{.exitCode = 0}) {
+   if (ending != orvtest::Ending{.exitCode = 0}) {
       throw std::runtime_error("the load client ended with " + to_string(ending) + ": " + child.log());
    }
    return nlohmann::json::parse(child.log());

@@ -8,9 +8,9 @@
 #include <string>
 #include <vector>
 
-#include "Child.h"
-#include "Daemon.h"
-#include "TempDir.h"
+#include "testing/base/TempDir.h"
+#include "testing/process/Child.h"
+#include "testing/process/Daemon.h"
 
 namespace bench {
 
@@ -21,8 +21,8 @@ public:
    pid_t pid() const { return child_.pid(); }
 
 private:
-   systest::TempDir directory_{"orv-bench-floor-"};
-   systest::Child child_;
+   orvtest::TempDir directory_{"orv-bench-floor-"};
+   orvtest::Child child_;
 };
 
 // A daemon that starts on an empty state directory.
@@ -35,12 +35,12 @@ public:
    void start();
    std::string address() const { return daemon_.address(); }
    pid_t pid() { return daemon_.child().pid(); }
-   systest::Daemon& daemon() { return daemon_; }
-   const systest::TempDir& directory() const { return directory_; }
+   orvtest::Daemon& daemon() { return daemon_; }
+   const orvtest::TempDir& directory() const { return directory_; }
 
 private:
-   systest::TempDir directory_{"orv-bench-"};
-   systest::Daemon daemon_;
+   orvtest::TempDir directory_{"orv-bench-"};
+   orvtest::Daemon daemon_;
 };
 
 // Runs the load client against `address`.

@@ -11,6 +11,7 @@
 
 #include "Cores.h"
 #include "Servers.h"
+#include "testing/base/TempDir.h"
 
 namespace bench {
 
@@ -28,7 +29,7 @@ public:
              Arguments argv = {setup.streamHostProgram, "--listen", address(), "--state-dir",
                                directory_ / "state"};
              argv.insert(argv.end(), arguments.begin(), arguments.end());
-             return systest::Child(std::move(argv), directory_ / "host.log");
+             return orvtest::Child(std::move(argv), directory_ / "host.log");
           }()) {
       while (!std::filesystem::exists(directory_ / "rpc.sock")) {
          if (child_.waitFor(10ms)) throw std::runtime_error("the stream host has ended: " + child_.log());
@@ -36,11 +37,11 @@ public:
    }
    std::string address() const { return "unix://" + (directory_ / "rpc.sock"); }
    pid_t pid() const { return child_.pid(); }
-   systest::Child& child() { return child_; }
+   orvtest::Child& child() { return child_; }
 
 private:
-   systest::TempDir directory_{"orv-bench-streams-"};
-   systest::Child child_;
+   orvtest::TempDir directory_{"orv-bench-streams-"};
+   orvtest::Child child_;
 };
 
 Arguments reading(const std::string& workload, double seconds) {
@@ -59,7 +60,7 @@ public:
    std::uintmax_t bytes() const { return std::filesystem::file_size(path()); }
 
 private:
-   systest::TempDir directory_{"orv-bench-sample-"};
+   orvtest::TempDir directory_{"orv-bench-sample-"};
 };
 
 // The samples of one server over the rounds of one figure.
@@ -174,19 +175,19 @@ namespace {
 // Runs the meter with `watchers` streams, which `source` leaves unread or idle.
 // RETURNS: the meter's result.
 nlohmann::json meter(const Setup& setup, const std::string& source, std::size_t watchers) {
-   const systest::TempDir directory("orv-bench-meter-");
+   const orvtest::TempDir directory("orv-bench-meter-");
    const std::string result = directory / "result.json";
    StreamHost host(setup, {"--source", source, "--watchers", std::to_string(watchers), "--result", result});
    auto reader = [&] {
       const OnCoresOf client(Side::client);
-      return systest::Child(
+      return orvtest::Child(
            {setup.streamProgram, "--target", host.address(), "--workload",
             source == "meter" ? "stall" : "watch", "--streams", std::to_string(watchers), "--seconds", "600"},
            directory / "output");
    }();
    const auto ending = host.child().waitFor(2min);
    reader.kill();
-   if (ending != systest::Ending{.exitCode = 0}) {
+   if (ending != orvtest::Ending{.exitCode = 0}) {
       throw std::runtime_error("the meter has not ended in order: " + host.child().log() + reader.log());
    }
    std::ifstream file(result);
@@ -260,7 +261,7 @@ void measureEventLatency(const Setup& setup, Report& report) {
 
 void measureDump(const Setup& setup, Report& report) {
    constexpr std::uint64_t interfaces = 10'000;
-   const systest::TempDir directory("orv-bench-topology-");
+   const orvtest::TempDir directory("orv-bench-topology-");
    const std::string topology = directory / "topology.json";
    std::ofstream(topology) << R"({"interfaces": [{"name": "Ethernet1", "count": )" << interfaces << "}]}\n";
    FreshDaemon daemon(setup.daemonProgram, {"--topology", topology});

@@ -8,11 +8,11 @@
 
 #include "Conversions.h"
 #include "Cores.h"
-#include "Daemon.h"
 #include "Measurements.h"
 #include "Report.h"
 #include "SbfdMeasurements.h"
 #include "Streams.h"
+#include "testing/process/Daemon.h"
 
 namespace {
 
@@ -100,13 +100,13 @@ int main(int argc, char** argv) {
       return 2;
    }
    try {
-      setup.daemonProgram = systest::programPath("orvsdkrpcd");
-      setup.floorProgram = systest::programPath("floor_server");
+      setup.daemonProgram = orvtest::programPath("orvsdkrpcd");
+      setup.floorProgram = orvtest::programPath("floor_server");
       if (arenaFloor) setup.floorFlags = {"--arena"};
-      setup.loadProgram = systest::programPath("bench_load");
-      setup.convertProgram = systest::programPath("bench_convert");
-      setup.streamProgram = systest::programPath("bench_stream");
-      setup.streamHostProgram = systest::programPath("bench_stream_host");
+      setup.loadProgram = orvtest::programPath("bench_load");
+      setup.convertProgram = orvtest::programPath("bench_convert");
+      setup.streamProgram = orvtest::programPath("bench_stream");
+      setup.streamHostProgram = orvtest::programPath("bench_stream_host");
       if (quick) std::printf("A quick run: the figures below are no measurement.\n");
       bench::OnCoresOf::enabledIs(!anyCore);
       std::printf(

@@ -113,23 +113,13 @@ function(orv_add_program target)
   target_link_libraries(${target} PRIVATE ${P_LINK} orv_build_options)
 endfunction()
 
-# orv_add_test_tools(<target> SOURCES ... PUBLIC ... [PRIVATE ...] [PCH <target>]): a library that tests share.
-function(orv_add_test_tools target)
-  cmake_parse_arguments(T "" "PCH" "SOURCES;PUBLIC;PRIVATE" ${ARGN})
-  add_library(${target} STATIC ${T_SOURCES})
-  target_link_libraries(${target} PUBLIC ${T_PUBLIC} PRIVATE ${T_PRIVATE} orv_build_options)
-  target_compile_options(${target} PRIVATE ${ORV_TEST_OPTIONS})
-  if(T_PCH)
-    target_precompile_headers(${target} REUSE_FROM ${T_PCH})
-  endif()
-endfunction()
-
 # orv_add_test(<target> [ALONE] SOURCES ... LINK ... [PCH <target>] [TIMEOUT seconds] [LABELS ...])
-# Every TEST() becomes its own ctest case. ALONE runs the test without others in parallel, for tests that
-# measure time.
+# Every TEST() becomes its own ctest case. SOURCES may be patterns ("mirror/*.cpp"), so that a new test is built without
+# being listed. ALONE runs the test without others in parallel, for tests that measure time.
 function(orv_add_test target)
   cmake_parse_arguments(T "ALONE" "PCH;TIMEOUT" "SOURCES;LINK;LABELS" ${ARGN})
-  add_executable(${target} ${T_SOURCES})
+  file(GLOB sources CONFIGURE_DEPENDS ${T_SOURCES})
+  add_executable(${target} ${sources})
   target_link_libraries(${target} PRIVATE ${T_LINK} fmt::fmt GTest::gmock GTest::gtest_main orv_build_options)
   target_compile_options(${target} PRIVATE ${ORV_TEST_OPTIONS})
   if(NOT T_PCH)

@@ -11,7 +11,7 @@
 #include "OrvSdkRpcProtos/intf.pb.h"
 #include "OrvSdkRpcProtos/intf_counter.pb.h"
 #include "OrvSdkRpcProtos/nexthop_group.pb.h"
-#include "TempDir.h"
+#include "testing/base/TempDir.h"
 
 namespace bench {
 namespace {
@@ -41,7 +41,7 @@ public:
    std::string address() const { return "unix://" + (directory_ / "socket"); }
 
 private:
-   systest::TempDir directory_;
+   orvtest::TempDir directory_;
    std::unique_ptr<FloorStreams> streams_;
    std::unique_ptr<grpc::ServerCompletionQueue> queue_;
    std::unique_ptr<grpc::Server> server_;
@@ -124,7 +124,7 @@ TEST(StreamClient, aStreamThatIsNotThereIsAnError) {
 }
 
 TEST(FloorStreams, aMessageOfAnotherKindIsRefused) {
-   const systest::TempDir directory;
+   const orvtest::TempDir directory;
    std::ofstream(directory / "message") << "no message at all";
    EXPECT_THROW(FloorStreams::make({.rpc = "list", .messageFile = directory / "message"}),
                 std::runtime_error);

@@ -24,8 +24,8 @@
 #include "OrvSdkRpc/types/TpRuleFilter.h"
 #include "OrvSdkRpc/types/TrafficPolicy.h"
 #include "orv/error.h"
-#include "support/GeneratePolicy.h"
-#include "support/GenerateStatus.h"
+#include "testing/values/GeneratePolicy.h"
+#include "testing/values/GenerateStatus.h"
 
 namespace fuzz {
 
@@ -130,8 +130,8 @@ void messageIn(std::span<const std::uint8_t> bytes) {
 
 template <typename Message, typename Sdk>
 void valueOut(std::span<const std::uint8_t> bytes) {
-   support::ValueSource source(bytes);
-   const Sdk value = support::generate<Sdk>(source);
+   orvtest::ValueSource source(bytes);
+   const Sdk value = orvtest::generate<Sdk>(source);
    std::optional<Message> message;
    if (!succeeds(Towards::wire, [&] { message = convert(value); })) return;
    Message received;

@@ -5,7 +5,7 @@
 #include <fstream>
 #include <sstream>
 
-#include "TempDir.h"
+#include "testing/base/TempDir.h"
 
 namespace orvctl {
 namespace {
@@ -87,13 +87,13 @@ TEST_F(Lines, blankOnesAndCommentsArePassedOver) {
 }
 
 TEST_F(Lines, ofAFile) {
-   const systest::TempDir directory;
+   const orvtest::TempDir directory;
    std::ofstream(directory / "f") << "x\ny\n";
    EXPECT_EQ(read(directory / "f"), (std::vector<std::string>{"1:x", "2:y"}));
 }
 
 TEST_F(Lines, aFileThatIsNotThereIsRefused) {
-   const systest::TempDir directory;
+   const orvtest::TempDir directory;
    EXPECT_THROW(read(directory / "none"), UsageError);
    EXPECT_THROW(read(directory.path()), UsageError);
 }

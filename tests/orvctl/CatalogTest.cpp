@@ -6,6 +6,7 @@
 
 #include "FakeServer.h"
 #include "orvctl/ExitCode.h"
+#include "testing/base/TempDir.h"
 
 namespace orvctl {
 namespace {
@@ -125,7 +126,7 @@ TEST(Catalog, probesCannotChangeAnything) {
 }
 
 TEST(Catalog, aServerThatIsNotThereIsAConnectionFailure) {
-   const systest::TempDir directory;
+   const orvtest::TempDir directory;
    Connection connection(parseTarget("--target", directory.path() + "/none"), 10);
    EXPECT_THROW(readCatalog(connection), CallError);
 }

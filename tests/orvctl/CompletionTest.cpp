@@ -5,8 +5,8 @@
 #include <fstream>
 #include <sstream>
 
-#include "TempDir.h"
 #include "orvctl/Run.h"
+#include "testing/base/TempDir.h"
 
 namespace orvctl {
 namespace {
@@ -19,7 +19,7 @@ std::string completions(const std::string& line) {
       EXPECT_EQ(run({"completion", "bash"}, {.in = in, .out = out, .err = err}), 0) << err.str();
       return out.str();
    }();
-   const systest::TempDir directory;
+   const orvtest::TempDir directory;
    std::ofstream(directory / "completion.bash") << script;
    const std::string command =
         "bash -c 'source " + directory / "completion.bash" + "; COMP_WORDS=(" + line +

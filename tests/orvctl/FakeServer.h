@@ -14,7 +14,7 @@
 
 #include "FakeMirror.h"
 #include "OrvSdkRpcProtos/orvsdk.grpc.pb.h"
-#include "TempDir.h"
+#include "testing/base/TempDir.h"
 
 namespace orvctl::test {
 
@@ -88,7 +88,7 @@ private:
    // Until the call is cancelled or the server stops.
    void waitForEnd(grpc::ServerContext* context);
 
-   systest::TempDir directory_;
+   orvtest::TempDir directory_;
    std::unique_ptr<grpc::Server> server_;
    mutable std::mutex mutex_;
    std::condition_variable changed_;

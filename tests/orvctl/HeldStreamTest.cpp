@@ -4,6 +4,7 @@
 
 #include "FakeServer.h"
 #include "orvctl/ExitCode.h"
+#include "testing/base/TempDir.h"
 
 namespace orvctl {
 namespace {
@@ -47,7 +48,7 @@ TEST(HeldStream, messagesArePassedOver) {
 }
 
 TEST(HeldStream, withoutAServerThereIsNoStream) {
-   const systest::TempDir directory;
+   const orvtest::TempDir directory;
    Connection connection(parseTarget("--target", directory.path() + "/none"), 10);
    EXPECT_THROW(HeldStream(connection, kAlive, pb::rpc_server_alive_msg()), CallError);
 }

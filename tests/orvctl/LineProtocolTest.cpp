@@ -8,8 +8,8 @@
 #include <cstring>
 #include <thread>
 
-#include "TempDir.h"
 #include "orvctl/ExitCode.h"
+#include "testing/base/TempDir.h"
 
 namespace orvctl {
 namespace {
@@ -49,7 +49,7 @@ private:
       close(fd);
    }
 
-   systest::TempDir directory_;
+   orvtest::TempDir directory_;
    std::string answer_;
    std::string line_;
    int listener_ = -1;
@@ -109,7 +109,7 @@ TEST(LineProtocol, aSilentConsoleEndsWithTheTimeout) {
 }
 
 TEST(LineProtocol, nobodyThereIsAFailureThatNamesTheAddress) {
-   const systest::TempDir directory;
+   const orvtest::TempDir directory;
    try {
       const ConsoleClient client(parseTarget("--console", directory / "none"), 1);
       FAIL() << "connected";

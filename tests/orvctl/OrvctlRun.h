@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "FakeServer.h"
+#include "testing/base/TempDir.h"
 
 namespace orvctl::test {
 
@@ -28,7 +29,7 @@ protected:
    std::string file(const std::string& text) const;
    static pb::rpc_status_msg status(pb::rpc_status_value_enum value, const std::string& words = "");
 
-   systest::TempDir directory_;
+   orvtest::TempDir directory_;
    FakeServer server_;
 };
 

@@ -10,6 +10,7 @@
 #include <thread>
 
 #include "OrvctlRun.h"
+#include "testing/base/TempDir.h"
 
 namespace orvctl {
 namespace {
@@ -377,7 +378,7 @@ TEST_F(Orvctl, aSilentServerEndsWithTheTimeout) {
 }
 
 TEST(OrvctlWithoutServer, everyCommandEndsWithThreeAndOneLine) {
-   const systest::TempDir directory;
+   const orvtest::TempDir directory;
    for (const std::vector<std::string>& command : {std::vector<std::string>{"list"},
                                                    {"init"},
                                                    {"resync", "start"},

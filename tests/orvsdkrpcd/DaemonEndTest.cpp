@@ -9,18 +9,18 @@
 #include <limits>
 #include <string>
 
-#include "Daemon.h"
 #include "OrvSdkRpcProtos/orvsdk.grpc.pb.h"
 #include "Program.h"
-#include "TempDir.h"
+#include "testing/base/TempDir.h"
+#include "testing/process/Daemon.h"
 
 namespace orvsdkrpcd {
 namespace {
 
 namespace pb = OrvSdkRpc::pb;
 using Stub = pb::orvsdk_service::Stub;
-using systest::Daemon;
-using systest::Ending;
+using orvtest::Daemon;
+using orvtest::Ending;
 using testing::HasSubstr;
 
 template <class Rq, class Rp>
@@ -86,7 +86,7 @@ grpc::Status longPolicyMapName(Stub& stub, bool ends) {
 class DaemonEnd : public testing::TestWithParam<End> {};
 
 TEST_P(DaemonEnd, comesWithTheRequestAndLosesNothing) {
-   const systest::TempDir directory;
+   const orvtest::TempDir directory;
    Daemon daemon(test::daemonProgram(), directory.path());
    daemon.start();
    const auto connect = [&] {

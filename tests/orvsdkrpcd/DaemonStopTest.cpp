@@ -10,19 +10,19 @@
 #include <thread>
 #include <vector>
 
-#include "Daemon.h"
 #include "OrvSdkRpcProtos/intf.grpc.pb.h"
 #include "Program.h"
 #include "ServiceManager.h"
-#include "TempDir.h"
+#include "testing/base/TempDir.h"
+#include "testing/process/Daemon.h"
 
 namespace orvsdkrpcd {
 namespace {
 
 namespace fs = std::filesystem;
 namespace remote = orv::remote;
-using systest::Daemon;
-using systest::Ending;
+using orvtest::Daemon;
+using orvtest::Ending;
 using testing::ElementsAre;
 
 struct Signals {
@@ -49,7 +49,7 @@ protected:
       fs::remove(daemon_.logPath());
    }
 
-   const systest::TempDir directory_;
+   const orvtest::TempDir directory_;
    test::ServiceManager manager_{directory_ / "notify"};
    Daemon daemon_;
 };

@@ -1,5 +1,5 @@
 // The daemon as a process: what it refuses, how it ends, and how two of them get along.
-#include "Daemon.h"
+#include "testing/process/Daemon.h"
 
 #include <arpa/inet.h>
 #include <fcntl.h>
@@ -19,20 +19,20 @@
 #include <filesystem>
 #include <fstream>
 
-#include "Console.h"
 #include "Program.h"
 #include "ServiceManager.h"
-#include "TempDir.h"
 #include "health.grpc.pb.h"
 #include "orvctl/Catalog.h"
+#include "testing/base/TempDir.h"
+#include "testing/process/Console.h"
 
 namespace orvsdkrpcd {
 namespace {
 
 namespace fs = std::filesystem;
-using systest::Daemon;
-using systest::Ending;
-using systest::TempDir;
+using orvtest::Daemon;
+using orvtest::Ending;
+using orvtest::TempDir;
 using test::daemonProgram;
 using test::Outcome;
 using test::runProgram;
@@ -166,7 +166,7 @@ INSTANTIATE_TEST_SUITE_P(Both, DaemonSignal, testing::Values(SIGTERM, SIGINT),
                          [](const auto& number) { return number.param == SIGTERM ? "Term" : "Int"; });
 
 TEST_F(DaemonProgram, aSignalRightAfterTheStartStopsItToo) {
-   systest::Child child(commandLine(), directory_ / "log");
+   orvtest::Child child(commandLine(), directory_ / "log");
    // The signal is taken from the moment on when it is blocked, which the state directory's making follows.
    while (!fs::exists(directory_ / "state") && !child.waitFor(std::chrono::milliseconds(1))) {
    }
@@ -179,8 +179,8 @@ TEST_F(DaemonProgram, aSignalRightAfterTheStartStopsItToo) {
 TEST_F(DaemonProgram, theConfigFileIsEnough) {
    write("config", "listen = \"unix:" + directory_.path() + "/rpc.sock\"\nstate-dir = \"" +
                         directory_.path() + "/state\"\nbfd = true\n");
-   systest::Child child({daemonProgram(), "--config", directory_ / "config"}, directory_ / "log");
-   systest::waitServing(child, directory_ / "rpc.sock", std::chrono::seconds(30));
+   orvtest::Child child({daemonProgram(), "--config", directory_ / "config"}, directory_ / "log");
+   orvtest::waitServing(child, directory_ / "rpc.sock", std::chrono::seconds(30));
    child.signal(SIGTERM);
    EXPECT_EQ(child.wait(), Ending{.exitCode = 0}) << child.log();
 }
@@ -205,7 +205,7 @@ TEST_F(DaemonProgram, onTcp) {
 
    close(fd);
    ServiceManager manager(directory_ / "notify");
-   systest::Child child({daemonProgram(), "--listen", listen, "--state-dir", directory_ / "state", "--bfd"},
+   orvtest::Child child({daemonProgram(), "--listen", listen, "--state-dir", directory_ / "state", "--bfd"},
                         directory_ / "log");
    ASSERT_EQ(manager.next(), "READY=1");
    const auto outcome = runProgram({test::clientProgram(), "--target", listen, "init"});
@@ -226,7 +226,7 @@ TEST_F(DaemonProgram, onSeveralAddressesOfWhichOneIsInUse) {
    const std::string busy = "127.0.0.1:" + std::to_string(ntohs(address.sin_port));
    const std::string abstract = "unix-abstract:" + directory_.path();
    ServiceManager manager(directory_ / "notify");
-   systest::Child child(commandLine({"--listen", busy, "--listen", abstract, "--bfd"}), directory_ / "log");
+   orvtest::Child child(commandLine({"--listen", busy, "--listen", abstract, "--bfd"}), directory_ / "log");
    ASSERT_EQ(manager.next(), "READY=1");
    for (const std::string& target : {"unix:" + directory_.path() + "/rpc.sock", abstract})
       EXPECT_EQ(runProgram({test::clientProgram(), "--target", target, "init"}).ending,
@@ -244,7 +244,7 @@ TEST_F(DaemonProgram, onSeveralAddressesOfWhichOneIsInUse) {
 TEST_F(DaemonProgram, onAnAbstractSocket) {
    const std::string listen = "unix-abstract:" + directory_.path();
    ServiceManager manager(directory_ / "notify");
-   systest::Child child({daemonProgram(), "--listen", listen, "--state-dir", directory_ / "state", "--bfd"},
+   orvtest::Child child({daemonProgram(), "--listen", listen, "--state-dir", directory_ / "state", "--bfd"},
                         directory_ / "log");
    ASSERT_EQ(manager.next(), "READY=1");
    EXPECT_EQ(runProgram({test::clientProgram(), "--target", listen, "init"}).ending, Ending{.exitCode = 0});
@@ -259,7 +259,7 @@ TEST_F(DaemonProgram, onAnAbstractSocket) {
 
 TEST_F(DaemonProgram, pathsThatAUriWouldEscapeAreLockedAndBoundAlike) {
    const std::string socket = directory_ / "a b#c?d.sock";
-   systest::Child child(
+   orvtest::Child child(
         {daemonProgram(), "--listen", "unix:" + socket, "--state-dir", directory_ / "state", "--bfd"},
         directory_ / "log");
    while (!fs::exists(socket) && !child.waitFor(std::chrono::milliseconds(1))) {
@@ -299,7 +299,7 @@ TEST_F(TwoDaemons, onOneSocketTheSecondSaysSoAndEnds) {
 
 TEST_F(TwoDaemons, onOneSocketTheSecondMayStayWithoutAServer) {
    ServiceManager manager(directory_ / "notify");
-   systest::Child child(second({"--stay"}), directory_ / "second.log");
+   orvtest::Child child(second({"--stay"}), directory_ / "second.log");
    EXPECT_EQ(manager.next(), "READY=1");
    EXPECT_THAT(child.log(), HasSubstr("staying up without a server"));
    child.signal(SIGTERM);
@@ -325,7 +325,7 @@ TEST_F(TwoDaemons, onOneConsoleTheSecondIsRefusedAndLeavesNothing) {
    EXPECT_EQ(outcome.ending, Ending{.exitCode = 2}) << outcome.text;
    EXPECT_THAT(outcome.text, HasSubstr(first_.consolePath()));
    EXPECT_FALSE(fs::exists(directory_ / "state2"));
-   EXPECT_FALSE(systest::Console(first_.consolePath()).run("show version").empty());
+   EXPECT_FALSE(orvtest::Console(first_.consolePath()).run("show version").empty());
 }
 
 TEST_F(DaemonProgram, aStaleSocketAndLockAreTakenOver) {
@@ -398,8 +398,8 @@ TEST_F(DaemonProgram, theLeastDescriptorsAreEnoughToServe) {
         commandLine({"--bfd", "--console", "unix:" + directory_.path() + "/console.sock"})) {
       line += " '" + word + "'";
    }
-   systest::Child child({"/bin/bash", "-c", line}, directory_ / "log");
-   systest::waitServing(child, directory_ / "rpc.sock", std::chrono::seconds(30));
+   orvtest::Child child({"/bin/bash", "-c", line}, directory_ / "log");
+   orvtest::waitServing(child, directory_ / "rpc.sock", std::chrono::seconds(30));
    child.signal(SIGTERM);
    EXPECT_EQ(child.wait(), Ending{.exitCode = 0}) << child.log();
 }
@@ -408,9 +408,9 @@ TEST_F(DaemonProgram, runningOutOfDescriptorsIsNotForEver) {
    std::string line = "ulimit -n 64; exec";
    for (const auto& word : commandLine({"--bfd"}))
       line += " '" + word + "'";
-   systest::Child child({"/bin/bash", "-c", line}, directory_ / "log");
+   orvtest::Child child({"/bin/bash", "-c", line}, directory_ / "log");
    const std::string path = directory_ / "rpc.sock";
-   systest::waitServing(child, path, std::chrono::seconds(30));
+   orvtest::waitServing(child, path, std::chrono::seconds(30));
 
    // More clients than descriptors. The last ones are accepted only to be closed, which they see as an end of
    // input.
@@ -443,8 +443,8 @@ TEST_F(DaemonProgram, theSoftLimitOfDescriptorsIsRaised) {
    std::string line = "ulimit -S -n 70; ulimit -H -n 256; exec";
    for (const auto& word : commandLine({"--bfd"}))
       line += " '" + word + "'";
-   systest::Child child({"/bin/bash", "-c", line}, directory_ / "log");
-   systest::waitServing(child, directory_ / "rpc.sock", std::chrono::seconds(30));
+   orvtest::Child child({"/bin/bash", "-c", line}, directory_ / "log");
+   orvtest::waitServing(child, directory_ / "rpc.sock", std::chrono::seconds(30));
    std::ifstream limits("/proc/" + std::to_string(child.pid()) + "/limits");
    std::string found;
    for (std::string text; std::getline(limits, text);) {
@@ -472,7 +472,7 @@ TEST_F(DaemonProgram, theTopologyIsTheSwitchs) {
    write("topology.json", R"({"interfaces":[{"name":"Ethernet7"}]})");
    Daemon daemon(daemonProgram(), directory_.path(), {"--topology", directory_ / "topology.json"});
    daemon.start();
-   systest::Console console(daemon.consolePath());
+   orvtest::Console console(daemon.consolePath());
    const std::string interfaces = console.run("show interfaces");
    EXPECT_THAT(interfaces, HasSubstr("Ethernet7"));
    EXPECT_THAT(interfaces, testing::Not(HasSubstr("Ethernet8")));

@@ -6,7 +6,7 @@
 #include <memory>
 #include <vector>
 
-#include "TempDir.h"
+#include "testing/base/TempDir.h"
 
 namespace orvsdkrpcd {
 namespace {
@@ -56,7 +56,7 @@ protected:
       return watch;
    }
 
-   systest::TempDir directory_;
+   orvtest::TempDir directory_;
    HealthService service_;
    std::unique_ptr<grpc::Server> server_;
    std::unique_ptr<Health::Stub> stub_;

@@ -6,8 +6,8 @@
 #include <filesystem>
 #include <fstream>
 
-#include "TempDir.h"
 #include "orvsdkrpcd/UsageError.h"
+#include "testing/base/TempDir.h"
 
 namespace orvsdkrpcd {
 namespace {
@@ -86,14 +86,14 @@ TEST(ListenAddress, theLongestPathIsTheLongestThatGrpcBinds) {
 }
 
 TEST(SocketPlace, aFreePathOrASocketWillDo) {
-   const systest::TempDir directory;
+   const orvtest::TempDir directory;
    EXPECT_NO_THROW(requireSocketPlace("--listen", "v", directory / "x"));
    ASSERT_EQ(mknod((directory / "s").c_str(), S_IFSOCK | 0600, 0), 0);
    EXPECT_NO_THROW(requireSocketPlace("--listen", "v", directory / "s"));
 }
 
 TEST(SocketPlace, anythingElseIsLeftAlone) {
-   const systest::TempDir directory;
+   const orvtest::TempDir directory;
    std::ofstream(directory / "file") << "precious";
    std::filesystem::create_directory(directory / "dir");
    std::filesystem::create_symlink(directory / "file", directory / "link");

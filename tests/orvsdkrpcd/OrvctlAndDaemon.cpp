@@ -1,11 +1,12 @@
 #include "OrvctlAndDaemon.h"
+#include "testing/base/TempDir.h"
 
 #include <fstream>
 #include <stdexcept>
 
 namespace orvsdkrpcd::test {
 
-using systest::Ending;
+using orvtest::Ending;
 
 OrvctlAndDaemon::OrvctlAndDaemon() : daemon_(daemonProgram(), directory_.path()) {
    daemon_.start();
@@ -35,11 +36,11 @@ std::string OrvctlAndDaemon::file(const std::string& name, const std::string& te
    return directory_ / name;
 }
 
-Running::Running(const systest::Daemon& daemon, const systest::TempDir& directory, const std::string& logName,
+Running::Running(const orvtest::Daemon& daemon, const orvtest::TempDir& directory, const std::string& logName,
                  std::vector<std::string> arguments)
      : child_([&] {
           arguments.insert(arguments.begin(), {clientProgram(), "--target", daemon.address()});
-          return systest::Child(std::move(arguments), directory / logName);
+          return orvtest::Child(std::move(arguments), directory / logName);
        }()) {}
 
 std::string Running::waitFor(const std::string& text) {

@@ -8,10 +8,10 @@
 #include <string>
 #include <vector>
 
-#include "Child.h"
-#include "Daemon.h"
 #include "Program.h"
-#include "TempDir.h"
+#include "testing/base/TempDir.h"
+#include "testing/process/Child.h"
+#include "testing/process/Daemon.h"
 
 namespace orvsdkrpcd::test {
 
@@ -25,22 +25,22 @@ protected:
    std::string expect(int code, std::vector<std::string> arguments) const;
    std::string file(const std::string& name, const std::string& text) const;
 
-   systest::TempDir directory_;
-   systest::Daemon daemon_;
+   orvtest::TempDir directory_;
+   orvtest::Daemon daemon_;
 };
 
 // An orvctl that runs beside the test.
 class Running {
 public:
-   Running(const systest::Daemon& daemon, const systest::TempDir& directory, const std::string& logName,
+   Running(const orvtest::Daemon& daemon, const orvtest::TempDir& directory, const std::string& logName,
            std::vector<std::string> arguments);
 
    // Waits until it has said this; what it has said then. Throws std::runtime_error when it ends before.
    std::string waitFor(const std::string& text);
-   systest::Child& child() { return child_; }
+   orvtest::Child& child() { return child_; }
 
 private:
-   systest::Child child_;
+   orvtest::Child child_;
 };
 
 }  // namespace orvsdkrpcd::test

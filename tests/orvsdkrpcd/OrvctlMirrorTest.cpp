@@ -12,7 +12,7 @@
 namespace orvsdkrpcd {
 namespace {
 
-using systest::Ending;
+using orvtest::Ending;
 using test::Running;
 using testing::HasSubstr;
 using testing::StartsWith;

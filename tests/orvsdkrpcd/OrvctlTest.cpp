@@ -10,7 +10,7 @@
 namespace orvsdkrpcd {
 namespace {
 
-using systest::Ending;
+using orvtest::Ending;
 using testing::HasSubstr;
 using testing::StartsWith;
 
@@ -147,7 +147,7 @@ TEST_F(OrvctlAndDaemon, theConsoleRefusesInWords) {
 TEST_F(OrvctlAndDaemon, aliveEndsWithTheDaemon) {
    EXPECT_THAT(expect(0, {"alive", "--for", "0.05"}), HasSubstr("still alive"));
    const std::string log = directory_ / "alive.log";
-   systest::Child alive({test::clientProgram(), "--target", daemon_.address(), "alive"}, log);
+   orvtest::Child alive({test::clientProgram(), "--target", daemon_.address(), "alive"}, log);
    while (alive.log().find("open: ") == std::string::npos && !alive.waitFor(std::chrono::milliseconds(1))) {
    }
    EXPECT_EQ(daemon_.terminate(), Ending{.exitCode = 0});

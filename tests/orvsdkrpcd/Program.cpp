@@ -2,14 +2,14 @@
 
 #include <stdexcept>
 
-#include "TempDir.h"
+#include "testing/base/TempDir.h"
 
 namespace orvsdkrpcd::test {
 
 Outcome runProgram(std::vector<std::string> argv) {
-   const systest::TempDir directory;
+   const orvtest::TempDir directory;
    const std::string name = argv.front();
-   systest::Child child(std::move(argv), directory / "output");
+   orvtest::Child child(std::move(argv), directory / "output");
    const auto ending = child.waitFor(std::chrono::minutes(1));
    if (!ending) throw std::runtime_error(name + " does not end; it said: " + child.log());
    return {.ending = *ending, .text = child.log()};

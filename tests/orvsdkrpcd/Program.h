@@ -6,12 +6,12 @@
 #include <string>
 #include <vector>
 
-#include "Child.h"
+#include "testing/process/Child.h"
 
 namespace orvsdkrpcd::test {
 
 struct Outcome {
-   systest::Ending ending;
+   orvtest::Ending ending;
    // Standard output and standard error.
    std::string text;
 };

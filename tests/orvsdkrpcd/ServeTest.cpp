@@ -7,20 +7,20 @@
 #include <iostream>
 #include <string>
 
-#include "Console.h"
-#include "TempDir.h"
 #include "orv/tracer.h"
 #include "orvsdkrpcd/Daemon.h"
+#include "testing/base/TempDir.h"
+#include "testing/process/Console.h"
 
 namespace orvsdkrpcd {
 namespace {
 
 // What the console answers to a command, be it a refusal.
 std::string answerOf(const std::string& socket, std::string_view command) {
-   systest::Console console(socket);
+   orvtest::Console console(socket);
    try {
       return console.run(command);
-   } catch (const systest::ConsoleError& error) {
+   } catch (const orvtest::ConsoleError& error) {
       return error.what();
    }
 }
@@ -28,7 +28,7 @@ std::string answerOf(const std::string& socket, std::string_view command) {
 // Asks the console while the agent is being built, which the agent's last trace in its constructor tells, and
 // once it serves.
 int askWhileTheAgentIsBuilt() {
-   const systest::TempDir directory;
+   const orvtest::TempDir directory;
    const std::string socket = directory / "console.sock";
    Flags flags;
    flags.listen = {"unix:" + (directory / "rpc.sock")};

@@ -7,8 +7,8 @@
 #include <memory>
 #include <string>
 
-#include "TempDir.h"
 #include "health.grpc.pb.h"
+#include "testing/base/TempDir.h"
 
 namespace orvsdkrpcd {
 namespace {
@@ -65,7 +65,7 @@ protected:
    static constexpr std::chrono::milliseconds aMoment{300};
    static constexpr std::chrono::milliseconds aMinute{60'000};
 
-   systest::TempDir directory_;
+   orvtest::TempDir directory_;
    const std::string address_ = "unix://" + directory_ / "s";
    HealthService* health_ = nullptr;
    std::unique_ptr<grpc::Server> server_;

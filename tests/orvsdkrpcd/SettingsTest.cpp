@@ -6,10 +6,10 @@
 #include <filesystem>
 #include <fstream>
 
-#include "TempDir.h"
 #include "orv/tracer.h"
 #include "orvsdkrpcd/UsageError.h"
 #include "platform/process/Toggles.h"
+#include "testing/base/TempDir.h"
 
 namespace orvsdkrpcd {
 namespace {
@@ -63,7 +63,7 @@ protected:
       return static_cast<size_t>(std::distance(begin(all), end(all)));
    }
 
-   systest::TempDir directory_;
+   orvtest::TempDir directory_;
 };
 
 TEST_F(SettingsTest, flagsOfTheCommandLine) {

@@ -8,8 +8,8 @@
 #include <vector>
 
 #include "ServiceManager.h"
-#include "TempDir.h"
 #include "orv/agent.h"
+#include "testing/base/TempDir.h"
 
 namespace orvsdkrpcd {
 namespace {
@@ -40,7 +40,7 @@ protected:
       return made;
    }
 
-   const systest::TempDir directory_;
+   const orvtest::TempDir directory_;
    test::ServiceManager manager_{directory_ / "notify"};
    std::vector<std::string> lines_;
    const Log log_ = [this](std::string_view line) { lines_.emplace_back(line); };

@@ -13,7 +13,7 @@
 #include <vector>
 
 #include "ServiceManager.h"
-#include "TempDir.h"
+#include "testing/base/TempDir.h"
 
 namespace orvsdkrpcd {
 namespace {
@@ -34,7 +34,7 @@ protected:
       return count < 0 ? "nothing" : std::string(text.data(), static_cast<size_t>(count));
    }
 
-   systest::TempDir directory_;
+   orvtest::TempDir directory_;
    int fd_ = -1;
 };
 
@@ -73,7 +73,7 @@ TEST_F(SystemdNotify, withoutAManagerNothingHappens) {
 }
 
 TEST(ServiceStatus, isNeverReadyAfterItStops) {
-   const systest::TempDir directory;
+   const orvtest::TempDir directory;
    test::ServiceManager manager(directory / "notify");
    ServiceStatus status;
    status.ready();
@@ -84,7 +84,7 @@ TEST(ServiceStatus, isNeverReadyAfterItStops) {
 }
 
 TEST(ServiceStatus, keepsItsOrderWhenBothComeAtOnce) {
-   const systest::TempDir directory;
+   const orvtest::TempDir directory;
    test::ServiceManager manager(directory / "notify");
    for (int round = 0; round < 500; ++round) {
       ServiceStatus status;

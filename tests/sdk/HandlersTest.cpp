@@ -5,16 +5,16 @@
 #include <optional>
 #include <vector>
 
-#include "support/mock/MockAclMgr.h"
-#include "support/mock/MockAgentMgr.h"
-#include "support/mock/MockBfdSessionMgr.h"
-#include "support/mock/MockEthPhyIntfMgr.h"
-#include "support/mock/MockFibMgr.h"
-#include "support/mock/MockIntfMgr.h"
-#include "support/mock/MockMountMgr.h"
-#include "support/mock/MockMplsRouteMgr.h"
-#include "support/mock/MockNexthopGroupMgr.h"
-#include "support/mock/MockPolicyMapMgr.h"
+#include "testing/mock/MockAclMgr.h"
+#include "testing/mock/MockAgentMgr.h"
+#include "testing/mock/MockBfdSessionMgr.h"
+#include "testing/mock/MockEthPhyIntfMgr.h"
+#include "testing/mock/MockFibMgr.h"
+#include "testing/mock/MockIntfMgr.h"
+#include "testing/mock/MockMountMgr.h"
+#include "testing/mock/MockMplsRouteMgr.h"
+#include "testing/mock/MockNexthopGroupMgr.h"
+#include "testing/mock/MockPolicyMapMgr.h"
 
 namespace {
 
@@ -24,13 +24,13 @@ struct Pair {
    using mgr = Mgr;
 };
 using AllHandlers = testing::Types<
-     Pair<orv::acl_handler, support::MockAclMgr>, Pair<orv::agent_handler, support::MockAgentMgr>,
-     Pair<orv::bfd_session_handler, support::MockBfdSessionMgr>,
-     Pair<orv::eth_phy_intf_handler, support::MockEthPhyIntfMgr>, Pair<orv::fib_handler, support::MockFibMgr>,
-     Pair<orv::intf_handler, support::MockIntfMgr>, Pair<orv::mpls_route_handler, support::MockMplsRouteMgr>,
-     Pair<orv::nexthop_group_handler, support::MockNexthopGroupMgr>,
-     Pair<orv::nexthop_group_handler_v3, support::MockNexthopGroupMgr>,
-     Pair<orv::policy_map_handler, support::MockPolicyMapMgr>>;
+     Pair<orv::acl_handler, orvtest::MockAclMgr>, Pair<orv::agent_handler, orvtest::MockAgentMgr>,
+     Pair<orv::bfd_session_handler, orvtest::MockBfdSessionMgr>,
+     Pair<orv::eth_phy_intf_handler, orvtest::MockEthPhyIntfMgr>, Pair<orv::fib_handler, orvtest::MockFibMgr>,
+     Pair<orv::intf_handler, orvtest::MockIntfMgr>, Pair<orv::mpls_route_handler, orvtest::MockMplsRouteMgr>,
+     Pair<orv::nexthop_group_handler, orvtest::MockNexthopGroupMgr>,
+     Pair<orv::nexthop_group_handler_v3, orvtest::MockNexthopGroupMgr>,
+     Pair<orv::policy_map_handler, orvtest::MockPolicyMapMgr>>;
 
 template <typename T>
 class HandlersTest : public testing::Test {};
@@ -65,7 +65,7 @@ public:
 };
 
 TEST(IntfHandlerTest, watchesOneOrAll) {
-   support::MockIntfMgr mgr;
+   orvtest::MockIntfMgr mgr;
    Intfs handler(&mgr);
    EXPECT_EQ(handler.get_intf_mgr(), &mgr);
    const orv::intf_id_t one("Ethernet1");
@@ -96,7 +96,7 @@ public:
 };
 
 TEST(NexthopGroupHandlerTest, theProgrammedCallbackReachesTheV3Handler) {
-   support::MockNexthopGroupMgr mgr;
+   orvtest::MockNexthopGroupMgr mgr;
    Groups handler(&mgr);
    handler.watch_nexthop_group("g", true);
    const auto programmed = [&](const std::string& name) {
@@ -113,7 +113,7 @@ TEST(NexthopGroupHandlerTest, theProgrammedCallbackReachesTheV3Handler) {
 }
 
 TEST(MountHandlerTest, tellsItsManagerOfItsLife) {
-   testing::StrictMock<support::MockMountMgr> mgr;
+   testing::StrictMock<orvtest::MockMountMgr> mgr;
    orv::mount_handler* added = nullptr;
    EXPECT_CALL(mgr, handler_add).WillOnce(testing::SaveArg<0>(&added));
    {
@@ -129,14 +129,14 @@ TEST(MountHandlerTest, tellsItsManagerOfItsLife) {
 }
 
 TEST(HandlerWatchTest, eachWatchCallReachesItsManager) {
-   support::MockAclMgr acl;
+   orvtest::MockAclMgr acl;
    orv::acl_handler acls(&acl);
    acls.watch_all_acls(true);
    EXPECT_TRUE(acl.handlers().wanted());
    acls.watch_all_acls(false);
    EXPECT_FALSE(acl.handlers().wanted());
 
-   support::MockMplsRouteMgr mpls;
+   orvtest::MockMplsRouteMgr mpls;
    orv::mpls_route_handler routes(&mpls);
    const orv::mpls_route_key_t key(orv::mpls_label_t(100));
    routes.watch_mpls_route(key, true);
@@ -147,7 +147,7 @@ TEST(HandlerWatchTest, eachWatchCallReachesItsManager) {
    routes.watch_all_mpls_routes(false);
    EXPECT_FALSE(mpls.handlers().wanted());
 
-   support::MockPolicyMapMgr policy;
+   orvtest::MockPolicyMapMgr policy;
    orv::policy_map_handler maps(&policy);
    const orv::policy_map_key_t name("p", orv::policy_feature_t::pbr);
    maps.watch_policy_map(name, true);
@@ -158,7 +158,7 @@ TEST(HandlerWatchTest, eachWatchCallReachesItsManager) {
    maps.watch_all_policy_maps(false);
    EXPECT_FALSE(policy.handlers().wanted());
 
-   support::MockEthPhyIntfMgr phy;
+   orvtest::MockEthPhyIntfMgr phy;
    orv::eth_phy_intf_handler ports(&phy);
    const orv::intf_id_t port("Ethernet1");
    ports.watch_eth_phy_intf(port, true);
@@ -169,7 +169,7 @@ TEST(HandlerWatchTest, eachWatchCallReachesItsManager) {
    ports.watch_all_eth_phy_intfs(false);
    EXPECT_FALSE(phy.handlers().wanted());
 
-   support::MockBfdSessionMgr bfd;
+   orvtest::MockBfdSessionMgr bfd;
    orv::bfd_session_handler sessions(&bfd);
    const orv::sbfd_echo_session_key_t session(orv::ip_addr_t("10.0.0.1"), orv::intf_id_t("Ethernet1"), {}, 0,
                                               0);
@@ -190,14 +190,14 @@ public:
 };
 
 TEST(FibHandlerTest, isCalledWithoutAWatch) {
-   support::MockFibMgr mgr;
+   orvtest::MockFibMgr mgr;
    Fibs handler(&mgr);
    mgr.handlers().notify_every([](orv::fib_handler& h) { h.on_fec_del(orv::fib_fec_key_t(5)); });
    EXPECT_EQ(handler.last, 5U);
 }
 
 TEST(AgentHandlerTest, answersAnRpcWithNothingByDefault) {
-   support::MockAgentMgr mgr;
+   orvtest::MockAgentMgr mgr;
    orv::agent_handler handler(&mgr);
    EXPECT_EQ(handler.on_agent_rpc("any"), "");
    EXPECT_CALL(mgr, agent_shutdown_complete_is).Times(0);

@@ -7,7 +7,7 @@
 #include <thread>
 
 #include "orv/error.h"
-#include "support/VectorIter.h"
+#include "testing/sdk/Iterators.h"
 
 namespace {
 
@@ -58,7 +58,7 @@ TEST(IterTest, walksAllRows) {
 }
 
 TEST(IterTest, stepsBehindTheEndChangeNothing) {
-   test_iter it = support::iterOver<test_iter>({"only"});
+   test_iter it = orvtest::iterOver<test_iter>({"only"});
    ++it;
    EXPECT_FALSE(it);
    ++it;
@@ -103,7 +103,7 @@ TEST(IterTest, aStepNeedsTheLockAndALookDoesNot) {
       std::optional<test_iter> it;
       {
          const orv::sdk_scoped_lock lock;
-         it = support::iterOver<test_iter>({"a", "b"});
+         it = orvtest::iterOver<test_iter>({"a", "b"});
       }
       EXPECT_TRUE(*it);
       EXPECT_EQ(**it, "a");

@@ -6,24 +6,24 @@
 #include <type_traits>
 
 #include "orv/error.h"
-#include "support/VectorIter.h"
-#include "support/mock/MockAclMgr.h"
-#include "support/mock/MockAgentMgr.h"
-#include "support/mock/MockBfdSessionMgr.h"
-#include "support/mock/MockClassMapMgr.h"
-#include "support/mock/MockEthPhyIntfMgr.h"
-#include "support/mock/MockFibMgr.h"
-#include "support/mock/MockIntfCounterMgr.h"
-#include "support/mock/MockIntfMgr.h"
-#include "support/mock/MockIpRouteMgr.h"
-#include "support/mock/MockMountMgr.h"
-#include "support/mock/MockMplsRouteMgr.h"
-#include "support/mock/MockMplsVrfLabelMgr.h"
-#include "support/mock/MockNexthopGroupMgr.h"
-#include "support/mock/MockNexthopGroupTunnelMgr.h"
-#include "support/mock/MockPolicyMapMgr.h"
-#include "support/mock/MockSdk.h"
-#include "support/mock/MockVrfMgr.h"
+#include "testing/mock/MockAclMgr.h"
+#include "testing/mock/MockAgentMgr.h"
+#include "testing/mock/MockBfdSessionMgr.h"
+#include "testing/mock/MockClassMapMgr.h"
+#include "testing/mock/MockEthPhyIntfMgr.h"
+#include "testing/mock/MockFibMgr.h"
+#include "testing/mock/MockIntfCounterMgr.h"
+#include "testing/mock/MockIntfMgr.h"
+#include "testing/mock/MockIpRouteMgr.h"
+#include "testing/mock/MockMountMgr.h"
+#include "testing/mock/MockMplsRouteMgr.h"
+#include "testing/mock/MockMplsVrfLabelMgr.h"
+#include "testing/mock/MockNexthopGroupMgr.h"
+#include "testing/mock/MockNexthopGroupTunnelMgr.h"
+#include "testing/mock/MockPolicyMapMgr.h"
+#include "testing/mock/MockSdk.h"
+#include "testing/mock/MockVrfMgr.h"
+#include "testing/sdk/Iterators.h"
 
 namespace {
 
@@ -33,26 +33,26 @@ using testing::InSequence;
 using testing::Return;
 
 // A mock that leaves an operation out does not compile here.
-static_assert(!std::is_abstract_v<support::MockAclMgr>);
-static_assert(!std::is_abstract_v<support::MockAgentMgr>);
-static_assert(!std::is_abstract_v<support::MockBfdSessionMgr>);
-static_assert(!std::is_abstract_v<support::MockClassMapMgr>);
-static_assert(!std::is_abstract_v<support::MockEthPhyIntfMgr>);
-static_assert(!std::is_abstract_v<support::MockFibMgr>);
-static_assert(!std::is_abstract_v<support::MockIntfCounterMgr>);
-static_assert(!std::is_abstract_v<support::MockIntfMgr>);
-static_assert(!std::is_abstract_v<support::MockIpRouteMgr>);
-static_assert(!std::is_abstract_v<support::MockMountMgr>);
-static_assert(!std::is_abstract_v<support::MockMplsRouteMgr>);
-static_assert(!std::is_abstract_v<support::MockMplsVrfLabelMgr>);
-static_assert(!std::is_abstract_v<support::MockNexthopGroupMgr>);
-static_assert(!std::is_abstract_v<support::MockNexthopGroupTunnelMgr>);
-static_assert(!std::is_abstract_v<support::MockPolicyMapMgr>);
-static_assert(!std::is_abstract_v<support::MockSdk>);
-static_assert(!std::is_abstract_v<support::MockVrfMgr>);
+static_assert(!std::is_abstract_v<orvtest::MockAclMgr>);
+static_assert(!std::is_abstract_v<orvtest::MockAgentMgr>);
+static_assert(!std::is_abstract_v<orvtest::MockBfdSessionMgr>);
+static_assert(!std::is_abstract_v<orvtest::MockClassMapMgr>);
+static_assert(!std::is_abstract_v<orvtest::MockEthPhyIntfMgr>);
+static_assert(!std::is_abstract_v<orvtest::MockFibMgr>);
+static_assert(!std::is_abstract_v<orvtest::MockIntfCounterMgr>);
+static_assert(!std::is_abstract_v<orvtest::MockIntfMgr>);
+static_assert(!std::is_abstract_v<orvtest::MockIpRouteMgr>);
+static_assert(!std::is_abstract_v<orvtest::MockMountMgr>);
+static_assert(!std::is_abstract_v<orvtest::MockMplsRouteMgr>);
+static_assert(!std::is_abstract_v<orvtest::MockMplsVrfLabelMgr>);
+static_assert(!std::is_abstract_v<orvtest::MockNexthopGroupMgr>);
+static_assert(!std::is_abstract_v<orvtest::MockNexthopGroupTunnelMgr>);
+static_assert(!std::is_abstract_v<orvtest::MockPolicyMapMgr>);
+static_assert(!std::is_abstract_v<orvtest::MockSdk>);
+static_assert(!std::is_abstract_v<orvtest::MockVrfMgr>);
 
 TEST(MockIpRouteMgrTest, theOverloadsStayApart) {
-   support::MockIpRouteMgr mock;
+   orvtest::MockIpRouteMgr mock;
    orv::ip_route_mgr& mgr = mock;
    const orv::ip_route_key_t key(orv::ip_prefix_t("10.0.0.0/8"));
    const orv::ip_route_t route(key);
@@ -79,7 +79,7 @@ TEST(MockIpRouteMgrTest, theOverloadsStayApart) {
 }
 
 TEST(MockNexthopGroupMgrTest, isTheImplementationToo) {
-   support::MockNexthopGroupMgr mock;
+   orvtest::MockNexthopGroupMgr mock;
    orv::nexthop_group_mgr* const mgr = &mock;
    EXPECT_CALL(mock, nexthop_group_set(_, An<std::uint16_t&>())).WillOnce(testing::SetArgReferee<1>(7));
    std::uint16_t version = 0;
@@ -92,8 +92,8 @@ TEST(MockNexthopGroupMgrTest, isTheImplementationToo) {
 }
 
 TEST(MockVrfMgrTest, anIteratorWalksRowsThatTheTestGives) {
-   support::MockVrfMgr mock;
-   EXPECT_CALL(mock, vrf_iter).WillOnce(Return(support::iterOver<orv::vrf_iter_t>({"blue", "red"})));
+   orvtest::MockVrfMgr mock;
+   EXPECT_CALL(mock, vrf_iter).WillOnce(Return(orvtest::iterOver<orv::vrf_iter_t>({"blue", "red"})));
    std::string names;
    for (orv::vrf_iter_t it = mock.vrf_iter(); it; ++it)
       names += *it + " ";

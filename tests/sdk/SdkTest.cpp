@@ -9,10 +9,10 @@
 #include "orv/eth_phy_intf_counter.h"
 #include "orv/ip_intf.h"
 #include "orv/macsec.h"
-#include "support/mock/MockEthPhyIntfMgr.h"
-#include "support/mock/MockIntfCounterMgr.h"
-#include "support/mock/MockMountMgr.h"
-#include "support/mock/MockSdk.h"
+#include "testing/mock/MockEthPhyIntfMgr.h"
+#include "testing/mock/MockIntfCounterMgr.h"
+#include "testing/mock/MockMountMgr.h"
+#include "testing/mock/MockSdk.h"
 
 namespace {
 
@@ -20,18 +20,18 @@ using testing::Return;
 
 // Each getter leads to a manager of its own kind; those without operations yet too.
 TEST(SdkTest, leadsToEveryManager) {
-   testing::StrictMock<support::MockSdk> mock;
+   testing::StrictMock<orvtest::MockSdk> mock;
    orv::sdk& sdk = mock;
    orv::bgp_mgr bgp;
    orv::bgp_path_mgr bgpPath;
    orv::cmdapi_mgr cmdapi;
    orv::eth_lag_intf_mgr lag;
-   support::MockEthPhyIntfMgr phy;
+   orvtest::MockEthPhyIntfMgr phy;
    orv::eth_phy_intf_counter_mgr phyCounter;
-   support::MockIntfCounterMgr intfCounter;
+   orvtest::MockIntfCounterMgr intfCounter;
    orv::ip_intf_mgr ipIntf;
    orv::macsec_mgr macsec;
-   support::MockMountMgr mount;
+   orvtest::MockMountMgr mount;
    EXPECT_CALL(mock, name).WillOnce(Return("agent"));
    EXPECT_CALL(mock, get_bgp_mgr).WillOnce(Return(&bgp));
    EXPECT_CALL(mock, get_bgp_path_mgr).WillOnce(Return(&bgpPath));

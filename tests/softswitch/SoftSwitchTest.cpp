@@ -7,12 +7,12 @@
 #include <fstream>
 #include <thread>
 
-#include "SwitchTest.h"
 #include "orv/agent.h"
 #include "platform/state/EthIntfCounter.h"
 #include "softswitch/managers/agent_mgr.h"
 #include "softswitch/managers/mount_mgr.h"
 #include "softswitch/store/error.h"
+#include "testing/softswitch/SwitchFixture.h"
 
 namespace softswitch {
 namespace {
@@ -33,7 +33,7 @@ public:
    bool acknowledges = true;
 };
 
-class SoftSwitchTest : public SwitchTest {
+class SoftSwitchTest : public SwitchFixture {
 protected:
    fs::path state() const { return directory_ / "state"; }
 };

@@ -14,18 +14,18 @@
 #include <utility>
 #include <vector>
 
-#include "Console.h"
-#include "Daemon.h"
-#include "DurableState.h"
 #include "OrvSdkRpcProtos/services.h"
-#include "TempDir.h"
 #include "orvctl/Connection.h"
 #include "orvctl/Descriptors.h"
 #include "orvctl/InBand.h"
 #include "orvctl/JsonText.h"
 #include "orvctl/Target.h"
+#include "testing/base/TempDir.h"
+#include "testing/process/Console.h"
+#include "testing/process/Daemon.h"
+#include "testing/process/DurableState.h"
 
-namespace systest {
+namespace orvtest {
 namespace {
 
 using google::protobuf::Message;
@@ -399,4 +399,4 @@ INSTANTIATE_TEST_SUITE_P(Rpc, KilledAsTheReplyLeaves, testing::ValuesIn(rows), n
 INSTANTIATE_TEST_SUITE_P(Rpc, WhenTheDiskFails, testing::ValuesIn(rows), nameOf);
 
 }  // namespace
-}  // namespace systest
+}  // namespace orvtest

@@ -1,7 +1,7 @@
 // What a restart finds in a policy map beside redirects, and what is left of it.
 #include "RedirectSwitch.h"
 
-namespace systest {
+namespace orvtest {
 namespace {
 
 // A kind of rule that stands for no redirect.
@@ -244,4 +244,4 @@ TEST_F(BadRulesDeathTest, aListOfAnotherKindEndsTheProcessAndLosesNothing) {
 }
 
 }  // namespace
-}  // namespace systest
+}  // namespace orvtest

@@ -7,11 +7,11 @@
 #include <string_view>
 #include <vector>
 
-#include "Child.h"
-#include "Daemon.h"
-#include "TempDir.h"
+#include "testing/base/TempDir.h"
+#include "testing/process/Child.h"
+#include "testing/process/Daemon.h"
 
-namespace systest {
+namespace orvtest {
 namespace {
 
 bool mallocKeepsAccount() {
@@ -63,4 +63,4 @@ TEST(Bench, aWrongValueIsRefused) {
 }
 
 }  // namespace
-}  // namespace systest
+}  // namespace orvtest

@@ -12,15 +12,15 @@
 #include <thread>
 #include <vector>
 
-#include "Bounds.h"
-#include "Child.h"
-#include "Console.h"
-#include "Daemon.h"
 #include "OrvSdkRpcProtos/intf.grpc.pb.h"
-#include "TempDir.h"
-#include "fixture/StreamClient.h"
+#include "testing/base/Eventually.h"
+#include "testing/base/TempDir.h"
+#include "testing/process/Child.h"
+#include "testing/process/Console.h"
+#include "testing/process/Daemon.h"
+#include "testing/server/StreamClient.h"
 
-namespace systest {
+namespace orvtest {
 namespace {
 
 namespace remote = orv::remote;
@@ -28,8 +28,12 @@ using std::chrono::milliseconds;
 using std::chrono::seconds;
 
 // How long an event may take on a machine that has more to run than processors.
-constexpr milliseconds eventBound{2000 * slowness};
-constexpr milliseconds busyStopBound{10'000 * slowness};
+milliseconds eventBound() {
+   return milliseconds(2000) * slowdown();
+}
+milliseconds busyStopBound() {
+   return milliseconds(10'000) * slowdown();
+}
 
 std::vector<Child> spinningProcesses() {
    std::vector<Child> spinning;
@@ -57,7 +61,7 @@ public:
    // Whether the event that tells of `description` comes in time.
    bool hears(const std::string& description) {
       std::unique_lock lock(mutex_);
-      return heard_.wait_for(lock, eventBound, [&] { return last_ == description; });
+      return heard_.wait_for(lock, eventBound(), [&] { return last_ == description; });
    }
 
 private:
@@ -76,7 +80,7 @@ private:
       }
    }
 
-   fixture::StreamClient<remote::WatchIntfResponse> stream_;
+   orvtest::StreamClient<remote::WatchIntfResponse> stream_;
    std::mutex mutex_;
    std::condition_variable heard_;
    std::string last_;
@@ -109,11 +113,11 @@ TEST(BusyMachine, everyEventArrivesWithoutAnotherCallAndTermEndsTheDaemon) {
       }
       Console console(daemon.consolePath());
       EXPECT_THAT(console.run("show main-loop"), testing::HasSubstr("missed_hand_overs: 0\n"));
-      const auto ending = daemon.terminate(busyStopBound);
+      const auto ending = daemon.terminate(busyStopBound());
       ASSERT_TRUE(ending) << "TERM did not end the daemon";
       EXPECT_EQ(*ending, Ending{.exitCode = 0});
    }
 }
 
 }  // namespace
-}  // namespace systest
+}  // namespace orvtest

@@ -6,9 +6,9 @@
 #include <nlohmann/json.hpp>
 #include <utility>
 
-#include "SwitchView.h"
+#include "testing/process/SwitchView.h"
 
-namespace systest {
+namespace orvtest {
 
 namespace {
 
@@ -221,4 +221,4 @@ std::vector<CrashKind> crashKinds() {
    return kinds;
 }
 
-}  // namespace systest
+}  // namespace orvtest

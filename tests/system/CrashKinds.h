@@ -13,15 +13,15 @@
 #include <string>
 #include <vector>
 
-#include "Console.h"
-#include "Controller.h"
 #include "OrvSdkRpcProtos/acl.grpc.pb.h"
 #include "OrvSdkRpcProtos/agent.grpc.pb.h"
 #include "OrvSdkRpcProtos/intf.grpc.pb.h"
 #include "OrvSdkRpcProtos/nexthop_group.grpc.pb.h"
 #include "OrvSdkRpcProtos/orvsdk.grpc.pb.h"
+#include "testing/process/Console.h"
+#include "testing/process/Controller.h"
 
-namespace systest {
+namespace orvtest {
 
 // The services of one daemon, on a connection of their own.
 class Rpcs {
@@ -83,4 +83,4 @@ std::vector<CrashKind> crashKinds();
 std::vector<CrashKind> programmingKinds();
 std::vector<CrashKind> mirrorKinds();
 
-}  // namespace systest
+}  // namespace orvtest

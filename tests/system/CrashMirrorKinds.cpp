@@ -3,9 +3,9 @@
 #include <nlohmann/json.hpp>
 
 #include "CrashKinds.h"
-#include "SwitchView.h"
+#include "testing/process/SwitchView.h"
 
-namespace systest {
+namespace orvtest {
 
 namespace {
 
@@ -207,4 +207,4 @@ std::vector<CrashKind> mirrorKinds() {
    return {descriptions(), statuses(), mirrorGroups(), rules()};
 }
 
-}  // namespace systest
+}  // namespace orvtest

@@ -8,10 +8,10 @@
 #include <stdexcept>
 #include <thread>
 
-#include "Console.h"
-#include "Controller.h"
+#include "testing/process/Console.h"
+#include "testing/process/Controller.h"
 
-namespace systest {
+namespace orvtest {
 
 namespace {
 
@@ -184,4 +184,4 @@ std::uint64_t CrashRounds::draw(std::uint64_t below) {
    return random_() % below;
 }
 
-}  // namespace systest
+}  // namespace orvtest

@@ -13,10 +13,10 @@
 #include <vector>
 
 #include "CrashKinds.h"
-#include "Daemon.h"
-#include "TempDir.h"
+#include "testing/base/TempDir.h"
+#include "testing/process/Daemon.h"
 
-namespace systest {
+namespace orvtest {
 
 class CrashRounds {
 public:
@@ -67,4 +67,4 @@ private:
    std::vector<Doubt> doubts_;
 };
 
-}  // namespace systest
+}  // namespace orvtest

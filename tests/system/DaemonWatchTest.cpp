@@ -5,16 +5,16 @@
 #include <cmath>
 #include <string>
 
-#include "Console.h"
-#include "Daemon.h"
 #include "OrvSdkRpcProtos/eth_phy_intf.grpc.pb.h"
 #include "OrvSdkRpcProtos/intf.grpc.pb.h"
 #include "OrvSdkRpcProtos/intf_counter.grpc.pb.h"
 #include "OrvSdkRpcProtos/nexthop_group.grpc.pb.h"
-#include "TempDir.h"
-#include "fixture/StreamClient.h"
+#include "testing/base/TempDir.h"
+#include "testing/process/Console.h"
+#include "testing/process/Daemon.h"
+#include "testing/server/StreamClient.h"
 
-namespace systest {
+namespace orvtest {
 namespace {
 
 namespace remote = orv::remote;
@@ -33,7 +33,7 @@ TEST(DaemonWatch, theOperatorsDoingsReachTheWatchersOfAllFour) {
    remote::WatchIntfRequest intfRequest;
    intfRequest.mutable_intf()->set_name("Ethernet1");
    intfRequest.set_ack(true);
-   fixture::StreamClient<remote::WatchIntfResponse> intfWatch(*intfs, &remote::IntfMgrService::Stub::watch,
+   orvtest::StreamClient<remote::WatchIntfResponse> intfWatch(*intfs, &remote::IntfMgrService::Stub::watch,
                                                               intfRequest);
    acknowledged(intfWatch);
 
@@ -41,7 +41,7 @@ TEST(DaemonWatch, theOperatorsDoingsReachTheWatchersOfAllFour) {
    remote::EthPhyIntfWatchRequest phyRequest;
    phyRequest.mutable_intf()->set_name("Ethernet1");
    phyRequest.set_ack(true);
-   fixture::StreamClient<remote::EthPhyIntfWatchResponse> phyWatch(
+   orvtest::StreamClient<remote::EthPhyIntfWatchResponse> phyWatch(
         *phys, &remote::EthPhyIntfMgrService::Stub::watch, phyRequest);
    acknowledged(phyWatch);
 
@@ -49,7 +49,7 @@ TEST(DaemonWatch, theOperatorsDoingsReachTheWatchersOfAllFour) {
    remote::WatchNexthopGroupRequest groupRequest;
    groupRequest.set_name("uplink");
    groupRequest.set_ack(true);
-   fixture::StreamClient<remote::WatchNexthopGroupResponse> groupWatch(
+   orvtest::StreamClient<remote::WatchNexthopGroupResponse> groupWatch(
         *groups, &remote::NexthopGroupMgrService::Stub::watch, groupRequest);
    acknowledged(groupWatch);
    const auto awaitActive = [&](bool active) {
@@ -67,7 +67,7 @@ TEST(DaemonWatch, theOperatorsDoingsReachTheWatchersOfAllFour) {
    remote::IntfTrafficRatesStreamRequest ratesRequest;
    ratesRequest.set_intf_name_regex("Ethernet[12]");
    ratesRequest.set_first_message(true);
-   fixture::StreamClient<remote::IntfTrafficRatesStreamResponse> rates(
+   orvtest::StreamClient<remote::IntfTrafficRatesStreamResponse> rates(
         *counters, &remote::IntfCounterMgrService::Stub::intf_traffic_rates_stream, ratesRequest);
    const auto first = rates.next();
    ASSERT_TRUE(first);
@@ -97,4 +97,4 @@ TEST(DaemonWatch, theOperatorsDoingsReachTheWatchersOfAllFour) {
 }
 
 }  // namespace
-}  // namespace systest
+}  // namespace orvtest

@@ -8,13 +8,13 @@
 #include <thread>
 #include <vector>
 
-#include "Bounds.h"
-#include "Controller.h"
-#include "Daemon.h"
-#include "DemoState.h"
-#include "TempDir.h"
+#include "demo/DemoState.h"
+#include "testing/base/Eventually.h"
+#include "testing/base/TempDir.h"
+#include "testing/process/Controller.h"
+#include "testing/process/Daemon.h"
 
-namespace systest {
+namespace orvtest {
 namespace {
 
 pb::ip_route_bulk_msg bulkFrom(std::uint32_t first) {
@@ -72,7 +72,8 @@ protected:
    }
 
    void expectOrderlyEnd() {
-      EXPECT_EQ(daemon_.terminate(stopBound), (Ending{.exitCode = 0})) << daemon_.child().log();
+      EXPECT_EQ(daemon_.terminate(std::chrono::seconds(2) * slowdown()), (Ending{.exitCode = 0}))
+           << daemon_.child().log();
       EXPECT_FALSE(std::filesystem::exists(daemon_.socketPath()));
       EXPECT_FALSE(std::filesystem::exists(daemon_.socketPath() + ".lock"));
       EXPECT_FALSE(std::filesystem::exists(daemon_.consolePath()));
@@ -126,4 +127,4 @@ TEST_F(Duel, whatWasAcknowledgedBeforeTheStopIsThereAfterIt) {
 }
 
 }  // namespace
-}  // namespace systest
+}  // namespace orvtest

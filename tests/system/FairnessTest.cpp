@@ -7,16 +7,22 @@
 #include <thread>
 #include <vector>
 
-#include "Bounds.h"
-#include "Console.h"
-#include "Controller.h"
-#include "Daemon.h"
-#include "DemoState.h"
-#include "Pings.h"
-#include "TempDir.h"
+#include "demo/DemoState.h"
+#include "testing/base/Eventually.h"
+#include "testing/base/TempDir.h"
+#include "testing/process/Console.h"
+#include "testing/process/Controller.h"
+#include "testing/process/Daemon.h"
+#include "testing/process/Pings.h"
 
-namespace systest {
+namespace orvtest {
 namespace {
+
+// A round trip to the main loop under load, 99th percentile. Far above what a quiet machine shows: this one
+// builds and tests other things too.
+std::chrono::milliseconds pingBound() {
+   return std::chrono::milliseconds(100) * slowdown();
+}
 
 using Clock = std::chrono::steady_clock;
 
@@ -48,7 +54,7 @@ TEST(Fairness, theMainLoopAnswersWhileBulksSaturateThePump) {
 
    ASSERT_GE(took.size(), 20u);
    std::sort(took.begin(), took.end());
-   EXPECT_LE(std::chrono::nanoseconds(took[(took.size() - 1) * 99 / 100]), pingBound);
+   EXPECT_LE(std::chrono::nanoseconds(took[(took.size() - 1) * 99 / 100]), pingBound());
 }
 
 TEST(Fairness, bulksGoOnWhileTheConsoleReadsWithoutPause) {
@@ -80,9 +86,9 @@ TEST(Fairness, bulksGoOnWhileTheConsoleReadsWithoutPause) {
    reader.join();
    // A bulk takes about a millisecond; one that waited for whole listings would take tens.
    const auto perBulk = std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start) / bulks;
-   EXPECT_LE(perBulk, pingBound);
+   EXPECT_LE(perBulk, pingBound());
    EXPECT_EQ(daemon.terminate(), (Ending{.exitCode = 0})) << daemon.child().log();
 }
 
 }  // namespace
-}  // namespace systest
+}  // namespace orvtest

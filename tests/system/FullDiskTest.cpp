@@ -5,15 +5,15 @@
 #include <string>
 
 #include "OrvSdkRpc/programming/MplsRouteProgrammer.h"
-#include "SwitchTest.h"
-#include "fixture/Contract.h"
-#include "managers/ManagerTest.h"
 #include "softswitch/forwarding/hardware.h"
 #include "softswitch/forwarding/memory_plane.h"
 #include "softswitch/managers/mpls_route_mgr.h"
 #include "softswitch/managers/mpls_vrf_label_mgr.h"
+#include "testing/server/Contract.h"
+#include "testing/softswitch/ManagerFixture.h"
+#include "testing/softswitch/SwitchFixture.h"
 
-namespace systest {
+namespace orvtest {
 namespace {
 
 namespace pb = OrvSdkRpc::pb;
@@ -38,10 +38,10 @@ struct Managers {
 };
 
 // Labels that lead to the group "g", and then no room for another.
-class FullDisk : public softswitch::ManagerTest {
+class FullDisk : public softswitch::ManagerFixture {
 protected:
    void SetUp() override {
-      ManagerTest::SetUp();
+      ManagerFixture::SetUp();
       contract_.init();
       make();
       for (std::uint32_t label = firstLabel; label < firstLabel + labels; ++label) {
@@ -52,7 +52,7 @@ protected:
    }
    void TearDown() override {
       forget();
-      ManagerTest::TearDown();
+      ManagerFixture::TearDown();
    }
    void make() {
       managers_.emplace(context());
@@ -88,7 +88,7 @@ protected:
       return via ? via->nexthop_group() : "";
    }
 
-   fixture::Contract contract_;
+   orvtest::Contract contract_;
    std::optional<Managers> managers_;
    std::optional<OrvSdkRpc::MplsRouteProgrammer> mpls_;
 };
@@ -124,4 +124,4 @@ TEST_F(FullDisk, refusesALabelWholeOnceItsSpanHasNoRoomForARemovalEither) {
 }
 
 }  // namespace
-}  // namespace systest
+}  // namespace orvtest

@@ -8,13 +8,13 @@
 #include <ostream>
 #include <string>
 
-#include "Console.h"
-#include "Daemon.h"
 #include "OrvSdkRpcProtos/intf.grpc.pb.h"
-#include "TempDir.h"
-#include "fixture/StreamClient.h"
+#include "testing/base/TempDir.h"
+#include "testing/process/Console.h"
+#include "testing/process/Daemon.h"
+#include "testing/server/StreamClient.h"
 
-namespace systest {
+namespace orvtest {
 namespace {
 
 namespace remote = orv::remote;
@@ -49,7 +49,7 @@ protected:
       request.set_all(true);
       request.mutable_fields_control()->add_fields(remote::INTF_FIELD_ALL);
       watch_ =
-           std::make_unique<fixture::StreamClient<remote::WatchIntfResponse>>(*stub_, &Stub::watch, request);
+           std::make_unique<orvtest::StreamClient<remote::WatchIntfResponse>>(*stub_, &Stub::watch, request);
       follow([](const auto& message) { return message.ack(); });
    }
 
@@ -91,7 +91,7 @@ protected:
    Picture asRead() {
       Picture result;
       const auto intfs =
-           fixture::StreamClient<remote::IntfsResponse>(*stub_, &Stub::intfs, remote::IntfsRequest()).rest();
+           orvtest::StreamClient<remote::IntfsResponse>(*stub_, &Stub::intfs, remote::IntfsRequest()).rest();
       for (const auto& each : intfs) {
          const auto& id = each.intf_id();
          result[id.name()] = {
@@ -107,7 +107,7 @@ protected:
    Daemon daemon_{programPath("orvsdkrpcd"), directory_.path()};
    std::optional<Console> console_;
    std::unique_ptr<Stub> stub_;
-   std::unique_ptr<fixture::StreamClient<remote::WatchIntfResponse>> watch_;
+   std::unique_ptr<orvtest::StreamClient<remote::WatchIntfResponse>> watch_;
    Picture picture_;
    int marks_ = 0;
 };
@@ -143,4 +143,4 @@ TEST_F(IntfPicture, nothingIsLeftOfAnInterfaceThatComesAndGoesFast) {
 }
 
 }  // namespace
-}  // namespace systest
+}  // namespace orvtest

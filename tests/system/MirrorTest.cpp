@@ -6,14 +6,14 @@
 #include <string>
 #include <vector>
 
-#include "Console.h"
-#include "Daemon.h"
 #include "OrvSdkRpcProtos/acl.grpc.pb.h"
 #include "OrvSdkRpcProtos/agent.grpc.pb.h"
-#include "TempDir.h"
-#include "fixture/StreamClient.h"
+#include "testing/base/TempDir.h"
+#include "testing/process/Console.h"
+#include "testing/process/Daemon.h"
+#include "testing/server/StreamClient.h"
 
-namespace systest {
+namespace orvtest {
 namespace {
 
 namespace remote = orv::remote;
@@ -63,7 +63,7 @@ protected:
          return request;
       }
       std::unique_ptr<AclStub> stub;
-      fixture::StreamClient<remote::AclWatchResponse> stream;
+      orvtest::StreamClient<remote::AclWatchResponse> stream;
    };
 
    MirrorAcl() {
@@ -120,7 +120,7 @@ TEST_F(MirrorAcl, aCommitReachesEveryWatcherAndReader) {
    expectSync();
    EXPECT_TRUE(ok(*reader_, &AclStub::acl_all_exists, allExists).exists());
 
-   const auto rules = fixture::StreamClient<remote::AclAllRuleIpsResponse>(
+   const auto rules = orvtest::StreamClient<remote::AclAllRuleIpsResponse>(
                            *reader_, &AclStub::acl_all_rule_ips, withKey<remote::AclAllRuleIpsRequest>("web"))
                            .rest();
    ASSERT_EQ(rules.size(), 1u);
@@ -130,7 +130,7 @@ TEST_F(MirrorAcl, aCommitReachesEveryWatcherAndReader) {
    ASSERT_EQ(rules[0].entry().rule().destination_port().ports_size(), 1);
    EXPECT_EQ(rules[0].entry().rule().destination_port().ports(0), 80u);
    const auto lists =
-        fixture::StreamClient<remote::AclsAllResponse>(*reader_, &AclStub::acls_all, remote::AclsAllRequest())
+        orvtest::StreamClient<remote::AclsAllResponse>(*reader_, &AclStub::acls_all, remote::AclsAllRequest())
              .rest();
    ASSERT_EQ(lists.size(), 1u);
    EXPECT_EQ(lists[0].key().acl_name(), "web");
@@ -233,7 +233,7 @@ TEST_F(MirrorAcl, whatTheSwitchRefusesReachesTheClientInItsWords) {
    EXPECT_EQ(reply.count(), 2u);
    EXPECT_EQ(reply.status().code(), remote::RPC_RESPONSE_STATUS_CODE_INVALID_ARGUMENT);
    const auto lists =
-        fixture::StreamClient<remote::AclsResponse>(*reader_, &AclStub::acls, remote::AclsRequest()).rest();
+        orvtest::StreamClient<remote::AclsResponse>(*reader_, &AclStub::acls, remote::AclsRequest()).rest();
    ASSERT_EQ(lists.size(), 2u);
    EXPECT_EQ(lists[0].key().acl_name(), "one");
    EXPECT_EQ(lists[1].key().acl_name(), "two");
@@ -245,7 +245,7 @@ using AgentStub = remote::AgentService::Stub;
 
 class MirrorAgent : public Mirror {
 protected:
-   using Watch = fixture::StreamClient<remote::WatchAgentResponse>;
+   using Watch = orvtest::StreamClient<remote::WatchAgentResponse>;
 
    template <class Rq>
    static Rq named(const std::string& name) {
@@ -284,7 +284,7 @@ TEST_F(MirrorAgent, anOptionOfTheConsoleReachesEveryWatcher) {
                      .exists());
    console.run("set agent option size 7");
    EXPECT_EQ(ok(*one_, &AgentStub::agent_option, named<remote::AgentOptionRequest>("size")).value(), "7");
-   const auto names = fixture::StreamClient<remote::AgentOptionsResponse>(*one_, &AgentStub::agent_options,
+   const auto names = orvtest::StreamClient<remote::AgentOptionsResponse>(*one_, &AgentStub::agent_options,
                                                                           remote::AgentOptionsRequest())
                            .rest();
    ASSERT_EQ(names.size(), 1u);
@@ -302,7 +302,7 @@ TEST_F(MirrorAgent, aStatusEntryIsThereForOthersAndAfterAKill) {
    const auto after = client<remote::AgentService>();
    EXPECT_EQ(ok(*after, &AgentStub::status, get).value(), "8");
    ok(*after, &AgentStub::status_del, named<remote::AgentStatusDelRequest>("epoch"));
-   EXPECT_TRUE(fixture::StreamClient<remote::AgentStatusesResponse>(*after, &AgentStub::statuses,
+   EXPECT_TRUE(orvtest::StreamClient<remote::AgentStatusesResponse>(*after, &AgentStub::statuses,
                                                                     remote::AgentStatusesRequest())
                     .rest()
                     .empty());
@@ -338,4 +338,4 @@ TEST_F(MirrorAgent, openWatchesDoNotHoldUpTheEnd) {
 }
 
 }  // namespace
-}  // namespace systest
+}  // namespace orvtest

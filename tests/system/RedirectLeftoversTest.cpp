@@ -1,7 +1,7 @@
 // Redirects on a switch that holds what an earlier process, an earlier policy map or an unfinished bulk left.
 #include "RedirectSwitch.h"
 
-namespace systest {
+namespace orvtest {
 namespace {
 
 class RedirectLeftovers : public Redirects {
@@ -134,4 +134,4 @@ TEST_F(RedirectLeftovers, anotherNameOnALivingServerTouchesNothingOfTheNewMap) {
 }
 
 }  // namespace
-}  // namespace systest
+}  // namespace orvtest

@@ -28,10 +28,6 @@
 #include "OrvSdkRpc/programming/NexthopGroupProgrammer.h"
 #include "OrvSdkRpc/programming/NhgTunnelProgrammer.h"
 #include "Programming.h"
-#include "RunningSwitch.h"
-#include "fixture/Contract.h"
-#include "fixture/Programmed.h"
-#include "fixture/TempDir.h"
 #include "orv/lock.h"
 #include "orv/mpls_route.h"
 #include "orv/mpls_vrf_label.h"
@@ -41,8 +37,12 @@
 #include "softswitch/managers/class_map_mgr.h"
 #include "softswitch/managers/mount_mgr.h"
 #include "softswitch/managers/policy_map_mgr.h"
+#include "testing/base/TempDir.h"
+#include "testing/server/Contract.h"
+#include "testing/server/Programmed.h"
+#include "testing/softswitch/RunningSwitch.h"
 
-namespace systest {
+namespace orvtest {
 
 namespace pb = OrvSdkRpc::pb;
 using Json = nlohmann::json;
@@ -164,7 +164,7 @@ private:
    OrvSdkRpc::ClientInit client_{sw_.get_ip_route_mgr(), sw_.get_mpls_route_mgr(),
                                  sw_.get_mpls_vrf_label_mgr(), sw_.get_nexthop_group_mgr(),
                                  sw_.get_nexthop_group_tunnel_mgr()};
-   fixture::SentUpdates updates_;
+   orvtest::SentUpdates updates_;
    std::optional<Watching> watching_;
    OrvSdkRpc::IpRouteProgrammer ip_{client_, sw_.get_ip_route_mgr()};
    OrvSdkRpc::NexthopGroupProgrammer groups_{client_, sw_.get_nexthop_group_mgr()};
@@ -187,7 +187,7 @@ protected:
 
    void startSwitch() {
       softswitch::Options options;
-      options.stateDirectory = directory_.file("state");
+      options.stateDirectory = directory_ / "state";
       switch_.emplace(std::move(options));
       startAgent();
    }
@@ -273,9 +273,9 @@ protected:
       return locked([&] { return sw().acls().pendingEdits(); });
    }
 
-   const fixture::TempDir directory_;
-   std::optional<softswitch::RunningSwitch> switch_;
+   const orvtest::TempDir directory_;
+   std::optional<orvtest::RunningSwitch> switch_;
    std::optional<Agent> agent_;
 };
 
-}  // namespace systest
+}  // namespace orvtest

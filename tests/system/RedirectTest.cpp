@@ -1,7 +1,7 @@
 // Redirects, labels and tunnels from their first request to their last.
 #include "RedirectSwitch.h"
 
-namespace systest {
+namespace orvtest {
 namespace {
 
 TEST_F(Redirects, theThreeLayersAndTheTableFollowARedirectThroughItsLife) {
@@ -198,7 +198,7 @@ TEST_F(Redirects, aLabelHasOneForwardingWhicheverManagerHasIt) {
    // Refused with nothing written.
    auto tooMany = toGroup;
    tooMany.mutable_nexthop_msg()->set_mpls_operation(pb::MPLS_OPERATION_SWAP);
-   tooMany.mutable_nexthop_msg()->mutable_address()->set_address(fixture::ipv4({192, 0, 2, 7}));
+   tooMany.mutable_nexthop_msg()->mutable_address()->set_address(orvtest::ipv4({192, 0, 2, 7}));
    tooMany.mutable_nexthop_msg()->add_mpls_labels(1);
    tooMany.mutable_nexthop_msg()->add_mpls_labels(2);
    EXPECT_EQ(agent_->label(tooMany), pb::RPC_STATUS_ERROR);
@@ -217,7 +217,7 @@ TEST_F(Redirects, aLabelHasOneForwardingWhicheverManagerHasIt) {
 
 TEST_F(Redirects, aTunnelMayNameAGroupThatIsNotThere) {
    pb::nexthop_group_tunnel_msg request;
-   *request.mutable_prefix() = fixture::ipRoute(9, "").prefix();
+   *request.mutable_prefix() = orvtest::ipRoute(9, "").prefix();
    EXPECT_EQ(agent_->tunnel(request), pb::RPC_STATUS_NOT_FOUND);
    request.set_nexthop_group_name("nowhere");
    request.set_igp_metric(7);
@@ -242,4 +242,4 @@ TEST_F(Redirects, aTunnelMayNameAGroupThatIsNotThere) {
 }
 
 }  // namespace
-}  // namespace systest
+}  // namespace orvtest

@@ -13,10 +13,6 @@
 #include "OrvSdkRpc/programming/NexthopGroupProgrammer.h"
 #include "OrvSdkRpc/programming/OpaqueProgrammer.h"
 #include "Programming.h"
-#include "RunningSwitch.h"
-#include "fixture/Contract.h"
-#include "fixture/Programmed.h"
-#include "fixture/TempDir.h"
 #include "orv/agent.h"
 #include "orv/ip_route.h"
 #include "orv/lock.h"
@@ -24,8 +20,12 @@
 #include "orv/mpls_vrf_label.h"
 #include "orv/nexthop_group.h"
 #include "orv/nexthop_group_tunnel.h"
+#include "testing/base/TempDir.h"
+#include "testing/server/Contract.h"
+#include "testing/server/Programmed.h"
+#include "testing/softswitch/RunningSwitch.h"
 
-namespace systest {
+namespace orvtest {
 namespace {
 
 namespace pb = OrvSdkRpc::pb;
@@ -77,7 +77,7 @@ public:
    }
    std::string refusedRoute(int third, const std::string& group) {
       pb::rpc_status_msg response;
-      ip_.processIpRouteRequest(fixture::ipRoute(third, group, 9), response);
+      ip_.processIpRouteRequest(orvtest::ipRoute(third, group, 9), response);
       return response.debug_string();
    }
    void notes(const pb::rpc_server_state_config_msg& request) {
@@ -105,7 +105,7 @@ public:
    }
 
 private:
-   softswitch::RunningSwitch switch_;
+   orvtest::RunningSwitch switch_;
    OrvSdkRpc::ClientInit client_{sdk().get_ip_route_mgr(), sdk().get_mpls_route_mgr(),
                                  sdk().get_mpls_vrf_label_mgr(), sdk().get_nexthop_group_mgr(),
                                  sdk().get_nexthop_group_tunnel_mgr()};
@@ -120,7 +120,7 @@ private:
       OrvSdkRpc::CbfNhgRedirectProgrammer cbf;
    };
 
-   fixture::SentUpdates updates_;
+   orvtest::SentUpdates updates_;
    std::optional<Watching> watching_;
    OrvSdkRpc::IpRouteProgrammer ip_{client_, sdk().get_ip_route_mgr()};
    OrvSdkRpc::MplsRouteProgrammer mpls_{client_, sdk().get_mpls_route_mgr(), sdk().get_mpls_vrf_label_mgr()};
@@ -130,8 +130,8 @@ private:
 
 class Resync : public testing::Test {
 protected:
-   fixture::TempDir directory_;
-   std::optional<Server> server_{std::in_place, directory_.file("state")};
+   orvtest::TempDir directory_;
+   std::optional<Server> server_{std::in_place, directory_ / "state"};
 };
 
 // One object of each kind that a resync looks after.
@@ -260,9 +260,9 @@ TEST_F(Resync, aNoteSetAndDeletedInOneRequestIsGoneAndOthersSurviveARestart) {
       EXPECT_EQ(server_->note("kept"), "value");
       EXPECT_EQ(server_->note("gone"), "");
       server_.reset();
-      server_.emplace(directory_.file("state"));
+      server_.emplace(directory_ / "state");
    }
 }
 
 }  // namespace
-}  // namespace systest
+}  // namespace orvtest

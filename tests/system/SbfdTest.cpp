@@ -11,15 +11,15 @@
 #include <vector>
 
 #include "OrvSdkRpc/programming/OrvSdkRpcService.h"
-#include "RunningSwitch.h"
-#include "fixture/Programmed.h"
-#include "fixture/RunningServer.h"
-#include "fixture/StreamClient.h"
-#include "fixture/TempDir.h"
 #include "orv/lock.h"
 #include "softswitch/console/commands.h"
+#include "testing/base/TempDir.h"
+#include "testing/server/Programmed.h"
+#include "testing/server/RunningServer.h"
+#include "testing/server/StreamClient.h"
+#include "testing/softswitch/RunningSwitch.h"
 
-namespace systest {
+namespace orvtest {
 namespace {
 
 namespace pb = OrvSdkRpc::pb;
@@ -43,7 +43,7 @@ protected:
 
    void start() {
       softswitch::Options options;
-      options.stateDirectory = directory_.file("state");
+      options.stateDirectory = directory_ / "state";
       options.sbfdSnapshotNanos = 10'000'000;
       switch_.emplace(std::move(options));
       auto& sdk = **switch_;
@@ -83,10 +83,10 @@ protected:
    }
 
    // Follows all sessions, from the moment the server has the stream.
-   std::unique_ptr<fixture::StreamClient<Message>> watch() {
+   std::unique_ptr<orvtest::StreamClient<Message>> watch() {
       pb::watch_sbfd_echo_session_config_msg request;
       request.set_send_initial_message(true);
-      auto client = std::make_unique<fixture::StreamClient<Message>>(
+      auto client = std::make_unique<orvtest::StreamClient<Message>>(
            *stub_, &Stub::watch_sbfd_echo_session_status_msgs, request);
       const auto opening = client->next();
       EXPECT_TRUE(opening && opening->initial());
@@ -96,7 +96,7 @@ protected:
    static pb::sbfd_echo_session_msg session(int last, bool rttEnabled = false,
                                             const std::string& intf = "Ethernet1", std::uint32_t minTx = 5) {
       pb::sbfd_echo_session_msg request;
-      request.mutable_key()->mutable_nexthop()->set_address(fixture::ipv4({192, 0, 2, last}));
+      request.mutable_key()->mutable_nexthop()->set_address(orvtest::ipv4({192, 0, 2, last}));
       request.mutable_key()->set_nexthop_intf(intf);
       request.mutable_key()->add_label_stack(16);
       request.set_rtt_enabled(rttEnabled);
@@ -162,11 +162,11 @@ protected:
       }
    }
 
-   const fixture::TempDir directory_;
-   std::optional<softswitch::RunningSwitch> switch_;
-   std::optional<fixture::RunningServer> running_;
+   const orvtest::TempDir directory_;
+   std::optional<orvtest::RunningSwitch> switch_;
+   std::optional<orvtest::RunningServer> running_;
    std::unique_ptr<Stub> stub_;
-   std::unique_ptr<fixture::StreamClient<Message>> watch_;
+   std::unique_ptr<orvtest::StreamClient<Message>> watch_;
 };
 
 TEST_F(Sbfd, aSessionThatIsSetComesUpAndEveryStreamIsTold) {
@@ -195,7 +195,7 @@ TEST_F(Sbfd, aLinkThatGoesDownIsToldAtOnceAheadOfDetection) {
    set(session(3, false, "Ethernet2"));
    await({1, 2, 3}, up);
    for (const int last : {1, 2}) {
-      slow.mutable_key()->mutable_nexthop()->set_address(fixture::ipv4({192, 0, 2, last}));
+      slow.mutable_key()->mutable_nexthop()->set_address(orvtest::ipv4({192, 0, 2, last}));
       set(slow);
    }
    console("set link Ethernet1 down");
@@ -278,4 +278,4 @@ TEST_F(Sbfd, sessionsComeUpByThemselvesAfterARestart) {
 }
 
 }  // namespace
-}  // namespace systest
+}  // namespace orvtest

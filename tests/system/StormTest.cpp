@@ -14,17 +14,17 @@
 
 #include "OrvSdkRpc/mirror/AgentService.h"
 #include "OrvSdkRpc/mirror/EthPhyIntfService.h"
-#include "RunningSwitch.h"
-#include "fixture/CpuTime.h"
-#include "fixture/Eventually.h"
-#include "fixture/RunningServer.h"
-#include "fixture/StreamClient.h"
-#include "fixture/TempDir.h"
 #include "orv/lock.h"
 #include "platform/zelt/Clock.h"
 #include "softswitch/managers/intf_mgr.h"
+#include "testing/base/CpuTime.h"
+#include "testing/base/Eventually.h"
+#include "testing/base/TempDir.h"
+#include "testing/server/RunningServer.h"
+#include "testing/server/StreamClient.h"
+#include "testing/softswitch/RunningSwitch.h"
 
-namespace systest {
+namespace orvtest {
 namespace {
 
 namespace remote = orv::remote;
@@ -32,7 +32,7 @@ namespace remote = orv::remote;
 constexpr int ports = 64;
 // Turns of all ports. The last one takes every link away.
 int turns() {
-   const int changes = fixture::slowdown() > 1 ? 100'000 : 1'000'000;
+   const int changes = orvtest::slowdown() > 1 ? 100'000 : 1'000'000;
    return changes / ports | 1;
 }
 
@@ -42,7 +42,7 @@ std::string port(int n) {
 
 class Storm : public testing::Test {
 protected:
-   using PhyWatch = fixture::StreamClient<remote::EthPhyIntfWatchResponse>;
+   using PhyWatch = orvtest::StreamClient<remote::EthPhyIntfWatchResponse>;
 
    Storm() {
       std::vector<std::unique_ptr<OrvSdkRpc::GrpcService>> services;
@@ -61,7 +61,7 @@ protected:
       running_->destroy();
    }
 
-   static softswitch::Options options(const fixture::TempDir& directory) {
+   static softswitch::Options options(const orvtest::TempDir& directory) {
       softswitch::Options made;
       made.stateDirectory = directory.path();
       return made;
@@ -86,20 +86,20 @@ protected:
       }
    };
    void ping(Answers& answers) {
-      const std::int64_t done = fixture::processCpuNanos();
+      const std::int64_t done = orvtest::processCpuNanos();
       remote::AgentPingResponse response;
       grpc::ClientContext context;
       EXPECT_TRUE(agent_->ping(&context, remote::AgentPingRequest(), &response).ok());
-      answers.add(response.responded() - response.received(), fixture::processCpuNanos() - done);
+      answers.add(response.responded() - response.received(), orvtest::processCpuNanos() - done);
    }
    static std::int64_t percentile(std::vector<std::int64_t> values, std::size_t percent) {
       std::sort(values.begin(), values.end());
       return values[(values.size() - 1) * percent / 100];
    }
 
-   const fixture::TempDir directory_;
-   softswitch::RunningSwitch switch_{options(directory_)};
-   std::optional<fixture::RunningServer> running_;
+   const orvtest::TempDir directory_;
+   orvtest::RunningSwitch switch_{options(directory_)};
+   std::optional<orvtest::RunningServer> running_;
    std::unique_ptr<remote::EthPhyIntfMgrService::Stub> phys_;
    std::unique_ptr<remote::AgentService::Stub> agent_;
 };
@@ -167,7 +167,7 @@ TEST_F(Storm, theLastStateOfEachPortArrivesAndThePingStaysQuick) {
       RecordProperty(name + "_least_us", std::to_string(percentile(answers.least, percent) / 1000));
       RecordProperty(name + "_cpu_us", std::to_string(percentile(answers.cpu, percent) / 1000));
    }
-   const std::int64_t bound = 10 * Zelt::nanosPerMilli * fixture::slowdown();
+   const std::int64_t bound = 10 * Zelt::nanosPerMilli * orvtest::slowdown();
    EXPECT_LT(percentile(answers.wall, 50), bound);
    // A second of storm has a hundred pings or two, so a higher percentile is one or two of them.
    EXPECT_LT(percentile(answers.least, 95), bound);
@@ -175,4 +175,4 @@ TEST_F(Storm, theLastStateOfEachPortArrivesAndThePingStaysQuick) {
 }
 
 }  // namespace
-}  // namespace systest
+}  // namespace orvtest

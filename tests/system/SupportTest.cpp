@@ -4,11 +4,11 @@
 
 #include <filesystem>
 
-#include "Child.h"
-#include "SwitchView.h"
-#include "TempDir.h"
+#include "testing/base/TempDir.h"
+#include "testing/process/Child.h"
+#include "testing/process/SwitchView.h"
 
-namespace systest {
+namespace orvtest {
 namespace {
 
 using namespace std::chrono_literals;
@@ -83,4 +83,4 @@ TEST(SwitchView, anEntryFillsAsManySlotsAsItsWeight) {
 }
 
 }  // namespace
-}  // namespace systest
+}  // namespace orvtest

@@ -12,23 +12,24 @@
 #include <thread>
 #include <vector>
 
-#include "Child.h"
-#include "Daemon.h"
 #include "OrvSdkRpc/hardware/IntfTrafficRatesWatcher.h"
 #include "OrvSdkRpc/mirror/EthPhyIntfService.h"
 #include "OrvSdkRpc/mirror/IntfCounterService.h"
 #include "OrvSdkRpc/mirror/IntfService.h"
 #include "OrvSdkRpc/mirror/NexthopGroupService.h"
-#include "RunningSwitch.h"
-#include "fixture/Eventually.h"
-#include "fixture/RunningServer.h"
-#include "fixture/StreamClient.h"
-#include "fixture/TempDir.h"
 #include "orv/lock.h"
 #include "platform/pavo/Allocator.h"
 #include "softswitch/console/commands.h"
+#include "testing/base/Eventually.h"
+#include "testing/base/TempDir.h"
+#include "testing/process/Child.h"
+#include "testing/process/Daemon.h"
+#include "testing/server/LiveHandlers.h"
+#include "testing/server/RunningServer.h"
+#include "testing/server/StreamClient.h"
+#include "testing/softswitch/RunningSwitch.h"
 
-namespace systest {
+namespace orvtest {
 namespace {
 
 namespace remote = orv::remote;
@@ -41,17 +42,17 @@ constexpr std::size_t manyGroups = 100'000;
 
 // Counted objects of all types whose name has `part` in it.
 std::uint64_t live(std::string_view part) {
-   return fixture::liveHandlers(part);
+   return orvtest::liveHandlers(part);
 }
 
 class SwitchEvents : public testing::Test {
 protected:
    using GroupStub = remote::NexthopGroupMgrService::Stub;
    using IntfStub = remote::IntfMgrService::Stub;
-   using GroupWatch = fixture::StreamClient<remote::WatchNexthopGroupResponse>;
-   using IntfWatch = fixture::StreamClient<remote::WatchIntfResponse>;
-   using PhyWatch = fixture::StreamClient<remote::EthPhyIntfWatchResponse>;
-   using RatesStream = fixture::StreamClient<remote::IntfTrafficRatesStreamResponse>;
+   using GroupWatch = orvtest::StreamClient<remote::WatchNexthopGroupResponse>;
+   using IntfWatch = orvtest::StreamClient<remote::WatchIntfResponse>;
+   using PhyWatch = orvtest::StreamClient<remote::EthPhyIntfWatchResponse>;
+   using RatesStream = orvtest::StreamClient<remote::IntfTrafficRatesStreamResponse>;
 
    SwitchEvents() {
       std::vector<std::unique_ptr<OrvSdkRpc::GrpcService>> services;
@@ -78,7 +79,7 @@ protected:
       watcher_.reset();
    }
 
-   static softswitch::Options options(const fixture::TempDir& directory) {
+   static softswitch::Options options(const orvtest::TempDir& directory) {
       softswitch::Options made;
       made.stateDirectory = directory.path();
       made.counterIntervalNanos = 1'000'000;
@@ -149,10 +150,10 @@ protected:
       return !switch_->get_nexthop_group_mgr()->programmed_nexthop_group(groupName(i)).name().empty();
    }
 
-   const fixture::TempDir directory_;
-   softswitch::RunningSwitch switch_{options(directory_)};
+   const orvtest::TempDir directory_;
+   orvtest::RunningSwitch switch_{options(directory_)};
    std::optional<OrvSdkRpc::IntfTrafficRatesWatcher> watcher_;
-   std::optional<fixture::RunningServer> running_;
+   std::optional<orvtest::RunningServer> running_;
    std::unique_ptr<GroupStub> groups_;
    std::unique_ptr<IntfStub> intfs_;
    std::unique_ptr<remote::EthPhyIntfMgrService::Stub> phys_;
@@ -304,11 +305,11 @@ TEST_F(SwitchEvents, entriesOfGroupsAreCounted) {
    ASSERT_TRUE(groups_->nexthop_group_set(&context, request, &response).ok());
    EXPECT_NE(response.version_id(), 0U);
    setGroups(0, 3, "Ethernet1");
-   ASSERT_TRUE(fixture::eventually([&] { return programmed(2); }));
+   ASSERT_TRUE(orvtest::eventually([&] { return programmed(2); }));
    console("set nexthop-group-traffic counted entry 0 packets 10 bytes 1000");
    remote::NexthopGroupCountersRequest selection;
    selection.set_regex("count.*");
-   fixture::StreamClient<remote::NexthopGroupCountersResponse> client(*groups_, &GroupStub::nhg_counters,
+   orvtest::StreamClient<remote::NexthopGroupCountersResponse> client(*groups_, &GroupStub::nhg_counters,
                                                                       selection);
    const auto responses = client.rest();
    ASSERT_EQ(responses.size(), 1U);
@@ -318,7 +319,7 @@ TEST_F(SwitchEvents, entriesOfGroupsAreCounted) {
    EXPECT_EQ(responses[0].counters(0).packets(), 10U);
    EXPECT_EQ(responses[0].counters(0).bytes(), 1000U);
    selection.set_all(true);
-   fixture::StreamClient<remote::NexthopGroupCountersResponse> all(*groups_, &GroupStub::nhg_counters,
+   orvtest::StreamClient<remote::NexthopGroupCountersResponse> all(*groups_, &GroupStub::nhg_counters,
                                                                    selection);
    EXPECT_EQ(all.rest().size(), 4U);
 }
@@ -377,7 +378,7 @@ TEST_F(SwitchEvents, aDumpOfManyGroupsWhileTheyChangeShowsEveryOneThatStays) {
    const auto stays = [](std::size_t i) { return i % 10 != 0; };
    for (std::size_t i = 0; i < manyGroups; i += 10'000)
       setGroups(i, i + 10'000, "Ethernet1");
-   ASSERT_TRUE(fixture::eventually([&] { return programmed(manyGroups - 1); }));
+   ASSERT_TRUE(orvtest::eventually([&] { return programmed(manyGroups - 1); }));
    std::vector<bool> seen(manyGroups);
    // One change for each two hundred rows that are shown: each of its events stays in the queue to the end of
    // the dump, since every write that makes room for one brings the next row.
@@ -428,13 +429,13 @@ TEST_F(SwitchEvents, theWatchOfAClientThatIsKilledIsGoneAtOnce) {
    const auto watches = [] { return live("IntfServiceHandlers::Watch"); };
    const std::uint64_t before = watches();
    Child client({programPath("orvctl"), "--target", running_->address(), "watch", "intf"},
-                directory_.file("log"));
-   ASSERT_TRUE(fixture::eventually([&] { return watches() == before + 1; }));
+                directory_ / "log");
+   ASSERT_TRUE(orvtest::eventually([&] { return watches() == before + 1; }));
    const auto killed = std::chrono::steady_clock::now();
    client.kill();
-   ASSERT_TRUE(fixture::eventually([&] { return watches() == before; }));
-   EXPECT_LT(std::chrono::steady_clock::now() - killed, std::chrono::seconds(5) * fixture::slowdown());
+   ASSERT_TRUE(orvtest::eventually([&] { return watches() == before; }));
+   EXPECT_LT(std::chrono::steady_clock::now() - killed, std::chrono::seconds(5) * orvtest::slowdown());
 }
 
 }  // namespace
-}  // namespace systest
+}  // namespace orvtest

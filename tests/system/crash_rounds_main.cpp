@@ -22,7 +22,7 @@ int main(int argc, char** argv) {
    int round = 0;
    std::string directory;
    try {
-      systest::CrashRounds crash(systest::programPath("orvsdkrpcd"), seed);
+      orvtest::CrashRounds crash(orvtest::programPath("orvsdkrpcd"), seed);
       directory = crash.directory();
       crash.keepDirectory(true);
       for (round = 1; round <= rounds; ++round) {

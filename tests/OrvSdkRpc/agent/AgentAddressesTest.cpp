@@ -12,9 +12,9 @@
 #include <system_error>
 
 #include "OrvSdkRpc/agent/Agent.h"
-#include "fixture/AgentHost.h"
-#include "fixture/TempDir.h"
-#include "fixture/TraceCapture.h"
+#include "testing/base/TempDir.h"
+#include "testing/server/AgentHost.h"
+#include "testing/server/TraceCapture.h"
 
 namespace OrvSdkRpc {
 namespace {
@@ -53,10 +53,10 @@ private:
 
 class AgentAddresses : public testing::Test {
 protected:
-   fixture::TempDir dir_;
-   fixture::AgentHost host_;
+   orvtest::TempDir dir_;
+   orvtest::AgentHost host_;
    Agent agent_{host_.sdk, std::vector<Server::Services>{}};
-   fixture::TraceCapture traces_{"OrvSdkRpc/0-9"};
+   orvtest::TraceCapture traces_{"OrvSdkRpc/0-9"};
 };
 
 TEST_F(AgentAddresses, anAbstractSocketIsNeverInUse) {
@@ -103,7 +103,7 @@ TEST_F(AgentAddresses, aUnixAddressShorterThanItsPrefixIsTheCallersError) {
 
 TEST_F(AgentAddresses, aFreeUnixAddressIsLockedWithTheProcessId) {
    EXPECT_FALSE(agent_.addressInUse(dir_.unixAddress("s"), ""));
-   const std::string lock = dir_.file("s.lock");
+   const std::string lock = dir_ / "s.lock";
    EXPECT_EQ(contents(lock), std::to_string(getpid()) + "\n");
    struct stat status {};
    ASSERT_EQ(stat(lock.c_str(), &status), 0);
@@ -118,24 +118,24 @@ TEST_F(AgentAddresses, aFreeUnixAddressIsLockedWithTheProcessId) {
 }
 
 TEST_F(AgentAddresses, aPathWithoutItsSlashIsTheSamePath) {
-   const std::string path = dir_.file("s");
+   const std::string path = dir_ / "s";
    EXPECT_FALSE(agent_.addressInUse("unix://" + path.substr(1), ""));
    EXPECT_TRUE(std::filesystem::exists(path + ".lock"));
    agent_.unlockUnixSocket();
 }
 
 TEST_F(AgentAddresses, aStaleSocketIsRemovedWithWords) {
-   std::ofstream(dir_.file("s")) << "left behind";
+   std::ofstream(dir_ / "s") << "left behind";
    EXPECT_FALSE(agent_.addressInUse(dir_.unixAddress("s"), ""));
-   EXPECT_FALSE(std::filesystem::exists(dir_.file("s")));
-   EXPECT_EQ(traces_.count("Stale socket file " + dir_.file("s") + ", or error removing"), 1U);
+   EXPECT_FALSE(std::filesystem::exists(dir_ / "s"));
+   EXPECT_EQ(traces_.count("Stale socket file " + dir_ / "s" + ", or error removing"), 1U);
    agent_.unlockUnixSocket();
 }
 
 TEST_F(AgentAddresses, aPathThatCannotBeRemovedCountsAsFreeWithWords) {
-   std::filesystem::create_directory(dir_.file("s"));
+   std::filesystem::create_directory(dir_ / "s");
    EXPECT_FALSE(agent_.addressInUse(dir_.unixAddress("s"), ""));
-   EXPECT_EQ(traces_.count("Stale socket file " + dir_.file("s") + ", or error removing"), 1U);
+   EXPECT_EQ(traces_.count("Stale socket file " + dir_ / "s" + ", or error removing"), 1U);
    agent_.unlockUnixSocket();
 }
 
@@ -147,20 +147,20 @@ TEST_F(AgentAddresses, aSocketWithoutAStaleFileHasNoWords) {
 
 TEST_F(AgentAddresses, theSecondOneFindsTheLockTakenAndTouchesNothing) {
    EXPECT_FALSE(agent_.addressInUse(dir_.unixAddress("s"), ""));
-   std::ofstream(dir_.file("s")) << "the first one's";
+   std::ofstream(dir_ / "s") << "the first one's";
    Agent second(host_.sdk, std::vector<Server::Services>{});
    EXPECT_TRUE(second.addressInUse(dir_.unixAddress("s"), ""));
    EXPECT_EQ(traces_.count("Socket in use by " + std::to_string(getpid()) + "\n "), 1U);
    second.unlockUnixSocket();
-   EXPECT_TRUE(std::filesystem::exists(dir_.file("s")));
-   EXPECT_TRUE(std::filesystem::exists(dir_.file("s.lock")));
+   EXPECT_TRUE(std::filesystem::exists(dir_ / "s"));
+   EXPECT_TRUE(std::filesystem::exists(dir_ / "s.lock"));
    agent_.unlockUnixSocket();
-   EXPECT_FALSE(std::filesystem::exists(dir_.file("s")));
-   EXPECT_FALSE(std::filesystem::exists(dir_.file("s.lock")));
+   EXPECT_FALSE(std::filesystem::exists(dir_ / "s"));
+   EXPECT_FALSE(std::filesystem::exists(dir_ / "s.lock"));
 }
 
 TEST_F(AgentAddresses, anEmptyLockedFileBelongsToAnUnknownProcess) {
-   const int fd = open(dir_.file("s.lock").c_str(), O_RDWR | O_CREAT, 0644);
+   const int fd = open((dir_ / "s.lock").c_str(), O_RDWR | O_CREAT, 0644);
    ASSERT_EQ(flock(fd, LOCK_EX | LOCK_NB), 0);
    EXPECT_TRUE(agent_.addressInUse(dir_.unixAddress("s"), ""));
    EXPECT_EQ(traces_.count("Socket in use by unknown process "), 1U);
@@ -169,9 +169,8 @@ TEST_F(AgentAddresses, anEmptyLockedFileBelongsToAnUnknownProcess) {
 
 TEST_F(AgentAddresses, aLockFileThatCannotBeOpenedCountsAsInUseWithWords) {
    EXPECT_TRUE(agent_.addressInUse(dir_.unixAddress("no/such/directory/s"), ""));
-   EXPECT_EQ(
-        traces_.count("Failed to open steam for lockfile(r) " + dir_.file("no/such/directory/s.lock") + " "),
-        1U);
+   EXPECT_EQ(traces_.count("Failed to open steam for lockfile(r) " + dir_ / "no/such/directory/s.lock" + " "),
+             1U);
 }
 
 // What a lock file would get in a process that has closed its standard input.
@@ -189,9 +188,9 @@ TEST_F(AgentAddresses, aLockFileIsNotHeldAsStandardInput) {
 }
 
 TEST_F(AgentAddresses, ofALongerLockFileLeftBehindNothingStays) {
-   std::ofstream(dir_.file("s.lock")) << "12345678901234567890\nand more\n";
+   std::ofstream(dir_ / "s.lock") << "12345678901234567890\nand more\n";
    EXPECT_FALSE(agent_.addressInUse(dir_.unixAddress("s"), ""));
-   EXPECT_EQ(contents(dir_.file("s.lock")), std::to_string(getpid()) + "\n");
+   EXPECT_EQ(contents(dir_ / "s.lock"), std::to_string(getpid()) + "\n");
    agent_.unlockUnixSocket();
 }
 
@@ -200,35 +199,35 @@ TEST_F(AgentAddresses, filesThatANewOwnerMadeOutliveASecondUnlock) {
    agent_.unlockUnixSocket();
    Agent second(host_.sdk, std::vector<Server::Services>{});
    EXPECT_FALSE(second.addressInUse(dir_.unixAddress("s"), ""));
-   std::ofstream(dir_.file("s")) << "the second one's";
+   std::ofstream(dir_ / "s") << "the second one's";
    agent_.unlockUnixSocket();
-   EXPECT_TRUE(std::filesystem::exists(dir_.file("s")));
-   EXPECT_TRUE(std::filesystem::exists(dir_.file("s.lock")));
+   EXPECT_TRUE(std::filesystem::exists(dir_ / "s"));
+   EXPECT_TRUE(std::filesystem::exists(dir_ / "s.lock"));
    second.unlockUnixSocket();
-   EXPECT_FALSE(std::filesystem::exists(dir_.file("s")));
+   EXPECT_FALSE(std::filesystem::exists(dir_ / "s"));
 }
 
 TEST_F(AgentAddresses, aLockFileIsNotReachedThroughASymbolicLink) {
-   std::ofstream(dir_.file("precious")) << "1\n";
-   std::filesystem::create_symlink(dir_.file("precious"), dir_.file("s.lock"));
+   std::ofstream(dir_ / "precious") << "1\n";
+   std::filesystem::create_symlink(dir_ / "precious", dir_ / "s.lock");
    EXPECT_TRUE(agent_.addressInUse(dir_.unixAddress("s"), ""));
-   EXPECT_EQ(traces_.count("Failed to open steam for lockfile(r) " + dir_.file("s.lock") + " "), 1U);
+   EXPECT_EQ(traces_.count("Failed to open steam for lockfile(r) " + dir_ / "s.lock" + " "), 1U);
    agent_.unlockUnixSocket();
-   EXPECT_EQ(contents(dir_.file("precious")), "1\n");
-   EXPECT_TRUE(std::filesystem::is_symlink(dir_.file("s.lock")));
+   EXPECT_EQ(contents(dir_ / "precious"), "1\n");
+   EXPECT_TRUE(std::filesystem::is_symlink(dir_ / "s.lock"));
 }
 
 TEST_F(AgentAddresses, aLinkInTheSocketsPlaceGoesAndItsTargetStays) {
-   std::ofstream(dir_.file("precious")) << "here";
-   std::filesystem::create_symlink(dir_.file("precious"), dir_.file("s"));
+   std::ofstream(dir_ / "precious") << "here";
+   std::filesystem::create_symlink(dir_ / "precious", dir_ / "s");
    EXPECT_FALSE(agent_.addressInUse(dir_.unixAddress("s"), ""));
-   EXPECT_FALSE(std::filesystem::is_symlink(dir_.file("s")));
-   EXPECT_EQ(traces_.count("Stale socket file " + dir_.file("s") + ", or error removing"), 1U);
+   EXPECT_FALSE(std::filesystem::is_symlink(dir_ / "s"));
+   EXPECT_EQ(traces_.count("Stale socket file " + dir_ / "s" + ", or error removing"), 1U);
    // As much when it appears behind the agent's back.
-   std::filesystem::create_symlink(dir_.file("precious"), dir_.file("s"));
+   std::filesystem::create_symlink(dir_ / "precious", dir_ / "s");
    agent_.unlockUnixSocket();
-   EXPECT_FALSE(std::filesystem::is_symlink(dir_.file("s")));
-   EXPECT_EQ(contents(dir_.file("precious")), "here");
+   EXPECT_FALSE(std::filesystem::is_symlink(dir_ / "s"));
+   EXPECT_EQ(contents(dir_ / "precious"), "here");
 }
 
 using AgentAddressesDeathTest = AgentAddresses;

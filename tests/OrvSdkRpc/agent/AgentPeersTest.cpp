@@ -1,5 +1,5 @@
-// Agents of both forms with mirror services, over TCP: whom they serve, what they serve, and what a call
-// without the SDK's lock becomes.
+// Agents of both forms with mirror services, over TCP: which peers they serve, what they serve, and what
+// becomes of a call without the SDK's lock.
 #include <grpcpp/create_channel.h>
 #include <grpcpp/impl/codegen/client_unary_call.h>
 #include <grpcpp/support/byte_buffer.h>
@@ -21,11 +21,11 @@
 #include "OrvSdkRpc/agent/Agent.h"
 #include "OrvSdkRpcProtos/acl.grpc.pb.h"
 #include "OrvSdkRpcProtos/agent.grpc.pb.h"
-#include "fixture/AgentHost.h"
-#include "fixture/StreamClient.h"
-#include "fixture/TempDir.h"
 #include "orv/lock.h"
 #include "platform/gorm/TaskScheduler.h"
+#include "testing/base/TempDir.h"
+#include "testing/server/AgentHost.h"
+#include "testing/server/StreamClient.h"
 
 namespace OrvSdkRpc {
 namespace {
@@ -36,8 +36,8 @@ using testing::Return;
 
 constexpr char rejected[] = "Insecure remote client rejected";
 
-// A TCP port that nobody else is given meanwhile: gRPC shares a port with a socket of the same user that
-// offers to, and this one never listens.
+// A TCP port that no other process is given meanwhile. gRPC can still bind it: the kernel shares a port among
+// sockets of one user that all allow it, and this socket never listens.
 class HeldPort {
 public:
    explicit HeldPort(std::uint32_t host = INADDR_LOOPBACK) {
@@ -66,8 +66,8 @@ private:
 
 // A client on a connection of its own.
 class Client {
-   // Orders what the test expects of its mocks before what the pump does with them, and the other way round:
-   // a thread sanitizer does not see through gRPC.
+   // Synchronises the test's use of its mocks with the pump's, both ways: a thread sanitizer does not see the
+   // order that gRPC enforces.
    struct MeetPump {
       MeetPump() { const orv::sdk_scoped_lock lock; }
       ~MeetPump() { const orv::sdk_scoped_lock lock; }
@@ -88,16 +88,16 @@ public:
       return agent_->enabled(&context, {}, &response);
    }
    grpc::Status statuses() {
-      return fixture::StreamClient<remote::AgentStatusesResponse>(
+      return orvtest::StreamClient<remote::AgentStatusesResponse>(
                   *agent_, &remote::AgentService::Stub::statuses, remote::AgentStatusesRequest())
            .finish();
    }
    grpc::Status watch() {
-      return fixture::StreamClient<remote::WatchAgentResponse>(*agent_, &remote::AgentService::Stub::watch,
+      return orvtest::StreamClient<remote::WatchAgentResponse>(*agent_, &remote::AgentService::Stub::watch,
                                                                remote::WatchAgentRequest())
            .finish();
    }
-   // Of one entry; the call itself must succeed.
+   // Sets one status entry in bulk; the call itself must succeed.
    remote::RpcResponseStatus bulkStatusSet() {
       const MeetPump meet;
       grpc::ClientContext context;
@@ -123,7 +123,7 @@ private:
    std::unique_ptr<remote::AgentService::Stub> agent_;
 };
 
-// An insecure agent of the service-list form.
+// The configuration of an insecure agent of the service-list form.
 HostConfiguration insecure(std::vector<std::string> addresses, bool allowInsecureRemote, bool trustedServer) {
    return {.addresses = std::move(addresses),
            .sslProfileState = SslProfileState::NotConfigured,
@@ -144,7 +144,7 @@ protected:
       ASSERT_TRUE(agent_->waitUntilServing());
    }
 
-   fixture::AgentHost host_;
+   orvtest::AgentHost host_;
    std::unique_ptr<Agent> agent_;
 };
 
@@ -199,7 +199,7 @@ TEST_F(AgentPeers, aServerForRemotePeersServesEveryPeer) {
 }
 
 TEST_F(AgentPeers, theAddressFormServesEveryPeer) {
-   // It looks whether the port is free, so nobody can hold it.
+   // This agent checks whether the port is free, so the test cannot hold it.
    const std::string port = HeldPort(INADDR_ANY).at("");
    agent_ = std::make_unique<Agent>(host_.sdk, "0.0.0.0" + port, false, false);
    agent_->on_initialized();
@@ -221,18 +221,18 @@ TEST_F(AgentPeers, aPingIsAnsweredToAPeerThatIsRejectedOtherwise) {
 }
 
 TEST_F(AgentPeers, whatIsNotInTheListIsUnimplemented) {
-   const fixture::TempDir dir;
+   const orvtest::TempDir dir;
    const std::string address = dir.unixAddress("s");
    serve(insecure({address}, true, false), {Services::Agent});
    Client client(address);
    EXPECT_TRUE(client.call("/orv.remote.AgentService/enabled").ok());
    const grpc::Status status = client.call("/orv.remote.AclMgrService/acl_commit");
    EXPECT_EQ(status.error_code(), grpc::StatusCode::UNIMPLEMENTED);
-   // gRPC's own answer.
+   // gRPC itself answers this call.
    EXPECT_EQ(status.error_message(), "");
 }
 
-// What the switch's managers do first, from a thread of an operation's own.
+// Checks for the SDK's lock, as the switch's managers do first, but on a thread of its own.
 void checkLockElsewhere() {
    std::exception_ptr refusal;
    std::thread([&] {
@@ -247,13 +247,13 @@ void checkLockElsewhere() {
 
 TEST_F(AgentPeers, anSdkCallWithoutTheLockIsAnInternalError) {
    orv::host::main_thread_is();
-   const fixture::TempDir dir;
+   const orvtest::TempDir dir;
    const std::string address = dir.unixAddress("s");
    serve(insecure({address}, true, false));
    Client client(address);
    constexpr char words[] = "orv::sdk_scoped_lock not grabbed when calling an api while multithreaded";
 
-   // The operation's own thread is the pump's, and has the lock.
+   // The operation runs on the pump's thread, which has the lock.
    EXPECT_CALL(host_.agentMgr, enabled())
         .WillOnce([] {
            orv::sdk_lock_check();

@@ -14,12 +14,13 @@
 #include "OrvSdkRpc/agent/Agent.h"
 #include "OrvSdkRpcProtos/intf_counter.grpc.pb.h"
 #include "OrvSdkRpcProtos/orvsdk.grpc.pb.h"
-#include "fixture/AgentHost.h"
-#include "fixture/Eventually.h"
-#include "fixture/EveryRpc.h"
-#include "fixture/StreamClient.h"
-#include "fixture/TempDir.h"
 #include "platform/process/Toggles.h"
+#include "testing/base/Eventually.h"
+#include "testing/base/TempDir.h"
+#include "testing/server/AgentHost.h"
+#include "testing/server/EveryRpc.h"
+#include "testing/server/LiveHandlers.h"
+#include "testing/server/StreamClient.h"
 
 namespace OrvSdkRpc {
 namespace {
@@ -78,9 +79,9 @@ public:
    [[nodiscard]] std::shared_ptr<grpc::Channel> channel() const { return channelTo(address_); }
 
 private:
-   fixture::TempDir dir_;
+   orvtest::TempDir dir_;
    const std::string address_ = dir_.unixAddress("s");
-   fixture::AgentHost host_;
+   orvtest::AgentHost host_;
    Agent agent_;
 };
 
@@ -94,15 +95,15 @@ std::vector<Services> allValues() {
 // The RPCs, of all that the wire has, whose calls the server leaves unanswered or refuses as unknown.
 std::set<std::string> unservedBy(const std::shared_ptr<grpc::Channel>& channel) {
    std::set<std::string> unserved;
-   for (const std::string& name : fixture::allServices()) {
-      for (const std::string& rpc : fixture::rpcsWithoutHandler(channel, *fixture::serviceNamed(name)))
+   for (const std::string& name : orvtest::allServices()) {
+      for (const std::string& rpc : orvtest::rpcsWithoutHandler(channel, *orvtest::serviceNamed(name)))
          unserved.insert(name + "." + rpc);
    }
    return unserved;
 }
 std::set<std::string> rpcsOf(const std::string& service) {
    std::set<std::string> rpcs;
-   const auto* const descriptor = fixture::serviceNamed(service);
+   const auto* const descriptor = orvtest::serviceNamed(service);
    for (int i = 0; descriptor != nullptr && i < descriptor->method_count(); ++i)
       rpcs.insert(descriptor->method(i)->full_name());
    return rpcs;
@@ -111,26 +112,26 @@ std::set<std::string> rpcsOf(const std::string& service) {
 TEST(AgentRpcs, everyServiceOfTheWireBelongsToAValueOrToTheAddressForm) {
    std::set<std::string> known(std::begin(services), std::end(services));
    known.insert({pb::orvsdk_service::service_full_name(), "orv.remote.FibMgrService"});
-   const std::vector<std::string> all = fixture::allServices();
+   const std::vector<std::string> all = orvtest::allServices();
    EXPECT_THAT(all, testing::Contains(pb::orvsdk_service::service_full_name()));
    for (const std::string& service : all)
       EXPECT_TRUE(known.contains(service)) << service;
 }
 
 TEST(AgentRpcs, theListFormServesEveryRpcOfEveryMirrorService) {
-   const std::uint64_t before = fixture::liveHandlers();
+   const std::uint64_t before = orvtest::liveHandlers();
    const ListAgent agent(allValues());
    std::size_t rpcs = 0;
    for (const char* service : services)
       rpcs += rpcsOf(service).size();
-   EXPECT_EQ(fixture::liveHandlers() - before, rpcs);
+   EXPECT_EQ(orvtest::liveHandlers() - before, rpcs);
    EXPECT_EQ(unservedBy(agent.channel()), rpcsOf(pb::orvsdk_service::service_full_name()));
 }
 
 TEST(AgentRpcs, theAddressFormServesTheProgrammingServiceToo) {
-   const fixture::TempDir dir;
+   const orvtest::TempDir dir;
    const std::string address = dir.unixAddress("s");
-   fixture::AgentHost host;
+   orvtest::AgentHost host;
    Agent agent(host.sdk, address, true, true);
    agent.on_initialized();
    ASSERT_TRUE(agent.waitUntilServing());
@@ -144,10 +145,10 @@ TEST(AgentRpcs, aValueServesTheRpcsOfItsServiceAlone) {
       const std::set<std::string> rpcs = rpcsOf(services[value]);
       if (rpcs.empty()) continue;
       SCOPED_TRACE(services[value]);
-      const std::uint64_t before = fixture::liveHandlers();
+      const std::uint64_t before = orvtest::liveHandlers();
       const ListAgent agent({static_cast<Services>(value)});
-      EXPECT_EQ(fixture::liveHandlers() - before, rpcs.size());
-      EXPECT_THAT(fixture::rpcsWithoutHandler(agent.channel(), *fixture::serviceNamed(services[value])),
+      EXPECT_EQ(orvtest::liveHandlers() - before, rpcs.size());
+      EXPECT_THAT(orvtest::rpcsWithoutHandler(agent.channel(), *orvtest::serviceNamed(services[value])),
                   IsEmpty());
    }
 }
@@ -157,7 +158,7 @@ grpc::Status ratesStream(const std::shared_ptr<grpc::Channel>& channel, bool& op
    remote::IntfTrafficRatesStreamRequest request;
    // An expression that is refused, but not before the toggle is looked at.
    request.set_intf_name_regex("(");
-   fixture::StreamClient<remote::IntfTrafficRatesStreamResponse> client(
+   orvtest::StreamClient<remote::IntfTrafficRatesStreamResponse> client(
         *stub, &remote::IntfCounterMgrService::Stub::intf_traffic_rates_stream, request);
    opened = client.next().has_value();
    return client.finish();
@@ -165,9 +166,9 @@ grpc::Status ratesStream(const std::shared_ptr<grpc::Channel>& channel, bool& op
 
 // A toggle is read once per process, so each look at one has a process of its own.
 int withTheToggles(bool on) {
-   const fixture::TempDir dir;
+   const orvtest::TempDir dir;
    const std::string value = on ? "true" : "false";
-   std::ofstream(dir.file("OrvSdkRpc.json"))
+   std::ofstream(dir / "OrvSdkRpc.json")
         << R"({"OrvSdkRpcClassMap": )" << value << R"(, "OrvSdkRpcTrafficStream": )" << value
         << R"(, "OrvSdkRpcPbrCountersStream": )" << value << R"(, "OrvSdkRpcMplsIntegratedCallback": )"
         << value << "}";

@@ -8,15 +8,15 @@
 #include <vector>
 
 #include "OrvSdkRpc/agent/Agent.h"
-#include "fixture/AgentHost.h"
-#include "fixture/TempDir.h"
 #include "platform/process/Brevis.h"
 #include "platform/process/Toggles.h"
+#include "testing/base/TempDir.h"
+#include "testing/server/AgentHost.h"
 
 namespace OrvSdkRpc {
 namespace {
 
-using fixture::AgentHost;
+using orvtest::AgentHost;
 using Server::Services;
 using testing::_;
 using testing::InSequence;
@@ -28,7 +28,7 @@ struct StrictHost {
       EXPECT_CALL(sdk, name()).Times(testing::AnyNumber());
    }
    std::string name = "strict";
-   testing::StrictMock<support::MockSdk> sdk;
+   testing::StrictMock<orvtest::MockSdk> sdk;
 };
 
 TEST(AgentServices, theListFormFetchesWhatEachServiceTakesInListOrder) {
@@ -94,7 +94,7 @@ TEST(AgentServices, eachListedValueIsInTheRingTrace) {
 }
 
 TEST(AgentServices, theAddressFormFetchesItsManagersFirst) {
-   testing::NiceMock<support::MockSdk> sdk;
+   testing::NiceMock<orvtest::MockSdk> sdk;
    const std::string name = "address form";
    ON_CALL(sdk, name()).WillByDefault(testing::Return(name));
    // In the order of the calls; each getter answers null here.
@@ -162,8 +162,8 @@ TEST(AgentServices, theOverrideTableIsMountedForTheProgrammingService) {
 
 // A toggle is read once per process, so each look at one has a process of its own.
 int withOverridesOff() {
-   const fixture::TempDir dir;
-   std::ofstream(dir.file("CbfNhg.json")) << R"({"CbfNhgEcmp": false})";
+   const orvtest::TempDir dir;
+   std::ofstream(dir / "CbfNhg.json") << R"({"CbfNhgEcmp": false})";
    toggleDirectoryIs(dir.path());
    EXPECT_EQ(mountsOf(true), mountsOf(false));
    return testing::Test::HasFailure() ? 1 : 0;
@@ -175,8 +175,8 @@ TEST(AgentServicesDeathTest, theOverrideTableIsNotMountedWhereItsToggleIsOff) {
 }
 
 int withTogglesOff() {
-   const fixture::TempDir dir;
-   std::ofstream(dir.file("OrvSdkRpc.json"))
+   const orvtest::TempDir dir;
+   std::ofstream(dir / "OrvSdkRpc.json")
         << R"({"OrvSdkRpcClassMap": false, "OrvSdkRpcTrafficStream": false, "OrvSdkRpcPbrCountersStream": false})";
    toggleDirectoryIs(dir.path());
    StrictHost host;

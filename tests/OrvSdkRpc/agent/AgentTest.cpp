@@ -13,18 +13,19 @@
 #include <vector>
 
 #include "OrvSdkRpcProtos/orvsdk.grpc.pb.h"
-#include "fixture/AgentHost.h"
-#include "fixture/Eventually.h"
-#include "fixture/TempDir.h"
-#include "fixture/TraceCapture.h"
 #include "orv/lock.h"
 #include "platform/process/Brevis.h"
 #include "platform/zelt/Anchors.h"
+#include "testing/base/Eventually.h"
+#include "testing/base/TempDir.h"
+#include "testing/server/AgentHost.h"
+#include "testing/server/LiveHandlers.h"
+#include "testing/server/TraceCapture.h"
 
 namespace OrvSdkRpc {
 namespace {
 
-using fixture::AgentHost;
+using orvtest::AgentHost;
 
 class AgentTest : public testing::Test {
 protected:
@@ -39,14 +40,14 @@ protected:
       return stub->get_rpc_server_state(&context, request, &response);
    }
 
-   fixture::TempDir dir_;
+   orvtest::TempDir dir_;
    AgentHost host_;
-   fixture::TraceCapture traces_{"OrvSdkRpc/0-9"};
+   orvtest::TraceCapture traces_{"OrvSdkRpc/0-9"};
 };
 
 TEST_F(AgentTest, startsServesAndEndsInOrder) {
    const std::string address = dir_.unixAddress("s");
-   const std::uint64_t handlers = fixture::liveHandlers();
+   const std::uint64_t handlers = orvtest::liveHandlers();
    {
       Agent agent(host_.sdk, address, true, false);
       EXPECT_EQ(traces_.count("Agent: OrvSdkRpc-test constructed"), 1U);
@@ -55,19 +56,19 @@ TEST_F(AgentTest, startsServesAndEndsInOrder) {
       EXPECT_EQ(traces_.count("Server listening on: " + address), 1U);
       ASSERT_TRUE(agent.waitUntilServing());
       EXPECT_TRUE(get(address).ok());
-      EXPECT_TRUE(std::filesystem::exists(dir_.file("s")));
-      EXPECT_TRUE(std::filesystem::exists(dir_.file("s.lock")));
+      EXPECT_TRUE(std::filesystem::exists(dir_ / "s"));
+      EXPECT_TRUE(std::filesystem::exists(dir_ / "s.lock"));
       agent.on_agent_enabled(true);
       EXPECT_TRUE(get(address).ok());
       EXPECT_CALL(host_.agentMgr, agent_shutdown_complete_is(true)).WillOnce([&] {
-         EXPECT_FALSE(std::filesystem::exists(dir_.file("s")));
-         EXPECT_FALSE(std::filesystem::exists(dir_.file("s.lock")));
+         EXPECT_FALSE(std::filesystem::exists(dir_ / "s"));
+         EXPECT_FALSE(std::filesystem::exists(dir_ / "s.lock"));
          EXPECT_EQ(traces_.count("Shutdown complete"), 1U);
       });
       agent.on_agent_enabled(false);
       EXPECT_EQ(traces_.count("Shutting down agent: OrvSdkRpc-test"), 1U);
    }
-   EXPECT_EQ(fixture::liveHandlers(), handlers);
+   EXPECT_EQ(orvtest::liveHandlers(), handlers);
 }
 
 TEST_F(AgentTest, withoutBfdThereIsNoProgrammingService) {
@@ -105,7 +106,7 @@ TEST_F(AgentTest, aSecondAgentOnTheSameSocketHasNoServerAndTouchesNothing) {
    }
    EXPECT_TRUE(get(address).ok());
    first.on_agent_enabled(false);
-   EXPECT_FALSE(std::filesystem::exists(dir_.file("s")));
+   EXPECT_FALSE(std::filesystem::exists(dir_ / "s"));
 }
 
 TEST_F(AgentTest, ofTwoAddressesTheFreeOneIsServed) {
@@ -149,28 +150,28 @@ TEST_F(AgentTest, theEndDoesNotWaitForACallThatWaitsForTheMainLoop) {
       client = std::thread([&] { static_cast<void>(get(address)); });
       // The call is with its handler, since its successor is there.
       ASSERT_TRUE(
-           fixture::eventually([] { return fixture::liveHandlers("rpc_server_state_status_msg") == 2; }));
+           orvtest::eventually([] { return orvtest::liveHandlers("rpc_server_state_status_msg") == 2; }));
       agent.on_agent_enabled(false);
       EXPECT_TRUE(Zelt::activityLock().ownedByMe());
    }
    client.join();
-   EXPECT_FALSE(std::filesystem::exists(dir_.file("s")));
+   EXPECT_FALSE(std::filesystem::exists(dir_ / "s"));
 }
 
 // A host that embeds an interpreter: its threads may be what a call waits for.
 class Interpreter {
 public:
    Interpreter() {
-      before = fixture::liveHandlers();
+      before = orvtest::liveHandlers();
       steps.clear();
       Zelt::gilHooksIs({.release = []() -> void* {
-                           steps.emplace_back(fixture::liveHandlers() == before ? "too late" : "released");
+                           steps.emplace_back(orvtest::liveHandlers() == before ? "too late" : "released");
                            return &steps;
                         },
                         .reacquire =
                              [](void* token) {
                                 EXPECT_EQ(token, &steps);
-                                steps.emplace_back(fixture::liveHandlers() == before ? "taken" : "too early");
+                                steps.emplace_back(orvtest::liveHandlers() == before ? "taken" : "too early");
                              }});
    }
    ~Interpreter() { Zelt::gilHooksIs({}); }
@@ -210,8 +211,8 @@ TEST_F(AgentTest, aSecondDisableAcknowledgesAndLeavesANewOwnersFiles) {
    second.on_initialized();
    ASSERT_TRUE(second.waitUntilServing());
    first.on_agent_enabled(false);
-   EXPECT_TRUE(std::filesystem::exists(dir_.file("s")));
-   EXPECT_TRUE(std::filesystem::exists(dir_.file("s.lock")));
+   EXPECT_TRUE(std::filesystem::exists(dir_ / "s"));
+   EXPECT_TRUE(std::filesystem::exists(dir_ / "s.lock"));
    EXPECT_TRUE(get(address).ok());
    second.on_agent_enabled(false);
 }
@@ -224,7 +225,7 @@ TEST_F(AgentTest, theServiceListFormProbesNothing) {
                           .credentials = grpc::InsecureServerCredentials()});
    agent.on_initialized();
    ASSERT_TRUE(agent.waitUntilServing());
-   EXPECT_FALSE(std::filesystem::exists(dir_.file("s.lock")));
+   EXPECT_FALSE(std::filesystem::exists(dir_ / "s.lock"));
    EXPECT_EQ(traces_.count("Using insecure sever, no SSL profile configured."), 1U);
    // The services of the list form do not include the programming service.
    EXPECT_EQ(get(address).error_code(), grpc::StatusCode::UNIMPLEMENTED);
@@ -232,7 +233,7 @@ TEST_F(AgentTest, theServiceListFormProbesNothing) {
 }
 
 TEST_F(AgentTest, aBusyAddressOfTheServiceListFormShowsWhenTheServerFailsToBind) {
-   std::filesystem::create_directory(dir_.file("s"));
+   std::filesystem::create_directory(dir_ / "s");
    Agent agent(host_.sdk, std::vector<Server::Services>{});
    agent.configurationIs(
         {.addresses = {dir_.unixAddress("s")}, .sslProfileState = SslProfileState::NotConfigured});

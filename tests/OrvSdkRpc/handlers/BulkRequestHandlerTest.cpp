@@ -10,19 +10,19 @@
 #include <vector>
 
 #include "OrvSdkRpc/handlers/ErrorText.h"
-#include "fixture/Eventually.h"
-#include "fixture/FreePort.h"
-#include "fixture/ProbeService.h"
-#include "fixture/RunningServer.h"
-#include "fixture/WatchedLock.h"
 #include "orv/error.h"
 #include "orv/lock.h"
+#include "testing/base/Eventually.h"
+#include "testing/base/FreePort.h"
+#include "testing/server/ProbeService.h"
+#include "testing/server/RunningServer.h"
+#include "testing/server/WatchedLock.h"
 
 namespace OrvSdkRpc {
 namespace {
 
-using fixture::ProbeService;
-using fixture::RunningServer;
+using orvtest::ProbeService;
+using orvtest::RunningServer;
 
 struct Answer {
    grpc::Status status;
@@ -79,7 +79,7 @@ TEST(BulkRequestHandler, stopsAtTheFirstFailureAndTellsItInBand) {
    EXPECT_EQ(tried, (std::vector<std::string>{"", "", "argument"}));
 }
 
-// A string with such a byte in it makes the whole reply unreadable for most clients.
+// A string with an invalid byte makes the whole reply unreadable for most clients.
 TEST(BulkRequestHandler, itsTextIsBoundedAndInUtf8) {
    auto service = std::make_unique<ProbeService>();
    service->onOperation = [](const test::ProbeRequest&) {
@@ -111,7 +111,7 @@ TEST(BulkRequestHandler, anEmptyListSucceeds) {
 
 TEST(BulkRequestHandler, holdsOneLockForTheWholeList) {
    for (const char* last : {"", "error"}) {
-      fixture::WatchedLock lock;
+      orvtest::WatchedLock lock;
       auto service = std::make_unique<ProbeService>();
       int items = 0;
       service->onOperation = [&](const test::ProbeRequest&) {
@@ -131,9 +131,9 @@ TEST(BulkRequestHandler, holdsOneLockForTheWholeList) {
 
 // The lock covers the serialising and the start of the answer.
 TEST(BulkRequestHandler, theAnswerIsOnItsWayBeforeTheLockIsFree) {
-   fixture::WatchedLock lock;
+   orvtest::WatchedLock lock;
    std::atomic<bool> answered{false};
-   lock.onRelease = [&] { EXPECT_TRUE(fixture::eventually([&] { return answered.load(); })); };
+   lock.onRelease = [&] { EXPECT_TRUE(orvtest::eventually([&] { return answered.load(); })); };
    RunningServer running{std::make_unique<ProbeService>()};
    EXPECT_EQ(call(running.channel(), {"", ""}).response.count(), 2U);
    answered = true;
@@ -142,7 +142,7 @@ TEST(BulkRequestHandler, theAnswerIsOnItsWayBeforeTheLockIsFree) {
 }
 
 TEST(BulkRequestHandler, repliesWhenTheWholeListIsFinalAndTheLockStillHeld) {
-   fixture::WatchedLock lock;
+   orvtest::WatchedLock lock;
    grpc::CompletionQueue client;
    void* tag = nullptr;
    bool ok = false;
@@ -170,7 +170,7 @@ TEST(BulkRequestHandler, repliesWhenTheWholeListIsFinalAndTheLockStillHeld) {
    grpc::Status status;
    const auto call = stub->Asyncbulk_probe(&context, request, &client);
    call->Finish(&response, &status, &context);
-   ASSERT_TRUE(fixture::eventually([&] {
+   ASSERT_TRUE(orvtest::eventually([&] {
       return client.AsyncNext(&tag, &ok, std::chrono::system_clock::now()) ==
              grpc::CompletionQueue::GOT_EVENT;
    }));
@@ -184,8 +184,8 @@ TEST(BulkRequestHandler, repliesWhenTheWholeListIsFinalAndTheLockStillHeld) {
 }
 
 TEST(BulkRequestHandler, aRejectedPeerIsToldInBandAndAUnaryCallByItsStatus) {
-   // The peer comes from 127.0.0.1, which is local to the second address and not to the first, a unix one.
-   const std::string tcp = fixture::freeLoopbackAddress();
+   // The peer comes from 127.0.0.1. It is local to the second address and not to the first, a unix socket.
+   const std::string tcp = orvtest::freeLoopbackAddress();
    auto service = std::make_unique<ProbeService>();
    int served = 0;
    service->onOperation = [&](const test::ProbeRequest&) { ++served; };
@@ -205,7 +205,7 @@ TEST(BulkRequestHandler, aRejectedPeerIsToldInBandAndAUnaryCallByItsStatus) {
    const grpc::Status status = stub->probe(&context, test::ProbeRequest(), &response);
    EXPECT_EQ(status.error_code(), grpc::StatusCode::UNAUTHENTICATED);
    EXPECT_EQ(status.error_message(), "Insecure remote client rejected");
-   // A unix peer is local to both.
+   // A unix peer is local to both addresses.
    EXPECT_EQ(call(running.channel(), {""}).response.count(), 1U);
    running.stop();
    EXPECT_EQ(served, 1);

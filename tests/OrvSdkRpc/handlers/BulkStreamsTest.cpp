@@ -7,21 +7,23 @@
 #include <string>
 #include <vector>
 
-#include "fixture/StreamTest.h"
+#include "testing/base/Eventually.h"
+#include "testing/server/LiveHandlers.h"
+#include "testing/server/StreamFixture.h"
 
 namespace OrvSdkRpc {
 namespace {
 
-using fixture::eventually;
-using fixture::PumpHold;
-using fixture::tracesWith;
-using RatesClient = fixture::StreamClient<test::RatesResponse>;
-using CountersClient = fixture::StreamClient<test::CountersResponse>;
+using orvtest::eventually;
+using orvtest::PumpHold;
+using orvtest::tracesWith;
+using RatesClient = orvtest::StreamClient<test::RatesResponse>;
+using CountersClient = orvtest::StreamClient<test::CountersResponse>;
 
 using Steps = std::vector<std::string>;
 
-// What a stream did, from its traces of level 8 but for the first few.
-Steps steps(const fixture::TraceCapture& traces, std::size_t first = 0) {
+// What a stream did, from its traces of level 8 without the first few.
+Steps steps(const orvtest::TraceCapture& traces, std::size_t first = 0) {
    Steps steps;
    const std::vector<std::string> texts = traces.texts();
    for (std::size_t i = first; i < texts.size(); ++i) {
@@ -42,7 +44,7 @@ Steps steps(const fixture::TraceCapture& traces, std::size_t first = 0) {
    return steps;
 }
 
-class RatesStreamTest : public fixture::StreamTest {
+class RatesStreamTest : public orvtest::StreamFixture {
 protected:
    std::unique_ptr<RatesClient> rates(const std::string& names = "", bool firstMessage = false) {
       const std::size_t before = service_->rateStreams().getHandlers().size();
@@ -64,7 +66,7 @@ protected:
 
 TEST_F(RatesStreamTest, anEntryForAKeyThatWaitsIsMergedAndSetsNoAlarm) {
    const auto client = rates();
-   const fixture::TraceCapture traces("stream-probe/8-9");
+   const orvtest::TraceCapture traces("stream-probe/8-9");
    {
       PumpHold hold(*service_, *stub_);
       test::RatesEntry entry;
@@ -93,7 +95,7 @@ TEST_F(RatesStreamTest, anEntryForAKeyThatWaitsIsMergedAndSetsNoAlarm) {
 
 TEST_F(RatesStreamTest, aThousandAndOneKeysMakeTwoBatchesEachFromAnAlarmOfItsOwn) {
    const auto client = rates();
-   const fixture::TraceCapture traces("stream-probe/8");
+   const orvtest::TraceCapture traces("stream-probe/8");
    {
       PumpHold hold(*service_, *stub_);
       for (int i = 0; i < 1001; ++i)
@@ -108,7 +110,7 @@ TEST_F(RatesStreamTest, aThousandAndOneKeysMakeTwoBatchesEachFromAnAlarmOfItsOwn
          EXPECT_TRUE(names.insert(entry.name()).second);
    }
    EXPECT_EQ(names.size(), 1001U);
-   // The write that completed set the second alarm, and wrote nothing.
+   // The completed write set the second alarm, and wrote nothing itself.
    EXPECT_TRUE(eventually([&] { return traces.texts().size() >= 8; }));
    EXPECT_EQ(steps(traces), (Steps{"alarm set", "alarm fired", "wrote 1000", "write done",  //
                                    "alarm set", "alarm fired", "wrote 1", "write done"}));
@@ -124,7 +126,7 @@ TEST_F(RatesStreamTest, keysThatComeWhileABatchStandsGoOutLaterEachOnce) {
    }
    auto first = client->next();
    ASSERT_EQ(first->data_size(), 1000);
-   // Some of them fall in front of the resume point.
+   // Some of these keys come before the resume point.
    for (int i = 1500; i < 2500; ++i)
       service_->publishRate(port(i), 1);
    std::multiset<std::string> names;
@@ -142,7 +144,7 @@ TEST_F(RatesStreamTest, keysThatComeWhileABatchStandsGoOutLaterEachOnce) {
 
 TEST_F(RatesStreamTest, aNewKeyInFrontOfTheResumePointStaysForALaterPass) {
    const auto client = rates();
-   // A batch is more than the client's window, so it stands until it is read.
+   // A batch is larger than the client's window, so its write does not complete until the client reads it.
    const std::string wide(16U << 10, 'x');
    const auto publish = [&](int begin, int end) {
       for (int i = begin; i < end; ++i) {
@@ -152,7 +154,7 @@ TEST_F(RatesStreamTest, aNewKeyInFrontOfTheResumePointStaysForALaterPass) {
          service_->rateStreams().publishBulk(port(i), entry);
       }
    };
-   const fixture::TraceCapture traces("stream-probe/8");
+   const orvtest::TraceCapture traces("stream-probe/8");
    {
       PumpHold hold(*service_, *stub_);
       publish(0, 1500);
@@ -161,7 +163,8 @@ TEST_F(RatesStreamTest, aNewKeyInFrontOfTheResumePointStaysForALaterPass) {
    publish(1500, 1600);
    const auto first = client->next();
    ASSERT_EQ(first->data_size(), 1000);
-   // From the resume point to the end: what was left, and of the new keys those behind that point.
+   // From the resume point to the end: the keys that were left, and those new keys that come after that
+   // point.
    const auto second = client->next();
    const std::set<std::string> resumed = namesOf(*second);
    std::set<std::string> names = namesOf(*first);
@@ -190,7 +193,7 @@ TEST_F(RatesStreamTest, eachStreamHasAFilterOfWholeNames) {
    const auto tens = rates("Ethernet1\\d");
    const auto everything = rates();
    {
-      // All of them are in the tables before anything is written, so each stream has one batch.
+      // All values are in the tables before anything is written, so each stream writes one batch.
       PumpHold hold(*service_, *stub_);
       for (const std::string& name : {port(1), port(10), port(11), port(2), port(100), "a" + port(1)})
          service_->publishRate(name, 1);
@@ -198,7 +201,7 @@ TEST_F(RatesStreamTest, eachStreamHasAFilterOfWholeNames) {
    EXPECT_EQ(namesOf(*one->next()), std::set<std::string>{port(1)});
    EXPECT_EQ(namesOf(*tens->next()), (std::set<std::string>{port(10), port(11)}));
    EXPECT_EQ(everything->next()->data_size(), 6);
-   // Nothing was left behind either.
+   // Values that a stream does not want are not kept for it either.
    service_->publishRate(port(1), 2);
    service_->publishRate(port(10), 2);
    EXPECT_EQ(namesOf(*one->next()), std::set<std::string>{port(1)});
@@ -220,7 +223,7 @@ TEST_F(RatesStreamTest, aBadExpressionIsTheStatusOfTheCall) {
 
 TEST_F(RatesStreamTest, aSlowClientGetsTheLatestValuesAndStaysConnected) {
    const auto client = rates();
-   // More than the client's window, and nobody reads.
+   // Larger than the client's window, and the client does not read.
    test::RatesEntry big;
    big.set_name(std::string(8U << 20, 'x'));
    service_->rateStreams().publishBulk(std::string("big"), big);
@@ -247,15 +250,15 @@ TEST_F(RatesStreamTest, aClientThatLeavesIsFreedWithWhatWaits) {
    service_->rateStreams().publishBulk(std::string("big"), big);
    for (int i = 0; i < 100; ++i)
       service_->publishRate(port(i), 1);
-   EXPECT_GE(fixture::liveHandlers("test::RatesEntry"), 100U);
+   EXPECT_GE(orvtest::liveHandlers("test::RatesEntry"), 100U);
    idle->cancel();
    writing->cancel();
    expectAllFreed("Rates");
    EXPECT_TRUE(eventually([&] { return !service_->rateStreams().watching; }));
-   EXPECT_TRUE(eventually([&] { return fixture::liveHandlers("test::RatesEntry") == 0; }));
+   EXPECT_TRUE(eventually([&] { return orvtest::liveHandlers("test::RatesEntry") == 0; }));
 }
 
-class CountersStreamTest : public fixture::StreamTest {
+class CountersStreamTest : public orvtest::StreamFixture {
 protected:
    using Entry = test::CountersEntry;
 
@@ -264,7 +267,7 @@ protected:
       EXPECT_TRUE(eventually([&] { return service_->counterStreams().getHandlers().size() == 1; }));
       return client;
    }
-   // A stream whose empty snapshot has been received.
+   // A stream whose empty snapshot the client has received.
    std::unique_ptr<CountersClient> live() {
       auto client = counters();
       EXPECT_EQ(client->next()->data_size(), 0);
@@ -285,7 +288,7 @@ protected:
 };
 
 TEST_F(CountersStreamTest, anEmptySnapshotIsOneEmptyResponse) {
-   const fixture::TraceCapture traces("stream-probe/9");
+   const orvtest::TraceCapture traces("stream-probe/9");
    const auto client = counters();
    EXPECT_EQ(client->next()->data_size(), 0);
    EXPECT_TRUE(eventually([&] { return tracesWith(traces, "handler 0x") == 1; }));
@@ -301,7 +304,7 @@ TEST_F(CountersStreamTest, theSnapshotComesWholeAndLiveEntriesWaitForItsEnd) {
       *response.add_data() = entry(100 + i, i);
       change([&] { service_->snapshot.push_back(response); });
    }
-   // The controller is told before the snapshot has gone out, so these come in the middle of it.
+   // The controller starts before the snapshot is sent, so these entries are published in the middle of it.
    change([&] {
       service_->counterStreams().onStart = [&] {
          service_->publishCounter(entry(1, 10));
@@ -361,7 +364,7 @@ TEST_F(CountersStreamTest, aKeyThatTheDefinitionGivesUpLeavesTheTable) {
 }
 
 TEST_F(CountersStreamTest, anAlarmThatFindsTheTableEmptyWritesNothing) {
-   const fixture::TraceCapture traces("stream-probe/8");
+   const orvtest::TraceCapture traces("stream-probe/8");
    const auto client = live();
    ASSERT_TRUE(eventually([&] { return steps(traces).back() == "write done"; }));
    const std::size_t before = traces.texts().size();
@@ -469,7 +472,7 @@ TEST(BulkStreams, theSizeOfABatchIsThatOfItsResponse) {
       bytes.add(entry);
    }
    test::CountersEntry last;
-   // What is left for one more entry, by its own size: three bytes of header in front of the text.
+   // One more entry whose own size fills the rest of the limit: its text has four bytes of header.
    last.set_padding(std::string(65535 - response.ByteSizeLong() - 4, 'x'));
    ASSERT_EQ(last.ByteSizeLong() + response.ByteSizeLong(), 65535U);
    EXPECT_TRUE(bytes.fits(last));

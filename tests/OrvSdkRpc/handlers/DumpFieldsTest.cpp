@@ -4,8 +4,8 @@
 
 #include <vector>
 
-#include "fixture/StreamProbe.h"
-#include "fixture/TraceCapture.h"
+#include "testing/server/StreamProbe.h"
+#include "testing/server/TraceCapture.h"
 
 namespace OrvSdkRpc {
 namespace {
@@ -13,10 +13,10 @@ namespace {
 using Texts = std::vector<std::string>;
 
 // What WatchTable reads of a request that lists these fields.
-class Selection : public fixture::WatchTable {
+class Selection : public orvtest::WatchTable {
 public:
    explicit Selection(std::initializer_list<int> fields) {
-      fixture::StreamProbe service;
+      orvtest::StreamProbe service;
       test::WatchRequest request;
       for (const int field : fields)
          request.mutable_fields_control()->add_fields(static_cast<test::WatchField>(field));
@@ -37,7 +37,7 @@ TEST(DumpFields, aListedFieldIsSelectedAndNoOther) {
 }
 
 TEST(DumpFields, zeroSelectsAllAndTheRestIsNotRead) {
-   const fixture::TraceCapture traces("stream-probe/0-9");
+   const orvtest::TraceCapture traces("stream-probe/0-9");
    const Selection selection({test::WATCH_FIELD_ALL, 7});
    EXPECT_TRUE(selection.any);
    EXPECT_TRUE(selection.number);
@@ -46,17 +46,17 @@ TEST(DumpFields, zeroSelectsAllAndTheRestIsNotRead) {
 }
 
 TEST(DumpFields, aNumberThatIsNoFieldIsTracedAndPassedOver) {
-   const fixture::TraceCapture traces("stream-probe/0-9");
+   const orvtest::TraceCapture traces("stream-probe/0-9");
    const Selection selection({7, -1, test::WATCH_FIELD_NUMBER});
    EXPECT_TRUE(selection.any);
    EXPECT_TRUE(selection.number);
    EXPECT_FALSE(selection.payload);
    EXPECT_EQ(traces.texts(), (Texts{"No field 7 of the table", "No field -1 of the table"}));
-   EXPECT_EQ(traces.countAt(fixture::tableTraces.level), 2U);
+   EXPECT_EQ(traces.countAt(orvtest::tableTraces.level), 2U);
 }
 
 TEST(DumpFields, withoutAFieldThereIsNoDump) {
-   const fixture::TraceCapture traces("stream-probe/0-9");
+   const orvtest::TraceCapture traces("stream-probe/0-9");
    EXPECT_FALSE(Selection({}).any);
    EXPECT_FALSE(Selection({3}).any);
    EXPECT_EQ(traces.texts(),

@@ -10,23 +10,24 @@
 #include <thread>
 #include <vector>
 
-#include "fixture/StreamTest.h"
 #include "orv/error.h"
 #include "orv/tracer.h"
 #include "platform/pavo/Allocator.h"
+#include "testing/base/Eventually.h"
+#include "testing/server/StreamFixture.h"
 
 namespace OrvSdkRpc {
 namespace {
 
-using fixture::eventually;
-using fixture::PumpHold;
-using fixture::tracesWith;
+using orvtest::eventually;
+using orvtest::PumpHold;
+using orvtest::tracesWith;
 
 constexpr int allFields = test::WATCH_FIELD_ALL;
 constexpr int number = test::WATCH_FIELD_NUMBER;
 constexpr int payload = test::WATCH_FIELD_PAYLOAD;
 
-class DumpStreamingHandlerTest : public fixture::StreamTest {
+class DumpStreamingHandlerTest : public orvtest::StreamFixture {
 protected:
    void tableIs(std::initializer_list<std::pair<const std::string, std::uint64_t>> table) {
       orv::sdk_scoped_lock lock;
@@ -86,7 +87,7 @@ TEST_F(DumpStreamingHandlerTest, withoutADumpTheRequestDecidesAboutTheAcknowledg
 }
 
 TEST_F(DumpStreamingHandlerTest, theTableComesFirstThenTheAcknowledgementThenEvents) {
-   const fixture::TraceCapture traces("stream-probe/9");
+   const orvtest::TraceCapture traces("stream-probe/9");
    tableIs({{"a", 1}, {"b", 2}, {"c", 3}});
    const auto client = watchTable(withFields(all(), {allFields}));
    EXPECT_EQ(client->next()->number(), 1U);
@@ -113,7 +114,7 @@ TEST_F(DumpStreamingHandlerTest, aDumpIsAcknowledgedOnceWhateverTheRequestSays) 
 }
 
 TEST_F(DumpStreamingHandlerTest, anEmptyTableIsAcknowledgedAtOnce) {
-   const fixture::TraceCapture traces("stream-probe/9");
+   const orvtest::TraceCapture traces("stream-probe/9");
    EXPECT_EQ(dumped(*watchTable(withFields(all(), {allFields}))), Keys{"ack"});
    EXPECT_EQ(tracesWith(traces, "handler 0x"), 1U);
 }
@@ -211,7 +212,7 @@ TEST_F(DumpStreamingHandlerTest, aStreamOfOneKeyGetsThatElementAndGoesOnWithTheN
 }
 
 TEST_F(DumpStreamingHandlerTest, oneElementFollowsEachWriteThatCompletesAndNoAlarm) {
-   const fixture::TraceCapture traces("stream-probe/9");
+   const orvtest::TraceCapture traces("stream-probe/9");
    tableIs({{"a", 1}, {"b", 2}, {"c", 3}, {"d", 4}, {"e", 5}});
    std::atomic<int> made{0};
    change([&] { service_->onDumpElement = [&](const std::string&) { ++made; }; });

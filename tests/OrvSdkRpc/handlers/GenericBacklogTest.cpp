@@ -12,12 +12,13 @@
 #include <utility>
 #include <vector>
 
-#include "fixture/CpuTime.h"
-#include "fixture/StreamTest.h"
 #include "platform/gorm/TaskScheduler.h"
 #include "platform/zelt/ActivityLock.h"
 #include "platform/zelt/Anchors.h"
 #include "platform/zelt/Clock.h"
+#include "testing/base/CpuTime.h"
+#include "testing/base/Eventually.h"
+#include "testing/server/StreamFixture.h"
 
 namespace OrvSdkRpc {
 namespace {
@@ -179,19 +180,19 @@ TEST_F(GenericBacklogTest, whatIsPendingGoesWithTheBacklog) {
 
 // The way of a service: callbacks on the main loop, a watcher of all ports, a million link changes.
 TEST(GenericBacklog, aStormReachesTheWatcherAsTheLastStateOfEachPortAndThePingStaysQuick) {
-   auto* const service = new fixture::StreamProbe;
-   fixture::RunningServer running{std::unique_ptr<fixture::StreamProbe>(service)};
+   auto* const service = new orvtest::StreamProbe;
+   orvtest::RunningServer running{std::unique_ptr<orvtest::StreamProbe>(service)};
    const auto stub = running.stub<test::StreamProbeService>();
    struct Publish {
-      fixture::StreamProbe* service;
+      orvtest::StreamProbe* service;
       void operator()(int, test::WatchResponse& message) { service->subscriptions().publish(message); }
    };
    const auto scheduler = Pavo::makePtr<Gorm::TaskScheduler>("storm");
    GenericBacklog<int, test::WatchResponse, Publish> backlog("backlog", scheduler, Publish{service});
    test::WatchRequest request;
    request.set_all(true);
-   fixture::StreamClient<test::WatchResponse> client(*stub, &test::StreamProbeService::Stub::watch, request);
-   ASSERT_TRUE(fixture::eventually([&] { return service->subscriptions().getHandlers().size() == 1; }));
+   orvtest::StreamClient<test::WatchResponse> client(*stub, &test::StreamProbeService::Stub::watch, request);
+   ASSERT_TRUE(orvtest::eventually([&] { return service->subscriptions().getHandlers().size() == 1; }));
 
    constexpr int ports = 64;
    constexpr std::uint64_t changes = 1'000'000;
@@ -200,7 +201,7 @@ TEST(GenericBacklog, aStormReachesTheWatcherAsTheLastStateOfEachPortAndThePingSt
    std::vector<std::int64_t> pings;
    std::int64_t asked = 0;
    const auto ping = Pavo::makePtr<Gorm::Task>(scheduler, "ping", Gorm::priorityUrgent, [&] {
-      pings.push_back(fixture::threadCpuNanos() - asked);
+      pings.push_back(orvtest::threadCpuNanos() - asked);
       asked = 0;
    });
    // The changes come in callbacks of one task, as the switch makes them, and somebody pings all the time.
@@ -213,7 +214,7 @@ TEST(GenericBacklog, aStormReachesTheWatcherAsTheLastStateOfEachPortAndThePingSt
          message.set_key(std::to_string(port));
          message.set_number(++made);
          if (made % 1000 == 0 && asked == 0) {
-            asked = fixture::threadCpuNanos();
+            asked = orvtest::threadCpuNanos();
             ping->scheduleTask();
          }
       }
@@ -239,8 +240,8 @@ TEST(GenericBacklog, aStormReachesTheWatcherAsTheLastStateOfEachPortAndThePingSt
    EXPECT_LT(received, changes / 2);
    std::sort(pings.begin(), pings.end());
    ASSERT_GE(pings.size(), 10U);
-   EXPECT_LT(pings[(pings.size() - 1) * 99 / 100], 10 * Zelt::nanosPerMilli * fixture::slowdown());
-   EXPECT_LT(pings.back(), 20 * Zelt::nanosPerMilli * fixture::slowdown());
+   EXPECT_LT(pings[(pings.size() - 1) * 99 / 100], 10 * Zelt::nanosPerMilli * orvtest::slowdown());
+   EXPECT_LT(pings.back(), 20 * Zelt::nanosPerMilli * orvtest::slowdown());
    storm->retire();
    ping->retire();
 }

@@ -5,17 +5,19 @@
 #include <optional>
 #include <vector>
 
-#include "fixture/StreamTest.h"
 #include "orv/error.h"
+#include "testing/base/Eventually.h"
+#include "testing/server/LiveHandlers.h"
+#include "testing/server/StreamFixture.h"
 
 namespace OrvSdkRpc {
 namespace {
 
-using fixture::eventually;
-using fixture::StreamClient;
-using fixture::tracesWith;
+using orvtest::eventually;
+using orvtest::StreamClient;
+using orvtest::tracesWith;
 
-class IteratorStreamingHandlerTest : public fixture::StreamTest {
+class IteratorStreamingHandlerTest : public orvtest::StreamFixture {
 protected:
    using RowsClient = StreamClient<test::Row>;
 
@@ -28,7 +30,7 @@ protected:
 };
 
 TEST_F(IteratorStreamingHandlerTest, anEmptyTableIsOkWithoutAMessage) {
-   const fixture::TraceCapture traces("stream-probe/9");
+   const orvtest::TraceCapture traces("stream-probe/9");
    auto client = rows(0);
    EXPECT_EQ(client.next(), std::nullopt);
    EXPECT_TRUE(client.finish().ok());
@@ -38,7 +40,7 @@ TEST_F(IteratorStreamingHandlerTest, anEmptyTableIsOkWithoutAMessage) {
 }
 
 TEST_F(IteratorStreamingHandlerTest, theStatusFollowsTheLastElement) {
-   const fixture::TraceCapture traces("stream-probe/9");
+   const orvtest::TraceCapture traces("stream-probe/9");
    for (const std::uint32_t count : {1U, 2U, 3U, 1000U}) {
       auto client = rows(count);
       const std::vector<test::Row> all = client.rest();
@@ -53,7 +55,7 @@ TEST_F(IteratorStreamingHandlerTest, theStatusFollowsTheLastElement) {
 }
 
 TEST_F(IteratorStreamingHandlerTest, anErrorOfTheIteratorIsTheStatusOfTheCall) {
-   const fixture::TraceCapture traces("stream-probe/9");
+   const orvtest::TraceCapture traces("stream-probe/9");
    const std::pair<const char*, grpc::StatusCode> table[] = {
         {"range", grpc::StatusCode::OUT_OF_RANGE},
         {"argument", grpc::StatusCode::INVALID_ARGUMENT},
@@ -110,7 +112,7 @@ TEST_F(IteratorStreamingHandlerTest, aSlowClientHoldsUpItsWalkAndNobodyElse) {
 TEST_F(IteratorStreamingHandlerTest, theBufferHintReachesGrpcSoTheWalkRunsAheadOfTheWindow) {
    constexpr std::size_t payload = 1000;
    constexpr std::size_t window = 65535;
-   const fixture::TraceCapture traces("stream-probe/9");
+   const orvtest::TraceCapture traces("stream-probe/9");
    service_->rowPayload = payload;
    const auto own = stub();
    test::RowsRequest request;
@@ -137,7 +139,7 @@ TEST_F(IteratorStreamingHandlerTest, stopEndsAWalkThatCannotProceed) {
    auto client = rows(1000);
    ASSERT_TRUE(client.next());
    running_->stop();
-   EXPECT_EQ(fixture::liveHandlers("fixture::Rows,"), 0U);
+   EXPECT_EQ(orvtest::liveHandlers("orvtest::Rows,"), 0U);
 }
 
 // The walk by itself, with what it writes recorded.
@@ -183,7 +185,7 @@ private:
    int rows_;
 };
 
-class ListStreamTest : public fixture::StreamTest {};
+class ListStreamTest : public orvtest::StreamFixture {};
 
 TEST_F(ListStreamTest, oneElementIsOnePlainWriteAndTheStatusComesAfterItsCompletion) {
    RecordedList list(*service_, 1);
@@ -267,9 +269,9 @@ TEST_F(ListStreamTest, aServerThatStopsEndsTheWalkAtItsNextStep) {
 }
 
 TEST(ListStream, aRemotePeerOfAnInsecureServerIsRejectedBeforeTheIteratorIsMade) {
-   auto* const service = new fixture::StreamProbe;
-   const fixture::RunningServer running{
-        std::unique_ptr<fixture::StreamProbe>(service),
+   auto* const service = new orvtest::StreamProbe;
+   const orvtest::RunningServer running{
+        std::unique_ptr<orvtest::StreamProbe>(service),
         {.sslProfileState = SslProfileState::NotConfigured, .allowInsecureRemote = false}};
    RecordedList list(*service, 3);
    list.process(list.tag());

@@ -5,13 +5,13 @@
 #include <string>
 
 #include "OrvSdkRpc/handlers/BulkStreams.h"
-#include "fixture/StreamProbe.h"
+#include "testing/server/StreamProbe.h"
 
 namespace OrvSdkRpc {
 namespace {
 
 struct Batches {
-   static constexpr auto method = &fixture::StreamProbe::AsyncService::Requestcounters;
+   static constexpr auto method = &orvtest::StreamProbe::AsyncService::Requestcounters;
    using Entry = test::CountersEntry;
    static constexpr int batchMax = 3;
    static auto& entries(test::CountersResponse& response) { return *response.mutable_data(); }

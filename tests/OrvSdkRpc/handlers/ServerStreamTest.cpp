@@ -5,8 +5,8 @@
 #include <string>
 #include <utility>
 
-#include "fixture/FreePort.h"
-#include "fixture/StreamTest.h"
+#include "testing/base/FreePort.h"
+#include "testing/server/StreamFixture.h"
 
 namespace OrvSdkRpc {
 namespace {
@@ -15,12 +15,12 @@ constexpr int allFields = test::WATCH_FIELD_ALL;
 
 // An insecure server on two addresses: a peer that comes to 127.0.0.1 is not local to the other one, a unix
 // socket, while a peer from there is local to both.
-class InsecureServerTest : public fixture::StreamTest {
+class InsecureServerTest : public orvtest::StreamFixture {
 protected:
-   explicit InsecureServerTest(std::string tcp = fixture::freeLoopbackAddress())
-        : StreamTest(streamQueueLimit, {.addresses = {tcp},
-                                        .sslProfileState = SslProfileState::NotConfigured,
-                                        .allowInsecureRemote = false}),
+   explicit InsecureServerTest(std::string tcp = orvtest::freeLoopbackAddress())
+        : StreamFixture(streamQueueLimit, {.addresses = {tcp},
+                                           .sslProfileState = SslProfileState::NotConfigured,
+                                           .allowInsecureRemote = false}),
           remote_(stub(tcp)) {}
 
    // Opens the stream from afar.
@@ -28,7 +28,7 @@ protected:
    void expectRejected(std::unique_ptr<grpc::ClientReader<Rp>> (Stub::*call)(grpc::ClientContext*, const Rq&),
                        const Rq& request) {
       SCOPED_TRACE(Rq::descriptor()->name() + " " + request.ShortDebugString());
-      fixture::StreamClient<Rp> client(*remote_, call, request);
+      orvtest::StreamClient<Rp> client(*remote_, call, request);
       EXPECT_FALSE(client.next()) << "something was written";
       const grpc::Status status = client.finish();
       EXPECT_EQ(status.error_code(), grpc::StatusCode::UNAUTHENTICATED);
@@ -97,13 +97,13 @@ TEST_F(InsecureServerTest, aRemotePeerGetsNoBatchesNoFirstMessageAndNoSnapshot) 
 
 TEST_F(InsecureServerTest, aLocalPeerGetsItsStreams) {
    change([&] { service_->table = {{"a", 1}}; });
-   fixture::StreamClient<test::WatchResponse> dump(*stub_, &Stub::watch_table,
+   orvtest::StreamClient<test::WatchResponse> dump(*stub_, &Stub::watch_table,
                                                    withFields(all(), {allFields}));
    EXPECT_EQ(dump.next()->key(), "a");
    EXPECT_TRUE(dump.next()->ack());
    test::RatesRequest request;
    request.set_first_message(true);
-   fixture::StreamClient<test::RatesResponse> rates(*stub_, &Stub::rates, request);
+   orvtest::StreamClient<test::RatesResponse> rates(*stub_, &Stub::rates, request);
    EXPECT_EQ(rates.next()->data_size(), 0);
 }
 

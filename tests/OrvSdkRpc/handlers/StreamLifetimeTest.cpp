@@ -9,21 +9,23 @@
 #include <thread>
 #include <vector>
 
-#include "fixture/RawCall.h"
-#include "fixture/StreamTest.h"
+#include "testing/base/Eventually.h"
+#include "testing/server/LiveHandlers.h"
+#include "testing/server/RawCall.h"
+#include "testing/server/StreamFixture.h"
 
 namespace OrvSdkRpc {
 namespace {
 
-using fixture::eventually;
-using fixture::liveHandlers;
-using fixture::PumpHold;
-using RatesClient = fixture::StreamClient<test::RatesResponse>;
-using CountersClient = fixture::StreamClient<test::CountersResponse>;
+using orvtest::eventually;
+using orvtest::liveHandlers;
+using orvtest::PumpHold;
+using RatesClient = orvtest::StreamClient<test::RatesResponse>;
+using CountersClient = orvtest::StreamClient<test::CountersResponse>;
 
 constexpr int allFields = test::WATCH_FIELD_ALL;
 
-class StreamLifetimeTest : public fixture::StreamTest {
+class StreamLifetimeTest : public orvtest::StreamFixture {
 protected:
    void expectNothingLeft() {
       for (const char* definition : {"Watch", "WatchTable", "Rates", "Counters", "Rows"})
@@ -46,7 +48,7 @@ protected:
             service_->publishTable("k", i);
             service_->publishRate("Ethernet" + std::to_string(i % 10), i);
          }
-         fixture::StreamClient<test::Row>(*own, &Stub::rows, test::RowsRequest()).rest();
+         orvtest::StreamClient<test::Row>(*own, &Stub::rows, test::RowsRequest()).rest();
       }
    }
    // Everything that the counting allocator has of this service, messages too.
@@ -122,7 +124,7 @@ TEST_F(StreamLifetimeTest, cancelAfterAnOverflow) {
 
 TEST_F(StreamLifetimeTest, anIdleWatchWhoseClientIsKilledIsGoneAtOnce) {
    const std::string path = running_->address().substr(std::string("unix://").size());
-   fixture::RawCall client(path, "/OrvSdkRpc.test.StreamProbeService/watch");
+   orvtest::RawCall client(path, "/OrvSdkRpc.test.StreamProbeService/watch");
    ASSERT_TRUE(eventually([&] { return watchers() == 1; }));
    EXPECT_TRUE(service_->watching);
    client.vanish();
@@ -131,7 +133,7 @@ TEST_F(StreamLifetimeTest, anIdleWatchWhoseClientIsKilledIsGoneAtOnce) {
 
 TEST_F(StreamLifetimeTest, aWatchWhoseClientIsKilledDuringAWriteIsGoneAtOnce) {
    const std::string path = running_->address().substr(std::string("unix://").size());
-   fixture::RawCall client(path, "/OrvSdkRpc.test.StreamProbeService/rates");
+   orvtest::RawCall client(path, "/OrvSdkRpc.test.StreamProbeService/rates");
    ASSERT_TRUE(eventually([&] { return service_->rateStreams().getHandlers().size() == 1; }));
    for (int i = 0; i < 100'000; ++i)
       service_->publishRate("Ethernet" + std::to_string(i), 1);
@@ -209,7 +211,7 @@ TEST_F(StreamLifetimeTest, stopWithHundredsOfStreamsInEveryStateIsPromptAndLeave
    running_->stop();
    const auto stopped = std::chrono::steady_clock::now() - begin;
    RecordProperty("stop_ms", std::to_string(stopped / std::chrono::milliseconds(1)));
-   EXPECT_LT(stopped, std::chrono::seconds(5 * fixture::slowdown()));
+   EXPECT_LT(stopped, std::chrono::seconds(5 * orvtest::slowdown()));
    over = true;
    publisher.join();
    EXPECT_EQ(running_->server().tags().size(), 0U);
@@ -252,7 +254,7 @@ TEST_F(StreamLifetimeTest, clientsThatLeaveWhileTheServerStopsLeaveNothing) {
 
 TEST_F(StreamLifetimeTest, stopDoesNotWaitForAClientThatTakesNothingOffItsSocket) {
    const std::string path = running_->address().substr(std::string("unix://").size());
-   const fixture::RawCall client(path, "/OrvSdkRpc.test.StreamProbeService/watch", all().SerializeAsString());
+   const orvtest::RawCall client(path, "/OrvSdkRpc.test.StreamProbeService/watch", all().SerializeAsString());
    ASSERT_TRUE(eventually([&] { return watchers() == 1; }));
    for (int i = 0; i < 20; ++i)
       service_->publish("k", 1, 1U << 20);
@@ -262,15 +264,15 @@ TEST_F(StreamLifetimeTest, stopDoesNotWaitForAClientThatTakesNothingOffItsSocket
    ASSERT_GT(static_cast<EventStream&>(*stream).queued(), 10U);
    const auto begin = std::chrono::steady_clock::now();
    running_->stop();
-   EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(5 * fixture::slowdown()));
+   EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(5 * orvtest::slowdown()));
    EXPECT_EQ(running_->server().tags().size(), 0U);
    EXPECT_EQ(stream.use_count(), 1);
 }
 
 // A queue of four, so that streams overflow all the time, on either thread.
-class TinyQueueTest : public fixture::StreamTest {
+class TinyQueueTest : public orvtest::StreamFixture {
 protected:
-   TinyQueueTest() : StreamTest(4) {}
+   TinyQueueTest() : StreamFixture(4) {}
 };
 
 TEST_F(TinyQueueTest, aPublisherWithTheSdksLockADumpAndAnOverflowDoNotWaitForEachOther) {

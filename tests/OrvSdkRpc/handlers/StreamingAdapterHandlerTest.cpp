@@ -5,13 +5,14 @@
 #include <memory>
 #include <vector>
 
-#include "fixture/StreamTest.h"
 #include "orv/error.h"
+#include "testing/base/Eventually.h"
+#include "testing/server/StreamFixture.h"
 
 namespace OrvSdkRpc {
 namespace {
 
-class StreamingAdapterHandlerTest : public fixture::StreamTest {};
+class StreamingAdapterHandlerTest : public orvtest::StreamFixture {};
 
 TEST_F(StreamingAdapterHandlerTest, eachStreamHasItsOwnFilter) {
    const auto everything = watch();
@@ -51,16 +52,16 @@ TEST_F(StreamingAdapterHandlerTest, theQueueLimitIsTheSameForEveryService) {
 }
 
 // A limit that nothing but the handler before can have told.
-class SmallQueueTest : public fixture::StreamTest {
+class SmallQueueTest : public orvtest::StreamFixture {
 protected:
-   SmallQueueTest() : StreamTest(7) {}
+   SmallQueueTest() : StreamFixture(7) {}
 };
 
 TEST_F(SmallQueueTest, theSuccessorHasTheQueueLimitOfItsPredecessor) {
    std::vector<std::unique_ptr<WatchClient>> clients;
    for (std::size_t i = 1; i <= 3; ++i) {
       clients.push_back(watchTable(all()));
-      ASSERT_TRUE(fixture::eventually([&] { return tableWatchers() == i; }));
+      ASSERT_TRUE(orvtest::eventually([&] { return tableWatchers() == i; }));
    }
    for (const auto& handler : service_->tableStreams().getHandlers())
       EXPECT_EQ(static_cast<EventStream&>(*handler).queueLimit(), 7U);
@@ -98,13 +99,13 @@ TEST_F(StreamingAdapterHandlerTest, whatStartWatchingThrowsIsTheStatusAndTheNext
    expectAllFreed("WatchTable");
    change([&] { service_->tableStreams().onStart = {}; });
    const auto client = watchTable(all());
-   EXPECT_TRUE(fixture::eventually([&] { return service_->tableStreams().started == 2; }));
+   EXPECT_TRUE(orvtest::eventually([&] { return service_->tableStreams().started == 2; }));
    EXPECT_TRUE(service_->tableStreams().watching);
 }
 
 TEST_F(StreamingAdapterHandlerTest, aDefinitionMayChooseItsController) {
    const auto client = watchTable(all());
-   EXPECT_TRUE(fixture::eventually([&] { return tableWatchers() == 1; }));
+   EXPECT_TRUE(orvtest::eventually([&] { return tableWatchers() == 1; }));
    EXPECT_EQ(watchers(), 0U);
 }
 

@@ -11,7 +11,8 @@
 #include <thread>
 #include <vector>
 
-#include "fixture/StreamTest.h"
+#include "testing/base/Eventually.h"
+#include "testing/server/StreamFixture.h"
 
 namespace OrvSdkRpc {
 namespace {
@@ -83,7 +84,7 @@ private:
 };
 
 // The stream's alarms come to a queue of the test's own, so that every event is delivered by hand.
-class EventStreamTest : public fixture::StreamTest {
+class EventStreamTest : public orvtest::StreamFixture {
 protected:
    void TearDown() override {
       service_->removeHandler(stream_->tag());
@@ -145,7 +146,7 @@ TEST_F(EventStreamTest, anAcknowledgementIsQueuedWhenTheRequestAsksForOne) {
 
 TEST_F(EventStreamTest, aMessageIntoAnIdleStreamSetsTheAlarmAndIsWrittenWhenItFires) {
    begin();
-   const fixture::TraceCapture traces("stream-probe/0-9");
+   const orvtest::TraceCapture traces("stream-probe/0-9");
    stream_->publish("a");
    EXPECT_EQ(stream_->source(), CqEventSource::Alarm);
    EXPECT_TRUE(stream_->written.empty());
@@ -215,7 +216,7 @@ TEST_F(EventStreamTest, exactlyTheLimitIsHeldAndTheNextMessageEndsTheStream) {
    begin();
    stream_->publish("first");
    alarm();
-   const fixture::TraceCapture traces("stream-probe/3");
+   const orvtest::TraceCapture traces("stream-probe/3");
    const auto message = std::make_shared<test::WatchResponse>();
    for (unsigned long i = 0; i < 262144; ++i)
       stream_->enqueue(message, false);
@@ -311,7 +312,7 @@ TEST_F(EventStreamTest, aMessageForAStreamThatEndsIsDropped) {
       stream_->publish("x");
    alarm();
    ASSERT_EQ(stream_->state(), 2);
-   const fixture::TraceCapture traces("stream-probe/0-9");
+   const orvtest::TraceCapture traces("stream-probe/0-9");
    stream_->publish("y");
    stream_->publish("", true);
    EXPECT_EQ(stream_->queued(), 0U);
@@ -323,7 +324,7 @@ TEST_F(EventStreamTest, aMessageBehindACancelIsDropped) {
    stream_->isCancelled = true;
    stream_->callDone();
    ASSERT_EQ(stream_->state(), 2);
-   const fixture::TraceCapture traces("stream-probe/0-9");
+   const orvtest::TraceCapture traces("stream-probe/0-9");
    stream_->publish("y");
    stream_->publishAck();
    EXPECT_EQ(stream_->queued(), 0U);
@@ -347,7 +348,7 @@ TEST_F(EventStreamTest, aFilterRejectsMessagesButNoAcknowledgement) {
 TEST_F(EventStreamTest, aCancelledAlarmFindsTheStreamEndedAndDoesNothing) {
    begin();
    stream_->publish("a");
-   const fixture::TraceCapture traces("stream-probe/0-9");
+   const orvtest::TraceCapture traces("stream-probe/0-9");
    stream_->isCancelled = true;
    stream_->callDone();
    EXPECT_EQ(traces.texts(), std::vector<std::string>{fmt::format("Cancelled handler {}", stream_->tag())});
@@ -448,7 +449,7 @@ TEST_F(EventStreamTest, aQueuedMessageCostsAnotherStreamTwoPointers) {
    EXPECT_LE(used() - before, 24 * count);
 }
 
-class StreamingToolkitTest : public fixture::StreamTest {};
+class StreamingToolkitTest : public orvtest::StreamFixture {};
 
 TEST_F(StreamingToolkitTest, messagesArriveInOrder) {
    const auto client = watch();
@@ -481,7 +482,7 @@ TEST_F(StreamingToolkitTest, aClientThatStopsReadingIsCutOffAndItsNeighboursMiss
    for (const auto& client : quick)
       ASSERT_TRUE(client->next());
    // It is being written to all.
-   ASSERT_TRUE(fixture::eventually([&] {
+   ASSERT_TRUE(orvtest::eventually([&] {
       for (const auto& stream : handlers()) {
          if (static_cast<EventStream&>(*stream).queued() != 0) return false;
       }
@@ -507,7 +508,7 @@ TEST_F(StreamingToolkitTest, aClientThatStopsReadingIsCutOffAndItsNeighboursMiss
    EXPECT_EQ(watchers(), quick.size() + 1);
    // However busy the machine is, none of the quick ones is the one that is cut off.
    for (const auto& count : received)
-      EXPECT_TRUE(fixture::eventually([&] { return count > 1; }));
+      EXPECT_TRUE(orvtest::eventually([&] { return count > 1; }));
    publish();
    EXPECT_EQ(watchers(), quick.size());
    EXPECT_TRUE(service_->watching);
@@ -524,7 +525,7 @@ TEST_F(StreamingToolkitTest, aClientThatStopsReadingIsCutOffAndItsNeighboursMiss
    const grpc::Status status = slow->finish();
    EXPECT_EQ(status.error_code(), grpc::StatusCode::RESOURCE_EXHAUSTED);
    EXPECT_EQ(status.error_message(), "Slow stream reader, too many responses waiting in a queue.");
-   EXPECT_TRUE(fixture::eventually([&] { return open("Watch") == quick.size(); }));
+   EXPECT_TRUE(orvtest::eventually([&] { return open("Watch") == quick.size(); }));
 }
 
 }  // namespace

@@ -7,15 +7,17 @@
 #include <thread>
 #include <vector>
 
-#include "fixture/StreamTest.h"
 #include "orv/error.h"
 #include "orv/lock.h"
 #include "platform/pavo/Allocator.h"
+#include "testing/base/Eventually.h"
+#include "testing/server/LiveHandlers.h"
+#include "testing/server/StreamFixture.h"
 
 namespace OrvSdkRpc {
 namespace {
 
-using Controller = fixture::ProbeController<fixture::WatchTable>;
+using Controller = orvtest::ProbeController<orvtest::WatchTable>;
 
 OpaqueId id(std::uintptr_t n) {
    return reinterpret_cast<OpaqueId>(n);
@@ -24,7 +26,7 @@ OpaqueId id(std::uintptr_t n) {
 // A controller of a service that no server has: tags without handlers.
 class SubscriptionControllerTest : public testing::Test {
 protected:
-   fixture::StreamProbe service_;
+   orvtest::StreamProbe service_;
    Controller& controller_ = service_.tableStreams();
 };
 
@@ -186,7 +188,7 @@ TEST_F(SubscriptionControllerTest, whereNoServerIsAMessageIsConsumedAndReachesNo
    service_.publishRate("Ethernet1", 1);
 }
 
-class AttachedControllerTest : public fixture::StreamTest {
+class AttachedControllerTest : public orvtest::StreamFixture {
 protected:
    // Messages that were made for streams so far.
    static std::uint64_t allocated() {
@@ -235,10 +237,10 @@ TEST_F(AttachedControllerTest, theServiceIsToldOfItsFirstAndLastWatcher) {
    auto second = watch();
    EXPECT_EQ(service_->started, 1);
    first.reset();
-   EXPECT_TRUE(fixture::eventually([&] { return watchers() == 1; }));
+   EXPECT_TRUE(orvtest::eventually([&] { return watchers() == 1; }));
    EXPECT_EQ(service_->stopped, 0);
    second.reset();
-   EXPECT_TRUE(fixture::eventually([&] { return service_->stopped == 1; }));
+   EXPECT_TRUE(orvtest::eventually([&] { return service_->stopped == 1; }));
    EXPECT_EQ(service_->started, 1);
 }
 
@@ -263,9 +265,9 @@ TEST_F(AttachedControllerTest, everyStreamGetsTheSameMessage) {
          ASSERT_EQ(client->next()->number(), i);
    }
    // All went out, so no copy is left.
-   EXPECT_TRUE(fixture::eventually([] {
-      return fixture::liveHandlers("test::WatchResponse") ==
-             fixture::liveHandlers("AdapterHandler<fixture::Watch");
+   EXPECT_TRUE(orvtest::eventually([] {
+      return orvtest::liveHandlers("test::WatchResponse") ==
+             orvtest::liveHandlers("AdapterHandler<orvtest::Watch");
    }));
 }
 

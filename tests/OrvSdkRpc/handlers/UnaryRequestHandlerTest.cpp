@@ -8,19 +8,20 @@
 #include <thread>
 
 #include "OrvSdkRpc/handlers/ErrorText.h"
-#include "fixture/Eventually.h"
-#include "fixture/FreePort.h"
-#include "fixture/ProbeService.h"
-#include "fixture/RunningServer.h"
-#include "fixture/WatchedLock.h"
 #include "orv/error.h"
 #include "orv/lock.h"
+#include "testing/base/Eventually.h"
+#include "testing/base/FreePort.h"
+#include "testing/server/LiveHandlers.h"
+#include "testing/server/ProbeService.h"
+#include "testing/server/RunningServer.h"
+#include "testing/server/WatchedLock.h"
 
 namespace OrvSdkRpc {
 namespace {
 
-using fixture::ProbeService;
-using fixture::RunningServer;
+using orvtest::ProbeService;
+using orvtest::RunningServer;
 
 grpc::Status call(const RunningServer& running, const std::string& error, const std::string& text,
                   test::ProbeResponse* out = nullptr) {
@@ -88,7 +89,7 @@ TEST(UnaryRequestHandler, bytesThatAreNotUtf8AreNumberedInTheStatus) {
 
 TEST(UnaryRequestHandler, runsTheOperationUnderTheSdksLockAndFreesItAfterwards) {
    for (const char* error : {"", "range"}) {
-      fixture::WatchedLock lock;
+      orvtest::WatchedLock lock;
       auto service = std::make_unique<ProbeService>();
       int operations = 0;
       service->onOperation = [&](const test::ProbeRequest&) {
@@ -109,7 +110,7 @@ TEST(UnaryRequestHandler, runsTheOperationUnderTheSdksLockAndFreesItAfterwards) 
 
 // Serialising and sending do not hold up the main loop.
 TEST(UnaryRequestHandler, theAnswerIsSentWithoutTheLock) {
-   fixture::WatchedLock lock;
+   orvtest::WatchedLock lock;
    std::atomic<bool> answered{false};
    std::atomic<bool> tooEarly{false};
    lock.onRelease = [&] {
@@ -134,7 +135,7 @@ TEST(UnaryRequestHandler, aLocalPeerOfAnInsecureServerIsServed) {
 }
 
 TEST(UnaryRequestHandler, aPeerIsRejectedWithoutTheSdksLock) {
-   const std::string tcp = fixture::freeLoopbackAddress();
+   const std::string tcp = orvtest::freeLoopbackAddress();
    RunningServer running{std::make_unique<ProbeService>(),
                          ServerProperties{.addresses = {tcp},
                                           .sslProfileState = SslProfileState::NotConfigured,
@@ -156,9 +157,9 @@ TEST(UnaryRequestHandler, aHandlerLivesFromItsPostingToTheEndOfItsCall) {
    RunningServer running{std::make_unique<ProbeService>()};
    for (int i = 0; i < 50; ++i)
       EXPECT_TRUE(call(running, "", "").ok());
-   EXPECT_TRUE(fixture::eventually([] { return fixture::liveHandlers("UnaryRequestHandler") == 1; }));
+   EXPECT_TRUE(orvtest::eventually([] { return orvtest::liveHandlers("UnaryRequestHandler") == 1; }));
    running.stop();
-   EXPECT_EQ(fixture::liveHandlers("UnaryRequestHandler"), 0U);
+   EXPECT_EQ(orvtest::liveHandlers("UnaryRequestHandler"), 0U);
 }
 
 }  // namespace

@@ -1,7 +1,7 @@
 #include "OrvSdkRpc/hardware/EthIntfCounterSliceSm.h"
 
-#include "CounterTables.h"
-#include "fixture/TraceCapture.h"
+#include "testing/server/CounterTables.h"
+#include "testing/server/TraceCapture.h"
 
 namespace OrvSdkRpc {
 namespace {
@@ -24,7 +24,7 @@ TEST_F(EthIntfCounterSliceSmTest, knowsItsWriter) {
 }
 
 TEST_F(EthIntfCounterSliceSmTest, tellsEachChangedRowOnce) {
-   const fixture::TraceCapture traces("intf_counter/8");
+   const orvtest::TraceCapture traces("intf_counter/8");
    table_->rowIs(id("Ethernet1"), row(1));
    table_->rowIs(id("Ethernet2"), row(2));
    table_->rowIs(id("Ethernet1"), row(3));
@@ -34,7 +34,7 @@ TEST_F(EthIntfCounterSliceSmTest, tellsEachChangedRowOnce) {
 }
 
 TEST_F(EthIntfCounterSliceSmTest, internalAndPeerInterfacesAreNeverTold) {
-   const fixture::TraceCapture traces("intf_counter/8");
+   const orvtest::TraceCapture traces("intf_counter/8");
    for (const char* name : {"Internal1", "PeerEthernet1", "PeerEthernet3/1", "PeerLag4"})
       table_->rowIs(id(name), row(5));
    EXPECT_THAT(take(), IsEmpty());

@@ -1,7 +1,7 @@
 #include "OrvSdkRpc/hardware/IntfCounterServiceSm.h"
 
-#include "CounterTables.h"
-#include "fixture/TraceCapture.h"
+#include "testing/server/CounterTables.h"
+#include "testing/server/TraceCapture.h"
 
 namespace OrvSdkRpc {
 namespace {
@@ -33,7 +33,7 @@ TEST_F(IntfCounterServiceSmTest, hasASlicePerWriter) {
 }
 
 TEST_F(IntfCounterServiceSmTest, tracesEachNewWriter) {
-   const fixture::TraceCapture traces("intf_counter/8");
+   const orvtest::TraceCapture traces("intf_counter/8");
    writerIs("a");
    const auto sm = stateMachine();
    writerIs("Linecard3");
@@ -83,7 +83,7 @@ TEST_F(IntfCounterServiceSmTest, anEntryThatIsNoWriterOrHasNoTableHasNoSlice) {
 TEST_F(IntfCounterServiceSmTest, followsTheLags) {
    lags_->rowIs(id("Lag1"), row(1));
    const auto sm = stateMachine();
-   const fixture::TraceCapture traces("intf_counter/8");
+   const orvtest::TraceCapture traces("intf_counter/8");
    EXPECT_THAT(take(), ElementsAre("Lag1 1"));
    lags_->rowIs(id("Lag1"), row(2));
    lags_->rowIs(id("PeerLag1"), row(3));

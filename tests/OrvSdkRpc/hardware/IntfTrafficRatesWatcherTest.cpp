@@ -1,7 +1,7 @@
 #include "OrvSdkRpc/hardware/IntfTrafficRatesWatcher.h"
 
-#include "CounterTables.h"
-#include "fixture/TraceCapture.h"
+#include "testing/server/CounterTables.h"
+#include "testing/server/TraceCapture.h"
 
 namespace OrvSdkRpc {
 namespace {
@@ -62,7 +62,7 @@ TEST_F(IntfTrafficRatesWatcherTest, aRowWhoseNameTheSdkRefusesIsTracedAndNotTold
    mount();
    const auto table = writerIs("a");
    watcher_.startWatching(listener());
-   const fixture::TraceCapture traces("intf_counter/0");
+   const orvtest::TraceCapture traces("intf_counter/0");
    table->rowIs(id("Ethernet 1"), row(4));
    table->rowIs(id("Ethernet1"), row(5));
    EXPECT_THAT(take(), ElementsAre("Ethernet1 5"));

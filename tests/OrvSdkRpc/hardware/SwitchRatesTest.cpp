@@ -8,11 +8,11 @@
 #include <mutex>
 #include <optional>
 
-#include "../../softswitch/RunningSwitch.h"
 #include "OrvSdkRpc/hardware/IntfTrafficRatesWatcher.h"
-#include "fixture/TempDir.h"
 #include "orv/lock.h"
 #include "softswitch/console/commands.h"
+#include "testing/base/TempDir.h"
+#include "testing/softswitch/RunningSwitch.h"
 
 namespace OrvSdkRpc {
 namespace {
@@ -30,7 +30,7 @@ protected:
       watcher_.reset();
    }
 
-   static softswitch::Options options(const fixture::TempDir& directory) {
+   static softswitch::Options options(const orvtest::TempDir& directory) {
       softswitch::Options made;
       made.stateDirectory = directory.path();
       made.counterIntervalNanos = 1'000'000;
@@ -58,8 +58,8 @@ protected:
       });
    }
 
-   const fixture::TempDir directory_;
-   softswitch::RunningSwitch switch_{options(directory_)};
+   const orvtest::TempDir directory_;
+   orvtest::RunningSwitch switch_{options(directory_)};
    std::optional<IntfTrafficRatesWatcher> watcher_;
    std::mutex mutex_;
    std::condition_variable changed_;

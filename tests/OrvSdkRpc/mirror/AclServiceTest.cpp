@@ -6,18 +6,19 @@
 #include <string>
 #include <utility>
 
-#include "MainLoop.h"
-#include "fixture/MirrorTest.h"
 #include "orv/error.h"
 #include "orv/lock.h"
-#include "support/VectorIter.h"
-#include "support/mock/MockAclMgr.h"
+#include "testing/base/Eventually.h"
+#include "testing/mock/MockAclMgr.h"
+#include "testing/sdk/Iterators.h"
+#include "testing/server/MainLoop.h"
+#include "testing/server/MirrorFixture.h"
 
 namespace OrvSdkRpc {
 namespace {
 
 namespace remote = orv::remote;
-using support::iterOver;
+using orvtest::iterOver;
 using testing::An;
 using testing::InSequence;
 using testing::Return;
@@ -74,9 +75,9 @@ private:
 };
 
 class AclServiceTest : public MainLoop,
-                       public fixture::MirrorTest<AclService, remote::AclMgrService, support::MockAclMgr> {
+                       public orvtest::MirrorFixture<AclService, remote::AclMgrService, orvtest::MockAclMgr> {
 protected:
-   using WatchClient = fixture::StreamClient<remote::AclWatchResponse>;
+   using WatchClient = orvtest::StreamClient<remote::AclWatchResponse>;
 
    WatchClient watch(bool ack) {
       remote::AclWatchRequest request;
@@ -393,10 +394,10 @@ TEST_F(AclServiceTest, theSwitchIsWatchedWhileSomebodyListens) {
          WatchClient second = watch(true);
          ASSERT_TRUE(second.next());
       }
-      EXPECT_TRUE(fixture::eventually([&] { return watchers() == 1; }));
+      EXPECT_TRUE(orvtest::eventually([&] { return watchers() == 1; }));
       EXPECT_TRUE(sdkWatched());
    }
-   EXPECT_TRUE(fixture::eventually([&] { return !sdkWatched(); }));
+   EXPECT_TRUE(orvtest::eventually([&] { return !sdkWatched(); }));
    EXPECT_EQ(watchers(), 0U);
    // Reaches nobody.
    callBack([](orv::acl_handler& handler) { handler.on_acl_sync(); });
@@ -431,7 +432,7 @@ TEST_F(AclServiceTest, everyWatcherHearsHowACommitEnded) {
 
 TEST_F(AclServiceTest, aWatchThatDoesNotAskForAnAcknowledgementGetsEventsAlone) {
    WatchClient client = watch(false);
-   ASSERT_TRUE(fixture::eventually([&] { return watchers() == 1; }));
+   ASSERT_TRUE(orvtest::eventually([&] { return watchers() == 1; }));
    callBack([](orv::acl_handler& handler) { handler.on_acl_sync(); });
    const auto response = client.next();
    ASSERT_TRUE(response);

@@ -13,22 +13,24 @@
 #include <typeinfo>
 #include <vector>
 
-#include "fixture/MirrorTest.h"
-#include "fixture/TraceCapture.h"
 #include "orv/error.h"
 #include "orv/lock.h"
 #include "platform/gorm/TaskScheduler.h"
 #include "platform/zelt/ActivityLock.h"
 #include "platform/zelt/Anchors.h"
 #include "platform/zelt/Clock.h"
-#include "support/VectorIter.h"
-#include "support/mock/MockAgentMgr.h"
+#include "testing/base/Eventually.h"
+#include "testing/mock/MockAgentMgr.h"
+#include "testing/sdk/Iterators.h"
+#include "testing/server/LiveHandlers.h"
+#include "testing/server/MirrorFixture.h"
+#include "testing/server/TraceCapture.h"
 
 namespace OrvSdkRpc {
 namespace {
 
 namespace remote = orv::remote;
-using support::iterOver;
+using orvtest::iterOver;
 using testing::InSequence;
 using testing::Return;
 using testing::StrEq;
@@ -36,12 +38,12 @@ using testing::Throw;
 using Words = orv::invalid_argument_error;
 
 class AgentServiceTest
-     : public fixture::MirrorTest<AgentService, remote::AgentService, support::MockAgentMgr> {
+     : public orvtest::MirrorFixture<AgentService, remote::AgentService, orvtest::MockAgentMgr> {
 protected:
-   using WatchClient = fixture::StreamClient<remote::WatchAgentResponse>;
+   using WatchClient = orvtest::StreamClient<remote::WatchAgentResponse>;
    using Ping = std::future<remote::AgentPingResponse>;
 
-   using MirrorTest::MirrorTest;
+   using MirrorFixture::MirrorFixture;
    // Under the lock, as on the main loop: the service's task goes.
    ~AgentServiceTest() override {
       running_.stop();
@@ -91,7 +93,7 @@ protected:
    Ping ping(const std::string& payload) {
       const std::size_t before = pingsWaiting();
       Ping answer = pingOf(payload);
-      EXPECT_TRUE(fixture::eventually([&] { return pingsWaiting() == before + 1; }));
+      EXPECT_TRUE(orvtest::eventually([&] { return pingsWaiting() == before + 1; }));
       return answer;
    }
    // The tags of the handlers that wait for a ping, in the order of the backlog.
@@ -126,7 +128,7 @@ protected:
       Zelt::ActivityLock& lock = Zelt::activityLock();
       lock.acquire();
       std::thread other([] { const Zelt::ActivityLockAnchor wanted; });
-      EXPECT_TRUE(fixture::eventually([&] { return lock.handOverDue(Zelt::Clock::steadyNanos()); }));
+      EXPECT_TRUE(orvtest::eventually([&] { return lock.handOverDue(Zelt::Clock::steadyNanos()); }));
       scheduler->runReady(Zelt::nanosPerSecond);
       lock.release();
       other.join();
@@ -145,7 +147,7 @@ TEST_F(AgentServiceTest, whatTheAgentIsReadsAsTheSwitchSaysIt) {
 }
 
 TEST_F(AgentServiceTest, anAgentsNumberIsAskedForByACStringAndTraced) {
-   const fixture::TraceCapture traces("agent/9");
+   const orvtest::TraceCapture traces("agent/9");
    EXPECT_CALL(mgr_, id(StrEq("router"))).Times(2).WillRepeatedly(Return(0x123456789AULL));
    EXPECT_EQ(ok(&Stub::agent_id, named<remote::AgentIdRequest>("router")).id(), 0x123456789AULL);
    EXPECT_EQ(traces.count("Agent router id 78187493530"), 1U);
@@ -216,7 +218,7 @@ TEST_F(AgentServiceTest, bulksOfStatusesStopAtTheFirstFailure) {
 TEST_F(AgentServiceTest, aWatchShowsNothingUntilAnOptionChanges) {
    // Nothing of the present options is read: the mock is strict.
    WatchClient client = watch(false);
-   ASSERT_TRUE(fixture::eventually([&] { return watchers() == 1; }));
+   ASSERT_TRUE(orvtest::eventually([&] { return watchers() == 1; }));
    changeOption("colour", "red");
    changeOption("colour", "");
    const auto set = client.next();
@@ -248,7 +250,7 @@ TEST_F(AgentServiceTest, aWatcherThatLeavesIsForgotten) {
       WatchClient client = watch(true);
       ASSERT_TRUE(client.next());
    }
-   EXPECT_TRUE(fixture::eventually([&] { return watchers() == 0; }));
+   EXPECT_TRUE(orvtest::eventually([&] { return watchers() == 0; }));
    changeOption("colour", "red");
 }
 
@@ -339,10 +341,10 @@ TEST_F(AgentServiceTest, pingsAreAnsweredInTheOrderOfTheirTagsAndNotOfTheirArriv
       return backlog.get(tags[tag]) != nullptr;
    };
    Ping first = pingOf("first");
-   ASSERT_TRUE(fixture::eventually([&] { return arrived(0) || arrived(1); }));
+   ASSERT_TRUE(orvtest::eventually([&] { return arrived(0) || arrived(1); }));
    const bool firstIsAhead = arrived(0);
    Ping second = pingOf("second");
-   ASSERT_TRUE(fixture::eventually([&] { return arrived(0) && arrived(1); }));
+   ASSERT_TRUE(orvtest::eventually([&] { return arrived(0) && arrived(1); }));
    EXPECT_EQ(pingsWaiting(), 2U);
    if (firstIsAhead) {
       const Zelt::ActivityLockAnchor lock;
@@ -363,14 +365,14 @@ TEST_F(AgentServiceTest, aCancelledPingIsAnsweredToNobody) {
    remote::AgentPingRequest request;
    remote::AgentPingResponse response;
    auto call = std::async(std::launch::async, [&] { return stub_->ping(&context, request, &response); });
-   ASSERT_TRUE(fixture::eventually([&] { return pingsWaiting() == 1; }));
+   ASSERT_TRUE(orvtest::eventually([&] { return pingsWaiting() == 1; }));
    context.TryCancel();
    EXPECT_EQ(call.get().error_code(), grpc::StatusCode::CANCELLED);
    EXPECT_EQ(pingsWaiting(), 1U);
    mainLoop();
    EXPECT_EQ(pingsWaiting(), 0U);
    // But for the one that waits for the next call.
-   EXPECT_TRUE(fixture::eventually([] { return fixture::liveHandlers("PingHandler") == 1; }));
+   EXPECT_TRUE(orvtest::eventually([] { return orvtest::liveHandlers("PingHandler") == 1; }));
 }
 
 TEST_F(AgentServiceTest, aServerThatStopsDoesNotWaitForThePingsOfABusyLoop) {
@@ -380,7 +382,7 @@ TEST_F(AgentServiceTest, aServerThatStopsDoesNotWaitForThePingsOfABusyLoop) {
       remote::AgentPingResponse response;
       return stub_->ping(&context, request, &response);
    });
-   ASSERT_TRUE(fixture::eventually([&] { return pingsWaiting() == 1; }));
+   ASSERT_TRUE(orvtest::eventually([&] { return pingsWaiting() == 1; }));
    running_.stop();
    EXPECT_FALSE(call.get().ok());
    // The loop comes to it too late, and answers nothing.

@@ -6,18 +6,19 @@
 #include <string>
 #include <vector>
 
-#include "MainLoop.h"
-#include "fixture/MirrorTest.h"
 #include "orv/error.h"
-#include "support/VectorIter.h"
-#include "support/mock/MockEthPhyIntfMgr.h"
+#include "testing/base/Eventually.h"
+#include "testing/mock/MockEthPhyIntfMgr.h"
+#include "testing/sdk/Iterators.h"
+#include "testing/server/MainLoop.h"
+#include "testing/server/MirrorFixture.h"
 
 namespace OrvSdkRpc {
 namespace {
 
 namespace remote = orv::remote;
 using orv::eth_link_speed_t;
-using support::iterOver;
+using orvtest::iterOver;
 using testing::Return;
 using testing::Throw;
 
@@ -32,8 +33,8 @@ Rq of(const std::string& intf) {
 }
 
 class EthPhyIntfServiceTest : public MainLoop,
-                              public fixture::MirrorTest<EthPhyIntfService, remote::EthPhyIntfMgrService,
-                                                         support::MockEthPhyIntfMgr> {
+                              public orvtest::MirrorFixture<EthPhyIntfService, remote::EthPhyIntfMgrService,
+                                                            orvtest::MockEthPhyIntfMgr> {
 protected:
    ~EthPhyIntfServiceTest() override {
       running_.stop();
@@ -106,7 +107,7 @@ TEST_F(EthPhyIntfServiceTest, theSwitchesErrorsBecomeTheStatusOfTheCall) {
          grpc::StatusCode::INVALID_ARGUMENT, "no such port");
    EXPECT_CALL(mgr_, eth_phy_intf_iter()).WillOnce(Throw(orv::error("not now")));
    listFails(&Stub::eth_phy_intfs, remote::EthPhyIntfsRequest(), grpc::StatusCode::INTERNAL, "not now");
-   // Never reaches the switch.
+   // This request never reaches the switch.
    remote::EthPhyIntfExistsResponse response;
    EXPECT_EQ(call(&Stub::exists, of<remote::EthPhyIntfExistsRequest>("not a name"), response).error_code(),
              grpc::StatusCode::INVALID_ARGUMENT);
@@ -182,12 +183,12 @@ TEST_F(EthPhyIntfServiceTest, severalKindsOfEventForOnePortAreDeliveredTogether)
 
 TEST_F(EthPhyIntfServiceTest, aSpeedThatTheWireDoesNotKnowCostsItsEventAndATrace) {
    const auto client = watch(all());
-   const fixture::TraceCapture traces("eth-phy-intf/0");
+   const orvtest::TraceCapture traces("eth-phy-intf/0");
    speed(ethernet1, static_cast<eth_link_speed_t>(99));
    EXPECT_EQ(traces.texts(),
              std::vector<std::string>{"on_eth_phy_intf_link_speed is not told: unknown link speed 99"});
    runLoop();
-   // No message was left behind, neither empty nor half made.
+   // No empty or incomplete message was left behind.
    speed(ethernet2, eth_link_speed_t::speed_10gb);
    runLoop();
    const auto response = client->next();
@@ -208,7 +209,7 @@ TEST_F(EthPhyIntfServiceTest, aWatchOfOnePortHearsNothingOfOthers) {
 
 TEST_F(EthPhyIntfServiceTest, withoutASelectionThereIsTheAcknowledgementAlone) {
    std::vector<remote::EthPhyIntfWatchRequest> requests{all(false), {}, one("")};
-   const fixture::TraceCapture traces("eth-phy-intf/9");
+   const orvtest::TraceCapture traces("eth-phy-intf/9");
    std::size_t acks = 0;
    for (auto& request : requests) {
       request.set_ack(true);
@@ -218,9 +219,9 @@ TEST_F(EthPhyIntfServiceTest, withoutASelectionThereIsTheAcknowledgementAlone) {
       EXPECT_TRUE(ack->ack());
       speed(ethernet1, eth_link_speed_t::speed_10gb);
       runLoop();
-      EXPECT_EQ(fixture::tracesWith(traces, "Enqueue "), ++acks);
+      EXPECT_EQ(orvtest::tracesWith(traces, "Enqueue "), ++acks);
       client.reset();
-      ASSERT_TRUE(fixture::eventually([&] { return watchers() == 0; }));
+      ASSERT_TRUE(orvtest::eventually([&] { return watchers() == 0; }));
    }
 }
 
@@ -230,10 +231,10 @@ TEST_F(EthPhyIntfServiceTest, theSwitchIsWatchedWhileSomebodyListens) {
       const auto first = watch(all());
       EXPECT_TRUE(sdkWatched());
       { const auto second = watch(one("Ethernet1")); }
-      EXPECT_TRUE(fixture::eventually([&] { return watchers() == 1; }));
+      EXPECT_TRUE(orvtest::eventually([&] { return watchers() == 1; }));
       EXPECT_TRUE(sdkWatched());
    }
-   EXPECT_TRUE(fixture::eventually([&] { return !sdkWatched(); }));
+   EXPECT_TRUE(orvtest::eventually([&] { return !sdkWatched(); }));
 }
 
 // Changes are not reported while nobody watches, so no later event would correct an old one.
@@ -242,7 +243,7 @@ TEST_F(EthPhyIntfServiceTest, whatWaitsWhenTheLastOneLeavesReachesNobody) {
       const auto first = watch(all());
       speed(ethernet1, eth_link_speed_t::speed_10gb);
    }
-   ASSERT_TRUE(fixture::eventually([&] { return !sdkWatched(); }));
+   ASSERT_TRUE(orvtest::eventually([&] { return !sdkWatched(); }));
    const auto late = watch(all());
    runLoop();
    speed(ethernet2, eth_link_speed_t::speed_10gb);

@@ -6,13 +6,13 @@
 #include <string>
 #include <vector>
 
-#include "support/VectorIter.h"
-#include "support/mock/MockNexthopGroupMgr.h"
+#include "testing/mock/MockNexthopGroupMgr.h"
+#include "testing/sdk/Iterators.h"
 
 namespace OrvSdkRpc {
 namespace {
 
-using support::iterOver;
+using orvtest::iterOver;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::Return;
@@ -46,7 +46,7 @@ protected:
       return it;
    }
 
-   testing::NiceMock<support::MockNexthopGroupMgr> mgr_;
+   testing::NiceMock<orvtest::MockNexthopGroupMgr> mgr_;
 };
 
 TEST_F(GroupCountersIteratorTest, aSingleNameIsOneElement) {

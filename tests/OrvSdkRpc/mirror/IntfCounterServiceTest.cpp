@@ -15,13 +15,16 @@
 #include <thread>
 #include <vector>
 
-#include "../hardware/CounterTables.h"
-#include "MainLoop.h"
 #include "OrvSdkRpc/hardware/IntfTrafficRatesWatcher.h"
-#include "fixture/MirrorTest.h"
 #include "orv/error.h"
 #include "platform/process/Toggles.h"
-#include "support/mock/MockIntfCounterMgr.h"
+#include "testing/base/Eventually.h"
+#include "testing/base/TempDir.h"
+#include "testing/mock/MockIntfCounterMgr.h"
+#include "testing/server/CounterTables.h"
+#include "testing/server/LiveHandlers.h"
+#include "testing/server/MainLoop.h"
+#include "testing/server/MirrorFixture.h"
 
 namespace OrvSdkRpc {
 namespace {
@@ -40,20 +43,21 @@ Rq of(const std::string& intf) {
 }
 
 // The service alone, over a watcher or none.
-class CounterServer : public fixture::MirrorTest<IntfCounterService, remote::IntfCounterMgrService,
-                                                 support::MockIntfCounterMgr> {
+class CounterServer : public orvtest::MirrorFixture<IntfCounterService, remote::IntfCounterMgrService,
+                                                    orvtest::MockIntfCounterMgr> {
 public:
-   using Stub = MirrorTest::Stub;
-   using Client = fixture::StreamClient<remote::IntfTrafficRatesStreamResponse>;
+   using Stub = MirrorFixture::Stub;
+   using Client = orvtest::StreamClient<remote::IntfTrafficRatesStreamResponse>;
 
-   explicit CounterServer(IntfTrafficRatesWatcher* watcher) : MirrorTest({.internalServer = true}, watcher) {}
+   explicit CounterServer(IntfTrafficRatesWatcher* watcher)
+        : MirrorFixture({.internalServer = true}, watcher) {}
 
-   using MirrorTest::call;
-   using MirrorTest::expectOneHandlerPerRpc;
-   using MirrorTest::fails;
-   using MirrorTest::ok;
-   using MirrorTest::watchers;
-   support::MockIntfCounterMgr& mgr() { return mgr_; }
+   using MirrorFixture::call;
+   using MirrorFixture::expectOneHandlerPerRpc;
+   using MirrorFixture::fails;
+   using MirrorFixture::ok;
+   using MirrorFixture::watchers;
+   orvtest::MockIntfCounterMgr& mgr() { return mgr_; }
 
    static remote::IntfTrafficRatesStreamRequest request(const std::string& regex = "", bool first = false) {
       remote::IntfTrafficRatesStreamRequest request;
@@ -70,7 +74,7 @@ public:
       meetPump();
       const std::size_t before = watchers();
       auto client = std::make_unique<Client>(*stub_, &Stub::intf_traffic_rates_stream, request(regex, first));
-      EXPECT_TRUE(fixture::eventually([&] { return watchers() == before + 1; }));
+      EXPECT_TRUE(orvtest::eventually([&] { return watchers() == before + 1; }));
       return client;
    }
 
@@ -204,7 +208,7 @@ TEST_F(IntfCounterServiceTest, aStreamTellsAllFiveRates) {
 TEST_F(IntfCounterServiceTest, theFirstMessageIsEmptyWhereItIsAskedFor) {
    const auto client = server_.open(CounterServer::request("", true));
    EXPECT_EQ(batch(*client), Batch{});
-   ASSERT_TRUE(fixture::eventually([&] { return server_.watchers() == 1; }));
+   ASSERT_TRUE(orvtest::eventually([&] { return server_.watchers() == 1; }));
    const auto table = writerIs("a");
    write([&] { table->rowIs(id("Ethernet1"), row(5)); });
    EXPECT_EQ(batch(*client), Batch{"Ethernet1 5"});
@@ -298,10 +302,10 @@ TEST_F(IntfCounterServiceTest, theLastStreamOutStopsTheWatcherAndTheNextStartsIt
    {
       const auto first = server_.stream();
       { const auto second = server_.stream(); }
-      EXPECT_TRUE(fixture::eventually([&] { return server_.watchers() == 1; }));
+      EXPECT_TRUE(orvtest::eventually([&] { return server_.watchers() == 1; }));
       EXPECT_TRUE(watching());
    }
-   EXPECT_TRUE(fixture::eventually([&] { return !watching(); }));
+   EXPECT_TRUE(orvtest::eventually([&] { return !watching(); }));
    write([&] { table->rowIs(id("Ethernet1"), row(5)); });
    const auto next = server_.stream();
    EXPECT_TRUE(watching());
@@ -339,8 +343,8 @@ TEST_F(IntfCounterServiceTest, streamsComeAndGoWhileRatesAreTold) {
       client.join();
    over = true;
    mainLoop.join();
-   EXPECT_TRUE(fixture::eventually([&] { return !watching(); }));
-   EXPECT_TRUE(fixture::eventually([&] { return fixture::liveHandlers() == 3U; }));
+   EXPECT_TRUE(orvtest::eventually([&] { return !watching(); }));
+   EXPECT_TRUE(orvtest::eventually([&] { return orvtest::liveHandlers() == 3U; }));
    rowsAre(0.5);
    const auto next = server_.stream("Lag1");
    MainLoop::runLoop();
@@ -385,7 +389,7 @@ TEST_F(IntfCounterServiceTest, aRateThatFellToZeroReplacesTheOneThatWaits) {
    for (const char* name : {"Fell1", "Fell2"}) {
       // Once for a name that is not known and once for one that is.
       if (name == std::string("Fell2")) orv::host::intf_name_known(name);
-      ASSERT_TRUE(fixture::eventually([&] { return server_.watchers() == 0; }));
+      ASSERT_TRUE(orvtest::eventually([&] { return server_.watchers() == 0; }));
       const auto client = server_.stream(name);
       const auto rowIs = [&](const Interface::IntfRates& rates) {
          write([&] { table->rowIs(id(name), {.statistics = {}, .rates = rates}); });
@@ -451,7 +455,7 @@ TEST(IntfCounterService, withoutAWatcherAStreamStaysOpenAndSilent) {
    EXPECT_EQ(server.watchers(), 1U);
    client->cancel();
    EXPECT_FALSE(client->next());
-   EXPECT_TRUE(fixture::eventually([&] { return server.watchers() == 0; }));
+   EXPECT_TRUE(orvtest::eventually([&] { return server.watchers() == 0; }));
 }
 
 TEST(IntfCounterService, eachRpcHasOneHandlerThatWaits) {
@@ -461,8 +465,8 @@ TEST(IntfCounterService, eachRpcHasOneHandlerThatWaits) {
 
 // A toggle is read once per process, so each look at one has a process of its own.
 int withTheToggleOff() {
-   const fixture::TempDir dir;
-   std::ofstream(dir.file("OrvSdkRpc.json")) << R"({"OrvSdkRpcTrafficStream": false})";
+   const orvtest::TempDir dir;
+   std::ofstream(dir / "OrvSdkRpc.json") << R"({"OrvSdkRpcTrafficStream": false})";
    toggleDirectoryIs(dir.path());
    {
       CounterServer server(nullptr);

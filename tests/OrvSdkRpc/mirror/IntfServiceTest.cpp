@@ -8,18 +8,19 @@
 #include <string>
 #include <vector>
 
-#include "MainLoop.h"
-#include "fixture/MirrorTest.h"
 #include "orv/error.h"
-#include "support/VectorIter.h"
-#include "support/mock/MockIntfMgr.h"
+#include "testing/base/Eventually.h"
+#include "testing/mock/MockIntfMgr.h"
+#include "testing/sdk/Iterators.h"
+#include "testing/server/MainLoop.h"
+#include "testing/server/MirrorFixture.h"
 
 namespace OrvSdkRpc {
 namespace {
 
 namespace remote = orv::remote;
 using orv::oper_status_t;
-using support::iterOver;
+using orvtest::iterOver;
 using testing::InSequence;
 using testing::Return;
 using testing::Throw;
@@ -38,7 +39,7 @@ Rq of(const std::string& intf) {
 
 class IntfServiceTest
      : public MainLoop,
-       public fixture::MirrorTest<IntfService, remote::IntfMgrService, support::MockIntfMgr> {
+       public orvtest::MirrorFixture<IntfService, remote::IntfMgrService, orvtest::MockIntfMgr> {
 protected:
    static remote::WatchIntfRequest all(const std::vector<int>& fields = {}, bool value = true) {
       remote::WatchIntfRequest request;
@@ -193,7 +194,7 @@ TEST_F(IntfServiceTest, everyKindOfEventIsOneMessageAtOnce) {
 
 TEST_F(IntfServiceTest, aStatusThatTheWireDoesNotKnowCostsItsEventAndATrace) {
    const auto client = watch(all());
-   const fixture::TraceCapture traces("intf/0");
+   const orvtest::TraceCapture traces("intf/0");
    oper(ethernet1, static_cast<oper_status_t>(9));
    EXPECT_EQ(traces.texts(), std::vector<std::string>{"on_oper_status is not told: invalid oper_status_t"});
    oper(ethernet2, oper_status_t::up);
@@ -217,7 +218,7 @@ TEST_F(IntfServiceTest, aDumpLeavesOutAStatusThatTheWireDoesNotKnow) {
 
 TEST_F(IntfServiceTest, withoutFieldsThereAreEventsButNoDump) {
    // The mock is strict: the table is not looked at.
-   const fixture::TraceCapture traces("intf/9");
+   const orvtest::TraceCapture traces("intf/9");
    auto emptyControl = all();
    emptyControl.mutable_fields_control();
    for (const auto& request : {all(), emptyControl, all({4}), all({-1, 17})}) {
@@ -225,7 +226,7 @@ TEST_F(IntfServiceTest, withoutFieldsThereAreEventsButNoDump) {
       oper(ethernet1, oper_status_t::up);
       EXPECT_EQ(shown(client->next()), "Ethernet1 oper=1");
       client.reset();
-      ASSERT_TRUE(fixture::eventually([&] { return watchers() == 0; }));
+      ASSERT_TRUE(orvtest::eventually([&] { return watchers() == 0; }));
    }
    EXPECT_EQ(traces.count("Not performing a dump as no dump fields have been requested"), 4U);
    EXPECT_EQ(traces.count("Unrecognised field 4 in dump request"), 1U);
@@ -243,7 +244,7 @@ TEST_F(IntfServiceTest, withoutADumpTheRequestDecidesAboutTheAcknowledgement) {
 }
 
 TEST_F(IntfServiceTest, theTableComesFirstThenTheAcknowledgementThenEvents) {
-   const fixture::TraceCapture traces("intf/9");
+   const orvtest::TraceCapture traces("intf/9");
    tableIs({ethernet1, ethernet2});
    const auto client = open(all({remote::INTF_FIELD_ALL}));
    EXPECT_EQ(shown(client->next()), "Ethernet1 oper=1 admin=1 text='to Ethernet1'");
@@ -268,13 +269,13 @@ TEST_F(IntfServiceTest, fieldsSelectWhatIsShown) {
         {{3, 1}, "Ethernet1 oper=1 text='to Ethernet1'"},
         {{2, 0, 99}, "Ethernet1 oper=1 admin=1 text='to Ethernet1'"},
    };
-   const fixture::TraceCapture traces("intf/9");
+   const orvtest::TraceCapture traces("intf/9");
    for (const auto& [fields, expected] : selections) {
       const auto client = open(all(fields));
       EXPECT_EQ(shown(client->next()), expected);
       EXPECT_EQ(shown(client->next()), "ack");
    }
-   EXPECT_EQ(fixture::tracesWith(traces, "Unrecognised field"), 0U) << "what is behind 0 is not read";
+   EXPECT_EQ(orvtest::tracesWith(traces, "Unrecognised field"), 0U) << "what is behind 0 is not read";
    const auto client = open(all({7, 3}));
    EXPECT_EQ(shown(client->next()), "Ethernet1 text='to Ethernet1'");
    EXPECT_EQ(traces.count("Unrecognised field 7 in dump request"), 1U);
@@ -305,17 +306,17 @@ TEST_F(IntfServiceTest, aDumpOfOneInterfaceGoesOnWithTheEventsThatAreWritten) {
 }
 
 TEST_F(IntfServiceTest, withoutASelectionOnlyWhatHasNoNameIsSent) {
-   const fixture::TraceCapture traces("intf/9");
+   const orvtest::TraceCapture traces("intf/9");
    std::size_t enqueued = 0;
    for (const auto& request : {all({}, false), remote::WatchIntfRequest(), one("")}) {
       auto client = watch(request);
       oper(ethernet1, oper_status_t::up);
-      EXPECT_EQ(fixture::tracesWith(traces, "Enqueue "), enqueued);
+      EXPECT_EQ(orvtest::tracesWith(traces, "Enqueue "), enqueued);
       oper(orv::intf_id_t(), oper_status_t::up);
       EXPECT_EQ(shown(client->next()), " oper=1");
       ++enqueued;
       client.reset();
-      ASSERT_TRUE(fixture::eventually([&] { return watchers() == 0; }));
+      ASSERT_TRUE(orvtest::eventually([&] { return watchers() == 0; }));
    }
 }
 
@@ -324,10 +325,10 @@ TEST_F(IntfServiceTest, selectionsAreComparedAsMessages) {
    // A field of a later version of the message.
    request.mutable_intf()->MergeFromString("\x78\x01");
    ASSERT_FALSE(request.intf().GetReflection()->GetUnknownFields(request.intf()).empty());
-   const fixture::TraceCapture traces("intf/9");
+   const orvtest::TraceCapture traces("intf/9");
    const auto client = watch(request);
    oper(ethernet1, oper_status_t::up);
-   EXPECT_EQ(fixture::tracesWith(traces, "Enqueue "), 0U);
+   EXPECT_EQ(orvtest::tracesWith(traces, "Enqueue "), 0U);
 }
 
 TEST_F(IntfServiceTest, anEventDuringTheDumpComesInTheOrderOfItsArrival) {
@@ -374,7 +375,7 @@ TEST_F(IntfServiceTest, anErrorAtTheBeginningOfTheDumpIsTheStatusOfTheCall) {
    const grpc::Status status = third->finish();
    EXPECT_EQ(status.error_code(), grpc::StatusCode::INVALID_ARGUMENT);
    EXPECT_EQ(status.error_message(), "not of this one");
-   EXPECT_TRUE(fixture::eventually([&] { return watchers() == 0; }));
+   EXPECT_TRUE(orvtest::eventually([&] { return watchers() == 0; }));
    EXPECT_FALSE(sdkWatched());
 }
 
@@ -384,10 +385,10 @@ TEST_F(IntfServiceTest, theSwitchIsWatchedWhileSomebodyListens) {
       const auto first = watch(all());
       EXPECT_TRUE(sdkWatched());
       { const auto second = watch(one("Ethernet1")); }
-      EXPECT_TRUE(fixture::eventually([&] { return watchers() == 1; }));
+      EXPECT_TRUE(orvtest::eventually([&] { return watchers() == 1; }));
       EXPECT_TRUE(sdkWatched());
    }
-   EXPECT_TRUE(fixture::eventually([&] { return !sdkWatched(); }));
+   EXPECT_TRUE(orvtest::eventually([&] { return !sdkWatched(); }));
 }
 
 TEST_F(IntfServiceTest, eachRpcHasOneHandlerThatWaits) {

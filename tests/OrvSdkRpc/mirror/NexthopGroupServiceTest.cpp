@@ -12,17 +12,18 @@
 #include <string>
 #include <vector>
 
-#include "MainLoop.h"
-#include "fixture/MirrorTest.h"
 #include "orv/error.h"
-#include "support/VectorIter.h"
-#include "support/mock/MockNexthopGroupMgr.h"
+#include "testing/base/Eventually.h"
+#include "testing/mock/MockNexthopGroupMgr.h"
+#include "testing/sdk/Iterators.h"
+#include "testing/server/MainLoop.h"
+#include "testing/server/MirrorFixture.h"
 
 namespace OrvSdkRpc {
 namespace {
 
 namespace remote = orv::remote;
-using support::iterOver;
+using orvtest::iterOver;
 using testing::An;
 using testing::InSequence;
 using testing::Property;
@@ -71,8 +72,8 @@ public:
 
 class NexthopGroupServiceTest
      : public MainLoop,
-       public fixture::MirrorTest<NexthopGroupService, remote::NexthopGroupMgrService,
-                                  support::MockNexthopGroupMgr> {
+       public orvtest::MirrorFixture<NexthopGroupService, remote::NexthopGroupMgrService,
+                                     orvtest::MockNexthopGroupMgr> {
 protected:
    ~NexthopGroupServiceTest() override {
       running_.stop();
@@ -350,7 +351,7 @@ private:
 
 class SearchTest : public NexthopGroupServiceTest {
 protected:
-   using Client = fixture::StreamClient<remote::NexthopGroupCountersResponse>;
+   using Client = orvtest::StreamClient<remote::NexthopGroupCountersResponse>;
 
    // A list that searches, and has begun to.
    std::unique_ptr<Client> search() {
@@ -365,7 +366,7 @@ protected:
       remote::NexthopGroupCountersRequest request;
       request.set_regex("something else");
       auto client = std::make_unique<Client>(*stub_, &Stub::nhg_counters, request);
-      EXPECT_TRUE(fixture::eventually([&] { return begun.load(); }));
+      EXPECT_TRUE(orvtest::eventually([&] { return begun.load(); }));
       testing::Mock::VerifyAndClearExpectations(&mgr_);
       return client;
    }
@@ -387,7 +388,7 @@ TEST_F(SearchTest, aSearchEndsWithItsClient) {
    const auto client = search();
    const auto begin = std::chrono::steady_clock::now();
    client->cancel();
-   EXPECT_TRUE(fixture::eventually([this] { return over(); }));
+   EXPECT_TRUE(orvtest::eventually([this] { return over(); }));
    // gRPC's own look at sockets that nobody waits for comes every 10 seconds.
    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(8));
 }
@@ -401,7 +402,7 @@ TEST_F(SearchTest, aStopDoesNotWaitForASearch) {
 
 TEST_F(NexthopGroupServiceTest, aStateThatTheWireDoesNotKnowCostsItsEventAndATrace) {
    const auto client = watch(all());
-   const fixture::TraceCapture traces("nexthop_group/0");
+   const orvtest::TraceCapture traces("nexthop_group/0");
    const auto programmed = [&](const std::string& name, HwState hwState, CounterState counterState) {
       orv::nexthop_group_programmed_status_t status;
       status.hw_state_is(hwState);
@@ -493,25 +494,25 @@ TEST_F(NexthopGroupServiceTest, aWatchOfOneGroupHearsNothingOfOthers) {
 }
 
 TEST_F(NexthopGroupServiceTest, withoutASelectionOnlyWhatHasNoNameIsSent) {
-   const fixture::TraceCapture traces("nexthop_group/9");
+   const orvtest::TraceCapture traces("nexthop_group/9");
    std::size_t enqueued = 0;
    for (const auto& request : {all({}, false), remote::WatchNexthopGroupRequest(), one("")}) {
       auto client = watch(request);
       activeIs("g", true);
       runLoop();
-      EXPECT_EQ(fixture::tracesWith(traces, "Enqueue "), enqueued);
+      EXPECT_EQ(orvtest::tracesWith(traces, "Enqueue "), enqueued);
       activeIs("", true);
       runLoop();
       EXPECT_EQ(shown(client->next()), " active=1");
       ++enqueued;
       client.reset();
-      ASSERT_TRUE(fixture::eventually([&] { return watchers() == 0; }));
+      ASSERT_TRUE(orvtest::eventually([&] { return watchers() == 0; }));
    }
 }
 
 TEST_F(NexthopGroupServiceTest, withoutFieldsThereAreEventsButNoDump) {
    // The mock is strict: the table is not looked at.
-   const fixture::TraceCapture traces("nexthop_group/9");
+   const orvtest::TraceCapture traces("nexthop_group/9");
    auto emptyControl = all();
    emptyControl.mutable_fields_control();
    for (const auto& request : {all(), emptyControl, all({6, -1})}) {
@@ -520,7 +521,7 @@ TEST_F(NexthopGroupServiceTest, withoutFieldsThereAreEventsButNoDump) {
       runLoop();
       EXPECT_EQ(shown(client->next()), "g active=1");
       client.reset();
-      ASSERT_TRUE(fixture::eventually([&] { return watchers() == 0; }));
+      ASSERT_TRUE(orvtest::eventually([&] { return watchers() == 0; }));
    }
    EXPECT_EQ(traces.count("Not performing a dump as no fields have been requested"), 3U);
    auto acknowledged = all();
@@ -593,10 +594,10 @@ TEST_F(NexthopGroupServiceTest, theSwitchIsWatchedWhileSomebodyListens) {
       const auto first = watch(all());
       EXPECT_TRUE(sdkWatched());
       { const auto second = watch(one("g")); }
-      EXPECT_TRUE(fixture::eventually([&] { return watchers() == 1; }));
+      EXPECT_TRUE(orvtest::eventually([&] { return watchers() == 1; }));
       EXPECT_TRUE(sdkWatched());
    }
-   EXPECT_TRUE(fixture::eventually([&] { return !sdkWatched(); }));
+   EXPECT_TRUE(orvtest::eventually([&] { return !sdkWatched(); }));
 }
 
 // Changes are not reported while nobody watches, so no later event would correct an old one.
@@ -606,7 +607,7 @@ TEST_F(NexthopGroupServiceTest, whatWaitsWhenTheLastOneLeavesReachesNobody) {
       activeIs("g", false);
       programmed("g", 7);
    }
-   ASSERT_TRUE(fixture::eventually([&] { return !sdkWatched(); }));
+   ASSERT_TRUE(orvtest::eventually([&] { return !sdkWatched(); }));
    const auto late = watch(all());
    runLoop();
    activeIs("other", true);

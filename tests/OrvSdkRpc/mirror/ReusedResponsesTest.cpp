@@ -8,18 +8,19 @@
 #include <utility>
 #include <vector>
 
-#include "../hardware/CounterTables.h"
-#include "MainLoop.h"
 #include "OrvSdkRpc/hardware/IntfTrafficRatesWatcher.h"
 #include "OrvSdkRpc/mirror/IntfCounterService.h"
 #include "OrvSdkRpc/mirror/NexthopGroupService.h"
 #include "OrvSdkRpc/types/NexthopGroup.h"
-#include "fixture/MirrorTest.h"
 #include "platform/zelt/ActivityLock.h"
 #include "platform/zelt/Anchors.h"
-#include "support/VectorIter.h"
-#include "support/mock/MockIntfCounterMgr.h"
-#include "support/mock/MockNexthopGroupMgr.h"
+#include "testing/base/Eventually.h"
+#include "testing/mock/MockIntfCounterMgr.h"
+#include "testing/mock/MockNexthopGroupMgr.h"
+#include "testing/sdk/Iterators.h"
+#include "testing/server/CounterTables.h"
+#include "testing/server/MainLoop.h"
+#include "testing/server/MirrorFixture.h"
 
 namespace OrvSdkRpc {
 namespace {
@@ -27,8 +28,8 @@ namespace {
 namespace remote = orv::remote;
 
 class ReusedListTest : public MainLoop,
-                       public fixture::MirrorTest<NexthopGroupService, remote::NexthopGroupMgrService,
-                                                  support::MockNexthopGroupMgr> {
+                       public orvtest::MirrorFixture<NexthopGroupService, remote::NexthopGroupMgrService,
+                                                     orvtest::MockNexthopGroupMgr> {
 protected:
    ~ReusedListTest() override {
       running_.stop();
@@ -53,10 +54,10 @@ TEST_F(ReusedListTest, everyGroupOfAListIsItsOwn) {
       groups.push_back(group);
    }
    EXPECT_CALL(mgr_, nexthop_group_iter()).WillRepeatedly([&] {
-      return support::iterOver<orv::nexthop_group_iter_t>(groups);
+      return orvtest::iterOver<orv::nexthop_group_iter_t>(groups);
    });
    for (int calls = 0; calls < 2; ++calls) {
-      fixture::StreamClient<remote::NexthopGroupsResponse> client(*stub_, &Stub::nexthop_groups,
+      orvtest::StreamClient<remote::NexthopGroupsResponse> client(*stub_, &Stub::nexthop_groups,
                                                                   remote::NexthopGroupsRequest());
       const auto listed = client.rest();
       EXPECT_TRUE(client.finish().ok());
@@ -71,17 +72,17 @@ TEST_F(ReusedListTest, everyGroupOfAListIsItsOwn) {
 
 class ReusedBatchesTest : public MainLoop, public CounterTables {
 protected:
-   class Server : public fixture::MirrorTest<IntfCounterService, remote::IntfCounterMgrService,
-                                             support::MockIntfCounterMgr> {
+   class Server : public orvtest::MirrorFixture<IntfCounterService, remote::IntfCounterMgrService,
+                                                orvtest::MockIntfCounterMgr> {
    public:
-      using Client = fixture::StreamClient<remote::IntfTrafficRatesStreamResponse>;
+      using Client = orvtest::StreamClient<remote::IntfTrafficRatesStreamResponse>;
 
-      explicit Server(IntfTrafficRatesWatcher* watcher) : MirrorTest({.internalServer = true}, watcher) {}
+      explicit Server(IntfTrafficRatesWatcher* watcher) : MirrorFixture({.internalServer = true}, watcher) {}
       std::unique_ptr<Client> stream() {
          meetPump();
          auto client = std::make_unique<Client>(*stub_, &Stub::intf_traffic_rates_stream,
                                                 remote::IntfTrafficRatesStreamRequest());
-         EXPECT_TRUE(fixture::eventually([&] { return watchers() == 1; }));
+         EXPECT_TRUE(orvtest::eventually([&] { return watchers() == 1; }));
          return client;
       }
 

@@ -5,11 +5,11 @@
 #include "OrvSdkRpc/mirror/Forward.h"
 #include "OrvSdkRpc/programming/CallbackRequestHandler.h"
 #include "OrvSdkRpc/programming/ProgrammingManagers.h"
-#include "fixture/StreamProbe.h"
+#include "testing/server/StreamProbe.h"
 
 namespace OrvSdkRpc::misuse {
 
-using fixture::StreamProbe;
+using orvtest::StreamProbe;
 using Rpc = StreamProbe::AsyncService;
 
 // A service with the controller of one watch.
@@ -17,7 +17,7 @@ template <class Def>
 class OneWatch : public GrpcService {
 public:
    SubscriptionController<OneWatch, Def>& subscriptions();
-   SubscriptionController<OneWatch, fixture::Watch>& foreign();
+   SubscriptionController<OneWatch, orvtest::Watch>& foreign();
 };
 
 // A handler that is instantiated, but no member of it.
@@ -45,9 +45,9 @@ constexpr bool called() {
 struct Text : Getter<&Rpc::Requesthold, &Manager::text, &test::ProbeResponse::mutable_text,
                      &test::ProbeRequest::text> {};
 static_assert(called<Text>());
-static_assert(made<StreamingAdapterHandler, fixture::Watch, StreamProbe>);
-static_assert(made<DumpStreamingAdapterHandler, fixture::WatchTable, StreamProbe>);
-static_assert(sizeof(BulkStreamHandler<fixture::Rates, StreamProbe>) > 0);
+static_assert(made<StreamingAdapterHandler, orvtest::Watch, StreamProbe>);
+static_assert(made<DumpStreamingAdapterHandler, orvtest::WatchTable, StreamProbe>);
+static_assert(sizeof(BulkStreamHandler<orvtest::Rates, StreamProbe>) > 0);
 
 #ifdef MISUSE
 
@@ -132,7 +132,7 @@ static_assert(made<DumpStreamingAdapterHandler, DumpWithoutIterator>);
 
 // error: a watch with a dump has bool dumpEnabled
 struct MisspeltSelection : WatchOf<&Rpc::Requestwatch, &OneWatch<MisspeltSelection>::subscriptions> {
-   static fixture::WatchTable::Keys iterator(Service& service);
+   static orvtest::WatchTable::Keys iterator(Service& service);
    bool dumpEnbaled(Service& service, const Request& request);
    void encodeDump(Service& service, const std::string& key, Response& message) const;
    static constexpr Hooks<MisspeltSelection> hooks = {.filter = everyEvent};
@@ -141,7 +141,7 @@ static_assert(made<DumpStreamingAdapterHandler, MisspeltSelection>);
 
 // error: a watch with a dump has void encodeDump
 struct MisspeltElement : WatchOf<&Rpc::Requestwatch, &OneWatch<MisspeltElement>::subscriptions> {
-   static fixture::WatchTable::Keys iterator(Service& service);
+   static orvtest::WatchTable::Keys iterator(Service& service);
    bool dumpEnabled(Service& service, const Request& request);
    void encodedump(Service& service, const std::string& key, Response& message) const;
    static constexpr Hooks<MisspeltElement> hooks = {.filter = everyEvent};

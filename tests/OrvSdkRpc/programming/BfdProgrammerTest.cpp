@@ -12,14 +12,14 @@
 #include <vector>
 
 #include "OrvSdkRpc/programming/Reply.h"
-#include "fixture/Contract.h"
-#include "fixture/ListIterator.h"
-#include "fixture/Programmed.h"
-#include "fixture/TraceCapture.h"
 #include "orv/error.h"
 #include "orv/lock.h"
 #include "platform/gorm/TaskScheduler.h"
 #include "platform/zelt/Anchors.h"
+#include "testing/sdk/Iterators.h"
+#include "testing/server/Contract.h"
+#include "testing/server/Programmed.h"
+#include "testing/server/TraceCapture.h"
 
 namespace OrvSdkRpc {
 namespace {
@@ -34,7 +34,7 @@ using Status = orv::bfd_session_status_t;
 
 Request session(int last, const std::string& intf = "Ethernet1") {
    Request request;
-   request.mutable_key()->mutable_nexthop()->set_address(fixture::ipv4({192, 0, 2, last}));
+   request.mutable_key()->mutable_nexthop()->set_address(orvtest::ipv4({192, 0, 2, last}));
    request.mutable_key()->set_nexthop_intf(intf);
    return request;
 }
@@ -91,8 +91,8 @@ protected:
    }
 
    std::map<orv::sbfd_echo_session_key_t, Status> statuses_;
-   fixture::Contract contract_;
-   testing::NiceMock<support::MockBfdSessionMgr>& mgr_ = contract_.host.bfdSessionMgr;
+   orvtest::Contract contract_;
+   testing::NiceMock<orvtest::MockBfdSessionMgr>& mgr_ = contract_.host.bfdSessionMgr;
    std::vector<Message>& alive_ = contract_.updates.alive;
    std::vector<Message>& rtt_ = contract_.updates.rtt;
 };
@@ -121,7 +121,7 @@ TEST_F(InitializedBfdProgrammerTest, aSessionIsMadeWithItsIntervalAndRttSetting)
    request.set_min_tx(50);
    request.set_detectionmultiplier(4);
    request.set_rtt_enabled(true);
-   fixture::TraceCapture traces("OrvSdkRpc/1");
+   orvtest::TraceCapture traces("OrvSdkRpc/1");
    InSequence order;
    EXPECT_CALL(mgr_, sbfd_echo_session_set(keyOf(1)));
    EXPECT_CALL(mgr_, sbfd_echo_session_interval_set(keyOf(1), orv::sbfd_interval_t(50, 4)));
@@ -149,7 +149,7 @@ TEST_F(InitializedBfdProgrammerTest, intervalAndMultiplierAreTakenWithinTheirBit
 
 TEST_F(InitializedBfdProgrammerTest, intervalAndMultiplierComeTogetherOrNotAtAll) {
    EXPECT_CALL(mgr_, sbfd_echo_session_set(_)).Times(0);
-   fixture::TraceCapture traces("OrvSdkRpc/0");
+   orvtest::TraceCapture traces("OrvSdkRpc/0");
    for (const bool tx : {true, false}) {
       Request request = session(1);
       if (tx) request.set_min_tx(50);
@@ -217,7 +217,7 @@ TEST_F(InitializedBfdProgrammerTest, aSessionThatCannotBeTakenBackIsTracedAndThe
    ON_CALL(mgr_, sbfd_echo_session_interval_set(_, _))
         .WillByDefault(Throw(orv::invalid_argument_error("no")));
    EXPECT_CALL(mgr_, sbfd_echo_session_del(keyOf(1))).WillOnce(Throw(orv::error("full")));
-   fixture::TraceCapture traces("OrvSdkRpc/0");
+   orvtest::TraceCapture traces("OrvSdkRpc/0");
    EXPECT_TRUE(process(session(1)).debug_string().ends_with(" exception no"));
    EXPECT_EQ(
         traces.count(fmt::format("Error: sBFD session {} cannot be taken back, exception full", keyOf(1))),
@@ -242,7 +242,7 @@ TEST_F(InitializedBfdProgrammerTest, aResyncKeepsWhatWasReplayedAndTellsItInOneB
    status(session(1));
    status(session(3));
    EXPECT_CALL(mgr_, sbfd_echo_session_del(keyOf(2)));
-   fixture::TraceCapture traces("OrvSdkRpc/1");
+   orvtest::TraceCapture traces("OrvSdkRpc/1");
    EXPECT_EQ(contract_.resync(1).status(), pb::RPC_STATUS_OK);
    ASSERT_EQ(alive_.size(), 1U);
    EXPECT_EQ(itemsOf(alive_[0]), (std::vector<std::string>{"192.0.2.1 3", "192.0.2.3 1", "end"}));
@@ -299,14 +299,14 @@ TEST_F(InitializedBfdProgrammerTest, withTheEnvironmentVariableAResyncPurgesInSi
 }
 
 TEST(BfdProgrammer, theSessionsThatTheSwitchRunsFallOutUnlessReplayed) {
-   testing::NiceMock<support::MockBfdSessionMgr> mgr;
-   testing::NiceMock<support::MockIntfMgr> intfs;
+   testing::NiceMock<orvtest::MockBfdSessionMgr> mgr;
+   testing::NiceMock<orvtest::MockIntfMgr> intfs;
    ON_CALL(mgr, sbfd_echo_session_iter()).WillByDefault([] {
-      return fixture::rows<orv::sbfd_echo_session_iter_t>({keyOf(1), keyOf(2)});
+      return orvtest::iterOver<orv::sbfd_echo_session_iter_t>({keyOf(1), keyOf(2)});
    });
-   fixture::Contract contract;
+   orvtest::Contract contract;
    contract.init();
-   fixture::SentUpdates updates;
+   orvtest::SentUpdates updates;
    BfdProgrammer bfd(contract.client, &mgr, &intfs, updates);
    bfd.resyncStart();
    pb::rpc_status_msg response;
@@ -322,7 +322,7 @@ TEST_F(InitializedBfdProgrammerTest, severalStatusesBetweenTwoRunsAreOneBulkInOr
    contract_.bfd.on_sbfd_echo_session_status(keyOf(1), Status::down);
    contract_.bfd.on_sbfd_echo_session_status(keyOf(2), static_cast<Status>(9));
    EXPECT_TRUE(alive_.empty());
-   fixture::TraceCapture traces("OrvSdkRpc/1");
+   orvtest::TraceCapture traces("OrvSdkRpc/1");
    runTasks();
    ASSERT_EQ(alive_.size(), 1U);
    ASSERT_EQ(alive_[0].bulk_size(), 4);
@@ -375,7 +375,7 @@ TEST_F(InitializedBfdProgrammerTest, anInterfaceThatGoesDownTakesItsTrackedSessi
    status(session(3));
    statuses_[keyOf(2)] = Status::down;
    ON_CALL(contract_.host.intfMgr, admin_enabled(_)).WillByDefault(Return(true));
-   fixture::TraceCapture traces("OrvSdkRpc/1-2");
+   orvtest::TraceCapture traces("OrvSdkRpc/1-2");
    contract_.bfd.on_oper_status(orv::intf_id_t("Ethernet1"), orv::oper_status_t::down);
    ASSERT_EQ(alive_.size(), 1U);
    EXPECT_EQ(itemsOf(alive_[0]), (std::vector<std::string>{"192.0.2.1 1", "end"}));
@@ -412,7 +412,7 @@ TEST_F(InitializedBfdProgrammerTest, disabledOrDeletedInterfacesAreDownAndUnknow
    EXPECT_EQ(alive_.size(), 2U);
    contract_.bfd.on_intf_create(orv::intf_id_t("Ethernet1"));
    EXPECT_EQ(alive_.size(), 2U);
-   fixture::TraceCapture traces("OrvSdkRpc/2");
+   orvtest::TraceCapture traces("OrvSdkRpc/2");
    contract_.bfd.on_intf_delete(orv::intf_id_t("Ethernet9"));
    EXPECT_EQ(traces.texts(), std::vector<std::string>{fmt::format(
                                   "intf=Ethernet9 admin=false oper={} no sBFD session track intf state",
@@ -426,7 +426,7 @@ TEST_F(InitializedBfdProgrammerTest, anInterfaceThatIsGoneWhenItsEventComesCosts
    EXPECT_CALL(intfMgr, admin_enabled(_)).WillOnce(Throw(gone));
    EXPECT_CALL(intfMgr, oper_status(_)).WillOnce(Throw(gone));
    EXPECT_CALL(mgr_, sbfd_echo_session_status(_)).WillOnce(Throw(gone));
-   const fixture::TraceCapture traces("*/0");
+   const orvtest::TraceCapture traces("*/0");
    const orv::sdk_scoped_lock lock;
    const orv::intf_id_t intf("Ethernet1");
    contract_.bfd.on_oper_status(intf, orv::oper_status_t::up);

@@ -5,10 +5,10 @@
 #include <map>
 #include <string>
 
-#include "fixture/Contract.h"
 #include "orv/sbfd_types.h"
 #include "platform/gorm/TaskScheduler.h"
 #include "platform/zelt/Anchors.h"
+#include "testing/server/Contract.h"
 
 namespace OrvSdkRpc {
 namespace {
@@ -49,7 +49,7 @@ protected:
       return rtts;
    }
 
-   fixture::SentUpdates updates_;
+   orvtest::SentUpdates updates_;
    const Pavo::Ptr<Gorm::TaskScheduler> scheduler_ = Gorm::TaskSchedulerRoot::findOrCreateScheduler();
    const Pavo::Ptr<BfdRttBacklogSm> backlog_{new BfdRttBacklogSm(updates_)};
    const Pavo::Ptr<Gorm::Task> task_ = backlog_->rttBacklogTaskIs(scheduler_, 3, "backlog");

@@ -31,7 +31,7 @@ TEST_F(CbfNhgRedirectProgrammerTest, redirectsAreReadBack) {
    redirect(3, "a-b", "a", "b", {46, 10}, {46});
    redirect(7, "c-d", "c", "d", {}, {1, 2});
    contract_.cbf.resyncStart();
-   fixture::TraceCapture traces("OrvSdkRpc/7");
+   orvtest::TraceCapture traces("OrvSdkRpc/7");
    EXPECT_CALL(host_.aclMgr, acl_commit()).Times(0);
    EXPECT_TRUE(contract_.cbf.cbrPolicyMapNameIs("map"));
    const auto* const first = find("a", "b");

@@ -11,12 +11,12 @@
 
 #include "OrvSdkRpc/programming/CbfNhgMgr.h"
 #include "OrvSdkRpc/programming/CbfNhgRedirectProgrammer.h"
-#include "fixture/Contract.h"
-#include "fixture/ListIterator.h"
-#include "fixture/TraceCapture.h"
 #include "platform/tessel/EntityManager.h"
 #include "platform/tessel/MountGroup.h"
 #include "platform/tessel/SharedMem.h"
+#include "testing/sdk/Iterators.h"
+#include "testing/server/Contract.h"
+#include "testing/server/TraceCapture.h"
 
 namespace OrvSdkRpc {
 
@@ -126,7 +126,7 @@ protected:
    }
    // The rule at 5 is bad: nothing is known of it, and its class map and lists go.
    void expectBad(const std::string& words) {
-      fixture::TraceCapture traces("OrvSdkRpc/0");
+      orvtest::TraceCapture traces("OrvSdkRpc/0");
       EXPECT_CALL(host_.policyMapMgr, policy_map_is(testing::_)).Times(0);
       EXPECT_CALL(host_.aclMgr, acl_commit()).Times(1);
       EXPECT_TRUE(contract_.cbf.cbrPolicyMapNameIs("map"));
@@ -140,12 +140,12 @@ protected:
 
    static orv::acl_rule_ip_iter_t iterOver(const Lists& lists, const orv::acl_key_t& key) {
       const auto found = lists.find(key);
-      if (found == lists.end()) return fixture::rows<orv::acl_rule_ip_iter_t>({});
-      return fixture::rows<orv::acl_rule_ip_iter_t>({found->second.begin(), found->second.end()});
+      if (found == lists.end()) return orvtest::iterOver<orv::acl_rule_ip_iter_t>({});
+      return orvtest::iterOver<orv::acl_rule_ip_iter_t>({found->second.begin(), found->second.end()});
    }
 
-   fixture::Contract contract_;
-   fixture::AgentHost& host_ = contract_.host;
+   orvtest::Contract contract_;
+   orvtest::AgentHost& host_ = contract_.host;
    orv::policy_map_t policyMap_{mapKey};
    std::map<orv::policy_map_key_t, orv::class_map_t> classMaps_;
    Lists pending_;

@@ -6,10 +6,10 @@
 #include <vector>
 
 #include "CbfRedirectSwitch.h"
-#include "fixture/WatchedLock.h"
 #include "orv/error.h"
 #include "orv/lock.h"
 #include "platform/zelt/RangeException.h"
+#include "testing/server/WatchedLock.h"
 
 namespace OrvSdkRpc {
 namespace {
@@ -40,7 +40,7 @@ TEST_F(CbfRedirectTest, whatIsMissingIsRefusedInOrderAndNothingIsChanged) {
    EXPECT_EQ(process({}).debug_string(),
              "Error: no cbf_nexthop_group_redirect_policy_map_name specified in init");
    contract_.init(0, "map");
-   fixture::TraceCapture traces("OrvSdkRpc/0");
+   orvtest::TraceCapture traces("OrvSdkRpc/0");
    const auto refusal = [&](const Request& request) {
       const auto response = process(request);
       EXPECT_EQ(response.status(), pb::RPC_STATUS_ERROR);
@@ -59,7 +59,7 @@ TEST_F(CbfRedirectTest, whatIsMissingIsRefusedInOrderAndNothingIsChanged) {
 }
 
 TEST_F(NamedCbfRedirectTest, aRedirectIsTwoListsAClassMapAndARule) {
-   fixture::TraceCapture traces("OrvSdkRpc/1");
+   orvtest::TraceCapture traces("OrvSdkRpc/1");
    {
       testing::InSequence order;
       EXPECT_CALL(host_.aclMgr, acl_commit());
@@ -113,7 +113,7 @@ TEST_F(NamedCbfRedirectTest, theSameAgainChangesNothingButTheEpoch) {
    EXPECT_EQ(status(message("a", "b", {1, 2})), pb::RPC_STATUS_OK);
    contract_.resync(0);
    expectNoChange();
-   fixture::TraceCapture traces("OrvSdkRpc/6");
+   orvtest::TraceCapture traces("OrvSdkRpc/6");
    EXPECT_EQ(status(message("a", "b", {2, 1})), pb::RPC_STATUS_OK);
    EXPECT_EQ(find("a", "b")->epoch, 1);
    EXPECT_EQ(traces.texts(),
@@ -137,7 +137,7 @@ TEST_F(NamedCbfRedirectTest, otherValuesChangeTheListsAlone) {
    EXPECT_CALL(host_.aclMgr, acl_rule_set(v4("a-b"), 1, testing::Matcher<const orv::acl_rule_ip_t&>(_)));
    EXPECT_CALL(host_.aclMgr, acl_rule_del(v4("a-b"), 2));
    EXPECT_CALL(host_.aclMgr, acl_rule_del(v4("a-b"), 3));
-   fixture::TraceCapture traces("OrvSdkRpc/1,OrvSdkRpc/6");
+   orvtest::TraceCapture traces("OrvSdkRpc/1,OrvSdkRpc/6");
    EXPECT_EQ(status(message("a", "b", {9})), pb::RPC_STATUS_OK);
    EXPECT_EQ(priorities(v4("a-b")), (std::vector<int>{9}));
    EXPECT_EQ(traces.count("Update Acl a-b seq 1 matching a redirect b IPv4-DSCP [ 1, 2, 3 ]->[ 9 ] "
@@ -201,7 +201,7 @@ TEST_F(NamedCbfRedirectTest, aRemovalWaitsAndThenTakesEverythingInOnePush) {
    status(message("a", "b", {1}));
    status(message("c", "d", {2}));
    status(message("e", "f", {3}));
-   fixture::TraceCapture traces("OrvSdkRpc/1");
+   orvtest::TraceCapture traces("OrvSdkRpc/1");
    const orv::policy_map_t before = policyMap_;
    EXPECT_EQ(status(removal("a", "b")), pb::RPC_STATUS_OK);
    EXPECT_EQ(status(removal("a", "b")), pb::RPC_STATUS_OK);
@@ -229,7 +229,7 @@ TEST_F(NamedCbfRedirectTest, whatIsAddedAgainBeforeTheRemovalStays) {
    status(message("a", "b", {1}));
    status(removal("a", "b"));
    expectNoChange();
-   fixture::TraceCapture traces("OrvSdkRpc/6");
+   orvtest::TraceCapture traces("OrvSdkRpc/6");
    EXPECT_EQ(status(message("a", "b", {1})), pb::RPC_STATUS_OK);
    EXPECT_EQ(traces.texts().at(0),
              "Ignore add map seq 1 matching a redirect b IPv4-DSCP [ 1 ] IPv6-DSCP [] "
@@ -243,7 +243,7 @@ TEST_F(NamedCbfRedirectTest, aRemovalThatIsRefusedIsTriedAgainAsAWhole) {
    status(message("c", "d", {2}));
    status(removal("a", "b"));
    status(removal("c", "d"));
-   fixture::TraceCapture traces("OrvSdkRpc/0");
+   orvtest::TraceCapture traces("OrvSdkRpc/0");
    EXPECT_CALL(host_.policyMapMgr, policy_map_is(_))
         .WillOnce(testing::Throw(orv::error("disk full")))
         .WillRepeatedly([this](const orv::policy_map_t& map) { policyMap_ = map; });
@@ -290,7 +290,7 @@ TEST_F(NamedCbfRedirectTest, anAddThatWasRefusedIsMadeGoodByTheNextOne) {
 
 TEST_F(NamedCbfRedirectTest, aRemovalOfAnUnknownRedirectIsNotFoundWithoutWords) {
    expectNoChange();
-   fixture::TraceCapture traces("OrvSdkRpc/6");
+   orvtest::TraceCapture traces("OrvSdkRpc/6");
    const auto response = process(removal("a", "b"));
    EXPECT_EQ(response.status(), pb::RPC_STATUS_NOT_FOUND);
    EXPECT_EQ(response.debug_string(), "");
@@ -314,7 +314,7 @@ TEST_F(NamedCbfRedirectTest, aResyncSchedulesWhatWasNotReplayedAndALateReplaySav
 
 // The items of a bulk give the main loop its turn; the commit and the push at its end belong together.
 TEST_F(NamedCbfRedirectTest, theLockSpansOneItemAndTheEndOfABulk) {
-   fixture::WatchedLock lock;
+   orvtest::WatchedLock lock;
    // Which taking of the lock each call of the SDK stands under; 0 for none.
    std::vector<int> seen;
    const auto see = [&](const auto&...) { seen.push_back(orv::sdk_call_allowed() ? lock.taken() : 0); };

@@ -7,19 +7,19 @@
 #include <thread>
 #include <vector>
 
-#include "fixture/Contract.h"
-#include "fixture/ListIterator.h"
-#include "fixture/Programmed.h"
-#include "fixture/TraceCapture.h"
-#include "fixture/WatchedLock.h"
 #include "orv/error.h"
 #include "orv/lock.h"
+#include "testing/sdk/Iterators.h"
+#include "testing/server/Contract.h"
+#include "testing/server/Programmed.h"
+#include "testing/server/TraceCapture.h"
+#include "testing/server/WatchedLock.h"
 
 namespace OrvSdkRpc {
 namespace {
 
-using fixture::Contract;
-using fixture::rows;
+using orvtest::Contract;
+using orvtest::iterOver;
 using testing::InSequence;
 using testing::Throw;
 
@@ -29,7 +29,7 @@ constexpr int end = pb::rpc_server_resync_msg::RESYNC_END;
 class ClientInitTest : public testing::Test {
 protected:
    Contract contract_;
-   fixture::AgentHost& host_ = contract_.host;
+   orvtest::AgentHost& host_ = contract_.host;
 };
 
 TEST_F(ClientInitTest, onAnEmptySwitchNothingExistsButTheUnusedRedirects) {
@@ -47,17 +47,17 @@ TEST_F(ClientInitTest, onAnEmptySwitchNothingExistsButTheUnusedRedirects) {
 
 TEST_F(ClientInitTest, tellsWhatTheSwitchHolds) {
    EXPECT_CALL(host_.ipRouteMgr, ip_route_iter()).WillOnce([] {
-      return rows<orv::ip_route_iter_t>({orv::ip_route_t()});
+      return iterOver<orv::ip_route_iter_t>({orv::ip_route_t()});
    });
    EXPECT_CALL(host_.mplsRouteMgr, mpls_route_iter()).WillOnce([] {
-      return rows<orv::mpls_route_iter_t>({orv::mpls_route_t()});
+      return iterOver<orv::mpls_route_iter_t>({orv::mpls_route_t()});
    });
    EXPECT_CALL(host_.mplsVrfLabelMgr, mpls_vrf_label_iter()).Times(0);
    EXPECT_CALL(host_.nexthopGroupMgr, nexthop_group_iter()).WillOnce([] {
-      return rows<orv::nexthop_group_iter_t>({orv::nexthop_group_t()});
+      return iterOver<orv::nexthop_group_iter_t>({orv::nexthop_group_t()});
    });
    EXPECT_CALL(host_.tunnelMgr, nexthop_group_tunnel_iter()).WillOnce([] {
-      return rows<orv::nexthop_group_tunnel_iter_t>({orv::nexthop_group_tunnel_t()});
+      return iterOver<orv::nexthop_group_tunnel_iter_t>({orv::nexthop_group_tunnel_t()});
    });
    const auto response = contract_.init(0, "no such map");
    EXPECT_TRUE(response.ip_routes_exist());
@@ -69,7 +69,7 @@ TEST_F(ClientInitTest, tellsWhatTheSwitchHolds) {
 
 TEST_F(ClientInitTest, aLoneVrfLabelCountsAsAnMplsRoute) {
    EXPECT_CALL(host_.mplsVrfLabelMgr, mpls_vrf_label_iter()).WillOnce([] {
-      return rows<orv::mpls_vrf_label_iter_t>({orv::mpls_vrf_label_t()});
+      return iterOver<orv::mpls_vrf_label_iter_t>({orv::mpls_vrf_label_t()});
    });
    EXPECT_TRUE(contract_.init().mpls_routes_exist());
 }
@@ -87,10 +87,10 @@ TEST_F(ClientInitTest, looksAtTheManagersInOrder) {
 }
 
 TEST_F(ClientInitTest, anErrorWhileLookingLeavesItUninitializedAndKeepsWhatWasFound) {
-   fixture::TraceCapture traces("OrvSdkRpc/0");
+   orvtest::TraceCapture traces("OrvSdkRpc/0");
    EXPECT_CALL(host_.ipRouteMgr, tag_is(7));
    EXPECT_CALL(host_.ipRouteMgr, ip_route_iter()).WillOnce([] {
-      return rows<orv::ip_route_iter_t>({orv::ip_route_t()});
+      return iterOver<orv::ip_route_iter_t>({orv::ip_route_t()});
    });
    EXPECT_CALL(host_.nexthopGroupMgr, nexthop_group_iter()).WillOnce(Throw(orv::error("on fire")));
    EXPECT_CALL(host_.tunnelMgr, nexthop_group_tunnel_iter()).Times(0);
@@ -133,7 +133,7 @@ TEST_F(ClientInitTest, resyncStartsInOrder) {
    EXPECT_CALL(host_.mplsVrfLabelMgr, resync_init());
    EXPECT_CALL(host_.nexthopGroupMgr, resync_init());
    EXPECT_CALL(host_.tunnelMgr, resync_init());
-   fixture::TraceCapture traces("OrvSdkRpc/0");
+   orvtest::TraceCapture traces("OrvSdkRpc/0");
    EXPECT_EQ(contract_.resync(start).status(), pb::RPC_STATUS_OK);
    EXPECT_EQ(traces.count("Resync start"), 1U);
    EXPECT_TRUE(contract_.client.resyncInProgress());
@@ -150,7 +150,7 @@ TEST_F(ClientInitTest, resyncEndsInItsOwnOrderWithTheGroupsLast) {
    EXPECT_CALL(host_.mplsVrfLabelMgr, resync_complete());
    EXPECT_CALL(host_.tunnelMgr, resync_complete());
    EXPECT_CALL(host_.nexthopGroupMgr, resync_complete());
-   fixture::TraceCapture traces("OrvSdkRpc/0");
+   orvtest::TraceCapture traces("OrvSdkRpc/0");
    EXPECT_EQ(contract_.resync(end).status(), pb::RPC_STATUS_OK);
    EXPECT_EQ(traces.count("Resync end"), 1U);
    EXPECT_FALSE(contract_.client.resyncInProgress());
@@ -173,7 +173,7 @@ TEST_F(ClientInitTest, staleRedirectsAndSessionsGoBetweenTheTunnelsAndTheGroups)
    ASSERT_EQ(response.status(), pb::RPC_STATUS_OK);
    contract_.resync(start);
 
-   fixture::TraceCapture traces("OrvSdkRpc/1");
+   orvtest::TraceCapture traces("OrvSdkRpc/1");
    const auto scheduled = [&] { return traces.count("Scheduled removal map seq 1 matching a redirect b"); };
    InSequence order;
    EXPECT_CALL(host_.tunnelMgr, resync_complete()).WillOnce([&] { EXPECT_EQ(scheduled(), 0U); });
@@ -256,7 +256,7 @@ TEST_F(ClientInitTest, anErrorStopsTheEndWhereItIs) {
 TEST_F(ClientInitTest, anEndWithoutAStartIsRefusedAndPurgesNothing) {
    EXPECT_CALL(host_.ipRouteMgr, resync_complete()).Times(0);
    EXPECT_CALL(host_.nexthopGroupMgr, resync_complete()).Times(0);
-   fixture::TraceCapture traces("OrvSdkRpc/0");
+   orvtest::TraceCapture traces("OrvSdkRpc/0");
    const auto response = contract_.resync(end);
    EXPECT_EQ(response.status(), pb::RPC_STATUS_ERROR);
    EXPECT_EQ(response.debug_string(), "Error: resync state is already false");
@@ -296,14 +296,14 @@ TEST_F(ClientInitTest, theRedirectsEpochWrapsAt256) {
 TEST_F(ClientInitTest, aResyncBeforeInitDoesNotLetProgrammingThrough) {
    contract_.resync(start);
    pb::rpc_status_msg response;
-   contract_.ip.processIpRouteRequest(fixture::ipRoute(1, "g"), response);
+   contract_.ip.processIpRouteRequest(orvtest::ipRoute(1, "g"), response);
    EXPECT_EQ(response.status(), pb::RPC_STATUS_NOT_INITIALIZED);
 }
 
-// Off the main thread every call of a manager stands under the SDK's lock, each under a scope of its own: the
-// main loop gets its turn between them.
+// Off the main thread every manager call holds the SDK's lock in a scope of its own, so the main loop gets its
+// turn between two calls.
 TEST_F(ClientInitTest, everyManagerCallHoldsTheLockAloneAndBriefly) {
-   fixture::WatchedLock lock;
+   orvtest::WatchedLock lock;
    std::vector<int> seen;
    const auto see = [&] {
       EXPECT_TRUE(orv::sdk_call_allowed());

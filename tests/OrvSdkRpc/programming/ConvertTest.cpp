@@ -2,8 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include "fixture/Programmed.h"
 #include "orv/error.h"
+#include "testing/server/Programmed.h"
 
 namespace OrvSdkRpc {
 namespace {
@@ -22,9 +22,9 @@ std::string wordsOf(Call&& call) {
 TEST(Convert, anAddressHasFourSixteenOrNoBytes) {
    pb::ip_address_msg message;
    EXPECT_EQ(ipAddressToIpAddr(message), orv::ip_addr_t());
-   message.set_address(fixture::ipv4({192, 0, 2, 255}));
+   message.set_address(orvtest::ipv4({192, 0, 2, 255}));
    EXPECT_EQ(ipAddressToIpAddr(message), orv::ip_addr_t("192.0.2.255"));
-   message.set_address(fixture::ipv4({0x20, 1, 0xd, 0xb8, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1}));
+   message.set_address(orvtest::ipv4({0x20, 1, 0xd, 0xb8, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1}));
    EXPECT_EQ(ipAddressToIpAddr(message), orv::ip_addr_t("2001:db8::1"));
    message.set_address("12345");
    EXPECT_EQ(wordsOf<orv::invalid_argument_error>([&] { ipAddressToIpAddr(message); }),
@@ -34,12 +34,12 @@ TEST(Convert, anAddressHasFourSixteenOrNoBytes) {
 TEST(Convert, aPrefixIsWhatTheSdkAccepts) {
    pb::ip_prefix_msg message;
    EXPECT_EQ(ipPrefixToPrefix(message), orv::ip_prefix_t());
-   message.mutable_network()->set_address(fixture::ipv4({10, 0, 0, 0}));
+   message.mutable_network()->set_address(orvtest::ipv4({10, 0, 0, 0}));
    message.set_prefix_length(8);
    EXPECT_EQ(ipPrefixToPrefix(message), orv::ip_prefix_t("10.0.0.0/8"));
    message.set_prefix_length(33);
    EXPECT_NE(wordsOf<orv::invalid_argument_error>([&] { ipPrefixToPrefix(message); }), "");
-   message.mutable_network()->set_address(fixture::ipv4({10, 0, 0, 1}));
+   message.mutable_network()->set_address(orvtest::ipv4({10, 0, 0, 1}));
    message.set_prefix_length(8);
    EXPECT_NE(wordsOf<orv::invalid_argument_error>([&] { ipPrefixToPrefix(message); }), "");
    message.set_prefix_length(4294967295U);
@@ -48,7 +48,7 @@ TEST(Convert, aPrefixIsWhatTheSdkAccepts) {
 
 pb::sbfd_echo_session_key_msg session() {
    pb::sbfd_echo_session_key_msg message;
-   message.mutable_nexthop()->set_address(fixture::ipv4({192, 0, 2, 1}));
+   message.mutable_nexthop()->set_address(orvtest::ipv4({192, 0, 2, 1}));
    message.set_nexthop_intf("Ethernet1");
    message.add_label_stack(100);
    message.add_label_stack(200);

@@ -6,18 +6,18 @@
 #include <thread>
 #include <vector>
 
-#include "fixture/Contract.h"
-#include "fixture/Programmed.h"
-#include "fixture/TraceCapture.h"
-#include "fixture/WatchedLock.h"
 #include "orv/error.h"
 #include "orv/lock.h"
-#include "support/VectorIter.h"
+#include "testing/sdk/Iterators.h"
+#include "testing/server/Contract.h"
+#include "testing/server/Programmed.h"
+#include "testing/server/TraceCapture.h"
+#include "testing/server/WatchedLock.h"
 
 namespace OrvSdkRpc {
 namespace {
 
-using fixture::ipRoute;
+using orvtest::ipRoute;
 using testing::_;
 using testing::InSequence;
 using testing::Matcher;
@@ -42,8 +42,8 @@ protected:
       EXPECT_CALL(mgr_, ip_route_del(_)).Times(0);
    }
 
-   fixture::Contract contract_;
-   testing::NiceMock<support::MockIpRouteMgr>& mgr_ = contract_.host.ipRouteMgr;
+   orvtest::Contract contract_;
+   testing::NiceMock<orvtest::MockIpRouteMgr>& mgr_ = contract_.host.ipRouteMgr;
 };
 
 TEST_F(IpRouteProgrammerTest, beforeInitNothingIsProgrammed) {
@@ -64,7 +64,7 @@ TEST_F(IpRouteProgrammerTest, aRouteAndItsViaAreWrittenTogether) {
    InSequence order;
    EXPECT_CALL(mgr_, ip_route_set(route, orv::ip_route_action_t::nexthop_group));
    EXPECT_CALL(mgr_, ip_route_via_set(via));
-   fixture::TraceCapture traces("OrvSdkRpc/1");
+   orvtest::TraceCapture traces("OrvSdkRpc/1");
    const auto response = process(ipRoute(1, "g", 5));
    EXPECT_EQ(response.status(), pb::RPC_STATUS_OK);
    EXPECT_EQ(response.debug_string(), "");
@@ -89,7 +89,7 @@ TEST_F(IpRouteProgrammerTest, aDeleteOfAnAbsentRouteIsNotFoundWithoutWords) {
    contract_.init();
    expectNothingWritten();
    EXPECT_CALL(mgr_, exists(Matcher<const orv::ip_route_key_t&>(_))).WillOnce(Return(false));
-   fixture::TraceCapture traces("OrvSdkRpc/1");
+   orvtest::TraceCapture traces("OrvSdkRpc/1");
    const auto response = process(ipRoute(1, ""));
    EXPECT_EQ(response.status(), pb::RPC_STATUS_NOT_FOUND);
    EXPECT_EQ(response.debug_string(), "");
@@ -106,7 +106,7 @@ TEST_F(IpRouteProgrammerTest, anotherTagThanInitsIsRefused) {
    EXPECT_CALL(mgr_, tag_is(7));
    contract_.init(7);
    expectNothingWritten();
-   fixture::TraceCapture traces("OrvSdkRpc/0");
+   orvtest::TraceCapture traces("OrvSdkRpc/0");
    const auto response = process(ipRoute(1, "g", 8));
    EXPECT_EQ(response.status(), pb::RPC_STATUS_ERROR);
    const std::string words = "Error: Create 10.0.1.0/24 route with tag 8 != rpc_server_init::ip_route_tag 7";
@@ -139,7 +139,7 @@ TEST_F(IpRouteProgrammerTest, aDirectAddWithoutForwardingIsRefused) {
 
 TEST_F(IpRouteProgrammerTest, anErrorOfTheSdkBecomesWords) {
    contract_.init();
-   fixture::TraceCapture traces("OrvSdkRpc/0");
+   orvtest::TraceCapture traces("OrvSdkRpc/0");
    EXPECT_CALL(mgr_, ip_route_via_set(_)).WillOnce(Throw(orv::configuration_error("no room")));
    const auto response = process(ipRoute(1, "g"));
    EXPECT_EQ(response.status(), pb::RPC_STATUS_ERROR);
@@ -166,7 +166,7 @@ TEST_F(IpRouteProgrammerTest, aRouteThatStoodIsAsItWasWhenTheViaIsRefused) {
    old.nexthop_group_is("old");
    ON_CALL(mgr_, action(keyOf(1))).WillByDefault(Return(orv::ip_route_action_t::nexthop_group));
    ON_CALL(mgr_, ip_route_via_iter(keyOf(1))).WillByDefault([&](const auto&) {
-      return support::iterOver<orv::ip_route_via_iter_t>({old});
+      return orvtest::iterOver<orv::ip_route_via_iter_t>({old});
    });
    InSequence order;
    EXPECT_CALL(mgr_, exists(Matcher<const orv::ip_route_key_t&>(keyOf(1)))).WillOnce(Return(true));
@@ -193,7 +193,7 @@ TEST_F(IpRouteProgrammerTest, aRouteWithoutViasGetsItsActionBack) {
 
 TEST_F(IpRouteProgrammerTest, anErrorInTakingBackDoesNotHideTheRefusal) {
    contract_.init();
-   fixture::TraceCapture traces("OrvSdkRpc/0");
+   orvtest::TraceCapture traces("OrvSdkRpc/0");
    EXPECT_CALL(mgr_, ip_route_via_set(_)).WillOnce(Throw(orv::invalid_argument_error("name too long")));
    EXPECT_CALL(mgr_, ip_route_del(_)).WillOnce(Throw(orv::error("worse")));
    EXPECT_TRUE(process(ipRoute(1, "g")).debug_string().ends_with("exception name too long"));
@@ -245,7 +245,7 @@ TEST_F(IpRouteProgrammerTest, anEmptyBulkIsAReplyWithoutEntries) {
 
 TEST_F(IpRouteProgrammerTest, theLockSpansAllCallsForOneRouteAndNoMore) {
    contract_.init();
-   fixture::WatchedLock lock;
+   orvtest::WatchedLock lock;
    // Which taking of the lock each call of the SDK stands under; 0 for none.
    std::vector<int> seen;
    const auto see = [&](const auto&...) { seen.push_back(orv::sdk_call_allowed() ? lock.taken() : 0); };

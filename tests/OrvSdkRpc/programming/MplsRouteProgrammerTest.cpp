@@ -6,13 +6,13 @@
 #include <thread>
 #include <vector>
 
-#include "fixture/Contract.h"
-#include "fixture/Programmed.h"
-#include "fixture/TraceCapture.h"
-#include "fixture/WatchedLock.h"
 #include "orv/error.h"
 #include "orv/lock.h"
-#include "support/VectorIter.h"
+#include "testing/sdk/Iterators.h"
+#include "testing/server/Contract.h"
+#include "testing/server/Programmed.h"
+#include "testing/server/TraceCapture.h"
+#include "testing/server/WatchedLock.h"
 
 namespace OrvSdkRpc {
 namespace {
@@ -31,7 +31,7 @@ pb::mpls_route_msg withNexthop(pb::mpls_operation_enum operation,
    message.set_label(100);
    auto& nexthop = *message.mutable_nexthop_msg();
    nexthop.set_intf("Ethernet1");
-   nexthop.mutable_address()->set_address(fixture::ipv4({192, 0, 2, 1}));
+   nexthop.mutable_address()->set_address(orvtest::ipv4({192, 0, 2, 1}));
    nexthop.set_mpls_operation(operation);
    for (const std::uint32_t label : labels)
       nexthop.add_mpls_labels(label);
@@ -79,13 +79,13 @@ protected:
    void routeStands(bool stands = true) {
       ON_CALL(routes_, exists(Matcher<const orv::mpls_route_key_t&>(key))).WillByDefault(Return(stands));
    }
-   // The route's one via, over a group, and the route's version.
+   // Sets up a route with this version and one via, over a group.
    orv::mpls_route_via_t viaStands(std::uint16_t version) {
       orv::mpls_route_via_t via(key);
       via.nexthop_group_is("old");
       ON_CALL(routes_, mpls_route(key)).WillByDefault(Return(orv::mpls_route_t(key, version)));
       ON_CALL(routes_, mpls_route_via_iter(key)).WillByDefault([via](const auto&) {
-         return support::iterOver<orv::mpls_route_via_iter_t>({via});
+         return orvtest::iterOver<orv::mpls_route_via_iter_t>({via});
       });
       return via;
    }
@@ -93,7 +93,7 @@ protected:
       ON_CALL(labels_, mpls_vrf_label(_))
            .WillByDefault(Return(orv::mpls_vrf_label_t(orv::mpls_label_t(100), "red")));
    }
-   // The via that a request writes.
+   // Processes the request. RETURNS: the via that it writes.
    orv::mpls_route_via_t written(const pb::mpls_route_msg& request) {
       orv::mpls_route_via_t via;
       EXPECT_CALL(routes_, mpls_route_via_set(_)).WillOnce(testing::SaveArg<0>(&via));
@@ -103,16 +103,16 @@ protected:
       return via;
    }
    std::string refusal(const pb::mpls_route_msg& request) {
-      fixture::TraceCapture traces("OrvSdkRpc/0");
+      orvtest::TraceCapture traces("OrvSdkRpc/0");
       const auto response = process(request);
       EXPECT_EQ(response.status(), pb::RPC_STATUS_ERROR);
       EXPECT_EQ(traces.texts(), std::vector<std::string>{response.debug_string()});
       return response.debug_string();
    }
 
-   fixture::Contract contract_;
-   testing::NiceMock<support::MockMplsRouteMgr>& routes_ = contract_.host.mplsRouteMgr;
-   testing::NiceMock<support::MockMplsVrfLabelMgr>& labels_ = contract_.host.mplsVrfLabelMgr;
+   orvtest::Contract contract_;
+   testing::NiceMock<orvtest::MockMplsRouteMgr>& routes_ = contract_.host.mplsRouteMgr;
+   testing::NiceMock<orvtest::MockMplsVrfLabelMgr>& labels_ = contract_.host.mplsVrfLabelMgr;
    MplsRouteProgrammer mpls_{contract_.client, &routes_, &labels_};
 };
 
@@ -141,7 +141,7 @@ TEST_F(InitializedMplsRouteProgrammerTest, aNexthopIsARouteWithAViaAndNoVrfLabel
    via.hop_is(orv::ip_addr_t("192.0.2.1"));
    via.label_action_is(orv::mpls_action_t::swap);
    via.pushswap_label_is(orv::mpls_label_t(200));
-   fixture::TraceCapture traces("OrvSdkRpc/1-2");
+   orvtest::TraceCapture traces("OrvSdkRpc/1-2");
    InSequence order;
    EXPECT_CALL(routes_, exists(Matcher<const orv::mpls_route_key_t&>(key))).WillOnce(Return(false));
    EXPECT_CALL(routes_, mpls_route_set(orv::mpls_route_t(key)));
@@ -189,7 +189,7 @@ TEST_F(InitializedMplsRouteProgrammerTest, otherActionsOfANexthopAreNotSupported
              fmt::format("Error: MPLS label 100 action {} not supported", orv::mpls_action_t::forward));
    EXPECT_EQ(refusal(withNexthop(pb::MPLS_OPERATION_NONE, {})),
              fmt::format("Error: MPLS label 100 action {} not supported", orv::mpls_action_t::none));
-   fixture::TraceCapture traces("OrvSdkRpc/1");
+   orvtest::TraceCapture traces("OrvSdkRpc/1");
    orv::mpls_route_via_t via(key);
    via.label_action_is(orv::mpls_action_t::forward);
    via.nexthop_group_is("g");
@@ -203,7 +203,7 @@ TEST_F(InitializedMplsRouteProgrammerTest, otherActionsOfANexthopAreNotSupported
 TEST_F(InitializedMplsRouteProgrammerTest, aVrfLabelTakesTheRouteAway) {
    routeStands();
    ON_CALL(routes_, exists(Matcher<const orv::mpls_route_via_t&>(_))).WillByDefault(Return(true));
-   fixture::TraceCapture traces("OrvSdkRpc/1-2");
+   orvtest::TraceCapture traces("OrvSdkRpc/1-2");
    InSequence order;
    EXPECT_CALL(labels_, mpls_vrf_label_set(orv::mpls_vrf_label_t(orv::mpls_label_t(100), "red")));
    EXPECT_CALL(routes_, mpls_route_del(key));
@@ -234,7 +234,7 @@ TEST_F(InitializedMplsRouteProgrammerTest, aDeleteTakesTheRouteThenItsViaAndLeav
 
 TEST_F(InitializedMplsRouteProgrammerTest, aDeleteOfARouteWithoutAViaSaysSoInTheTrace) {
    routeStands();
-   fixture::TraceCapture traces("OrvSdkRpc/1");
+   orvtest::TraceCapture traces("OrvSdkRpc/1");
    EXPECT_CALL(routes_, mpls_route_via_del(_)).Times(0);
    EXPECT_EQ(process(deletion()).status(), pb::RPC_STATUS_OK);
    EXPECT_EQ(traces.texts(), (std::vector<std::string>{"MPLS label 100 delete route",
@@ -311,7 +311,7 @@ TEST_F(InitializedMplsRouteProgrammerTest, aLabelWithoutViasStandsWithoutThemAga
 TEST_F(InitializedMplsRouteProgrammerTest, aLabelWhoseOldViaIsRefusedTooIsNotLeftBehindWithoutOne) {
    routeStands();
    const auto old = viaStands(0);
-   fixture::TraceCapture traces("OrvSdkRpc/0");
+   orvtest::TraceCapture traces("OrvSdkRpc/0");
    InSequence order;
    EXPECT_CALL(routes_, mpls_route_del(key));
    EXPECT_CALL(routes_, mpls_route_set(_));
@@ -325,7 +325,7 @@ TEST_F(InitializedMplsRouteProgrammerTest, aLabelWhoseOldViaIsRefusedTooIsNotLef
 }
 
 TEST_F(InitializedMplsRouteProgrammerTest, aNewLabelWhoseViaIsRefusedIsTakenBackAndThatMayFailToo) {
-   fixture::TraceCapture traces("OrvSdkRpc/0");
+   orvtest::TraceCapture traces("OrvSdkRpc/0");
    InSequence order;
    EXPECT_CALL(routes_, mpls_route_set(_));
    EXPECT_CALL(routes_, mpls_route_via_set(_)).WillOnce(Throw(orv::invalid_argument_error("first")));
@@ -336,7 +336,7 @@ TEST_F(InitializedMplsRouteProgrammerTest, aNewLabelWhoseViaIsRefusedIsTakenBack
 }
 
 TEST_F(InitializedMplsRouteProgrammerTest, theLockSpansOneLabel) {
-   fixture::WatchedLock lock;
+   orvtest::WatchedLock lock;
    // Which taking of the lock each call of the SDK stands under; 0 for none.
    std::vector<int> seen;
    const auto see = [&](const auto&...) { seen.push_back(orv::sdk_call_allowed() ? lock.taken() : 0); };
@@ -365,7 +365,7 @@ TEST_F(InitializedMplsRouteProgrammerTest, theLockSpansOneLabel) {
 
 TEST(MplsRouteProgrammerDeathTest, anUnknownOperationOfAGroupEndsTheProcess) {
    GTEST_FLAG_SET(death_test_style, "threadsafe");
-   fixture::Contract contract;
+   orvtest::Contract contract;
    contract.init();
    MplsRouteProgrammer mpls(contract.client, &contract.host.mplsRouteMgr, &contract.host.mplsVrfLabelMgr);
    pb::rpc_status_msg response;

@@ -8,19 +8,19 @@
 #include <vector>
 
 #include "OrvSdkRpc/programming/Reply.h"
-#include "fixture/Contract.h"
-#include "fixture/Programmed.h"
-#include "fixture/TempDir.h"
-#include "fixture/TraceCapture.h"
-#include "fixture/WatchedLock.h"
 #include "orv/error.h"
 #include "orv/lock.h"
 #include "platform/process/Toggles.h"
+#include "testing/base/TempDir.h"
+#include "testing/server/Contract.h"
+#include "testing/server/Programmed.h"
+#include "testing/server/TraceCapture.h"
+#include "testing/server/WatchedLock.h"
 
 namespace OrvSdkRpc {
 namespace {
 
-using fixture::addNexthop;
+using orvtest::addNexthop;
 using testing::_;
 using testing::Return;
 
@@ -52,8 +52,8 @@ protected:
       return written;
    }
 
-   fixture::Contract contract_;
-   testing::NiceMock<support::MockNexthopGroupMgr>& mgr_ = contract_.host.nexthopGroupMgr;
+   orvtest::Contract contract_;
+   testing::NiceMock<orvtest::MockNexthopGroupMgr>& mgr_ = contract_.host.nexthopGroupMgr;
    NexthopGroupProgrammer groups_{contract_.client, &mgr_};
 };
 
@@ -84,7 +84,7 @@ TEST_F(InitializedNexthopGroupProgrammerTest, aGroupIsWrittenAsAWhole) {
    request.mutable_nexthops(0)->mutable_sbfd_session()->set_nexthop_intf("Ethernet2");
    request.set_counters_unshared(true);
    request.set_autosize(true);
-   fixture::TraceCapture traces("OrvSdkRpc/1");
+   orvtest::TraceCapture traces("OrvSdkRpc/1");
    const orv::nexthop_group_t group = set(request);
    EXPECT_EQ(traces.texts(), std::vector<std::string>{"Programming " + pb::toString(request)});
    EXPECT_EQ(group.name(), "g");
@@ -223,7 +223,7 @@ TEST_F(InitializedNexthopGroupProgrammerTest, backupsFillSlotsOfTheirOwn) {
 
 TEST_F(InitializedNexthopGroupProgrammerTest, anAddNeedsAName) {
    EXPECT_CALL(mgr_, nexthop_group_set(_)).Times(0);
-   fixture::TraceCapture traces("OrvSdkRpc/0");
+   orvtest::TraceCapture traces("OrvSdkRpc/0");
    pb::nexthop_group_msg request;
    request.set_autosize(true);
    const auto response = process(request);
@@ -244,7 +244,7 @@ TEST_F(InitializedNexthopGroupProgrammerTest, aDeleteIgnoresAllButTheName) {
    request.set_delete_(true);
    EXPECT_CALL(mgr_, exists("g")).WillOnce(Return(true));
    EXPECT_CALL(mgr_, nexthop_group_del("g"));
-   fixture::TraceCapture traces("OrvSdkRpc/1");
+   orvtest::TraceCapture traces("OrvSdkRpc/1");
    const auto response = process(request);
    EXPECT_EQ(response.status(), pb::RPC_STATUS_OK);
    EXPECT_EQ(response.debug_string(), "");
@@ -255,7 +255,7 @@ TEST_F(InitializedNexthopGroupProgrammerTest, aDeleteOfAnAbsentGroupIsNotFoundBy
    EXPECT_CALL(mgr_, nexthop_group_del(_)).Times(0);
    auto request = groupNamed("g");
    request.set_delete_(true);
-   fixture::TraceCapture traces("OrvSdkRpc/1");
+   orvtest::TraceCapture traces("OrvSdkRpc/1");
    EXPECT_EQ(process(request).status(), pb::RPC_STATUS_NOT_FOUND);
    EXPECT_EQ(traces.texts(), std::vector<std::string>{"Delete NHG g ignored, not found"});
    EXPECT_EQ(process(request).debug_string(), "NHG g not found");
@@ -305,7 +305,7 @@ TEST_F(InitializedNexthopGroupProgrammerTest, aBulkGoesOnBehindAFailedItem) {
    EXPECT_CALL(mgr_, nexthop_group_set(_)).Times(2).WillRepeatedly([&](const orv::nexthop_group_t& group) {
       written.push_back(group.name());
    });
-   fixture::TraceCapture traces("OrvSdkRpc/1");
+   orvtest::TraceCapture traces("OrvSdkRpc/1");
    pb::rpc_status_bulk_msg response;
    groups_.processNexthopGroupBulkRequest(request, response);
    ASSERT_EQ(response.statuses_size(), 3);
@@ -318,7 +318,7 @@ TEST_F(InitializedNexthopGroupProgrammerTest, aBulkGoesOnBehindAFailedItem) {
 }
 
 TEST_F(InitializedNexthopGroupProgrammerTest, theLockSpansOneItem) {
-   fixture::WatchedLock lock;
+   orvtest::WatchedLock lock;
    // Which taking of the lock each call of the SDK stands under; 0 for none.
    std::vector<int> seen;
    const auto see = [&] { seen.push_back(orv::sdk_call_allowed() ? lock.taken() : 0); };
@@ -347,10 +347,10 @@ TEST_F(InitializedNexthopGroupProgrammerTest, theLockSpansOneItem) {
 
 // The toggle is read once per process, so the look at it has a process of its own.
 int withBackupsOff() {
-   const fixture::TempDir dir;
-   std::ofstream(dir.file("NexthopGroup.json")) << R"({"NHGBackupNexthops": false})";
+   const orvtest::TempDir dir;
+   std::ofstream(dir / "NexthopGroup.json") << R"({"NHGBackupNexthops": false})";
    toggleDirectoryIs(dir.path());
-   fixture::Contract contract;
+   orvtest::Contract contract;
    contract.init();
    NexthopGroupProgrammer groups(contract.client, &contract.host.nexthopGroupMgr);
    auto request = groupNamed("g");
@@ -379,7 +379,7 @@ TEST(NexthopGroupProgrammerDeathTest, backupsAreIgnoredWhereTheToggleIsOff) {
 
 TEST(NexthopGroupProgrammerDeathTest, anUnknownTypeEndsTheProcess) {
    GTEST_FLAG_SET(death_test_style, "threadsafe");
-   fixture::Contract contract;
+   orvtest::Contract contract;
    contract.init();
    NexthopGroupProgrammer groups(contract.client, &contract.host.nexthopGroupMgr);
    auto request = groupNamed("g");

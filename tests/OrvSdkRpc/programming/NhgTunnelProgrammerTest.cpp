@@ -6,12 +6,12 @@
 #include <thread>
 #include <vector>
 
-#include "fixture/Contract.h"
-#include "fixture/Programmed.h"
-#include "fixture/TraceCapture.h"
-#include "fixture/WatchedLock.h"
 #include "orv/error.h"
 #include "orv/lock.h"
+#include "testing/server/Contract.h"
+#include "testing/server/Programmed.h"
+#include "testing/server/TraceCapture.h"
+#include "testing/server/WatchedLock.h"
 
 namespace OrvSdkRpc {
 namespace {
@@ -24,7 +24,7 @@ const orv::ip_prefix_t endpoint("10.0.1.0/24");
 
 pb::nexthop_group_tunnel_msg tunnelTo(const std::string& group) {
    pb::nexthop_group_tunnel_msg message;
-   *message.mutable_prefix() = fixture::ipRoute(1, "").prefix();
+   *message.mutable_prefix() = orvtest::ipRoute(1, "").prefix();
    message.set_nexthop_group_name(group);
    message.set_igp_metric(20);
    return message;
@@ -42,8 +42,8 @@ protected:
       EXPECT_CALL(mgr_, nexthop_group_tunnel_del(_)).Times(0);
    }
 
-   fixture::Contract contract_;
-   testing::NiceMock<support::MockNexthopGroupTunnelMgr>& mgr_ = contract_.host.tunnelMgr;
+   orvtest::Contract contract_;
+   testing::NiceMock<orvtest::MockNexthopGroupTunnelMgr>& mgr_ = contract_.host.tunnelMgr;
    NhgTunnelProgrammer tunnels_{contract_.client, &mgr_};
 };
 
@@ -64,7 +64,7 @@ TEST_F(NhgTunnelProgrammerTest, beforeInitEveryItemOfABulkIsRefused) {
 
 TEST_F(NhgTunnelProgrammerTest, aGroupNameCreatesAndTheGroupIsNotLookedAt) {
    contract_.init();
-   fixture::TraceCapture traces("OrvSdkRpc/1");
+   orvtest::TraceCapture traces("OrvSdkRpc/1");
    orv::nexthop_group_tunnel_t tunnel;
    tunnel.tunnel_endpoint_is(endpoint);
    tunnel.nhg_name_is("g");
@@ -79,7 +79,7 @@ TEST_F(NhgTunnelProgrammerTest, aGroupNameCreatesAndTheGroupIsNotLookedAt) {
 
 TEST_F(NhgTunnelProgrammerTest, anEmptyGroupNameDeletes) {
    contract_.init();
-   fixture::TraceCapture traces("OrvSdkRpc/1");
+   orvtest::TraceCapture traces("OrvSdkRpc/1");
    EXPECT_CALL(mgr_, exists(endpoint)).WillOnce(Return(true));
    EXPECT_CALL(mgr_, nexthop_group_tunnel_del(endpoint));
    EXPECT_EQ(process(tunnelTo("")).status(), pb::RPC_STATUS_OK);
@@ -102,7 +102,7 @@ TEST_F(NhgTunnelProgrammerTest, anErrorBecomesWordsAndTheBulkGoesOn) {
    request.mutable_bulk(0)->mutable_prefix()->set_prefix_length(8);
    *request.add_bulk() = tunnelTo("full");
    *request.add_bulk() = tunnelTo("h");
-   fixture::TraceCapture traces("OrvSdkRpc/0");
+   orvtest::TraceCapture traces("OrvSdkRpc/0");
    EXPECT_CALL(mgr_, nexthop_group_tunnel_set(_))
         .WillOnce(Throw(orv::configuration_error("no room")))
         .WillOnce(Return());
@@ -127,7 +127,7 @@ TEST_F(NhgTunnelProgrammerTest, anAbsentPrefixIsTheDefaultOne) {
 
 TEST_F(NhgTunnelProgrammerTest, theLockSpansOneItem) {
    contract_.init();
-   fixture::WatchedLock lock;
+   orvtest::WatchedLock lock;
    // Which taking of the lock each call of the SDK stands under; 0 for none.
    std::vector<int> seen;
    const auto see = [&](const auto&...) { seen.push_back(orv::sdk_call_allowed() ? lock.taken() : 0); };

@@ -7,10 +7,10 @@
 #include <string>
 #include <vector>
 
-#include "fixture/Contract.h"
-#include "fixture/TraceCapture.h"
 #include "orv/error.h"
 #include "orv/lock.h"
+#include "testing/server/Contract.h"
+#include "testing/server/TraceCapture.h"
 
 namespace OrvSdkRpc {
 namespace {
@@ -41,8 +41,8 @@ protected:
       pair.set_value(value);
    }
 
-   fixture::Contract contract_;
-   testing::NiceMock<support::MockAgentMgr>& mgr_ = contract_.host.agentMgr;
+   orvtest::Contract contract_;
+   testing::NiceMock<orvtest::MockAgentMgr>& mgr_ = contract_.host.agentMgr;
    OpaqueProgrammer opaque_{contract_.client, &mgr_};
 };
 
@@ -67,7 +67,7 @@ TEST_F(OpaqueProgrammerTest, setsRunBeforeDeletesInOrder) {
    add(request, "a", "2");
    request.add_deletes()->set_key("b");
    request.mutable_deletes(0)->set_value("not read");
-   fixture::TraceCapture traces("OrvSdkRpc/1");
+   orvtest::TraceCapture traces("OrvSdkRpc/1");
    {
       InSequence order;
       EXPECT_CALL(mgr_, status_set("b", "1"));
@@ -99,7 +99,7 @@ TEST_F(OpaqueProgrammerTest, anErrorStopsASetAndWhatWasSetStays) {
    EXPECT_CALL(mgr_, status_set("b", "2")).WillOnce(Throw(orv::error("full")));
    EXPECT_CALL(mgr_, status_set("c", _)).Times(0);
    EXPECT_CALL(mgr_, status_del(_)).Times(0);
-   fixture::TraceCapture traces("OrvSdkRpc/0");
+   orvtest::TraceCapture traces("OrvSdkRpc/0");
    const auto response = set(request);
    EXPECT_EQ(response.status(), pb::RPC_STATUS_ERROR);
    EXPECT_TRUE(response.debug_string().starts_with("Error: request key_value_pairs {"));
@@ -108,7 +108,7 @@ TEST_F(OpaqueProgrammerTest, anErrorStopsASetAndWhatWasSetStays) {
 }
 
 TEST_F(OpaqueProgrammerTest, anUnsetKeyHasAnEmptyValue) {
-   fixture::TraceCapture traces("OrvSdkRpc/1");
+   orvtest::TraceCapture traces("OrvSdkRpc/1");
    const auto pairs = get({"unset", ""});
    ASSERT_EQ(pairs.key_value_pairs_size(), 2);
    EXPECT_EQ(pairs.key_value_pairs(0).key(), "unset");
@@ -121,7 +121,7 @@ TEST_F(OpaqueProgrammerTest, anErrorCutsAGetShortAndIsOnlyTraced) {
    EXPECT_CALL(mgr_, status("a")).WillOnce(Return("1"));
    EXPECT_CALL(mgr_, status("b")).WillOnce(Throw(orv::error("gone")));
    EXPECT_CALL(mgr_, status("c")).Times(0);
-   fixture::TraceCapture traces("OrvSdkRpc/0");
+   orvtest::TraceCapture traces("OrvSdkRpc/0");
    const auto pairs = get({"a", "b", "c"});
    ASSERT_EQ(pairs.key_value_pairs_size(), 1);
    EXPECT_EQ(pairs.key_value_pairs(0).value(), "1");
@@ -140,7 +140,7 @@ TEST_F(OpaqueProgrammerTest, aGetEndsInFrontOfThePairThatIsTooMuch) {
    for (int i = 0; i < 200; ++i)
       request.add_key_value_pairs()->set_key("key");
    pb::rpc_server_state_status_msg response;
-   fixture::TraceCapture traces("OrvSdkRpc/0");
+   orvtest::TraceCapture traces("OrvSdkRpc/0");
    opaque_.processOpaqueStateGetRequest(request, response);
    EXPECT_EQ(response.key_value_pairs_size(), 64);
    ASSERT_EQ(traces.texts().size(), 1U);

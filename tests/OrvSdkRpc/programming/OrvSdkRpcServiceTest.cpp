@@ -1,8 +1,8 @@
 // The programming service over a real server and a real socket, on a switch of mocks.
 #include "OrvSdkRpc/programming/OrvSdkRpcService.h"
 
-#include <grpcpp/grpcpp.h>
 #include <gmock/gmock.h>
+#include <grpcpp/grpcpp.h>
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -14,21 +14,22 @@
 #include <vector>
 
 #include "OrvSdkRpc/server/TagManager.h"
-#include "fixture/AgentHost.h"
-#include "fixture/Eventually.h"
-#include "fixture/FreePort.h"
-#include "fixture/EveryRpc.h"
-#include "fixture/Programmed.h"
-#include "fixture/ProgrammingService.h"
-#include "fixture/RunningServer.h"
 #include "orv/lock.h"
+#include "testing/base/Eventually.h"
+#include "testing/base/FreePort.h"
+#include "testing/server/AgentHost.h"
+#include "testing/server/EveryRpc.h"
+#include "testing/server/LiveHandlers.h"
+#include "testing/server/Programmed.h"
+#include "testing/server/ProgrammingService.h"
+#include "testing/server/RunningServer.h"
 
 namespace OrvSdkRpc {
 namespace {
 
-using fixture::eventually;
-using fixture::ipRoute;
-using fixture::liveHandlers;
+using orvtest::eventually;
+using orvtest::ipRoute;
+using orvtest::liveHandlers;
 
 constexpr const char* aliveType = "DetectServerAliveHandler";
 
@@ -38,7 +39,7 @@ protected:
 
    // The mocks' behaviour is set before: the pump reads it without a lock.
    void start() {
-      running_ = std::make_unique<fixture::RunningServer>(fixture::programmingService(host_));
+      running_ = std::make_unique<orvtest::RunningServer>(orvtest::programmingService(host_));
       stub_ = running_->stub<pb::orvsdk_service>();
    }
 
@@ -59,11 +60,11 @@ protected:
    }
 
    const google::protobuf::ServiceDescriptor& service_ =
-        *fixture::serviceNamed(pb::orvsdk_service::service_full_name());
+        *orvtest::serviceNamed(pb::orvsdk_service::service_full_name());
    const std::size_t rpcs_ = static_cast<std::size_t>(service_.method_count());
    const std::uint64_t handlersBefore_ = liveHandlers();
-   fixture::AgentHost host_;
-   std::unique_ptr<fixture::RunningServer> running_;
+   orvtest::AgentHost host_;
+   std::unique_ptr<orvtest::RunningServer> running_;
    std::unique_ptr<Stub> stub_;
 };
 
@@ -113,7 +114,7 @@ TEST_F(OrvSdkRpcServiceTest, everyRpcWaitsForItsCall) {
    EXPECT_EQ(liveHandlers() - handlersBefore_, rpcs_);
    // The two streams have a done tag beside their main tag.
    EXPECT_EQ(running_->server().tags().size(), rpcs_ + 2);
-   EXPECT_THAT(fixture::rpcsWithoutHandler(running_->channel(), service_), testing::IsEmpty());
+   EXPECT_THAT(orvtest::rpcsWithoutHandler(running_->channel(), service_), testing::IsEmpty());
 }
 
 TEST_F(OrvSdkRpcServiceTest, programsARouteFromTheWireToTheSdk) {
@@ -173,7 +174,7 @@ TEST_F(OrvSdkRpcServiceTest, aBulkHasAnEntryPerItem) {
    }
    pb::nexthop_group_bulk_msg groups;
    groups.add_bulk()->set_name("g");
-   fixture::addNexthop(*groups.add_bulk(), 1, {100});
+   orvtest::addNexthop(*groups.add_bulk(), 1, {100});
    groups.mutable_bulk(1)->set_name("h");
    const auto statuses = call(&Stub::nexthop_group_bulk, groups).statuses();
    ASSERT_EQ(statuses.size(), 2);
@@ -186,7 +187,7 @@ TEST_F(OrvSdkRpcServiceTest, tunnelsAndLabelsReachTheirManagers) {
    EXPECT_CALL(host_.mplsVrfLabelMgr, mpls_vrf_label_set(testing::_)).Times(2);
    start();
    pb::nexthop_group_tunnel_bulk_msg tunnels;
-   *tunnels.add_bulk()->mutable_prefix() = fixture::ipRoute(1, "").prefix();
+   *tunnels.add_bulk()->mutable_prefix() = orvtest::ipRoute(1, "").prefix();
    tunnels.mutable_bulk(0)->set_nexthop_group_name("g");
    pb::mpls_route_bulk_msg labels;
    labels.add_bulk()->set_label(16);
@@ -261,8 +262,8 @@ TEST_F(OrvSdkRpcServiceTest, anAliveWatchWhoseClientLeavesIsFreedAtOnce) {
 // A server that refuses remote clients does so on its mirror services: the controller's is always served.
 TEST_F(OrvSdkRpcServiceTest, aPeerThatOtherServicesRejectIsServed) {
    // The peer comes from 127.0.0.1, which is not local to the first address, a unix one.
-   const std::string tcp = fixture::freeLoopbackAddress();
-   fixture::RunningServer running(fixture::programmingService(host_),
+   const std::string tcp = orvtest::freeLoopbackAddress();
+   orvtest::RunningServer running(orvtest::programmingService(host_),
                                   ServerProperties{.addresses = {tcp},
                                                    .sslProfileState = SslProfileState::NotConfigured,
                                                    .allowInsecureRemote = false});
@@ -319,7 +320,7 @@ TEST_F(OrvSdkRpcServiceTest, stopUnderLoadIsPromptAndLeavesNothing) {
       running_->server().stop();
    }
    running_->stop();
-   EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(2 * fixture::slowdown()));
+   EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(2 * orvtest::slowdown()));
    EXPECT_TRUE(entered);
    EXPECT_EQ(running_->server().tags().size(), 0U);
    EXPECT_EQ(liveHandlers(), handlersBefore_);

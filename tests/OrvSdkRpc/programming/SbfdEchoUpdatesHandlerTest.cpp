@@ -10,16 +10,17 @@
 #include <vector>
 
 #include "OrvSdkRpc/server/TagManager.h"
-#include "fixture/AgentHost.h"
-#include "fixture/Eventually.h"
-#include "fixture/ProgrammingService.h"
-#include "fixture/RunningServer.h"
+#include "testing/base/Eventually.h"
+#include "testing/server/AgentHost.h"
+#include "testing/server/LiveHandlers.h"
+#include "testing/server/ProgrammingService.h"
+#include "testing/server/RunningServer.h"
 
 namespace OrvSdkRpc {
 namespace {
 
-using fixture::eventually;
-using fixture::liveHandlers;
+using orvtest::eventually;
+using orvtest::liveHandlers;
 using Message = pb::watch_sbfd_echo_session_status_msg;
 
 constexpr const char* handlerType = "SbfdEchoUpdatesHandler";
@@ -98,7 +99,7 @@ protected:
 
    std::latch inside_{1};
    std::latch leave_{1};
-   fixture::AgentHost host_;
+   orvtest::AgentHost host_;
    // Before the server runs, whose pump reads the mock's behaviour without a lock.
    const bool prepared_ = [this] {
       ON_CALL(host_.agentMgr, status(testing::_)).WillByDefault([this](const std::string&) {
@@ -108,8 +109,8 @@ protected:
       });
       return true;
    }();
-   OrvSdkRpcService* service_ = fixture::programmingService(host_).release();
-   fixture::RunningServer running_{std::unique_ptr<OrvSdkRpcService>(service_)};
+   OrvSdkRpcService* service_ = orvtest::programmingService(host_).release();
+   orvtest::RunningServer running_{std::unique_ptr<OrvSdkRpcService>(service_)};
    std::unique_ptr<pb::orvsdk_service::Stub> stub_ = running_.stub<pb::orvsdk_service>();
 };
 
@@ -238,8 +239,8 @@ TEST_F(SbfdEchoUpdatesTest, aServiceThatClosesLeavesUpdatesUntouched) {
 
 TEST(SbfdEchoUpdatesDeathTest, aStreamIsEnteredOnce) {
    GTEST_FLAG_SET(death_test_style, "threadsafe");
-   fixture::AgentHost host;
-   OrvSdkRpcService service(fixture::programmingManagers(host));
+   orvtest::AgentHost host;
+   OrvSdkRpcService service(orvtest::programmingManagers(host));
    int tag = 0;
    service.registerSbfdHandlerForUpdates(&tag);
    EXPECT_DEATH(service.registerSbfdHandlerForUpdates(&tag), "inserted");

@@ -12,20 +12,21 @@
 #include <vector>
 
 #include "OrvSdkRpc/programming/OrvSdkRpcService.h"
-#include "fixture/AgentHost.h"
-#include "fixture/Eventually.h"
-#include "fixture/Programmed.h"
-#include "fixture/ProgrammingService.h"
-#include "fixture/RunningServer.h"
 #include "orv/lock.h"
 #include "platform/gorm/TaskScheduler.h"
 #include "platform/zelt/Anchors.h"
+#include "testing/base/Eventually.h"
+#include "testing/server/AgentHost.h"
+#include "testing/server/LiveHandlers.h"
+#include "testing/server/Programmed.h"
+#include "testing/server/ProgrammingService.h"
+#include "testing/server/RunningServer.h"
 
 namespace OrvSdkRpc {
 namespace {
 
-using fixture::eventually;
-using fixture::liveHandlers;
+using orvtest::eventually;
+using orvtest::liveHandlers;
 using Message = pb::watch_sbfd_echo_session_status_msg;
 using Status = orv::bfd_session_status_t;
 
@@ -55,7 +56,7 @@ int statusOfRound(std::uint32_t round) {
 // reader but what a first window holds. It ends by itself when the test takes far too long.
 class Stream {
 public:
-   explicit Stream(const fixture::RunningServer& server) {
+   explicit Stream(const orvtest::RunningServer& server) {
       grpc::ChannelArguments arguments;
       arguments.SetInt(GRPC_ARG_USE_LOCAL_SUBCHANNEL_POOL, 1);
       arguments.SetInt(GRPC_ARG_HTTP2_BDP_PROBE, 0);
@@ -124,7 +125,7 @@ protected:
       for (std::uint32_t i = 0; i < sessionCount; ++i) {
          auto& session = *bulk.add_bulk();
          session.mutable_key()->mutable_nexthop()->set_address(
-              fixture::ipv4({10, 0, static_cast<int>(i >> 8), static_cast<int>(i & 0xff)}));
+              orvtest::ipv4({10, 0, static_cast<int>(i >> 8), static_cast<int>(i & 0xff)}));
          session.mutable_key()->set_nexthop_intf("Ethernet" + std::to_string(i % 64 + 1));
          session.mutable_key()->add_label_stack(firstLabel + i);
          session.set_rtt_enabled(true);
@@ -172,9 +173,9 @@ protected:
          keys.push_back(keyOf(i));
       return keys;
    }();
-   fixture::AgentHost host_;
-   OrvSdkRpcService* service_ = fixture::programmingService(host_).release();
-   fixture::RunningServer running_{std::unique_ptr<OrvSdkRpcService>(service_)};
+   orvtest::AgentHost host_;
+   OrvSdkRpcService* service_ = orvtest::programmingService(host_).release();
+   orvtest::RunningServer running_{std::unique_ptr<OrvSdkRpcService>(service_)};
    std::unique_ptr<pb::orvsdk_service::Stub> stub_ = running_.stub<pb::orvsdk_service>();
 };
 

@@ -14,11 +14,11 @@
 #include <string>
 #include <thread>
 
-#include "fixture/Eventually.h"
-#include "fixture/ProbeService.h"
-#include "fixture/RawCall.h"
-#include "fixture/RunningServer.h"
-#include "fixture/TempDir.h"
+#include "testing/base/Eventually.h"
+#include "testing/base/TempDir.h"
+#include "testing/server/ProbeService.h"
+#include "testing/server/RawCall.h"
+#include "testing/server/RunningServer.h"
 
 namespace OrvSdkRpc {
 namespace {
@@ -88,11 +88,11 @@ private:
 };
 
 TEST(Connections, thoseOfTheAddressAreShutDownAndNoOthers) {
-   const fixture::TempDir dir;
-   const Listener mine(dir.file("mine"));
-   const Listener other(dir.file("other"));
+   const orvtest::TempDir dir;
+   const Listener mine(dir / "mine");
+   const Listener other(dir / "other");
    ASSERT_TRUE(mine.connected());
-   shutDownConnections({"unix:" + dir.file("mine")});
+   shutDownConnections({"unix:" + dir / "mine"});
    EXPECT_FALSE(mine.connected());
    EXPECT_TRUE(mine.listens());
    EXPECT_TRUE(other.connected());
@@ -190,9 +190,9 @@ private:
 };
 
 TEST(Connections, nothingElseOfTheProcessIsTouched) {
-   const fixture::TempDir dir;
-   const Listener mine(dir.file("mine"));
-   const LockedFile file(dir.file("file"));
+   const orvtest::TempDir dir;
+   const Listener mine(dir / "mine");
+   const LockedFile file(dir / "file");
    const Pair pair;
    ASSERT_TRUE(file.locked());
    shutDownConnections({dir.unixAddress("mine")});
@@ -203,15 +203,15 @@ TEST(Connections, nothingElseOfTheProcessIsTouched) {
 
 // A descriptor's number may pass from a connection to another socket at any moment.
 TEST(Connections, aSocketThatTakesTheNumberOfAConnectionStaysConnected) {
-   const fixture::TempDir dir;
+   const orvtest::TempDir dir;
    std::atomic<bool> over{false};
    std::thread hangingUp([&] {
       while (!over)
          shutDownConnections({dir.unixAddress("mine")});
    });
    for (int round = 0; round < 2000; ++round) {
-      unlink(dir.file("mine").c_str());
-      { const Listener mine(dir.file("mine")); }
+      unlink((dir / "mine").c_str());
+      { const Listener mine(dir / "mine"); }
       const Pair first;
       const Pair second;
       ASSERT_TRUE(first.connected());
@@ -222,17 +222,17 @@ TEST(Connections, aSocketThatTakesTheNumberOfAConnectionStaysConnected) {
 }
 
 TEST(Connections, aServerThatHangsUpAtItsEndLeavesTheRestOfTheProcess) {
-   const fixture::TempDir dir;
-   const LockedFile file(dir.file("file"));
+   const orvtest::TempDir dir;
+   const LockedFile file(dir / "file");
    const Pair pair;
-   const Listener other(dir.file("other"));
+   const Listener other(dir / "other");
    {
-      auto service = std::make_unique<fixture::ProbeService>();
-      fixture::ProbeService& probe = *service;
-      fixture::RunningServer running{std::move(service)};
+      auto service = std::make_unique<orvtest::ProbeService>();
+      orvtest::ProbeService& probe = *service;
+      orvtest::RunningServer running{std::move(service)};
       const std::string path = running.address().substr(std::string("unix://").size());
-      const fixture::RawCall call(path, "/OrvSdkRpc.test.ProbeService/watch");
-      ASSERT_TRUE(fixture::eventually([&] { return probe.watchers() == 1; }));
+      const orvtest::RawCall call(path, "/OrvSdkRpc.test.ProbeService/watch");
+      ASSERT_TRUE(orvtest::eventually([&] { return probe.watchers() == 1; }));
       // More than a socket takes, so that the server can only end by hanging up.
       probe.publish(std::string(std::size_t{16} << 20, 'x'));
       running.stop();

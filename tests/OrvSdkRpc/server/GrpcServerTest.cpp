@@ -10,16 +10,17 @@
 #include <thread>
 #include <vector>
 
-#include "fixture/Eventually.h"
-#include "fixture/ProbeService.h"
-#include "fixture/RunningServer.h"
-#include "fixture/TraceCapture.h"
+#include "testing/base/Eventually.h"
+#include "testing/base/TempDir.h"
+#include "testing/server/ProbeService.h"
+#include "testing/server/RunningServer.h"
+#include "testing/server/TraceCapture.h"
 
 namespace OrvSdkRpc {
 namespace {
 
-using fixture::ProbeService;
-using fixture::RunningServer;
+using orvtest::ProbeService;
+using orvtest::RunningServer;
 
 std::unique_ptr<GrpcServer> serverOn(const std::string& address) {
    std::vector<std::unique_ptr<GrpcService>> services;
@@ -86,7 +87,7 @@ TEST(GrpcServer, servesOneCallAtATimeAndTheNextOneWaits) {
 }
 
 TEST(GrpcServer, stopBeforeRunMakesRunReturn) {
-   fixture::TempDir dir;
+   orvtest::TempDir dir;
    const auto server = serverOn(dir.unixAddress("s"));
    server->stop();
    server->run();
@@ -103,7 +104,7 @@ TEST(GrpcServer, stopMayBeRepeatedAndMayComeAfterTheEnd) {
 }
 
 TEST(GrpcServer, stopWhileItStarts) {
-   fixture::TempDir dir;
+   orvtest::TempDir dir;
    for (int round = 0; round < 20; ++round) {
       const auto server = serverOn(dir.unixAddress("s"));
       std::thread pump([&] { server->run(); });
@@ -114,17 +115,17 @@ TEST(GrpcServer, stopWhileItStarts) {
 }
 
 TEST(GrpcServer, aServerThatNeverRunsMayBeDestroyed) {
-   fixture::TempDir dir;
+   orvtest::TempDir dir;
    const auto server = serverOn(dir.unixAddress("s"));
    EXPECT_EQ(server->state(), GrpcServer::State::Constructed);
 }
 
 TEST(GrpcServer, anAddressThatCannotBeBoundEndsTheThreadWithWords) {
-   fixture::TempDir dir;
+   orvtest::TempDir dir;
    const std::string address = dir.unixAddress("no/such/directory/s");
    const auto server = serverOn(address);
    const std::string words = "gRPC server did not start on: " + address;
-   fixture::TraceCapture traces("rpc-server/0");
+   orvtest::TraceCapture traces("rpc-server/0");
    testing::internal::CaptureStderr();
    std::thread pump([&] { server->run(); });
    EXPECT_FALSE(server->waitUntilServing());
@@ -136,7 +137,7 @@ TEST(GrpcServer, anAddressThatCannotBeBoundEndsTheThreadWithWords) {
 }
 
 TEST(GrpcServer, accountingIsNotClaimed) {
-   fixture::TraceCapture traces("rpc-server/0");
+   orvtest::TraceCapture traces("rpc-server/0");
    { RunningServer without{std::make_unique<ProbeService>()}; }
    EXPECT_TRUE(traces.texts().empty());
    RunningServer running{std::make_unique<ProbeService>(),

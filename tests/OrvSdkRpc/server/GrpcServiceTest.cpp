@@ -7,16 +7,17 @@
 #include <vector>
 
 #include "OrvSdkRpc/server/TagManager.h"
-#include "fixture/Eventually.h"
-#include "fixture/EveryRpc.h"
-#include "fixture/ProbeService.h"
-#include "fixture/RunningServer.h"
+#include "testing/base/Eventually.h"
+#include "testing/server/EveryRpc.h"
+#include "testing/server/LiveHandlers.h"
+#include "testing/server/ProbeService.h"
+#include "testing/server/RunningServer.h"
 
 namespace OrvSdkRpc {
 namespace {
 
 TEST(GrpcService, publishBeforeTheServerReachesNobody) {
-   fixture::ProbeService service;
+   orvtest::ProbeService service;
    EXPECT_EQ(service.tags(), nullptr);
    EXPECT_EQ(service.findHandler(reinterpret_cast<OpaqueId>(1)), nullptr);
    service.publish("to nobody");
@@ -25,23 +26,23 @@ TEST(GrpcService, publishBeforeTheServerReachesNobody) {
 }
 
 TEST(GrpcService, takesItsPlaceInTheServerAndPostsOneHandlerPerRpc) {
-   const std::uint64_t before = fixture::liveHandlers();
-   auto* const first = new fixture::ProbeService;
-   fixture::RunningServer running{std::unique_ptr<fixture::ProbeService>(first)};
+   const std::uint64_t before = orvtest::liveHandlers();
+   auto* const first = new orvtest::ProbeService;
+   orvtest::RunningServer running{std::unique_ptr<orvtest::ProbeService>(first)};
    EXPECT_EQ(first->serviceId(), 0U);
    EXPECT_EQ(first->grpcServer(), &running.server());
    EXPECT_TRUE(first->properties().internalServer);
    // One handler for each of the four RPCs that are started; the stream has a done tag beside its main tag.
-   EXPECT_EQ(fixture::liveHandlers() - before, 4U);
+   EXPECT_EQ(orvtest::liveHandlers() - before, 4U);
    EXPECT_EQ(running.server().tags().size(), 5U);
    running.stop();
    EXPECT_TRUE(first->closing());
    EXPECT_EQ(running.server().tags().size(), 0U);
-   EXPECT_EQ(fixture::liveHandlers(), before);
+   EXPECT_EQ(orvtest::liveHandlers(), before);
 }
 
 TEST(GrpcService, anRpcWithoutAServiceIsUnimplemented) {
-   fixture::RunningServer running{std::vector<std::unique_ptr<GrpcService>>{}};
+   orvtest::RunningServer running{std::vector<std::unique_ptr<GrpcService>>{}};
    const auto stub = running.stub<test::ProbeService>();
    grpc::ClientContext context;
    test::ProbeRequest request;
@@ -50,7 +51,7 @@ TEST(GrpcService, anRpcWithoutAServiceIsUnimplemented) {
 }
 
 TEST(GrpcService, anRpcWithoutAHandlerStaysUnanswered) {
-   fixture::RunningServer running{std::make_unique<fixture::ProbeService>()};
+   orvtest::RunningServer running{std::make_unique<orvtest::ProbeService>()};
    const auto stub = running.stub<test::ProbeService>();
    grpc::ClientContext context;
    context.set_deadline(std::chrono::system_clock::now() + std::chrono::milliseconds(200));
@@ -61,10 +62,10 @@ TEST(GrpcService, anRpcWithoutAHandlerStaysUnanswered) {
 
 // What finds an RPC that its service forgets.
 TEST(GrpcService, anRpcWithoutAHandlerIsFoundByTheDescriptor) {
-   fixture::RunningServer running{std::make_unique<fixture::ProbeService>()};
-   const auto* const service = fixture::serviceNamed(test::ProbeService::service_full_name());
+   orvtest::RunningServer running{std::make_unique<orvtest::ProbeService>()};
+   const auto* const service = orvtest::serviceNamed(test::ProbeService::service_full_name());
    ASSERT_NE(service, nullptr);
-   EXPECT_EQ(fixture::rpcsWithoutHandler(running.channel(), *service, std::chrono::seconds(1)),
+   EXPECT_EQ(orvtest::rpcsWithoutHandler(running.channel(), *service, std::chrono::seconds(1)),
              std::vector<std::string>{"absent"});
 }
 

@@ -12,15 +12,16 @@
 #include <vector>
 
 #include "OrvSdkRpc/server/TagManager.h"
-#include "fixture/Eventually.h"
-#include "fixture/ProbeService.h"
-#include "fixture/RunningServer.h"
+#include "testing/base/Eventually.h"
+#include "testing/server/LiveHandlers.h"
+#include "testing/server/ProbeService.h"
+#include "testing/server/RunningServer.h"
 
 namespace OrvSdkRpc {
 namespace {
 
-using fixture::eventually;
-using fixture::liveHandlers;
+using orvtest::eventually;
+using orvtest::liveHandlers;
 
 constexpr const char* watchType = "ProbeWatchHandler";
 
@@ -45,8 +46,8 @@ protected:
       EXPECT_EQ(service_->watchers(), 0U);
    }
 
-   fixture::ProbeService* service_ = new fixture::ProbeService;
-   fixture::RunningServer running_{std::unique_ptr<fixture::ProbeService>(service_)};
+   orvtest::ProbeService* service_ = new orvtest::ProbeService;
+   orvtest::RunningServer running_{std::unique_ptr<orvtest::ProbeService>(service_)};
    std::unique_ptr<test::ProbeService::Stub> stub_ = running_.stub<test::ProbeService>();
 };
 
@@ -194,7 +195,7 @@ TEST_F(PumpTest, aStreamThatIsNotFinishedDoesNotHoldUpTheStop) {
    const auto watch = open(1);
    const auto begin = std::chrono::steady_clock::now();
    running_.stop();
-   EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(5 * fixture::slowdown()));
+   EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(5 * orvtest::slowdown()));
    EXPECT_EQ(liveHandlers(watchType), 0U);
    EXPECT_FALSE(watch->reader->Finish().ok());
 }

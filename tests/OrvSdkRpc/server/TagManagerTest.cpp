@@ -7,8 +7,8 @@
 #include <vector>
 
 #include "OrvSdkRpc/server/MakeHandler.h"
-#include "fixture/ProbeService.h"
-#include "fixture/RunningServer.h"
+#include "testing/server/ProbeService.h"
+#include "testing/server/RunningServer.h"
 
 namespace OrvSdkRpc {
 namespace {
@@ -41,8 +41,8 @@ protected:
       return std::make_shared<Idle>(tags_.nextId(), running_.server(), service_->cq(), ended_, asked);
    }
 
-   fixture::ProbeService* service_ = new fixture::ProbeService;
-   fixture::RunningServer running_{std::unique_ptr<fixture::ProbeService>(service_)};
+   orvtest::ProbeService* service_ = new orvtest::ProbeService;
+   orvtest::RunningServer running_{std::unique_ptr<orvtest::ProbeService>(service_)};
    TagManager tags_;
    int ended_ = 0;
 };

@@ -78,10 +78,10 @@ TEST(AddressesTest, macAddressesGoOutAsSixBytesAlways) {
 
 TEST(AddressesTest, roundTrips) {
    for (std::uint64_t seed = 1; seed <= roundTripSeeds; ++seed) {
-      support::ValueSource source(seed);
-      const auto addr = support::generate<orv::ip_addr_t>(source);
+      orvtest::ValueSource source(seed);
+      const auto addr = orvtest::generate<orv::ip_addr_t>(source);
       EXPECT_EQ(ip_addr(ip_addr_bytes(addr)), addr);
-      const auto mac = support::generate<orv::eth_addr_t>(source);
+      const auto mac = orvtest::generate<orv::eth_addr_t>(source);
       EXPECT_EQ(eth_addr(eth_addr_bytes(mac, false)), mac);
       EXPECT_EQ(eth_addr_bytes(eth_addr(eth_addr_bytes(mac, true)), true), eth_addr_bytes(mac, false));
    }

@@ -3,7 +3,7 @@
 #include "Conversions.h"
 #include "OrvSdkRpc/types/Addresses.h"
 #include "OrvSdkRpc/types/Identifiers.h"
-#include "support/GenerateStatus.h"
+#include "testing/values/GenerateStatus.h"
 
 namespace {
 
@@ -36,8 +36,8 @@ TEST(BgpPathTest, theAttributesOfAQuery) {
 TEST(BgpPathTest, everyFieldOfAPathArrives) {
    for (std::uint64_t seed = 1; seed <= roundTripSeeds; ++seed) {
       SCOPED_TRACE(seed);
-      support::ValueSource source(seed);
-      const auto path = support::generate<orv::bgp_path_t>(source);
+      orvtest::ValueSource source(seed);
+      const auto path = orvtest::generate<orv::bgp_path_t>(source);
       const remote::BgpPath message = convert(path);
       EXPECT_EQ(convert(message.path_key()), path.path_key());
       const remote::BgpPathAttrs& attr = message.path_attr();

@@ -1,7 +1,7 @@
 #include "OrvSdkRpc/types/ClassMap.h"
 
 #include "Conversions.h"
-#include "support/GeneratePolicy.h"
+#include "testing/values/GeneratePolicy.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 #include "OrvSdkRpc/types/Cmdapi.h"
 
 #include "Conversions.h"
-#include "support/GenerateStatus.h"
+#include "testing/values/GenerateStatus.h"
 
 namespace {
 
@@ -23,8 +23,8 @@ TEST(CmdapiTest, fieldsGoWhereTheyBelong) {
 TEST(CmdapiTest, everyFieldOfAResponseArrives) {
    for (std::uint64_t seed = 1; seed <= roundTripSeeds; ++seed) {
       SCOPED_TRACE(seed);
-      support::ValueSource source(seed);
-      const auto response = support::generate<orv::cmdapi_response_t>(source);
+      orvtest::ValueSource source(seed);
+      const auto response = orvtest::generate<orv::cmdapi_response_t>(source);
       const remote::CmdapiResponse message = convert(response);
       EXPECT_EQ(message.success(), response.success());
       EXPECT_EQ(message.error_code(), response.error_code());

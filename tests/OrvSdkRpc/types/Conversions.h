@@ -15,7 +15,7 @@
 #include <vector>
 
 #include "orv/error.h"
-#include "support/Generate.h"
+#include "testing/values/Generate.h"
 
 namespace types_test {
 
@@ -100,8 +100,8 @@ void expectRoundTrips(ToWire&& toWire, ToSdk&& toSdk, Expected&& expected = {}) 
    std::unordered_set<Sdk> seen;
    for (std::uint64_t seed = 1; seed <= roundTripSeeds && !testing::Test::HasFailure(); ++seed) {
       SCOPED_TRACE(testing::Message() << "seed " << seed);
-      support::ValueSource source(seed);
-      const Sdk value = support::generate<Sdk>(source);
+      orvtest::ValueSource source(seed);
+      const Sdk value = orvtest::generate<Sdk>(source);
       seen.insert(value);
       const auto message = toWire(value);
       auto received = message;

@@ -1,7 +1,7 @@
 #include "OrvSdkRpc/types/EthLagIntf.h"
 
 #include "Conversions.h"
-#include "support/GenerateStatus.h"
+#include "testing/values/GenerateStatus.h"
 
 namespace {
 
@@ -12,8 +12,8 @@ namespace remote = orv::remote;
 TEST(EthLagIntfTest, everyFieldOfALagArrives) {
    for (std::uint64_t seed = 1; seed <= roundTripSeeds; ++seed) {
       SCOPED_TRACE(seed);
-      support::ValueSource source(seed);
-      const auto lag = support::generate<orv::eth_lag_intf_t>(source);
+      orvtest::ValueSource source(seed);
+      const auto lag = orvtest::generate<orv::eth_lag_intf_t>(source);
       const remote::EthLagIntf message = convert(lag);
       EXPECT_TRUE(message.has_intf());
       EXPECT_EQ(message.intf().name(), lag.intf().to_string());
@@ -29,8 +29,8 @@ TEST(EthLagIntfTest, everyFieldOfALagArrives) {
 TEST(EthLagIntfTest, everyFieldOfAMembershipArrives) {
    for (std::uint64_t seed = 1; seed <= roundTripSeeds; ++seed) {
       SCOPED_TRACE(seed);
-      support::ValueSource source(seed);
-      const auto membership = support::generate<orv::eth_lag_intf_membership_t>(source);
+      orvtest::ValueSource source(seed);
+      const auto membership = orvtest::generate<orv::eth_lag_intf_membership_t>(source);
       const remote::EthLagIntfMembership message = convert(membership);
       EXPECT_TRUE(message.has_eth_lag_intf_id());
       EXPECT_EQ(message.eth_lag_intf_id().name(), membership.eth_lag_intf_id().to_string());

@@ -1,7 +1,7 @@
 #include "OrvSdkRpc/types/Macsec.h"
 
 #include "Conversions.h"
-#include "support/GenerateStatus.h"
+#include "testing/values/GenerateStatus.h"
 
 namespace {
 

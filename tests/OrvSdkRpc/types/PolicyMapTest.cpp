@@ -2,7 +2,7 @@
 
 #include "Conversions.h"
 #include "OrvSdkRpc/types/Addresses.h"
-#include "support/GeneratePolicy.h"
+#include "testing/values/GeneratePolicy.h"
 
 namespace {
 
@@ -103,10 +103,10 @@ TEST(PolicyMapTest, theFirstBadFieldIsTold) {
 }
 
 TEST(PolicyMapTest, setsGoOutInTheSdksOrder) {
-   support::ValueSource source(7);
+   orvtest::ValueSource source(7);
    orv::policy_map_rule_t rule;
    for (int i = 0; i < 20; ++i)
-      rule.action_set(support::generate<orv::policy_map_action_t>(source));
+      rule.action_set(orvtest::generate<orv::policy_map_action_t>(source));
    const remote::PolicyMapRule message = convert(rule);
    ASSERT_EQ(static_cast<std::size_t>(message.actions_size()), rule.actions().size());
    int i = 0;
@@ -144,8 +144,8 @@ TEST(PolicyMapTest, hardwareStatusesAreAListOfPlacesAndOutcomes) {
 
 TEST(PolicyMapTest, everyGeneratedHardwareStatusArrives) {
    for (std::uint64_t seed = 1; seed <= roundTripSeeds; ++seed) {
-      support::ValueSource source(seed);
-      const auto statuses = support::generate<orv::policy_map_hw_statuses_t>(source);
+      orvtest::ValueSource source(seed);
+      const auto statuses = orvtest::generate<orv::policy_map_hw_statuses_t>(source);
       std::map<orv::policy_map_hw_status_key_t, int> expected;
       for (const auto& [key, status] : statuses.intf_statuses())
          expected.emplace(key, static_cast<int>(status) + 1);

@@ -27,8 +27,8 @@
 #include "OrvSdkRpc/types/PolicyMap.h"
 #include "OrvSdkRpc/types/TpRuleFilter.h"
 #include "OrvSdkRpc/types/TrafficPolicy.h"
-#include "support/GeneratePolicy.h"
-#include "support/GenerateStatus.h"
+#include "testing/values/GeneratePolicy.h"
+#include "testing/values/GenerateStatus.h"
 
 namespace {
 
@@ -67,8 +67,8 @@ auto backBy(ToSdk toSdk, ToWire toWire) {
 }
 template <typename Wire, typename Sdk>
 MessagePtr generatedOut(std::uint64_t seed) {
-   support::ValueSource source(seed);
-   return std::make_unique<Wire>(convert(support::generate<Sdk>(source)));
+   orvtest::ValueSource source(seed);
+   return std::make_unique<Wire>(convert(orvtest::generate<Sdk>(source)));
 }
 
 const auto kConvert = [](const auto& value) { return convert(value); };

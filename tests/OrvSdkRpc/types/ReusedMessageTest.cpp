@@ -28,8 +28,8 @@ template <typename Message, typename Value>
 void expectOneMessageServesAll() {
    Message message;
    for (std::uint64_t seed = 1; seed <= roundTripSeeds; ++seed) {
-      support::ValueSource source(seed);
-      const Value value = support::generate<Value>(source);
+      orvtest::ValueSource source(seed);
+      const Value value = orvtest::generate<Value>(source);
       convert(value, message);
       ASSERT_TRUE(same(message, convert(value))) << "seed " << seed;
    }

@@ -2,7 +2,7 @@
 
 #include "Conversions.h"
 #include "OrvSdkRpc/types/Addresses.h"
-#include "support/GeneratePolicy.h"
+#include "testing/values/GeneratePolicy.h"
 
 namespace {
 
@@ -120,10 +120,10 @@ TEST(TrafficPolicyTest, theFirstBadFieldIsTold) {
 }
 
 TEST(TrafficPolicyTest, setsGoOutInTheSdksOrder) {
-   support::ValueSource source(7);
+   orvtest::ValueSource source(7);
    orv::traffic_policy_rule_t rule;
    for (int i = 0; i < 20; ++i)
-      rule.action_set(support::generate<orv::traffic_policy_action_t>(source));
+      rule.action_set(orvtest::generate<orv::traffic_policy_action_t>(source));
    const remote::TrafficPolicyRule message = convert(rule);
    ASSERT_EQ(static_cast<std::size_t>(message.actions_size()), rule.actions().size());
    int i = 0;

@@ -6,7 +6,7 @@
 #include <memory>
 
 #include "platform/zelt/Clock.h"
-#include "support/Loop.h"
+#include "testing/platform/Loop.h"
 
 namespace Pavo {
 namespace {
@@ -14,7 +14,7 @@ namespace {
 class Recorder : public TimerTask {
 public:
    using Body = std::function<void(Recorder&)>;
-   Recorder(Gorm::Loop& loop, Body body)
+   Recorder(orvtest::Loop& loop, Body body)
         : TimerTask(loop.scheduler, "recorder", Gorm::priorityNormal), body_(std::move(body)) {}
    ~Recorder() override { scheduleTask(); }
 
@@ -29,7 +29,7 @@ private:
 };
 
 TEST(PavoTask, executesTheOverride) {
-   Gorm::Loop loop;
+   orvtest::Loop loop;
    int runs = 0;
    bool running = false;
    Recorder task(loop, [&](Recorder& self) {
@@ -50,7 +50,7 @@ TEST(PavoTask, executesTheOverride) {
 }
 
 TEST(PavoTask, destroyedWhilePendingItNeverExecutes) {
-   Gorm::Loop loop;
+   orvtest::Loop loop;
    int runs = 0;
    auto task = std::make_unique<Recorder>(loop, [&](Recorder&) { ++runs; });
    task->scheduleTask();
@@ -60,7 +60,7 @@ TEST(PavoTask, destroyedWhilePendingItNeverExecutes) {
 }
 
 TEST(PavoTask, destroyedWhileItsTimerRunsItNeverExecutes) {
-   Gorm::Loop loop;
+   orvtest::Loop loop;
    int runs = 0;
    auto task = std::make_unique<Recorder>(loop, [&](Recorder&) { ++runs; });
    task->scheduleTaskLowestDelay(0);
@@ -70,7 +70,7 @@ TEST(PavoTask, destroyedWhileItsTimerRunsItNeverExecutes) {
 }
 
 TEST(PavoTask, mayDestroyItselfInsideItsExecution) {
-   Gorm::Loop loop;
+   orvtest::Loop loop;
    int runs = 0;
    std::unique_ptr<Recorder> task;
    task = std::make_unique<Recorder>(loop, [&](Recorder& self) {
@@ -85,7 +85,7 @@ TEST(PavoTask, mayDestroyItselfInsideItsExecution) {
 }
 
 TEST(PavoTask, mayDestroyAnotherThatIsReady) {
-   Gorm::Loop loop;
+   orvtest::Loop loop;
    int otherRuns = 0;
    auto other = std::make_unique<Recorder>(loop, [&](Recorder&) { ++otherRuns; });
    Recorder first(loop, [&](Recorder&) { other.reset(); });
@@ -96,7 +96,7 @@ TEST(PavoTask, mayDestroyAnotherThatIsReady) {
 }
 
 TEST(TimerTask, lowestDelayKeepsTheEarliestTime) {
-   Gorm::Loop loop;
+   orvtest::Loop loop;
    int runs = 0;
    Recorder task(loop, [&](Recorder&) { ++runs; });
    task.scheduleTaskLowestDelay(3600 * Zelt::nanosPerSecond);

@@ -14,8 +14,8 @@
 #include <vector>
 
 #include "platform/zelt/Clock.h"
-#include "support/Loop.h"
-#include "support/SpinningThreads.h"
+#include "testing/platform/Loop.h"
+#include "testing/platform/SpinningThreads.h"
 
 namespace Gorm {
 namespace {
@@ -25,7 +25,7 @@ using ::testing::ElementsAre;
 constexpr std::int64_t anHour = 3600 * Zelt::nanosPerSecond;
 
 TEST(TaskScheduler, runsTheMostUrgentFirstAndEqualsInTurn) {
-   Loop loop;
+   orvtest::Loop loop;
    std::string order;
    std::vector<Pavo::Ptr<Task>> tasks;
    const auto add = [&](char name, Priority priority) {
@@ -43,7 +43,7 @@ TEST(TaskScheduler, runsTheMostUrgentFirstAndEqualsInTurn) {
 }
 
 TEST(TaskScheduler, equalTasksThatComeAgainTakeTurns) {
-   Loop loop;
+   orvtest::Loop loop;
    std::string order;
    Pavo::Ptr<Task> a;
    Pavo::Ptr<Task> b;
@@ -62,7 +62,7 @@ TEST(TaskScheduler, equalTasksThatComeAgainTakeTurns) {
 }
 
 TEST(TaskScheduler, anUrgentTaskRunsBetweenTwoQuantaOfABatch) {
-   Loop loop;
+   orvtest::Loop loop;
    std::string order;
    Pavo::Ptr<Task> batch;
    const auto urgent = loop.task("urgent", priorityUrgent, [&] { order += 'u'; });
@@ -79,7 +79,7 @@ TEST(TaskScheduler, anUrgentTaskRunsBetweenTwoQuantaOfABatch) {
 
 TEST(TaskScheduler, dueTimersRunInTheOrderOfTheirTimes) {
    static constexpr std::int64_t delay = Zelt::nanosPerMilli;
-   Loop loop;
+   orvtest::Loop loop;
    std::string order;
    const auto late = loop.task("late", priorityNormal, [&] { order += 'l'; });
    const auto early = loop.task("early", priorityNormal, [&] { order += 'e'; });
@@ -102,7 +102,7 @@ TEST(TaskScheduler, dueTimersRunInTheOrderOfTheirTimes) {
 }
 
 TEST(TaskScheduler, aSliceThatIsOverEndsThePass) {
-   Loop loop;
+   orvtest::Loop loop;
    const auto a = loop.task("a", priorityNormal, [] {});
    const auto b = loop.task("b", priorityNormal, [] {});
    a->scheduleTask();
@@ -115,7 +115,7 @@ TEST(TaskScheduler, aSliceThatIsOverEndsThePass) {
 }
 
 TEST(TaskScheduler, aThreadThatWaitsForTheLockEndsThePass) {
-   Loop loop;
+   orvtest::Loop loop;
    std::thread other;
    const auto first = loop.task("first", priorityNormal, [&] {
       other = std::thread([&] { const Zelt::ActivityLockAnchor anchor(loop.lock); });
@@ -132,7 +132,7 @@ TEST(TaskScheduler, aThreadThatWaitsForTheLockEndsThePass) {
 }
 
 TEST(TaskScheduler, anExceptionPassesThroughAndTheLoopGoesOn) {
-   Loop loop;
+   orvtest::Loop loop;
    const auto bad = loop.task("bad", priorityNormal, [] { throw std::runtime_error("bad"); });
    const auto good = loop.task("good", priorityNormal, [] {});
    bad->scheduleTask();
@@ -147,7 +147,7 @@ TEST(TaskScheduler, anExceptionPassesThroughAndTheLoopGoesOn) {
 }
 
 TEST(TaskScheduler, refusesMisuseInWords) {
-   Loop loop;
+   orvtest::Loop loop;
    EXPECT_THROW(loop.scheduler->runReady(), std::logic_error) << "without the lock";
    const auto nested = loop.task("nested", priorityNormal, [&] { loop.scheduler->runReady(); });
    nested->scheduleTask();
@@ -157,14 +157,14 @@ TEST(TaskScheduler, refusesMisuseInWords) {
 }
 
 TEST(TaskScheduler, aTaskScheduledByAnotherThreadWakesTheLoop) {
-   Loop loop;
+   orvtest::Loop loop;
    std::promise<std::thread::id> ranOn;
    const auto task = loop.task("t", priorityNormal, [&] { ranOn.set_value(std::this_thread::get_id()); });
    std::promise<std::thread::id> loopThread;
    const auto hello =
         loop.task("hello", priorityNormal, [&] { loopThread.set_value(std::this_thread::get_id()); });
    hello->scheduleTask();
-   const RunningLoop running(loop);
+   const orvtest::RunningLoop running(loop);
    const auto expected = loopThread.get_future().get();
    {
       const Zelt::ActivityLockAnchor anchor(loop.lock);
@@ -174,10 +174,10 @@ TEST(TaskScheduler, aTaskScheduledByAnotherThreadWakesTheLoop) {
 }
 
 TEST(TaskScheduler, everyWakeFromAnotherThreadArrives) {
-   Loop loop;
+   orvtest::Loop loop;
    std::atomic<unsigned> runs{0};
    const auto task = loop.task("t", priorityNormal, [&] { runs.fetch_add(1); });
-   const RunningLoop running(loop);
+   const orvtest::RunningLoop running(loop);
    for (unsigned i = 1; i <= 2000; ++i) {
       if (i % 2 == 0) {
          task->scheduleTask();
@@ -191,11 +191,11 @@ TEST(TaskScheduler, everyWakeFromAnotherThreadArrives) {
 }
 
 TEST(TaskScheduler, everyWakeArrivesWhileTheMachineIsBusy) {
-   const Zelt::SpinningThreads spinning;
-   Loop loop;
+   const orvtest::SpinningThreads spinning;
+   orvtest::Loop loop;
    std::atomic<unsigned> runs{0};
    const auto task = loop.task("t", priorityNormal, [&] { runs.fetch_add(1); });
-   const RunningLoop running(loop);
+   const orvtest::RunningLoop running(loop);
    for (unsigned i = 1; i <= 200; ++i) {
       if (i % 2 == 0) {
          task->scheduleTask();
@@ -212,8 +212,8 @@ TEST(TaskScheduler, everyWakeArrivesWhileTheMachineIsBusy) {
 }
 
 TEST(TaskScheduler, everyStopArrivesWhileTheMachineIsBusy) {
-   const Zelt::SpinningThreads spinning;
-   Loop loop;
+   const orvtest::SpinningThreads spinning;
+   orvtest::Loop loop;
    for (int i = 0; i < 100; ++i) {
       std::promise<void> ended;
       std::thread thread([&] {
@@ -228,7 +228,7 @@ TEST(TaskScheduler, everyStopArrivesWhileTheMachineIsBusy) {
 }
 
 TEST(TaskScheduler, aStopIsNotLostToARestartAtTheSameTime) {
-   Loop loop;
+   orvtest::Loop loop;
    for (int i = 0; i < 2000; ++i) {
       loop.scheduler->stop();
       std::atomic<int> stops{1};
@@ -245,7 +245,7 @@ TEST(TaskScheduler, aStopIsNotLostToARestartAtTheSameTime) {
 }
 
 TEST(TaskScheduler, tellsHowLateATimerWas) {
-   Loop loop;
+   orvtest::Loop loop;
    const auto task = loop.task("t", priorityNormal, [] {});
    const std::int64_t begin = Zelt::Clock::steadyNanos();
    task->scheduleTaskLowestDelay(0);
@@ -258,7 +258,7 @@ TEST(TaskScheduler, tellsHowLateATimerWas) {
 }
 
 TEST(TaskScheduler, anEarlierTimerFromAnotherThreadShortensTheSleep) {
-   Loop loop;
+   orvtest::Loop loop;
    std::promise<void> asleepSoon;
    std::promise<void> ran;
    const auto far = loop.task("far", priorityNormal, [] {});
@@ -266,7 +266,7 @@ TEST(TaskScheduler, anEarlierTimerFromAnotherThreadShortensTheSleep) {
    const auto soon = loop.task("soon", priorityNormal, [&] { ran.set_value(); });
    far->scheduleTaskLowestDelay(anHour);
    hello->scheduleTask();
-   const RunningLoop running(loop);
+   const orvtest::RunningLoop running(loop);
    asleepSoon.get_future().wait();
    soon->scheduleTaskLowestDelay(1000);
    ran.get_future().wait();
@@ -276,7 +276,7 @@ TEST(TaskScheduler, anEarlierTimerFromAnotherThreadShortensTheSleep) {
 }
 
 TEST(TaskScheduler, anUrgentTaskIsServedWhileAnotherThreadAndABatchSaturateTheLoop) {
-   Loop loop;
+   orvtest::Loop loop;
    std::atomic<bool> over{false};
    std::atomic<unsigned> answers{0};
    Pavo::Ptr<Task> batch;
@@ -295,7 +295,7 @@ TEST(TaskScheduler, anUrgentTaskIsServedWhileAnotherThreadAndABatchSaturateTheLo
       }
    });
    {
-      const RunningLoop running(loop);
+      const orvtest::RunningLoop running(loop);
       for (unsigned i = 1; i <= 50; ++i) {
          urgent->scheduleTask();
          while (answers.load() != i)
@@ -310,7 +310,7 @@ TEST(TaskScheduler, anUrgentTaskIsServedWhileAnotherThreadAndABatchSaturateTheLo
 }
 
 TEST(TaskScheduler, stopEndsTheLoopAlsoBeforeItBegins) {
-   Loop loop;
+   orvtest::Loop loop;
    loop.scheduler->stop();
    EXPECT_FALSE(loop.scheduler->waitForWork());
    loop.scheduler->run();
@@ -323,7 +323,7 @@ TEST(TaskScheduler, stopEndsTheLoopAlsoBeforeItBegins) {
 }
 
 TEST(TaskScheduler, stopFromAnotherThreadWakesASleepingLoop) {
-   Loop loop;
+   orvtest::Loop loop;
    std::thread thread([&] { loop.scheduler->run(); });
    loop.scheduler->stop();
    thread.join();
@@ -333,7 +333,7 @@ TEST(TaskScheduler, stopFromAnotherThreadWakesASleepingLoop) {
 TaskScheduler* signalled = nullptr;
 
 TEST(TaskScheduler, stopIsSafeInASignalHandler) {
-   Loop loop;
+   orvtest::Loop loop;
    signalled = loop.scheduler.get();
    struct sigaction action {};
    struct sigaction before {};
@@ -351,7 +351,7 @@ TEST(TaskScheduler, stopIsSafeInASignalHandler) {
 }
 
 TEST(TaskScheduler, showsItsTasks) {
-   Loop loop;
+   orvtest::Loop loop;
    const auto a = loop.task("a", priorityNormal, [] {});
    auto b = loop.task("b", priorityNormal, [] {});
    const auto c = loop.task("c", priorityNormal, [] {});
@@ -368,8 +368,8 @@ TEST(TaskScheduler, showsItsTasks) {
 }
 
 TEST(TaskScheduler, schedulesAndRetiresFromManyThreads) {
-   Loop loop;
-   const RunningLoop running(loop);
+   orvtest::Loop loop;
+   const orvtest::RunningLoop running(loop);
    std::vector<std::thread> threads;
    std::atomic<unsigned> runs{0};
    for (int t = 0; t < 3; ++t) {

@@ -9,7 +9,7 @@
 #include <thread>
 
 #include "platform/zelt/Clock.h"
-#include "support/Loop.h"
+#include "testing/platform/Loop.h"
 
 namespace Gorm {
 namespace {
@@ -17,7 +17,7 @@ namespace {
 constexpr std::int64_t anHour = 3600 * Zelt::nanosPerSecond;
 
 TEST(Task, runsOnceHoweverOftenItIsScheduled) {
-   Loop loop;
+   orvtest::Loop loop;
    int runs = 0;
    const auto task = loop.task("t", priorityNormal, [&] { ++runs; });
    EXPECT_EQ(task->runState(), RunState::idle);
@@ -31,7 +31,7 @@ TEST(Task, runsOnceHoweverOftenItIsScheduled) {
 }
 
 TEST(Task, knowsThatItRuns) {
-   Loop loop;
+   orvtest::Loop loop;
    RunState seen = RunState::idle;
    Pavo::Ptr<Task> task;
    task = loop.task("t", priorityNormal, [&] { seen = task->runState(); });
@@ -41,7 +41,7 @@ TEST(Task, knowsThatItRuns) {
 }
 
 TEST(Task, scheduledInsideItsExecutionItRunsAgain) {
-   Loop loop;
+   orvtest::Loop loop;
    int runs = 0;
    Pavo::Ptr<Task> task;
    task = loop.task("t", priorityNormal, [&] {
@@ -53,7 +53,7 @@ TEST(Task, scheduledInsideItsExecutionItRunsAgain) {
 }
 
 TEST(Task, unscheduledWhilePendingItDoesNotRun) {
-   Loop loop;
+   orvtest::Loop loop;
    int runs = 0;
    const auto task = loop.task("t", priorityNormal, [&] { ++runs; });
    task->scheduleTask();
@@ -65,7 +65,7 @@ TEST(Task, unscheduledWhilePendingItDoesNotRun) {
 }
 
 TEST(Task, unscheduledInsideItsExecutionItDoesNotRunAgain) {
-   Loop loop;
+   orvtest::Loop loop;
    int runs = 0;
    Pavo::Ptr<Task> task;
    task = loop.task("t", priorityNormal, [&] {
@@ -79,7 +79,7 @@ TEST(Task, unscheduledInsideItsExecutionItDoesNotRunAgain) {
 }
 
 TEST(Task, aDroppedPendingTaskRunsOnceMoreAndGoes) {
-   Loop loop;
+   orvtest::Loop loop;
    int runs = 0;
    const auto token = std::make_shared<int>(0);
    auto task = loop.task("t", priorityNormal, [&runs, token] { ++runs; });
@@ -92,7 +92,7 @@ TEST(Task, aDroppedPendingTaskRunsOnceMoreAndGoes) {
 }
 
 TEST(Task, retiredWhilePendingItNeverRunsAndDropsItsWork) {
-   Loop loop;
+   orvtest::Loop loop;
    int runs = 0;
    const auto token = std::make_shared<int>(0);
    const auto task = loop.task("t", priorityNormal, [&runs, token] { ++runs; });
@@ -108,7 +108,7 @@ TEST(Task, retiredWhilePendingItNeverRunsAndDropsItsWork) {
 }
 
 TEST(Task, retiredInsideItsExecutionItKeepsItsWorkUntilTheEnd) {
-   Loop loop;
+   orvtest::Loop loop;
    const auto token = std::make_shared<int>(0);
    long usesInside = 0;
    bool yields = false;
@@ -128,7 +128,7 @@ TEST(Task, retiredInsideItsExecutionItKeepsItsWorkUntilTheEnd) {
 }
 
 TEST(Task, aTaskMayRetireAnotherOneThatIsReady) {
-   Loop loop;
+   orvtest::Loop loop;
    int otherRuns = 0;
    const auto other = loop.task("other", priorityNormal, [&] { ++otherRuns; });
    const auto last = loop.task("last", priorityNormal, [] {});
@@ -142,7 +142,7 @@ TEST(Task, aTaskMayRetireAnotherOneThatIsReady) {
 }
 
 TEST(Task, lowestDelayKeepsTheEarliestTime) {
-   Loop loop;
+   orvtest::Loop loop;
    const auto task = loop.task("t", priorityNormal, [] {});
    task->scheduleTaskLowestDelay(anHour);
    EXPECT_EQ(task->runState(), RunState::waiting);
@@ -154,7 +154,7 @@ TEST(Task, lowestDelayKeepsTheEarliestTime) {
 }
 
 TEST(Task, scheduledAtOnceTheTimerIsOver) {
-   Loop loop;
+   orvtest::Loop loop;
    const auto task = loop.task("t", priorityNormal, [] {});
    task->scheduleTaskLowestDelay(anHour);
    task->scheduleTask();
@@ -167,7 +167,7 @@ TEST(Task, scheduledAtOnceTheTimerIsOver) {
 }
 
 TEST(Task, unscheduledWhileWaitingTheTimerIsGone) {
-   Loop loop;
+   orvtest::Loop loop;
    const auto token = std::make_shared<int>(0);
    auto task = loop.task("t", priorityNormal, [token] {});
    task->scheduleTaskLowestDelay(anHour);
@@ -178,7 +178,7 @@ TEST(Task, unscheduledWhileWaitingTheTimerIsGone) {
 }
 
 TEST(Task, aDelayBeyondTheClockNeverComes) {
-   Loop loop;
+   orvtest::Loop loop;
    const auto task = loop.task("t", priorityNormal, [] {});
    task->scheduleTaskLowestDelay(std::numeric_limits<std::int64_t>::max());
    EXPECT_EQ(loop.pass(), 0U);
@@ -188,7 +188,7 @@ TEST(Task, aDelayBeyondTheClockNeverComes) {
 }
 
 TEST(Task, aTimerRunsNotBeforeItsTime) {
-   Loop loop;
+   orvtest::Loop loop;
    std::int64_t ranAt = 0;
    const auto task = loop.task("t", priorityNormal, [&] {
       ranAt = Zelt::Clock::steadyNanos();
@@ -201,7 +201,7 @@ TEST(Task, aTimerRunsNotBeforeItsTime) {
 }
 
 TEST(Task, yieldsWhenItsQuantumIsOver) {
-   Loop loop;
+   orvtest::Loop loop;
    bool atOnce = false;
    bool withLongQuantum = true;
    Pavo::Ptr<Task> hasty;
@@ -220,7 +220,7 @@ TEST(Task, yieldsWhenItsQuantumIsOver) {
 }
 
 TEST(Task, yieldsToAMoreUrgentTaskOnly) {
-   Loop loop;
+   orvtest::Loop loop;
    std::string seen;
    const auto urgent = loop.task("urgent", priorityUrgent, [] {});
    const auto equal = loop.task("equal", priorityNormal, [] {});
@@ -242,7 +242,7 @@ TEST(Task, yieldsToAMoreUrgentTaskOnly) {
 }
 
 TEST(Task, yieldsToAThreadThatWaitsForTheLock) {
-   Loop loop;
+   orvtest::Loop loop;
    std::atomic<bool> otherWasIn{false};
    std::thread other;
    Pavo::Ptr<Task> task;
@@ -263,7 +263,7 @@ TEST(Task, yieldsToAThreadThatWaitsForTheLock) {
 }
 
 TEST(Task, yieldsToAStop) {
-   Loop loop;
+   orvtest::Loop loop;
    bool yields = false;
    Pavo::Ptr<Task> task;
    task = loop.task("t", priorityNormal, [&] {
@@ -277,7 +277,7 @@ TEST(Task, yieldsToAStop) {
 }
 
 TEST(Task, countsItsWork) {
-   Loop loop;
+   orvtest::Loop loop;
    Pavo::Ptr<Task> task;
    task = loop.task("t", priorityNormal, [&] {
       task->taskWorkCountInc(3);
@@ -294,7 +294,7 @@ TEST(Task, countsItsWork) {
 }
 
 TEST(Task, refusesAPriorityThatDoesNotExist) {
-   Loop loop;
+   orvtest::Loop loop;
    EXPECT_THROW(loop.task("t", priorityCount, [] {}), std::invalid_argument);
    EXPECT_NO_THROW(loop.task("t", priorityCount - 1, [] {}));
 }

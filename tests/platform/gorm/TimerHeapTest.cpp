@@ -7,7 +7,7 @@
 #include <random>
 #include <vector>
 
-#include "support/Loop.h"
+#include "testing/platform/Loop.h"
 
 namespace Gorm {
 namespace {
@@ -19,7 +19,7 @@ protected:
          tasks.push_back(loop.task(std::to_string(i), priorityNormal, [] {}));
    }
 
-   Loop loop;
+   orvtest::Loop loop;
    std::vector<Pavo::Ptr<Task>> tasks;
    TimerHeap heap;
 };

@@ -1,4 +1,5 @@
 #include "platform/process/Toggles.h"
+#include "testing/base/TempDir.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -17,14 +18,7 @@ using ::testing::ThrowsMessage;
 
 class TogglesTest : public ::testing::Test {
 protected:
-   TogglesTest() {
-      std::string pattern = (std::filesystem::temp_directory_path() / "toggles-XXXXXX").string();
-      directory = mkdtemp(pattern.data());
-   }
-   ~TogglesTest() override {
-      toggleDirectoryDel();
-      std::filesystem::remove_all(directory);
-   }
+   ~TogglesTest() override { toggleDirectoryDel(); }
 
    void write(const std::string& file, const std::string& content) const {
       std::ofstream(directory / file) << content;
@@ -32,15 +26,15 @@ protected:
 
    void expectRefused(const std::string& content, const std::string& found) const {
       write("Bad.json", content);
-      EXPECT_THAT([&] { toggleDirectoryIs(directory); },
+      EXPECT_THAT([&] { toggleDirectoryIs(directory.path()); },
                   ThrowsMessage<std::runtime_error>(
-                       AllOf(HasSubstr((directory / "Bad.json").string()), HasSubstr(found),
+                       AllOf(HasSubstr(directory / "Bad.json"), HasSubstr(found),
                              HasSubstr(R"(expected one JSON object of the form {"NAME": true|false})"),
                              Not(HasSubstr("\n")))))
            << content;
    }
 
-   std::filesystem::path directory;
+   const orvtest::TempDir directory;
 };
 
 TEST_F(TogglesTest, withoutADirectoryEveryToggleHasItsDefault) {
@@ -51,7 +45,7 @@ TEST_F(TogglesTest, withoutADirectoryEveryToggleHasItsDefault) {
 TEST_F(TogglesTest, filesSayWhatIsOnAndOff) {
    write("One.json", R"({"Off": false, "On": true})");
    write("Two.json", R"({"Off": true})");
-   toggleDirectoryIs(directory);
+   toggleDirectoryIs(directory.path());
    EXPECT_FALSE(getToggleState("Off", "One.json", true));
    EXPECT_TRUE(getToggleState("On", "One.json", false));
    EXPECT_TRUE(getToggleState("Off", "Two.json", false));
@@ -60,7 +54,7 @@ TEST_F(TogglesTest, filesSayWhatIsOnAndOff) {
 TEST_F(TogglesTest, missingFilesAndNamesGiveTheDefault) {
    write("One.json", R"({"Off": false})");
    write("Empty.json", "{}");
-   toggleDirectoryIs(directory);
+   toggleDirectoryIs(directory.path());
    EXPECT_TRUE(getToggleState("Other", "One.json", true));
    EXPECT_FALSE(getToggleState("Other", "One.json", false));
    EXPECT_TRUE(getToggleState("Off", "Empty.json", true));
@@ -70,7 +64,7 @@ TEST_F(TogglesTest, missingFilesAndNamesGiveTheDefault) {
 TEST_F(TogglesTest, otherFilesAreNotLookedAt) {
    write("README", "not JSON");
    write("One.json.bak", "not JSON");
-   EXPECT_NO_THROW(toggleDirectoryIs(directory));
+   EXPECT_NO_THROW(toggleDirectoryIs(directory.path()));
 }
 
 TEST_F(TogglesTest, malformedFilesAreRefusedInWords) {
@@ -87,14 +81,14 @@ TEST_F(TogglesTest, malformedFilesAreRefusedInWords) {
 
 TEST_F(TogglesTest, anUnreadableFileIsRefused) {
    std::filesystem::create_directory(directory / "Bad.json");
-   EXPECT_THAT([&] { toggleDirectoryIs(directory); },
+   EXPECT_THAT([&] { toggleDirectoryIs(directory.path()); },
                ThrowsMessage<std::runtime_error>(
-                    AllOf(HasSubstr((directory / "Bad.json").string()), HasSubstr("is not a regular file"))));
+                    AllOf(HasSubstr(directory / "Bad.json"), HasSubstr("is not a regular file"))));
 }
 
 TEST_F(TogglesTest, aMissingDirectoryIsRefused) {
    EXPECT_THAT([&] { toggleDirectoryIs(directory / "none"); },
-               ThrowsMessage<std::runtime_error>(AllOf(HasSubstr((directory / "none").string()),
+               ThrowsMessage<std::runtime_error>(AllOf(HasSubstr(directory / "none"),
                                                        HasSubstr("expected a directory that can be read"))));
    write("file", "");
    EXPECT_THROW(toggleDirectoryIs(directory / "file"), std::runtime_error);
@@ -102,19 +96,19 @@ TEST_F(TogglesTest, aMissingDirectoryIsRefused) {
 
 TEST_F(TogglesTest, aRefusalChangesNothing) {
    write("One.json", R"({"Off": false})");
-   toggleDirectoryIs(directory);
+   toggleDirectoryIs(directory.path());
    write("One.json", R"({"Off": true})");
    write("Bad.json", "nonsense");
-   EXPECT_THROW(toggleDirectoryIs(directory), std::runtime_error);
+   EXPECT_THROW(toggleDirectoryIs(directory.path()), std::runtime_error);
    EXPECT_FALSE(getToggleState("Off", "One.json", true));
 }
 
 TEST_F(TogglesTest, changesOfAFileHaveNoEffectUntilItIsReadAgain) {
    write("One.json", R"({"Off": false})");
-   toggleDirectoryIs(directory);
+   toggleDirectoryIs(directory.path());
    write("One.json", R"({"Off": true})");
    EXPECT_FALSE(getToggleState("Off", "One.json", true));
-   toggleDirectoryIs(directory);
+   toggleDirectoryIs(directory.path());
    EXPECT_TRUE(getToggleState("Off", "One.json", false));
 }
 

@@ -5,7 +5,7 @@
 
 #include <stdexcept>
 
-#include "support/Loop.h"
+#include "testing/platform/Loop.h"
 
 namespace Rillo {
 namespace {

@@ -6,18 +6,13 @@
 #include <string>
 #include <vector>
 
+#include "testing/base/Eventually.h"
 #include "zelt/LockModel.h"
 
 namespace Zelt::Interleavings {
 namespace {
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr bool sanitized = true;
-#elif defined(__has_feature)
-constexpr bool sanitized = __has_feature(address_sanitizer) || __has_feature(thread_sanitizer);
-#else
-constexpr bool sanitized = false;
-#endif
+using orvtest::sanitized;
 
 /// How each thread releases the lock, round after round: 's' by its slice, 'n' now, 'r' with releaseAll and
 /// reacquire in the middle of its span.

@@ -13,7 +13,7 @@
 
 #include "platform/zelt/ActivityLock.h"
 #include "platform/zelt/ActivityLockSlowPath.h"
-#include "support/SpinningThreads.h"
+#include "testing/platform/SpinningThreads.h"
 
 namespace Zelt {
 namespace {
@@ -149,7 +149,7 @@ struct JitteryPlatform : SystemLockPlatform {
 /// Ends after `time`, or once a waiter has been forgotten. Returns how often one was.
 template <bool forgets>
 std::uint64_t stress(std::chrono::milliseconds time) {
-   const SpinningThreads spinning;
+   const orvtest::SpinningThreads spinning;
    ActivityLockCore<JitteryPlatform<forgets>> lock;
    const auto end = std::chrono::steady_clock::now() + time;
    std::uint64_t counter = 0;
@@ -187,7 +187,7 @@ TEST(ActivityLockStarvation, theSameStressFindsALockThatForgets) {
 
 // The product's lock itself.
 TEST(ActivityLockStarvation, theMainLoopsLockForgetsNobodyOnABusyMachine) {
-   const SpinningThreads spinning;
+   const orvtest::SpinningThreads spinning;
    ActivityLock lock;
    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(2);
    std::vector<std::thread> threads;

@@ -7,7 +7,7 @@
 #include <set>
 #include <string>
 
-#include "CommandsTest.h"
+#include "CommandsFixture.h"
 
 namespace softswitch::console {
 namespace {
@@ -16,7 +16,7 @@ using testing::AllOf;
 using testing::HasSubstr;
 using testing::Not;
 
-using CommandTable = CommandsTest;
+using CommandTable = CommandsFixture;
 
 // The list as the documentation has it, one row a command.
 std::string documented(const std::vector<const Command*>& commands) {

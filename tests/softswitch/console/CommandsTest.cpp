@@ -1,4 +1,4 @@
-#include "CommandsTest.h"
+#include "CommandsFixture.h"
 
 #include <gmock/gmock.h>
 
@@ -17,12 +17,12 @@ namespace {
 using testing::HasSubstr;
 using testing::Not;
 
-TEST_F(CommandsTest, blankLinesDoNothing) {
+TEST_F(CommandsFixture, blankLinesDoNothing) {
    EXPECT_EQ(run(""), "");
    EXPECT_EQ(run("   "), "");
 }
 
-TEST_F(CommandsTest, unknownWordsAreNamedWithWhatWasExpected) {
+TEST_F(CommandsFixture, unknownWordsAreNamedWithWhatWasExpected) {
    EXPECT_EQ(refusal("shwo version"),
              "unknown command 'shwo', expected one of configure, help, set, show, unset");
    EXPECT_EQ(refusal("show"),
@@ -40,7 +40,7 @@ TEST_F(CommandsTest, unknownWordsAreNamedWithWhatWasExpected) {
    EXPECT_THAT(run("show vrf"), Not(HasSubstr("red")));
 }
 
-TEST_F(CommandsTest, everyShowCommandRefusesAWordTooManyAndPrintsBothForms) {
+TEST_F(CommandsFixture, everyShowCommandRefusesAWordTooManyAndPrintsBothForms) {
    for (const Command& shown : showCommands()) {
       // It needs to be told of a packet.
       if (shown.name == "show forwarding lookup") continue;
@@ -52,7 +52,7 @@ TEST_F(CommandsTest, everyShowCommandRefusesAWordTooManyAndPrintsBothForms) {
    }
 }
 
-TEST_F(CommandsTest, techHoldsEverything) {
+TEST_F(CommandsFixture, techHoldsEverything) {
    const auto tech = json("show tech");
    for (const auto* section :
         {"version",     "interfaces",    "vrfs",           "agent",     "status",      "options",
@@ -78,12 +78,12 @@ public:
    std::function<void()> onPiece;
 };
 
-class LongListing : public CommandsTest {
+class LongListing : public CommandsFixture {
 protected:
    static constexpr std::uint32_t routes = 20'000;
 
    void SetUp() override {
-      CommandsTest::SetUp();
+      CommandsFixture::SetUp();
       orv::ip_route_mgr& mgr = *target().get_ip_route_mgr();
       const orv::sdk_scoped_lock lock;
       for (std::uint32_t i = 0; i < routes; ++i)
@@ -141,7 +141,7 @@ TEST_F(LongListing, aReaderThatDoesNotReadHoldsUpNobody) {
    server.stop();
 }
 
-TEST_F(CommandsTest, refusalsAndOutputGoOverTheSocket) {
+TEST_F(CommandsFixture, refusalsAndOutputGoOverTheSocket) {
    Server server(Address::parse("127.0.0.1:0"),
                  [this](std::string_view line, Output& out) { commands_->run(line, out); });
    ConsoleClient client(server.address());

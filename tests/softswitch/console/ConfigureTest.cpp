@@ -3,7 +3,7 @@
 #include <optional>
 #include <vector>
 
-#include "CommandsTest.h"
+#include "CommandsFixture.h"
 #include "orv/agent.h"
 #include "softswitch/managers/agent_mgr.h"
 #include "softswitch/managers/intf_mgr.h"
@@ -15,7 +15,7 @@ namespace {
 using testing::HasSubstr;
 using Json = nlohmann::json;
 
-class ConfigureTest : public CommandsTest {
+class ConfigureTest : public CommandsFixture {
 protected:
    Json route(const std::string& prefix, const std::string& more = "") {
       return json("show ip route " + prefix + more)["ip_routes"][0];

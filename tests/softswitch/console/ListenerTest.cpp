@@ -11,6 +11,7 @@
 #include <stdexcept>
 
 #include "ConsoleClient.h"
+#include "testing/base/TempDir.h"
 
 namespace softswitch::console {
 namespace {
@@ -18,13 +19,9 @@ namespace {
 class ListenerTest : public testing::Test {
 protected:
    void SetUp() override {
-      char pattern[] = "/tmp/console.XXXXXX";
-      ASSERT_NE(::mkdtemp(pattern), nullptr);
-      directory_ = pattern;
       path_ = directory_ / "console.sock";
       address_ = Address::parse("unix:" + path_.string());
    }
-   void TearDown() override { std::filesystem::remove_all(directory_); }
 
    std::string refusal() {
       try {
@@ -46,7 +43,8 @@ protected:
       ::close(fd);
    }
 
-   std::filesystem::path directory_, path_;
+   const orvtest::TempDir directory_;
+   std::filesystem::path path_;
    Address address_;
 };
 
@@ -94,7 +92,7 @@ TEST_F(ListenerTest, refusesAnotherKindOfFileAndLeavesIt) {
 }
 
 TEST_F(ListenerTest, refusesADirectoryThatIsNotThere) {
-   address_.path = (directory_ / "absent" / "console.sock").string();
+   address_.path = directory_ / "absent/console.sock";
    EXPECT_EQ(refusal(), "console address '" + address_.text() + "': No such file or directory");
 }
 

@@ -5,7 +5,7 @@
 #include <chrono>
 #include <thread>
 
-#include "CommandsTest.h"
+#include "CommandsFixture.h"
 #include "softswitch/sbfd/bfd_session_mgr.h"
 #include "softswitch/sbfd/sbfd_model.h"
 
@@ -16,7 +16,7 @@ using Value = nlohmann::json;
 using testing::ContainsRegex;
 using testing::HasSubstr;
 
-class SbfdTest : public CommandsTest {
+class SbfdTest : public CommandsFixture {
 protected:
    void makeSession(const char* nexthop = "10.0.0.1") {
       const orv::sdk_scoped_lock lock;

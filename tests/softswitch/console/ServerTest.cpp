@@ -12,19 +12,14 @@
 
 #include "ConsoleClient.h"
 #include "platform/zelt/Anchors.h"
+#include "testing/base/TempDir.h"
 
 namespace softswitch::console {
 namespace {
 
 class ServerTest : public testing::Test {
 protected:
-   void SetUp() override {
-      char pattern[] = "/tmp/console.XXXXXX";
-      ASSERT_NE(::mkdtemp(pattern), nullptr);
-      directory_ = pattern;
-      address_ = Address::parse("unix:" + (directory_ / "console.sock").string());
-   }
-   void TearDown() override { std::filesystem::remove_all(directory_); }
+   void SetUp() override { address_ = Address::parse("unix:" + directory_ / "console.sock"); }
 
    // echo TEXT, fail TEXT, big N (N bytes), endless (until the output closes).
    void handle(std::string_view line, Output& out) {
@@ -51,7 +46,7 @@ protected:
       return [this](std::string_view line, Output& out) { handle(line, out); };
    }
 
-   std::filesystem::path directory_;
+   const orvtest::TempDir directory_;
    Address address_;
    std::promise<void> endlessBegan_, endlessEnded_;
    std::atomic<std::size_t> endlessBytes_ = 0;

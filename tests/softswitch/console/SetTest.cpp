@@ -5,7 +5,7 @@
 #include <optional>
 #include <vector>
 
-#include "CommandsTest.h"
+#include "CommandsFixture.h"
 #include "softswitch/managers/eth_phy_intf_mgr.h"
 #include "softswitch/managers/intf_mgr.h"
 #include "softswitch/managers/nexthop_group_mgr.h"
@@ -18,7 +18,7 @@ namespace {
 using testing::HasSubstr;
 using Json = nlohmann::json;
 
-class SetTest : public CommandsTest {
+class SetTest : public CommandsFixture {
 protected:
    Json intf(const std::string& name) { return json("show interfaces " + name)["interfaces"][0]; }
    Json port(const std::string& name) { return json("show ports " + name)["ports"][0]; }

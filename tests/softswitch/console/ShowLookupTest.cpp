@@ -1,6 +1,6 @@
 #include <gmock/gmock.h>
 
-#include "CommandsTest.h"
+#include "CommandsFixture.h"
 #include "orv/mpls_vrf_label.h"
 #include "softswitch/managers/acl_mgr.h"
 #include "softswitch/managers/class_map_mgr.h"
@@ -13,10 +13,10 @@ using testing::ContainsRegex;
 using testing::HasSubstr;
 using Json = nlohmann::json;
 
-class ShowLookupTest : public CommandsTest {
+class ShowLookupTest : public CommandsFixture {
 protected:
    void SetUp() override {
-      CommandsTest::SetUp();
+      CommandsFixture::SetUp();
       run("configure nexthop-group gold entry 0 nexthop 10.0.0.1 interface Ethernet1 push 100 200");
       run("configure nexthop-group low entry 0 nexthop 10.0.0.2 interface Ethernet2");
       run("configure ip route 10.1.0.0/16 nexthop-group gold");

@@ -8,7 +8,7 @@
 #include <string>
 #include <thread>
 
-#include "CommandsTest.h"
+#include "CommandsFixture.h"
 #include "orv/agent.h"
 #include "orv/mpls_route.h"
 #include "orv/mpls_vrf_label.h"
@@ -28,7 +28,7 @@ using testing::ContainsRegex;
 using testing::HasSubstr;
 using Json = nlohmann::json;
 
-class ShowTest : public CommandsTest {};
+class ShowTest : public CommandsFixture {};
 
 TEST_F(ShowTest, version) {
    const auto version = json("show version")["version"];

@@ -5,9 +5,10 @@
 #include <deque>
 #include <functional>
 
-#include "../SwitchTest.h"
 #include "softswitch/managers/mpls_route_mgr.h"
 #include "softswitch/managers/vrf_mgr.h"
+#include "testing/base/TempDir.h"
+#include "testing/softswitch/SwitchFixture.h"
 
 namespace softswitch {
 namespace {
@@ -107,7 +108,7 @@ protected:
    }
    bool inFib(std::string_view text) { return fib_->fib_route_exists(orv::fib_route_key_t(prefix(text))); }
 
-   TempDir directory_;
+   orvtest::TempDir directory_;
    const Limits limits_{};
    const Topology topology_ = Topology::builtIn();
    Pavo::Ptr<Gorm::TaskScheduler> scheduler_ = Gorm::TaskSchedulerRoot::findOrCreateScheduler();

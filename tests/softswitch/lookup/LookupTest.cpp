@@ -9,10 +9,10 @@
 #include <string>
 #include <vector>
 
-#include "../SwitchTest.h"
 #include "softswitch/managers/mpls_route_mgr.h"
 #include "softswitch/managers/mpls_vrf_label_mgr.h"
 #include "softswitch/managers/vrf_mgr.h"
+#include "testing/softswitch/SwitchFixture.h"
 
 namespace softswitch {
 namespace {
@@ -22,7 +22,7 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using Action = orv::ip_route_action_t;
 
-class LookupTest : public SwitchTest {
+class LookupTest : public SwitchFixture {
 protected:
    Lookup to(std::string_view destination, std::uint8_t dscp = 0, const std::string& vrf = "default") {
       return lookUp(sw(), {.label = {}, .vrf = vrf, .destination = address(destination), .dscp = dscp});
@@ -61,7 +61,7 @@ protected:
       e.child_nexthop_group_is(name);
       return e;
    }
-   // Deletes nothing and sets everything: an MPLS route with one via.
+   // Sets an MPLS route and a via of it. Its other vias stay.
    void setLabel(const orv::mpls_route_via_t& via) {
       sw().mplsRoutes().mpls_route_set(orv::mpls_route_t(via.route_key()));
       sw().mplsRoutes().mpls_route_via_set(via);
@@ -241,7 +241,7 @@ TEST_F(LookupTest, equalEntriesNextToEachOtherAreOneWayWithAWeight) {
    }
    for (std::uint32_t slot = 0; slot < 4; ++slot)
       EXPECT_NEAR(taken[slot], 1000, 150) << slot;
-   // The DSCP has no part in it.
+   // The DSCP does not affect the choice.
    EXPECT_EQ(to("10.0.0.77", 1).entry, to("10.0.0.77", 46).entry);
    linkIs("Ethernet1", false);
    EXPECT_EQ(to("10.0.0.1").entry, 3u);

@@ -6,13 +6,13 @@
 #include <optional>
 #include <string>
 
-#include "../SwitchTest.h"
 #include "softswitch/lookup/lookup.h"
 #include "softswitch/managers/acl_mgr.h"
 #include "softswitch/managers/class_map_mgr.h"
 #include "softswitch/managers/mount_mgr.h"
 #include "softswitch/managers/mpls_route_mgr.h"
 #include "softswitch/managers/policy_map_mgr.h"
+#include "testing/softswitch/SwitchFixture.h"
 
 namespace softswitch {
 namespace {
@@ -29,7 +29,7 @@ orv::acl_key_t v6(const std::string& name) {
    return {name + "_IPv6", orv::acl_type_t::ipv6};
 }
 
-class RedirectsTest : public SwitchTest {
+class RedirectsTest : public SwitchFixture {
 protected:
    // "" where the packet is not redirected.
    std::string of(const std::string& group, std::uint8_t dscp, std::string_view destination = "10.0.0.1") {

@@ -6,7 +6,7 @@
 #include <random>
 #include <set>
 
-#include "AclMgrTest.h"
+#include "AclFixture.h"
 
 namespace softswitch {
 namespace {
@@ -18,7 +18,7 @@ using orv::acl_rule_eth_t;
 using orv::intf_id_t;
 using testing::ElementsAre;
 
-class AclCommitTest : public AclMgrTest {};
+class AclCommitTest : public AclFixture {};
 
 TEST_F(AclCommitTest, commitIsToldFromTheLoop) {
    AclListener listener(mgr_.get()), deaf(mgr_.get());
@@ -96,7 +96,7 @@ TEST_F(AclCommitTest, aFullTableIsReplacedInOneCommit) {
    setRules(a1_, 1, 100, acl_action_t::permit);
    setRules(a2_, 1, 28, acl_action_t::permit);
    EXPECT_THAT(commit(), ElementsAre("sync"));
-   EXPECT_THAT(all(mgr_->acl_all_iter()), ElementsAre(a1_, a2_));
+   EXPECT_THAT(listOf(mgr_->acl_all_iter()), ElementsAre(a1_, a2_));
    EXPECT_EQ(mgr_->committedRules().size(), 128u);
 
    // The one that grows comes first by key.
@@ -128,7 +128,7 @@ TEST_F(AclCommitTest, aListWithoutRoomFailsAloneAndFollowsOnceThereIs) {
    for (const bool again : {false, true}) {
       SCOPED_TRACE(again);
       EXPECT_THAT(commit(), ElementsAre(full, applied));
-      EXPECT_THAT(all(mgr_->acl_all_iter()), ElementsAre(a1_, x1_));
+      EXPECT_THAT(listOf(mgr_->acl_all_iter()), ElementsAre(a1_, x1_));
       EXPECT_THAT(seqs(mgr_->acl_all_rule_ip_iter(a1_)), ElementsAre(1, 2, 3));
       EXPECT_THAT(seqs(mgr_->acl_all_rule_ip_iter(a2_)), ElementsAre());
       EXPECT_THAT(seqs(mgr_->acl_all_rule_ip_iter(x1_)), ElementsAre(1, 2));
@@ -140,7 +140,7 @@ TEST_F(AclCommitTest, aListWithoutRoomFailsAloneAndFollowsOnceThereIs) {
    }
    mgr_->acl_apply(x1_, ethernet1_, acl_direction_t::in, false);
    EXPECT_THAT(commit(), ElementsAre("sync"));
-   EXPECT_THAT(all(mgr_->acl_all_iter()), ElementsAre(a1_, a2_));
+   EXPECT_THAT(listOf(mgr_->acl_all_iter()), ElementsAre(a1_, a2_));
    EXPECT_THAT(seqs(mgr_->acl_all_rule_ip_iter(a2_)), ElementsAre(1, 2, 3));
    EXPECT_EQ(mgr_->pendingEdits(), 0u);
 }
@@ -168,7 +168,7 @@ TEST_F(AclCommitTest, aListWhoseRulesDoNotFitStaysAsItWas) {
    EXPECT_THAT(commit(), ElementsAre(applied));
    EXPECT_EQ(mgr_->committedRules().size(), 128u);
    EXPECT_TRUE(mgr_->committedLists().find(a1_)->countersEnabled);
-   EXPECT_TRUE(committed(a1_).second == all(mgr_->acl_rule_ip_iter(a1_)));
+   EXPECT_TRUE(committed(a1_).second == listOf(mgr_->acl_rule_ip_iter(a1_)));
 }
 
 TEST_F(AclCommitTest, aListThatTheStoreHasNoRoomForStaysAsItWas) {
@@ -209,7 +209,7 @@ TEST_F(AclCommitTest, aListThatTheStoreHasNoRoomForStaysAsItWas) {
    }
    EXPECT_THAT(commit(), ElementsAre("sync"));
    EXPECT_TRUE(mgr_->committedLists().find(edge_)->countersEnabled);
-   EXPECT_TRUE(committed(edge_).second == all(mgr_->acl_rule_ip_iter(edge_)));
+   EXPECT_TRUE(committed(edge_).second == listOf(mgr_->acl_rule_ip_iter(edge_)));
 }
 
 // Whatever is edited and committed, restarts in between: each list is committed as it was last committed or

@@ -1,4 +1,4 @@
-#include "AclMgrTest.h"
+#include "AclFixture.h"
 
 #include <gmock/gmock.h>
 
@@ -15,7 +15,7 @@ using orv::ip_addr_t;
 using testing::ElementsAre;
 using testing::Pair;
 
-TEST_F(AclMgrTest, editsArePendingUntilTheCommit) {
+TEST_F(AclFixture, editsArePendingUntilTheCommit) {
    mgr_->acl_rule_set(edge_, 10, ipRule(acl_action_t::permit));
    EXPECT_TRUE(mgr_->acl_exists(edge_));
    EXPECT_FALSE(mgr_->acl_all_exists(edge_));
@@ -30,14 +30,14 @@ TEST_F(AclMgrTest, editsArePendingUntilTheCommit) {
 
    mgr_->acl_rule_set(edge_, 10, ipRule(acl_action_t::deny));
    mgr_->acl_rule_set(edge_, 5, ipRule(acl_action_t::deny));
-   EXPECT_EQ(all(mgr_->acl_all_rule_ip_iter(edge_)).front().second.action(), acl_action_t::permit);
+   EXPECT_EQ(listOf(mgr_->acl_all_rule_ip_iter(edge_)).front().second.action(), acl_action_t::permit);
    EXPECT_THAT(seqs(mgr_->acl_all_rule_ip_iter(edge_)), ElementsAre(10));
    mgr_->acl_commit();
-   EXPECT_EQ(all(mgr_->acl_all_rule_ip_iter(edge_)).front().second.action(), acl_action_t::deny);
+   EXPECT_EQ(listOf(mgr_->acl_all_rule_ip_iter(edge_)).front().second.action(), acl_action_t::deny);
    EXPECT_THAT(seqs(mgr_->acl_all_rule_ip_iter(edge_)), ElementsAre(5, 10));
 }
 
-TEST_F(AclMgrTest, deletesArePendingToo) {
+TEST_F(AclFixture, deletesArePendingToo) {
    for (unsigned seq : {1, 2, 3})
       mgr_->acl_rule_set(edge_, seq, ipRule(acl_action_t::permit));
    mgr_->acl_commit();
@@ -53,7 +53,7 @@ TEST_F(AclMgrTest, deletesArePendingToo) {
    EXPECT_TRUE(mgr_->committedRules().empty());
 }
 
-TEST_F(AclMgrTest, aListWithoutRulesStaysUntilItIsDeleted) {
+TEST_F(AclFixture, aListWithoutRulesStaysUntilItIsDeleted) {
    mgr_->acl_rule_set(edge_, 1, ipRule(acl_action_t::permit));
    mgr_->acl_rule_del(edge_, 1);
    EXPECT_TRUE(mgr_->acl_exists(edge_));
@@ -61,7 +61,7 @@ TEST_F(AclMgrTest, aListWithoutRulesStaysUntilItIsDeleted) {
    EXPECT_FALSE(mgr_->acl_exists(edge_));
 }
 
-TEST_F(AclMgrTest, aListDeletedAndMadeAnewHasOnlyTheNewRules) {
+TEST_F(AclFixture, aListDeletedAndMadeAnewHasOnlyTheNewRules) {
    for (unsigned seq : {1, 2})
       mgr_->acl_rule_set(edge_, seq, ipRule(acl_action_t::permit));
    mgr_->acl_commit();
@@ -71,30 +71,30 @@ TEST_F(AclMgrTest, aListDeletedAndMadeAnewHasOnlyTheNewRules) {
    EXPECT_THAT(seqs(mgr_->acl_all_rule_ip_iter(edge_)), ElementsAre(7));
 }
 
-TEST_F(AclMgrTest, deletingWhatIsAbsentIsNoError) {
+TEST_F(AclFixture, deletingWhatIsAbsentIsNoError) {
    EXPECT_EQ(refusal([&] { mgr_->acl_del(edge_); }), "");
    EXPECT_EQ(refusal([&] { mgr_->acl_rule_del(edge_, 4); }), "");
    EXPECT_FALSE(mgr_->acl_rule_ip_iter(edge_));
    EXPECT_EQ(mgr_->pendingEdits(), 0u);
 }
 
-TEST_F(AclMgrTest, listsComeByKeyAndRulesByKindAndSequence) {
+TEST_F(AclFixture, listsComeByKeyAndRulesByKindAndSequence) {
    mgr_->acl_rule_set(other_, 1, ipRule(acl_action_t::permit));
    mgr_->acl_rule_set(eth_, 3, acl_rule_eth_t());
    mgr_->acl_rule_set(edge_, 300, ipRule(acl_action_t::permit));
    mgr_->acl_rule_set(edge_, 4000000000u, ipRule(acl_action_t::permit));
    mgr_->acl_rule_set(edge_, 0, ipRule(acl_action_t::permit));
-   EXPECT_THAT(all(mgr_->acl_iter()), ElementsAre(edge_, eth_, other_));
+   EXPECT_THAT(listOf(mgr_->acl_iter()), ElementsAre(edge_, eth_, other_));
    EXPECT_THAT(seqs(mgr_->acl_rule_ip_iter(edge_)), ElementsAre(0, 300, 4000000000u));
    EXPECT_THAT(seqs(mgr_->acl_rule_ip_iter(eth_)), ElementsAre());
-   EXPECT_THAT(all(mgr_->acl_rule_eth_iter(eth_)), ElementsAre(Pair(3u, acl_rule_eth_t())));
+   EXPECT_THAT(listOf(mgr_->acl_rule_eth_iter(eth_)), ElementsAre(Pair(3u, acl_rule_eth_t())));
    EXPECT_FALSE(mgr_->acl_all_iter());
    mgr_->acl_commit();
-   EXPECT_THAT(all(mgr_->acl_all_iter()), ElementsAre(edge_, eth_, other_));
-   EXPECT_THAT(all(mgr_->acl_all_rule_eth_iter(eth_)), ElementsAre(Pair(3u, acl_rule_eth_t())));
+   EXPECT_THAT(listOf(mgr_->acl_all_iter()), ElementsAre(edge_, eth_, other_));
+   EXPECT_THAT(listOf(mgr_->acl_all_rule_eth_iter(eth_)), ElementsAre(Pair(3u, acl_rule_eth_t())));
 }
 
-TEST_F(AclMgrTest, aWalkMayDeleteWhatItStandsOn) {
+TEST_F(AclFixture, aWalkMayDeleteWhatItStandsOn) {
    for (unsigned seq = 1; seq <= 5; ++seq)
       mgr_->acl_rule_set(edge_, seq, ipRule(acl_action_t::permit));
    for (auto rules = mgr_->acl_rule_ip_iter(edge_); rules; ++rules) {
@@ -103,7 +103,7 @@ TEST_F(AclMgrTest, aWalkMayDeleteWhatItStandsOn) {
    EXPECT_THAT(seqs(mgr_->acl_rule_ip_iter(edge_)), ElementsAre(1));
 }
 
-TEST_F(AclMgrTest, everythingSurvivesARestartPendingEditsIncluded) {
+TEST_F(AclFixture, everythingSurvivesARestartPendingEditsIncluded) {
    acl_rule_ip_t full = ipRule(acl_action_t::deny, "group");
    full.log_is(true);
    full.vlan_is(7);
@@ -144,8 +144,8 @@ TEST_F(AclMgrTest, everythingSurvivesARestartPendingEditsIncluded) {
    restart([&] { forget(); });
    make();
 
-   EXPECT_THAT(all(mgr_->acl_all_rule_ip_iter(edge_)), ElementsAre(Pair(1u, full)));
-   EXPECT_THAT(all(mgr_->acl_all_rule_eth_iter(eth_)), ElementsAre(Pair(2u, fullEth)));
+   EXPECT_THAT(listOf(mgr_->acl_all_rule_ip_iter(edge_)), ElementsAre(Pair(1u, full)));
+   EXPECT_THAT(listOf(mgr_->acl_all_rule_eth_iter(eth_)), ElementsAre(Pair(2u, fullEth)));
    EXPECT_TRUE(mgr_->committedLists().find(edge_)->countersEnabled);
    EXPECT_THAT(seqs(mgr_->acl_rule_ip_iter(edge_)), ElementsAre(1, 5));
    EXPECT_FALSE(mgr_->acl_exists(eth_));
@@ -156,7 +156,7 @@ TEST_F(AclMgrTest, everythingSurvivesARestartPendingEditsIncluded) {
    EXPECT_FALSE(mgr_->acl_all_exists(eth_));
 }
 
-TEST_F(AclMgrTest, refusesAKeyThatNamesNoList) {
+TEST_F(AclFixture, refusesAKeyThatNamesNoList) {
    for (const orv::acl_key_t& key : {orv::acl_key_t(), orv::acl_key_t("", orv::acl_type_t::ipv4),
                                      orv::acl_key_t("edge", orv::acl_type_t::none)}) {
       SCOPED_TRACE(key.to_string());
@@ -176,7 +176,7 @@ TEST_F(AclMgrTest, refusesAKeyThatNamesNoList) {
    }
 }
 
-TEST_F(AclMgrTest, refusesANameThatIsTooLongOrNotUtf8) {
+TEST_F(AclFixture, refusesANameThatIsTooLongOrNotUtf8) {
    const orv::acl_key_t tooLong(std::string(401, 'n'), orv::acl_type_t::ipv4);
    EXPECT_EQ(refusal([&] { mgr_->acl_rule_set(tooLong, 1, orv::acl_rule_ip_t()); }),
              "ACL name of 401 bytes, expected at most 400");
@@ -193,7 +193,7 @@ TEST_F(AclMgrTest, refusesANameThatIsTooLongOrNotUtf8) {
    EXPECT_TRUE(mgr_->acl_exists(longest));
 }
 
-TEST_F(AclMgrTest, refusesToApplyWhatIsNotThere) {
+TEST_F(AclFixture, refusesToApplyWhatIsNotThere) {
    EXPECT_NE(refusal([&] {
                 mgr_->acl_apply(edge_, ethernet1_, acl_direction_t::in, true);
              }).find("cannot be applied to interface Ethernet1, it does not exist"),
@@ -208,14 +208,14 @@ TEST_F(AclMgrTest, refusesToApplyWhatIsNotThere) {
    EXPECT_EQ(mgr_->places().size(), 1u);
 }
 
-TEST_F(AclMgrTest, refusesSettingsOfAListThatIsNotThere) {
+TEST_F(AclFixture, refusesSettingsOfAListThatIsNotThere) {
    EXPECT_NE(refusal([&] { mgr_->acl_counters_enabled_set(edge_, true); }).find("does not exist"),
              std::string::npos);
    EXPECT_NE(refusal([&] { mgr_->acl_fragments_enabled_set(edge_, true); }).find("does not exist"),
              std::string::npos);
 }
 
-TEST_F(AclMgrTest, aRefusedRuleLeavesNoList) {
+TEST_F(AclFixture, aRefusedRuleLeavesNoList) {
    acl_rule_ip_t bad;
    bad.vlan_is(5000);
    EXPECT_THROW(mgr_->acl_rule_set(edge_, 1, bad), orv::error);
@@ -224,13 +224,13 @@ TEST_F(AclMgrTest, aRefusedRuleLeavesNoList) {
    EXPECT_EQ(mgr_->pendingEdits(), 0u);
 }
 
-TEST_F(AclMgrTest, controlPlaneTrafficPassesWithoutAList) {
+TEST_F(AclFixture, controlPlaneTrafficPassesWithoutAList) {
    EXPECT_TRUE(mgr_->stream_allowed(ip_addr_t("10.0.0.1"), ip_addr_t("10.0.0.2"), 6, 1000, 22));
    EXPECT_TRUE(
         mgr_->dgram_allowed(ip_addr_t("10.0.0.1"), ip_addr_t("10.0.0.2"), ethernet1_, 100, 17, 1000, 53));
 }
 
-TEST_F(AclMgrTest, controlPlaneListsDecideByTheirFirstMatch) {
+TEST_F(AclFixture, controlPlaneListsDecideByTheirFirstMatch) {
    auto ssh = ipRule(acl_action_t::permit);
    ssh.destination_port_is({orv::acl_range_operator_t::eq, {22}});
    auto badHost = ipRule(acl_action_t::deny);

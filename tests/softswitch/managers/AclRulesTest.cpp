@@ -59,7 +59,7 @@ TEST(AclRules, refuseAGroupNameThatNoGroupCanHave) {
    EXPECT_EQ(changed(v4, [](auto& r) { r.nexthop_group_is(std::string(256, 'g')); }),
              "nexthop group name of 256 bytes, expected at most 255");
    EXPECT_EQ(changed(v6, [](auto& r) { r.nexthop_group_is("\xff"); }),
-             "nexthop group name '\xff' is not UTF-8");
+             "nexthop group name '\\xff' is not UTF-8");
 }
 
 TEST(AclRules, refuseNumbersOutOfRange) {

@@ -2,7 +2,7 @@
 
 #include <gmock/gmock.h>
 
-#include "../SwitchTest.h"
+#include "testing/softswitch/SwitchFixture.h"
 
 namespace softswitch {
 namespace {
@@ -10,7 +10,7 @@ namespace {
 using testing::ElementsAre;
 using testing::HasSubstr;
 
-class AgentMgrTest : public SwitchTest {
+class AgentMgrTest : public SwitchFixture {
 protected:
    AgentMgrTest() {
       options_.name = "Tester";

@@ -2,7 +2,7 @@
 
 #include <gmock/gmock.h>
 
-#include "ManagerTest.h"
+#include "testing/softswitch/ManagerFixture.h"
 
 namespace softswitch {
 namespace {
@@ -22,16 +22,16 @@ class_map_t mapOf(const policy_map_key_t& key, const std::string& acl = "list") 
    return map;
 }
 
-class ClassMapMgrTest : public ManagerTest {
+class ClassMapMgrTest : public ManagerFixture {
 protected:
    void SetUp() override {
       limits_.classMaps = 3;
-      ManagerTest::SetUp();
+      ManagerFixture::SetUp();
       make();
    }
    void TearDown() override {
       mgr_.reset();
-      ManagerTest::TearDown();
+      ManagerFixture::TearDown();
    }
    void make() {
       mgr_ = std::make_unique<ClassMapMgr>(context());
@@ -62,9 +62,9 @@ TEST_F(ClassMapMgrTest, keepsWhatItIsGiven) {
 TEST_F(ClassMapMgrTest, listsByFeature) {
    for (const auto& key : {b_, a_, qos_})
       mgr_->class_map_is(mapOf(key));
-   EXPECT_THAT(all(mgr_->class_map_iter(policy_feature_t::pbr)), ElementsAre(a_, b_));
-   EXPECT_THAT(all(mgr_->class_map_iter(policy_feature_t::qos)), ElementsAre(qos_));
-   EXPECT_THAT(all(mgr_->class_map_iter(policy_feature_t::control_plane)), ElementsAre());
+   EXPECT_THAT(listOf(mgr_->class_map_iter(policy_feature_t::pbr)), ElementsAre(a_, b_));
+   EXPECT_THAT(listOf(mgr_->class_map_iter(policy_feature_t::qos)), ElementsAre(qos_));
+   EXPECT_THAT(listOf(mgr_->class_map_iter(policy_feature_t::control_plane)), ElementsAre());
 }
 
 TEST_F(ClassMapMgrTest, survivesARestart) {

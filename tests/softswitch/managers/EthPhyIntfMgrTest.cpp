@@ -2,8 +2,8 @@
 
 #include <gmock/gmock.h>
 
-#include "ManagerTest.h"
 #include "softswitch/managers/intf_mgr.h"
+#include "testing/softswitch/ManagerFixture.h"
 
 namespace softswitch {
 namespace {
@@ -38,15 +38,15 @@ public:
    std::vector<std::string> heard;
 };
 
-class EthPhyIntfMgrTest : public ManagerTest {
+class EthPhyIntfMgrTest : public ManagerFixture {
 protected:
    void SetUp() override {
-      ManagerTest::SetUp();
+      ManagerFixture::SetUp();
       make();
    }
    void TearDown() override {
       drop();
-      ManagerTest::TearDown();
+      ManagerFixture::TearDown();
    }
    void make() {
       intfs_ = std::make_unique<IntfMgr>(context(), topology_);
@@ -68,7 +68,7 @@ protected:
 };
 
 TEST_F(EthPhyIntfMgrTest, showsThePortsOfTheTopologyInOrder) {
-   const auto ports = all(mgr_->eth_phy_intf_iter());
+   const auto ports = listOf(mgr_->eth_phy_intf_iter());
    ASSERT_EQ(ports.size(), 12u);
    EXPECT_EQ(ports[0], ethernet1_);
    EXPECT_EQ(ports[1].to_string(), "Ethernet2");

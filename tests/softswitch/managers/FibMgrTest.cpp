@@ -2,8 +2,8 @@
 
 #include <gmock/gmock.h>
 
-#include "../SwitchTest.h"
 #include "softswitch/managers/vrf_mgr.h"
+#include "testing/softswitch/SwitchFixture.h"
 
 namespace softswitch {
 namespace {
@@ -29,7 +29,7 @@ public:
    std::vector<std::string> heard;
 };
 
-class FibMgrTest : public SwitchTest {
+class FibMgrTest : public SwitchFixture {
 protected:
    orv::fib_mgr& fib() { return *sw().get_fib_mgr(orv::mgr_mode_type_t::resident); }
    bool inFib(std::string_view route) { return fib().fib_route_exists(fibKey(route)); }

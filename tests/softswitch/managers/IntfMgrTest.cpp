@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-#include "ManagerTest.h"
+#include "testing/softswitch/ManagerFixture.h"
 
 namespace softswitch {
 namespace {
@@ -31,15 +31,15 @@ public:
    std::vector<std::string> heard;
 };
 
-class IntfMgrTest : public ManagerTest {
+class IntfMgrTest : public ManagerFixture {
 protected:
    void SetUp() override {
-      ManagerTest::SetUp();
+      ManagerFixture::SetUp();
       make();
    }
    void TearDown() override {
       mgr_.reset();
-      ManagerTest::TearDown();
+      ManagerFixture::TearDown();
    }
    void make() { mgr_ = std::make_unique<IntfMgr>(context(), topology_); }
 
@@ -52,7 +52,7 @@ protected:
 };
 
 TEST_F(IntfMgrTest, hasTheTopologysInterfacesInOrder) {
-   const auto intfs = all(mgr_->intf_iter());
+   const auto intfs = listOf(mgr_->intf_iter());
    ASSERT_EQ(intfs.size(), 17u);
    EXPECT_EQ(intfs[0], ethernet1_);
    EXPECT_EQ(intfs[1], ethernet2_);

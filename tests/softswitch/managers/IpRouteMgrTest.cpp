@@ -5,8 +5,8 @@
 #include <random>
 #include <set>
 
-#include "../SwitchTest.h"
 #include "softswitch/managers/vrf_mgr.h"
+#include "testing/softswitch/SwitchFixture.h"
 
 namespace softswitch {
 namespace {
@@ -16,7 +16,7 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using Action = orv::ip_route_action_t;
 
-class IpRouteMgrTest : public SwitchTest {
+class IpRouteMgrTest : public SwitchFixture {
 protected:
    IpRouteMgr& mgr() { return sw().ipRoutes(); }
    void set(std::string_view route, std::uint32_t tag = 0) {

@@ -4,7 +4,7 @@
 
 #include <stdexcept>
 
-#include "ManagerTest.h"
+#include "testing/softswitch/ManagerFixture.h"
 
 namespace softswitch {
 namespace {
@@ -43,16 +43,16 @@ private:
    const Tessel::MountMode mode_;
 };
 
-class MountMgrTest : public ManagerTest {
+class MountMgrTest : public ManagerFixture {
 protected:
    void SetUp() override {
-      ManagerTest::SetUp();
+      ManagerFixture::SetUp();
       mgr_ = std::make_unique<MountMgr>(context());
    }
    void TearDown() override {
       runLoop();
       mgr_.reset();
-      ManagerTest::TearDown();
+      ManagerFixture::TearDown();
    }
    std::unique_ptr<MountMgr> mgr_;
 };

@@ -4,7 +4,7 @@
 
 #include <array>
 
-#include "../SwitchTest.h"
+#include "testing/softswitch/SwitchFixture.h"
 
 namespace softswitch {
 namespace {
@@ -32,7 +32,7 @@ public:
    std::vector<std::string> heard;
 };
 
-class MplsRouteMgrTest : public SwitchTest {
+class MplsRouteMgrTest : public SwitchFixture {
 protected:
    MplsRouteMgr& mgr() { return sw().mplsRoutes(); }
    static mpls_route_key_t label(std::uint32_t number, std::uint8_t metric = 0) {

@@ -2,7 +2,7 @@
 
 #include <gmock/gmock.h>
 
-#include "../SwitchTest.h"
+#include "testing/softswitch/SwitchFixture.h"
 
 namespace softswitch {
 namespace {
@@ -11,7 +11,7 @@ using orv::mpls_label_t;
 using orv::mpls_vrf_label_t;
 using testing::HasSubstr;
 
-class MplsVrfLabelMgrTest : public SwitchTest {
+class MplsVrfLabelMgrTest : public SwitchFixture {
 protected:
    MplsVrfLabelMgr& mgr() { return sw().mplsVrfLabels(); }
    void set(std::uint32_t label, std::string vrf) {

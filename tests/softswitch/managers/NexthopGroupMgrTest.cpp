@@ -3,8 +3,8 @@
 #include <fmt/format.h>
 #include <gmock/gmock.h>
 
-#include "../SwitchTest.h"
 #include "softswitch/managers/eth_phy_intf_mgr.h"
+#include "testing/softswitch/SwitchFixture.h"
 
 namespace softswitch {
 namespace {
@@ -30,7 +30,7 @@ public:
    std::vector<std::string> heard;
 };
 
-class NexthopGroupMgrTest : public SwitchTest {
+class NexthopGroupMgrTest : public SwitchFixture {
 protected:
    NexthopGroupMgr& mgr() { return sw().nexthopGroups(); }
    void linkIs(std::string_view intf, bool up) {

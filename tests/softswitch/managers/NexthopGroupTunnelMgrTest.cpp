@@ -2,14 +2,14 @@
 
 #include <gmock/gmock.h>
 
-#include "../SwitchTest.h"
+#include "testing/softswitch/SwitchFixture.h"
 
 namespace softswitch {
 namespace {
 
 using testing::HasSubstr;
 
-class NexthopGroupTunnelMgrTest : public SwitchTest {
+class NexthopGroupTunnelMgrTest : public SwitchFixture {
 protected:
    NexthopGroupTunnelMgr& mgr() { return sw().nexthopGroupTunnels(); }
    void set(std::string_view endpoint, std::string group, std::uint32_t metric = 0) {

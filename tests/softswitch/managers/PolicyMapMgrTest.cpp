@@ -4,9 +4,9 @@
 
 #include <algorithm>
 
-#include "ManagerTest.h"
 #include "softswitch/managers/class_map_mgr.h"
 #include "softswitch/managers/intf_mgr.h"
+#include "testing/softswitch/ManagerFixture.h"
 
 namespace softswitch {
 namespace {
@@ -39,15 +39,15 @@ public:
    std::vector<std::string> heard;
 };
 
-class PolicyMapMgrTest : public ManagerTest {
+class PolicyMapMgrTest : public ManagerFixture {
 protected:
    void SetUp() override {
-      ManagerTest::SetUp();
+      ManagerFixture::SetUp();
       make();
    }
    void TearDown() override {
       forget();
-      ManagerTest::TearDown();
+      ManagerFixture::TearDown();
    }
    void make() {
       intfs_ = std::make_unique<IntfMgr>(context(), topology_);
@@ -102,8 +102,8 @@ TEST_F(PolicyMapMgrTest, listsByFeature) {
    auto qos = policy_map_t(qos_);
    for (const auto& map : {mapOf(b_), mapOf(a_), qos})
       mgr_->policy_map_is(map);
-   EXPECT_THAT(all(mgr_->policy_map_iter(policy_feature_t::pbr)), ElementsAre(a_, b_));
-   EXPECT_THAT(all(mgr_->policy_map_iter(policy_feature_t::qos)), ElementsAre(qos_));
+   EXPECT_THAT(listOf(mgr_->policy_map_iter(policy_feature_t::pbr)), ElementsAre(a_, b_));
+   EXPECT_THAT(listOf(mgr_->policy_map_iter(policy_feature_t::qos)), ElementsAre(qos_));
 }
 
 TEST_F(PolicyMapMgrTest, everythingSurvivesARestart) {
@@ -151,7 +151,7 @@ TEST_F(PolicyMapMgrTest, hardwareAnswersFromTheLoop) {
    EXPECT_THAT(mgr_->hw_status(a_).intf_statuses(),
                ElementsAre(Pair(in, policy_map_status_t::success), Pair(out, policy_map_status_t::success)));
    EXPECT_THAT(listener.heard, ElementsAre("set a", "sync a"));
-   EXPECT_THAT(all(mgr_->policy_map_hw_status_iter(policy_feature_t::pbr)), ElementsAre(a_));
+   EXPECT_THAT(listOf(mgr_->policy_map_hw_status_iter(policy_feature_t::pbr)), ElementsAre(a_));
 }
 
 TEST_F(PolicyMapMgrTest, anAppliedPolicyMapFollowsItsClassMap) {

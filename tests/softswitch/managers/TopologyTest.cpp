@@ -1,4 +1,5 @@
 #include "softswitch/managers/topology.h"
+#include "testing/base/TempDir.h"
 
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -187,14 +188,7 @@ INSTANTIATE_TEST_SUITE_P(
 
 class TopologyFile : public Test {
 protected:
-   void SetUp() override {
-      char pattern[] = "/tmp/topology.XXXXXX";
-      ASSERT_NE(::mkdtemp(pattern), nullptr);
-      directory_ = pattern;
-   }
-   void TearDown() override { std::filesystem::remove_all(directory_); }
-
-   std::filesystem::path directory_;
+   const orvtest::TempDir directory_;
 };
 
 TEST_F(TopologyFile, isRead) {
@@ -204,13 +198,12 @@ TEST_F(TopologyFile, isRead) {
 }
 
 TEST_F(TopologyFile, thatCannotBeReadIsNamed) {
-   for (const auto& file : {directory_ / "absent.json", directory_}) {
+   for (const auto& file : {directory_ / "absent.json", directory_.path()}) {
       try {
          Topology::load(file);
          FAIL() << "was accepted";
       } catch (const TopologyError& e) {
-         EXPECT_EQ(std::string(e.what()),
-                   "topology " + file.string() + ": cannot be read, expected a JSON file");
+         EXPECT_EQ(std::string(e.what()), "topology " + file + ": cannot be read, expected a JSON file");
       }
    }
 }

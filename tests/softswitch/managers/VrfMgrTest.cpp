@@ -2,23 +2,23 @@
 
 #include <gmock/gmock.h>
 
-#include "ManagerTest.h"
+#include "testing/softswitch/ManagerFixture.h"
 
 namespace softswitch {
 namespace {
 
 using testing::ElementsAre;
 
-class VrfMgrTest : public ManagerTest {
+class VrfMgrTest : public ManagerFixture {
 protected:
    void SetUp() override {
       limits_.vrfs = 4;
-      ManagerTest::SetUp();
+      ManagerFixture::SetUp();
       make();
    }
    void TearDown() override {
       mgr_.reset();
-      ManagerTest::TearDown();
+      ManagerFixture::TearDown();
    }
    void make() { mgr_ = std::make_unique<VrfMgr>(context()); }
 
@@ -27,7 +27,7 @@ protected:
 
 TEST_F(VrfMgrTest, defaultIsAlwaysThereAndNeverListed) {
    EXPECT_TRUE(mgr_->exists("default"));
-   EXPECT_THAT(all(mgr_->vrf_iter()), ElementsAre());
+   EXPECT_THAT(listOf(mgr_->vrf_iter()), ElementsAre());
    EXPECT_NO_THROW(mgr_->require("default"));
 }
 
@@ -38,7 +38,7 @@ TEST_F(VrfMgrTest, configuredOnesSurviveARestart) {
    mgr_->vrfDel("green");
    restart([&] { mgr_.reset(); });
    make();
-   EXPECT_THAT(all(mgr_->vrf_iter()), ElementsAre("blue", "red"));
+   EXPECT_THAT(listOf(mgr_->vrf_iter()), ElementsAre("blue", "red"));
    EXPECT_TRUE(mgr_->exists("red"));
    EXPECT_FALSE(mgr_->exists("green"));
 }

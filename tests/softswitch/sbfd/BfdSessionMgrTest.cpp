@@ -6,9 +6,9 @@
 #include <utility>
 #include <vector>
 
-#include "../managers/ManagerTest.h"
 #include "softswitch/managers/intf_mgr.h"
 #include "softswitch/sbfd/sbfd_model.h"
+#include "testing/softswitch/ManagerFixture.h"
 
 namespace softswitch {
 namespace {
@@ -42,16 +42,16 @@ public:
    std::function<void(const sbfd_echo_session_key_t&)> onStatus;
 };
 
-class BfdSessionMgrTest : public ManagerTest {
+class BfdSessionMgrTest : public ManagerFixture {
 protected:
    void SetUp() override {
       limits_.bfdSessions = 3;
-      ManagerTest::SetUp();
+      ManagerFixture::SetUp();
       make();
    }
    void TearDown() override {
       forget();
-      ManagerTest::TearDown();
+      ManagerFixture::TearDown();
    }
    void make() {
       intfs_ = std::make_unique<IntfMgr>(context(), topology_);
@@ -234,7 +234,7 @@ TEST_F(BfdSessionMgrTest, sessionsAndTheirSettingsSurviveARestart) {
    mgr_->sbfd_echo_session_set(first);
    restart([&] { forget(); });
    make();
-   EXPECT_THAT(all(mgr_->sbfd_echo_session_iter()), ElementsAre(first, second));
+   EXPECT_THAT(listOf(mgr_->sbfd_echo_session_iter()), ElementsAre(first, second));
    EXPECT_EQ(mgr_->sessions().find(first)->interval, sbfd_interval_t(50, 5));
    EXPECT_TRUE(mgr_->sessions().find(first)->rttEnabled);
    EXPECT_EQ(mgr_->sessions().find(second)->interval, mgr_->sbfd_default_interval());

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 
 #include "orv/error.h"
+#include "testing/sdk/Refusal.h"
 
 namespace softswitch {
 namespace {
@@ -23,15 +24,6 @@ protected:
       model_.send(slot, 0);
       SbfdAnswer answer;
       return model_.receive(SbfdModel::delayMax * 2, answer) ? answer.received : -1;
-   }
-   template <typename Call>
-   static std::string refusal(Call call) {
-      try {
-         call();
-      } catch (const orv::error& e) {
-         return e.what();
-      }
-      return "";
    }
    SbfdModel model_;
 };
@@ -127,13 +119,13 @@ TEST_F(SbfdModelTest, answersToASessionThatIsGoneAreNotTakenByTheNextOneOfItsSlo
 }
 
 TEST_F(SbfdModelTest, refusesWhatNoFarEndCanBe) {
-   EXPECT_EQ(refusal([&] { model_.defaultFarEndIs({.lossPercent = 101}); }),
+   EXPECT_EQ(orvtest::refusal([&] { model_.defaultFarEndIs({.lossPercent = 101}); }),
              "sBFD far end's loss, percent, 101 is out of range, expected 0 to 100");
-   EXPECT_EQ(refusal([&] { model_.farEndIs(place, {.delayNanos = SbfdModel::delayMax + us}); }),
+   EXPECT_EQ(orvtest::refusal([&] { model_.farEndIs(place, {.delayNanos = SbfdModel::delayMax + us}); }),
              "sBFD far end's delay, us, 10000001 is out of range, expected 0 to 10000000");
-   EXPECT_EQ(refusal([&] { model_.farEndIs(place, {.jitterNanos = SbfdModel::delayMax + us}); }),
+   EXPECT_EQ(orvtest::refusal([&] { model_.farEndIs(place, {.jitterNanos = SbfdModel::delayMax + us}); }),
              "sBFD far end's jitter, us, 10000001 is out of range, expected 0 to 10000000");
-   EXPECT_EQ(refusal([&] { model_.farEndIs({}, {}); }),
+   EXPECT_EQ(orvtest::refusal([&] { model_.farEndIs({}, {}); }),
              "sBFD far end has no nexthop, expected an IPv4 or IPv6 address");
    EXPECT_TRUE(model_.farEnds().empty());
    EXPECT_EQ(model_.defaultFarEnd(), SbfdFarEnd());

@@ -7,8 +7,9 @@
 #include <fstream>
 #include <sstream>
 
-#include "../SwitchTest.h"
 #include "softswitch/store/error.h"
+#include "testing/base/TempDir.h"
+#include "testing/softswitch/SwitchFixture.h"
 
 namespace softswitch::store {
 namespace {
@@ -50,7 +51,7 @@ protected:
       return {Trouble::unusable, ""};
    }
 
-   TempDir directory_;
+   orvtest::TempDir directory_;
    std::vector<std::string> log_;
 };
 

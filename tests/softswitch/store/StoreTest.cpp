@@ -12,8 +12,9 @@
 #include <map>
 #include <random>
 
-#include "../SwitchTest.h"
 #include "softswitch/store/verify.h"
+#include "testing/base/TempDir.h"
+#include "testing/softswitch/SwitchFixture.h"
 
 namespace softswitch::store {
 namespace {
@@ -47,7 +48,7 @@ protected:
       return {Trouble::unusable, ""};
    }
 
-   TempDir directory_;
+   orvtest::TempDir directory_;
 };
 
 TEST_F(StoreTest, rowsComeBackInKeyOrder) {

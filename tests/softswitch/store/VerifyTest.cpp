@@ -6,8 +6,9 @@
 #include <random>
 #include <sstream>
 
-#include "../SwitchTest.h"
 #include "softswitch/store/store.h"
+#include "testing/base/TempDir.h"
+#include "testing/softswitch/SwitchFixture.h"
 
 namespace softswitch::store {
 namespace {
@@ -36,7 +37,7 @@ protected:
    }
 
    StoreOptions options() const { return {.directory = directory_ / "state", .bootId = "boot", .log = {}}; }
-   fs::path file() const { return directory_ / "state" / "data.mdb"; }
+   fs::path file() const { return directory_ / "state/data.mdb"; }
    void write(const std::string& bytes) const { std::ofstream(file(), std::ios::binary) << bytes; }
    std::string bytesNow() const {
       std::ifstream in(file(), std::ios::binary);
@@ -54,7 +55,7 @@ protected:
       return false;
    }
 
-   TempDir directory_;
+   orvtest::TempDir directory_;
    std::string good_;
 };
 

@@ -5,7 +5,8 @@
 #include <optional>
 #include <vector>
 
-#include "../SwitchTest.h"
+#include "testing/base/TempDir.h"
+#include "testing/softswitch/SwitchFixture.h"
 
 namespace softswitch {
 namespace {
@@ -15,7 +16,7 @@ using testing::IsEmpty;
 
 class DeferredRowTest : public testing::Test {
 protected:
-   TempDir directory_;
+   orvtest::TempDir directory_;
    store::Store store_{store::StoreOptions{.directory = directory_ / "state", .bootId = "boot", .log = {}}};
    std::vector<int> written_;
    std::optional<DeferredRow<int>> deferred_{std::in_place, store_,

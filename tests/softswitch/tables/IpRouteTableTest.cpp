@@ -2,7 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include "../SwitchTest.h"
+#include "testing/base/TempDir.h"
+#include "testing/softswitch/SwitchFixture.h"
 
 namespace softswitch {
 namespace {
@@ -27,7 +28,7 @@ protected:
       return row;
    }
 
-   TempDir directory_;
+   orvtest::TempDir directory_;
    Names groups_, vrfs_;
    std::unique_ptr<store::Store> store_;
    std::unique_ptr<IpRouteTable> table_;

@@ -8,7 +8,8 @@
 #include <string>
 #include <vector>
 
-#include "../SwitchTest.h"
+#include "testing/base/TempDir.h"
+#include "testing/softswitch/SwitchFixture.h"
 
 namespace softswitch {
 namespace {
@@ -71,7 +72,7 @@ protected:
       return store_->commits() != before;
    }
 
-   TempDir directory_;
+   orvtest::TempDir directory_;
    store::StoreOptions options_{.directory = {}, .bootId = "boot", .log = {}};
    std::optional<store::Store> store_;
    std::optional<Names> names_;

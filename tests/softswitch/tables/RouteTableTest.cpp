@@ -5,8 +5,9 @@
 #include <map>
 #include <optional>
 
-#include "../SwitchTest.h"
 #include "softswitch/tables/deferred_row.h"
+#include "testing/base/TempDir.h"
+#include "testing/softswitch/SwitchFixture.h"
 
 namespace softswitch {
 namespace {
@@ -98,7 +99,7 @@ protected:
    static Via over(const char* group, int colour = 0) { return {.name = group, .colour = colour, .key = 1}; }
    std::vector<Via> vias() const { return table_.viasOf(row_); }
 
-   TempDir directory_;
+   orvtest::TempDir directory_;
    store::Store store_{store::StoreOptions{.directory = directory_ / "state", .bootId = "boot", .log = {}}};
    Names groups_;
    Numbers table_{store_, groups_};

@@ -6,7 +6,8 @@
 #include <random>
 #include <set>
 
-#include "../SwitchTest.h"
+#include "testing/base/TempDir.h"
+#include "testing/softswitch/SwitchFixture.h"
 
 namespace softswitch {
 namespace {
@@ -44,7 +45,7 @@ protected:
          table().set(i * 10, std::to_string(i));
    }
 
-   TempDir directory_;
+   orvtest::TempDir directory_;
    store::StoreOptions options_{.directory = {}, .bootId = "boot", .log = {}};
    std::unique_ptr<store::Store> store_;
    std::unique_ptr<Numbers> table_;

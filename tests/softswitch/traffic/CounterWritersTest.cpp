@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-#include "TrafficTest.h"
+#include "TrafficFixture.h"
 
 namespace softswitch {
 namespace {
@@ -16,7 +16,7 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
-class CounterWritersTest : public TrafficTest {
+class CounterWritersTest : public TrafficFixture {
 protected:
    // As a reader finds them.
    std::vector<std::string> directory() const {

@@ -2,14 +2,14 @@
 
 #include <gmock/gmock.h>
 
-#include "../traffic/TrafficTest.h"
+#include "TrafficFixture.h"
 
 namespace softswitch {
 namespace {
 
 using orv::intf_id_t;
 
-class IntfCounterMgrTest : public TrafficTest {
+class IntfCounterMgrTest : public TrafficFixture {
 protected:
    const intf_id_t ethernet1_{"Ethernet1"};
 };

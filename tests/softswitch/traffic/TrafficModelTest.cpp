@@ -2,7 +2,7 @@
 
 #include <gmock/gmock.h>
 
-#include "TrafficTest.h"
+#include "TrafficFixture.h"
 
 namespace softswitch {
 namespace {
@@ -10,7 +10,7 @@ namespace {
 using testing::ElementsAre;
 using testing::HasSubstr;
 
-class TrafficModelTest : public TrafficTest {
+class TrafficModelTest : public TrafficFixture {
 protected:
    TrafficModel::Account account(std::string_view intf) {
       TrafficModel::Account result;

@@ -1,0 +1,19 @@
+// GoogleMock over orv::mount_mgr.
+//
+// Thread-safety: as GoogleMock's; unlike a switch's manager it does not ask for the
+// SDK's lock.
+#pragma once
+
+#include <gmock/gmock.h>
+
+#include "orv/mount.h"
+
+namespace orvtest {
+
+class MockMountMgr : public orv::mount_mgr {
+public:
+   MOCK_METHOD(void, handler_add, (orv::mount_handler*), (override));
+   MOCK_METHOD(void, handler_del, (orv::mount_handler*), (noexcept, override));
+};
+
+}  // namespace orvtest

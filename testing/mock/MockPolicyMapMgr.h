@@ -1,0 +1,29 @@
+// GoogleMock over orv::policy_map_mgr.
+//
+// Thread-safety: as GoogleMock's; unlike a switch's manager it does not ask for the
+// SDK's lock.
+#pragma once
+
+#include <gmock/gmock.h>
+
+#include "orv/policy_map.h"
+
+namespace orvtest {
+
+class MockPolicyMapMgr : public orv::policy_map_mgr {
+public:
+   MOCK_METHOD(void, resync_init, (), (override));
+   MOCK_METHOD(void, resync_complete, (), (override));
+   MOCK_METHOD(bool, exists, (const orv::policy_map_key_t&), (const, override));
+   MOCK_METHOD(orv::policy_map_t, policy_map, (const orv::policy_map_key_t&), (const, override));
+   MOCK_METHOD(orv::policy_map_iter_t, policy_map_iter, (orv::policy_feature_t), (const, override));
+   MOCK_METHOD(void, policy_map_is, (const orv::policy_map_t&), (override));
+   MOCK_METHOD(void, policy_map_del, (const orv::policy_map_key_t&), (override));
+   MOCK_METHOD(void, policy_map_apply,
+               (const orv::policy_map_key_t&, const orv::intf_id_t&, orv::acl_direction_t, bool), (override));
+   MOCK_METHOD(orv::policy_map_hw_status_iter_t, policy_map_hw_status_iter, (orv::policy_feature_t),
+               (const, override));
+   MOCK_METHOD(orv::policy_map_hw_statuses_t, hw_status, (const orv::policy_map_key_t&), (const, override));
+};
+
+}  // namespace orvtest

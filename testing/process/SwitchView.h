@@ -1,0 +1,35 @@
+// What the switch holds, read through its console, and the same in the words of
+// a controller's requests, so that the two can be compared.
+//
+// Thread-safety: plain values.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "OrvSdkRpcProtos/orvsdk.pb.h"
+#include "testing/process/Console.h"
+
+namespace orvtest {
+
+// One line per slot, slot 0 first: interface, address, operation and labels.
+using GroupEntries = std::vector<std::string>;
+
+struct SwitchView {
+   // Prefix, as "192.0.2.0/24", to the name of the group that it points at. A
+   // route whose via is missing, or is not one group, has words in parentheses.
+   std::map<std::string, std::string> routes;
+   std::map<std::string, GroupEntries> groups;
+};
+
+SwitchView readSwitch(Console& console);
+
+// The address and the prefix as the switch prints them.
+std::string addressText(const OrvSdkRpc::pb::ip_address_msg& address);
+std::string prefixText(const OrvSdkRpc::pb::ip_prefix_msg& prefix);
+// The entries that the switch must show for a group that was set by `request`.
+GroupEntries entriesOf(const OrvSdkRpc::pb::nexthop_group_msg& request);
+
+}  // namespace orvtest

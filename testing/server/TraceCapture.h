@@ -1,0 +1,33 @@
+// The traces of a scope, for a look at them.
+#pragma once
+
+#include <mutex>
+#include <string>
+#include <vector>
+
+namespace orvtest {
+
+// Turns on what `setting` names and collects the texts; turns everything off at the end.
+class TraceCapture {
+public:
+   explicit TraceCapture(const std::string& setting = "*/0-9");
+   ~TraceCapture();
+   TraceCapture(const TraceCapture&) = delete;
+   TraceCapture& operator=(const TraceCapture&) = delete;
+
+   [[nodiscard]] std::vector<std::string> texts() const;
+   // How many texts are exactly this one.
+   [[nodiscard]] std::size_t count(const std::string& text) const;
+   // How many texts have this level.
+   [[nodiscard]] std::size_t countAt(int level) const;
+
+private:
+   struct Line {
+      int level;
+      std::string text;
+   };
+   mutable std::mutex mutex_;
+   std::vector<Line> lines_;
+};
+
+}  // namespace orvtest
