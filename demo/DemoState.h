@@ -15,8 +15,7 @@ inline constexpr std::uint32_t routesPerBulk = 1000;
 
 // "core-0000" and so on, each with two entries over two of the sixty-four ports.
 OrvSdkRpc::pb::nexthop_group_msg group(std::uint32_t index);
-// 20.0.0.0/32 and so on, a hundred in a row over one group, then over the next, and from the last over the
-// first.
+// 20.0.0.0/32 and so on. Each hundred routes in a row share a group; the last group is followed by the first.
 OrvSdkRpc::pb::ip_route_msg route(std::uint32_t index);
 
 }  // namespace orvtest::demo

@@ -4,10 +4,10 @@
 #
 # usage: demo.sh [BIN_DIR]      BIN_DIR holds orvsdkrpcd and orvctl; $ORV_BIN_DIR, or build/bin
 #
-# demo_controller beside the controller does what that has no words for: it makes up a
-# state, loads routes while it notes what was acknowledged, and compares every item.
+# demo_controller does what the reference controller cannot: it generates a state, loads
+# routes and records how many were acknowledged, and compares every item.
 #
-# Ends with 1, and with words, at the first thing that is not as it should be.
+# Exits with 1 and a message at the first failure.
 set -u -o pipefail
 
 here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
@@ -55,14 +55,15 @@ fail() {
 }
 
 orvctl() { "$bin/orvctl" --target "$target" "$@"; }
-# Shows the command as a person would type it, runs it and shows what it says.
+# Prints the command as a user would type it, runs it and prints its output.
 run() {
    printf '   $ orvctl %s\n' "$*"
    local out
    out=$(orvctl "$@" 2>&1) || fail "orvctl $* ended with $?: $out"
    [ -z "$out" ] || printf '%s\n' "$out" | sed 's/^/     /'
 }
-# Runs the reference controller in the given mode, shows its words, and fails unless it ends with the code.
+# controls CODE ARGUMENT...: runs the reference controller, prints its output and fails
+# unless it exits with CODE.
 controller_says=
 controls() {
    local wanted=$1 code=0

@@ -1,5 +1,5 @@
-// demo_controller: the parts of the demonstration that a shell cannot do: knowing
-// which bulk was acknowledged, and comparing every item.
+// demo_controller: the parts of the demonstration that a shell cannot do. It records which bulks were
+// acknowledged, and compares every item.
 #include <CLI/CLI.hpp>
 #include <cstdio>
 #include <exception>
@@ -14,8 +14,8 @@ namespace {
 
 using namespace orvtest;
 
-// The state file of the reference controller: groups 0 to `groups`, routes 0 to `routes`, and a few of every
-// other kind.
+// The state file of the reference controller: the first `groups` groups, the first `routes` routes, and a few
+// objects of every other kind.
 void printState(std::uint32_t groups, std::uint32_t routes) {
    std::cout << "{\"config\": {\"policy_map\": \"cbf\"},\n\"groups\": [";
    for (std::uint32_t i = 0; i < groups; ++i) {
@@ -47,8 +47,9 @@ void printState(std::uint32_t groups, std::uint32_t routes) {
              << "\", \"min_tx\": 50, \"multiplier\": 3}]}\n";
 }
 
-// Notes in `acknowledged` after each bulk how many routes from the first on the switch has answered OK to.
-// Returns false when the server went away.
+// After each bulk, appends to the file `acknowledged` how many routes, counted from `first`, the switch has
+// acknowledged so far.
+// RETURNS: false when the server went away.
 bool load(const std::string& target, std::uint32_t first, std::uint32_t count,
           const std::string& acknowledged) {
    Controller controller(target);
@@ -74,8 +75,9 @@ std::uint32_t lastNote(const std::string& acknowledged) {
    return last;
 }
 
-// Routes 0 to `routes` and groups 0 to `groups` are there, whole, and nothing else is, except for up to
-// `inFlight` further routes, without a gap. Returns how many of those there are.
+// Checks that the switch holds the first `groups` groups and the first `routes` routes completely, and
+// nothing else except for up to `inFlight` further routes without a gap.
+// RETURNS: the number of those further routes.
 std::uint32_t verify(const std::string& socket, std::uint32_t groups, std::uint32_t routes,
                      std::uint32_t inFlight) {
    Console console(socket);

@@ -1,5 +1,4 @@
-// How long something took, but for what else the machine did meanwhile: bounds that hold on a busy machine
-// too.
+// CPU time, for bounds on how long something takes that hold on a busy machine too.
 //
 // Thread-safe.
 #pragma once
@@ -15,13 +14,13 @@ inline std::int64_t cpuNanos(clockid_t clock) {
    return now.tv_sec * std::int64_t{1'000'000'000} + now.tv_nsec;
 }
 
-// What all threads of this process have run so far. Between two looks it grows at least as much as the time
-// that passes on a quiet machine, as long as one thread always has something to do.
+// The CPU time of all threads of this process so far. While one of them always has work, it grows by at least
+// the time that the work would take on an idle machine.
 inline std::int64_t processCpuNanos() {
    return cpuNanos(CLOCK_PROCESS_CPUTIME_ID);
 }
 
-// What the calling thread has run so far.
+// The CPU time of the calling thread so far.
 inline std::int64_t threadCpuNanos() {
    return cpuNanos(CLOCK_THREAD_CPUTIME_ID);
 }

@@ -22,7 +22,7 @@ inline constexpr bool sanitized = false;
 std::int64_t slowdown();
 
 // Polls the condition until it holds, for 30 seconds at most, or 60 when slowdown() is above 1.
-// RETURNS: the last answer.
+// RETURNS: the condition's last value.
 bool eventually(const std::function<bool()>& condition);
 
 }  // namespace orvtest

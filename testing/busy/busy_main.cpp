@@ -1,9 +1,10 @@
-// Runs a command while more processes than the machine has processors spin beside it, and ends as it ended.
+// Runs a command beside more spinning processes than the machine has processors, and exits as the command
+// did.
 //
 //    run_busy COMMAND [ARGUMENT...]
 //
-// What waits for a wake-up is then woken late, and what holds a lock loses its processor in the middle. The
-// command finds ORV_BUSY in its environment, by which test fixtures give things more time.
+// A thread that waits for a wake-up then wakes late, and a thread that holds a lock is preempted. The command
+// finds ORV_BUSY in its environment, and test fixtures lengthen their timeouts by it.
 #include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -20,7 +21,7 @@ namespace {
 constexpr int exitNotStarted = 126;
 
 [[noreturn]] void spin(pid_t parent) {
-   // Also when the parent is killed by a time limit.
+   // Ends this process too when a timeout kills the parent.
    prctl(PR_SET_PDEATHSIG, SIGKILL);
    volatile bool forEver = getppid() == parent;
    while (forEver) {

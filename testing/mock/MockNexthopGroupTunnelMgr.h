@@ -1,7 +1,6 @@
 // GoogleMock over orv::nexthop_group_tunnel_mgr.
 //
-// Thread-safety: as GoogleMock's; unlike a switch's manager it does not ask for the
-// SDK's lock.
+// Thread-safety: as GoogleMock's. Unlike a switch's manager, a mock does not check for the SDK's lock.
 #pragma once
 
 #include <gmock/gmock.h>

@@ -1,4 +1,4 @@
-// A scheduler with an activity lock of its own, which a test drives by hand or runs on a thread.
+// A scheduler with an activity lock of its own, which a test runs step by step or on a thread.
 #pragma once
 
 #include <thread>
@@ -22,7 +22,7 @@ struct Loop {
       const Zelt::ActivityLockAnchor anchor(lock);
       return scheduler->runReady(sliceNanos);
    }
-   // Passes until nothing is ready.
+   // Runs passes until no task is ready.
    void drain() {
       while (pass() != 0) {
       }

@@ -1,4 +1,4 @@
-// A child process with its end in sight: it never outlives its owner.
+// A child process that never outlives its owner.
 //
 // Thread-safety: one thread at a time. The kernel kills the child when the
 // thread that constructed it ends, so construct it on a thread that stays.
@@ -13,7 +13,7 @@
 
 namespace orvtest {
 
-// How a process ended: exit code, or the signal that ended it.
+// How a process ended: its exit code, or the signal that ended it.
 struct Ending {
    int exitCode = -1;
    int signal = 0;
@@ -24,9 +24,9 @@ std::string to_string(const Ending& ending);
 
 class Child {
 public:
-   // Runs argv[0] with argv. Standard output and error are appended to
-   // `logPath`, or inherited when it is empty. Throws std::system_error when the
-   // program cannot be executed.
+   // Runs argv[0] with argv. Standard output and error are appended to `logPath`, or inherited when it is
+   // empty.
+   // THROWS: std::system_error when the program cannot be executed.
    explicit Child(std::vector<std::string> argv, std::string logPath = {});
    // Kills and reaps a child that still runs.
    ~Child();
@@ -35,10 +35,10 @@ public:
 
    pid_t pid() const { return pid_; }
    void signal(int number) const;
-   // Waits at most `limit`; nothing when the child still runs then.
+   // Waits for at most `limit`. RETURNS: nothing when the child still runs then.
    std::optional<Ending> waitFor(std::chrono::milliseconds limit);
    Ending wait();
-   // SIGKILL and reap.
+   // Sends SIGKILL and reaps the child.
    void kill();
    bool running() { return !waitFor(std::chrono::milliseconds(0)); }
    // What the child has written to its log so far.

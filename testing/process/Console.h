@@ -9,22 +9,22 @@
 
 namespace orvtest {
 
-// The console refused a command; what() holds its words.
+// The console refused a command; what() is its message.
 class ConsoleError : public std::runtime_error {
    using std::runtime_error::runtime_error;
 };
 
 class Console {
 public:
-   // Connects to a unix socket. Throws std::system_error.
+   // Connects to a unix socket. THROWS: std::system_error.
    explicit Console(const std::string& socketPath);
    ~Console();
    Console(const Console&) = delete;
    Console& operator=(const Console&) = delete;
 
-   // Sends one line and returns what the console answered. Throws ConsoleError
-   // when the console refuses, std::runtime_error when the connection breaks or
-   // the answer does not follow the protocol.
+   // Sends one line and returns what the console answered.
+   // THROWS: ConsoleError when the console refuses; std::runtime_error when the connection breaks or the
+   // answer does not follow the protocol.
    std::string run(std::string_view command);
 
 private:

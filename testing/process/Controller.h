@@ -1,5 +1,4 @@
-// A plain controller of the programming service: one call at a time, every reply
-// looked at.
+// A simple controller of the programming service: it makes one call at a time and checks every reply.
 //
 // Thread-safety: one thread at a time.
 #pragma once
@@ -16,19 +15,18 @@ namespace orvtest {
 
 namespace pb = OrvSdkRpc::pb;
 
-// The call itself failed: the server is gone, or never was there. What it did
-// with the request is unknown.
+// The call itself failed: the server has gone away or never ran. Whether it processed the request is unknown.
 class CallBroke : public std::runtime_error {
    using std::runtime_error::runtime_error;
 };
 
 class Controller {
 public:
-   // Connects lazily to "unix://…" on a connection of its own.
+   // Connects lazily to "unix://…" over a connection of its own.
    explicit Controller(const std::string& address,
                        std::chrono::milliseconds deadline = std::chrono::seconds(30));
 
-   // Each throws CallBroke when the call fails.
+   // THROWS: CallBroke when the call fails.
    pb::rpc_server_init_status_msg init(const pb::rpc_server_config_msg& request = {});
    pb::rpc_status_msg resync(pb::rpc_server_resync_msg::resync_phase_enum phase);
    std::vector<pb::rpc_status_msg> routes(const pb::ip_route_bulk_msg& request);
@@ -48,8 +46,8 @@ private:
    std::chrono::milliseconds deadline_;
 };
 
-// Throws std::runtime_error with the first refusal's words unless there are
-// `count` statuses and each of them is OK.
+// THROWS: std::runtime_error with the message of the first refusal, unless there are `count` statuses and
+// each is OK.
 void requireAllOk(const std::vector<pb::rpc_status_msg>& statuses, std::size_t count);
 
 }  // namespace orvtest

@@ -19,8 +19,7 @@ namespace pb = OrvSdkRpc::pb;
 
 namespace {
 
-// Somebody listens on the path. Cheaper than a channel, which would back off
-// between its attempts and blur the moment.
+// Whether a process listens on the path. A channel would back off between its attempts and notice it later.
 bool listening(const std::string& path) {
    sockaddr_un address{};
    address.sun_family = AF_UNIX;
@@ -33,7 +32,7 @@ bool listening(const std::string& path) {
 }
 
 bool answers(const std::string& path, std::chrono::milliseconds limit) {
-   // A pool of its own: an earlier channel to the same path may be backing off.
+   // A subchannel pool of its own: an earlier channel to the same path may be backing off.
    grpc::ChannelArguments arguments;
    arguments.SetInt(GRPC_ARG_USE_LOCAL_SUBCHANNEL_POOL, 1);
    const auto channel =

@@ -16,21 +16,21 @@ namespace orvtest {
 
 class Daemon {
 public:
-   // Nothing is started yet. `directory` exists and outlives the daemon; `extra`
-   // is appended to the command line.
+   // Does not start the process yet. `extra` is appended to the command line.
+   // REQUIRES: `directory` exists and outlives the daemon.
    Daemon(std::string program, std::string directory, std::vector<std::string> extra = {});
 
-   // Starts the process and returns as soon as an RPC was answered. Throws
-   // std::runtime_error with the log's words when the process ends instead, or
-   // when `patience` runs out.
+   // Starts the process and returns as soon as it has answered an RPC.
+   // THROWS: std::runtime_error with the text of the log when the process ends instead, or when `patience`
+   // runs out.
    void start(std::chrono::milliseconds patience = std::chrono::seconds(30));
-   // The same without waiting.
+   // Starts the process without waiting.
    void launch();
    void waitServing(std::chrono::milliseconds patience = std::chrono::seconds(30));
 
-   // SIGKILL; returns when the process is gone.
+   // Sends SIGKILL and waits for the process to end.
    void kill();
-   // SIGTERM; how it ended, or nothing when it still ran after `limit`.
+   // Sends SIGTERM. RETURNS: how the process ended, or nothing when it still runs after `limit`.
    std::optional<Ending> terminate(std::chrono::milliseconds limit = std::chrono::seconds(30));
 
    Child& child() { return *child_; }
@@ -48,13 +48,13 @@ private:
    std::optional<Child> child_;
 };
 
-// Returns as soon as a programming service answers on `socketPath`. Throws
-// std::runtime_error when `child` ends instead or `patience` runs out.
+// Returns as soon as a programming service answers on `socketPath`.
+// THROWS: std::runtime_error when `child` ends instead or `patience` runs out.
 void waitServing(Child& child, const std::string& socketPath, std::chrono::milliseconds patience);
 
-// The program `name` in the directory that ORV_BIN_DIR names, or else beside the
-// running program, or else in the folder bin beside its folder, where the build
-// puts it. Throws std::runtime_error when it is not there.
+// The path of program `name`: in the directory that ORV_BIN_DIR names, or else beside the running program, or
+// else in the folder bin beside its folder, where the build puts it.
+// THROWS: std::runtime_error when it is in none of them.
 std::string programPath(const std::string& name);
 
 }  // namespace orvtest

@@ -16,7 +16,7 @@ struct Listing {
    std::vector<const char*> columns;
 };
 
-// A new table that is kept is a line here.
+// Every table that survives a restart has a line here.
 const std::array listings{
      Listing{"show interfaces", "interfaces", {"name", "admin", "description"}},
      Listing{"show vrf", "vrfs", {"name"}},

@@ -1,4 +1,4 @@
-// Everything that a switch keeps over a restart, as text to compare.
+// Everything that a switch keeps across a restart, as text to compare.
 //
 // Thread-safety: free functions.
 #pragma once
@@ -9,8 +9,8 @@
 
 namespace orvtest {
 
-// One line per object, table by table, with its configuration and nothing of what
-// hardware, links and counters make of it.
+// One line per object, table by table. It shows the configuration and omits the state that hardware, links
+// and counters add.
 std::string durableState(Console& console);
 
 }  // namespace orvtest

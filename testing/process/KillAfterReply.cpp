@@ -1,8 +1,8 @@
-// A library for LD_PRELOAD: kills the process right behind the first reply that it
-// sends, in the thread that sent it and before that thread does anything else. What a
-// client was told is then all that is left of the process.
+// A library for LD_PRELOAD. It kills the process directly after the first reply that it sends, in the thread
+// that sent it, before that thread does anything else. The process then does nothing after what the client
+// has received.
 //
-// Asleep until the file that ORV_KILL_AFTER_REPLY names is there.
+// Inactive until the file that ORV_KILL_AFTER_REPLY names exists.
 //
 // Thread-safe.
 #include <dlfcn.h>
@@ -24,7 +24,7 @@ bool armed() {
    return file != nullptr && ::access(file, F_OK) == 0;
 }
 
-// Reads what a message consists of, one byte after the other.
+// Reads the parts of a message byte by byte.
 class Bytes {
 public:
    explicit Bytes(const msghdr& message) : message_(message) {}
@@ -58,8 +58,8 @@ private:
    std::size_t at_ = 0;
 };
 
-// Whether HTTP/2 frames end a call: HEADERS with END_STREAM, which a server sends as trailers only (RFC 7540,
-// 8.1). A send begins with a frame, since every one before it went out whole.
+// Whether the HTTP/2 frames end a call: a server sets END_STREAM on HEADERS only in trailers (RFC 7540, 8.1).
+// A send begins at a frame, since every earlier one was sent completely.
 bool endsCall(const msghdr& message) {
    constexpr std::uint8_t headers = 1;
    constexpr std::uint8_t endStream = 1;

@@ -14,7 +14,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// Between the end of a ping and the next: the pings shall measure the load, not be it.
+// Between the end of a ping and the next, so that the pings measure the load and do not cause it.
 constexpr auto pause = std::chrono::microseconds(500);
 constexpr auto patience = std::chrono::seconds(30);
 

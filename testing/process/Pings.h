@@ -20,20 +20,20 @@ struct Ping {
 
 class Pings {
 public:
-   // Begins at once.
+   // Starts to ping at once.
    explicit Pings(const std::string& address);
    ~Pings();
    Pings(const Pings&) = delete;
    Pings& operator=(const Pings&) = delete;
 
-   // Ends the pinging after the ping that is under way. Throws CallBroke when one was not answered.
+   // Waits for the ping that is under way, then stops. THROWS: CallBroke when a ping failed.
    std::vector<Ping> stop();
 
 private:
    void run(const std::string& address);
 
    std::atomic<bool> over_{false};
-   // Written by the thread, read after its end.
+   // Written by the thread, read once it has ended.
    std::vector<Ping> pings_;
    std::string broken_;
    std::thread thread_;

@@ -1,5 +1,4 @@
-// What the switch holds, read through its console, and the same in the words of
-// a controller's requests, so that the two can be compared.
+// What the switch holds, read from its console, in a form that can be compared with a controller's requests.
 //
 // Thread-safety: plain values.
 #pragma once
@@ -18,8 +17,8 @@ namespace orvtest {
 using GroupEntries = std::vector<std::string>;
 
 struct SwitchView {
-   // Prefix, as "192.0.2.0/24", to the name of the group that it points at. A
-   // route whose via is missing, or is not one group, has words in parentheses.
+   // Maps a prefix, such as "192.0.2.0/24", to the name of its group. A route whose via is missing or is not
+   // a single group has a text in parentheses instead.
    std::map<std::string, std::string> routes;
    std::map<std::string, GroupEntries> groups;
 };

@@ -13,7 +13,7 @@
 
 namespace orvtest {
 
-// What would go to the streams of echo sessions.
+// Records the updates for the streams of echo sessions.
 struct SentUpdates final : OrvSdkRpc::SbfdUpdateSender {
    using Message = OrvSdkRpc::pb::watch_sbfd_echo_session_status_msg;
    void sendSbfdAliveUpdate(Message&& message) override { alive.push_back(std::move(message)); }

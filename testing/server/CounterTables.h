@@ -1,4 +1,4 @@
-// The platform's counter tables, written by the test, and a watcher's word on them.
+// The platform's counter tables, written by the test, and a listener that records what a watcher reports.
 #pragma once
 
 #include <gmock/gmock.h>
@@ -45,7 +45,7 @@ protected:
       mounts_[name].entityIs(nullptr);
    }
 
-   // What a watch tells, "Ethernet1 5" for five packets per second.
+   // Records what a watch reports, "Ethernet1 5" for five packets per second.
    IntfTrafficRatesWatcher::OnRates listener() {
       return [this](const orv::intf_id_t& intf, const orv::intf_traffic_rates_t& rates) {
          told_.push_back(fmt::format("{} {}", intf, rates.in_pkts_rate()));

@@ -1,7 +1,7 @@
 // The main loop of a switch of mocks: the SDK's lock is the activity lock, and the test says when the loop
 // runs.
 //
-// A base class in front of everything that uses the lock.
+// Derive from it before every base or member that uses the lock.
 #pragma once
 
 #include "orv/lock.h"
@@ -18,7 +18,7 @@ public:
    MainLoop(const MainLoop&) = delete;
    MainLoop& operator=(const MainLoop&) = delete;
 
-   // Until nothing is left to do.
+   // Runs the main loop until no task is ready.
    static void runLoop() {
       const auto& scheduler = Gorm::TaskSchedulerRoot::findOrCreateScheduler();
       const Zelt::ActivityLockAnchor lock;

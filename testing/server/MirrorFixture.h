@@ -24,17 +24,17 @@ class MirrorFixture : public testing::Test {
 protected:
    using Stub = typename Rpc::Stub;
 
-   // `more` is what the service's constructor takes behind the manager.
+   // `more` are the arguments of the service's constructor behind the manager.
    template <class... More>
    explicit MirrorFixture(OrvSdkRpc::ServerProperties properties = {.internalServer = true}, More&&... more)
         : service_(new Service(&mgr_, std::forward<More>(more)...)),
           running_(std::unique_ptr<Service>(service_), std::move(properties)) {}
 
-   // Orders what the test expects of the mock before what the pump does with it, and the other way round: a
-   // thread sanitizer does not see through gRPC.
+   // Synchronises the test's use of the mock with the pump's, both ways: a thread sanitizer does not see the
+   // order that gRPC enforces.
    static void meetPump() { const orv::sdk_scoped_lock lock; }
 
-   // A unary call, whatever comes of it.
+   // A unary call with any outcome.
    template <class Rq, class Rp>
    grpc::Status call(grpc::Status (Stub::*rpc)(grpc::ClientContext*, const Rq&, Rp*), const Rq& request,
                      Rp& response) {
@@ -44,7 +44,7 @@ protected:
       meetPump();
       return status;
    }
-   // One that must succeed.
+   // A unary call that must succeed.
    template <class Rq, class Rp>
    Rp ok(grpc::Status (Stub::*rpc)(grpc::ClientContext*, const Rq&, Rp*), const Rq& request) {
       Rp response;
@@ -52,7 +52,7 @@ protected:
       EXPECT_TRUE(status.ok()) << status.error_code() << " " << status.error_message();
       return response;
    }
-   // One that must fail with these words.
+   // A unary call that must fail with this message.
    template <class Rq, class Rp>
    void fails(grpc::Status (Stub::*rpc)(grpc::ClientContext*, const Rq&, Rp*), const Rq& request,
               grpc::StatusCode code, const std::string& words) {
@@ -61,7 +61,7 @@ protected:
       EXPECT_EQ(status.error_code(), code);
       EXPECT_EQ(status.error_message(), words);
    }
-   // A list that must succeed.
+   // A list call that must succeed.
    template <class Rq, class Rp>
    std::vector<Rp> list(std::unique_ptr<grpc::ClientReader<Rp>> (Stub::*rpc)(grpc::ClientContext*, const Rq&),
                         const Rq& request) {
@@ -73,7 +73,7 @@ protected:
       EXPECT_TRUE(status.ok()) << status.error_code() << " " << status.error_message();
       return rows;
    }
-   // One that must fail before its first response.
+   // A list call that must fail before its first response.
    template <class Rq, class Rp>
    void listFails(std::unique_ptr<grpc::ClientReader<Rp>> (Stub::*rpc)(grpc::ClientContext*, const Rq&),
                   const Rq& request, grpc::StatusCode code, const std::string& words) {
@@ -86,13 +86,13 @@ protected:
       EXPECT_EQ(status.error_message(), words);
    }
 
-   // The service's watch.
+   // Opens the service's watch.
    template <class Rq>
    auto open(const Rq& request) {
       meetPump();
       return opened(&Stub::watch, request);
    }
-   // A watch that has subscribed.
+   // Opens a watch and waits until it has subscribed.
    template <class Rq>
    auto watch(const Rq& request) {
       const std::size_t before = watchers();
@@ -100,13 +100,14 @@ protected:
       EXPECT_TRUE(eventually([&] { return watchers() == before + 1; }));
       return client;
    }
-   // As the main loop calls the manager's handlers back; what they leave waits for the next turn of the loop.
+   // Calls the manager's handlers as the main loop does. Work that they defer waits for the next turn of the
+   // loop.
    template <class Call>
    void callBack(Call&& call) {
       const orv::sdk_scoped_lock lock;
       mgr_.handlers().notify_all(call);
    }
-   // Whether somebody has asked the manager for its notification.
+   // Whether any handler has asked the manager for its notifications.
    [[nodiscard]] bool sdkWatched() {
       const orv::sdk_scoped_lock lock;
       return mgr_.handlers().wanted();

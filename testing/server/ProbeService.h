@@ -1,4 +1,4 @@
-// A service whose operations do what the request says, and whose watch streams anyone may publish to.
+// A service whose operations do what the request says, and whose watch streams the test publishes to.
 #pragma once
 
 #include <grpcpp/alarm.h>
@@ -22,9 +22,9 @@ namespace probe = OrvSdkRpc::test;
 
 class ProbeService;
 
-// A watch: it streams what is published, one write at a time, and leaves with its client. A message "finish"
-// ends the stream from the server's side; a message "give back" has, besides being streamed, the handler post
-// an event under an extra tag that it then removes.
+// A watch: it streams what is published, one write at a time, and ends with its client. The message "finish"
+// ends the stream from the server's side. At the message "give back" the handler also posts an event under an
+// extra tag, which it removes at once; then it streams the message.
 class ProbeWatchHandler final
      : public OrvSdkRpc::GenericRequestHandler<ProbeWatchHandler, probe::ProbeRequest, probe::ProbeResponse,
                                                ProbeService, true> {
@@ -35,7 +35,7 @@ public:
 
    void process(OrvSdkRpc::OpaqueId tag) override;
    void callDone() override;
-   // Any thread.
+   // May be called by any thread.
    void publish(std::string text);
 
 private:
@@ -60,7 +60,7 @@ public:
                      ProbeService& service);
 
    void process(OrvSdkRpc::OpaqueId tag) override;
-   // Any thread, once; false when the server is stopping.
+   // May be called once, by any thread. RETURNS: false when the server is stopping.
    bool answer(const std::string& text);
 };
 
@@ -78,13 +78,13 @@ public:
    // What every operation runs first, on the pump thread.
    std::function<void(const probe::ProbeRequest&)> onOperation;
 
-   // To every open watch, from any thread.
+   // Publishes to every open watch; may be called by any thread.
    void publish(const std::string& text);
    // Writes of watches that were begun.
    std::atomic<int> writes{0};
    [[nodiscard]] std::size_t watchers();
 
-   // Calls of `later` that wait for their answer.
+   // The calls of `later` that wait for their answer.
    [[nodiscard]] std::vector<ProbeLaterHandler*> waiting();
    void wait(ProbeLaterHandler* handler);
 
@@ -97,7 +97,7 @@ private:
    std::vector<ProbeLaterHandler*> waiting_ ZELT_GUARDED_BY(mutex_);
 };
 
-// Throws what the request names, or answers its text.
+// Throws the error that the request names, or returns the request's text.
 std::string operate(const probe::ProbeRequest& request, ProbeService& service);
 
 struct Probe {

@@ -1,5 +1,5 @@
-// A client that is a bare socket: one call, of whose answer it reads nothing, like a process that is stopped,
-// and an end without any farewell, like one that is killed.
+// A client that is a bare socket. It makes one call and reads nothing of the answer, like a stopped process;
+// it closes the socket without ending the call, like a killed one.
 #pragma once
 
 #include <string>
@@ -9,7 +9,8 @@ namespace orvtest {
 class RawCall {
 public:
    // Connects to a unix socket and calls the method, "/package.Service/method", with a serialised request of
-   // up to 255 bytes. Its windows let through any amount of data. Throws std::runtime_error if that fails.
+   // up to 255 bytes. Its flow-control windows let through any amount of data.
+   // THROWS: std::runtime_error when that fails.
    RawCall(const std::string& socketPath, const std::string& method, const std::string& request = "");
    ~RawCall();
    RawCall(const RawCall&) = delete;

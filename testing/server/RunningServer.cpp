@@ -11,8 +11,8 @@ namespace orvtest {
 
 RunningServer::RunningServer(std::vector<std::unique_ptr<OrvSdkRpc::GrpcService>> services,
                              OrvSdkRpc::ServerProperties properties) {
-   // gRPC stays up to the end of the process. Whoever takes it down waits ten seconds for a poller of its own
-   // now and then, when data was on its way to a client that did not read.
+   // Keeps gRPC initialised until the process ends. Its shutdown now and then waits ten seconds for one of
+   // its own pollers when data was on its way to a client that did not read.
    [[maybe_unused]] static const bool kept = (grpc_init(), true);
    address_ = dir_.unixAddress("socket");
    properties.addresses.insert(properties.addresses.begin(), address_);

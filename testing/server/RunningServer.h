@@ -15,7 +15,7 @@ namespace orvtest {
 
 class RunningServer {
 public:
-   // Waits until calls are taken. `properties` without an address get one.
+   // Returns once the server serves. Its socket comes before the addresses in `properties`.
    explicit RunningServer(std::vector<std::unique_ptr<OrvSdkRpc::GrpcService>> services,
                           OrvSdkRpc::ServerProperties properties = {.internalServer = true});
    template <class Service>
@@ -35,7 +35,7 @@ public:
 
    // Stops the server and waits for the pump.
    void stop();
-   // The server goes, and its services with it.
+   // Stops the server and destroys it with its services.
    void destroy();
 
 private:

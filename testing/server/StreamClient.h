@@ -46,7 +46,7 @@ public:
       return all;
    }
    void cancel() { context_.TryCancel(); }
-   // The status of the call; reads what is left before.
+   // Reads the rest of the stream. RETURNS: the status of the call.
    grpc::Status finish() {
       Rp ignored;
       while (reader_->Read(&ignored)) {

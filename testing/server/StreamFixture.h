@@ -29,8 +29,8 @@ protected:
       stub_ = stub();
    }
 
-   // A client with a connection of its own, a small window and no limit for messages, so that one large
-   // message keeps a stream from going on until it is read.
+   // A client with a connection of its own, a small flow-control window and no limit on message size: one
+   // large message blocks a stream until the client reads it.
    [[nodiscard]] std::unique_ptr<Stub> stub() const { return stub(running_->address()); }
    [[nodiscard]] static std::unique_ptr<Stub> stub(const std::string& address) {
       grpc::ChannelArguments arguments;
@@ -41,7 +41,7 @@ protected:
            grpc::CreateCustomChannel(address, grpc::InsecureChannelCredentials(), arguments));
    }
 
-   // A watch that has subscribed.
+   // Opens a watch and waits until it has subscribed.
    std::unique_ptr<WatchClient> watch(const probe::WatchRequest& request) {
       const std::size_t before = watchers();
       auto client = std::make_unique<WatchClient>(*stub_, &Stub::watch, request);
@@ -53,7 +53,7 @@ protected:
       return std::make_unique<WatchClient>(*stub_, &Stub::watch_table, request);
    }
 
-   // Changes what the pump thread reads under the SDK's lock.
+   // Runs `change` under the SDK's lock, under which the pump thread reads.
    template <class Change>
    static void change(Change&& change) {
       orv::sdk_scoped_lock lock;
@@ -79,11 +79,11 @@ protected:
    std::size_t watchers() { return service_->subscriptions().getHandlers().size(); }
    std::size_t tableWatchers() { return service_->tableStreams().getHandlers().size(); }
 
-   // Handlers of the definition that serve a call; one more always waits for the next.
+   // The number of the definition's handlers that serve a call. One more always waits for the next call.
    static std::uint64_t open(const std::string& definition) {
       return liveHandlers("orvtest::" + definition + ",") - 1;
    }
-   // Returns when the pump has served every event that was on its queue before.
+   // Returns once the pump has served every event that was queued before.
    void pumpPasses() { PumpHold hold(*service_, *stub_); }
    void expectAllFreed(const std::string& definition) {
       EXPECT_TRUE(eventually([&] { return open(definition) == 0; })) << open(definition);

@@ -37,7 +37,7 @@ struct WatchTable;
 struct Rates;
 struct Counters;
 
-// Counts what the service is told, and does what the test wants besides.
+// Counts starts and stops, and runs the test's hooks.
 template <class Definition>
 class ProbeController final : public OrvSdkRpc::SubscriptionController<StreamProbe, Definition> {
 public:
@@ -73,7 +73,7 @@ public:
    void registerRpcService(grpc::ServerBuilder& builder) override;
    void startHandlers() override;
 
-   // The controller of `watch`; it reaches startWatching and stopWatching below.
+   // The controller of `watch`; it calls startWatching and stopWatching below.
    OrvSdkRpc::SubscriptionController<StreamProbe, Watch>& subscriptions() { return watch_; }
    ProbeController<WatchTable>& tableStreams() { return tables_; }
    ProbeController<Rates>& rateStreams() { return rates_; }
@@ -88,11 +88,11 @@ public:
 
    // The dump's table: a number by key.
    std::map<std::string, std::uint64_t> table;
-   // Bytes of payload of each element of a dump; 0 for a short text. Under the SDK's lock.
+   // Payload bytes of each element of a dump; 0 for a short text. Guarded by the SDK's lock.
    std::size_t tablePayload = 0;
    // Called for each element of a dump, under the SDK's lock.
    std::function<void(const std::string& key)> onDumpElement;
-   // What making the dump's iterator throws; empty for nothing.
+   // The error that the creation of the dump's iterator throws; empty for none.
    std::string iteratorError;
    // The responses of the snapshot of `counters`.
    std::list<probe::CountersResponse> snapshot;
@@ -102,7 +102,7 @@ public:
 
    // Bytes of each row of a list.
    std::atomic<std::size_t> rowPayload{0};
-   // Whether the steps of list iterators had the SDK's lock.
+   // Whether every step of a list iterator held the SDK's lock.
    std::atomic<bool> stepsLocked{true};
    std::atomic<int> iterators{0};
 
@@ -110,7 +110,7 @@ public:
    std::atomic<int> stopped{0};
    std::atomic<bool> watching{false};
 
-   // What `hold` does on the pump thread. Any thread.
+   // What the RPC `hold` runs on the pump thread. May be called by any thread.
    void onHoldIs(std::function<void()> onHold) {
       std::lock_guard lock(holdMutex_);
       onHold_ = std::move(onHold);
@@ -152,7 +152,7 @@ public:
    void process(OrvSdkRpc::OpaqueId tag) override;
 };
 
-// Throws what the word names.
+// Throws the error that `error` names.
 void throwNamed(const std::string& error);
 
 // One element of a list.
@@ -161,7 +161,7 @@ struct Number {
    std::size_t payload = 0;
 };
 
-// Rows 0 to count - 1, by reference as the SDK's iterators.
+// Rows 0 to count - 1, returned by reference as by the SDK's iterators.
 class Numbers final : public orv::iter_impl<Number> {
 public:
    Numbers(std::uint32_t count, StreamProbe& service);
@@ -180,7 +180,7 @@ struct Rows {
    static probe::Row convert(const Number& number);
 };
 
-// Three rows whose iterator answers by value and asks the SDK for it.
+// Three rows whose iterator returns them by value and requires the SDK's lock.
 struct Values {
    class Iterator {
    public:

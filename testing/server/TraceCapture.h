@@ -1,4 +1,4 @@
-// The traces of a scope, for a look at them.
+// Captures the traces of a scope.
 #pragma once
 
 #include <mutex>
@@ -7,7 +7,7 @@
 
 namespace orvtest {
 
-// Turns on what `setting` names and collects the texts; turns everything off at the end.
+// Turns on the traces that `setting` names and collects their texts; the destructor turns all traces off.
 class TraceCapture {
 public:
    explicit TraceCapture(const std::string& setting = "*/0-9");

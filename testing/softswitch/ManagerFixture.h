@@ -1,4 +1,4 @@
-// A store in a directory of its own and a main loop that runs when told, for tests of single managers.
+// A store in a directory of its own and a main loop that the test runs, for tests of single managers.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -22,10 +22,10 @@ protected:
    void SetUp() override { open(); }
    void TearDown() override { close(); }
 
-   // What managers of this start are built on.
+   // The context of the managers, until the next restart.
    const Context& context() const { return *context_; }
 
-   // As a restart of the process: `forget` drops the managers.
+   // Acts like a restart of the process; `forget` destroys the managers.
    template <typename Forget>
    void restart(Forget forget) {
       forget();

@@ -14,7 +14,7 @@ namespace orvtest {
 
 class RunningSwitch {
 public:
-   // Returns once the loop is about to run; throws what the switch's constructor throws.
+   // Returns once the main loop is about to run. THROWS: what the switch's constructor throws.
    explicit RunningSwitch(softswitch::Options options) {
       options.log = [](std::string_view) {};
       auto ready = made_.get_future();
@@ -39,7 +39,7 @@ public:
    }
    ~RunningSwitch() {
       switch_->stop();
-      // Not before: stop() itself must not outlive the switch.
+      // The switch may be destroyed only now, since stop() has returned.
       stopReturned_.set_value();
       thread_.join();
    }

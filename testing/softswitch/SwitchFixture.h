@@ -59,7 +59,7 @@ protected:
       options_.log = [this](std::string_view line) { log_.emplace_back(line); };
       switch_ = std::make_unique<SoftSwitch>(options_);
    }
-   // The process ends and a new one begins, without an orderly stop.
+   // Acts like a process that ends without an orderly stop and starts again.
    void restart() {
       switch_.reset();
       start();

@@ -1,4 +1,4 @@
-// Values of the SDK made up from a source: every accessor of a record takes many values.
+// SDK values that are generated from a source. Every field of a record takes many values.
 //
 // Thread-safe: pure functions of the source.
 #pragma once
@@ -17,7 +17,7 @@
 
 namespace orvtest {
 
-// Declared for the types below; another type does not link.
+// Defined only for the types below; another type does not link.
 template <typename T>
 T generate(ValueSource& source);
 
@@ -50,7 +50,7 @@ template <> orv::nexthop_group_t generate(ValueSource&);
 template <> orv::ip_route_t generate(ValueSource&);
 template <> orv::ip_route_via_t generate(ValueSource&);
 template <> orv::mpls_route_t generate(ValueSource&);
-// Keeps the rule that PUSH and SWAP have a label and POP and FORWARD none, unless the source is wild.
+// Keeps the rule that PUSH and SWAP have a label and POP and FORWARD do not, unless the source is wild.
 template <> orv::mpls_route_via_t generate(ValueSource&);
 template <> orv::fib_route_t generate(ValueSource&);
 template <> orv::fib_via_t generate(ValueSource&);

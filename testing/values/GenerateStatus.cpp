@@ -9,7 +9,7 @@ namespace orvtest {
 
 namespace {
 
-// A time or a rate, with a fraction that binary numbers hold.
+// A time or a rate, with a fraction that a double represents exactly.
 double fraction(ValueSource& source) {
    return source.number<std::uint32_t>() / 16.0;
 }

@@ -1,5 +1,5 @@
-// Where generated values come from: a seeded sequence, the same on every machine, or the bytes that a fuzzer
-// brings, which stand for zeros once they are used up.
+// Where generated values come from: a seeded sequence, the same on every machine, or the bytes of a fuzzer
+// followed by zeros.
 //
 // Thread-safety: one thread at a time.
 #pragma once
@@ -17,14 +17,14 @@ namespace orvtest {
 
 class ValueSource {
 public:
-   // Valid values alone.
+   // Draws valid values only.
    explicit ValueSource(std::uint64_t seed) : state_(seed) {}
-   // Wild values too: numbers that an enumeration does not have, unknown address families.
+   // Draws wild values too: numbers outside an enumeration, unknown address families.
    explicit ValueSource(std::span<const std::uint8_t> bytes) : bytes_(bytes), fromBytes_(true) {}
 
    [[nodiscard]] bool wild() const noexcept { return fromBytes_; }
 
-   // Any number of the type; from a seed the ends of its range come more often.
+   // Any number of the type; a seeded source draws both ends of the range more often.
    template <std::unsigned_integral T>
    T number() {
       if (fromBytes_) {
@@ -65,7 +65,7 @@ public:
       return out;
    }
 
-   // Letters and digits, none to `longest`; fit for a protobuf string and for a name.
+   // 0 to `longest` letters and digits; valid as a protobuf string and as a name.
    std::string text(std::uint32_t longest = 24) {
       static constexpr std::string_view letters =
            "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789";

@@ -70,7 +70,7 @@ TEST(StreamClient, aDumpIsReadUpToItsAcknowledgement) {
    StreamClient client(floor.address());
    const std::string path = "/orv.remote.IntfMgrService/watch";
    EXPECT_EQ(client.readPasses(path, "", last.SerializeAsString(), 0s).items, 3u);
-   // One that never comes.
+   // A message that never comes.
    EXPECT_THROW(client.readPasses(path, "", "nothing", 0s), std::runtime_error);
 }
 

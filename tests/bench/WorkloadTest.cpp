@@ -87,7 +87,7 @@ TEST(Workload, bulkLabelsNameEachLabelOnceAndTakeTurnsBetweenTheGroups) {
       EXPECT_EQ(message.bulk(0).nexthop_group_msg().name(), groupName(100 * bulk % 7));
    }
    EXPECT_EQ(seen.size(), 300u);
-   // More than there are.
+   // More labels than exist.
    EXPECT_THROW(bulkLabels(std::uint64_t{1} << 20, 1 << 10, 1), std::invalid_argument);
 }
 

@@ -1,5 +1,5 @@
-// A host as somebody else would write it: the agent over the software switch, from the installed headers. The
-// switch starts on the directory that is the argument, serves beside it, and ends in order.
+// A host as a user of the library would write it: the agent over the software switch, from the installed
+// headers. It starts the switch on the directory that is its argument, serves, and ends in order.
 #include <cstdio>
 #include <thread>
 

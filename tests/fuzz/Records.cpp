@@ -35,11 +35,11 @@ using OrvSdkRpc::types::convert;
 namespace {
 
 struct Record {
-   // Bytes that may be a message of this record: to the SDK, back, and to the SDK again. Null where a record
-   // only leaves.
+   // Converts bytes that may be a message of this record: to the SDK, back, and to the SDK again. Null when
+   // the record is only sent.
    void (*fromWire)(std::span<const std::uint8_t> bytes);
-   // Bytes that make up a value of this record: to the wire, through bytes, and back. Null where a record
-   // only comes in.
+   // Converts a value of this record that is made from the bytes: to the wire, through bytes, and back. Null
+   // when the record is only received.
    void (*fromSdk)(std::span<const std::uint8_t> bytes);
 };
 
@@ -55,7 +55,7 @@ concept Convertible = requires(const T& v) {
 
 enum class Towards { sdk, wire };
 
-// Calls; true when it returned. What it throws must be one of the errors that conversions promise, as itself.
+// RETURNS: whether `call` returned. If it throws, the exception's type must be one that conversions promise.
 template <typename Call>
 bool succeeds(Towards towards, Call&& call) {
    try {
@@ -64,7 +64,7 @@ bool succeeds(Towards towards, Call&& call) {
    } catch (const orv::error& e) {
       const bool promised = typeid(e) == typeid(orv::invalid_argument_error) ||
                             typeid(e) == typeid(orv::unsupported_error) ||
-                            // The SDK's own refusal of labels, which only the way to the SDK meets.
+                            // The SDK's own refusal of labels, which occurs only in conversions to the SDK.
                             (towards == Towards::sdk && typeid(e) == typeid(orv::invalid_range_error));
       if (!promised) fault(std::string("not a promised error: ") + typeid(e).name() + ": " + e.what());
       if (e.msg().empty()) fault("an error without words");
@@ -72,8 +72,8 @@ bool succeeds(Towards towards, Call&& call) {
    }
 }
 
-// What a value is after it went to the wire and came back, where the two differ; nothing where it cannot come
-// back at all.
+// What a value becomes after it went to the wire and came back, where that differs; nothing where it cannot
+// come back.
 template <typename Sdk>
 std::optional<Sdk> comesBack(const Sdk& value) {
    return value;
@@ -120,7 +120,7 @@ void messageIn(std::span<const std::uint8_t> bytes) {
    std::optional<Sdk> value;
    if (!succeeds(Towards::sdk, [&] { value = convert(message); })) return;
    if constexpr (Convertible<Sdk>) {
-      // What came from the wire can always leave again.
+      // A value that came from the wire can always be sent again.
       const Message sent = convert(*value);
       const auto back = comesBack(*value);
       if (back && convert(sent) != *back) fault("the value that came back is another");
@@ -169,7 +169,7 @@ void rangeIn(std::span<const std::uint8_t> bytes) {
    if (OrvSdkRpc::types::protocol_range(convert(protocols)) != protocols) fault("another range of protocols");
 }
 
-// The order is the meaning of the corpus: add at the end.
+// The corpus refers to records by position: add new ones at the end.
 constexpr Record kRecords[] = {
      both<remote::IntfId, orv::intf_id_t>(),
      both<remote::MplsFecId, orv::mpls_fec_id_t>(),

@@ -8,8 +8,8 @@
 
 namespace fuzz {
 
-// Runs the record that the first byte names on the others. Ends the process where anything but a documented
-// exception comes out, or where a value does not come back as it must.
+// Runs the record that the first byte names on the other bytes. Ends the process when anything but a
+// documented exception is thrown, or when a value does not come back as it must.
 int fromWire(std::span<const std::uint8_t> bytes);
 int fromSdk(std::span<const std::uint8_t> bytes);
 

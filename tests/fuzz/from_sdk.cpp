@@ -1,4 +1,4 @@
-// Fuzz target: values of the SDK that arbitrary bytes make up, to the wire and back.
+// Fuzz target: values of the SDK, made from arbitrary bytes, to the wire and back.
 #include <cstddef>
 
 #include "Records.h"

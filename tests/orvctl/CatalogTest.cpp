@@ -111,7 +111,7 @@ TEST(Catalog, probesCannotChangeAnything) {
    for (const auto& request : server.requests()) {
       EXPECT_FALSE(request.starts_with("rpc_server_init") || request.starts_with("rpc_server_resync"))
            << request;
-      // Routes and tunnels are asked with an impossible prefix, groups without a name, labels without a
+      // Routes and tunnels are probed with an impossible prefix, groups without a name, labels without a
       // forwarding.
       const std::string method = request.substr(0, request.find(' '));
       if (method.starts_with("ip_route") || method.starts_with("nexthop_group_tunnel")) {

@@ -31,7 +31,7 @@ TEST(EnumWords, areReadAsWordsNamesAndNumbers) {
    EXPECT_EQ(parseEnum("--fields", "Oper_Status", type), 1);
    EXPECT_EQ(parseEnum("--fields", "INTF_FIELD_DESCRIPTION", type), 3);
    EXPECT_EQ(parseEnum("--fields", "0", type), 0);
-   // The server passes over numbers that it does not know.
+   // The server ignores numbers that it does not know.
    EXPECT_EQ(parseEnum("--fields", "7", type), 7);
 }
 

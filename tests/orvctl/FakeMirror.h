@@ -1,4 +1,4 @@
-// The mirror services of a fake server: any RPC by its path, answered with what the test says.
+// The mirror services of a fake server: it answers any RPC, by its path, as the test has set.
 //
 // Thread-safety: the setters before the server starts; requests() from any thread.
 #pragma once
@@ -19,7 +19,7 @@ public:
       // In order; one for a unary RPC.
       std::vector<std::string> replies;
       grpc::Status end;
-      // The stream stays open behind the replies until the client leaves.
+      // Whether the stream stays open after the replies until the client disconnects.
       bool held = false;
    };
 
@@ -30,7 +30,7 @@ public:
       (answer.replies.push_back(replies.SerializeAsString()), ...);
       return answer;
    }
-   // The answer of requests that hold this JSON, in place of the one of all.
+   // Answers requests that contain this JSON, in place of the general answer.
    template <typename Reply>
    Answer& answerTo(const std::string& rpc, const std::string& request, const Reply& reply) {
       Answer& answer = answers_["/orv.remote." + rpc + " " + request];
@@ -45,7 +45,7 @@ private:
    class Call;
 
    grpc::ServerGenericBidiReactor* CreateReactor(grpc::GenericCallbackServerContext* context) override;
-   // Records the request, and its answer.
+   // Records the request. RETURNS: its answer.
    Answer arrived(const std::string& path, const grpc::ByteBuffer& request);
 
    std::map<std::string, Answer> answers_;

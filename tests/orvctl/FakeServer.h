@@ -1,4 +1,4 @@
-// A gRPC server that records what it is asked and answers what the test says.
+// A gRPC server that records its requests and answers them as the test has set.
 //
 // Thread-safety: the setters before start(); the readers from any thread.
 #pragma once
@@ -25,23 +25,23 @@ public:
    FakeServer() = default;
    ~FakeServer() override;
 
-   // What the next requests are answered with; OK where nothing is set.
+   // The replies to the next requests; OK where nothing is set.
    pb::rpc_server_init_status_msg initReply;
    pb::rpc_status_msg statusReply;
    // Answers an item of a bulk, and a single route or group.
    std::function<pb::rpc_status_msg(const std::string& item)> itemReply;
-   // RPCs by name that end with UNIMPLEMENTED.
+   // The names of RPCs that end with UNIMPLEMENTED.
    std::vector<std::string> unimplemented;
    bool reflection = false;
-   // Fewer notes than were asked for come back.
+   // Returns fewer notes than were asked for.
    bool truncateNotes = false;
-   // Calls wait until stop().
+   // Calls block until stop().
    bool hang = false;
    // What the mirror services answer.
    FakeMirror mirror;
 
    void start();
-   // Cancels what is open.
+   // Cancels all open calls.
    void stop();
    std::string target() const { return "unix:" + directory_.path() + "/rpc.sock"; }
 
@@ -85,7 +85,7 @@ private:
         grpc::ServerContext*, const pb::watch_sbfd_echo_session_config_msg*,
         grpc::ServerWriter<pb::watch_sbfd_echo_session_status_msg>*) override;
 
-   // Until the call is cancelled or the server stops.
+   // Blocks until the call is cancelled or the server stops.
    void waitForEnd(grpc::ServerContext* context);
 
    orvtest::TempDir directory_;

@@ -25,7 +25,7 @@ TEST(HeldStream, staysOpenForAsLongAsTheServerLives) {
    const auto end = stream.waitForEnd();
    ASSERT_TRUE(end);
    EXPECT_FALSE(end->ok());
-   // The end stays known.
+   // The end is remembered.
    EXPECT_EQ(stream.waitForEnd()->error_code(), end->error_code());
 }
 

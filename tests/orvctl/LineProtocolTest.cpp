@@ -14,7 +14,8 @@
 namespace orvctl {
 namespace {
 
-// Accepts one client, sends `answer` once a line has come, and closes unless it is to stay.
+// Accepts one client, sends `answer` once a line has arrived, and closes the connection unless `stay` is
+// true.
 class FakeConsole {
 public:
    explicit FakeConsole(std::string answer, bool stay = false) : answer_(std::move(answer)) {
@@ -33,7 +34,7 @@ public:
    }
 
    Target target() const { return parseTarget("--console", directory_ / "console.sock"); }
-   // What the client wrote; whole once it is gone.
+   // What the client wrote; complete once the client has disconnected.
    const std::string& line() const { return line_; }
 
 private:
@@ -43,7 +44,7 @@ private:
       while (read(fd, &c, 1) == 1 && c != '\n')
          line_ += c;
       EXPECT_EQ(send(fd, answer_.data(), answer_.size(), MSG_NOSIGNAL), static_cast<ssize_t>(answer_.size()));
-      // Until the client closes.
+      // Waits until the client closes.
       while (stay && read(fd, &c, 1) == 1) {
       }
       close(fd);

@@ -1,4 +1,4 @@
-// The whole of orvctl in a test: one command line, and what it said.
+// Runs the whole of orvctl in a test: one command line, and its output.
 //
 // Thread-safety: runWith from any thread; the fixture belongs to its test.
 #pragma once

@@ -9,7 +9,7 @@
 namespace orvctl {
 namespace {
 
-// The words of the refusal, or nothing where there was none.
+// The text of the refusal, or nothing when there was none.
 template <typename Work>
 std::string refusal(Work work) {
    try {

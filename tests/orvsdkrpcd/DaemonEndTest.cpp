@@ -1,5 +1,5 @@
 // The requests of docs/decisions/what-a-client-can-end.md: each ends the daemon, and what was acknowledged is
-// there again when it is started anew.
+// there again after the next start.
 #include <gmock/gmock.h>
 #include <grpcpp/grpcpp.h>
 #include <gtest/gtest.h>
@@ -32,7 +32,7 @@ grpc::Status call(Stub& stub, grpc::Status (Stub::*rpc)(grpc::ClientContext*, co
 
 struct End {
    const char* name;
-   // A request that answers OK or an error, beside the one that ends the process.
+   // Sends the request that ends the process, or else a similar one that is answered with OK or an error.
    std::function<grpc::Status(Stub&, bool ends)> request;
    const char* words;
 };

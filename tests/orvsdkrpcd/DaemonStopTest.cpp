@@ -1,4 +1,4 @@
-// Signals that come in quick succession: whenever they come, the daemon ends in order.
+// Signals in quick succession: whenever they arrive, the daemon ends in order.
 #include <gmock/gmock.h>
 #include <grpcpp/grpcpp.h>
 #include <gtest/gtest.h>
@@ -44,7 +44,7 @@ protected:
       EXPECT_FALSE(fs::exists(daemon_.socketPath()));
       EXPECT_FALSE(fs::exists(daemon_.socketPath() + ".lock"));
       EXPECT_FALSE(fs::exists(daemon_.consolePath()));
-      // Only a state directory that was marked clean is without it.
+      // Only a state directory that was marked clean lacks this file.
       EXPECT_FALSE(fs::exists(daemon_.stateDir() + "/in-use"));
       fs::remove(daemon_.logPath());
    }
@@ -63,7 +63,7 @@ TEST_P(DaemonStop, whileItIsIdle) {
    }
 }
 
-// The events keep the main loop busy, so that the word of the end waits behind them.
+// The events keep the main loop busy, so that the stop waits behind them.
 TEST_P(DaemonStop, duringABurstOfEvents) {
    for (int round = 0; round < 10; ++round) {
       daemon_.start();
@@ -102,7 +102,7 @@ TEST_P(DaemonStop, duringABurstOfEvents) {
 }
 
 TEST_P(DaemonStop, whileItStarts) {
-   // What the start makes, in its order. The signals are taken from before the first on.
+   // What a start creates, in order. Signals are handled from before the first one on.
    const std::string steps[] = {daemon_.stateDir(), daemon_.socketPath() + ".lock", daemon_.socketPath()};
    for (int round = 0; round < 9; ++round) {
       daemon_.launch();

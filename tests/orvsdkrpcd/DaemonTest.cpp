@@ -1,4 +1,4 @@
-// The daemon as a process: what it refuses, how it ends, and how two of them get along.
+// The daemon as a process: what it refuses, how it ends, and how two daemons coexist.
 #include "testing/process/Daemon.h"
 
 #include <arpa/inet.h>
@@ -167,7 +167,8 @@ INSTANTIATE_TEST_SUITE_P(Both, DaemonSignal, testing::Values(SIGTERM, SIGINT),
 
 TEST_F(DaemonProgram, aSignalRightAfterTheStartStopsItToo) {
    orvtest::Child child(commandLine(), directory_ / "log");
-   // The signal is taken from the moment on when it is blocked, which the state directory's making follows.
+   // The daemon handles the signal from the moment when it blocks it, which is before it creates the state
+   // directory.
    while (!fs::exists(directory_ / "state") && !child.waitFor(std::chrono::milliseconds(1))) {
    }
    child.signal(SIGTERM);
@@ -196,7 +197,7 @@ TEST_F(DaemonProgram, onTcp) {
    ASSERT_EQ(getsockname(fd, reinterpret_cast<sockaddr*>(&address), &length), 0);
    const std::string listen = "127.0.0.1:" + std::to_string(ntohs(address.sin_port));
 
-   // Still taken: refused as an address in use.
+   // The port is still taken, so it is refused as an address in use.
    ASSERT_EQ(::listen(fd, 1), 0);
    const auto refused =
         runProgram({daemonProgram(), "--listen", listen, "--state-dir", directory_ / "state"});
@@ -361,7 +362,7 @@ TEST_F(DaemonProgram, aLockThatNamesNobodyIsStillALock) {
    EXPECT_TRUE(fs::exists(directory_ / "rpc.sock.lock"));
 }
 
-// For root every directory is writable, but in /proc there is nothing to be made all the same.
+// For root every directory is writable, but nothing can be created in /proc.
 TEST_F(DaemonProgram, aDirectoryThatTakesNoSocketIsRefusedInWords) {
    std::string place = "/proc";
    if (geteuid() != 0) {
@@ -412,8 +413,8 @@ TEST_F(DaemonProgram, runningOutOfDescriptorsIsNotForEver) {
    const std::string path = directory_ / "rpc.sock";
    orvtest::waitServing(child, path, std::chrono::seconds(30));
 
-   // More clients than descriptors. The last ones are accepted only to be closed, which they see as an end of
-   // input.
+   // More clients than descriptors. The daemon accepts the last ones only to close them, which they see as an
+   // end of input.
    sockaddr_un address{};
    address.sun_family = AF_UNIX;
    std::memcpy(address.sun_path, path.c_str(), path.size() + 1);
@@ -431,7 +432,7 @@ TEST_F(DaemonProgram, runningOutOfDescriptorsIsNotForEver) {
 
    Outcome outcome;
    do {
-      // The server takes a moment to see them gone.
+      // The server notices a moment later that they are gone.
       outcome = runProgram({test::clientProgram(), "--target", "unix:" + path, "init"});
    } while (outcome.ending == Ending{.exitCode = 3} && child.running());
    EXPECT_EQ(outcome.ending, Ending{.exitCode = 0}) << outcome.text;
@@ -513,7 +514,7 @@ TEST_F(DaemonProgram, healthAndReflectionAnswer) {
    EXPECT_THAT(names, testing::IsSupersetOf({"OrvSdkRpc.pb.orvsdk_service", "grpc.health.v1.Health",
                                              "grpc.reflection.v1alpha.ServerReflection"}));
 
-   // An open health watch ends with the server and does not hold it up.
+   // An open health watch ends with the server and does not delay the stop.
    grpc::ClientContext context;
    const auto watch = health->Watch(&context, {});
    grpc::health::v1::HealthCheckResponse response;

@@ -12,13 +12,13 @@
 namespace orvsdkrpcd {
 namespace {
 
-// What the agent takes for the socket's path: all behind the seventh character, from the root.
+// The path that the agent takes for the socket's: everything after the seventh character, made absolute.
 std::string agentPath(const std::string& address) {
    const std::string rest = address.substr(7);
    return rest.starts_with('/') ? rest : "/" + rest;
 }
 
-// What gRPC binds, with the leading slashes that the kernel takes for one.
+// The path that gRPC binds. Several leading slashes count as one, as in the kernel.
 std::string grpcPath(const std::string& address) {
    const std::string rest = address.substr(5);
    return "/" + rest.substr(rest.find_first_not_of('/'));

@@ -21,7 +21,7 @@ protected:
    ~OrvctlAndDaemon() override;
 
    Outcome orvctl(std::vector<std::string> arguments) const;
-   // Runs a command that must end with `code` and returns what it said.
+   // Runs a command that must exit with `code`. RETURNS: its output.
    std::string expect(int code, std::vector<std::string> arguments) const;
    std::string file(const std::string& name, const std::string& text) const;
 
@@ -35,7 +35,8 @@ public:
    Running(const orvtest::Daemon& daemon, const orvtest::TempDir& directory, const std::string& logName,
            std::vector<std::string> arguments);
 
-   // Waits until it has said this; what it has said then. Throws std::runtime_error when it ends before.
+   // Waits until the command has printed `text`. RETURNS: its output so far.
+   // THROWS: std::runtime_error when the command ends first.
    std::string waitFor(const std::string& text);
    orvtest::Child& child() { return child_; }
 

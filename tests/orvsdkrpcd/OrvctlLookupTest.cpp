@@ -1,4 +1,4 @@
-// The way of a packet as an operator asks for it, through the real client and daemon.
+// An operator asks for the path of a packet, through the real client and daemon.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -19,7 +19,7 @@ protected:
       const std::string text = expect(0, {"console", "show forwarding lookup " + words + " | json"});
       return nlohmann::json::parse(text)["lookup"];
    }
-   // Hardware follows a moment later.
+   // Polls, since hardware follows a moment later.
    void await(const std::string& words, const std::string& group) const {
       while (look(words).value("nexthop_group", "") != group)
          std::this_thread::yield();
@@ -47,7 +47,7 @@ TEST_F(OrvctlLookup, aRedirectIsSeenToWorkAndToGo) {
    EXPECT_THAT(text, HasSubstr("DSCP 46: redirected from gold to low by policy map cbf rule 1, class map "
                                "gold-low, ACL gold-low_IPv4 rule 1\n"));
 
-   // A second after its removal the traffic is back.
+   // A second after the redirect's removal the traffic leaves through gold again.
    expect(0, {"redirect", "del", "gold", "low"});
    await("192.0.2.7 dscp 46", "gold");
    EXPECT_FALSE(look("192.0.2.7 dscp 46").contains("redirected_to"));

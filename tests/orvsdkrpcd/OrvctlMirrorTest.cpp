@@ -209,10 +209,10 @@ TEST_F(OrvctlMirror, aWatchEndsWithTheDaemon) {
    expect(3, {"watch", "intf"});
 }
 
-// Changes descriptions until more than the queue of a stream has happened; the last one is of Ethernet1.
+// Changes more descriptions than the queue of a stream holds; the last one is Ethernet1's.
 void flood(const std::string& address, const std::string& lastDescription) {
    constexpr int perBulk = 10'000;
-   // Beyond the queue, more than gRPC and the socket take for a reader that has stopped.
+   // Beyond the queue, this is more than gRPC and the socket hold for a reader that has stopped.
    constexpr int bulks = 60;
    const auto stub = orv::remote::IntfMgrService::NewStub(
         grpc::CreateChannel(address, grpc::InsecureChannelCredentials()));

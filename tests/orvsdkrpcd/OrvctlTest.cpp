@@ -97,7 +97,7 @@ TEST_F(OrvctlAndDaemon, callsWithJson) {
    EXPECT_EQ(expect(0, {"call", "orvsdk_service/ip_route",
                         R"({"prefix":"192.0.2.0/24","nexthop_group_name":"g"})"}),
              "{\"status\":\"RPC_STATUS_OK\",\"debug_string\":\"\"}\n");
-   // The switch refuses the label, and the failure inside the reply is the command's.
+   // The switch refuses the label: a failure inside the reply fails the command.
    EXPECT_THAT(
         expect(
              1,
@@ -119,7 +119,7 @@ TEST_F(OrvctlAndDaemon, listTellsWhatThisBuildHas) {
          available[rpc["name"]] = rpc["available"];
    }
    ASSERT_EQ(available.size(), 18U);
-   // Nothing is "available" that answers otherwise.
+   // The list agrees with what a call of each RPC answers.
    for (const char* name :
         {"nexthop_group_tunnel", "mpls_route", "cbf_nexthop_group_redirect", "sbfd_echo_session"}) {
       const std::string reply = orvctl({"call", name, "{}"}).text;
@@ -131,7 +131,7 @@ TEST_F(OrvctlAndDaemon, listTellsWhatThisBuildHas) {
       EXPECT_EQ(available[name], true) << name;
    }
    EXPECT_TRUE(available["rpc_server_init"].is_null());
-   // Looking changed nothing.
+   // The queries changed nothing.
    const std::string after = expect(0, {"init"});
    EXPECT_THAT(after, HasSubstr("IP routes             no\n"));
    EXPECT_THAT(after, HasSubstr("nexthop groups        no\n"));

@@ -1,4 +1,4 @@
-// Running a program to its end, and what it said.
+// Runs a program to its end and collects its output.
 //
 // Thread-safety: none needed; everything is local to a call.
 #pragma once
@@ -16,7 +16,7 @@ struct Outcome {
    std::string text;
 };
 
-// Throws std::runtime_error when the program has not ended after a minute.
+// THROWS: std::runtime_error when the program has not ended after a minute.
 Outcome runProgram(std::vector<std::string> argv);
 
 // The daemon and the client of this build.

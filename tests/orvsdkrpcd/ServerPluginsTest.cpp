@@ -19,7 +19,7 @@ using grpc::health::v1::HealthCheckResponse;
 
 class ServerPluginsTest : public testing::Test {
 protected:
-   // Servers that are built from here on have the bound.
+   // Servers that are built from here on have this limit.
    void serve(int maxStreams) {
       health_ = &installServerPlugins(maxStreams);
       grpc::ServerBuilder builder;
@@ -77,9 +77,9 @@ TEST_F(ServerPluginsTest, oneConnectionHasNoMoreStreamsThanItMay) {
    Watch first(*stub);
    Watch second(*stub);
    EXPECT_EQ(check(*stub, aMoment), grpc::StatusCode::DEADLINE_EXCEEDED);
-   // It holds nobody else up,
+   // The waiting call delays no other connection.
    EXPECT_EQ(check(*connect(), aMinute), grpc::StatusCode::OK);
-   // and one that ends makes room.
+   // It proceeds once a stream ends.
    first.end();
    EXPECT_EQ(check(*stub, aMinute), grpc::StatusCode::OK);
 }

@@ -1,4 +1,4 @@
-// The socket on which a program tells its service manager how far it is.
+// The socket on which a program reports its progress to its service manager.
 //
 // Thread-safety: one thread; one object at a time, since NOTIFY_SOCKET of this process and its children names
 // it.
@@ -11,15 +11,15 @@ namespace orvsdkrpcd::test {
 
 class ServiceManager {
 public:
-   // Binds the path. Throws std::system_error.
+   // Binds the path. THROWS: std::system_error.
    explicit ServiceManager(const std::string& path);
    ~ServiceManager();
    ServiceManager(const ServiceManager&) = delete;
    ServiceManager& operator=(const ServiceManager&) = delete;
 
-   // The next message; waits a minute at most and says so where there is none.
+   // The next message, or "nothing within a minute".
    std::string next();
-   // All messages that have come and were not taken.
+   // All messages that have arrived and were not taken.
    std::vector<std::string> rest();
 
 private:

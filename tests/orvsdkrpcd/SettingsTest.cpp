@@ -35,7 +35,7 @@ protected:
       if (!flags) throw std::runtime_error("no flags but an answer: " + answer);
       return *flags;
    }
-   // Flags that are all right.
+   // Valid flags.
    Flags good() const {
       Flags flags;
       flags.listen = {"unix:" + directory_.path() + "/rpc.sock"};

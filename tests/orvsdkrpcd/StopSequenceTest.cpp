@@ -16,7 +16,7 @@ namespace {
 
 using testing::ElementsAre;
 
-// Hears of the end and acknowledges it only when it is told to.
+// Records that the switch disables it, and acknowledges that only when the test says so.
 class Agent final : public orv::agent_handler {
 public:
    explicit Agent(orv::sdk& sdk) : orv::agent_handler(sdk.get_agent_mgr()) {}

@@ -44,7 +44,7 @@ TEST(ErrorTest, aRangeErrorNamesWhatAndItsLimits) {
    EXPECT_STREQ(orv::invalid_range_error("own words").what(), "own words");
 }
 
-// Whoever sorts errors by class must be able to tell these two apart.
+// Code that sorts errors by class must be able to distinguish these two.
 TEST(ErrorTest, rangeAndArgumentErrorsAreNoKindOfEachOther) {
    EXPECT_FALSE((std::is_base_of_v<orv::invalid_argument_error, orv::invalid_range_error>));
    EXPECT_FALSE((std::is_base_of_v<orv::invalid_range_error, orv::invalid_argument_error>));

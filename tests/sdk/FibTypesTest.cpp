@@ -54,7 +54,7 @@ TEST(FibTypesTest, aFecHoldsEachViaOnceInTheOrderOfTheCalls) {
                 [](auto& v) { v.mpls_label_is(orv::mpls_label_t(0)); }});
 }
 
-// Each via costs the same: a search through all of them would take minutes here.
+// Each via costs the same: a linear search for each would take minutes here.
 TEST(FibTypesTest, aFecOfManyViasHoldsEachOnce) {
    constexpr std::uint32_t count = 200000;
    const auto via = [](std::uint32_t i) {
@@ -70,7 +70,7 @@ TEST(FibTypesTest, aFecOfManyViasHoldsEachOnce) {
    ASSERT_EQ(fec.via().size(), count);
    for (std::uint32_t i = 0; i < count; ++i)
       ASSERT_EQ(fec.via()[i], via(i));
-   // A copy goes on by itself.
+   // A copy is independent.
    fib_fec_t copy = fec;
    EXPECT_EQ(copy, fec);
    copy.via_set(via(7));

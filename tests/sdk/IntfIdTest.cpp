@@ -60,7 +60,7 @@ TEST(IntfIdTest, knownNamesAreNumberedInTheirOrder) {
 }
 
 TEST(IntfIdTest, aKnownNameStandsOnce) {
-   // Known names stay for the life of the process, so each run of this test takes one of its own.
+   // Known names are kept until the process ends, so each run of this test uses a new one.
    static int run = 0;
    const std::string name = "IntfIdTest" + std::to_string(++run);
    const intf_id_t before(name);

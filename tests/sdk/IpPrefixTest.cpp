@@ -45,7 +45,7 @@ TEST(IpPrefixTest, takesEveryLengthOfItsFamilyAndNoneAbove) {
              "invalid prefix: address family 9 is unknown, expected IPv4 or IPv6");
 }
 
-// For each length the last bit of the prefix is good and the first behind it is not.
+// For each length the last bit of the prefix is accepted and the first bit behind it is refused.
 TEST(IpPrefixTest, refusesTheFirstBitBehindTheLength) {
    for (const std::uint8_t family : {orv::af_ipv4, orv::af_ipv6}) {
       const unsigned width = family == orv::af_ipv4 ? 32 : 128;

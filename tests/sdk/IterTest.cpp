@@ -14,7 +14,7 @@ namespace {
 struct test_iter_impl : orv::iter_impl<std::string> {};
 using test_iter = orv::iter_base<std::string, test_iter_impl>;
 
-// As a table does it: the walk stands on a key, not on a place.
+// Iterates as a table does: the iterator holds a key, not a position.
 using Table = std::map<int, std::string>;
 class TableIter final : public test_iter_impl {
 public:

@@ -76,7 +76,7 @@ TEST_F(LockTest, aSettleReachesTheBackendAndKeepsTheLock) {
       orv::sdk_lock_check();
    });
    EXPECT_EQ(backend.released, 1);
-   // The main thread may hold the lock in its own way.
+   // The main thread may hold the lock without an sdk_scoped_lock.
    orv::sdk_lock_settle();
    EXPECT_EQ(backend.settled, 2);
 }

@@ -1,4 +1,4 @@
-// Every mock is a whole manager, and the operations' overloads stay apart.
+// Every mock implements the whole of its manager, and overloaded operations stay distinct.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -14,8 +14,8 @@
 
 namespace sdk_test {
 
-// Each change, made to a copy of `start`, must show: in equality, hash and text. And
-// no two changes may give the same value, so that no field stands for another.
+// Each change, applied to a copy of `start`, must show in equality, hash and text. No two changes may give
+// the same value, so that no field stands for another.
 template <typename T>
 void expectEveryFieldCounts(const T& start, const std::vector<std::function<void(T&)>>& changes) {
    static_assert(std::is_nothrow_move_constructible_v<T> || std::is_copy_constructible_v<T>);
@@ -41,7 +41,7 @@ void expectEveryFieldCounts(const T& start, const std::vector<std::function<void
    EXPECT_EQ(set.size(), changes.size() + 1);
 }
 
-// Values given in rising order compare that way, each with each.
+// Values in ascending order must compare that way, each with every other.
 template <typename T>
 void expectRising(const std::vector<T>& values) {
    for (std::size_t i = 0; i < values.size(); ++i) {
@@ -54,7 +54,7 @@ void expectRising(const std::vector<T>& values) {
    }
 }
 
-// The same text in all three ways.
+// All three ways to print must give the same text.
 template <typename T>
 void expectText(const T& value, const std::string& text) {
    std::ostringstream out;
@@ -68,7 +68,7 @@ void expectText(const T& value, const std::string& text) {
    }
 }
 
-// Members 0 to `last` have names of their own, and no other number has one.
+// Members 0 to `last` must have distinct names, and other numbers none of them.
 template <typename Enum>
 void expectNamed(int last) {
    std::unordered_set<std::string> names;
@@ -82,7 +82,7 @@ void expectNamed(int last) {
    EXPECT_EQ(enum_text(static_cast<Enum>(255)), "");
 }
 
-// The words of the error that `call` must throw.
+// The message of the error that `call` must throw.
 template <typename Error, typename Call>
 std::string errorText(Call&& call) {
    try {

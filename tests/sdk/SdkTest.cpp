@@ -18,7 +18,7 @@ namespace {
 
 using testing::Return;
 
-// Each getter leads to a manager of its own kind; those without operations yet too.
+// Each getter returns a manager of its own kind, also those without operations yet.
 TEST(SdkTest, leadsToEveryManager) {
    testing::StrictMock<orvtest::MockSdk> mock;
    orv::sdk& sdk = mock;

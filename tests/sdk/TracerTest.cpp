@@ -11,7 +11,7 @@
 
 namespace {
 
-// Formatting one of these is an event of its own.
+// Counts how often it is formatted.
 struct Counted {
    int* formatted;
 };

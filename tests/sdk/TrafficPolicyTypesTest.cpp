@@ -23,7 +23,7 @@ TEST(TrafficPolicyTypesTest, enumeratorsHaveNames) {
    sdk_test::expectText(traffic_policy_action_type_t::goto_class, "goto-class");
 }
 
-// One change of each field, in the order of the fields, the later of two greater.
+// One change per field, in the order of the fields, which decides how two values compare.
 const std::vector<std::function<void(traffic_policy_action_t&)>> kChanges = {
      [](auto& a) { a.action_type_is(traffic_policy_action_type_t::drop); },
      [](auto& a) { a.counter_name_is("a"); },

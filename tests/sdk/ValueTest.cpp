@@ -19,7 +19,7 @@ namespace {
 
 using sdk_test::expectNamed;
 
-// The numbers are what clients see; a member more or less is a change of the API.
+// Clients see the numbers, so an added or removed member changes the API.
 TEST(ValueTest, enumerationsHaveNamesForExactlyTheirMembers) {
    expectNamed<orv::acl_action_t>(2);
    expectNamed<orv::acl_direction_t>(2);

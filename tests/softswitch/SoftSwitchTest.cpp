@@ -264,7 +264,8 @@ TEST_F(SoftSwitchTest, whileTheLoopRunsOthersProgram) {
 }
 
 TEST_F(SoftSwitchTest, theMainLoopAnswersWhileHardwareIsBusy) {
-   // Many routes to program; meanwhile a task of the loop must come to its turn between two quanta.
+   // There are many routes to program. Between two quanta of that work the main loop must run its other
+   // tasks.
    for (int i = 0; i < 200000; ++i)
       setRoute(fmt::format("10.{}.{}.{}/32", i >> 16, i >> 8 & 255, i & 255), "g");
    setGroup("g");
@@ -288,7 +289,7 @@ TEST_F(SoftSwitchTest, aBusyStateDirectoryIsRefused) {
    } catch (const store::StoreError& e) {
       EXPECT_EQ(e.trouble(), store::Trouble::busy);
    }
-   // The first goes on, and is still the SDK.
+   // The first switch keeps running, and is still the SDK.
    EXPECT_EQ(refusal([&] { setRoute("11.0.0.0/8", "g"); }), "");
    EXPECT_FALSE(sw().store().inSpan());
 }
@@ -310,7 +311,7 @@ TEST_F(SoftSwitchTest, aDamagedStateDirectoryIsRefusedAndLeft) {
    }
    EXPECT_EQ(fs::file_size(file), size / 2);
    EXPECT_FALSE(fs::exists(state() / "in-use"));
-   // Nothing of the refused start is left behind in the process.
+   // The refused start leaves nothing behind in the process.
    fs::remove(file);
    start();
    EXPECT_TRUE(routes().empty());

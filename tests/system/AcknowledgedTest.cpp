@@ -1,5 +1,5 @@
-// What a client was told is done stays done, for every RPC that changes what the switch keeps. One row per
-// RPC; a test fails for an RPC that has neither a row nor a place among those that change nothing.
+// What a client was told is done stays done, for every RPC that changes stored state. Each such RPC has a row
+// here. A test fails for an RPC that has neither a row nor an entry in the list of those that change nothing.
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/resource.h>
@@ -36,10 +36,10 @@ struct Request {
    std::string json;
 };
 
-// An RPC that changes what the switch keeps.
+// An RPC that changes stored state.
 struct Row {
    Request change;
-   // What must be there before, each of them acknowledged as done.
+   // Requests that must be acknowledged before the change.
    std::vector<Request> setup = {};
 };
 
@@ -73,7 +73,7 @@ const Request twoGroups{"nexthop_group_bulk", R"({"bulk":[)" + groupA + "," + gr
 std::string bulk(const std::string& first, const std::string& second) {
    return R"({"bulk":[)" + first + "," + second + "]}";
 }
-// The request with one more field in front.
+// The request with one more field at its start.
 std::string with(const std::string& field, const std::string& request) {
    return "{" + field + "," + request.substr(1);
 }
@@ -194,7 +194,7 @@ void PrintTo(const Row& row, std::ostream* out) {
    *out << row.change.method;
 }
 
-// Unary RPCs that change nothing that is kept.
+// Unary RPCs that change no stored state.
 const std::set<std::string> readers{
      "OrvSdkRpc.pb.orvsdk_service.rpc_server_init",
      "OrvSdkRpc.pb.orvsdk_service.get_rpc_server_state",
@@ -227,7 +227,7 @@ const std::set<std::string> readers{
      "orv.remote.NexthopGroupMgrService.nexthop_group",
      "orv.remote.NexthopGroupMgrService.programmed_nexthop_group",
      "orv.remote.NexthopGroupMgrService.counter",
-     // Marks live in memory.
+     // Resync marks are in memory only.
      "orv.remote.NexthopGroupMgrService.resync_init",
 };
 
@@ -245,7 +245,7 @@ TEST(Acknowledged, everyRpcHasARowOrChangesNothing) {
    EXPECT_EQ(covered, served);
 }
 
-// A variable of the environment that a child gets, for a scope.
+// Sets an environment variable, which children inherit, for a scope.
 class Variable {
 public:
    Variable(const char* name, const std::string& value) : name_(name) {
@@ -282,7 +282,7 @@ public:
       reply = out->ShortDebugString();
       return status;
    }
-   // Whether the last reply tells of a failure.
+   // Whether the last reply contains a failure.
    bool failed() const { return failed_; }
 
 private:
@@ -324,7 +324,7 @@ TEST_P(KilledAsTheReplyLeaves, nothingOfItIsLost) {
    const std::string armed = directory_ / "armed";
    const Variable preload("LD_PRELOAD", KILL_AFTER_REPLY_LIBRARY);
    const Variable file("ORV_KILL_AFTER_REPLY", armed);
-   // The library stands in front of a sanitizer's own.
+   // The preloaded library comes before the sanitizer's own, which a sanitizer would refuse.
    const char* const options = std::getenv("ASAN_OPTIONS");
    const Variable order("ASAN_OPTIONS",
                         (options ? std::string(options) + ":" : "") + "verify_asan_link_order=0");
@@ -332,7 +332,7 @@ TEST_P(KilledAsTheReplyLeaves, nothingOfItIsLost) {
    ASSERT_NO_FATAL_FAILURE(prepare());
    {
       Client client(daemon_);
-      // The connection is there before the daemon may die.
+      // Connects before the daemon may die.
       std::string reply;
       client.call({agent("agent_uptime"), "{}"}, reply);
       std::fclose(std::fopen(armed.c_str(), "w"));
@@ -344,7 +344,7 @@ TEST_P(KilledAsTheReplyLeaves, nothingOfItIsLost) {
    daemon_.start();
    const std::string after = state();
    EXPECT_NE(after, before_) << "lost, or the row changes nothing";
-   // Done once more, nothing is left to do.
+   // Repeating the change leaves nothing to do.
    Client client(daemon_);
    std::string reply;
    for (const Request& request : GetParam().setup) {
@@ -357,7 +357,7 @@ TEST_P(KilledAsTheReplyLeaves, nothingOfItIsLost) {
 class WhenTheDiskFails : public AcknowledgedTest {};
 
 TEST_P(WhenTheDiskFails, theCallIsNotAcknowledgedAndNothingOfItIsThere) {
-   // What would be a signal becomes an error of the write, for this process and its children.
+   // A write beyond the limit then fails instead of raising a signal, in this process and its children.
    ASSERT_NE(::signal(SIGXFSZ, SIG_IGN), SIG_ERR);
    Daemon daemon(programPath("orvsdkrpcd"), directory_.path(), {"--durability", "sync"});
    daemon.start();
@@ -367,7 +367,7 @@ TEST_P(WhenTheDiskFails, theCallIsNotAcknowledgedAndNothingOfItIsThere) {
    };
    {
       Client client(daemon);
-      // The file has the room for everything that follows.
+      // After these writes the file has room for everything that follows.
       ASSERT_NO_FATAL_FAILURE(done(client, {agent("status_set"), R"({"name":"first","value":"write"})"}));
       for (const Request& request : GetParam().setup)
          ASSERT_NO_FATAL_FAILURE(done(client, request));
@@ -377,7 +377,7 @@ TEST_P(WhenTheDiskFails, theCallIsNotAcknowledgedAndNothingOfItIsThere) {
       Client client(daemon);
       std::string reply;
       client.call({agent("agent_uptime"), "{}"}, reply);
-      // Behind the first two pages, which the log does not reach, no byte of any file can be written.
+      // From here on the daemon can write only the first two pages of any file, which its log does not fill.
       constexpr rlim_t bytes = 8192;
       ASSERT_LT(daemon.child().log().size(), bytes / 2);
       const rlimit limit{.rlim_cur = bytes, .rlim_max = RLIM_INFINITY};

@@ -1,13 +1,13 @@
-// What a restart finds in a policy map beside redirects, and what is left of it.
+// Rules of a policy map that are not redirects: what a restart does with them, and what it leaves of them.
 #include "RedirectSwitch.h"
 
 namespace orvtest {
 namespace {
 
-// A kind of rule that stands for no redirect.
+// A kind of rule that is not a redirect.
 struct Kind {
    const char* name;
-   // A list is left of it that nothing leads to.
+   // Whether a list of the rule stays, though nothing refers to it.
    bool listStays;
 };
 constexpr std::array kinds{
@@ -15,8 +15,7 @@ constexpr std::array kinds{
      Kind{"two-lists", false},           Kind{"two-matches", false},         Kind{"no-match", false},
      Kind{"matches-of-families", false}, Kind{"class-without-lists", false}, Kind{"lists-missing", false}};
 
-// The rules of a policy map that stand for no redirect, one of each kind, in any order, with redirects
-// between them.
+// A policy map with one rule of each kind that is not a redirect, in any order, and redirects between them.
 class BadRules : public Redirects {
 protected:
    static constexpr std::uint32_t dscpOfKind(std::size_t kind) {
@@ -48,7 +47,7 @@ protected:
       }
       return rule;
    }
-   // Under the lock.
+   // REQUIRES: the caller holds the SDK's lock.
    orv::policy_map_rule_t bad(std::size_t kind) {
       const std::string name = kinds[kind].name;
       const unsigned dscp = dscpOfKind(kind);
@@ -93,7 +92,7 @@ protected:
             return policyRule(name, {"low"});
       }
    }
-   // Under the lock: the redirect of gold to `to`.
+   // The redirect of gold to `to`. REQUIRES: the caller holds the SDK's lock.
    orv::policy_map_rule_t good(const std::string& to, unsigned dscp) {
       const std::string name = OrvSdkRpc::getCbfUniqueName("gold", to);
       sw().acls().acl_rule_set(v4(name), 1, aclRule("gold", dscp));
@@ -102,8 +101,8 @@ protected:
       return policyRule(name, {to});
    }
 
-   // A policy map with these kinds in their order at sequences 10, 20 and so on, a redirect to low of DSCP 1
-   // in front and one to other of DSCP 2 at `at` among them.
+   // Writes a policy map with rules of these kinds, in this order, at sequences 10, 20 and so on. A redirect
+   // of DSCP 1 to low comes first; one of DSCP 2 to other comes after the rule with index `at`.
    void write(const std::vector<std::size_t>& order, std::size_t at) {
       const orv::sdk_scoped_lock lock;
       orv::policy_map_t map(pbr(policyName));
@@ -125,7 +124,7 @@ protected:
       sw().acls().acl_commit();
    }
 
-   // After the init of an agent that is new to the switch.
+   // Checks the state after the init of an agent that is new to the switch.
    void expectRestored(const std::vector<std::size_t>& order, std::size_t at) {
       const auto second = static_cast<std::uint32_t>(10 * at + 15);
       const auto last = std::max(second, static_cast<std::uint32_t>(10 * order.size()));
@@ -148,12 +147,12 @@ protected:
          EXPECT_THAT(list(v6(name)), ElementsAre(dscp));
          EXPECT_EQ(groupOf(dscp), to);
       }
-      // The rules themselves go with the next push of the policy map, not before.
+      // The bad rules themselves stay until the next push of the policy map.
       EXPECT_EQ(policy().rules().size(), order.size() + 2);
       EXPECT_EQ(agent_->add("gold", "third", {3}), pb::RPC_STATUS_OK);
       EXPECT_EQ(agent_->sequence("gold", "third"), last + 1);
       EXPECT_THAT(sequences(), ElementsAre(5u, second, last + 1));
-      // The override table is not restored; what is sent again enters it.
+      // The override table is not restored: a redirect enters it when it is sent again.
       EXPECT_EQ(agent_->add("gold", "low", {1}, {1}), pb::RPC_STATUS_OK);
       EXPECT_THAT(overrides(), ElementsAre(Pair("gold>low", Dscps{1}), Pair("gold>third", Dscps{3})));
       EXPECT_THAT(sequences(), ElementsAre(5u, second, last + 1));
@@ -213,7 +212,7 @@ TEST_F(BadRules, aPolicyMapOfBadRulesAloneIsLeftEmptyByTheNextPush) {
       sw().policyMaps().policy_map_is(map);
    }
    startAgent();
-   // There were rules, though none is left.
+   // init() returns true since there were rules, though none is left.
    EXPECT_TRUE(agent_->init());
    EXPECT_EQ(agent_->known(), 0u);
    agent_->resync(Phase::RESYNC_START);

@@ -1,4 +1,4 @@
-// A short run of the benchmark: that it runs to its end and tells every figure.
+// A short run of the benchmark: it completes and reports every figure.
 #include <gtest/gtest.h>
 #include <malloc.h>
 
@@ -45,7 +45,7 @@ TEST(Bench, aQuickRunTellsEveryFigure) {
       ASSERT_TRUE(figures.contains(key)) << key;
       const auto& figure = figures.at(key);
       EXPECT_EQ(figure.size(), 4u) << key;
-      // Memory is measured by malloc's own account, which a sanitizer's allocator does not keep.
+      // Memory is measured from malloc's statistics, which a sanitizer's allocator does not keep.
       if (std::string_view(key) != "queue_bytes_per_message" || mallocKeepsAccount()) {
          EXPECT_GT(figure.at("ours"), 0) << key;
       }

@@ -1,4 +1,4 @@
-// A daemon beside processes that take its processors: events, timers and the stop need no help from the next
+// A daemon beside processes that occupy its processors: events, timers and the stop do not wait for the next
 // call.
 #include <gmock/gmock.h>
 #include <grpcpp/grpcpp.h>
@@ -27,7 +27,7 @@ namespace remote = orv::remote;
 using std::chrono::milliseconds;
 using std::chrono::seconds;
 
-// How long an event may take on a machine that has more to run than processors.
+// How long an event may take on a machine with more runnable processes than processors.
 milliseconds eventBound() {
    return milliseconds(2000) * slowdown();
 }
@@ -58,7 +58,7 @@ public:
    DescriptionWatch(const DescriptionWatch&) = delete;
    DescriptionWatch& operator=(const DescriptionWatch&) = delete;
 
-   // Whether the event that tells of `description` comes in time.
+   // Whether the event with `description` arrives in time.
    bool hears(const std::string& description) {
       std::unique_lock lock(mutex_);
       return heard_.wait_for(lock, eventBound(), [&] { return last_ == description; });

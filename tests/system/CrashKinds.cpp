@@ -48,7 +48,7 @@ pb::nexthop_group_msg groupOf(const std::string& name, std::uint32_t version) {
    return group;
 }
 
-// The statuses that a switch must answer: a delete of what is not there is not found, all else is done.
+// The switch must answer NOT_FOUND to the delete of an object that does not exist, and OK to everything else.
 void requireStatuses(const pb::rpc_status_bulk_msg& reply, const std::vector<CrashItem>& items) {
    if (reply.statuses_size() != static_cast<int>(items.size())) {
       throw std::runtime_error(std::to_string(reply.statuses_size()) + " statuses for " +
@@ -157,8 +157,8 @@ CrashKind tunnels() {
                 }};
 }
 
-// Odd versions lead into a group, even ones are popped and looked up: a change from one to the other takes an
-// object out of one table and puts it into another.
+// Odd versions lead into a group, even ones are popped and looked up in a VRF: a change between the two moves
+// the object from one table to another.
 CrashKind labels() {
    return {.name = "MPLS label",
            .count = 400,

@@ -1,5 +1,4 @@
-// What the kill rounds send: bulks, one kind of object per RPC. A new bulk RPC is one more row of
-// crashKinds().
+// What the kill rounds send: bulks, each with one kind of object. A new bulk RPC needs a row in crashKinds().
 //
 // Thread-safety: one thread at a time.
 #pragma once
@@ -28,7 +27,7 @@ class Rpcs {
 public:
    explicit Rpcs(const std::string& address);
 
-   // Throws CallBroke when the call fails.
+   // THROWS: CallBroke when the call fails.
    template <class Stub, class Request, class Response>
    Response call(grpc::Status (Stub::*method)(grpc::ClientContext*, const Request&, Response*), Stub& stub,
                  const Request& request) {
@@ -50,14 +49,14 @@ public:
    const std::unique_ptr<orv::remote::NexthopGroupMgrService::Stub> groups;
 };
 
-// Key to value, both as the switch shows them.
+// Maps key to value, both as the switch shows them.
 using Objects = std::map<std::string, std::string>;
 
 // One item of a bulk: a version of the object to set, or its removal.
 struct CrashItem {
    std::uint64_t index;
    std::optional<std::uint32_t> version;
-   // Whether the object is there when the bulk is sent.
+   // Whether the object exists when the bulk is sent.
    bool there;
 };
 
@@ -66,19 +65,19 @@ struct CrashKind {
    // Objects have the indices below this number.
    std::uint64_t count;
    std::uint64_t itemsMax;
-   // Objects below this index are there from the start and are never removed, since others name them.
+   // Objects below this index exist from the start and are never removed, since others refer to them.
    std::uint64_t lasting = 0;
-   // Whether sets and removals are bulks of their own.
+   // Whether sets and removals need bulks of their own.
    bool apart = false;
 
    std::function<std::string(std::uint64_t index)> key;
    std::function<std::string(std::uint64_t index, std::uint32_t version)> value;
-   // Throws CallBroke when the call fails, std::runtime_error when the switch refuses an item.
+   // THROWS: CallBroke when the call fails; std::runtime_error when the switch refuses an item.
    std::function<void(Rpcs& rpcs, const std::vector<CrashItem>& items)> send;
    std::function<Objects(Console& console)> read;
 };
 
-// Those that others name come first.
+// Kinds that others refer to come first.
 std::vector<CrashKind> crashKinds();
 std::vector<CrashKind> programmingKinds();
 std::vector<CrashKind> mirrorKinds();

@@ -157,8 +157,8 @@ std::uint32_t vlan(std::uint32_t version) {
    return 1 + version % 4000;
 }
 
-// Rules of one list, told apart by their VLAN. They wait for a commit that never comes, and waiting is kept
-// too.
+// Rules of one list, distinguished by their VLAN. They stay pending, since no commit comes; pending rules are
+// stored too.
 CrashKind rules() {
    constexpr std::uint64_t first = 10;
    const auto fillKey = [](AclKey& key) {

@@ -138,8 +138,8 @@ void CrashRounds::send(Rpcs& rpcs, Kind& kind, const std::vector<std::uint64_t>&
    doubts_.clear();
 }
 
-// An item in flight was done as a whole or not at all, and items are done in order: those that were done
-// stand in front of those that were not.
+// An item in flight was applied completely or not at all, and items are applied in order: those that were
+// applied come before those that were not.
 std::size_t CrashRounds::settle(Kind& kind, const Objects& seen) {
    std::size_t done = 0;
    bool stopped = false;

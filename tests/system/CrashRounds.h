@@ -20,22 +20,22 @@ namespace orvtest {
 
 class CrashRounds {
 public:
-   // The same seed sends the same bulks; the moments of the kills are drawn from
-   // it too, but where they strike is up to the machine.
+   // The seed determines the bulks and the delays before the kills; where a kill strikes depends on the
+   // machine.
    CrashRounds(const std::string& daemonProgram, std::uint64_t seed);
 
-   // One kill and one comparison. Throws std::runtime_error with the first
-   // difference. Returns one line that tells what happened.
+   // One kill and one comparison. RETURNS: a line that describes what happened.
+   // THROWS: std::runtime_error with the first difference.
    std::string round();
 
    // Where the daemon's log and state are, for a look after a failure.
    const std::string& directory() const { return directory_.path(); }
-   // Whether it stays there at the end.
+   // Whether the directory is kept at the end.
    void keepDirectory(bool keep) { directory_.keepIs(keep); }
 
 private:
-   // What a key holds before and after an item that may or may not have been done.
-   // An empty value stands for "not there".
+   // The value of a key before and after an item that may or may not have been applied. An empty optional
+   // means that the key does not exist.
    struct Doubt {
       std::string key;
       std::optional<std::string> before;
@@ -48,11 +48,11 @@ private:
    };
 
    void setUp();
-   // Sends one bulk and takes it over into the model when it is acknowledged;
-   // otherwise keeps it as the one in doubt and throws CallBroke.
+   // Sends one bulk and applies it to the model once it is acknowledged. Otherwise records it as the bulk in
+   // doubt and throws CallBroke.
    void send(Rpcs& rpcs, Kind& kind, const std::vector<std::uint64_t>& indices, bool mayRemove);
    void sendSome(Rpcs& rpcs, Kind& kind);
-   // Takes what was found of the bulk in doubt into the model; how many of its items were done.
+   // Applies to the model what was found of the bulk in doubt. RETURNS: how many of its items were applied.
    std::size_t settle(Kind& kind, const Objects& seen);
    static void compare(const Kind& kind, const Objects& seen);
    std::uint64_t draw(std::uint64_t below);
@@ -62,7 +62,7 @@ private:
    std::mt19937_64 random_;
    std::uint32_t version_ = 0;
    std::vector<Kind> kinds_;
-   // The bulk that was on its way when the process died, of one kind.
+   // The kind of the bulk that was in flight when the process died.
    Kind* inDoubt_ = nullptr;
    std::vector<Doubt> doubts_;
 };

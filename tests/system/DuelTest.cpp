@@ -1,4 +1,4 @@
-// A daemon that is told to stop while it is at its busiest.
+// A daemon that is stopped while it is at its busiest.
 #include <grpcpp/grpcpp.h>
 #include <gtest/gtest.h>
 
@@ -45,12 +45,12 @@ public:
              ++acknowledged_;
              acknowledged_.notify_all();
           }) {}
-   // Until `count` bulks were acknowledged, or it is over.
+   // Waits until `count` bulks were acknowledged or the sender has ended.
    void waitFor(int count) const {
       for (int seen = acknowledged_; seen < count && !over_; seen = acknowledged_)
          acknowledged_.wait(seen);
    }
-   // What was refused, if anything; waits for the end.
+   // Waits for the end. RETURNS: what was refused, if anything.
    const std::string& complaint() {
       thread_.join();
       return complaint_;

@@ -18,8 +18,8 @@
 namespace orvtest {
 namespace {
 
-// A round trip to the main loop under load, 99th percentile. Far above what a quiet machine shows: this one
-// builds and tests other things too.
+// The 99th percentile of a round trip to the main loop under load. The bound is far above what an idle
+// machine shows, since the machine may build and test other things meanwhile.
 std::chrono::milliseconds pingBound() {
    return std::chrono::milliseconds(100) * slowdown();
 }
@@ -40,7 +40,7 @@ TEST(Fairness, theMainLoopAnswersWhileBulksSaturateThePump) {
    const auto start = Clock::now();
    int bulks = 0;
    for (; Clock::now() - start < std::chrono::seconds(1) || bulks < 20; ++bulks) {
-      // Another route set each time, so that the hardware stage has work as well.
+      // A different route each time, so that the hardware stage has work as well.
       for (auto& route : *bulk.mutable_bulk()) {
          route.set_nexthop_group_name(
               demo::group(static_cast<std::uint32_t>(bulks) % demo::groupCount).name());

@@ -1,4 +1,4 @@
-// A client that builds its picture of the interfaces from a watch alone has what the switch has.
+// A client that learns of the interfaces from a watch alone knows what the switch knows.
 #include <grpcpp/grpcpp.h>
 #include <gtest/gtest.h>
 
@@ -20,7 +20,7 @@ namespace {
 namespace remote = orv::remote;
 using Stub = remote::IntfMgrService::Stub;
 
-// What nobody has told yet is unknown.
+// A value is unknown until a message reports it.
 struct Intf {
    remote::OperStatus operStatus = remote::OPER_STATUS_UNKNOWN;
    std::string adminEnabled = "unknown";
@@ -53,7 +53,7 @@ protected:
       follow([](const auto& message) { return message.ack(); });
    }
 
-   // Puts into the picture what comes, up to the message that is the last one wanted.
+   // Updates the picture from the messages, up to the first one that satisfies `last`.
    template <class Last>
    void follow(Last last) {
       while (const auto message = watch_->next()) {
@@ -70,7 +70,7 @@ protected:
       }
       FAIL() << "the watch ended: " << watch_->finish().error_message();
    }
-   // The last thing that happens is a description that nothing else has.
+   // Ends with a change of its own: a description that is used nowhere else.
    void followAll() {
       const std::string mark = "mark " + std::to_string(++marks_);
       console_->run("configure interface Ethernet64 description " + mark);
@@ -87,7 +87,7 @@ protected:
       EXPECT_TRUE(status.ok()) << intf.name() << ": " << status.error_message();
       return response;
    }
-   // As the RPCs that read one value answer it.
+   // The picture as the unary RPCs report it.
    Picture asRead() {
       Picture result;
       const auto intfs =

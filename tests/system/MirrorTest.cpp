@@ -50,7 +50,7 @@ using AclStub = remote::AclMgrService::Stub;
 
 class MirrorAcl : public Mirror {
 protected:
-   // Three clients that will miss nothing, each on a connection of its own.
+   // A client that has subscribed and so misses no event. There are three, each on a connection of its own.
    struct Watcher {
       explicit Watcher(std::unique_ptr<AclStub> client)
            : stub(std::move(client)), stream(*stub, &AclStub::watch, asking()) {
@@ -96,7 +96,7 @@ protected:
       ok(*editor_, &AclStub::acl_apply, request);
    }
    void commit() { ok(*editor_, &AclStub::acl_commit, remote::AclCommitRequest()); }
-   // As every watcher hears it.
+   // Every watcher receives the sync event.
    void expectSync() {
       for (const auto& watcher : watchers_) {
          const auto event = watcher->stream.next();
@@ -156,7 +156,7 @@ TEST_F(MirrorAcl, aCommitThatFailsAnswersOkAndTellsEveryWatcherLater) {
    EXPECT_TRUE(ok(*reader_, &AclStub::acl_all_exists, withKey<remote::AclAllExistsRequest>("web")).exists());
    EXPECT_TRUE(ok(*reader_, &AclStub::acl_all_exists, withKey<remote::AclAllExistsRequest>("zone")).exists());
 
-   // The next that is heard is the next commit's.
+   // The next event is that of the next commit.
    apply("web", "Ethernet1", false);
    commit();
    expectSync();
@@ -223,7 +223,7 @@ TEST_F(MirrorAcl, whatTheSwitchRefusesReachesTheClientInItsWords) {
    EXPECT_EQ(status.error_code(), grpc::StatusCode::INVALID_ARGUMENT);
    EXPECT_NE(status.error_message(), "");
 
-   // The third of a bulk: the first two stay.
+   // The third item of a bulk fails: the first two stay.
    remote::BulkAclRuleSetRequest bulk;
    for (const char* name : {"one", "two", "", "four"}) {
       *bulk.add_requests() = withKey<remote::AclRuleSetRequest>(name);

@@ -1,4 +1,4 @@
-// Groups and routes that a programmer takes.
+// Programs groups and routes.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -11,7 +11,7 @@
 
 namespace orvtest {
 
-// A group of one nexthop, out of `intf` where it is given.
+// A group of one nexthop, through `intf` when it is given.
 inline void programGroup(OrvSdkRpc::NexthopGroupProgrammer& groups, const std::string& name,
                          const std::string& intf = {}) {
    OrvSdkRpc::pb::nexthop_group_msg request;
@@ -23,7 +23,7 @@ inline void programGroup(OrvSdkRpc::NexthopGroupProgrammer& groups, const std::s
    EXPECT_EQ(response.status(), OrvSdkRpc::pb::RPC_STATUS_OK) << response.debug_string();
 }
 
-// 10.0.<third>.0/24 to the group.
+// Points 10.0.<third>.0/24 at the group.
 inline void programRoute(OrvSdkRpc::IpRouteProgrammer& routes, int third, const std::string& group) {
    OrvSdkRpc::pb::rpc_status_msg response;
    routes.processIpRouteRequest(orvtest::ipRoute(third, group), response);

@@ -1,4 +1,5 @@
-// Redirects on a switch that holds what an earlier process, an earlier policy map or an unfinished bulk left.
+// Redirects on a switch that holds leftovers of an earlier process, an earlier policy map or an unfinished
+// bulk.
 #include "RedirectSwitch.h"
 
 namespace orvtest {
@@ -6,14 +7,14 @@ namespace {
 
 class RedirectLeftovers : public Redirects {
 protected:
-   // Another process on the same switch.
+   // Starts the switch and its agent again on the same state.
    void restart(const std::string& policyMap = policyName) {
       stopSwitch();
       startSwitch();
       agent_->init(policyMap);
       awaitGroup(0, "gold");
    }
-   // What a bulk has done for its item of gold to low before its end commits it.
+   // Writes what a bulk writes for its item of gold to low before the end of the bulk commits it.
    void leaveUncommitted(const Dscps& ipv4) {
       const orv::sdk_scoped_lock lock;
       std::uint32_t sequence = 0;
@@ -55,7 +56,7 @@ TEST_F(RedirectLeftovers, aRedirectOfOneFamilyHasTheEmptyListOfTheOther) {
    EXPECT_THAT(list(v4("gold-low")), ElementsAre(5u));
    ASSERT_EQ(agent_->add("gold", "low", {}, {46}), pb::RPC_STATUS_OK);
    expectEmptyLists();
-   // IPv6 values stand within the traffic class.
+   // IPv6 DSCPs are stored in the bits of the traffic class.
    const auto rule = locked([&] { return sw().acls().acl_all_rule_ip_iter(v6("gold-low"))->second; });
    EXPECT_EQ(rule.priority_value(), 184);
    EXPECT_EQ(rule.priority_mask(), 0xfc);
@@ -97,7 +98,7 @@ TEST_F(RedirectLeftovers, theEditsOfAnUnfinishedBulkAreNotTakenForProgrammed) {
    EXPECT_THAT(sequences(), ElementsAre(1u));
    EXPECT_EQ(pendingEdits(), 0u);
 
-   // The replay of what is in force takes them back.
+   // The replay of the redirects in force reverts the leftovers.
    leaveUncommitted({9, 9, 9});
    restart();
    ASSERT_EQ(agent_->add("gold", "low", {2, 3}), pb::RPC_STATUS_OK);
@@ -115,7 +116,7 @@ TEST_F(RedirectLeftovers, anotherNameOnALivingServerTouchesNothingOfTheNewMap) {
    ASSERT_EQ(agent_->add("low", "gold", {3}), pb::RPC_STATUS_OK);
    ASSERT_EQ(agent_->remove("gold", "low"), pb::RPC_STATUS_OK);
    EXPECT_TRUE(agent_->init("second"));
-   // The removal was carried out at once, in the map that it was meant for.
+   // The removal took effect at once, in the map for which it was requested.
    const auto sequence = agent_->sequence("gold", "other");
    ASSERT_TRUE(sequence);
    EXPECT_EQ(policy().rules().size(), 1u);
@@ -124,7 +125,7 @@ TEST_F(RedirectLeftovers, anotherNameOnALivingServerTouchesNothingOfTheNewMap) {
    EXPECT_EQ(groupOf(2), "other");
    EXPECT_THAT(overrides(), IsEmpty());
    EXPECT_EQ(agent_->remove("low", "gold"), pb::RPC_STATUS_NOT_FOUND);
-   // The rule of the old map is known again with its name.
+   // The old map's rule is known again once the map's name is set again.
    EXPECT_TRUE(agent_->init());
    EXPECT_EQ(agent_->known(), 1u);
    EXPECT_TRUE(agent_->sequence("low", "gold"));

@@ -1,5 +1,5 @@
-// A switch that really exists, and beside it what an agent's process has to program redirects, labels and
-// tunnels: what the switch's tables hold, what its override table holds, and which way packets take.
+// A real switch, and an agent's programmers of redirects, labels and tunnels over it. Tests see what the
+// switch's tables hold, what its override table holds, and which way packets take.
 #pragma once
 
 #include <gmock/gmock.h>
@@ -66,7 +66,7 @@ inline orv::acl_key_t v6(const std::string& name) {
    return {name + "_IPv6", orv::acl_type_t::ipv6};
 }
 
-// What an agent's process has of these programmers. Made anew, it knows what the switch tells it.
+// The programmers of an agent's process. A new Agent knows only what the switch holds.
 class Agent {
 public:
    explicit Agent(softswitch::SoftSwitch& sw) : sw_(sw) {
@@ -81,7 +81,7 @@ public:
    Agent(const Agent&) = delete;
    Agent& operator=(const Agent&) = delete;
 
-   // Whether there are redirects.
+   // RETURNS: whether there are redirects.
    bool init(const std::string& policyMap = policyName) {
       pb::rpc_server_config_msg request;
       request.set_cbf_nexthop_group_redirect_policy_map_name(policyMap);
@@ -131,12 +131,13 @@ public:
       return response.status();
    }
 
-   // The override table has this agent as its writer.
+   // Whether this agent is the writer of the override table.
    bool mounted() {
       const orv::sdk_scoped_lock lock;
       return watching_->overrides.initialized();
    }
-   // Of the policy map's rule; nothing where the redirect is not known.
+   // The sequence of the redirect's rule in the policy map; nothing when the agent does not know the
+   // redirect.
    std::optional<std::uint32_t> sequence(const std::string& match, const std::string& to) {
       const orv::sdk_scoped_lock lock;
       const auto& known = watching_->cbf.redirects();
@@ -172,7 +173,7 @@ private:
    OrvSdkRpc::NhgTunnelProgrammer tunnels_{client_, sw_.get_nexthop_group_tunnel_mgr()};
 };
 
-// A switch whose traffic for 10.0.1.0/24 leaves through gold, beside which there are other groups.
+// A switch whose traffic for 10.0.1.0/24 leaves through group gold. It has other groups as well.
 class Redirects : public testing::Test {
 protected:
    void SetUp() override {
@@ -195,7 +196,7 @@ protected:
       agent_.reset();
       switch_.reset();
    }
-   // Without init.
+   // Starts an agent, without init.
    void startAgent() {
       agent_.reset();
       agent_.emplace(sw());
@@ -211,7 +212,7 @@ protected:
    }
 
    Pavo::Ptr<Overrides> mounted() { return sw().mounts().state()->entity<Overrides>(Overrides::mountPath); }
-   // "match>redirect" to its DSCPs, as the mount shows them.
+   // Maps "match>redirect" to its DSCPs, as the mount shows them.
    std::map<std::string, Dscps> overrides() {
       return locked([&] {
          std::map<std::string, Dscps> result;
@@ -229,7 +230,7 @@ protected:
       softswitch::console::Commands(sw()).run("show forwarding lookup " + words + " | json", out);
       return Json::parse(out.text())["lookup"];
    }
-   // Through which group traffic for 10.0.1.1 with a DSCP leaves.
+   // The group through which traffic for 10.0.1.1 with this DSCP leaves.
    std::string groupOf(std::uint32_t dscp) {
       return look("10.0.1.1 dscp " + std::to_string(dscp)).value("nexthop_group", "");
    }
@@ -251,14 +252,14 @@ protected:
    bool hasClassMap(const std::string& name) {
       return locked([&] { return sw().classMaps().exists(pbr(name)); });
    }
-   // Pending or committed.
+   // Whether the list is pending or committed.
    bool hasList(const orv::acl_key_t& key) {
       return locked([&] { return sw().acls().acl_exists(key) || sw().acls().acl_all_exists(key); });
    }
    bool isCommitted(const orv::acl_key_t& key) {
       return locked([&] { return sw().acls().acl_all_exists(key); });
    }
-   // DSCPs of a list's committed rules.
+   // The DSCPs of a list's committed rules.
    Dscps list(const orv::acl_key_t& key) {
       return locked([&] {
          Dscps result;

@@ -18,7 +18,7 @@ TEST_F(Redirects, theThreeLayersAndTheTableFollowARedirectThroughItsLife) {
    EXPECT_EQ(seen["nexthop_group_of_route"], "gold");
    EXPECT_EQ(seen["redirected_by"], "policy map cbf rule 1, class map gold-low, ACL gold-low_IPv4 rule 2");
 
-   // Other values: the lists change, the rule stays, and no old rule is left.
+   // With other values the lists change, the rule stays, and no old rule is left.
    EXPECT_EQ(agent_->add("gold", "low", {11}), pb::RPC_STATUS_OK);
    EXPECT_THAT(list(v4("gold-low")), ElementsAre(11u));
    EXPECT_THAT(list(v6("gold-low")), IsEmpty());
@@ -48,13 +48,13 @@ TEST_F(Redirects, oneThatIsAddedAgainWithinTheSecondStaysAsItIs) {
    EXPECT_EQ(policy(), before);
    EXPECT_EQ(agent_->add("gold", "low", {1}, {2}), pb::RPC_STATUS_OK);
    EXPECT_EQ(agent_->add("gold", "changed", {7}), pb::RPC_STATUS_OK);
-   // Removed twice, and added again only after the first removal.
+   // This one is removed twice, and added again only after the first removal.
    EXPECT_EQ(agent_->add("low", "gold", {6}), pb::RPC_STATUS_OK);
    EXPECT_EQ(agent_->remove("low", "gold"), pb::RPC_STATUS_OK);
    EXPECT_EQ(policy(), before);
    EXPECT_EQ(overrides().size(), 4u);
 
-   // The timer fires for the two that are still to go.
+   // The timer fires for the two removals that are still pending.
    awaitGroup(3, "gold");
    EXPECT_THAT(sequences(), ElementsAre(1u, 3u));
    EXPECT_EQ(agent_->sequence("gold", "low"), 1u);
@@ -65,14 +65,14 @@ TEST_F(Redirects, oneThatIsAddedAgainWithinTheSecondStaysAsItIs) {
    EXPECT_THAT(list(v6("gold-low")), ElementsAre(2u));
    EXPECT_THAT(list(v4("gold-changed")), ElementsAre(7u));
    EXPECT_FALSE(hasClassMap("gold-other") || hasClassMap("low-gold"));
-   // And added once more behind it, it is a new one.
+   // Added again after that, the redirect is a new one.
    EXPECT_EQ(agent_->add("gold", "other", {3}), pb::RPC_STATUS_OK);
    EXPECT_EQ(agent_->sequence("gold", "other"), 5u);
    EXPECT_EQ(groupOf(3), "other");
 }
 
-// Redirects that are removed and added again without a pause. Whenever the timer fires, those that it meets
-// between the two go, and come back as new ones.
+// Redirects that are removed and added again without a pause. A redirect that is removed when the timer fires
+// comes back as a new one.
 TEST_F(Redirects, addedAgainWhileTheTimerFiresEachIsThereAsAWhole) {
    constexpr std::uint32_t count = 12;
    const auto name = [](std::uint32_t at) { return "r" + std::to_string(at); };
@@ -92,7 +92,7 @@ TEST_F(Redirects, addedAgainWhileTheTimerFiresEachIsThereAsAWhole) {
          ASSERT_EQ(agent_->remove("gold", name(at)), pb::RPC_STATUS_OK);
       for (std::uint32_t at = 0; at < count; ++at) {
          ASSERT_EQ(agent_->add("gold", name(at), {at}, {at}), pb::RPC_STATUS_OK);
-         // It is not pending, so no firing can take it from here on.
+         // The redirect is not pending, so from here on the timer cannot remove it.
          const auto now = agent_->sequence("gold", name(at));
          ASSERT_TRUE(now);
          if (*now != sequenceOf[at]) {
@@ -134,7 +134,7 @@ TEST_F(Redirects, aRemovalThatARestartOvertakesIsMadeGoodByTheResync) {
    stopSwitch();
    startSwitch();
    EXPECT_TRUE(agent_->init());
-   // The policy map alone redirects: nobody has sent anything yet.
+   // Only the policy map redirects, since no controller has sent anything yet.
    EXPECT_THAT(overrides(), IsEmpty());
    awaitGroup(1, "low");
    awaitGroup(2, "other");
@@ -180,7 +180,7 @@ TEST_F(Redirects, aLabelHasOneForwardingWhicheverManagerHasIt) {
    EXPECT_FALSE(hasRoute());
    EXPECT_EQ(vrf(), "default");
    awaitResult("label 100 10.0.1.1", "nexthop_group", "gold");
-   // What is redirected behind the label is what would leave through gold.
+   // Behind the label, a redirect applies to what would leave through gold.
    EXPECT_EQ(agent_->add("gold", "other", {9}), pb::RPC_STATUS_OK);
    EXPECT_EQ(look("label 100 10.0.1.1 dscp 9")["nexthop_group"], "other");
    EXPECT_EQ(agent_->label(removal), pb::RPC_STATUS_OK);
@@ -188,14 +188,14 @@ TEST_F(Redirects, aLabelHasOneForwardingWhicheverManagerHasIt) {
    EXPECT_EQ(look("label 100 10.0.1.1")["result"], "no route");
    EXPECT_EQ(agent_->label(removal), pb::RPC_STATUS_NOT_FOUND);
 
-   // A group that comes later.
+   // A group that is created later.
    toGroup.mutable_nexthop_group_msg()->set_name("late");
    EXPECT_EQ(agent_->label(toGroup), pb::RPC_STATUS_OK);
    EXPECT_TRUE(hasRoute());
    EXPECT_EQ(look("label 100")["result"], "drop");
    agent_->group("late", "Ethernet3");
    awaitResult("label 100", "interface", "Ethernet3");
-   // Refused with nothing written.
+   // These are refused, and nothing is written.
    auto tooMany = toGroup;
    tooMany.mutable_nexthop_msg()->set_mpls_operation(pb::MPLS_OPERATION_SWAP);
    tooMany.mutable_nexthop_msg()->mutable_address()->set_address(orvtest::ipv4({192, 0, 2, 7}));
@@ -207,7 +207,7 @@ TEST_F(Redirects, aLabelHasOneForwardingWhicheverManagerHasIt) {
    unknownIntf.mutable_nexthop_msg()->set_intf("Ethernet99");
    EXPECT_EQ(agent_->label(unknownIntf), pb::RPC_STATUS_ERROR);
    EXPECT_EQ(look("label 100")["interface"], "Ethernet3");
-   // Written anew with a hop: the via to the group is gone with the route.
+   // The route is written anew with a hop, so its via to the group is gone.
    EXPECT_EQ(agent_->label(tooMany), pb::RPC_STATUS_OK);
    awaitResult("label 100", "nexthop", "192.0.2.7");
    EXPECT_EQ(look("label 100")["labels"], Json::array({1}));

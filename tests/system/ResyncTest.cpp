@@ -1,5 +1,5 @@
-// The contract between a controller and a switch that both really exist: what a resync removes, what it
-// leaves alone, and the notes.
+// The contract between a controller and a real switch: what a resync removes, what it leaves alone, and the
+// notes.
 #include <gtest/gtest.h>
 
 #include <optional>
@@ -31,7 +31,7 @@ namespace {
 namespace pb = OrvSdkRpc::pb;
 using Phase = pb::rpc_server_resync_msg;
 
-// The programmers over a running switch, as one server process has them.
+// The programmers over a running switch, as a server process has them.
 class Server {
 public:
    explicit Server(const std::string& stateDirectory)
@@ -66,7 +66,7 @@ public:
    }
    void group(const std::string& name) { programGroup(groups_, name); }
    void route(int third, const std::string& group) { programRoute(ip_, third, group); }
-   // The refusal's words; "" when there was none.
+   // The text of the refusal; "" when there was none.
    std::string label(std::uint32_t number, const std::string& group) {
       pb::mpls_route_msg request;
       request.set_label(number);
@@ -109,7 +109,7 @@ private:
    OrvSdkRpc::ClientInit client_{sdk().get_ip_route_mgr(), sdk().get_mpls_route_mgr(),
                                  sdk().get_mpls_vrf_label_mgr(), sdk().get_nexthop_group_mgr(),
                                  sdk().get_nexthop_group_tunnel_mgr()};
-   // Those that have tasks or are called back: made and destroyed with the SDK's lock held.
+   // Programmers with tasks or callbacks: created and destroyed with the SDK's lock held.
    struct Watching {
       explicit Watching(Server& server)
            : bfd(server.client_, server.sdk().get_bfd_session_mgr(), server.sdk().get_intf_mgr(),
@@ -134,7 +134,7 @@ protected:
    std::optional<Server> server_{std::in_place, directory_ / "state"};
 };
 
-// One object of each kind that a resync looks after.
+// One object of each kind that a resync covers.
 struct Everything {
    explicit Everything(Server& server) : server_(server) {
       server.group("g");
@@ -172,7 +172,7 @@ TEST_F(Resync, anEndWithoutAStartRemovesNothingFromAnyManager) {
    EXPECT_EQ(response.status(), pb::RPC_STATUS_ERROR);
    EXPECT_EQ(response.debug_string(), "Error: resync state is already false");
    EXPECT_EQ(everything.left(), 5);
-   // With a start, all of it goes: nothing was replayed.
+   // With a start, all of it is removed, since nothing was replayed.
    EXPECT_EQ(server_->resync(Phase::RESYNC_START).status(), pb::RPC_STATUS_OK);
    EXPECT_EQ(everything.left(), 5);
    EXPECT_EQ(server_->resync(Phase::RESYNC_END).status(), pb::RPC_STATUS_OK);
@@ -195,8 +195,8 @@ TEST_F(Resync, whatCameBetweenTwoStartsIsStaleUnlessReplayed) {
    EXPECT_TRUE(server_->hasRoute(2));
 }
 
-// What stood is whole at the end, or gone: it never stands without its via. A route and a label are treated
-// alike.
+// At the end an object that existed is complete or removed: it never exists without its via. Routes and
+// labels behave alike.
 TEST_F(Resync, aReplayWhoseViaIsRefusedKeepsTheRouteWithTheViaItHad) {
    const std::string tooLong(256, 'g');
    const orv::mpls_route_key_t label{orv::mpls_label_t(100)};
@@ -214,7 +214,7 @@ TEST_F(Resync, aReplayWhoseViaIsRefusedKeepsTheRouteWithTheViaItHad) {
    server_->resync(Phase::RESYNC_START);
    EXPECT_NE(server_->refusedRoute(1, tooLong), "");
    EXPECT_NE(server_->label(100, tooLong), "");
-   // New ones are not left behind.
+   // A new route or label leaves nothing behind.
    EXPECT_NE(server_->refusedRoute(2, tooLong), "");
    EXPECT_NE(server_->label(200, tooLong), "");
    EXPECT_EQ(server_->resync(Phase::RESYNC_END).status(), pb::RPC_STATUS_OK);
@@ -229,7 +229,7 @@ TEST_F(Resync, aReplayWhoseViaIsRefusedKeepsTheRouteWithTheViaItHad) {
    EXPECT_FALSE(labels.exists(orv::mpls_route_key_t(orv::mpls_label_t(200))));
 }
 
-// No route, a route without vias and one that drops are three different states to go back to.
+// No route, a route without vias and a route that drops are three different states to restore.
 TEST_F(Resync, whatStoodWithoutAViaStandsAsItWasAfterARefusal) {
    const std::string tooLong(256, 'g');
    const orv::mpls_route_key_t label{orv::mpls_label_t(100)};

@@ -1,4 +1,4 @@
-// Echo sessions over a switch that really runs them, as a controller sees them over the API.
+// Echo sessions on a real switch, as a controller sees them through the API.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -82,7 +82,7 @@ protected:
       switch_.reset();
    }
 
-   // Follows all sessions, from the moment the server has the stream.
+   // Watches all sessions. Returns once the server has the stream.
    std::unique_ptr<orvtest::StreamClient<Message>> watch() {
       pb::watch_sbfd_echo_session_config_msg request;
       request.set_send_initial_message(true);
@@ -134,7 +134,7 @@ protected:
    static int lastByte(const Message& item) {
       return static_cast<unsigned char>(item.key().nexthop().address().back());
    }
-   // The next bulk of alive updates; RTT updates before it are passed over.
+   // The next bulk of alive updates. RTT updates before it are skipped.
    Statuses nextAlive() {
       for (;;) {
          const auto message = watch_->next();
@@ -150,7 +150,7 @@ protected:
          return statuses;
       }
    }
-   // Reads until each of the sessions has been told to be in `status`.
+   // Reads until an update has reported `status` for each of the sessions.
    void await(std::vector<int> wanted, int status) {
       while (!wanted.empty()) {
          const auto statuses = nextAlive();
@@ -185,7 +185,7 @@ TEST_F(Sbfd, aSessionThatIsSetComesUpAndEveryStreamIsTold) {
 
 TEST_F(Sbfd, aLinkThatGoesDownIsToldAtOnceAheadOfDetection) {
    watch_ = watch();
-   // A detection time of half an hour: what is told comes from the interface.
+   // With a detection time of half an hour, any update comes from the interface.
    auto slow = session(1, false, "Ethernet1", 10'000);
    console("set sbfd default delay 0");
    for (const int last : {1, 2}) {
@@ -202,7 +202,7 @@ TEST_F(Sbfd, aLinkThatGoesDownIsToldAtOnceAheadOfDetection) {
    auto told = nextAlive();
    std::sort(told.begin(), told.end());
    EXPECT_THAT(told, ElementsAre(Pair(1, down), Pair(2, down)));
-   // The sessions themselves have noticed nothing.
+   // The sessions themselves have detected no failure.
    console("set link Ethernet1 up");
    told = nextAlive();
    std::sort(told.begin(), told.end());
@@ -271,7 +271,7 @@ TEST_F(Sbfd, sessionsComeUpByThemselvesAfterARestart) {
    };
    while (!isUp())
       std::this_thread::yield();
-   // What the switch still ran is stale unless it is replayed.
+   // A session that the switch still runs is stale unless it is replayed.
    resync(Phase::RESYNC_START);
    resync(Phase::RESYNC_END);
    EXPECT_EQ(sessions(), 0u);

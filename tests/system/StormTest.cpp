@@ -1,5 +1,4 @@
-// A storm of link changes: what a watcher of the ports sees of it, and how long the main loop takes to
-// answer.
+// A storm of link changes: what a watcher of the ports receives, and how long the main loop takes to answer.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -30,7 +29,7 @@ namespace {
 namespace remote = orv::remote;
 
 constexpr int ports = 64;
-// Turns of all ports. The last one takes every link away.
+// How often the storm turns through all ports. The last turn takes every link down.
 int turns() {
    const int changes = orvtest::slowdown() > 1 ? 100'000 : 1'000'000;
    return changes / ports | 1;
@@ -71,12 +70,12 @@ protected:
       switch_->intfs().linkIs(orv::intf_id_t(intf), up);
    }
    struct Answers {
-      // How long each took, from the pump to the main loop.
+      // The wall time of each answer, from the pump to the main loop.
       std::vector<std::int64_t> wall;
-      // What the whole process did until the client had it. The storm keeps it busy all the time, so on a
-      // quiet machine an answer takes no longer.
+      // The CPU time of the whole process until the client had the answer. The storm keeps the process busy
+      // throughout, so on an idle machine an answer takes no longer.
       std::vector<std::int64_t> cpu;
-      // The smaller of the two: what else a busy machine does rarely adds to both.
+      // The smaller of the two: other work on a busy machine rarely adds to both.
       std::vector<std::int64_t> least;
 
       void add(std::int64_t wallNanos, std::int64_t cpuNanos) {
@@ -124,12 +123,12 @@ TEST_F(Storm, theLastStateOfEachPortArrivesAndThePingStaysQuick) {
          for (int n = 1; n <= ports; ++n)
             linkIs(port(n), turn % 2 != 0);
       }
-      // And half of them once more, so that half end up and half down.
+      // Then half of them change once more, so that half end up and half down.
       for (int n = 1; n <= ports; n += 2)
          linkIs(port(n), true);
       over = true;
-      // Two changes of a port of its own, each seen before the next one: when the second one comes,
-      // everything that was pending when the first one came has gone out.
+      // Two changes of a separate port; the second follows once the first has been received. When the second
+      // one arrives, everything that was pending when the first one arrived has been sent.
       linkIs("Management1", false);
    });
 
@@ -169,7 +168,7 @@ TEST_F(Storm, theLastStateOfEachPortArrivesAndThePingStaysQuick) {
    }
    const std::int64_t bound = 10 * Zelt::nanosPerMilli * orvtest::slowdown();
    EXPECT_LT(percentile(answers.wall, 50), bound);
-   // A second of storm has a hundred pings or two, so a higher percentile is one or two of them.
+   // A second of storm has only one or two hundred pings, so a higher percentile is one or two of them.
    EXPECT_LT(percentile(answers.least, 95), bound);
    EXPECT_LT(percentile(answers.least, 100), 5 * bound);
 }

@@ -1,4 +1,4 @@
-// The parts that the system tests stand on.
+// The helpers that the system tests build on.
 #include <gtest/gtest.h>
 #include <signal.h>
 

@@ -1,4 +1,4 @@
-// What happens to a switch that really exists, as the clients of its mirror services see it.
+// What happens on a real switch, as the clients of its mirror services see it.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -40,7 +40,7 @@ using OrvSdkRpc::NexthopGroupService;
 
 constexpr std::size_t manyGroups = 100'000;
 
-// Counted objects of all types whose name has `part` in it.
+// The number of live objects of all types whose name contains `part`.
 std::uint64_t live(std::string_view part) {
    return orvtest::liveHandlers(part);
 }
@@ -91,7 +91,7 @@ protected:
       softswitch::console::Commands(*switch_).run(line, out);
    }
 
-   // Watches of everything that have subscribed.
+   // Opens a watch of everything and waits until it has subscribed.
    std::unique_ptr<IntfWatch> watchIntfs() {
       remote::WatchIntfRequest request;
       request.set_all(true);
@@ -119,7 +119,7 @@ protected:
    }
 
    static std::string groupName(std::size_t i) { return fmt::format("g{:06}", i); }
-   // Over the API, with one entry through the interface.
+   // A request over the API for a group with one entry through the interface.
    static void fill(remote::NexthopGroupSetRequest& request, const std::string& name,
                     const std::string& intf) {
       remote::NexthopGroup& group = *request.mutable_nexthop_group();
@@ -334,7 +334,7 @@ TEST_F(SwitchEvents, ratesMoveAndStream) {
       EXPECT_EQ(client->next()->data_size(), 0);
       return client;
    };
-   // Reads until the interface has a rate near the wanted one; all names seen.
+   // Reads until the interface has a rate near `wanted`. RETURNS: the names of all interfaces seen.
    const auto await = [](RatesStream& client, const std::string& intf, double wanted) {
       std::vector<std::string> names;
       while (const auto batch = client.next()) {
@@ -374,14 +374,14 @@ TEST_F(SwitchEvents, ratesMoveAndStream) {
 }
 
 TEST_F(SwitchEvents, aDumpOfManyGroupsWhileTheyChangeShowsEveryOneThatStays) {
-   // Every tenth comes and goes; the others stay, and some of those are set again.
+   // Every tenth group comes and goes; the others stay, and some of those are set again.
    const auto stays = [](std::size_t i) { return i % 10 != 0; };
    for (std::size_t i = 0; i < manyGroups; i += 10'000)
       setGroups(i, i + 10'000, "Ethernet1");
    ASSERT_TRUE(orvtest::eventually([&] { return programmed(manyGroups - 1); }));
    std::vector<bool> seen(manyGroups);
-   // One change for each two hundred rows that are shown: each of its events stays in the queue to the end of
-   // the dump, since every write that makes room for one brings the next row.
+   // One change for every two hundred rows that arrive. Its events stay queued until the dump ends, since
+   // every write that completes brings the next row.
    constexpr std::size_t rowsPerChange = 200;
    std::size_t changes = 0;
    const auto change = [&] {
@@ -420,11 +420,11 @@ TEST_F(SwitchEvents, aDumpOfManyGroupsWhileTheyChangeShowsEveryOneThatStays) {
       if (stays(i) && !seen[i]) ++missed;
    }
    EXPECT_EQ(missed, 0U);
-   // One row at a time, and the events: a deletion and a set are four at most.
+   // At most one row at a time, and the events: a deletion and a set make at most four.
    EXPECT_LT(most, 4 * manyGroups / rowsPerChange + 10);
 }
 
-// An idle watch hears nothing of its client by writing to it.
+// An idle watch writes nothing, so no failed write reports that its client is gone.
 TEST_F(SwitchEvents, theWatchOfAClientThatIsKilledIsGoneAtOnce) {
    const auto watches = [] { return live("IntfServiceHandlers::Watch"); };
    const std::uint64_t before = watches();

@@ -1,5 +1,5 @@
-// crash_rounds N: kills a daemon N times in the middle of bulks and shows after
-// each restart that what it had acknowledged is there and that nothing is half there.
+// crash_rounds N: kills a daemon N times in the middle of bulks and checks after each restart that everything
+// it had acknowledged exists and that nothing is half done.
 #include <CLI/CLI.hpp>
 #include <cstdio>
 #include <exception>

@@ -26,7 +26,7 @@ std::string contents(const std::string& path) {
    return out.str();
 }
 
-// A TCP socket that listens on a port of the system's choice.
+// A listening TCP socket on a port that the system chooses.
 class Listener {
 public:
    Listener() {
@@ -68,7 +68,7 @@ TEST_F(AgentAddresses, aPortThatSomebodyListensOnIsInUse) {
    Listener listener;
    const std::string address = "127.0.0.1:" + std::to_string(listener.port());
    EXPECT_TRUE(agent_.addressInUse(address, ""));
-   // The port counts in 16 bits.
+   // A port number wraps at 16 bits.
    EXPECT_TRUE(agent_.addressInUse("127.0.0.1:" + std::to_string(listener.port() + 65536), ""));
    listener.end();
    EXPECT_FALSE(agent_.addressInUse(address, ""));
@@ -223,7 +223,7 @@ TEST_F(AgentAddresses, aLinkInTheSocketsPlaceGoesAndItsTargetStays) {
    EXPECT_FALSE(agent_.addressInUse(dir_.unixAddress("s"), ""));
    EXPECT_FALSE(std::filesystem::is_symlink(dir_ / "s"));
    EXPECT_EQ(traces_.count("Stale socket file " + dir_ / "s" + ", or error removing"), 1U);
-   // As much when it appears behind the agent's back.
+   // The same holds for a link that appears after the agent has checked.
    std::filesystem::create_symlink(dir_ / "precious", dir_ / "s");
    agent_.unlockUnixSocket();
    EXPECT_FALSE(std::filesystem::is_symlink(dir_ / "s"));

@@ -21,7 +21,7 @@ using Server::Services;
 using testing::_;
 using testing::InSequence;
 
-// A switch whose getters must be called as expected and not otherwise.
+// A switch whose getters must be called exactly as expected.
 struct StrictHost {
    StrictHost() {
       ON_CALL(sdk, name()).WillByDefault(testing::Return(name));
@@ -97,7 +97,7 @@ TEST(AgentServices, theAddressFormFetchesItsManagersFirst) {
    testing::NiceMock<orvtest::MockSdk> sdk;
    const std::string name = "address form";
    ON_CALL(sdk, name()).WillByDefault(testing::Return(name));
-   // In the order of the calls; each getter answers null here.
+   // The managers in the order of the calls; each getter returns null here.
    std::vector<std::string> fetched;
    const auto note = [&](const char* manager) {
       return [&fetched, manager] { fetched.emplace_back(manager); };
@@ -126,7 +126,8 @@ TEST(AgentServices, theAddressFormFetchesItsManagersFirst) {
    ON_CALL(sdk, get_policy_map_mgr())
         .WillByDefault(DoAll(InvokeWithoutArgs(note("policy_map")), testing::ReturnNull()));
    const Agent agent(sdk, "unix:///nowhere", true, true);
-   // The handler's own, then the programming service's; the mirror services come behind, from value 0 on.
+   // The agent's own handler comes first, then the programming service. The mirror services follow, from
+   // value 0 on.
    const std::vector<std::string> first{
         "agent",      "acl",      "agent",      "bfd_session",    "class_map",     "fib",
         "intf",       "ip_route", "mpls_route", "mpls_vrf_label", "nexthop_group", "nexthop_group_tunnel",
@@ -160,7 +161,7 @@ TEST(AgentServices, theOverrideTableIsMountedForTheProgrammingService) {
    EXPECT_EQ(mountsOf(true), mountsOf(false) + 1);
 }
 
-// A toggle is read once per process, so each look at one has a process of its own.
+// A toggle is read once per process, so each look at it has a process of its own.
 int withOverridesOff() {
    const orvtest::TempDir dir;
    std::ofstream(dir / "CbfNhg.json") << R"({"CbfNhgEcmp": false})";
@@ -183,7 +184,7 @@ int withTogglesOff() {
    EXPECT_CALL(host.sdk, get_agent_mgr());
    EXPECT_CALL(host.sdk, get_intf_counter_mgr());
    Agent agent(host.sdk, {Services::ClassMap, Services::IntfCounter, Services::PolicyMapCounters});
-   // Too late: it was read.
+   // Too late: the toggle has been read.
    toggleDirectoryDel();
    agent.enableServices(host.sdk, Services::ClassMap);
    testing::Mock::VerifyAndClearExpectations(&host.sdk);

@@ -128,7 +128,7 @@ TEST_F(AgentTest, ofTwoAddressesTheFreeOneIsServed) {
    first.on_agent_enabled(false);
 }
 
-// The SDK's lock as a main loop has it.
+// The SDK's lock is the activity lock, as with a main loop.
 class ActivityBackend final : public orv::host::lock_backend {
 public:
    ActivityBackend() { orv::host::lock_backend_is(this); }
@@ -145,10 +145,10 @@ TEST_F(AgentTest, theEndDoesNotWaitForACallThatWaitsForTheMainLoop) {
    ASSERT_TRUE(agent.waitUntilServing());
    std::thread client;
    {
-      // As the main loop calls it.
+      // The agent is stopped with the lock held, as by the main loop.
       const Zelt::ActivityLockAnchor mainLoop;
       client = std::thread([&] { static_cast<void>(get(address)); });
-      // The call is with its handler, since its successor is there.
+      // The call has reached its handler, since the handler for the next call exists.
       ASSERT_TRUE(
            orvtest::eventually([] { return orvtest::liveHandlers("rpc_server_state_status_msg") == 2; }));
       agent.on_agent_enabled(false);

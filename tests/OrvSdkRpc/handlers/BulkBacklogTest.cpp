@@ -67,7 +67,7 @@ TEST_F(BulkBacklogTest, aFullBurstDoesNotWaitForTheTask) {
    ASSERT_EQ(bursts_.size(), 1U);
    EXPECT_EQ(bursts_[0].size(), Backlog::burstMax);
    EXPECT_EQ(bursts_[0].back(), std::pair(most - 1, most - 1));
-   // The task finds nothing, and what comes after it asks for it again.
+   // The task finds nothing to do. The next entry schedules it again.
    run();
    EXPECT_EQ(bursts_.size(), 1U);
    add(1, 1);

@@ -12,7 +12,7 @@ namespace {
 
 using Texts = std::vector<std::string>;
 
-// What WatchTable reads of a request that lists these fields.
+// What WatchTable reads from a request with these fields.
 class Selection : public orvtest::WatchTable {
 public:
    explicit Selection(std::initializer_list<int> fields) {

@@ -33,7 +33,7 @@ protected:
       orv::sdk_scoped_lock lock;
       service_->table = table;
    }
-   // Messages of the streams that are alive.
+   // The number of messages in the streams that are alive.
    static std::uint64_t liveMessages() {
       std::uint64_t live = 0;
       for (const Pavo::AllocationCount& row : Pavo::allocationCounts()) {
@@ -41,12 +41,12 @@ protected:
       }
       return live;
    }
-   // Bytes of the process that are allocated; 0 where the allocator keeps no account.
+   // Bytes that the process has allocated; 0 when the allocator keeps no statistics.
    static std::size_t allocatedBytes() {
       const struct mallinfo2 info = mallinfo2();
       return info.uordblks + info.hblkhd;
    }
-   // The keys up to and with the acknowledgement, whose key is "ack".
+   // The keys up to and including the acknowledgement, whose key is "ack".
    static std::vector<std::string> dumped(WatchClient& client) {
       std::vector<std::string> keys;
       while (const auto response = client.next()) {
@@ -124,7 +124,7 @@ TEST_F(DumpStreamingHandlerTest, onlyTheSelectedFieldsAreThere) {
    const auto first = watchTable(withFields(all(), {payload}))->next();
    EXPECT_EQ(first->number(), 0U);
    EXPECT_EQ(first->payload(), "payload");
-   // The rest of the list is not read after the value for all.
+   // Fields behind the value for all are not read.
    const auto second = watchTable(withFields(all(), {number, allFields, 9}))->next();
    EXPECT_EQ(second->number(), 1U);
    EXPECT_EQ(second->payload(), "payload");
@@ -141,7 +141,7 @@ TEST_F(DumpStreamingHandlerTest, eachStepHasTheSdksLock) {
 
 TEST_F(DumpStreamingHandlerTest, aLiveEventDuringTheDumpIsQueuedInTheOrderOfArrival) {
    tableIs({{"a", 1}, {"b", 2}, {"c", 3}});
-   // On the pump thread, while the second element is made: the first one has been written.
+   // Runs on the pump thread while the second element is made, after the first one was written.
    change([&] {
       service_->onDumpElement = [&](const std::string& element) {
          if (element == "b") service_->publishTable("c", 30);
@@ -153,7 +153,8 @@ TEST_F(DumpStreamingHandlerTest, aLiveEventDuringTheDumpIsQueuedInTheOrderOfArri
 
 TEST_F(DumpStreamingHandlerTest, liveEventsOfTheSdksThreadGoOutInTheOrderOfTheirArrival) {
    tableIs({{"a", 1}, {"b", 2}, {"c", 3}});
-   // The first element is more than the client's window, so its write stands until it is read.
+   // The first element is larger than the client's window, so its write does not complete until the client
+   // reads it.
    std::atomic<int> made{0};
    change([&] {
       service_->tablePayload = 8U << 20;
@@ -162,12 +163,12 @@ TEST_F(DumpStreamingHandlerTest, liveEventsOfTheSdksThreadGoOutInTheOrderOfTheir
    const auto own = stub();
    WatchClient client(*own, &Stub::watch_table, withFields(all(), {allFields}));
    ASSERT_TRUE(eventually([&] { return made == 1; }));
-   // It has been queued; once it is not any more, it is being written.
+   // The element was queued. Once the queue is empty, it is being written.
    pumpPasses();
    const auto streams = service_->tableStreams().getHandlers();
    ASSERT_EQ(streams.size(), 1U);
    ASSERT_TRUE(eventually([&] { return static_cast<EventStream&>(*streams[0]).queued() == 0; }));
-   // As the main loop calls back: with the SDK's lock, while the dump stands.
+   // Publishes as the main loop's callbacks do, with the SDK's lock, while the dump is blocked.
    std::thread sdk([&] {
       orv::sdk_scoped_lock lock;
       service_->tablePayload = 0;
@@ -178,7 +179,7 @@ TEST_F(DumpStreamingHandlerTest, liveEventsOfTheSdksThreadGoOutInTheOrderOfTheir
    });
    sdk.join();
    EXPECT_EQ(made, 1);
-   // Each write that completes brings one element, which goes behind what is queued.
+   // Each completed write brings one element, which is queued behind the events.
    const std::vector<std::pair<std::string, std::uint64_t>> expected{{"a", 1},  {"c", 30}, {"z", 1},
                                                                      {"a", 10}, {"b", 2},  {"c", 30}};
    for (const auto& [key, value] : expected) {
@@ -206,7 +207,7 @@ TEST_F(DumpStreamingHandlerTest, aStreamOfOneKeyGetsThatElementAndGoesOnWithTheN
    tableIs({{"a", 1}, {"b", 2}});
    const auto client = watchTable(withFields(key("a"), {allFields}));
    EXPECT_EQ(client->next()->key(), "a");
-   // The element of "b" was rejected and made no write; any event of "a" brings the end of the dump.
+   // The element of "b" was rejected and made no write; any event of "a" lets the dump finish.
    service_->publishTable("a", 10);
    EXPECT_EQ(dumped(*client), (Keys{"a", "ack"}));
 }
@@ -219,22 +220,22 @@ TEST_F(DumpStreamingHandlerTest, oneElementFollowsEachWriteThatCompletesAndNoAla
    const auto client = watchTable(withFields(key("e"), {allFields}));
    ASSERT_TRUE(eventually([&] { return made == 1; }));
    pumpPasses();
-   // The elements before "e" are rejected and make no write, so the dump stands after each.
+   // The elements before "e" are rejected and make no write, so the dump pauses after each.
    EXPECT_EQ(made, 1);
    const auto streams = service_->tableStreams().getHandlers();
    ASSERT_EQ(streams.size(), 1U);
    const std::string completion = fmt::format("process handler {} source WRITE", streams[0]->tag());
    const auto completions = [&](std::size_t count) {
       ASSERT_TRUE(eventually([&] { return tracesWith(traces, completion) == count; }));
-      // And what follows it.
+      // Waits for what follows the completion too.
       pumpPasses();
    };
-   // One alarm and one write.
+   // This makes one alarm and one write.
    service_->publishTable("e", 10);
    completions(1);
    EXPECT_EQ(made, 2);
    {
-      // One alarm and two writes.
+      // This makes one alarm and two writes.
       PumpHold hold(*service_, *stub_);
       service_->publishTable("e", 20);
       service_->publishTable("e", 30);
@@ -294,7 +295,7 @@ TEST_F(DumpStreamingHandlerTest, aClientThatLeavesDuringTheDumpEndsIt) {
       service_->onDumpElement = [&](const std::string&) { ++elements; };
    });
    {
-      // More than the client's window, so the dump stands in the middle when it leaves.
+      // The rows exceed the client's window, so the dump is blocked in the middle when the client leaves.
       const auto client = watchTable(withFields(all(), {allFields}));
       for (int i = 0; i < 3; ++i)
          ASSERT_TRUE(client->next());
@@ -311,9 +312,9 @@ TEST_F(DumpStreamingHandlerTest, aClientThatLeavesDuringTheDumpEndsIt) {
 TEST_F(DumpStreamingHandlerTest, everyRowThatIsThereThroughoutAppearsAndMemoryStaysFlat) {
    constexpr std::size_t rows = 100'000;
    const auto row = [](std::size_t i) { return fmt::format("{:06}", i); };
-   // Rows that come and go stand behind those that stay.
+   // Rows that come and go sort directly behind those that stay.
    const auto passing = [&](std::size_t i) { return row(i) + "x"; };
-   // Read and written under the SDK's lock.
+   // Guarded by the SDK's lock.
    std::size_t made = 0;
    std::uint64_t mostMessages = 0;
    std::size_t leastBytes = 0;
@@ -322,7 +323,7 @@ TEST_F(DumpStreamingHandlerTest, everyRowThatIsThereThroughoutAppearsAndMemorySt
       for (std::size_t i = 0; i < rows; ++i)
          service_->table[row(i)] = 1;
       service_->onDumpElement = [&](const std::string&) {
-         // With the message that is being made.
+         // Includes the message that is being made.
          if (++made % 20 == 0) mostMessages = std::max(mostMessages, liveMessages());
          if (made % 1000 != 0) return;
          mostBytes = std::max(mostBytes, allocatedBytes());
@@ -342,8 +343,8 @@ TEST_F(DumpStreamingHandlerTest, everyRowThatIsThereThroughoutAppearsAndMemorySt
          seen[i] = true;
       }
       if (++count % 100 != 0) continue;
-      // One row far in front of where the walk stands, one behind it and one close to it; those of the last
-      // change go.
+      // Adds one row far ahead of the dump, one that the dump has passed and one close to it; removes the
+      // rows of the last change.
       change([&] {
          for (const std::string& key : there)
             service_->table.erase(key);
@@ -357,7 +358,7 @@ TEST_F(DumpStreamingHandlerTest, everyRowThatIsThereThroughoutAppearsAndMemorySt
    EXPECT_TRUE(response->ack());
    EXPECT_GE(changes, rows / 100);
    EXPECT_EQ(std::count(seen.begin(), seen.end(), false), 0);
-   // The acknowledgement was the last of the dump: nothing but events is behind it.
+   // The acknowledgement ends the dump: only events follow it.
    std::size_t madeInAll = 0;
    change([&] { madeInAll = made; });
    EXPECT_EQ(madeInAll, count);
@@ -368,7 +369,7 @@ TEST_F(DumpStreamingHandlerTest, everyRowThatIsThereThroughoutAppearsAndMemorySt
       EXPECT_EQ(live->number(), event);
    }
    change([&] { EXPECT_EQ(made, madeInAll); });
-   // The one that is written and the one that is made.
+   // One message is being written and one is being made.
    EXPECT_LE(mostMessages, 2U);
    RecordProperty("grown_bytes", std::to_string(mostBytes - leastBytes));
    if (leastBytes != 0) {

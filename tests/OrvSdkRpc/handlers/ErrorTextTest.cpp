@@ -27,7 +27,7 @@ TEST(ErrorText, ofALongTextTheMiddleIsLeftOut) {
 }
 
 TEST(ErrorText, noCharacterIsCut) {
-   // Each of the four lengths, at each distance from the cuts.
+   // A character of each of the four lengths, at each distance from the cuts.
    for (const std::string character : {"a", "\xc3\xbc", "\xe2\x82\xac", "\xf0\x9f\x98\x80"}) {
       for (std::size_t shift = 0; shift < 8; ++shift) {
          std::string words(shift, '.');

@@ -41,7 +41,7 @@ protected:
       Zelt::ActivityLockAnchor lock(scheduler_->lock());
       scheduler_->runReady(Zelt::nanosPerSecond);
    }
-   // Runs one execution of the backlog's task, which the scheduler asks to yield all the time.
+   // Runs the backlog's task once, while the scheduler always asks it to yield.
    std::vector<int> oneYieldingRun() {
       handled_.clear();
       Gorm::TaskScheduler& scheduler = *scheduler_;
@@ -52,7 +52,7 @@ protected:
       urgent_->unscheduleTask();
       return keys();
    }
-   // The same without a scheduler, which is the only one that asks to yield.
+   // Runs the task once without a scheduler, so that nothing asks it to yield.
    std::vector<int> oneWholeRun() {
       handled_.clear();
       Zelt::ActivityLockAnchor lock(scheduler_->lock());
@@ -83,7 +83,7 @@ protected:
          backlog_.get(key);
    }
 
-   // What the task says it did and what is left.
+   // The task's own counts: entries handled and entries left.
    using Counts = std::pair<std::uint64_t, std::uint64_t>;
    Counts counts() {
       Counts both;
@@ -119,7 +119,7 @@ TEST_F(GenericBacklogTest, eventsOfOneKeyBecomeOneMessageWithTheLastValues) {
 
 TEST_F(GenericBacklogTest, aSchedulerThatAlwaysSaysYieldGetsOneEntryARun) {
    const std::vector<int> order = inOrder({10, 20, 30});
-   // Not in the order of their arrival.
+   // The order of arrival differs.
    add({order[2], order[0], order[1]});
    EXPECT_EQ(oneYieldingRun(), std::vector<int>{order[0]});
    EXPECT_EQ(backlog_.pending().resumeKey(), order[1]);
@@ -178,7 +178,7 @@ TEST_F(GenericBacklogTest, whatIsPendingGoesWithTheBacklog) {
    EXPECT_TRUE(handled_.empty());
 }
 
-// The way of a service: callbacks on the main loop, a watcher of all ports, a million link changes.
+// As in a service: callbacks on the main loop, a watcher of all ports, a million link changes.
 TEST(GenericBacklog, aStormReachesTheWatcherAsTheLastStateOfEachPortAndThePingStaysQuick) {
    auto* const service = new orvtest::StreamProbe;
    orvtest::RunningServer running{std::unique_ptr<orvtest::StreamProbe>(service)};
@@ -197,14 +197,14 @@ TEST(GenericBacklog, aStormReachesTheWatcherAsTheLastStateOfEachPortAndThePingSt
    constexpr int ports = 64;
    constexpr std::uint64_t changes = 1'000'000;
    std::thread loop([&] { scheduler->run(); });
-   // What the loop's thread did between a question and its answer.
+   // The CPU time of the loop's thread between a question and its answer.
    std::vector<std::int64_t> pings;
    std::int64_t asked = 0;
    const auto ping = Pavo::makePtr<Gorm::Task>(scheduler, "ping", Gorm::priorityUrgent, [&] {
       pings.push_back(orvtest::threadCpuNanos() - asked);
       asked = 0;
    });
-   // The changes come in callbacks of one task, as the switch makes them, and somebody pings all the time.
+   // One task makes the changes in its callbacks, as the switch does; another thread pings all the time.
    std::uint64_t made = 0;
    Gorm::Task* self = nullptr;
    const auto storm = Pavo::makePtr<Gorm::Task>(scheduler, "storm", Gorm::priorityNormal, [&] {

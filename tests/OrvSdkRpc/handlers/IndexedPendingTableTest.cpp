@@ -15,7 +15,7 @@
 namespace OrvSdkRpc {
 namespace {
 
-// Below 0 there is no index.
+// A negative number has no index.
 struct Number {
    static constexpr std::uint32_t no_index = 0xffffffff;
 
@@ -51,7 +51,7 @@ static_assert(std::is_same_v<PendingTableFor<int, int>::Type, PendingTable<int, 
 
 using Table = IndexedPendingTable<Number, int>;
 
-// Every third number has no index, and the indices are far apart where that tells something.
+// Every third number has no index. A large `apart` spreads the indices.
 template <int apart>
 struct Mixed : Number {
    Mixed() = default;
@@ -109,7 +109,7 @@ TEST(IndexedPendingTable, theOthersAreResumedToo) {
    Table table;
    for (const int key : {7, -1})
       table.emplace(Number(key), key);
-   // The indices end exactly where the pass stops.
+   // The pass stops exactly at the last index.
    EXPECT_EQ(passOver(table, 1), std::vector<int>{7});
    EXPECT_EQ(table.resumeKey(), Number(-1));
    table.emplace(Number(8), 8);
@@ -129,7 +129,7 @@ TEST(IndexedPendingTable, anErasedResumeKeyHandsOverToTheNext) {
    table.erase(Number(-1));
    EXPECT_FALSE(table.resumeKey());
    EXPECT_TRUE(table.empty());
-   // Nobody stands there.
+   // No entry has this key.
    table.erase(Number(5000));
    EXPECT_TRUE(table.empty());
 }
@@ -147,7 +147,7 @@ TEST(IndexedPendingTable, entriesThatAVisitMakesGoWithTheVisitedOnesOrStay) {
       }
       return key != Number(5000);
    });
-   // 5 and 15 came behind the walk and went with what was visited.
+   // 5 and 15 were added behind the pass and removed with the visited entries.
    EXPECT_EQ(visited, (std::vector<int>{10, 20, 25, 30, 5000}));
    EXPECT_EQ(table.resumeKey(), Number(5000));
    EXPECT_EQ(passOver(table, 5), (std::vector<int>{5000, -1}));
@@ -189,7 +189,7 @@ TEST(IndexedPendingTable, aNameThatBecomesKnownWhileItWaitsIsOneKey) {
    table.erase(after);
    EXPECT_TRUE(table.empty());
    EXPECT_TRUE(table.emplace(after, 3).second);
-   // An id that was made before is the same key.
+   // An id that was made before the name became known is the same key.
    EXPECT_FALSE(table.emplace(before, 4).second);
    table.erase(before);
    EXPECT_TRUE(table.empty());

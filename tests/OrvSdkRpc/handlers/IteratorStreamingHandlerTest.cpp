@@ -107,8 +107,8 @@ TEST_F(IteratorStreamingHandlerTest, aSlowClientHoldsUpItsWalkAndNobodyElse) {
    EXPECT_TRUE(slow.finish().ok());
 }
 
-// A write with the hint completes as soon as gRPC's buffer has taken the message, one without it when the
-// client's window has let it out.
+// A write with the hint completes as soon as gRPC's buffer has taken the message. A write without it
+// completes when the client's window has let the message out.
 TEST_F(IteratorStreamingHandlerTest, theBufferHintReachesGrpcSoTheWalkRunsAheadOfTheWindow) {
    constexpr std::size_t payload = 1000;
    constexpr std::size_t window = 65535;
@@ -117,7 +117,7 @@ TEST_F(IteratorStreamingHandlerTest, theBufferHintReachesGrpcSoTheWalkRunsAheadO
    const auto own = stub();
    test::RowsRequest request;
    request.set_count(1000);
-   // Nobody reads, so the window stays what it is at first.
+   // The client does not read, so its window keeps its initial size.
    const RowsClient client(*own, &Stub::rows, request);
    EXPECT_TRUE(eventually([&] { return tracesWith(traces, "iterator streaming") > window / payload + 20; }));
 }
@@ -142,11 +142,11 @@ TEST_F(IteratorStreamingHandlerTest, stopEndsAWalkThatCannotProceed) {
    EXPECT_EQ(orvtest::liveHandlers("orvtest::Rows,"), 0U);
 }
 
-// The walk by itself, with what it writes recorded.
+// A list stream without a call; it records what it writes.
 class RecordedList final : public ListStream {
 public:
    RecordedList(GrpcService& service, int rows) : RecordedList(service, service.cq(), rows) {}
-   // What it posts comes to a queue of the test's own.
+   // Its events go to a queue of the test's own.
    RecordedList(GrpcService& service, grpc::ServerCompletionQueue& cq, int rows)
         : ListStream(service.nextOpaqueId(), service.server(), cq, service), rows_(rows) {}
 
@@ -159,7 +159,7 @@ public:
    std::vector<Written> written;
    std::optional<grpc::Status> finished;
    int begun = 0;
-   // How often the next element is still looked for.
+   // How many more steps the search for the next element takes.
    int searches = 0;
    bool lockedAtWrite = false;
 
@@ -225,7 +225,7 @@ TEST_F(ListStreamTest, aSearchGoesOnInPartsAndItsFirstFindIsPushedOutAtOnce) {
       EXPECT_TRUE(list.written.empty());
       EXPECT_FALSE(list.finished);
       EXPECT_EQ(list.state(), 1);
-      // It comes back by itself.
+      // The stream schedules itself again.
       ASSERT_TRUE(cq->Next(&tag, &ok));
       service_->events().end();
       EXPECT_TRUE(ok);

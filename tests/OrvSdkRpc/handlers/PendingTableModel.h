@@ -1,5 +1,4 @@
-// What a table of pending entries is meant to be: a std::map in the table's order, and a comparison with it
-// step by step.
+// How a table of pending entries must behave: like a std::map in the table's order, compared step by step.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -51,7 +50,7 @@ private:
    std::optional<Key> resume_;
 };
 
-// Thousands of random steps over `keys` keys, made from numbers.
+// Runs thousands of random steps over `keys` keys, which are made from numbers.
 template <class Key, class Order, class Table>
 void comparesWithModel(Table table, int keys) {
    PendingTableModel<Key, Order> model;

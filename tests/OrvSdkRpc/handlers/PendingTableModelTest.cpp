@@ -12,16 +12,16 @@
 namespace OrvSdkRpc {
 namespace {
 
-// All keys at home in one place: the first, one in the middle, the last.
+// All keys have the same hash: the lowest, one in the middle or the highest.
 template <std::uint64_t hash>
 struct Same {
    std::uint64_t operator()(int) const { return hash; }
 };
-// Few homes, in rising order of the keys' last digit.
+// Few hashes, in the order of key % 8.
 struct Coarse {
    std::uint64_t operator()(int key) const { return static_cast<std::uint64_t>(key % 8) << 61; }
 };
-// Everything is pushed over the edge.
+// All hashes are close to the highest, so entries are pushed past the end.
 struct Late {
    std::uint64_t operator()(int key) const { return ~std::uint64_t{0} - static_cast<std::uint64_t>(key % 3); }
 };
@@ -42,7 +42,7 @@ TYPED_TEST(PendingTableModelTest, behavesAsATreeOverHashAndKey) {
       comparesWithModel<int, OrderOf<TypeParam>>(PendingTable<int, int, TypeParam>(), keys);
 }
 
-// The keys' own order.
+// The hash keeps the order of the keys.
 struct Ascending {
    std::uint64_t operator()(int key) const { return static_cast<std::uint64_t>(key) << 48; }
 };
@@ -57,15 +57,16 @@ TEST(PendingTableModel, entriesThatAVisitMakesGoWithTheVisitedOnesOrStay) {
       if (key == 20) {
          table.emplace(5, 5);
          table.emplace(15, 15);
-         // Enough of them to move everything that stands.
+         // These are enough to move every entry.
          for (int more = 100; more < 200; ++more)
             table.emplace(more, more);
       }
-      // Also by a visit that stops the walk.
+      // The visit that stops the pass adds an entry too.
       if (key == 150) table.emplace(7, 7);
       return key < 150;
    });
-   // 15 came behind the walk and went with what was visited; 5 and 7 came in front of where the walk began.
+   // 15 was added behind the pass and removed with the visited entries; 5 and 7 come before its start and
+   // stay.
    std::vector<int> expected{10, 20, 30};
    for (int more = 100; more <= 150; ++more)
       expected.push_back(more);

@@ -70,7 +70,7 @@ TEST_F(PendingTableTest, aResumedPassThatEndsRemovesFromTheResumeKeyOn) {
    add({2, 4});
    EXPECT_EQ(pass(10), (Keys{3, 4, 5}));
    EXPECT_FALSE(table_.resumeKey());
-   // What came in front of the resume key waits for the pass after.
+   // A key in front of the resume key waits for the next pass.
    EXPECT_EQ(pass(10), Keys{2});
    EXPECT_TRUE(table_.empty());
 }

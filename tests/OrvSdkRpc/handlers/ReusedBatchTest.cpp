@@ -1,4 +1,4 @@
-// Responses whose entries are written over from batch to batch.
+// Responses whose entries are overwritten from batch to batch.
 #include <gtest/gtest.h>
 
 #include <set>
@@ -49,7 +49,7 @@ TEST(ReusedBatchTest, itIsFullAtItsLimit) {
    }
 }
 
-// What an entry holds in sub-messages stays where it is, so that writing over it allocates nothing.
+// An entry keeps its sub-messages, so that overwriting them allocates nothing.
 TEST(ReusedBatchTest, entriesAndWhatTheyHoldAreThoseOfTheBatchBefore) {
    ReusedBatch<Batches> batch;
    std::set<const void*> first;

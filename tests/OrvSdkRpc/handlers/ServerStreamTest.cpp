@@ -13,8 +13,8 @@ namespace {
 
 constexpr int allFields = test::WATCH_FIELD_ALL;
 
-// An insecure server on two addresses: a peer that comes to 127.0.0.1 is not local to the other one, a unix
-// socket, while a peer from there is local to both.
+// An insecure server on two addresses. A peer that connects to 127.0.0.1 is not local to the other address, a
+// unix socket; a peer on the unix socket is local to both.
 class InsecureServerTest : public orvtest::StreamFixture {
 protected:
    explicit InsecureServerTest(std::string tcp = orvtest::freeLoopbackAddress())
@@ -23,7 +23,7 @@ protected:
                                            .allowInsecureRemote = false}),
           remote_(stub(tcp)) {}
 
-   // Opens the stream from afar.
+   // Opens the stream as a remote peer, which must be rejected.
    template <class Rq, class Rp>
    void expectRejected(std::unique_ptr<grpc::ClientReader<Rp>> (Stub::*call)(grpc::ClientContext*, const Rq&),
                        const Rq& request) {
@@ -34,7 +34,7 @@ protected:
       EXPECT_EQ(status.error_code(), grpc::StatusCode::UNAUTHENTICATED);
       EXPECT_EQ(status.error_message(), "Insecure remote client rejected");
    }
-   // Nothing of the SDK was asked for, nobody has joined a controller.
+   // The SDK was not called, and no stream has joined a controller.
    void expectUntouched() {
       for (const char* definition : {"Rows", "Watch", "WatchTable", "Rates", "Counters"})
          expectAllFreed(definition);
@@ -69,7 +69,7 @@ TEST_F(InsecureServerTest, aRemotePeerGetsNoDump) {
    change([&] {
       service_->table = {{"a", 1}, {"b", 2}};
       service_->onDumpElement = [&](const std::string&) { read = true; };
-      // Would be the status if the iterator were made before the peer is looked at.
+      // This would be the status if the iterator were made before the peer is checked.
       service_->iteratorError = "range";
    });
    expectRejected(&Stub::watch_table, withFields(all(), {allFields}));
@@ -85,7 +85,7 @@ TEST_F(InsecureServerTest, aRemotePeerGetsNoBatchesNoFirstMessageAndNoSnapshot) 
    expectRejected(&Stub::rates, rates);
    rates.set_first_message(true);
    expectRejected(&Stub::rates, rates);
-   // Not even the expression is read.
+   // The expression is not even parsed.
    rates.set_name_regex("(");
    expectRejected(&Stub::rates, rates);
    expectRejected(&Stub::counters, test::CountersRequest());

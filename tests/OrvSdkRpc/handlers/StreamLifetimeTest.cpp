@@ -37,8 +37,9 @@ protected:
       EXPECT_EQ(watchers(), 0U);
       EXPECT_EQ(tableWatchers(), 0U);
    }
-   // Events of every kind, each round when the pump has answered a call behind the one before: a stream that
-   // nobody reads shall not reach the limit of its queue here, and a switch does not only publish.
+   // Publishes events of every kind. Each round waits until the pump has answered a call that came behind the
+   // events: so a stream whose client does not read stays below its queue limit, and the pump also serves
+   // calls.
    void publishUntil(const std::atomic<bool>& over) {
       const auto own = stub();
       for (std::uint64_t i = 0; !over; ++i) {
@@ -51,7 +52,7 @@ protected:
          orvtest::StreamClient<test::Row>(*own, &Stub::rows, test::RowsRequest()).rest();
       }
    }
-   // Everything that the counting allocator has of this service, messages too.
+   // All objects of this service that the counting allocator knows, messages included.
    static std::uint64_t alive() { return liveHandlers("OrvSdkRpc::test::"); }
 };
 
@@ -74,7 +75,7 @@ TEST_F(StreamLifetimeTest, cancelWithTheAlarmSet) {
    for (int round = 0; round < 50; ++round) {
       const auto client = watch();
       PumpHold hold(*service_, *stub_);
-      // Round by round the end of the call and the alarm change their order on the queue.
+      // The rounds alternate the order of the call's end and the alarm on the queue.
       if (round % 2 == 0) client->cancel();
       service_->publish("k", 1);
       if (round % 2 != 0) client->cancel();
@@ -194,7 +195,7 @@ TEST_F(StreamLifetimeTest, stopWithHundredsOfStreamsInEveryStateIsPromptAndLeave
    });
    std::vector<std::unique_ptr<WatchClient>> watches;
    for (int i = 0; i < 150; ++i) {
-      // Idle ones, those with an alarm or a write, and dumps that stand or run.
+      // Idle watches, watches with an alarm or a write pending, and dumps that are blocked or running.
       watches.push_back(
            std::make_unique<WatchClient>(*stub_, &Stub::watch, i % 2 == 0 ? all() : key("never")));
       watches.push_back(watchTable(withFields(all(), {allFields})));

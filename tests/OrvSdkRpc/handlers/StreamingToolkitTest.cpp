@@ -17,7 +17,7 @@
 namespace OrvSdkRpc {
 namespace {
 
-// A stream without a call: what it writes and how it ends is recorded.
+// A stream without a call; it records what it writes and how it ends.
 class LooseStream final : public EventStream, public std::enable_shared_from_this<LooseStream> {
 public:
    LooseStream(GrpcService& service, grpc::ServerCompletionQueue& cq, unsigned long queueLimit)
@@ -51,7 +51,7 @@ public:
       bool ack;
    };
    std::vector<Written> written;
-   // The last end and the number of them.
+   // The last status, and how often the stream was finished.
    std::optional<grpc::Status> finished;
    int finishes = 0;
    bool wantsAll = true;
@@ -75,7 +75,7 @@ private:
    }
    void subscribe() override { ++subscribed; }
    void cancel() override {
-      // Would not return if the stream still held its mutex.
+      // Would deadlock if the stream still held its mutex.
       static_cast<void>(queued());
       ++left;
    }
@@ -83,7 +83,7 @@ private:
    [[nodiscard]] bool ackWanted() override { return ackRequested; }
 };
 
-// The stream's alarms come to a queue of the test's own, so that every event is delivered by hand.
+// The stream's alarms go to a queue of the test's own, so that the test delivers every event.
 class EventStreamTest : public orvtest::StreamFixture {
 protected:
    void TearDown() override {
@@ -231,7 +231,7 @@ TEST_F(EventStreamTest, exactlyTheLimitIsHeldAndTheNextMessageEndsTheStream) {
    EXPECT_EQ(stream_->left, 1);
    EXPECT_FALSE(stream_->finished);
    EXPECT_EQ(traces.texts(), std::vector<std::string>{unsubscribing});
-   // Told once; what comes now is lost.
+   // The stream unsubscribes once; later messages are dropped.
    stream_->enqueue(message, false);
    stream_->publishAck();
    EXPECT_EQ(stream_->left, 1);
@@ -248,7 +248,7 @@ TEST_F(EventStreamTest, exactlyTheLimitIsHeldAndTheNextMessageEndsTheStream) {
    EXPECT_EQ(stream_->state(), 2);
    EXPECT_EQ(stream_->queued(), 0U);
    EXPECT_EQ(message.use_count(), 1);
-   // The alarm that should have emptied the queue comes too late.
+   // The alarm that should have emptied the queue fires too late.
    alarm();
    EXPECT_EQ(stream_->finishes, 1);
 }
@@ -263,7 +263,7 @@ TEST_F(EventStreamTest, anOverflowedQueueIsLetGoOfWhileTheLastWriteIsStillOut) {
       stream_->enqueue(message, false);
    message.reset();
    EXPECT_EQ(stream_->left, 1);
-   // On the pump, not on the thread that publishes.
+   // The stream is destroyed on the pump, not on the publishing thread.
    EXPECT_FALSE(weak.expired());
    alarm();
    EXPECT_TRUE(weak.expired());
@@ -287,7 +287,7 @@ TEST_F(EventStreamTest, aClientThatLeavesAnOverflowedStreamEndsIt) {
    stream_->callDone();
    EXPECT_EQ(stream_->queued(), 0U);
    EXPECT_EQ(stream_->finishes, 1);
-   // Both events are still to come and find nothing to do.
+   // Both events are still delivered, and find nothing to do.
    alarm();
    writeCompletes();
    EXPECT_EQ(stream_->finishes, 1);
@@ -357,7 +357,7 @@ TEST_F(EventStreamTest, aCancelledAlarmFindsTheStreamEndedAndDoesNothing) {
    ASSERT_TRUE(stream_->finished);
    EXPECT_TRUE(stream_->finished->ok());
    EXPECT_EQ(stream_->queued(), 0U);
-   // The alarm's event is still to come, a write's is not.
+   // The alarm's event is pending; no write is.
    EXPECT_EQ(service_->findHandler(stream_->alarmTag()), stream_);
    EXPECT_EQ(service_->findHandler(stream_->writeTag()), nullptr);
    OpaqueId tag = nullptr;
@@ -464,7 +464,7 @@ TEST_F(StreamingToolkitTest, messagesArriveInOrder) {
 
 TEST_F(StreamingToolkitTest, aClientThatStopsReadingIsCutOffAndItsNeighboursMissNothing) {
    const auto handlers = [&] { return service_->subscriptions().getHandlers(); };
-   // The slow one is the one that the controller serves between the other two.
+   // The controller serves the slow stream between the other two.
    std::map<const RequestHandler*, std::unique_ptr<WatchClient>> clients;
    for (int i = 0; i < 3; ++i) {
       auto client = watch();
@@ -477,11 +477,11 @@ TEST_F(StreamingToolkitTest, aClientThatStopsReadingIsCutOffAndItsNeighboursMiss
    std::vector<std::unique_ptr<WatchClient>> quick;
    for (auto& [handler, client] : clients)
       quick.push_back(std::move(client));
-   // More than the client's window, so the write cannot complete while nobody reads.
+   // Larger than the client's window, so the write cannot complete until the client reads.
    service_->publish("first", 1, 8U << 20);
    for (const auto& client : quick)
       ASSERT_TRUE(client->next());
-   // It is being written to all.
+   // Every stream is writing the message.
    ASSERT_TRUE(orvtest::eventually([&] {
       for (const auto& stream : handlers()) {
          if (static_cast<EventStream&>(*stream).queued() != 0) return false;
@@ -506,7 +506,7 @@ TEST_F(StreamingToolkitTest, aClientThatStopsReadingIsCutOffAndItsNeighboursMiss
    for (std::uint64_t i = 0; i < limit; ++i)
       publish();
    EXPECT_EQ(watchers(), quick.size() + 1);
-   // However busy the machine is, none of the quick ones is the one that is cut off.
+   // On a busy machine too, none of the quick clients may be the one that is cut off.
    for (const auto& count : received)
       EXPECT_TRUE(orvtest::eventually([&] { return count > 1; }));
    publish();
@@ -517,7 +517,7 @@ TEST_F(StreamingToolkitTest, aClientThatStopsReadingIsCutOffAndItsNeighboursMiss
       reader.join();
    for (const auto& count : received)
       EXPECT_EQ(count, limit + 1);
-   // The client wakes up: it gets what was being written, and then the reason.
+   // The client reads again: it gets the message that was being written, and then the status.
    const auto first = slow->next();
    ASSERT_TRUE(first);
    EXPECT_EQ(first->key(), "first");

@@ -23,7 +23,7 @@ OpaqueId id(std::uintptr_t n) {
    return reinterpret_cast<OpaqueId>(n);
 }
 
-// A controller of a service that no server has: tags without handlers.
+// A controller of a service without a server: its tags have no handlers.
 class SubscriptionControllerTest : public testing::Test {
 protected:
    orvtest::StreamProbe service_;
@@ -77,7 +77,7 @@ TEST_F(SubscriptionControllerTest, theServiceIsToldUnderTheSdksLock) {
 }
 
 TEST_F(SubscriptionControllerTest, anEventMayBePublishedWhileTheServiceIsTold) {
-   // Would not return if the controller held its mutex.
+   // Would deadlock if the controller held its mutex.
    controller_.onStart = controller_.onStop = [&] { service_.publishTable("k", 1); };
    controller_.subscribe(id(1));
    controller_.cancel(id(1));
@@ -88,7 +88,7 @@ TEST_F(SubscriptionControllerTest, anEventMayBePublishedWhileTheServiceIsTold) {
 TEST_F(SubscriptionControllerTest, aFailedStartLeavesNobodySubscribed) {
    controller_.onStart = [] { throw orv::configuration_error("no events"); };
    EXPECT_THROW(controller_.subscribe(id(1)), orv::configuration_error);
-   // Half a start is undone.
+   // A partial start is undone.
    EXPECT_EQ(controller_.stopped, 1);
    EXPECT_FALSE(controller_.watching);
    controller_.onStart = {};
@@ -107,7 +107,7 @@ TEST_F(SubscriptionControllerTest, whatStoppingThrowsAfterAFailedStartIsNotTold)
    EXPECT_EQ(controller_.started, 2);
 }
 
-// The SDK's lock, first come, first served.
+// The SDK's lock, granted in the order of the requests.
 class QueuedLock final : public orv::host::lock_backend {
 public:
    QueuedLock() { orv::host::lock_backend_is(this); }
@@ -125,7 +125,7 @@ public:
       changed_.notify_all();
    }
 
-   // For the owner: returns once so many wait for it.
+   // Returns once `threads` threads wait for the lock. REQUIRES: the caller holds it.
    void waited(int threads) {
       std::unique_lock lock(mutex_);
       changed_.wait(lock, [&] { return asked_ - served_ == 1 + threads; });
@@ -138,7 +138,7 @@ private:
    int served_ = 0;
 };
 
-// The last stream leaves on one thread, and before it has the SDK's lock the next one has subscribed.
+// The last stream leaves on one thread. Before that thread gets the SDK's lock, the next stream subscribes.
 TEST_F(SubscriptionControllerTest, aStreamThatLeavesDoesNotStopTheNextOne) {
    QueuedLock sdk;
    controller_.subscribe(id(1));
@@ -146,7 +146,7 @@ TEST_F(SubscriptionControllerTest, aStreamThatLeavesDoesNotStopTheNextOne) {
    {
       orv::sdk_scoped_lock lock;
       leaving = std::thread([&] { controller_.cancel(id(1)); });
-      // The tag goes before the lock is waited for.
+      // The tag is removed before the thread waits for the lock.
       sdk.waited(1);
       controller_.subscribe(id(2));
    }
@@ -157,7 +157,7 @@ TEST_F(SubscriptionControllerTest, aStreamThatLeavesDoesNotStopTheNextOne) {
    EXPECT_FALSE(controller_.watching);
 }
 
-// The same with a next stream whose start fails: the one that left has seen it and relied on it.
+// The same, but the start of the next stream fails. The leaving stream relied on that start.
 TEST_F(SubscriptionControllerTest, aFailedStartStopsWhatTheStreamThatLeavesDidNot) {
    QueuedLock sdk;
    controller_.subscribe(id(1));
@@ -264,7 +264,7 @@ TEST_F(AttachedControllerTest, everyStreamGetsTheSameMessage) {
       for (std::uint64_t i = 1; i <= 50; ++i)
          ASSERT_EQ(client->next()->number(), i);
    }
-   // All went out, so no copy is left.
+   // All messages were sent, so no copy is left.
    EXPECT_TRUE(orvtest::eventually([] {
       return orvtest::liveHandlers("test::WatchResponse") ==
              orvtest::liveHandlers("AdapterHandler<orvtest::Watch");

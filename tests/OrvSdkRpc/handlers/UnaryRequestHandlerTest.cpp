@@ -63,11 +63,12 @@ TEST(UnaryRequestHandler, anExceptionBecomesTheStatusOfTheCall) {
    }
    EXPECT_EQ(call(running, "error", "").error_message(), "");
    EXPECT_EQ(call(running, "no lock", "").error_code(), grpc::StatusCode::INTERNAL);
-   // The server goes on.
+   // The server still serves.
    EXPECT_TRUE(call(running, "", "").ok());
 }
 
-// A client takes no more than 8 KB of headers; it would see RESOURCE_EXHAUSTED in place of the status.
+// A client accepts at most 8 KB of headers; beyond that it would see RESOURCE_EXHAUSTED instead of the
+// status.
 TEST(UnaryRequestHandler, aLongTextDoesNotHideTheStatus) {
    RunningServer running{std::make_unique<ProbeService>()};
    for (const char* character : {"x", "%", "\xe2\x82\xac"}) {

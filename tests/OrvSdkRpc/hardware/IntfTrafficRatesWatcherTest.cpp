@@ -127,7 +127,7 @@ TEST_F(IntfTrafficRatesWatcherTest, aWriterThatIsAddedLaterIsFollowed) {
 TEST_F(IntfTrafficRatesWatcherTest, withoutTablesAWatchIsSilent) {
    const auto otherState = Pavo::makePtr<Tessel::EntityManager>();
    const auto otherShared = Pavo::makePtr<ZeltSharedMem::EntityManager>();
-   // Of another type than expected: as good as missing.
+   // An entity of an unexpected type counts as missing.
    const auto wrong = Pavo::makePtr<ZeltSharedMem::MountGroup>(otherShared);
    wrong->mount<Zelt::Dir>(std::string(Interface::lagCounterPath), Tessel::MountMode::write);
    watcher_.initialized_is(true);

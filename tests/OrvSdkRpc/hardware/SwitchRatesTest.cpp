@@ -48,7 +48,7 @@ protected:
          changed_.notify_all();
       });
    }
-   // Waits until the interface's rates are such.
+   // Waits until the interface's rates satisfy `such`.
    template <typename Such>
    void await(const std::string& intf, Such such) {
       std::unique_lock guard(mutex_);

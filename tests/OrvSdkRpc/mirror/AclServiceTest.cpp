@@ -54,7 +54,7 @@ MATCHER_P(withVlan, vlan, "") {
    return arg.vlan() == vlan;
 }
 
-// How often the SDK's lock became free. Ask while holding it.
+// How often the SDK's lock was released. Read it with the lock held.
 class LockReleases {
 public:
    LockReleases() {
@@ -84,7 +84,7 @@ protected:
       request.set_ack(ack);
       return {*stub_, &Stub::watch, request};
    }
-   // Serves a bulk of three items of which the second fails.
+   // Serves a bulk of three items; the second one fails.
    template <class Rq, class Rp>
    void expectBulkStopsAtTheSecond(grpc::Status (Stub::*rpc)(grpc::ClientContext*, const Rq&, Rp*),
                                    const Rq& bulk) {
@@ -197,9 +197,9 @@ TEST_F(AclServiceTest, aRuleIsSetByItsKind) {
 }
 
 TEST_F(AclServiceTest, aSetWithoutARuleAnswersOkAndChangesNothing) {
-   // The mock is strict.
+   // The mock is strict: no operation is called.
    ok(&Stub::acl_rule_set, withKey<remote::AclRuleSetRequest>());
-   // The key is not even looked at.
+   // The key is not even checked.
    remote::AclRuleSetRequest request;
    *request.mutable_key() = wireKey("web", static_cast<remote::AclType>(9));
    ok(&Stub::acl_rule_set, request);
@@ -282,7 +282,7 @@ TEST_F(AclServiceTest, aBulkOfRulesIsSetInOrderUnderOneLockUpToTheFirstFailure) 
       *bulk.add_requests() = ipRule("web", seq, 6);
    expectBulkStopsAtTheSecond(&Stub::bulk_acl_rule_set, bulk);
 
-   // An item that cannot be converted counts as a failing one, one without a rule as a good one.
+   // An item that cannot be converted counts as failed, an item without a rule as successful.
    bulk.Clear();
    *bulk.add_requests() = withKey<remote::AclRuleSetRequest>();
    *bulk.add_requests() = ipRule("web", 1, 256);
@@ -399,7 +399,7 @@ TEST_F(AclServiceTest, theSwitchIsWatchedWhileSomebodyListens) {
    }
    EXPECT_TRUE(orvtest::eventually([&] { return !sdkWatched(); }));
    EXPECT_EQ(watchers(), 0U);
-   // Reaches nobody.
+   // No stream receives this event.
    callBack([](orv::acl_handler& handler) { handler.on_acl_sync(); });
 }
 
@@ -415,7 +415,7 @@ TEST_F(AclServiceTest, everyWatcherHearsHowACommitEnded) {
    EXPECT_CALL(mgr_, acl_commit()).Times(2);
    ok(&Stub::acl_commit, remote::AclCommitRequest());
    callBack([](orv::acl_handler& handler) { handler.on_acl_sync(); });
-   // The failure of a commit that was answered with OK.
+   // A commit that was answered with OK fails later.
    ok(&Stub::acl_commit, remote::AclCommitRequest());
    callBack([](orv::acl_handler& handler) { handler.on_acl_sync_fail("web (ipv4)", "no room"); });
    for (WatchClient* client : {&first, &second}) {

@@ -44,7 +44,7 @@ protected:
    using Ping = std::future<remote::AgentPingResponse>;
 
    using MirrorFixture::MirrorFixture;
-   // Under the lock, as on the main loop: the service's task goes.
+   // The service's task is destroyed under the lock, as on the main loop.
    ~AgentServiceTest() override {
       running_.stop();
       const Zelt::ActivityLockAnchor lock;
@@ -67,7 +67,7 @@ protected:
       request.set_ack(ack);
       return {*stub_, &Stub::watch, request};
    }
-   // As the main loop tells every handler.
+   // Notifies every handler, as the main loop does.
    void changeOption(const std::string& name, const std::string& value) {
       orv::sdk_scoped_lock lock;
       mgr_.handlers().notify_every(
@@ -78,7 +78,7 @@ protected:
       const Zelt::ActivityLockAnchor lock;
       return service_->pingBacklog().pending().size();
    }
-   // A call on its way; not waited for by the caller.
+   // Starts a ping and does not wait for it.
    Ping pingOf(const std::string& payload) {
       remote::AgentPingRequest request;
       request.set_payload(payload);
@@ -89,7 +89,7 @@ protected:
          return response;
       });
    }
-   // One that waits for the main loop.
+   // Starts a ping and waits until it is queued for the main loop.
    Ping ping(const std::string& payload) {
       const std::size_t before = pingsWaiting();
       Ping answer = pingOf(payload);
@@ -116,13 +116,13 @@ protected:
       });
       return tags;
    }
-   // The main loop's turn.
+   // One turn of the main loop.
    static void mainLoop() {
       const auto& scheduler = Gorm::TaskSchedulerRoot::findOrCreateScheduler();
       const Zelt::ActivityLockAnchor lock;
       scheduler->runReady(Zelt::nanosPerSecond);
    }
-   // A turn of a loop whose lock somebody else has wanted for long.
+   // One turn of a main loop for whose lock another thread has waited long.
    static void busyMainLoop() {
       const auto& scheduler = Gorm::TaskSchedulerRoot::findOrCreateScheduler();
       Zelt::ActivityLock& lock = Zelt::activityLock();
@@ -216,7 +216,7 @@ TEST_F(AgentServiceTest, bulksOfStatusesStopAtTheFirstFailure) {
 }
 
 TEST_F(AgentServiceTest, aWatchShowsNothingUntilAnOptionChanges) {
-   // Nothing of the present options is read: the mock is strict.
+   // The mock is strict: no option is read.
    WatchClient client = watch(false);
    ASSERT_TRUE(orvtest::eventually([&] { return watchers() == 1; }));
    changeOption("colour", "red");
@@ -322,16 +322,15 @@ TEST_F(AgentServiceTest, aBusyLoopAnswersOnePingATurn) {
       EXPECT_TRUE(pending.get().responded());
 }
 
-// Tags are given as calls arrive, so a test that tells their order from that of the arrivals has to put the
-// calls under other tags.
+// Tags are assigned as calls arrive. To distinguish the two orders the test puts the calls under other tags.
 TEST_F(AgentServiceTest, pingsAreAnsweredInTheOrderOfTheirTagsAndNotOfTheirArrival) {
-   // A second handler for each RPC: two calls can be taken whose tags are known before.
+   // A second handler for each RPC, so that two calls can arrive whose tags are known in advance.
    service_->startHandlers();
    const std::vector<OpaqueId> tags = pingTags();
    ASSERT_EQ(tags.size(), 2U);
    auto& backlog = service_->pingBacklog();
    {
-      // The entry of the second tag is made first; the arrivals find both.
+      // The entry of the second tag is created first; the arriving calls find both entries.
       const Zelt::ActivityLockAnchor lock;
       backlog.get(tags[1]) = nullptr;
       backlog.get(tags[0]) = nullptr;
@@ -371,7 +370,7 @@ TEST_F(AgentServiceTest, aCancelledPingIsAnsweredToNobody) {
    EXPECT_EQ(pingsWaiting(), 1U);
    mainLoop();
    EXPECT_EQ(pingsWaiting(), 0U);
-   // But for the one that waits for the next call.
+   // Only the handler that waits for the next call is left.
    EXPECT_TRUE(orvtest::eventually([] { return orvtest::liveHandlers("PingHandler") == 1; }));
 }
 
@@ -385,7 +384,7 @@ TEST_F(AgentServiceTest, aServerThatStopsDoesNotWaitForThePingsOfABusyLoop) {
    ASSERT_TRUE(orvtest::eventually([&] { return pingsWaiting() == 1; }));
    running_.stop();
    EXPECT_FALSE(call.get().ok());
-   // The loop comes to it too late, and answers nothing.
+   // The main loop runs too late, and answers nothing.
    mainLoop();
    EXPECT_EQ(pingsWaiting(), 0U);
 }

@@ -19,7 +19,7 @@ using namespace orv::remote;
 using Intf = IntfMgrService::AsyncService;
 using Acl = AclMgrService::AsyncService;
 
-// Operations in the shape of the SDK's, which note their calls.
+// Operations with the SDK's signatures, which record their calls.
 struct Manager {
    [[nodiscard]] std::string description(const orv::intf_id_t& intf) const {
       return "of " + std::string(intf.name());

@@ -86,7 +86,7 @@ TEST_F(GroupCountersIteratorTest, aLongSearchIsLeftAndTakenUpAgain) {
    EXPECT_CALL(mgr_, programmed_nexthop_group_iter())
         .WillOnce(Return(iterOver<orv::programmed_nexthop_group_iter_t>(std::move(names))));
    GroupCountersIterator it(mgr_, NameRegex("b"));
-   // So many names are not looked at in a millisecond.
+   // A search through so many names takes more than a millisecond.
    ASSERT_TRUE(it.searching());
    EXPECT_FALSE(it);
    found(it);

@@ -42,7 +42,7 @@ Rq of(const std::string& intf) {
    return request;
 }
 
-// The service alone, over a watcher or none.
+// The service alone, with or without a watcher.
 class CounterServer : public orvtest::MirrorFixture<IntfCounterService, remote::IntfCounterMgrService,
                                                     orvtest::MockIntfCounterMgr> {
 public:
@@ -69,7 +69,7 @@ public:
       meetPump();
       return std::make_unique<Client>(*stub_, &Stub::intf_traffic_rates_stream, request);
    }
-   // A stream that has subscribed.
+   // Opens a stream and waits until it has subscribed.
    std::unique_ptr<Client> stream(const std::string& regex = "", bool first = false) {
       meetPump();
       const std::size_t before = watchers();
@@ -78,13 +78,13 @@ public:
       return client;
    }
 
-   // Keeps the pump busy while `call` runs, so that what is written then waits in the streams.
+   // Keeps the pump busy while `call` runs, so that what is published then stays in the streams.
    template <class Call>
    void withBusyPump(Call&& call) {
       std::promise<void> release;
       std::promise<void> busy;
       EXPECT_CALL(mgr_, counters(ethernet1)).WillOnce([&](const orv::intf_id_t&) {
-         // Without the lock, which the main loop needs.
+         // Releases the lock, which the main loop needs.
          const Zelt::UnlockAnchor unlocked(Zelt::activityLock());
          busy.set_value();
          release.get_future().wait();
@@ -113,12 +113,12 @@ protected:
       watcher_.onMountsComplete(state_, shared_);
    }
 
-   // A writer comes as on the main loop.
+   // Adds a writer as on the main loop.
    Pavo::Ptr<EthTable> writerIs(const std::string& name) {
       const orv::sdk_scoped_lock lock;
       return CounterTables::writerIs(name);
    }
-   // The tables are written as their writers do it, and the reactors run.
+   // Writes the tables as their writers do, and runs the reactors.
    template <class Write>
    static void write(Write&& rows) {
       {
@@ -131,7 +131,7 @@ protected:
       const orv::sdk_scoped_lock lock;
       return watcher_.watching();
    }
-   // The next batch, "Ethernet1 5" for five packets per second, by name.
+   // The next batch, sorted by name; "Ethernet1 5" is five packets per second.
    static std::vector<std::string> batch(Client& client) {
       std::vector<std::string> entries;
       const auto response = client.next();
@@ -243,7 +243,7 @@ TEST_F(IntfCounterServiceTest, aNameExpressionMatchesWholeNamesAndEachStreamHasI
    const auto lags = server_.stream("Lag.*");
    const auto everything = server_.stream();
    {
-      // One alarm each: the pump cannot come before all rows are told.
+      // The pump cannot run before all rows are reported, so each stream sets one alarm.
       const orv::sdk_scoped_lock lock;
       for (const char* name : {"Ethernet1", "Ethernet12", "Ethernet1/1", "aEthernet1"})
          table->rowIs(id(name), row(5));
@@ -259,7 +259,7 @@ TEST_F(IntfCounterServiceTest, aNameExpressionMatchesWholeNamesAndEachStreamHasI
    }
    std::sort(all.begin(), all.end());
    EXPECT_EQ(all, (Batch{"Ethernet1 5", "Ethernet1/1 5", "Ethernet12 5", "Lag1 6", "aEthernet1 5"}));
-   // And nothing of the others is behind.
+   // Nothing of the other interfaces follows.
    write([&] { table->rowIs(id("Ethernet1"), row(7)); });
    EXPECT_EQ(batch(*exact), Batch{"Ethernet1 7"});
 }
@@ -352,7 +352,7 @@ TEST_F(IntfCounterServiceTest, streamsComeAndGoWhileRatesAreTold) {
 }
 
 TEST_F(IntfCounterServiceTest, aBatchHasAThousandEntriesAtMost) {
-   // Names that the switch has made known, and others, which wait in another way.
+   // Names that the switch knows, and unknown ones, which are queued in another table.
    const auto nameOf = [](int i) { return fmt::format("{}{}", i % 3 == 0 ? "Unknown" : "Batch", i); };
    for (int i = 0; i < 1001; ++i) {
       if (i % 3 != 0) orv::host::intf_name_known(nameOf(i));
@@ -387,7 +387,7 @@ TEST_F(IntfCounterServiceTest, aSlowReaderGetsTheLatestValue) {
 TEST_F(IntfCounterServiceTest, aRateThatFellToZeroReplacesTheOneThatWaits) {
    const auto table = writerIs("a");
    for (const char* name : {"Fell1", "Fell2"}) {
-      // Once for a name that is not known and once for one that is.
+      // Once for an unknown name and once for a known one.
       if (name == std::string("Fell2")) orv::host::intf_name_known(name);
       ASSERT_TRUE(orvtest::eventually([&] { return server_.watchers() == 0; }));
       const auto client = server_.stream(name);
@@ -463,7 +463,7 @@ TEST(IntfCounterService, eachRpcHasOneHandlerThatWaits) {
    server.expectOneHandlerPerRpc();
 }
 
-// A toggle is read once per process, so each look at one has a process of its own.
+// A toggle is read once per process, so each look at it has a process of its own.
 int withTheToggleOff() {
    const orvtest::TempDir dir;
    std::ofstream(dir / "OrvSdkRpc.json") << R"({"OrvSdkRpcTrafficStream": false})";
@@ -476,7 +476,7 @@ int withTheToggleOff() {
          const grpc::Status status = client->finish();
          EXPECT_EQ(status.error_code(), grpc::StatusCode::UNIMPLEMENTED);
          EXPECT_EQ(status.error_message(), "This feature is not yet implemented");
-         // Too late: it was read.
+         // Too late: the toggle has been read.
          toggleDirectoryDel();
       }
       EXPECT_EQ(server.watchers(), 0U);

@@ -75,7 +75,7 @@ protected:
          return "to " + intf.to_string();
       });
    }
-   // A message in short: "Ethernet1 created oper=1 admin=1 text='x'", "ack".
+   // A message in short form: "Ethernet1 created oper=1 admin=1 text='x'", "ack".
    static std::string shown(const std::optional<remote::WatchIntfResponse>& response) {
       if (!response) return "end";
       if (response->ack()) return "ack";
@@ -184,7 +184,7 @@ TEST_F(IntfServiceTest, everyKindOfEventIsOneMessageAtOnce) {
       handler.on_intf_description(ethernet1, "");
       handler.on_intf_delete(ethernet1);
    });
-   // No turn of the main loop, and nothing is merged.
+   // This takes no turn of the main loop, and nothing is merged.
    for (const char* event :
         {"Ethernet1 created", "Ethernet1 oper=1", "Ethernet1 oper=2", "Ethernet1 admin=0",
          "Ethernet1 admin=1", "Ethernet1 text='uplink'", "Ethernet1 text=''", "Ethernet1 deleted"}) {
@@ -217,7 +217,7 @@ TEST_F(IntfServiceTest, aDumpLeavesOutAStatusThatTheWireDoesNotKnow) {
 }
 
 TEST_F(IntfServiceTest, withoutFieldsThereAreEventsButNoDump) {
-   // The mock is strict: the table is not looked at.
+   // The mock is strict: the table is not read.
    const orvtest::TraceCapture traces("intf/9");
    auto emptyControl = all();
    emptyControl.mutable_fields_control();
@@ -250,7 +250,7 @@ TEST_F(IntfServiceTest, theTableComesFirstThenTheAcknowledgementThenEvents) {
    EXPECT_EQ(shown(client->next()), "Ethernet1 oper=1 admin=1 text='to Ethernet1'");
    EXPECT_EQ(shown(client->next()), "Ethernet2 oper=1 admin=1 text='to Ethernet2'");
    EXPECT_EQ(shown(client->next()), "ack");
-   // Events are not reduced to the fields.
+   // The requested fields do not restrict events.
    callBack([](auto& handler) { handler.on_intf_create(ethernet3); });
    EXPECT_EQ(shown(client->next()), "Ethernet3 created");
    std::size_t ends = 0;
@@ -297,7 +297,7 @@ TEST_F(IntfServiceTest, aWatchOfOneInterfaceHearsNothingOfOthers) {
 TEST_F(IntfServiceTest, aDumpOfOneInterfaceGoesOnWithTheEventsThatAreWritten) {
    tableIs({ethernet1, ethernet2});
    const auto client = watch(one("Ethernet2", {1}));
-   // The first element was rejected, so nothing is written and the dump stands.
+   // The first element was rejected, so nothing is written and the dump pauses.
    oper(ethernet1, oper_status_t::down);
    oper(ethernet2, oper_status_t::down);
    EXPECT_EQ(shown(client->next()), "Ethernet2 oper=2");
@@ -369,7 +369,7 @@ TEST_F(IntfServiceTest, anErrorAtTheBeginningOfTheDumpIsTheStatusOfTheCall) {
    const auto second = open(all({1}));
    EXPECT_EQ(second->finish().error_code(), grpc::StatusCode::INTERNAL);
    meetPump();
-   // It is there, so the switch's word counts.
+   // The interface exists, so the switch's answer counts.
    EXPECT_CALL(mgr_, exists(ethernet1)).WillOnce(Return(true));
    const auto third = open(all({1}));
    const grpc::Status status = third->finish();

@@ -1,4 +1,4 @@
-// The expressions of clients mean what they mean to std::regex: random ones, tried on short texts.
+// Clients' expressions mean the same as in std::regex: random expressions, tried on short texts.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -28,7 +28,7 @@ public:
       if (one(12)) text += one(2) ? "^" : "";
       if (one(16)) text += (one(2) ? "(?=" : "(?!") + alternatives() + ")";
       text += alternatives();
-      // One in four is spoilt, so that refusals are compared too.
+      // One in four is made invalid, so that refusals are compared too.
       if (one(4)) spoil(text);
       return text;
    }
@@ -47,7 +47,7 @@ private:
       return std::string(from[below(size)]);
    }
 
-   // Few, so that texts match often.
+   // Few letters, so that texts match often.
    char letter() {
       static constexpr std::string_view letters("aaabbAB01_- \n\r.]}\0\x80\xff", 20);
       return letters[below(letters.size())];
@@ -133,8 +133,7 @@ std::string shown(std::string_view text) {
    return printable;
 }
 
-// Many repetitions in one another take the default matcher exponential time; the other one gives the same
-// answers.
+// Nested repetitions take the default matcher exponential time; the other matcher gives the same answers.
 std::regex::flag_type grammarFor(const std::string& expression) {
    const auto repetitions = std::count_if(expression.begin(), expression.end(), [](char c) {
       return std::string_view("*+?{").find(c) != std::string_view::npos;
@@ -170,7 +169,7 @@ TEST(NameRegexDifferential, randomExpressionsMeanWhatTheyMeanToStdRegex) {
       }
       if (refusal.starts_with("regular expression with a") ||
           refusal.starts_with("regular expression of more")) {
-         // A back-reference, a look-ahead or towers of repetitions: not served, well-formed or not.
+         // Back-references, look-aheads and deeply nested repetitions are not supported, well-formed or not.
          ++unserved;
          continue;
       }
@@ -187,7 +186,7 @@ TEST(NameRegexDifferential, randomExpressionsMeanWhatTheyMeanToStdRegex) {
          ASSERT_EQ(ours->matches(text), match) << shown(expression) << " on \"" << shown(text) << '"';
       }
    }
-   // The comparison was worth something.
+   // Enough expressions of each outcome were compared.
    EXPECT_GT(accepted, 8'000U);
    EXPECT_GT(refused, 1'000U);
    EXPECT_GT(matched, 5'000U);

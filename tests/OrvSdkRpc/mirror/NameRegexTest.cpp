@@ -18,7 +18,7 @@
 namespace OrvSdkRpc {
 namespace {
 
-// Empty where it is not refused.
+// The text of the refusal; empty when there was none.
 std::string refusal(const std::string& expression) {
    try {
       const NameRegex regex(expression);
@@ -109,10 +109,10 @@ TEST(NameRegex, takesALongListOfNames) {
    EXPECT_TRUE(regex.matches("Ether55"));
    EXPECT_FALSE(regex.matches("Ether5"));
    EXPECT_FALSE(regex.matches("Ether10|Ether11"));
-   // As many as there is room for.
+   // As many alternatives as there is room for.
    const NameRegex longest(repeated("Port123|", 511) + "Port124");
    EXPECT_TRUE(longest.matches("Port124"));
-   // With classes too.
+   // Alternatives with classes work too.
    EXPECT_TRUE(NameRegex(repeated("Et[0-9]+/[0-9]+|", 120) + "Lag1").matches("Et3/4"));
 }
 
@@ -136,7 +136,7 @@ TEST(NameRegex, refusesWhatIsTooLarge) {
    EXPECT_TRUE(NameRegex(longest).matches("b"));
    EXPECT_EQ(refusal(longest + "c"), "regular expression of 4097 bytes, expected at most 4096");
    EXPECT_NE(refusal(std::string(1 << 20, '(')), "");
-   // Small in characters, large for a machine of bytes: every second one.
+   // Short in characters, but large for an automaton over bytes: every second byte.
    std::string odd = "[";
    for (int c = 1; c < 256; c += 2)
       odd += std::string_view("-[]\\^").find(static_cast<char>(c)) == std::string_view::npos
@@ -145,7 +145,7 @@ TEST(NameRegex, refusesWhatIsTooLarge) {
    EXPECT_EQ(refusal(odd + "]{400}"), "regular expression that takes too much memory");
 }
 
-// Each at a bound: what takes std::regex or RE2 the longest to compile, or to match.
+// Expressions at the limits, which take std::regex or RE2 the longest to compile or to match.
 std::vector<std::string> hostileExpressions() {
    return {repeated("(", 200) + "a" + repeated("*)", 200) + "b",
            "(){1000}b",
@@ -166,7 +166,8 @@ std::vector<std::string> hostileExpressions() {
            std::string(NameRegex::depthMax, '(')};
 }
 
-// A bound that a busy machine keeps too; what is bounded would take minutes, or for ever.
+// The time limit holds on a busy machine too. Without the limits on expressions these would take minutes, or
+// never end.
 TEST(NameRegex, theWorstOfThemTakeLittleTime) {
    std::string name;
    for (int i = 0; i < 255; ++i)
@@ -178,14 +179,14 @@ TEST(NameRegex, theWorstOfThemTakeLittleTime) {
          for (int i = 0; i < 10; ++i)
             EXPECT_FALSE(regex.matches(name.substr(static_cast<std::size_t>(i)) + "-"));
       } catch (const std::invalid_argument&) {
-         // Refused in time is as good.
+         // A quick refusal is as good.
       }
       const double seconds = static_cast<double>(std::clock() - begin) / CLOCKS_PER_SEC;
       EXPECT_LT(seconds, 2.0) << expression.substr(0, 60);
    }
 }
 
-// A thread of the agent has 8 MiB.
+// The agent's threads have stacks of 8 MiB.
 TEST(NameRegex, theWorstOfThemFitTheStack) {
    const auto worst = [](void*) -> void* {
       const std::string name(255, 'a');
@@ -213,7 +214,7 @@ TEST(NameRegex, whatItKeepsIsBounded) {
       return info.uordblks + info.hblkhd;
    };
    if (used() == 0) GTEST_SKIP() << "this allocator keeps no account";
-   // A new state for nearly each character of the names.
+   // Nearly each character of the names adds a state.
    const NameRegex warm("a");
    EXPECT_TRUE(warm.matches("a"));
    const std::size_t before = used();

@@ -56,7 +56,7 @@ remote::NexthopGroupSetRequest set(const std::string& name, std::optional<std::u
    return request;
 }
 
-// The process's exception handler, while it lives.
+// Replaces the process's exception handler while it exists.
 class PanicCapture {
 public:
    PanicCapture() {
@@ -117,7 +117,7 @@ protected:
       EXPECT_CALL(mgr_, get_nexthop_group_programmed_hw_state).WillRepeatedly(Return(HwState::success));
       EXPECT_CALL(mgr_, counter_state).WillRepeatedly(Return(CounterState::failure));
    }
-   // A message in short: "a active=1 programmed version=7 group hw=1/2", "ack".
+   // A message in short form: "a active=1 programmed version=7 group hw=1/2", "ack".
    static std::string shown(const std::optional<remote::WatchNexthopGroupResponse>& response) {
       if (!response) return "end";
       if (response->ack()) return "ack";
@@ -209,7 +209,7 @@ TEST_F(NexthopGroupServiceTest, aVersionOutOfRangeIsReportedAsAPanicBeforeAnythi
    const PanicCapture panics;
    for (const std::uint32_t version : {0U, 65536U, 4294967295U})
       fails(&Stub::nexthop_group_set, set("g", version), grpc::StatusCode::OUT_OF_RANGE, words);
-   // The group is not even looked at.
+   // The group is not even checked.
    auto request = set("g", 0);
    request.mutable_nexthop_group()->set_source_ip("123");
    fails(&Stub::nexthop_group_set, request, grpc::StatusCode::OUT_OF_RANGE, words);
@@ -321,7 +321,7 @@ TEST_F(NexthopGroupServiceTest, countersOfAllGroupsByAnExpressionOrByName) {
 }
 
 TEST_F(NexthopGroupServiceTest, countersOfNothingAreNoMessages) {
-   // The mock is strict: nothing is asked.
+   // The mock is strict: the manager is not called.
    remote::NexthopGroupCountersRequest request;
    EXPECT_EQ(countedGroups(request), Names{});
    request.set_all(false);
@@ -332,7 +332,7 @@ TEST_F(NexthopGroupServiceTest, countersOfNothingAreNoMessages) {
    EXPECT_EQ(countedGroups(request), Names{});
 }
 
-// Groups without an end, none of which is ever looked for.
+// An endless list of groups, none of which was asked for.
 class EndlessIter final : public ProgrammedIter::impl_type {
 public:
    explicit EndlessIter(std::shared_ptr<const int> alive) : alive_(std::move(alive)) {}
@@ -353,7 +353,7 @@ class SearchTest : public NexthopGroupServiceTest {
 protected:
    using Client = orvtest::StreamClient<remote::NexthopGroupCountersResponse>;
 
-   // A list that searches, and has begun to.
+   // Opens a list call that has begun to search.
    std::unique_ptr<Client> search() {
       auto alive = std::make_shared<const int>();
       searching_ = alive;
@@ -389,7 +389,7 @@ TEST_F(SearchTest, aSearchEndsWithItsClient) {
    const auto begin = std::chrono::steady_clock::now();
    client->cancel();
    EXPECT_TRUE(orvtest::eventually([this] { return over(); }));
-   // gRPC's own look at sockets that nobody waits for comes every 10 seconds.
+   // gRPC itself checks sockets that no thread polls every 10 seconds.
    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(8));
 }
 
@@ -444,7 +444,7 @@ TEST_F(NexthopGroupServiceTest, aGroupWithoutValidCountersIsItsNameAlone) {
    remote::NexthopGroupCountersRequest request;
    request.set_all(true);
    EXPECT_EQ(countedGroups(request), Names{"g 0"});
-   // So is one that is not there.
+   // The same holds for a group that does not exist.
    EXPECT_CALL(mgr_, programmed_nexthop_group("absent")).WillOnce(Return(orv::nexthop_group_t()));
    request.set_name("absent");
    EXPECT_EQ(countedGroups(request), Names{"absent 0"});
@@ -511,7 +511,7 @@ TEST_F(NexthopGroupServiceTest, withoutASelectionOnlyWhatHasNoNameIsSent) {
 }
 
 TEST_F(NexthopGroupServiceTest, withoutFieldsThereAreEventsButNoDump) {
-   // The mock is strict: the table is not looked at.
+   // The mock is strict: the table is not read.
    const orvtest::TraceCapture traces("nexthop_group/9");
    auto emptyControl = all();
    emptyControl.mutable_fields_control();
@@ -556,7 +556,7 @@ TEST_F(NexthopGroupServiceTest, fieldsSelectWhatIsShownAndNothingElse) {
       EXPECT_EQ(shown(client->next()), expected);
       EXPECT_EQ(shown(client->next()), "ack");
    }
-   // Events are whole whatever the fields.
+   // Events are complete, whatever fields were requested.
    const auto client = open(all({3}));
    EXPECT_EQ(shown(client->next()), "a version=7");
    EXPECT_EQ(shown(client->next()), "ack");
@@ -569,7 +569,7 @@ TEST_F(NexthopGroupServiceTest, aDumpOfOneGroupGoesOnWithTheEventsThatAreWritten
    hardwareHas({"a", "b"});
    const auto client = watch(one("a", {1}));
    EXPECT_EQ(shown(client->next()), "a active=1");
-   // The element of b was rejected, so nothing is written and the dump stands.
+   // The element of b was rejected, so nothing is written and the dump pauses.
    activeIs("a", false);
    runLoop();
    EXPECT_EQ(shown(client->next()), "a active=0");

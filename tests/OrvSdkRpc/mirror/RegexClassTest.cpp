@@ -10,7 +10,7 @@
 namespace OrvSdkRpc {
 namespace {
 
-// The bytes that an expression matches alone, to std::regex.
+// The single bytes that an expression matches according to std::regex.
 CharacterSet bytesOf(const std::string& expression) {
    std::regex regex;
    regex.imbue(std::locale::classic());

@@ -1,4 +1,4 @@
-// Lists and streams that write over the response before: no element shows anything of another.
+// Lists and streams that overwrite the response before: no element shows anything of another.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -42,7 +42,7 @@ TEST_F(ReusedListTest, everyGroupOfAListIsItsOwn) {
    std::vector<orv::nexthop_group_t> groups;
    for (int i = 0; i < 8; ++i) {
       orv::nexthop_group_t group("group" + std::to_string(i), orv::nexthop_group_encap_t::mpls);
-      // Every other one with less than the one before.
+      // Every other group has fewer entries than the one before.
       for (int slot = 0; slot < (i % 2 == 0 ? 8 - i : 0); ++slot) {
          orv::nexthop_group_entry_t entry(orv::ip_addr_t("10.0.0.1"));
          entry.child_nexthop_group_is("child");
@@ -63,7 +63,7 @@ TEST_F(ReusedListTest, everyGroupOfAListIsItsOwn) {
       EXPECT_TRUE(client.finish().ok());
       ASSERT_EQ(listed.size(), groups.size());
       for (std::size_t i = 0; i < groups.size(); ++i) {
-         // To the SDK and back, since a map of the wire has no order.
+         // Compares as SDK values, since a map in a message has no order.
          EXPECT_EQ(types::convert(listed[i].nexthop_group()), groups[i]) << i;
          EXPECT_EQ(listed[i].nexthop_group().nexthops_size(), static_cast<int>(groups[i].nexthops().size()));
       }
@@ -96,7 +96,7 @@ protected:
       watcher_.onMountsComplete(state_, shared_);
    }
 
-   // One batch with these rows, whose rates are all the number.
+   // Publishes one batch with these rows; all rates of a row are its number.
    void write(const std::vector<std::pair<std::string, double>>& rows) {
       {
          const orv::sdk_scoped_lock lock;

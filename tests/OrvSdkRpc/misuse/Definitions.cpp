@@ -1,5 +1,6 @@
-// Definitions as their authors get them wrong. Without MISUSE this file compiles; with it each block must be
-// refused with the words of its "error:" line, a regular expression that check.cmake looks for.
+// Definitions as their authors get them wrong. Without MISUSE this file compiles; with it the compiler must
+// refuse each block with a message that matches the block's "error:" line. check.cmake reads these lines as
+// regular expressions.
 #include "OrvSdkRpc/handlers/BulkRequestHandler.h"
 #include "OrvSdkRpc/handlers/UnaryRequestHandler.h"
 #include "OrvSdkRpc/mirror/Forward.h"
@@ -20,7 +21,7 @@ public:
    SubscriptionController<OneWatch, orvtest::Watch>& foreign();
 };
 
-// A handler that is instantiated, but no member of it.
+// Instantiates a handler, but none of its members.
 template <template <class, class, class, class> class Handler, class Def, class Svc = OneWatch<Def>>
 constexpr bool made = sizeof(Handler<Def, typename MethodTraits<Def::method>::Request,
                                      typename MethodTraits<Def::method>::Response, Svc>) > 0;

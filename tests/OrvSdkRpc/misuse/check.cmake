@@ -1,6 +1,6 @@
 # cmake -DDATABASE=compile_commands.json -DSOURCE=file.cpp -P check.cmake
-# Compiles SOURCE with MISUSE defined, by the command that the build compiles it with, and expects every "error:" of the
-# source among the compiler's words.
+# Compiles SOURCE with MISUSE defined, by the build's own compile command, and expects the compiler to report every
+# "error:" of the source.
 get_filename_component(name "${SOURCE}" NAME)
 file(STRINGS "${DATABASE}" command REGEX "\"command\": .*-c ${SOURCE}\"")
 if(command STREQUAL "")
@@ -14,7 +14,7 @@ list(REMOVE_AT command ${output})
 list(REMOVE_AT command ${output})
 set(marks "// error: ")
 if(command MATCHES "clang")
-  # All of them, and not the first twenty.
+  # Reports all errors, not only the first twenty.
   list(APPEND command -ferror-limit=0)
 else()
   set(marks "// error( gcc)?: ")

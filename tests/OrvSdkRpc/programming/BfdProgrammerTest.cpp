@@ -251,7 +251,7 @@ TEST_F(InitializedBfdProgrammerTest, aResyncKeepsWhatWasReplayedAndTellsItInOneB
    EXPECT_EQ(traces.count(fmt::format("key={} status={}", keyOf(1), Status::up)), 1U);
 }
 
-// A stream's client that is not told of a session takes it for removed.
+// A stream's client assumes that a session that is not reported was removed.
 TEST_F(InitializedBfdProgrammerTest, whatAResyncPurgedIsFinalBeforeTheRestIsTold) {
    struct Backend final : orv::host::lock_backend {
       explicit Backend(std::function<void()> call) : onSettle(std::move(call)) {
@@ -360,7 +360,7 @@ TEST_F(InitializedBfdProgrammerTest, ofSeveralRttReportsTheLatestIsSent) {
    EXPECT_EQ(rtt.snapshot_min_rtt(), 4U);
    EXPECT_EQ(rtt.snapshot_avg_rtt(), 5U);
    EXPECT_EQ(rtt.snapshot_max_rtt(), 6U);
-   // What waits for a session goes with it.
+   // What waits for a session is removed with it.
    report(1, 102);
    Request request = session(1);
    request.set_delete_(true);

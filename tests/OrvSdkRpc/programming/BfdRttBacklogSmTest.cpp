@@ -15,7 +15,7 @@ namespace {
 
 class BfdRttBacklogSmTest : public testing::Test {
 protected:
-   // Time enough, whatever else the machine does.
+   // The quantum is long enough, whatever else the machine does.
    BfdRttBacklogSmTest() { task_->quantumIs(std::int64_t{60'000'000'000}); }
    ~BfdRttBacklogSmTest() override { task_->retire(); }
 
@@ -34,7 +34,7 @@ protected:
       while (scheduler_->hasReady())
          scheduler_->runReady();
    }
-   // All that was sent, by the last byte of the next hop; each of the messages has `items`.
+   // Everything that was sent, by the last byte of the nexthop; each message has `items` items.
    std::map<int, std::uint32_t> sent(int items) {
       std::map<int, std::uint32_t> rtts;
       for (const auto& message : updates_.rtt) {
@@ -70,7 +70,7 @@ TEST_F(BfdRttBacklogSmTest, oneRunIsOneMessageOfTheLatestReports) {
 }
 
 TEST_F(BfdRttBacklogSmTest, whatDoesNotFitTheQuantumGoesInLaterRuns) {
-   // Over at once: a run sends the one that it must.
+   // The quantum ends at once: a run sends only the one message that it must.
    task_->quantumIs(1);
    for (int last = 1; last <= 5; ++last)
       report(last, static_cast<std::uint32_t>(10 * last));

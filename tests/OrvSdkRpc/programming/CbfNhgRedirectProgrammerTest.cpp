@@ -1,4 +1,4 @@
-// Redirects that the switch holds already, as they are read back.
+// Reads back redirects that the switch already holds.
 #include "CbfRedirectSwitch.h"
 
 namespace OrvSdkRpc {
@@ -19,7 +19,7 @@ TEST_F(CbfNhgRedirectProgrammerTest, aNameWithoutAPolicyMapIsKeptAndFalse) {
    EXPECT_CALL(host_.agentMgr, status("OrvSdkRpc-cbfNexthopGroupRedirectPolicyMapName"));
    EXPECT_CALL(host_.agentMgr, status_set("OrvSdkRpc-cbfNexthopGroupRedirectPolicyMapName", "other"));
    EXPECT_FALSE(contract_.cbf.cbrPolicyMapNameIs("other"));
-   // The same name again asks nobody.
+   // The same name again calls no manager.
    EXPECT_TRUE(contract_.cbf.cbrPolicyMapNameIs("other"));
 }
 

@@ -1,5 +1,5 @@
-// Redirects over a switch that holds something else than what is wanted: left by a process that was killed,
-// by a call that was refused, under another name.
+// Redirects over a switch whose contents differ from what is wanted: left by a killed process or a refused
+// call, or stored under another name.
 #include "CbfRedirectSwitch.h"
 #include "orv/error.h"
 
@@ -10,7 +10,7 @@ using testing::_;
 using testing::DoDefault;
 using testing::Throw;
 
-// The redirect of a to b was {1, 2, 3} and {4, 5}.
+// Lists that are left of a redirect of a to b with {1, 2, 3} and {4, 5}.
 class LeftLists : public CbfRedirectTest {
 protected:
    void writeLists() {
@@ -56,7 +56,7 @@ TEST_F(NamedCbfRedirectTest, anAddThatIsRefusedWithinAListIsMadeGoodByTheNextOne
         .WillOnce(Throw(orv::error("no room")))
         .WillRepeatedly(DoDefault());
    EXPECT_EQ(status(message("a", "b", {7, 8})), pb::RPC_STATUS_ERROR);
-   // Another one's commit puts half of it in force.
+   // The commit of another redirect puts half of it in force.
    EXPECT_EQ(status(message("c", "d", {1})), pb::RPC_STATUS_OK);
    EXPECT_EQ(status(message("a", "b", {1})), pb::RPC_STATUS_OK);
    EXPECT_EQ(priorities(v4("a-b")), (std::vector<int>{1}));
@@ -97,7 +97,7 @@ TEST_F(CbfRedirectTest, oneThatIsReadBackUnderOtherNamesIsLeftAloneUntilItChange
    EXPECT_EQ(status(message("a", "b", {1})), pb::RPC_STATUS_OK);
    EXPECT_EQ(policyMap_, before);
    EXPECT_FALSE(pending_.contains(v4("a-b")));
-   // A change leads the rule to the lists that it writes.
+   // A change points the rule at the lists that it writes.
    EXPECT_EQ(status(message("a", "b", {2})), pb::RPC_STATUS_OK);
    EXPECT_EQ(policyMap_.rules(),
              (std::map<std::uint32_t, orv::policy_map_rule_t>{{5, ruleTo("a-b", {"b"})}}));
@@ -134,7 +134,7 @@ TEST_F(NamedCbfRedirectTest, aBulkThatIsNotCommittedRefusesItsAddsAndNoRemoval) 
    EXPECT_EQ(response.statuses(4).status(), pb::RPC_STATUS_NOT_FOUND);
    EXPECT_EQ(response.statuses(5).status(), pb::RPC_STATUS_ERROR);
    EXPECT_EQ(response.statuses(6).status(), pb::RPC_STATUS_OK);
-   // Sent once more, alone, it is committed and pushed.
+   // Sent again, on its own, it is committed and pushed.
    EXPECT_EQ(status(message("new", "b", {2})), pb::RPC_STATUS_OK);
    EXPECT_EQ(priorities(v4("new-b")), (std::vector<int>{2}));
    EXPECT_EQ(policyMap_.rules().size(), 4U);

@@ -124,7 +124,7 @@ protected:
       const auto i = contract_.cbf.redirects().find({match, to});
       return i == contract_.cbf.redirects().end() ? nullptr : &i->second;
    }
-   // The rule at 5 is bad: nothing is known of it, and its class map and lists go.
+   // The rule at 5 is bad: the programmer does not know it, and removes its class map and lists.
    void expectBad(const std::string& words) {
       orvtest::TraceCapture traces("OrvSdkRpc/0");
       EXPECT_CALL(host_.policyMapMgr, policy_map_is(testing::_)).Times(0);
@@ -203,7 +203,7 @@ protected:
       }
       return values;
    }
-   // For a test that expects the calls for one list.
+   // Allows all other calls, for a test that expects the calls for one list.
    void anyOtherRule() {
       EXPECT_CALL(host_.aclMgr, acl_rule_set(testing::_, testing::_,
                                              testing::Matcher<const orv::acl_rule_ip_t&>(testing::_)))
@@ -222,7 +222,7 @@ protected:
    }
 };
 
-// One that has told the policy map's name.
+// The policy map's name is set.
 class NamedCbfRedirectTest : public CbfRedirectTest {
 protected:
    NamedCbfRedirectTest() { contract_.init(0, "map"); }

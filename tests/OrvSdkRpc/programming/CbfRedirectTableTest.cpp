@@ -15,7 +15,7 @@ DscpValues dscps(std::vector<std::uint8_t> values) {
 
 class CbfRedirectTableTest : public testing::Test {
 protected:
-   // A new one whose layers are written.
+   // A new redirect whose layers are written.
    CbfRedirectTable::Redirect& written(const char* match) {
       auto& redirect = table_.enter({match, "to"}, 3, dscps({1}), dscps({2}), Layer::written);
       table_.ruleWritten(redirect);
@@ -61,7 +61,7 @@ TEST_F(CbfRedirectTableTest, aLayerIsInForceOnceItIsCommittedAndNotBefore) {
    EXPECT_FALSE(a.second.inForce());
    table_.listsCommitted();
    EXPECT_TRUE(a.second.inForce());
-   // What was never written is not committed along.
+   // A layer that was never written is not committed with the others.
    EXPECT_EQ(layers(b), std::pair(Layer::committed, Layer::unsure));
    table_.ruleWritten(b);
    table_.ruleCommitted();
@@ -74,7 +74,7 @@ TEST_F(CbfRedirectTableTest, otherValuesMakeTheListsUnsureAndTheSameOnesNothing)
    EXPECT_TRUE(a.second.inForce());
    table_.change(a, dscps({1, 9}), dscps({2}));
    EXPECT_EQ(layers(a), std::pair(Layer::unsure, Layer::committed));
-   // A commit between the change and its writing is none of it.
+   // A commit between a change and its writing does not commit the change.
    table_.listsCommitted();
    EXPECT_EQ(layers(a), std::pair(Layer::unsure, Layer::committed));
    table_.listsWritten(a);
@@ -129,7 +129,7 @@ TEST_F(CbfRedirectTableTest, whatIsDueGoesUnlessItIsWantedAgain) {
    EXPECT_EQ(table_.find({"b", "to"}), nullptr);
    EXPECT_TRUE(table_.due().empty());
    EXPECT_EQ(table_.eraseDue(), 0U);
-   // The one that went was waiting for a commit.
+   // The redirect that was erased was waiting for a commit.
    table_.listsCommitted();
    EXPECT_TRUE(a.second.inForce());
    EXPECT_EQ(table_.lastSequence(), 2U);

@@ -53,7 +53,7 @@ TEST_F(CbfRedirectTest, whatIsMissingIsRefusedInOrderAndNothingIsChanged) {
    EXPECT_EQ(refusal(message("a", "b", {63, 64, 65}, {70})),
              "Error: match_ipv4_dscp contain invalid DSCP value 64");
    EXPECT_EQ(refusal(message("a", "b", {63}, {70})), "Error: match_ipv6_dscp contain invalid DSCP value 70");
-   // A delete names both groups, too.
+   // A delete must name both groups too.
    Request request = removal("a", "");
    EXPECT_EQ(process(request).debug_string(), "Error: redirect_nexthop_group_name required");
 }
@@ -219,7 +219,7 @@ TEST_F(NamedCbfRedirectTest, aRemovalWaitsAndThenTakesEverythingInOnePush) {
    EXPECT_EQ(traces.count("Removed map seq 1 matchNhg a redirectNhg b"), 1U);
    EXPECT_EQ(traces.count("Removed 2 sequences from map"), 1U);
    testing::Mock::VerifyAndClearExpectations(&host_.aclMgr);
-   // Sequences are not used again.
+   // Sequences are not reused.
    EXPECT_EQ(status(message("a", "b", {1})), pb::RPC_STATUS_OK);
    EXPECT_EQ(find("a", "b")->sequence, 4U);
    EXPECT_EQ(find("c", "d"), nullptr);
@@ -250,7 +250,8 @@ TEST_F(NamedCbfRedirectTest, aRemovalThatIsRefusedIsTriedAgainAsAWhole) {
    EXPECT_EQ(contract_.cbf.processRemove(), 0U);
    EXPECT_EQ(traces.texts(), std::vector<std::string>{"Error: exception disk full"});
    EXPECT_EQ(contract_.cbf.redirects().size(), 2U);
-   // One that is added again meanwhile has lost layers, and gets them all back at its place.
+   // A redirect that is added again meanwhile has lost layers; all of them are restored, at the same
+   // sequence.
    EXPECT_EQ(status(message("c", "d", {2})), pb::RPC_STATUS_OK);
    EXPECT_EQ(priorities(v4("c-d")), (std::vector<int>{2}));
    EXPECT_TRUE(classMaps_.contains(classKey("c-d")));
@@ -274,7 +275,7 @@ TEST_F(NamedCbfRedirectTest, anAddThatWasRefusedIsMadeGoodByTheNextOne) {
    EXPECT_EQ(status(message("a", "b", {1})), pb::RPC_STATUS_OK);
    EXPECT_EQ(policyMap_.rules(),
              (std::map<std::uint32_t, orv::policy_map_rule_t>{{1, ruleTo("a-b", {"b"})}}));
-   // Other values are refused: those of before are then no repetition.
+   // A change to other values is refused, so sending the old values is not a repetition.
    EXPECT_CALL(host_.aclMgr, acl_commit())
         .WillOnce(testing::Throw(orv::error("disk full")))
         .WillRepeatedly(testing::DoDefault());

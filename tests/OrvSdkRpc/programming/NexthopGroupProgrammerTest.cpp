@@ -44,7 +44,7 @@ protected:
       groups_.processNexthopGroupRequest(request, response);
       return response;
    }
-   // Processes an add and answers what reached the SDK.
+   // Processes an add. RETURNS: what reached the SDK.
    orv::nexthop_group_t set(const pb::nexthop_group_msg& request) {
       orv::nexthop_group_t written;
       EXPECT_CALL(mgr_, nexthop_group_set(_)).WillOnce(testing::SaveArg<0>(&written));
@@ -186,13 +186,13 @@ TEST_F(InitializedNexthopGroupProgrammerTest, aWeightOfManyRoundsEndsWhereItsLas
 
 TEST_F(InitializedNexthopGroupProgrammerTest, manyHeavyNexthopsCostNoMoreThanOneRound) {
    auto request = groupNamed("g");
-   // Over 10 to the 13 slots: finishes only because one round is written.
+   // More than 10^13 slots: this finishes only because one round is written.
    for (int i = 0; i < 5000; ++i)
       addNexthop(request, 1, {}, 4294967295U);
    addNexthop(request, 2, {}, 32768);
    const auto group = set(request);
    EXPECT_EQ(group.nexthops().size(), 65536U);
-   // 5000 weights of one less than whole rounds end 5000 slots before slot 0.
+   // 5000 weights, each one less than whole rounds, end 5000 slots before slot 0.
    EXPECT_EQ(group.nexthops().find(65536 - 5000)->nexthop(), orv::ip_addr_t("192.0.2.2"));
    EXPECT_EQ(group.nexthops().find(32768 - 5001)->nexthop(), orv::ip_addr_t("192.0.2.2"));
    EXPECT_EQ(group.nexthops().find(32768 - 5000)->nexthop(), orv::ip_addr_t("192.0.2.1"));
@@ -274,7 +274,7 @@ TEST_F(InitializedNexthopGroupProgrammerTest, anErrorLeavesTheSdkAsItWas) {
    EXPECT_TRUE(response.debug_string().starts_with("Error: request nexthops {"));
    EXPECT_TRUE(
         response.debug_string().ends_with("exception bytes length 3 does not match IPv4(4) or IPv6(16)"));
-   // Of a long request the reply leaves out the middle, not the reason.
+   // For a long request the reply leaves out the middle, not the reason.
    for (int i = 0; i < 1000; ++i)
       *request.add_nexthops() = request.nexthops(0);
    response = process(request);
@@ -345,7 +345,7 @@ TEST_F(InitializedNexthopGroupProgrammerTest, theLockSpansOneItem) {
    EXPECT_EQ(lock.released(), 4);
 }
 
-// The toggle is read once per process, so the look at it has a process of its own.
+// The toggle is read once per process, so this runs in a process of its own.
 int withBackupsOff() {
    const orvtest::TempDir dir;
    std::ofstream(dir / "NexthopGroup.json") << R"({"NHGBackupNexthops": false})";
@@ -356,7 +356,7 @@ int withBackupsOff() {
    auto request = groupNamed("g");
    addNexthop(request, 1, {});
    *request.add_backup_nexthops() = request.nexthops(0);
-   // Not looked at, so not refused either.
+   // Backups are ignored, so this one is not refused either.
    request.mutable_backup_nexthops(0)->mutable_address()->set_address("xyz");
    orv::nexthop_group_t written;
    ON_CALL(contract.host.nexthopGroupMgr, nexthop_group_set(_)).WillByDefault(testing::SaveArg<0>(&written));
@@ -366,7 +366,7 @@ int withBackupsOff() {
       EXPECT_EQ(response.status(), pb::RPC_STATUS_OK);
       EXPECT_EQ(written.nexthops().size(), 1U);
       EXPECT_TRUE(written.backup_nexthops().empty());
-      // Too late: it was read.
+      // Too late: the toggle has been read.
       toggleDirectoryDel();
    }
    return testing::Test::HasFailure() ? 1 : 0;

@@ -37,7 +37,7 @@ class OrvSdkRpcServiceTest : public testing::Test {
 protected:
    using Stub = pb::orvsdk_service::Stub;
 
-   // The mocks' behaviour is set before: the pump reads it without a lock.
+   // Set the mocks' behaviour before this call: the pump reads it without a lock.
    void start() {
       running_ = std::make_unique<orvtest::RunningServer>(orvtest::programmingService(host_));
       stub_ = running_->stub<pb::orvsdk_service>();
@@ -68,7 +68,7 @@ protected:
    std::unique_ptr<Stub> stub_;
 };
 
-// A watch through the callback interface, so that one thread may hold hundreds.
+// A watch through the callback API, so that one thread can hold hundreds.
 template <class Message>
 class HeldStream final : public grpc::ClientReadReactor<Message> {
 public:
@@ -307,14 +307,14 @@ TEST_F(OrvSdkRpcServiceTest, stopUnderLoadIsPromptAndLeavesNothing) {
    const auto request = ipRoute(1, "g");
    std::chrono::steady_clock::time_point begin;
    {
-      // The thread that stops a server holds the SDK's lock, and the pump waits for it in a call.
+      // The thread that stops the server holds the SDK's lock, for which the pump waits in a call.
       orv::sdk_scoped_lock lock;
       for (std::size_t i = 0; i < count; ++i) {
          calls.push_back(std::make_unique<Call>());
          stubs[i % stubs.size()]->async()->ip_route(&calls.back()->context, &request, &calls.back()->response,
                                                     [&](const grpc::Status&) { ++ended; });
       }
-      // One call has reached its handler, so its successor is there.
+      // One call has reached its handler, since the handler for the next call exists.
       ASSERT_TRUE(eventually([] { return liveHandlers("ip_route_msg") == 2; }));
       begin = std::chrono::steady_clock::now();
       running_->server().stop();

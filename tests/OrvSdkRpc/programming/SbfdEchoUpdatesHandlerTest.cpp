@@ -25,7 +25,7 @@ using Message = pb::watch_sbfd_echo_session_status_msg;
 
 constexpr const char* handlerType = "SbfdEchoUpdatesHandler";
 
-// The streams of a real server; the test is the SDK's thread.
+// The streams of a real server; the test acts as the SDK's thread.
 class SbfdEchoUpdatesTest : public testing::Test {
 protected:
    struct Stream {
@@ -50,12 +50,12 @@ protected:
       std::unique_ptr<grpc::ClientReader<Message>> reader;
    };
 
-   // Waits until the stream is among the receivers.
+   // Opens a stream and waits until it receives updates.
    std::unique_ptr<Stream> open(bool initial = false) {
       const std::uint64_t before = liveHandlers(handlerType);
       auto stream = std::make_unique<Stream>(*stub_, initial);
       EXPECT_TRUE(eventually([&] { return liveHandlers(handlerType) > before; }));
-      // The pump has opened it once it answers something else.
+      // Once the pump answers another call, it has opened the stream.
       grpc::ClientContext context;
       pb::rpc_server_state_status_msg state;
       EXPECT_TRUE(stub_->get_rpc_server_state(&context, state, &state).ok());
@@ -81,7 +81,7 @@ protected:
       EXPECT_TRUE(eventually([] { return liveHandlers(handlerType) == 1; }));
    }
 
-   // Runs `meanwhile` while the pump stands in a call: no write completes.
+   // Runs `meanwhile` while the pump is blocked in a call: no write completes.
    template <class Meanwhile>
    void whileThePumpIsBusy(Meanwhile&& meanwhile) {
       std::thread call([this] {
@@ -100,7 +100,7 @@ protected:
    std::latch inside_{1};
    std::latch leave_{1};
    orvtest::AgentHost host_;
-   // Before the server runs, whose pump reads the mock's behaviour without a lock.
+   // Runs before the server starts, whose pump reads the mock's behaviour without a lock.
    const bool prepared_ = [this] {
       ON_CALL(host_.agentMgr, status(testing::_)).WillByDefault([this](const std::string&) {
          inside_.count_down();
@@ -138,7 +138,7 @@ TEST_F(SbfdEchoUpdatesTest, everyStreamGetsEveryUpdateInOrder) {
 TEST_F(SbfdEchoUpdatesTest, anAliveUpdateOvertakesTheRttUpdatesThatWait) {
    const auto stream = open();
    whileThePumpIsBusy([&] {
-      // In flight, since nobody is there to see it completed.
+      // This write stays in flight, since the pump does not see it complete.
       alive(1);
       for (int i = 10; i < 20; ++i)
          rtt(i);
@@ -169,7 +169,7 @@ TEST_F(SbfdEchoUpdatesTest, aReaderThatNeverReadsDoesNotDisturbTheOthers) {
       rtt(i);
       EXPECT_EQ(reader->read(), "rtt " + std::to_string(i));
    }
-   // What it did not read is there.
+   // What this client did not read is still there.
    EXPECT_EQ(deaf->read(), "alive 0");
    EXPECT_EQ(deaf->read(), "rtt 1");
 }

@@ -52,8 +52,8 @@ int statusOfRound(std::uint32_t round) {
    return round % 2 == 1 ? 1 : 3;
 }
 
-// A stream on a connection of its own, open from the constructor on, whose client takes nothing ahead of its
-// reader but what a first window holds. It ends by itself when the test takes far too long.
+// A stream on a connection of its own, open once it is constructed. Its client receives nothing ahead of its
+// reads but what the initial window holds. The stream ends by itself when the test takes far too long.
 class Stream {
 public:
    explicit Stream(const orvtest::RunningServer& server) {
@@ -81,7 +81,7 @@ private:
    std::unique_ptr<grpc::ClientReader<Message>> reader_;
 };
 
-// What a reader has been told of each session, checked as it comes.
+// What a reader has received for each session, checked on arrival.
 class Told {
 public:
    bool complete(std::uint32_t rounds) const {
@@ -114,7 +114,7 @@ private:
    std::uint64_t latest_ = 0;
 };
 
-// The streams of a real server; the test is the SDK's thread.
+// The streams of a real server; the test acts as the SDK's thread.
 class SbfdStormTest : public testing::Test {
 protected:
    SbfdStormTest() {
@@ -144,7 +144,7 @@ protected:
       while (scheduler.hasReady())
          scheduler.runReady();
    }
-   // All sessions change their status and report a round-trip time, which is the round's number.
+   // All sessions change their status and report the round's number as their round-trip time.
    void storm(std::uint32_t round) {
       {
          const orv::sdk_scoped_lock lock;
@@ -160,7 +160,7 @@ protected:
       }
       runTasks();
    }
-   // More than a connection holds, so that the write of it ends when somebody reads.
+   // Larger than what a connection holds, so that its write completes only when the client reads.
    static Message tooLarge() {
       Message update;
       update.add_bulk()->mutable_key()->set_nexthop_intf(std::string(std::size_t{3} << 20, 'x'));
@@ -204,8 +204,8 @@ TEST_F(SbfdStormTest, readersMissNothingBesideOneThatNeverReads) {
    EXPECT_TRUE(toldFirst.complete(rounds));
    EXPECT_TRUE(toldSecond.complete(rounds));
 
-   // All of it waits for the one that did not read: behind what was on its way the alive updates of every
-   // round, and behind those the round-trip times, though they were told in turn.
+   // Everything waits for the stream that was not read. Behind the update in flight come the alive updates of
+   // every round, then the round-trip times, though both were reported in turn.
    Told toldLate;
    Message message;
    ASSERT_TRUE(deaf.read(message));
@@ -236,7 +236,7 @@ TEST_F(SbfdStormTest, whatAReaderThatNeverReadsCosts) {
    {
       Stream deaf(running_);
       service_->sendSbfdAliveUpdate(tooLarge());
-      // The first has paid for what stays with the programmer.
+      // This round allocates what stays with the programmer.
       storm(2);
       const auto before = used();
       for (std::uint32_t round = 3; round < 3 + rounds; ++round)
@@ -246,11 +246,11 @@ TEST_F(SbfdStormTest, whatAReaderThatNeverReadsCosts) {
    const double perUpdate = static_cast<double>(held) / (2.0 * rounds * sessionCount);
    RecordProperty("bytes_per_update", std::to_string(perUpdate));
    std::printf("an update that waits takes %.0f bytes\n", perUpdate);
-   // An alive or an RTT update of one session, with its key, takes about 600 bytes; what the transport
-   // allocates meanwhile is counted with it.
+   // An alive or an RTT update of one session, with its key, takes about 600 bytes. That includes what the
+   // transport allocates meanwhile.
    EXPECT_GT(perUpdate, 100);
    EXPECT_LT(perUpdate, 800);
-   // Its memory goes with the stream.
+   // The stream's memory is freed with it.
    ASSERT_TRUE(eventually([] { return liveHandlers(handlerType) == 1; }));
    EXPECT_LT(used(), unwatched + held / 10);
 }

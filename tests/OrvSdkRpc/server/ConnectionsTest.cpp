@@ -127,7 +127,7 @@ TEST(Connections, ofOnePortTheHostDecides) {
    shutDownConnections({"127.0.0.1:" + port});
    EXPECT_FALSE(mine.connected());
    EXPECT_TRUE(other.connected());
-   // A name may be any host.
+   // A host name may stand for any host.
    shutDownConnections({"somewhere:" + port});
    EXPECT_FALSE(other.connected());
 }
@@ -157,8 +157,7 @@ class LockedFile {
 public:
    explicit LockedFile(const std::string& path)
         : fd_(open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600)),
-          // Open before the lock is taken and until it is not needed any more: closing it would drop the
-          // lock.
+          // Opened before the lock is taken and closed only at the end: closing it would drop the lock.
           observer_(open(path.c_str(), O_RDWR | O_CLOEXEC)) {
       struct flock lock = whole();
       EXPECT_EQ(fcntl(fd_, F_SETLK, &lock), 0);
@@ -170,7 +169,7 @@ public:
    LockedFile(const LockedFile&) = delete;
    LockedFile& operator=(const LockedFile&) = delete;
 
-   // A lock of an open file description conflicts with one of a process, its own process too.
+   // The lock of an open file description conflicts with the lock of a process, even of its own process.
    [[nodiscard]] bool locked() const {
       struct flock lock = whole();
       EXPECT_EQ(fcntl(observer_, F_OFD_GETLK, &lock), 0);
@@ -201,7 +200,7 @@ TEST(Connections, nothingElseOfTheProcessIsTouched) {
    EXPECT_TRUE(pair.connected());
 }
 
-// A descriptor's number may pass from a connection to another socket at any moment.
+// The descriptor number of a connection may pass to another socket at any moment.
 TEST(Connections, aSocketThatTakesTheNumberOfAConnectionStaysConnected) {
    const orvtest::TempDir dir;
    std::atomic<bool> over{false};
@@ -233,7 +232,7 @@ TEST(Connections, aServerThatHangsUpAtItsEndLeavesTheRestOfTheProcess) {
       const std::string path = running.address().substr(std::string("unix://").size());
       const orvtest::RawCall call(path, "/OrvSdkRpc.test.ProbeService/watch");
       ASSERT_TRUE(orvtest::eventually([&] { return probe.watchers() == 1; }));
-      // More than a socket takes, so that the server can only end by hanging up.
+      // More than a socket buffers, so that the server can end the call only by closing the connection.
       probe.publish(std::string(std::size_t{16} << 20, 'x'));
       running.stop();
    }

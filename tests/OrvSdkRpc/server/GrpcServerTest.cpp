@@ -69,7 +69,7 @@ TEST(GrpcServer, servesOneCallAtATimeAndTheNextOneWaits) {
    };
    std::thread first([&] { call("first"); });
    inside.wait();
-   // Beside the handler in its operation there is one for each RPC already, the successor among them.
+   // Besides the handler in its operation there is one for each RPC, its successor included.
    EXPECT_EQ(server.server().tags().size(), 6U);
    std::thread second([&] { call("second"); });
    // The SDK's lock alone would hold up the second one; this one needs no lock.
@@ -161,12 +161,12 @@ TEST(GrpcServer, aCallThatComesAfterTheStopIsEndedByGrpc) {
    std::thread first([&] {
       grpc::ClientContext context;
       test::ProbeResponse response;
-      // Cancelled by the stop, or answered just before: it raced with the other's end.
+      // Either outcome is possible: the call may be answered just before the stop cancels it.
       static_cast<void>(stub->probe(&context, test::ProbeRequest(), &response));
    });
    inside.wait();
    running.server().stop();
-   // The pump stands in the first call, so what comes now can only be answered by gRPC.
+   // The pump is blocked in the first call, so only gRPC can answer this one.
    grpc::ClientContext context;
    test::ProbeResponse response;
    const grpc::Status status = stub->probe(&context, test::ProbeRequest(), &response);

@@ -39,7 +39,7 @@ protected:
       EXPECT_TRUE(eventually([&] { return service_->watchers() == watchers; }));
       return watch;
    }
-   // The one handler that waits for the next call is left.
+   // Only the handler that waits for the next call is left.
    void expectAllFreed() {
       EXPECT_TRUE(eventually([] { return liveHandlers(watchType) == 1; }));
       EXPECT_TRUE(eventually([&] { return running_.server().tags().size() == 5; }));
@@ -110,7 +110,7 @@ TEST_F(PumpTest, theServerEndsAStreamAndTheDoneEventComesBesideTheFinish) {
 
 TEST_F(PumpTest, aClientLeavesWhileAWriteCannotProceed) {
    const auto watch = open(1);
-   // More than the client's flow control window lets through, and nobody reads.
+   // Larger than the client's flow-control window, and the client does not read.
    service_->publish(std::string(8U << 20, 'x'));
    service_->publish("behind");
    ASSERT_TRUE(eventually([&] { return service_->writes == 1; }));
@@ -129,7 +129,7 @@ TEST_F(PumpTest, aClientLeavesWhileOthersPublish) {
    for (int round = 0; round < 50; ++round) {
       Watch watch(*stub_);
       test::ProbeResponse response;
-      // Round by round another moment: before the first message, in the middle of them, and between them.
+      // Each round cancels after a different number of messages.
       for (int i = 0; i < round % 5; ++i)
          watch.reader->Read(&response);
       watch.context.TryCancel();
@@ -169,7 +169,7 @@ TEST_F(PumpTest, stopWhileOthersPublishAndStreamsAreOpen) {
    running_.stop();
    EXPECT_EQ(running_.server().tags().size(), 0U);
    over = true;
-   // A publisher holds the handlers that it is about to publish to.
+   // A publisher holds references to the handlers that it is about to publish to.
    for (auto& publisher : publishers)
       publisher.join();
    EXPECT_EQ(liveHandlers(watchType), 0U);
@@ -186,7 +186,7 @@ TEST_F(PumpTest, stopWithAWriteThatCannotProceed) {
    ASSERT_TRUE(eventually([&] { return service_->writes == 1; }));
    running_.stop();
    EXPECT_EQ(liveHandlers(watchType), 0U);
-   // The status stands behind a message that nobody reads.
+   // The status is queued behind a message that is not read.
    watch->context.TryCancel();
    watch->reader->Finish();
 }
@@ -223,7 +223,7 @@ TEST_F(PumpTest, stopDoesNotWaitForAPromise) {
    ASSERT_TRUE(eventually([&] { return service_->waiting().size() == 1; }));
    running_.stop();
    client.join();
-   // It comes too late, finds the handler alive and is told not to answer.
+   // The answer comes too late: the handler is alive, but must not answer.
    EXPECT_FALSE(service_->waiting()[0]->answer("too late"));
    EXPECT_EQ(liveHandlers("ProbeLaterHandler"), 1U);
    running_.destroy();
@@ -233,7 +233,7 @@ TEST_F(PumpTest, stopDoesNotWaitForAPromise) {
 TEST_F(PumpTest, aRequestThatDoesNotParseReachesNoHandler) {
    std::atomic<int> served{0};
    service_->onOperation = [&](const test::ProbeRequest&) { ++served; };
-   // Field 1, a text, of bytes that are no UTF-8.
+   // Field 1, a string whose bytes are not UTF-8.
    const std::string malformed("\x0a\x02\xff\xfe", 4);
    const grpc::Slice slice(malformed);
    grpc::ByteBuffer request(&slice, 1);
@@ -247,7 +247,7 @@ TEST_F(PumpTest, aRequestThatDoesNotParseReachesNoHandler) {
    EXPECT_EQ(status.error_code(), grpc::StatusCode::INTERNAL);
    EXPECT_EQ(status.error_message(), "Unable to parse request");
    EXPECT_EQ(served, 0);
-   // The same handler still waits for its call.
+   // The same handler still waits for a call.
    grpc::ClientContext next;
    test::ProbeResponse response;
    EXPECT_TRUE(stub_->probe(&next, test::ProbeRequest(), &response).ok());

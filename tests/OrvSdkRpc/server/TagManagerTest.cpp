@@ -13,8 +13,8 @@
 namespace OrvSdkRpc {
 namespace {
 
-// A handler that only counts its end. Its server is never used, so a real one on an idle socket stands in for
-// all.
+// A handler that only counts its destruction. Its server is never used, so one real server on an idle socket
+// is enough for all.
 class Idle final : public RequestHandler {
 public:
    Idle(OpaqueId tag, GrpcServer& server, grpc::ServerCompletionQueue& cq, int& ended,
@@ -124,7 +124,7 @@ TEST_F(TagManagerTest, theEventOfARemovedExtraTagStillFindsItsHandlerToBeCounted
       MutexLock lock(tags_.mutex());
       EXPECT_TRUE(tags_.listHandlers(3, &extra, &extra + 1).empty());
    }
-   // With the handler goes what was kept of its tags.
+   // The handler's tags are removed with it.
    tags_.remove(tag);
    EXPECT_EQ(ended_, 1);
    EXPECT_EQ(tags_.findEvent(extra).handler, nullptr);

@@ -18,7 +18,7 @@ Refusal badMac(std::size_t length) {
    return invalidArgument(fmt::format("bytes length {} do not match MAC(6)", length));
 }
 
-// Every field with a value of its own.
+// A distinct value for every field.
 const char* const kEthRule = R"(
    base { action: ACL_ACTION_DENY log: true }
    vlan: 1 vlan_mask: 2 inner_vlan: 3 inner_vlan_mask: 4
@@ -114,7 +114,7 @@ TEST(AclTest, groupsThatHoldZeroAreApplied) {
    EXPECT_EQ(ip.inner_vlan_mask(), 0);
    EXPECT_EQ(ip.icmp_type(), 0);
    EXPECT_EQ(ip.icmp_code(), 0);
-   // The group's 0 is judged; the IP type has none.
+   // A 0 that is set in the group is checked, and the IP type has no member 0.
    remote::AclRuleIp message;
    message.set_ip_type(remote::ACL_IP_TYPE_UNSPECIFIED);
    EXPECT_EQ(refusalOf([&] { convert(message); }), invalidArgument("Unknown value for Acl IP type: 0"));

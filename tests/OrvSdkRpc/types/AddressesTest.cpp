@@ -40,7 +40,7 @@ TEST(AddressesTest, ipAddressesGoOutAsTheBytesOfTheirFamily) {
    EXPECT_EQ(ip_addr(ip_addr_bytes(orv::ip_addr_t())), orv::ip_addr_t());
 }
 
-// The two wordings tell apart how a field is written.
+// The two messages distinguish how a field is written.
 TEST(AddressesTest, anUnknownFamilyHasTwoWordings) {
    for (int af = 0; af <= 255; ++af) {
       SCOPED_TRACE(af);
@@ -71,7 +71,7 @@ TEST(AddressesTest, macAddressesHaveSixBytesOrNone) {
 TEST(AddressesTest, macAddressesGoOutAsSixBytesAlways) {
    EXPECT_EQ(eth_addr_bytes(orv::eth_addr_t("00:00:5e:0a:0b:0c"), false), "\0\0\x5e\x0a\x0b\x0c"s);
    EXPECT_EQ(eth_addr_bytes(orv::eth_addr_t("ff:ff:ff:00:00:0f"), true), "\0\0\0\xff\xff\xf0"s);
-   // The null address came as no bytes and leaves as six.
+   // The null address arrives as no bytes and is sent as six.
    EXPECT_EQ(eth_addr_bytes(eth_addr(""), false), std::string(6, '\0'));
    EXPECT_EQ(eth_addr_bytes(eth_addr(""), true), std::string(6, '\xff'));
 }

@@ -38,13 +38,13 @@ TEST(BoundaryCheckTest, limitsAreTheTargetsWhereNoneAreGiven) {
    EXPECT_EQ(refusalOf([] { boundaryCheck<std::uint16_t>(65536U, "{}"); }), invalidArgument("65536"));
 }
 
-// A number of a message that is narrowed on its way to the SDK.
+// A number in a message that is narrowed for the SDK.
 struct Field {
    std::string name;
    std::uint32_t first;
    std::uint32_t last;
    std::string words;
-   // Converts a message that holds the number, and answers what the SDK has.
+   // Converts a message that holds the number. RETURNS: the SDK's value.
    std::function<std::uint32_t(std::uint32_t)> converted;
 };
 
@@ -137,7 +137,8 @@ TEST(BoundaryCheckTest, everyNarrowedFieldHasItsLimitsAndWords) {
    }
 }
 
-// The limits are those of the SDK's field: what no switch accepts within them is the SDK's to refuse.
+// The limits are those of the SDK's field. A value within them that no switch accepts is for the SDK to
+// refuse.
 TEST(BoundaryCheckTest, whatNoSwitchAcceptsPassesWhereItFits) {
    remote::AclRuleIp rule;
    rule.set_vlan(4095);

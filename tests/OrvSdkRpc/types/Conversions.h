@@ -19,7 +19,7 @@
 
 namespace types_test {
 
-// What a conversion threw: its most derived class and its words.
+// What a conversion threw: its most derived class and its message.
 struct Refusal {
    std::type_index type;
    std::string words;
@@ -38,7 +38,7 @@ inline Refusal unsupported(std::string words) {
    return {typeid(orv::unsupported_error), std::move(words)};
 }
 
-// Nothing where `call` returned.
+// RETURNS: nothing when `call` does not throw.
 template <typename Call>
 std::optional<Refusal> refusalOf(Call&& call) {
    try {
@@ -49,7 +49,7 @@ std::optional<Refusal> refusalOf(Call&& call) {
    return std::nullopt;
 }
 
-// A message of protobuf's text format.
+// Parses a message from protobuf's text format.
 template <typename Message>
 Message parsed(const std::string& text) {
    Message message;
@@ -64,19 +64,20 @@ testing::AssertionResult same(const Message& actual, const Message& expected) {
    google::protobuf::util::MessageDifferencer differencer;
    std::string difference;
    differencer.ReportDifferencesToString(&difference);
-   // Equals, not equivalent: a field that is absent is not one that holds its default.
+   // Equality, not equivalence: an absent field differs from one that holds its default.
    if (differencer.Compare(expected, actual)) return testing::AssertionSuccess();
    return testing::AssertionFailure() << difference;
 }
 
-// One way to make a message one that cannot be converted.
+// One way to make a message that cannot be converted.
 template <typename Message>
 struct Spoiled {
    std::function<void(Message&)> spoil;
    Refusal refusal;
 };
 
-// `spoiled` in the order in which a conversion must find them: of two the first is told, wherever they stand.
+// `spoiled` is in the order in which a conversion must find the errors. Of two errors it reports the first,
+// wherever they are.
 template <typename Message, typename Convert>
 void expectFirstIsTold(const Message& good, Convert&& convertOne,
                        const std::vector<Spoiled<Message>>& spoiled) {
@@ -94,7 +95,8 @@ void expectFirstIsTold(const Message& good, Convert&& convertOne,
 
 inline constexpr std::uint64_t roundTripSeeds = 400;
 
-// SDK to wire, through bytes, and back, for many values: what comes back is `expected` of what went in.
+// Converts many values from the SDK to the wire, through bytes, and back: the result must be `expected` of
+// the original.
 template <typename Sdk, typename ToWire, typename ToSdk, typename Expected = std::identity>
 void expectRoundTrips(ToWire&& toWire, ToSdk&& toSdk, Expected&& expected = {}) {
    std::unordered_set<Sdk> seen;

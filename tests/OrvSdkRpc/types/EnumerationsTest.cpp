@@ -15,7 +15,7 @@ concept Convertible = requires(T v) {
    OrvSdkRpc::types::convert(v);
 };
 
-// A row of the table, held against the conversions. A direction that does not exist has no function.
+// A row of the table, compared with the conversions. A direction that does not exist has no function.
 struct Row {
    std::string wireName;
    // The wire's number by its index; the SDK's numbers that belong to it.
@@ -65,7 +65,7 @@ Row row(int wireFirst, std::vector<int> toSdk, std::vector<int> toWire, std::str
    return r;
 }
 
-// The same numbers on both sides, 0 to `last`.
+// The numbers 0 to `last` are the same on both sides.
 template <typename Wire, typename Sdk>
 Row sameNumbers(int last, std::string words, Refusal (*refusal)(std::string) = invalidArgument) {
    return row<Wire, Sdk>(0, rising(0, last + 1), rising(0, last + 1), std::move(words), refusal);
@@ -147,7 +147,7 @@ std::vector<Row> rows() {
    };
 }
 
-// Names of the enumerations whose one direction does not exist.
+// The enumerations that convert in one direction only.
 const std::set<std::string> kOutputOnly = {
      "MacsecIntfKeyStatus",
      "MacsecIntfTrafficStatus",
@@ -176,7 +176,7 @@ TEST(EnumerationsTest, theWireNamesEveryNumberThatItMayCarryAndNoOther) {
       const auto* const file = google::protobuf::GetEnumDescriptor<remote::AclType>()->file();
       const auto* const descriptor = file->FindEnumTypeByName(r.wireName);
       ASSERT_NE(descriptor, nullptr);
-      // 0 is there always: proto3 wants it.
+      // 0 always exists: proto3 requires it.
       const int last = r.wireFirst + static_cast<int>(r.toSdk.size()) - 1;
       EXPECT_EQ(descriptor->value_count(), last + 1);
       for (int number = 0; number <= last; ++number)
@@ -229,7 +229,7 @@ TEST(EnumerationsTest, sdkToWire) {
    }
 }
 
-// Single numbers written out, so that a slip in the table's own helpers shows.
+// Single numbers spelt out, so that an error in the table's own helpers shows.
 TEST(EnumerationsTest, samples) {
    using OrvSdkRpc::types::convert;
    EXPECT_EQ(refusalOf([] { convert(remote::ACL_IP_TYPE_UNSPECIFIED); }),

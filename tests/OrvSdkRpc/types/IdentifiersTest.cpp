@@ -37,7 +37,7 @@ TEST(IdentifiersTest, interfaces) {
    const orv::intf_id_t intf("Ethernet1/2");
    EXPECT_EQ(convert(parsed<remote::IntfId>("name: 'Ethernet1/2'")), intf);
    EXPECT_TRUE(same(convert(intf), parsed<remote::IntfId>("name: 'Ethernet1/2'")));
-   // The name is the SDK's to judge.
+   // The SDK checks the name.
    EXPECT_EQ(refusalOf([] { convert(parsed<remote::IntfId>("name: 'a b'")); }),
              refusalOf([] { orv::intf_id_t("a b"); }));
 }
@@ -55,7 +55,7 @@ TEST(IdentifiersTest, aLabelThatIsLeftOutIsNotLabelZero) {
    EXPECT_EQ(convert(parsed<remote::MplsLabel>("label: 0")), orv::mpls_label_t(0));
    EXPECT_NE(convert(parsed<remote::MplsLabel>("label: 0")), convert(remote::MplsLabel()));
    EXPECT_TRUE(same(convert(orv::mpls_label_t(0)), parsed<remote::MplsLabel>("label: 0")));
-   // One that went in left out comes back with the null label's number.
+   // An absent label comes back as the null label's number.
    EXPECT_TRUE(same(convert(convert(remote::MplsLabel())), parsed<remote::MplsLabel>("label: 1048576")));
 }
 
@@ -96,7 +96,7 @@ TEST(IdentifiersTest, lengthsAreCutToTheirLowEightBits) {
    }
    auto prefix = parsed<remote::Prefix>(R"(network: "\x0a\0\0\0" prefix_length: 264)");
    EXPECT_EQ(convert(prefix), orv::ip_prefix_t("10.0.0.0/8"));
-   // 300 reaches the SDK as 44, which it refuses for an IPv4 network and takes for an IPv6 one.
+   // 300 reaches the SDK as 44, which it refuses for an IPv4 network and accepts for an IPv6 one.
    prefix.set_prefix_length(300);
    EXPECT_EQ(refusalOf([&] { convert(prefix); }),
              refusalOf([] { orv::ip_prefix_t(orv::ip_addr_t("10.0.0.0"), 44); }));
@@ -115,7 +115,7 @@ TEST(IdentifiersTest, prefixes) {
 }
 
 TEST(IdentifiersTest, ranges) {
-   // Neither order nor width is looked at.
+   // Neither order nor width is checked.
    const auto message = parsed<remote::Range>("range_start: 70000 range_end: 1");
    EXPECT_EQ(port_range(message), orv::port_range_t(70000, 1));
    EXPECT_TRUE(same(convert(orv::port_range_t(70000, 1)), message));
@@ -168,7 +168,7 @@ TEST(IdentifiersTest, bgpKeys) {
         {{[](auto& m) { m.set_peer_addr("12345"); }, kFiveBytes},
          {[](auto& m) { m.mutable_prefix()->set_network("123456"); },
           invalidArgument("bytes length 6 does not match IPv4(4) or IPv6(16)")}});
-   // Peers have the wording of addresses that are written whole.
+   // Peers use the message for addresses that are written whole.
    peerKey.peer_addr_is(orv::ip_addr_t(7, ""));
    EXPECT_EQ(refusalOf([&] { convert(peerKey); }), invalidArgument("Unknown address family: 7"));
    pathKey.peer_addr_is(orv::ip_addr_t(7, ""));

@@ -82,7 +82,7 @@ TEST(IpRouteTest, whatIsNotSetStaysAbsent) {
    EXPECT_TRUE(message.has_mpls_label());
    EXPECT_EQ(message.mpls_label(), 1048576U);
    EXPECT_TRUE(message.route_key().has_preference());
-   // Each by itself.
+   // Each interface on its own.
    orv::ip_route_via_t value;
    value.intf_is(orv::intf_id_t("Ethernet1"));
    EXPECT_TRUE(convert(value).has_intf());

@@ -82,7 +82,7 @@ TEST(MplsRouteTest, whatWasLeftOutIsTheSdksDefault) {
    EXPECT_EQ(message.pushswap_label().label(), 1048576U);
 }
 
-// Each action with no label, with the number that stands for none, with 0 and with the largest.
+// Each action with no label, with the number of the null label, with 0 and with the largest label.
 TEST(MplsRouteTest, pushAndSwapBringALabelAndPopAndForwardNone) {
    for (const int action : {0, 1, 2, 3, 4}) {
       for (const std::optional<std::uint32_t> label :
@@ -100,14 +100,14 @@ TEST(MplsRouteTest, pushAndSwapBringALabelAndPopAndForwardNone) {
          EXPECT_EQ(refusalOf([&] { convert(message); }), expected);
       }
    }
-   // A message that is there with its group unset is as good as none.
+   // A message that is present with its group unset counts as absent.
    EXPECT_EQ(refusalOf([] {
                 convert(parsed<remote::MplsRouteVia>("label_action: MPLS_ACTIONS_POP pushswap_label { }"));
              }),
              std::nullopt);
 }
 
-// Whole numbers are judged, not their low bits: none of these is taken for a PUSH or a POP.
+// The whole number is checked, not its low bits: none of these counts as PUSH or POP.
 TEST(MplsRouteTest, actionsOutOfRangeAreLeftToTheEnumeration) {
    for (const int action : {-1, 5, 7, 257, 258, 65537, 65538}) {
       for (const bool hasLabel : {false, true}) {
@@ -125,7 +125,7 @@ TEST(MplsRouteTest, aViaIsRefusedInTheOrderOfItsFields) {
    const auto intf = refusalOf([] { orv::intf_id_t("not a name"); });
    const auto label = refusalOf([] { orv::mpls_label_t(1048577); });
    ASSERT_TRUE(intf && label);
-   // The rule comes before all else; it and the enumeration cannot both be broken.
+   // This rule is checked before all else; a via cannot violate both it and the enumeration.
    const std::vector<Spoiled<remote::MplsRouteVia>> behindTheAction = {
         {[](auto& m) { m.mutable_route_key()->set_metric(256); },
          invalidArgument("metric 256 is out of range")},

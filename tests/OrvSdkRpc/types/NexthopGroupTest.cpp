@@ -15,7 +15,7 @@ Refusal badLength(std::size_t length) {
    return invalidArgument(fmt::format("bytes length {} does not match IPv4(4) or IPv6(16)", length));
 }
 
-// Every field with a value of its own; what is not read back stands apart.
+// A distinct value for every field; fields that are not read back are separate.
 const char* const kGroup = R"(
    gre_key_type: NEXTHOP_GROUP_GRE_KEY_TYPES_INGRESS_INTF type: NEXTHOP_GROUP_ENCAP_TYPES_MPLS name: "g" ttl: 3
    source_ip: "\x0a\x00\x00\x01" source_intf { name: "Loopback0" } autosize: true
@@ -176,7 +176,7 @@ TEST(NexthopGroupTest, unknownFamiliesHaveTheWordingOfTheirField) {
    orv::nexthop_group_t nexthop;
    nexthop.nexthop_set(1, orv::nexthop_group_entry_t(unknown));
    EXPECT_EQ(refusalOf([&] { convert(nexthop); }), copied);
-   // Backups do not go out, so nothing is asked of them.
+   // Backups are not sent, so they are not checked.
    orv::nexthop_group_t backup;
    backup.backup_nexthop_set(1, orv::nexthop_group_entry_t(unknown));
    EXPECT_EQ(refusalOf([&] { convert(backup); }), std::nullopt);
@@ -192,7 +192,7 @@ TEST(NexthopGroupTest, roundTrips) {
    expectRoundTrips<orv::nexthop_group_mpls_action_t>(kConvert, kConvert);
 }
 
-// A group of every slot costs its entries, not their number squared.
+// The cost of a group of every slot is linear in its entries, not quadratic.
 TEST(NexthopGroupTest, aGroupOfEverySlot) {
    remote::NexthopGroup message;
    for (std::uint32_t slot = 0; slot <= 65535; ++slot)
@@ -204,7 +204,7 @@ TEST(NexthopGroupTest, aGroupOfEverySlot) {
       ASSERT_EQ(slot, expected++);
 }
 
-// The same where every second key is cut, so that keys and slots have different orders.
+// The same with every second key truncated, so that keys and slots differ in order.
 TEST(NexthopGroupTest, aGroupOfEverySlotWhoseKeysAreCut) {
    remote::NexthopGroup message;
    for (std::uint32_t slot = 0; slot <= 65535; ++slot)

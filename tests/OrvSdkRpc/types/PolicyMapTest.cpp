@@ -66,7 +66,7 @@ TEST(PolicyMapTest, aRuleTypeLeftOutIsTheSdksDefaultButZeroIsRefused) {
    EXPECT_EQ(convert(rule).policy_map_rule_type(), orv::policy_map_rule_t().policy_map_rule_type());
    rule.set_policy_map_rule_type(remote::POLICY_MAP_RULE_TYPE_UNSPECIFIED);
    EXPECT_EQ(refusalOf([&] { convert(rule); }), invalidArgument("Unknown value for policy map rule type: 0"));
-   // To the wire it is always there.
+   // Towards the wire it is always present.
    EXPECT_TRUE(convert(orv::policy_map_rule_t()).has_policy_map_rule_type());
 }
 

@@ -1,4 +1,4 @@
-// Conversions over a message that an earlier one made: nothing of that is left.
+// Conversions into a message that holds an earlier value: nothing of that is left.
 #include "Conversions.h"
 #include "OrvSdkRpc/types/Counters.h"
 #include "OrvSdkRpc/types/Identifiers.h"
@@ -10,7 +10,7 @@ using namespace types_test;
 using namespace OrvSdkRpc::types;
 namespace remote = orv::remote;
 
-// Each value after each other one, in the same message.
+// Converts each value after each other one, into the same message.
 template <typename Message, typename Value>
 void expectNothingIsLeft(const std::vector<Value>& values) {
    for (const Value& before : values) {

@@ -76,7 +76,7 @@ TEST(TrafficPolicyTest, equalActionsFoldIntoOne) {
    remote::TrafficPolicyRule rule;
    *rule.add_actions() = drop();
    *rule.add_actions() = drop();
-   // The same units, said and left out.
+   // The same unit, stated and left out.
    rule.add_actions()->CopyFrom(drop());
    rule.mutable_actions(2)->set_police_rate_unit(remote::POLICE_RATE_UNIT_BPS);
    EXPECT_EQ(convert(rule).actions().size(), 1U);

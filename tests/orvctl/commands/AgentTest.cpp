@@ -72,7 +72,7 @@ TEST_F(OrvctlAgent, pingTellsHowLongTheMainLoopTook) {
    const auto json = nlohmann::json::parse(orvctl({"--json", "agent", "ping", "--payload", "x"}).out);
    EXPECT_EQ(json["main_loop_us"], 250.0);
    EXPECT_GT(json["round_trip_us"], 0.0);
-   // An answer to something else is none.
+   // The reply to another ping is not accepted.
    EXPECT_EQ(orvctl({"agent", "ping"}).code, 3);
 }
 

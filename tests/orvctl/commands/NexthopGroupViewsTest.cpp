@@ -101,7 +101,7 @@ TEST_F(OrvctlNhg, aGroupWithoutCountersIsTold) {
    EXPECT_EQ(result.code, 0) << result.err;
    EXPECT_EQ(result.out, "absent: no counters\n");
    EXPECT_EQ(orvctl({"--json", "nhg", "counters", "absent"}).out, "");
-   // Where nobody was named, groups without counters are no news.
+   // When the command names no group, groups without counters are not reported.
    EXPECT_EQ(orvctl({"nhg", "counters"}).out, "");
 }
 

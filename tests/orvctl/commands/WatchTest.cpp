@@ -147,7 +147,7 @@ TEST_F(OrvctlWatch, aSignalIsAnEndInOrder) {
       sigaction(number, nullptr, &before);
       Result result;
       std::thread watcher([&] { result = orvctl({"watch", "intf"}); });
-      // Not before the watch has its handler in place.
+      // Waits until the watch has installed its signal handler.
       struct sigaction now {};
       do {
          std::this_thread::yield();

@@ -85,7 +85,7 @@ TEST(TaskScheduler, dueTimersRunInTheOrderOfTheirTimes) {
    const auto early = loop.task("early", priorityNormal, [&] { order += 'e'; });
    const auto farAway = loop.task("far", priorityUrgent, [&] { order += 'f'; });
    farAway->scheduleTaskLowestDelay(anHour);
-   // The times are as meant if no more than the delay passed between the two requests.
+   // Repeats until less than the delay has passed between the two requests: only then is `early` due first.
    std::int64_t begin = 0;
    do {
       late->unscheduleTask();

@@ -13,8 +13,8 @@
 
 namespace Pavo {
 
-// Types of this test alone, so that nobody else counts under them. Named, so that their names can be looked
-// for.
+// Types that only this test uses, so that no other allocation counts under them. They have names, so that the
+// test can look them up.
 struct SharedThing {
    std::array<char, 100> data;
 };
@@ -107,7 +107,7 @@ TEST(Allocator, keepsAlignmentsBeyondTheDefault) {
 TEST(Allocator, refusesASizeThatCannotBe) {
    Allocator<ListedThing> allocator;
    const std::uint64_t before = countOf("Pavo::ListedThing").total;
-   // Unknown to the optimiser, which warns about it otherwise.
+   // Hides the value from the optimiser, which would warn about it.
    volatile std::size_t huge = std::numeric_limits<std::size_t>::max() / 2;
    EXPECT_THROW(static_cast<void>(allocator.allocate(huge)), std::bad_array_new_length);
    EXPECT_EQ(countOf("Pavo::ListedThing").total, before);
@@ -131,7 +131,7 @@ TEST(Allocator, countsOfManyThreadsAddUp) {
             std::allocate_shared<BusyThing>(Allocator<BusyThing>());
       });
    }
-   // A reader in between sees no nonsense, such as more freed than allocated.
+   // A reader in between sees no impossible counts, such as more freed than allocated.
    for (int i = 0; i < 100; ++i)
       EXPECT_LE(countOf("Pavo::BusyThing").live, 20000U);
    for (auto& thread : threads)

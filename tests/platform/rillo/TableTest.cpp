@@ -168,7 +168,7 @@ TEST_F(TableTest, aPlaceIsNotGivenAwayWhileAReaderIsStillToBeToldOfItsRow) {
    table->rowDel("a");
    table->rowIs("b", {2});
    EXPECT_THAT(take(), ElementsAre("a=none", "b=2"));
-   table->rowIs("c", {3});  // takes the place of a
+   table->rowIs("c", {3});  // reuses the slot of a
    EXPECT_THAT(take(), ElementsAre("c=3"));
 }
 

@@ -19,7 +19,7 @@ TEST(IntfIdTest, idsOfOneNameAreOne) {
 }
 
 TEST(IntfIdTest, namesAreNumberedInTheOrderOfTheirFirstUse) {
-   // Names stay for the life of the process, so each run of this test takes ones of its own.
+   // Names are kept until the process ends, so each run of this test uses new ones.
    static int run = 0;
    const std::string name = "Numbered" + std::to_string(++run);
    const IntfId first(name);

@@ -1,4 +1,4 @@
-// The activity lock's own source, walked through every interleaving of two and three threads.
+// The activity lock's own source, explored in every interleaving of two and three threads.
 
 #include <gtest/gtest.h>
 
@@ -14,8 +14,8 @@ namespace {
 
 using orvtest::sanitized;
 
-/// How each thread releases the lock, round after round: 's' by its slice, 'n' now, 'r' with releaseAll and
-/// reacquire in the middle of its span.
+// How each thread releases the lock, round by round: 's' by its slice, 'n' at once, 'r' with releaseAll and
+// reacquire within its span.
 using Script = std::vector<std::string>;
 
 template <Flaw flaw>
@@ -74,7 +74,7 @@ INSTANTIATE_TEST_SUITE_P(TwoThreads, ActivityLockModel,
 INSTANTIATE_TEST_SUITE_P(ThreeThreads, ActivityLockModel,
                          testing::Values(Script{"s", "s", "s"}, Script{"s", "s", "n"}));
 
-// The walk sees: with each flaw of the platform it finds what the flaw brings about.
+// The exploration detects errors: for each flaw of the platform it finds the consequence.
 
 TEST(ActivityLockModelFlaws, aWaiterThatSleepsWithoutTellingTheHolderIsStranded) {
    if (sanitized) GTEST_SKIP() << "a sanitizer minds that stacks are copied";

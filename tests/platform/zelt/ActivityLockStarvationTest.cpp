@@ -1,5 +1,5 @@
-// The activity lock on a machine that takes the processor away at the worst moments. Its source runs on
-// platforms of real threads and real futexes that stop a thread between two steps.
+// The activity lock on a machine that preempts threads at the worst moments. The lock's source runs on
+// platforms with real threads and real futexes, which pause a thread between two steps.
 
 #include <gtest/gtest.h>
 #include <sched.h>
@@ -18,8 +18,8 @@
 namespace Zelt {
 namespace {
 
-// The holder reads the clock while the waiter's slice lasts, and is stopped; the slice ends, the waiter goes
-// to sleep until it is handed the lock; the holder goes on.
+// The holder reads the clock during the waiter's slice and is preempted. The slice ends, and the waiter
+// sleeps until the lock is handed to it. Then the holder continues.
 
 struct StoppingPlatform : SystemLockPlatform {
    static constexpr std::int64_t longSleep = ActivityLockCore<StoppingPlatform>::overdueNapNanos;
@@ -87,7 +87,7 @@ void maybePause() {
    }
 }
 
-/// With `forgets` the overdue bit does not stick: a waiter sleeps and the holder does not know.
+// With `forgets` the overdue bit is lost: a waiter sleeps and the holder does not know.
 template <bool forgets>
 struct JitteryPlatform : SystemLockPlatform {
    template <class T>
@@ -135,8 +135,8 @@ struct JitteryPlatform : SystemLockPlatform {
    }
    static bool futexWait(const Atomic<std::uint32_t>& word, std::uint32_t expected, std::int64_t timeoutNs) {
       maybePause();
-      // Looks up sooner than in production from a sleep that a wake-up should end, and so counts more of
-      // those that none would have ended.
+      // Wakes sooner than in production from a sleep that a wake-up should end, and so counts more of the
+      // sleeps that no wake-up would have ended.
       return Zelt::futexWait(word.word(), expected, std::min(timeoutNs, 2 * nanosPerMilli));
    }
    static void futexWake(const Atomic<std::uint32_t>* word) {
@@ -145,8 +145,9 @@ struct JitteryPlatform : SystemLockPlatform {
    }
 };
 
-/// Threads that take the lock in bursts and rest in between, on a machine that is busy with other things.
-/// Ends after `time`, or once a waiter has been forgotten. Returns how often one was.
+// Threads that take the lock in bursts and pause in between, on a machine that is busy with other work. Ends
+// after `time`, or once a waiter has been forgotten.
+// RETURNS: how often a waiter was forgotten.
 template <bool forgets>
 std::uint64_t stress(std::chrono::milliseconds time) {
    const orvtest::SpinningThreads spinning;
@@ -185,7 +186,7 @@ TEST(ActivityLockStarvation, theSameStressFindsALockThatForgets) {
    EXPECT_GT(stress<true>(std::chrono::seconds(20)), 0U);
 }
 
-// The product's lock itself.
+// The real lock on the real platform.
 TEST(ActivityLockStarvation, theMainLoopsLockForgetsNobodyOnABusyMachine) {
    const orvtest::SpinningThreads spinning;
    ActivityLock lock;

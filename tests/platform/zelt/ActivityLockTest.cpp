@@ -317,8 +317,8 @@ TEST(ActivityLock, handOverIsDueOnceTheOldestWaiterHasWaitedForASlice) {
    waiter.join();
 }
 
-// Fairness. Wall-clock bounds are loose, for loaded machines and instrumented builds; what is asserted
-// exactly is who makes progress, and that the holder is not made to change at every release.
+// Fairness. Wall-clock bounds are loose, for loaded machines and instrumented builds. Exact are the
+// assertions about which thread makes progress, and that the lock does not change hands at every release.
 
 struct Saturation {
    ActivityLock lock;
@@ -375,7 +375,7 @@ void expectServed(HandOver waiterReleases) {
       bulkSpansBefore = bulkSpans;
       lock.release(waiterReleases);
    }
-   // The bulk thread gets on as well.
+   // The bulk thread makes progress as well.
    for (;;) {
       const ActivityLockAnchor anchor(lock, HandOver::now);
       if (bulkSpans > bulkSpansBefore) break;

@@ -24,7 +24,7 @@ TEST(UnlockAnchor, letsAnotherThreadInAndComesBackToTheSameDepth) {
    {
       const UnlockAnchor unlocked(lock);
       EXPECT_FALSE(lock.ownedByMe());
-      // Joining with the lock held would never end.
+      // Joining with the lock held would deadlock.
       std::thread([&] {
          const ActivityLockAnchor anchor(lock);
          otherWasIn = true;
@@ -64,7 +64,7 @@ TEST(MaybeGilUnlockAnchor, usesTheHooksWhereThereAreAny) {
    {
       const MaybeGilUnlockAnchor unlocked;
       EXPECT_FALSE(interpreterHeld);
-      // An anchor ends with the hooks that it began with.
+      // An anchor's destructor uses the same hooks as its constructor.
       gilHooksIs({});
    }
    EXPECT_TRUE(interpreterHeld);

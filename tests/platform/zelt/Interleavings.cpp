@@ -12,7 +12,7 @@ namespace {
 
 constexpr std::size_t stackSize = 8 * 1024;
 
-// At fixed addresses, since what lies in them points at each other.
+// At fixed addresses, since these objects hold pointers to each other.
 alignas(64) World theWorld;
 alignas(64) std::array<std::array<std::byte, stackSize>, maxFibers> stacks;
 std::array<ucontext_t, maxFibers> contexts;
@@ -24,8 +24,8 @@ std::byte* topOf(std::size_t fiber) {
    return stacks[fiber].data() + stackSize;
 }
 
-// What of a suspended fiber is not on its stack, as bytes, and where its stack ends. The rest of a context is
-// the same for all its life.
+// The part of a suspended fiber's state that is not on its stack, as bytes, and the end of its stack. The
+// rest of a context never changes.
 #if defined(__x86_64__)
 auto& registersOf(std::size_t fiber) {
    return contexts[fiber].uc_mcontext.gregs;
@@ -33,7 +33,7 @@ auto& registersOf(std::size_t fiber) {
 std::uintptr_t stackPointerOf(std::size_t fiber) {
    return static_cast<std::uintptr_t>(registersOf(fiber)[REG_RSP]);
 }
-// What a call may leave behind in some registers is no state.
+// What a call leaves in scratch registers is not part of the state.
 void forgetScratchRegisters(std::size_t fiber) {
    for (const int scratch : {REG_RDI, REG_RSI, REG_RDX, REG_RCX, REG_R8, REG_R9})
       registersOf(fiber)[scratch] = 0;
@@ -159,7 +159,7 @@ std::vector<Explorer::Choice> Explorer::choices() const {
             break;
       }
    }
-   // Alone, time changes nothing.
+   // When no fiber can continue, a clock jump does not help.
    if (!all.empty() && theWorld.jumpsLeft > 0) add(Choice::Kind::clock, 0);
    return all;
 }
@@ -225,14 +225,14 @@ void Explorer::restore(const Bytes& bytes) {
       if (theWorld.fibers[i].state == Fibers::done) continue;
       take(&registersOf(i), sizeof(registersOf(i)));
       std::byte* const from = aliveFrom(i);
-      // What lies below is dead. Zeros keep what it was out of the states to come.
+      // The bytes below are dead. Zeros keep them out of later states.
       if (zeroBelow_[i] < from) std::memset(zeroBelow_[i], 0, static_cast<std::size_t>(from - zeroBelow_[i]));
       zeroBelow_[i] = from;
       take(from, static_cast<std::size_t>(topOf(i) - from));
    }
 }
 
-// 128 bits: two different states fall together once in longer than anybody waits.
+// With 128 bits a collision of two states is too unlikely to matter.
 Explorer::Key Explorer::keyOf(const Bytes& bytes) {
    std::uint64_t a = 0x9e3779b97f4a7c15;
    std::uint64_t b = 0xc2b2ae3d27d4eb4f;

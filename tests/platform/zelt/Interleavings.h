@@ -1,13 +1,14 @@
 #pragma once
 
-// Walks a small concurrent program through every interleaving of its steps.
+// Explores a small concurrent program in every interleaving of its steps.
 //
 // The program is ordinary code that runs on two or three fibers of one thread. Before each access to memory
-// that fibers share it calls step(), which gives the explorer its choice of who goes on. The explorer keeps
-// the program's whole state, stacks included, as bytes: it goes back to any state by copying them, and knows
-// a state that it has seen before. So it walks a graph, not a tree, and loops are no trouble.
+// that fibers share it calls step(), where the explorer chooses which fiber continues. The explorer holds the
+// program's whole state, stacks included, as bytes. It returns to a state by copying the bytes back, and
+// recognises a state that it has seen. So it explores a graph, not a tree, and loops in the program
+// terminate.
 //
-// Interleavings are sequentially consistent; what weaker orders of memory allow is not explored.
+// Interleavings are sequentially consistent; reorderings under weaker memory orders are not explored.
 //
 // Thread-safety: none; one explorer at a time.
 
@@ -27,37 +28,37 @@ namespace Zelt::Interleavings {
 
 inline constexpr std::size_t maxFibers = 3;
 
-/// What the fibers share, at a fixed place, so that its bytes may be copied away and back. Everything in it
-/// is trivially copyable as memory; pointers point into it or into the fibers' stacks.
+// What the fibers share. It is at a fixed address, so that its bytes can be copied away and back: everything
+// in it survives a copy of its bytes, and its pointers point into it or into the fibers' stacks.
 struct World {
    enum class Fibers : std::uint8_t {
-      running,       ///< may take its next step
-      forWord,       ///< sleeps on a word
-      forWordTimed,  ///< the same, and its time may be over at any moment
-      forMutex,      ///< waits until `waitsFor` is false
+      running,       // may take its next step
+      forWord,       // sleeps on a word
+      forWordTimed,  // the same, but may time out at any moment
+      forMutex,      // waits until `waitsFor` is false
       done,
    };
    struct Fiber {
       Fibers state;
-      bool outside;   ///< between two operations of the program
-      bool timedOut;  ///< how its last sleep ended
+      bool outside;   // between two operations of the program
+      bool timedOut;  // how its last sleep ended
       const void* word;
       const bool* waitsFor;
    };
 
    std::array<Fiber, maxFibers> fibers;
    std::size_t current;
-   std::int64_t now;   ///< the clock
-   int jumpsLeft;      ///< how often the clock may still jump
-   std::int64_t jump;  ///< by how much
-   int inside;         ///< for the program: threads in a place where there may be one
-   alignas(64) std::array<std::byte, 128> object;  ///< for the program: what is explored
+   std::int64_t now;   // the clock
+   int jumpsLeft;      // how often the clock may still jump
+   std::int64_t jump;  // by how much
+   int inside;         // for the program: threads inside a section that admits one
+   alignas(64) std::array<std::byte, 128> object;  // for the program: the object under test
 };
 
 struct Result {
    std::size_t states = 0;
    std::size_t steps = 0;
-   /// Empty if nothing is wrong; else what, and the shortest way there.
+   // Empty when nothing is wrong; else the fault and the shortest way to it.
    std::string fault;
 };
 
@@ -65,25 +66,25 @@ class Explorer {
 public:
    using Program = std::function<void(std::size_t fiber)>;
 
-   /// `prepare` makes the world's object; then `program(i)` runs on each of `count` fibers.
+   // `prepare` makes the world's object; then `program(i)` runs on each of `count` fibers.
    Explorer(std::size_t count, int clockJumps, std::int64_t jump, const std::function<void(World&)>& prepare,
             Program program);
    ~Explorer();
    Explorer(const Explorer&) = delete;
    Explorer& operator=(const Explorer&) = delete;
 
-   /// Walks all states. The first of these faults ends it: a fiber reported one, no fiber can go on though
-   /// not all are done, all that are not outside or done sleep without a time-out, there are states from
-   /// which the end cannot be reached.
+   // Explores all states, and ends at the first fault: a fiber reported one; no fiber can continue though not
+   // all are done; all fibers that are neither outside nor done sleep without a timeout; or the end cannot be
+   // reached from some state.
    Result explore();
 
    // For the program, on a fiber.
    static World& world();
-   /// Everything until the next step happens at once.
+   // Everything up to the next step is atomic.
    static void step();
-   /// One step that waits until `*taken` is false.
+   // One step that waits until `*taken` is false.
    static void waitWhile(const bool* taken);
-   /// Sleeps until wake(word) or, if `timed`, at any moment. Returns false if the time was over.
+   // Sleeps until wake(word) or, when `timed`, until any moment. RETURNS: false on timeout.
    static bool sleep(const void* word, bool timed);
    static void wake(const void* word);
    static void fault(const std::string& what);
@@ -123,7 +124,7 @@ private:
       std::size_t operator()(const Key& key) const { return key.first; }
    };
 
-   /// Below this, a fiber's stack is zeros.
+   // Below this address a fiber's stack is zeros.
    std::array<std::byte*, maxFibers> zeroBelow_{};
    std::unordered_map<Key, std::uint32_t, KeyHash> seen_;
    std::vector<Node> nodes_;

@@ -1,10 +1,11 @@
 #pragma once
 
-// A platform on which the activity lock's own source is walked through every interleaving.
+// A platform on which the activity lock's own source is explored in every interleaving.
 //
 // Every access to a word that threads share is a step, and so are the clock, the futex and the list's mutex.
-// The owner's mark is the exception: a thread asks it only whether it is its own, which nobody else changes.
-// A sleep that the lock bounds only as a safeguard has no bound here, so that the safeguard proves nothing.
+// The owner's mark is the exception: a thread only compares it with its own, and no other thread changes that
+// result. A sleep that the lock bounds only as a safeguard is unbounded here, so that the safeguard cannot
+// hide an error.
 
 #include <cstdint>
 #include <type_traits>
@@ -16,15 +17,15 @@
 
 namespace Zelt::Interleavings {
 
-/// What may be wrong with a platform. The walk must find each but the first.
+// What may be wrong with a platform. The exploration must find every flaw but `none`.
 enum class Flaw : std::uint8_t {
    none,
-   /// The waiter sleeps without telling the holder: the overdue bit does not stick. With it the lock is one
-   /// whose waiter drops its time-out when it has seen the lock held.
+   // The waiter sleeps without telling the holder: the overdue bit is lost. The waiter of such a lock drops
+   // its timeout once it has seen the lock held.
    silentSleeper,
-   lostWake,      ///< futexWake wakes nobody
-   blindSleep,    ///< futexWait does not look at the word before it sleeps
-   tornExchange,  ///< another thread may come between the compare and the exchange
+   lostWake,      // futexWake wakes no thread
+   blindSleep,    // futexWait does not check the word before it sleeps
+   tornExchange,  // another thread may run between the compare and the exchange
 };
 
 template <Flaw flaw>

@@ -18,7 +18,7 @@ using testing::Not;
 
 using CommandTable = CommandsFixture;
 
-// The list as the documentation has it, one row a command.
+// The list as the documentation shows it, one row per command.
 std::string documented(const std::vector<const Command*>& commands) {
    std::string rows = "| command | what |\n|---|---|\n";
    for (const Command* const command : commands) {

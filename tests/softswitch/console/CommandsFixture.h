@@ -45,7 +45,7 @@ protected:
    }
    nlohmann::json json(const std::string& line) { return nlohmann::json::parse(run(line + " | json")); }
 
-   // The words of the refusal, "" when there was none.
+   // The text of the refusal, "" when there was none.
    std::string refusal(std::string_view line) {
       try {
          run(line);
@@ -57,7 +57,7 @@ protected:
       return "";
    }
 
-   // Until all that was configured is in hardware and the main loop has told it.
+   // Waits until hardware has the whole configuration.
    void settle() {
       for (bool idle = false; !idle;) {
          std::this_thread::yield();

@@ -42,7 +42,7 @@ TEST_F(CommandsFixture, unknownWordsAreNamedWithWhatWasExpected) {
 
 TEST_F(CommandsFixture, everyShowCommandRefusesAWordTooManyAndPrintsBothForms) {
    for (const Command& shown : showCommands()) {
-      // It needs to be told of a packet.
+      // This command requires arguments that describe a packet.
       if (shown.name == "show forwarding lookup") continue;
       const std::string command(shown.name);
       EXPECT_NE(refusal(command + " \"\" extra words"), "") << command;
@@ -65,7 +65,7 @@ TEST_F(CommandsFixture, techHoldsEverything) {
    }
 }
 
-// Holds the reader's view of a long listing: the lock is free whenever a piece arrives.
+// Checks that the lock is free whenever a piece of a long listing is written.
 class FreeLockOutput final : public Output {
 public:
    void write(std::string_view text) override {

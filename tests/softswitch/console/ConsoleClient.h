@@ -62,7 +62,7 @@ public:
 
    void endInput() { ::shutdown(fd_, SHUT_WR); }
 
-   // Null at the end of the connection.
+   // RETURNS: nothing at the end of the connection.
    std::optional<Answer> answer() {
       Answer result;
       while (true) {

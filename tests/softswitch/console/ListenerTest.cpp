@@ -32,7 +32,7 @@ protected:
       return "(accepted)";
    }
 
-   // A socket file whose owner has died.
+   // Leaves the socket file of a server that has died.
    void leaveStaleSocket() {
       const int fd = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
       sockaddr_un to{};

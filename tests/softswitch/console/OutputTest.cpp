@@ -78,7 +78,7 @@ TEST(Document, widthCountsCharacters) {
    EXPECT_EQ(out.text(), "Town   N\nK\xc3\xb6ln   1\n");
 }
 
-// Remembers the longest piece it was handed.
+// Records the longest piece that it was given.
 class LongestPiece final : public Output {
 public:
    void write(std::string_view text) override {

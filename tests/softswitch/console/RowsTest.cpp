@@ -13,7 +13,7 @@ namespace {
 struct CountIterImpl : orv::iter_impl<int> {};
 using CountIter = orv::iter_base<int, CountIterImpl>;
 
-// Counts to `last`, and how many walks are under way.
+// Iterates over 1 to `last`, and counts the live iterators.
 class Count final : public CountIterImpl {
 public:
    Count(int last, int& walks) : last_(last), walks_(&walks) { ++*walks_; }

@@ -27,7 +27,7 @@ protected:
       sessions.sbfd_echo_session_interval_set(key, {5, 20});
    }
    Value session() { return json("show sbfd")["sbfd_sessions"][0]; }
-   // The switch runs in its own time.
+   // Polls, since the switch runs on a thread of its own.
    template <typename Condition>
    void waitUntil(Condition condition) {
       const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(10);

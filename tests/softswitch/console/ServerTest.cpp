@@ -139,7 +139,7 @@ TEST_F(ServerTest, clientThatDoesNotReadHoldsUpNobody) {
       ASSERT_EQ(other.run("echo still here")->text, "still here");
    server.stop();
    endlessEnded_.get_future().wait();
-   // What the socket holds and no more: the command waited instead of gathering its output.
+   // No more than the socket buffers: the command waited instead of collecting its output.
    EXPECT_LT(endlessBytes_, 16u << 20);
 }
 
@@ -178,7 +178,7 @@ TEST_F(ServerTest, turnsAwayTheClientAboveTheLimitAndTakesOneAgainLater) {
    EXPECT_FALSE(extra.answer());
 
    clients.front()->endInput();
-   EXPECT_FALSE(clients.front()->answer());  // its thread has said goodbye
+   EXPECT_FALSE(clients.front()->answer());  // its thread has closed the connection
    bool admitted = false;
    while (!admitted) {
       ConsoleClient again(address_);
@@ -203,7 +203,8 @@ TEST_F(ServerTest, idleClientsDoNotKeepStopWaiting) {
    server.reset();
 }
 
-// The first stop waits for the command, the command for the lock, and the lock's holder stops too.
+// The first stop waits for the command, the command waits for the lock, and the thread that holds the lock
+// stops the server too.
 TEST_F(ServerTest, aStopByTheLocksHolderDuringAnotherStopLetsBothEnd) {
    std::promise<void> running;
    std::promise<void> stopBegan;

@@ -25,7 +25,7 @@ protected:
    Json traffic(const std::string& name) { return json("show traffic " + name)["traffic"][0]; }
 };
 
-// Notes operational changes and lets a test wait for them.
+// Records operational status changes and lets a test wait for them.
 class LinkListener final : public orv::intf_handler {
 public:
    explicit LinkListener(orv::intf_mgr* mgr) : orv::intf_handler(mgr) { watch_all_intfs(true); }
@@ -158,7 +158,7 @@ TEST_F(SetTest, groupsCountWhatIsSentThroughThem) {
 
 TEST_F(SetTest, writersComeAndGo) {
    const auto writers = [&] {
-      // The main loop makes and removes them.
+      // The main loop creates and removes writers.
       std::string all;
       const auto shown = json("show writers");
       for (const auto& writer : shown["writers"])

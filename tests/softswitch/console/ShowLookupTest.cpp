@@ -23,7 +23,7 @@ protected:
       run("configure ip route 10.2.0.0/16 drop");
       settle();
    }
-   // IPv4 traffic of DSCP 46 for gold leaves through low.
+   // Redirects gold's IPv4 traffic with DSCP 46 to low.
    void redirectGold() {
       const orv::sdk_scoped_lock lock;
       const orv::acl_key_t list("gold-low_IPv4", orv::acl_type_t::ipv4);

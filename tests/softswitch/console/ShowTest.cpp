@@ -290,7 +290,7 @@ TEST_F(ShowTest, aWaitForTheActivityLockIsCounted) {
    EXPECT_GT(handed(), before);
 }
 
-// Keys of the objects in a document, of those within them too.
+// Collects the keys of all objects in a document, nested ones included.
 void gatherKeys(const Json& json, std::set<std::string>& keys) {
    if (json.is_object()) {
       for (const auto& item : json.items())

@@ -13,7 +13,7 @@
 namespace softswitch {
 namespace {
 
-// A plane that answers when it is told to, with what it is told to.
+// A plane that answers when the test says so, with the result that the test chooses.
 class LatePlane final : public ForwardingPlane {
 public:
    std::string_view name() const override { return "late"; }
@@ -162,7 +162,7 @@ TEST_F(HardwareTest, thePlaneIsToldOfNothingThatIsNotCommitted) {
    while (told == 0) {
       scheduler_->waitForWork();
       const Zelt::ActivityLockAnchor lock;
-      // A task of the same turn writes before hardware gets its own.
+      // A task writes in the same turn, before the hardware task runs.
       vrfs_.vrfSet("v");
       EXPECT_TRUE(store_.inSpan());
       scheduler_->runReady();
@@ -191,7 +191,7 @@ TEST_F(HardwareTest, aRouteThatIsDeletedBeforeTheAnswerStaysDeleted) {
    step();
    plane_->takeLog();
    routes().ip_route_del(orv::ip_route_key_t(prefix("10.0.0.0/8")));
-   // Its row must not be given to another while the answer is on its way.
+   // The row of the deleted route must not be reused while the answer is pending.
    setRoute("11.0.0.0/8");
    step();
    EXPECT_EQ(plane_->takeLog(), (std::vector<std::string>{"gone 10.0.0.0/8", "route 11.0.0.0/8"}));

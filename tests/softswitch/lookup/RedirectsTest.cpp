@@ -31,7 +31,7 @@ orv::acl_key_t v6(const std::string& name) {
 
 class RedirectsTest : public SwitchFixture {
 protected:
-   // "" where the packet is not redirected.
+   // "" when the packet is not redirected.
    std::string of(const std::string& group, std::uint8_t dscp, std::string_view destination = "10.0.0.1") {
       const auto found = redirect(group, dscp, destination);
       return found ? found->group : "";
@@ -77,7 +77,7 @@ protected:
       map.rule_set(seq, made);
       sw().policyMaps().policy_map_is(map);
    }
-   // As a controller's redirect stands in the switch.
+   // Writes what a controller's redirect consists of: lists, a class map and a rule of the policy map.
    void redirect(std::uint32_t seq, const std::string& match, const std::string& to,
                  std::initializer_list<unsigned> ipv4, std::initializer_list<unsigned> ipv6) {
       const std::string name = match + "-" + to;
@@ -125,7 +125,7 @@ TEST_F(RedirectsTest, theFirstRuleThatTakesThePacketDecides) {
    redirect(5, "a", "early", {1}, {});
    EXPECT_EQ(of("a", 1), "early");
    EXPECT_EQ(of("a", 2), "late");
-   // Maps go by their names.
+   // Policy maps apply in the order of their names.
    policyRule("before", 9, "a-late", "other");
    EXPECT_EQ(of("a", 1), "other");
 }
@@ -156,7 +156,8 @@ TEST_F(RedirectsTest, policyRoutingThatIsNotAboutAGroupIsNoRedirect) {
    classMap("a-b");
    policyRule("cbf", 1, "a-b", "b");
    EXPECT_EQ(of("a", 1), "");
-   // Another feature, an action that names no group, and a rule that looks at more than is known here.
+   // None of these redirects: a map that is missing, an action without a group, a rule that matches on more
+   // fields than the lookup knows.
    redirect(2, "x", "y", {1}, {});
    auto map = sw().policyMaps().policy_map(pbr("cbf"));
    sw().policyMaps().policy_map_del(pbr("cbf"));
@@ -182,7 +183,7 @@ TEST_F(RedirectsTest, aRuleThatDeniesKeepsThePacketFromTheOnesBehindIt) {
    sw().acls().acl_rule_set(v4("a-b"), 1, deny);
    sw().acls().acl_commit();
    EXPECT_EQ(of("a", 1), "");
-   // To one destination.
+   // Denied for some destinations only.
    deny.destination_addr_is(orv::ip_addr_mask_t(address("10.0.0.99"), 28));
    sw().acls().acl_rule_set(v4("a-b"), 1, deny);
    sw().acls().acl_commit();
@@ -227,7 +228,7 @@ TEST_F(RedirectsTest, aLookUpFollowsTheRedirectWhileItsGroupIsActive) {
    sw().nexthopGroups().nexthop_group_set(group("b", "Ethernet2"));
    setRoute("10.0.0.0/8", "a");
    redirect(1, "a", "b", {46}, {});
-   // Once: what was redirected to b is not redirected again.
+   // Only one redirect applies: what was redirected to b is not redirected again.
    redirect(2, "b", "a", {46}, {});
    settle();
    const auto look = [&](std::uint8_t dscp) {
@@ -251,7 +252,7 @@ TEST_F(RedirectsTest, aLookUpFollowsTheRedirectWhileItsGroupIsActive) {
    EXPECT_EQ(idle.steps.at(1),
              "DSCP 46: redirected from a to b by policy map cbf rule 1, class map a-b, ACL a-b_IPv4 rule 1; "
              "not in force, nexthop group b is not active");
-   // Also where the route's own group has failed.
+   // The redirect is in force although the route's own group has failed.
    sw().intfs().linkIs(orv::intf_id_t("Ethernet2"), true);
    sw().intfs().linkIs(orv::intf_id_t("Ethernet1"), false);
    settle();

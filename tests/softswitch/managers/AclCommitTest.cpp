@@ -1,4 +1,4 @@
-// What a commit of ACLs takes over, and what it tells.
+// What a commit of ACLs applies, and what it reports.
 #include <gmock/gmock.h>
 
 #include <map>
@@ -99,7 +99,7 @@ TEST_F(AclCommitTest, aFullTableIsReplacedInOneCommit) {
    EXPECT_THAT(listOf(mgr_->acl_all_iter()), ElementsAre(a1_, a2_));
    EXPECT_EQ(mgr_->committedRules().size(), 128u);
 
-   // The one that grows comes first by key.
+   // The list that grows is the first by key.
    for (unsigned seq = 73; seq <= 100; ++seq)
       mgr_->acl_rule_del(a1_, seq);
    EXPECT_THAT(commit(), ElementsAre("sync"));
@@ -133,7 +133,7 @@ TEST_F(AclCommitTest, aListWithoutRoomFailsAloneAndFollowsOnceThereIs) {
       EXPECT_THAT(seqs(mgr_->acl_all_rule_ip_iter(a2_)), ElementsAre());
       EXPECT_THAT(seqs(mgr_->acl_all_rule_ip_iter(x1_)), ElementsAre(1, 2));
       EXPECT_EQ(mgr_->committedRules().size(), 5u);
-      // x1 and two rules, a2 and three.
+      // Pending are x1 with two rules and a2 with three.
       EXPECT_EQ(mgr_->pendingEdits(), 7u);
       startAgain();
       EXPECT_EQ(mgr_->pendingEdits(), 7u);
@@ -163,7 +163,7 @@ TEST_F(AclCommitTest, aListWhoseRulesDoNotFitStaysAsItWas) {
    startAgain();
    EXPECT_TRUE(committed(a1_) == before);
 
-   // With one rule less it just fits.
+   // With one rule fewer it just fits.
    mgr_->acl_rule_del(a1_, 103);
    EXPECT_THAT(commit(), ElementsAre(applied));
    EXPECT_EQ(mgr_->committedRules().size(), 128u);
@@ -182,7 +182,7 @@ TEST_F(AclCommitTest, aListThatTheStoreHasNoRoomForStaysAsItWas) {
    mgr_->acl_del(other_);
    context().store.commit();
 
-   // Leaves room for some writes, but not for all of the list.
+   // Fills the store until it has room for some writes, but not for the whole list.
    const auto ballast = context().store.open("ballast");
    int loads = 0;
    EXPECT_THROW(
@@ -212,8 +212,8 @@ TEST_F(AclCommitTest, aListThatTheStoreHasNoRoomForStaysAsItWas) {
    EXPECT_TRUE(committed(edge_).second == listOf(mgr_->acl_rule_ip_iter(edge_)));
 }
 
-// Whatever is edited and committed, restarts in between: each list is committed as it was last committed or
-// as it is pending, and a failure is told for exactly those that did not follow.
+// Random edits, commits and restarts. After each commit a list is either as it was last committed or as it is
+// pending; a failure is reported for exactly those lists that the commit left unchanged.
 TEST_F(AclCommitTest, everyCommitTakesEachListOverOrTellsThatItDidNot) {
    startAgainWith(3);
    using Rules = std::map<unsigned, acl_action_t>;

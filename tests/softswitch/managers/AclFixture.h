@@ -1,4 +1,4 @@
-// An ACL manager and somebody who hears how commits end.
+// An ACL manager and a listener that records how commits end.
 #pragma once
 
 #include <memory>
@@ -60,13 +60,13 @@ protected:
       for (unsigned seq = from; seq <= to; ++seq)
          mgr_->acl_rule_set(key, seq, ipRule(action));
    }
-   // A list's own row and its rules as they are committed.
+   // A list's committed row and rules.
    std::pair<std::optional<AclRow>, std::vector<orv::acl_rule_ip_entry_t>> committed(
         const orv::acl_key_t& key) {
       const auto* row = mgr_->committedLists().find(key);
       return {row == nullptr ? std::nullopt : std::optional(*row), listOf(mgr_->acl_all_rule_ip_iter(key))};
    }
-   // Commits, and what `listener` hears of it.
+   // Commits. RETURNS: the events that `listener` has received.
    std::vector<std::string> commit(AclListener& listener) {
       listener.heard.clear();
       mgr_->acl_commit();

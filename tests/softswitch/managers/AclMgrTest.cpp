@@ -185,7 +185,7 @@ TEST_F(AclFixture, refusesANameThatIsTooLongOrNotUtf8) {
                 mgr_->acl_rule_set({"Z\xfcrich", orv::acl_type_t::ipv4}, 1, orv::acl_rule_ip_t());
              }),
              "ACL name 'Z\\xfcrich' is not UTF-8");
-   // The longest name is one that every table of the store takes.
+   // Every table of the store accepts the longest name.
    const orv::acl_key_t longest(std::string(400, 'n'), orv::acl_type_t::ipv4);
    mgr_->acl_rule_set(longest, 1, orv::acl_rule_ip_t());
    mgr_->acl_apply(longest, ethernet1_, acl_direction_t::in, true);

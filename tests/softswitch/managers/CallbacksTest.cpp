@@ -35,8 +35,8 @@ TEST_F(CallbacksTest, callsComeLaterAndInOrder) {
    EXPECT_EQ(called_.size(), 3u);
 }
 
-// A handler tells the outside world what it is told, so what earlier work of the same turn wrote must be
-// committed by then; one callback may write what the next one tells.
+// A handler passes on what it is notified of, so whatever was written earlier in the same turn must be
+// committed first. One callback may write what the next one reports.
 TEST_F(CallbacksTest, whatWasDoneBeforeIsCommittedWhenACallIsMade) {
    std::vector<std::string> log;
    Zelt::activityLock().setReleaseHook(

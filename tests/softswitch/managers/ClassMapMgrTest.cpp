@@ -114,7 +114,7 @@ TEST_F(ClassMapMgrTest, refuses) {
    bad.rule_set(3, class_map_rule_t(acl_key_t(std::string(401, 'n'), acl_type_t::ipv4)));
    EXPECT_EQ(refusal([&] { mgr_->class_map_is(bad); }),
              "class map 'a' rule 3: ACL name of 401 bytes, expected at most 400");
-   // The longest name is one that the store takes.
+   // The store accepts the longest name.
    const policy_map_key_t longest(std::string(400, 'n'), policy_feature_t::pbr);
    EXPECT_EQ(refusal([&] { mgr_->class_map_is(mapOf(longest)); }), "");
    mgr_->class_map_del(longest);

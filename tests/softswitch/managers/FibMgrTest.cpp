@@ -118,7 +118,7 @@ TEST_F(FibMgrTest, eventsComeInAnOrderThatCanBeFollowed) {
    sw().ipRoutes().ip_route_del(key("11.0.0.0/8"));
    settle();
    EXPECT_THAT(listener.take(), ElementsAre("del 11.0.0.0/8"));
-   // One that never got into the FIB leaves it without a word.
+   // The removal of a route that never entered the FIB causes no event.
    sw().ipRoutes().ip_route_del(key("10.0.0.0/8"));
    settle();
    EXPECT_THAT(listener.take(), IsEmpty());
@@ -153,7 +153,7 @@ TEST_F(FibMgrTest, aRouteWithHopsHasAFecOfItsOwnAndFollowsTheLink) {
    EXPECT_FALSE(fib().fib_fec_exists(fecKey));
    linkIs("Ethernet1", true);
    EXPECT_THAT(listener.take(), ElementsAre("fec set", "set 10.0.0.0/8"));
-   // A port that is pulled out while its link is up.
+   // A port is removed while its link is up.
    sw().intfs().portDel(orv::intf_id_t("Ethernet1"));
    settle();
    EXPECT_THAT(listener.take(), ElementsAre("del 10.0.0.0/8"));
@@ -192,7 +192,7 @@ TEST_F(FibMgrTest, theSmallestPreferenceThatForwardsWins) {
    EXPECT_EQ(fibRoute("10.0.0.0/8").preference(), 3);
    EXPECT_THAT(fibRoutes(), ElementsAre("10.0.0.0/8"));
    EXPECT_THAT(listener.take(), ElementsAre("fec set", "set 10.0.0.0/8"));
-   // A third one that loses is not heard of.
+   // A third route that loses causes no event.
    setHops("10.0.0.0/8", "Ethernet3", 200);
    settle();
    EXPECT_THAT(listener.take(), IsEmpty());

@@ -33,7 +33,7 @@ TEST(GroupSweepTest, aWalkIsForGroupsThatRoutesName) {
    EXPECT_FALSE(sweep.groupChanged(group + 1));
    sweep.swept();
    EXPECT_FALSE(sweep.groupChanged(group));
-   // The group is gone, a route still names it.
+   // The group has been deleted, but a route still names it.
    names.drop(group);
    sweep.groupGone(group);
    EXPECT_EQ(sweep.sweeps, 2);

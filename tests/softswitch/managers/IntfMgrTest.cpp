@@ -13,7 +13,7 @@ using orv::intf_id_t;
 using orv::oper_status_t;
 using testing::ElementsAre;
 
-// Writes down what it hears.
+// Records its events.
 class Listener final : public orv::intf_handler {
 public:
    using orv::intf_handler::intf_handler;
@@ -184,7 +184,7 @@ TEST_F(IntfMgrTest, whatChangesAfterAnInterfaceCameIsToldBehindHowItCame) {
                            "Loopback7 disabled", "Loopback7 oper down", "Loopback7 described made"));
 }
 
-// Reads what it is told of, as handlers may.
+// Reads the interface in each event, as handlers may.
 class Reader final : public orv::intf_handler {
 public:
    using orv::intf_handler::intf_handler;
@@ -208,7 +208,7 @@ TEST_F(IntfMgrTest, ofAnInterfaceThatIsGoneAgainOnlyComingAndGoingAreTold) {
    mgr_->intfDel(made);
    runLoop();
    EXPECT_THAT(listener.heard, ElementsAre("Loopback7 created", "Loopback7 deleted"));
-   // Gone and back before the loop came to it: the last word is how it is.
+   // An interface is removed and added again before the main loop runs: the last events give its state.
    listener.heard.clear();
    mgr_->admin_enabled_is(ethernet1_, false);
    mgr_->portDel(ethernet1_);

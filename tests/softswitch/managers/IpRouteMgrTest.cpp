@@ -172,13 +172,13 @@ TEST_F(IpRouteMgrTest, groupsAndHopsDoNotMix) {
    EXPECT_THAT(refusedVia(hopVia("11.0.0.0/8", "192.0.2.1")), HasSubstr("a hop on a route"));
    EXPECT_THAT(refusal([&] { mgr().ip_route_set(orv::ip_route_t(key("11.0.0.0/8")), Action::forward); }),
                HasSubstr("forward"));
-   // Without an action the route stays what its vias make it.
+   // Without an action the route keeps the action that its vias imply.
    orv::ip_route_t route(key("11.0.0.0/8"));
    route.tag_is(9);
    EXPECT_EQ(refusal([&] { mgr().ip_route_set(route); }), "");
    EXPECT_EQ(mgr().action(key("11.0.0.0/8"), ""), Action::nexthop_group);
    EXPECT_THAT(hops("10.0.0.0/8"), ElementsAre("192.0.2.1"));
-   // Nothing of what was refused has been kept.
+   // A refused request leaves nothing behind.
    EXPECT_EQ(mgr().ip_route(key("10.0.0.0/8")).tag(), 0u);
 }
 

@@ -109,7 +109,7 @@ TEST_F(NexthopGroupMgrTest, versionsRiseAndSkipZero) {
    EXPECT_THAT(refusal([&] { mgr().nexthop_group_set_with_version_id(group("g"), 0); }),
                HasSubstr("version_id"));
    EXPECT_EQ(mgr().nexthop_group("g").version_id(), 1);
-   // The version goes on after a restart.
+   // The version count continues after a restart.
    restart();
    mgr().nexthop_group_set(group("g"), version);
    EXPECT_EQ(version, 2);
@@ -152,7 +152,7 @@ TEST_F(NexthopGroupMgrTest, severalSetsBeforeTheStageAreOne) {
    setGroup("unwatched");
    settle();
    EXPECT_THAT(listener.take(), ElementsAre("g version 2", "g active"));
-   // Deleted before hardware heard of it.
+   // This group is deleted before it reaches hardware.
    setGroup("short");
    mgr().nexthop_group_del("short");
    settle();
@@ -179,7 +179,7 @@ TEST_F(NexthopGroupMgrTest, everyDeletionIsTold) {
    mgr().resync_complete();
    settle();
    EXPECT_THAT(listener.take(), ElementsAre("stale inactive"));
-   // One that is back before hardware lost it was not deleted for its watchers.
+   // A group that is set again before hardware has removed it was never deleted for its watchers.
    setGroup("back");
    settle();
    listener.take();
@@ -199,7 +199,7 @@ TEST_F(NexthopGroupMgrTest, aDeletedGroupIsListedWhileHardwareHasIt) {
    EXPECT_THAT(names(), ElementsAre("b", "d", "unheard"));
    EXPECT_THAT(listOf(mgr().programmed_nexthop_group_iter()), ElementsAre("a", "b", "c", "d", "e"));
    EXPECT_TRUE(mgr().counter("c", 0).valid());
-   // Set again: there once.
+   // A group that is set again is listed once.
    setGroup("c");
    EXPECT_THAT(listOf(mgr().programmed_nexthop_group_iter()), ElementsAre("a", "b", "c", "d", "e"));
    settle();
@@ -212,7 +212,8 @@ TEST_F(NexthopGroupMgrTest, aDeletedGroupIsListedWhileHardwareHasIt) {
    EXPECT_THAT(listOf(mgr().programmed_nexthop_group_iter()), ElementsAre("d"));
 }
 
-// What hardware has from begin to end is seen once, in order, however it is deleted and set on the way.
+// The walk visits every group that hardware has throughout once and in order, whatever is deleted and set
+// meanwhile.
 TEST_F(NexthopGroupMgrTest, aWalkOfProgrammedGroupsSurvivesChanges) {
    for (const char* name : {"a", "b", "c", "d", "e", "f", "g"})
       setGroup(name);
@@ -223,7 +224,7 @@ TEST_F(NexthopGroupMgrTest, aWalkOfProgrammedGroupsSurvivesChanges) {
    mgr().nexthop_group_del("b");
    mgr().nexthop_group_del("c");
    EXPECT_EQ(*++it, "b");
-   // Behind the walk, where it stands, and before it, in the table again.
+   // These groups are set again behind the iterator, at its position and ahead of it.
    setGroup("a");
    setGroup("b");
    setGroup("c");

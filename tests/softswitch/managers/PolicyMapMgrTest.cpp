@@ -59,7 +59,7 @@ protected:
       classMaps_.reset();
       intfs_.reset();
    }
-   // One rule that sends the class to a group.
+   // A policy map with one rule, which sends the class to a group.
    policy_map_t mapOf(const policy_map_key_t& key) {
       policy_map_action_t action(policy_action_type_t::nexthop_group);
       action.nexthop_group_name_is("group");
@@ -328,7 +328,7 @@ TEST_F(PolicyMapMgrTest, refusesARawRuleThatNoListCouldHave) {
    EXPECT_EQ(raw([&](auto& r) { r.tcp_flags_is(512); }), "tcp flags 512 is out of range, expected 0 to 511");
    EXPECT_EQ(raw([&](auto& r) { r.icmp_code_is(256); }),
              "icmp code 256 is out of range, expected 0 to 255, or 65535 for any");
-   // A rule of another type keeps it just as well.
+   // The limits apply to a rule of another type as well.
    EXPECT_EQ(words(policy_map_rule_type_t::class_map,
                    [&](auto& r) {
                       r.source_addr_is({one, 200});

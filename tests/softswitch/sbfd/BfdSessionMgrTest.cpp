@@ -57,7 +57,7 @@ protected:
       intfs_ = std::make_unique<IntfMgr>(context(), topology_);
       model_ = std::make_unique<SbfdModel>();
       mgr_ = std::make_unique<BfdSessionMgr>(context(), *intfs_, *model_, 1000 * ms, [this] { return now_; });
-      // The machine's speed decides nothing here.
+      // The quantum never ends, so that the machine's speed has no effect.
       mgr_->task().quantumIs(std::int64_t{3600} * 1000 * ms);
    }
    void forget() {
@@ -65,7 +65,7 @@ protected:
       model_.reset();
       intfs_.reset();
    }
-   // The switch's clock goes on, and the main loop runs at each tick.
+   // Advances the switch's clock, and runs the main loop at each tick.
    void pass(std::int64_t nanos) {
       for (const auto end = now_ + nanos; now_ < end;) {
          now_ += ms;

@@ -23,14 +23,14 @@ protected:
       return slot;
    }
    void link(SbfdSlot slot, bool enabled, bool up) { engine_.linkIs(slot, enabled, up, now_); }
-   // The clock goes on by `nanos`, in steps of a tick.
+   // Advances the clock by `nanos`, in steps of a tick.
    void pass(std::int64_t nanos) {
       for (const auto end = now_ + nanos; now_ < end;) {
          now_ = std::min(now_ + SbfdWheel::tickNanos, end);
          work();
       }
    }
-   // The main loop did not come for so long.
+   // Advances the clock by `nanos` without a run of the main loop in between.
    void stall(std::int64_t nanos) {
       now_ += nanos;
       work();
@@ -46,7 +46,7 @@ protected:
       }
       return all;
    }
-   // When the session's status has changed to `status`, after now; within a tick.
+   // Waits until the session's status is `status`. RETURNS: the time of the change, to within a tick.
    std::int64_t timeOf(SbfdSlot slot, Status status, std::int64_t patience = 1000 * ms) {
       for (const auto end = now_ + patience; now_ < end && engine_.status(slot) != status;)
          pass(ms);
@@ -87,7 +87,7 @@ TEST_F(SbfdEngineTest, goesDownAfterIntervalTimesMultiplierWithoutAnAnswer) {
    const auto last = now_;
    const auto down = timeOf(slot, Status::down);
    EXPECT_EQ(engine_.answered(slot), answered);
-   // The answer that took it up came at most one tick before it was seen.
+   // The answer that brought the session up arrived at most one tick before the engine saw it.
    EXPECT_GE(down - last, 149 * ms);
    EXPECT_LE(down - last, 151 * ms);
    model_.defaultFarEndIs({.up = true});
@@ -138,7 +138,7 @@ TEST_F(SbfdEngineTest, aDisabledInterfaceMakesItAdminDown) {
    link(slot, false, false);
    EXPECT_EQ(engine_.status(slot), Status::up);
    timeOf(slot, Status::admin_down);
-   // Enabled, but without a cable: a failure from now on.
+   // The interface is enabled but has no link: from here on that is a failure.
    link(slot, true, false);
    timeOf(slot, Status::down);
    link(slot, false, false);
@@ -158,7 +158,7 @@ TEST_F(SbfdEngineTest, aStallOfTheSwitchIsNotHeldAgainstTheFarEnd) {
       pass(60 * ms);
    }
    EXPECT_THAT(statuses(), IsEmpty());
-   // One that is really gone is found out all the same.
+   // A far end that is really gone is still detected.
    model_.defaultFarEndIs({.up = false});
    stall(1000 * ms);
    timeOf(slot, Status::down, 300 * ms);
@@ -217,7 +217,7 @@ TEST_F(SbfdEngineTest, reportsOncePerSnapshotOnlyWhatIsToBeReported) {
    }
    EXPECT_GE(reports, 8);
    EXPECT_LE(reports, 10);
-   // Nobody takes it for a while: one report, of the latest.
+   // Reports that are not taken for a while collapse into one, the latest.
    pass(5000 * ms);
    EXPECT_EQ(engine_.takeRtt(), slot);
    EXPECT_EQ(engine_.takeRtt(), std::nullopt);

@@ -19,7 +19,7 @@ protected:
       model_.sessionAdd(slot, {orv::ip_addr_t(nexthop), orv::intf_id_t(intf), {}, 0, 0});
       model_.linkIs(slot, true);
    }
-   // Nanoseconds that a probe that leaves at 0 takes; -1 for one that is lost.
+   // The round-trip time in nanoseconds of a probe that is sent at 0; -1 when it is lost.
    std::int64_t roundTrip(SbfdSlot slot) {
       model_.send(slot, 0);
       SbfdAnswer answer;

@@ -95,7 +95,7 @@ TEST(Codec, theSumTellsEveryOverwrittenByte) {
       EXPECT_NE(rowSum(key, changed), sum) << i;
    }
    EXPECT_NE(rowSum("other key", row), sum);
-   // The border between key and row counts.
+   // The boundary between key and row is part of the sum.
    EXPECT_NE(rowSum(key + row.substr(0, 1), row.substr(1)), sum);
 }
 

@@ -40,7 +40,7 @@ protected:
       std::sort(names.begin(), names.end());
       return names;
    }
-   // The refusal's kind and words.
+   // The kind and the text of the refusal.
    std::pair<Trouble, std::string> refused(std::string_view boot = "boot-1") {
       try {
          open(boot);

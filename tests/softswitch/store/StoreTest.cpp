@@ -37,7 +37,7 @@ protected:
    fs::path state() const { return directory_ / "state"; }
    fs::path dataFile() const { return state() / "data.mdb"; }
 
-   // The kind of the refusal and its words.
+   // The kind and the text of the refusal.
    std::pair<Trouble, std::string> refused(StoreOptions o) {
       try {
          Store store(std::move(o));
@@ -245,7 +245,7 @@ TEST_F(StoreTest, writesThatThereIsRoomForAreNotRefused) {
       };
       EXPECT_GT(fill() * batch, 10000u);
 
-      // Deletes go on, and what they free is room too.
+      // Deletes still work, and what they free is room again.
       while (expected.size() > 100) {
          store.requireRoom(4, 0, true);
          for (int i = 0; i < 4; ++i) {
@@ -262,8 +262,8 @@ TEST_F(StoreTest, writesThatThereIsRoomForAreNotRefused) {
    }
 }
 
-// Runs `body` in a child that has `mount` as a file system of so many bytes. Answers its exit status, or -1
-// when this machine does not allow it.
+// Runs `body` in a child process that has a file system of `bytes` bytes at `mount`.
+// RETURNS: the child's exit status, or -1 when this machine does not allow it.
 template <class Body>
 int onSmallDisk(const fs::path& mount, std::size_t bytes, Body body) {
    const auto child = ::fork();
@@ -330,7 +330,7 @@ TEST_F(StoreTest, aFullDiskRefusesTheWriteAndCanBeEmptied) {
          const auto first = fill();
          CHECK_IN_CHILD(first > 5000);
          CHECK_IN_CHILD(rowsOf(store, db) == expected);
-         // A reservation is refused as a write is.
+         // A reservation is refused like a write.
          bool reserved = true;
          try {
             store.reserve(1 << 20);
@@ -338,7 +338,7 @@ TEST_F(StoreTest, aFullDiskRefusesTheWriteAndCanBeEmptied) {
             reserved = false;
          }
          CHECK_IN_CHILD(!reserved);
-         // Every row can go, and what went makes room.
+         // Every row can be deleted, and deletes make room.
          std::size_t n = 0;
          for (auto it = expected.begin(); it != expected.end(); ++n) {
             if (n % 3 == 0) {
@@ -352,7 +352,7 @@ TEST_F(StoreTest, aFullDiskRefusesTheWriteAndCanBeEmptied) {
          CHECK_IN_CHILD(rowsOf(store, db) == expected);
          CHECK_IN_CHILD(fill() > first / 4);
       }
-      // The next start, on the disk that is still full.
+      // The next start finds the disk still full.
       Store store(options());
       CHECK_IN_CHILD(rowsOf(store, store.open("t")) == expected);
       return 0;
@@ -369,7 +369,8 @@ TEST_F(StoreTest, aReservedWriteAlwaysFits) {
       const auto later = store.open("later");
       std::size_t held = 0;
       try {
-         // One span: the reserved rows are written at its end, after the others have taken what was left.
+         // In one span: the reserved rows are written at its end, after the other writes have taken the rest
+         // of the room.
          for (; held < 1000; ++held)
             store.reserve(100);
          for (int i = 0;; ++i)
@@ -388,7 +389,7 @@ TEST_F(StoreTest, aReservedWriteAlwaysFits) {
    EXPECT_EQ(result, 0);
 }
 
-// Writes pairs, each pair under one span, and tells the parent after each commit; never returns.
+// Writes pairs, each pair under one span, and reports each commit to the parent; never returns.
 [[noreturn]] void writePairs(StoreOptions options, int pipe, std::uint64_t from) {
    Store store(std::move(options));
    const auto left = store.open("left");
@@ -425,7 +426,7 @@ TEST_F(StoreTest, aKillLosesNothingThatWasAcknowledgedAndLeavesNothingHalf) {
       while (got < wanted && ::read(ends[0], &acknowledged, sizeof acknowledged) == sizeof acknowledged)
          ++got;
       ::kill(child, SIGKILL);
-      // What was written before the signal counts as acknowledged too.
+      // What was written to the pipe before the signal counts as acknowledged too.
       while (::read(ends[0], &acknowledged, sizeof acknowledged) == sizeof acknowledged)
          ++got;
       ::close(ends[0]);
@@ -438,7 +439,7 @@ TEST_F(StoreTest, aKillLosesNothingThatWasAcknowledgedAndLeavesNothingHalf) {
       const auto left = rowsOf(store, store.open("left"));
       const auto right = rowsOf(store, store.open("right"));
       ASSERT_EQ(left, right);
-      // Of the last acknowledged ones, those that no later write took away are there.
+      // An acknowledged pair exists unless a later write removed it.
       for (auto i = next; i <= acknowledged; ++i) {
          const auto key = fmt::format("{:08}", i * 7919 % 100003);
          const bool removed = (i + 1) % 3 == 0 && i < acknowledged;

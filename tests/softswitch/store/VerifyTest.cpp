@@ -97,14 +97,14 @@ TEST_F(VerifyTest, anOverwrittenPageIsDamageWhereverRowsAre) {
          bad[page * 4096 + i] = static_cast<char>(random());
       write(bad);
       ++tried;
-      // A page of the free list holds nothing that counts.
+      // Damage to a page of the free list does no harm, so it may go unnoticed.
       if (damaged()) ++found;
    }
    EXPECT_GT(found, tried / 2);
 }
 
 TEST_F(VerifyTest, everyFlippedByteIsFoundOrHarmless) {
-   // Whatever is overwritten: the file is refused, or its rows read as they were.
+   // Whichever byte changes, the file is refused, or its rows read as before.
    std::mt19937 random(3);
    const auto read = [&] {
       std::map<std::string, std::string> rows;
@@ -121,7 +121,7 @@ TEST_F(VerifyTest, everyFlippedByteIsFoundOrHarmless) {
       write(bad);
       if (damaged()) {
          ++found;
-         // Refused in words by the start too, and left as it was.
+         // A start refuses the file too, and leaves it as it is.
          if (round % 50 == 0) {
             EXPECT_THROW(Store{options()}, StoreError);
             EXPECT_EQ(bytesNow(), bad);

@@ -65,7 +65,7 @@ protected:
          keys.push_back(row->key().to_string());
       return keys;
    }
-   // Ends a lock span; whether it has written anything.
+   // Ends a lock span. RETURNS: whether it has written anything.
    bool spanWrites() {
       const auto before = store_->commits();
       store_->commit();
@@ -127,14 +127,14 @@ TEST_F(MplsRouteTableTest, whatIsRemovedAndSetAgainAsItWasWritesNothing) {
    erase(plain(10));
    set(plain(10));
    EXPECT_FALSE(spanWrites());
-   // Anything else of it does.
+   // Any other change is written.
    set(plain(10), "g", mpls_action_t::pop);
    EXPECT_TRUE(spanWrites());
    set(plain(10), "h");
    EXPECT_TRUE(spanWrites());
    erase(plain(10));
    EXPECT_TRUE(spanWrites());
-   // A route that comes and goes within a span leaves nothing.
+   // A route that is added and removed within a span is not written.
    set(plain(12));
    erase(plain(12));
    EXPECT_FALSE(spanWrites());
@@ -147,7 +147,7 @@ TEST_F(MplsRouteTableTest, aNameThatTakesTheNumberOfAnotherIsNotTakenForIt) {
    spanWrites();
    const auto number = names_->find("first");
    table_->clearVias(*table_->findRoute(plain(10)));
-   // The store still names it.
+   // The store still uses the first name's number.
    EXPECT_EQ(names_->hold("second") == number, false);
    set(plain(10), "second");
    EXPECT_TRUE(spanWrites());

@@ -42,7 +42,7 @@ orv::policy_map_t somePolicyMap() {
    return map;
 }
 
-// A row that was cut anywhere, or has something behind its end, is told from a whole one.
+// A row that is truncated anywhere, or is followed by extra bytes, is refused.
 template <typename Read>
 void expectDamageIsNoticed(const std::string& bytes, Read read) {
    for (std::size_t length = 0; length < bytes.size(); ++length) {

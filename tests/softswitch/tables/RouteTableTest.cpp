@@ -74,7 +74,7 @@ public:
       row.mark = marks().epoch();
       return row;
    }
-   // `bytes` as the store would have them: a version, then so many vias.
+   // Reads a row as the store has it: a version, the number of vias, the vias.
    void read(std::string_view bytes, Row& row) {
       store::Reader in(bytes);
       checkVersion(in);
@@ -178,7 +178,7 @@ TEST_F(RouteTableTest, twoFormsOfAViaAreToldByHopOrByBeingTheGroups) {
    EXPECT_FALSE(Numbers::sameVia(over("g"), Via{}));
 }
 
-// What a resync erased and what lost vias in it.
+// The routes that a resync erased, and those that lost vias in it.
 struct Completed {
    explicit Completed(Numbers& table) {
       completeResync(
@@ -200,10 +200,10 @@ TEST_F(RouteTableTest, aResyncErasesWhatWasNotSetAgain) {
    table_.setGroup(table_.rows[5], over("g"));
    table_.marks().begin();
    table_.rows[2].mark = table_.marks().epoch();  // set again without its vias
-   table_.setHop(table_.rows[4], hop(2));         // a via keeps its route
+   table_.setHop(table_.rows[4], hop(2));         // a via that is set keeps its route
    EXPECT_TRUE(table_.keepGroup(table_.rows[5], over("g")));
    table_.insert(7);
-   // An erased via is no via that was set.
+   // Erasing a via does not count as setting it.
    EXPECT_TRUE(table_.eraseVias(table_.rows[6], hop(1)));
    const Completed completed(table_);
    EXPECT_THAT(completed.erased, ElementsAre(1, 3, 6));

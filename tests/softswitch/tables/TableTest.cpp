@@ -130,7 +130,7 @@ TEST_F(TableTest, aRowThatDoesNotDecodeIsDamage) {
          EXPECT_THAT(e.what(), testing::AllOf(HasSubstr("numbers"), HasSubstr("state")));
       }
    }
-   // A key that is too long, too.
+   // A key that is too long is damage too.
    store_->put(db, std::string("\0\0\0\1\1", 5), std::string("\2\1x", 3));
    store_->commit();
    EXPECT_THROW(Numbers(*store_, "numbers", 10), store::StoreError);
@@ -184,7 +184,7 @@ TEST_F(TableTest, noWalkSeesARowTwiceOrMissesOneThatStays) {
             table().erase(key);
             stays.erase(key);
          }
-         // The row that the walk stands on.
+         // Erases the row that the iterator points at.
          if (random() % 5 == 0) {
             table().erase(seen.back());
             stays.erase(seen.back());
@@ -200,14 +200,14 @@ TEST_F(TableTest, noWalkSeesARowTwiceOrMissesOneThatStays) {
 TEST_F(TableTest, resyncRemovesWhatWasNotSetAgain) {
    fill(5);
    table().resyncInit();
-   table().set(10, "1");  // as it was
+   table().set(10, "1");  // unchanged
    table().set(20, "changed");
    table().set(99, "new");
    std::map<int, std::string> removed;
    table().resyncComplete([&](int key, const std::string& row) { removed.emplace(key, row); });
    EXPECT_EQ(removed, (std::map<int, std::string>{{0, "0"}, {30, "3"}, {40, "4"}}));
    EXPECT_THAT(keys(), ElementsAre(10, 20, 99));
-   // Without a start nothing is stale.
+   // Without the start of a resync no row is stale.
    table().resyncComplete([](int, const std::string&) { FAIL(); });
    store_->commit();
    open();

@@ -50,7 +50,7 @@ void isDamage(std::string_view bytes, Read read) {
 
 TEST(ValueCodec, whatNoWriterMakesIsDamage) {
    isDamage("\x05\1\1\1\1", readIpAddr);
-   // Bits behind the length, and a length above the width.
+   // Bits set beyond the prefix length, and a length above the address width.
    isDamage(std::string_view("\x04\x0a\0\0\1\x08", 6), readIpPrefix);
    isDamage(std::string_view("\x04\x0a\0\0\0\x21", 6), readIpPrefix);
    isDamage(std::string_view("\x02!!", 3), readIntfId);

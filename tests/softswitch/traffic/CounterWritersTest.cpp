@@ -18,7 +18,7 @@ using testing::IsEmpty;
 
 class CounterWritersTest : public TrafficFixture {
 protected:
-   // As a reader finds them.
+   // The directory as a reader sees it.
    std::vector<std::string> directory() const {
       return mounts_->state()->entity<Zelt::Dir>(Interface::ethWriterStatusPath)->names();
    }

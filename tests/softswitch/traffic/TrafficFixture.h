@@ -30,7 +30,7 @@ protected:
    }
 
    void pass(double seconds) { now_ += static_cast<std::int64_t>(seconds * 1e9); }
-   // As if the interval were over.
+   // Samples as if the interval had ended.
    void sample() {
       writers_->sampleNow();
       runLoop();
