@@ -81,7 +81,7 @@ void requireOk(const char* name, const grpc::Status& status, const pb::rpc_statu
 LoadClient::LoadClient(const std::string& target, std::chrono::milliseconds patience)
      : channel_(grpc::CreateChannel(target, grpc::InsecureChannelCredentials())), stub_(channel_) {
    if (!channel_->WaitForConnected(std::chrono::system_clock::now() + patience)) {
-      throw std::runtime_error("nobody serves " + target);
+      throw std::runtime_error("cannot reach " + target);
    }
 }
 

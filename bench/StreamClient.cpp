@@ -105,7 +105,7 @@ StreamClient::StreamClient(const std::string& target, std::chrono::milliseconds 
        }()),
        stub_(channel_) {
    if (!channel_->WaitForConnected(std::chrono::system_clock::now() + patience)) {
-      throw std::runtime_error("nobody serves " + target);
+      throw std::runtime_error("cannot reach " + target);
    }
 }
 
@@ -144,7 +144,7 @@ StreamResult StreamClient::readPasses(const std::string& path, const std::string
          throw std::runtime_error(path + " ended: " + status.error_message());
       }
       if (result.elements != 0 && elements != result.elements) {
-         throw std::runtime_error(path + " told another number of elements than before");
+         throw std::runtime_error(path + " returned a different number of elements than before");
       }
       result.elements = elements;
       result.items += elements;

@@ -153,7 +153,7 @@ public:
    BulkLabels(std::uint64_t total, std::size_t perBulk, std::uint64_t groups)
         : Prebuilt("mpls_route_bulk", perBulk, okReply(perBulk)) {
       requireWholeBulks(total, perBulk);
-      if (total > labelCount) throw std::invalid_argument("there are not so many labels");
+      if (total > labelCount) throw std::invalid_argument("too few labels exist");
       for (std::uint64_t index = 0; index < total;) {
          pb::mpls_route_bulk_msg bulk;
          for (std::size_t i = 0; i < perBulk; ++i, ++index) {

@@ -112,7 +112,7 @@ int main(int argc, char** argv) {
       std::printf(
            "%u cores, %s; unix sockets; client, daemon and floor in processes of their own; %d rounds\n",
            std::thread::hardware_concurrency(),
-           anyCore ? "anybody anywhere" : "one for the client, the others for the server under test",
+           anyCore ? "no core assignment" : "one for the client, the others for the server under test",
            setup.rounds);
       bench::Report report;
       for (const auto& measurement : measurements()) {

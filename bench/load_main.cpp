@@ -112,7 +112,7 @@ int main(int argc, char** argv) {
         ->check(CLI::PositiveNumber);
    auto* seconds =
         app.add_option("--seconds", options.seconds, "End after this time")->check(CLI::PositiveNumber);
-   auto* requests = app.add_option("--requests", options.requests, "End after so many requests")
+   auto* requests = app.add_option("--requests", options.requests, "End after this many requests")
                          ->check(CLI::PositiveNumber);
    app.add_option("--first", options.first, "Number of the first route");
    app.add_option("--total", options.total, "Distinct items in the bulks; single redirects")
@@ -124,7 +124,7 @@ int main(int argc, char** argv) {
    app.add_flag("--program-groups", options.programGroups, "Program the groups before the clock starts");
    app.add_flag("--resync", options.resync, "Resync around it, the groups within");
    app.add_option("--policy-map", options.policyMap, "Policy map of the redirects");
-   app.add_flag("--progress", options.progress, "Tell when each reply came in (needs --requests)")
+   app.add_flag("--progress", options.progress, "Report when each reply arrived (needs --requests)")
         ->needs(requests);
    CLI11_PARSE(app, argc, argv);
    if (seconds->count() + requests->count() == 0) {

@@ -109,7 +109,7 @@ int run(const std::vector<std::string>& arguments, const Streams& streams) {
       const auto left = app.remaining(true);
       context.err << "orvctl: "
                   << (left.empty() ? oneLine(error.what())
-                                   : fmt::format("'{}' is none of the commands", left.front()))
+                                   : fmt::format("unknown command '{}'", left.front()))
                   << "; see 'orvctl --help'\n";
       return kUsage;
    } catch (const CLI::ParseError& error) {

@@ -93,7 +93,7 @@ Target parseTarget(std::string_view what, std::string_view text) {
    const std::string_view port = text.substr(colon + 1);
    const bool bracketed = host.starts_with('[') && host.ends_with(']') && host.size() > 2;
    if (!bracketed && host.find_first_of(":[]/") != std::string_view::npos) {
-      refuse(what, text, "an IPv6 host stands in brackets");
+      refuse(what, text, "an IPv6 host must be in brackets");
    }
    unsigned number = 0;
    auto [end, error] = std::from_chars(port.data(), port.data() + port.size(), number);
@@ -106,7 +106,8 @@ Target parseTarget(std::string_view what, std::string_view text) {
 Target consoleBeside(const Target& server) {
    if (server.kind != Target::Kind::unixPath) {
       throw UsageError(fmt::format(
-           "--console is missing: no console stands beside '{}', expected --console ADDRESS", server.text()));
+           "--console is missing: '{}' has no directory for a console socket, expected --console ADDRESS",
+           server.text()));
    }
    Target console = server;
    console.name.resize(console.name.rfind('/') + 1);

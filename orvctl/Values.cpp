@@ -99,7 +99,7 @@ pb::ip_prefix_msg parsePrefix(std::string_view what, std::string_view text) {
       refuse(what, text, "a prefix such as 10.0.0.0/8 or 2001:db8::/32");
    }
    if (!hostBitsAreZero(bytes, static_cast<unsigned>(length))) {
-      refuse(what, text, fmt::format("a prefix without bits behind its length of {}", length));
+      refuse(what, text, fmt::format("a prefix whose bits beyond length {} are zero", length));
    }
    pb::ip_prefix_msg prefix;
    prefix.mutable_network()->set_address(std::move(bytes));

@@ -26,11 +26,10 @@ void addFlags(CLI::App& app, Flags& flags) {
    app.add_option("--listen", flags.listen,
                   "Addresses of the gRPC server: unix:PATH (one at most), unix-abstract:NAME or IPV4:PORT")
         ->type_name("ADDRESS…");
-   app.add_option("--state-dir", flags.stateDir, "Directory of the switch's state; made where it is missing")
+   app.add_option("--state-dir", flags.stateDir, "Directory of the switch's state; created if missing")
         ->type_name("DIR");
    app.add_flag("--bfd", flags.bfd, "Serve the programming API, which needs the BFD manager");
-   app.add_flag("--fib", flags.fib,
-                "Fetch the FIB manager for the FIB API, of which this build has no RPC yet");
+   app.add_flag("--fib", flags.fib, "Fetch the FIB manager for the FIB API (this build has no RPC for it)");
    app.add_option("--console", flags.console, "Address of the console: unix:PATH or HOST:PORT [no console]")
         ->type_name("ADDRESS");
    app.add_option("--toggles", flags.toggles,
@@ -40,20 +39,19 @@ void addFlags(CLI::App& app, Flags& flags) {
                   "JSON file with the switch's interfaces [a built-in switch of 64 ports]")
         ->type_name("FILE");
    app.add_option("--option", flags.options,
-                  "An option of the agent, once for each; goes before one that was set at the console")
+                  "An option of the agent, repeatable; overrides a value set at the console")
         ->type_name("NAME=VALUE")
         ->allow_extra_args(false);
    app.add_option("--trace", flags.trace, "Trace to stderr: NAME/LEVELS,… such as 'OrvSdkRpc/0-1,*/0'")
         ->type_name("SPEC");
-   app.add_option(
-           "--durability", flags.durability,
-           "lazy: what was acknowledged survives the end of the process; sync: the end of the machine too")
+   app.add_option("--durability", flags.durability,
+                  "lazy: acknowledged state survives a process crash; sync: also a machine crash")
         ->capture_default_str()
         ->type_name("lazy|sync");
    app.add_flag("--stay", flags.stay,
                 "Stay up without a server when every address is in use, instead of ending");
    app.add_option("--max-streams", flags.maxStreams,
-                  "Calls and streams that one connection may have open; the client holds back the others")
+                  "Calls and streams that one connection may have open; the client delays the others")
         ->capture_default_str()
         ->type_name("COUNT");
    app.set_config("--config", "", "File with the same names")->type_name("FILE");

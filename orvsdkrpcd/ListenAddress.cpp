@@ -80,14 +80,14 @@ void requireSocketPlace(std::string_view flag, std::string_view value, const std
    const std::string directory = std::filesystem::path(path).parent_path().string();
    struct stat info {};
    if (stat(directory.c_str(), &info) != 0 || !S_ISDIR(info.st_mode)) {
-      refuse(flag, value, fmt::format("a path in an existing directory, and '{}' is none", directory));
+      refuse(flag, value, fmt::format("a path in an existing directory, but '{}' is not one", directory));
    }
    if (access(directory.c_str(), W_OK | X_OK) != 0) {
       refuse(flag, value,
              fmt::format("a path in a writable directory: {}: {}", directory, std::strerror(errno)));
    }
    if (lstat(path.c_str(), &info) == 0 && !S_ISSOCK(info.st_mode)) {
-      refuse(flag, value, "a free path or a socket's, and there is something else already");
+      refuse(flag, value, "a free path or a socket, but the path is another kind of file");
    }
 }
 

@@ -25,7 +25,8 @@ std::string checkStateDir(const std::string& value) {
    if (value.empty()) refuse("--state-dir", value, "the directory of the switch's state");
    struct stat info {};
    if (stat(value.c_str(), &info) == 0) {
-      if (!S_ISDIR(info.st_mode)) refuse("--state-dir", value, "a directory, and there is something else");
+      if (!S_ISDIR(info.st_mode))
+         refuse("--state-dir", value, "a directory, but the path is another kind of file");
       if (access(value.c_str(), R_OK | W_OK | X_OK) != 0) {
          refuse("--state-dir", value,
                 fmt::format("a readable and writable directory: {}", std::strerror(errno)));

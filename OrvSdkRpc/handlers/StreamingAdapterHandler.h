@@ -54,7 +54,7 @@ class StreamingAdapterHandler final
      : public detail::AdaptedStream<
             Def, Rp, StreamingRequestHandler<StreamingAdapterHandler<Def, Rq, Rp, Svc>, Rq, Rp, Svc>> {
    using Base = detail::AdaptedStream<Def, Rp, StreamingRequestHandler<StreamingAdapterHandler, Rq, Rp, Svc>>;
-   static_assert(Def::hooks.endOfDump == nullptr, "a watch without a dump has no end of one");
+   static_assert(Def::hooks.endOfDump == nullptr, "a watch without a dump has no endOfDump hook");
 
 public:
    StreamingAdapterHandler(OpaqueId tag, grpc::Server& server, grpc::ServerCompletionQueue& cq, Svc& service,

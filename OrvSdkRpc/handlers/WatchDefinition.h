@@ -60,7 +60,7 @@ struct CheckedWatch {
    using Controller =
         std::remove_reference_t<decltype((std::declval<typename Def::Service&>().*Def::controller)())>;
    static_assert(std::is_base_of_v<SubscriptionController<typename Def::Service, Def>, Controller>,
-                 "the controller that a watch names is a SubscriptionController of this very watch");
+                 "the controller that a watch names is a SubscriptionController of this watch");
    static_assert(
         Def::hooks.subscribe != nullptr || !requires { &Def::subscribe; },
         "the definition has a member subscribe that its hooks do not name");

@@ -36,14 +36,14 @@ RegexTranslation checked(const std::string& expression) {
    RegexTranslation translation = translateRegex(expression);
    if (translation.size > NameRegex::sizeMax) {
       throw std::invalid_argument(
-           fmt::format("regular expression of more than {} characters with its repetitions written out",
+           fmt::format("regular expression of more than {} characters with its repetitions expanded",
                        NameRegex::sizeMax));
    }
-   checkBound(translation.depth, NameRegex::depthMax, "groups in one another");
+   checkBound(translation.depth, NameRegex::depthMax, "nested groups");
    checkBound(translation.classes, NameRegex::classesMax, "classes");
    checkSyntax(expression);
    if (translation.lateLookAhead) {
-      throw std::invalid_argument("regular expression with a look-ahead behind its beginning");
+      throw std::invalid_argument("regular expression with a look-ahead after its beginning");
    }
    return translation;
 }
@@ -67,7 +67,8 @@ void checkCompiled(const RE2& regex) {
       case RE2::ErrorPatternTooLarge:
          throw std::invalid_argument("regular expression that takes too much memory");
       default:
-         throw std::invalid_argument(fmt::format("regular expression that is not served: {}", regex.error()));
+         throw std::invalid_argument(
+              fmt::format("regular expression that is not supported: {}", regex.error()));
    }
 }
 

@@ -83,7 +83,7 @@ void IpRouteProgrammer::takeBack(const orv::ip_route_key_t& key, const std::opti
       for (const orv::ip_route_via_t& via : vias)
          mgr_->ip_route_via_set(via);
    } catch (const orv::error& e) {
-      orv::fmttrace(programmingTracer(), 0, "Error: ip route {} cannot be taken back, exception {}",
+      orv::fmttrace(programmingTracer(), 0, "Error: ip route {} cannot be restored, exception {}",
                     key.prefix(), e.what());
    }
 }

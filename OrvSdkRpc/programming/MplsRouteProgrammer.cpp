@@ -193,7 +193,7 @@ void MplsRouteProgrammer::takeBack(const orv::mpls_route_key_t& key, const std::
          call();
          return true;
       } catch (const orv::error& e) {
-         orv::fmttrace(programmingTracer(), 0, "Error: MPLS route {} cannot be taken back, exception {}", key,
+         orv::fmttrace(programmingTracer(), 0, "Error: MPLS route {} cannot be restored, exception {}", key,
                        e.what());
          return false;
       }

@@ -172,10 +172,9 @@ void addAclCommand(CLI::App& app, Context& context) {
    auto* command = app.add_subcommand("acl", "Access control lists");
    command->require_subcommand(1);
    command->footer(
-        "What is set counts from 'acl commit' on. Rules are JSON, as the messages AclRuleIp and AclRuleEth.");
+        "Changes take effect with 'acl commit'. Rules are JSON, as the messages AclRuleIp and AclRuleEth.");
    auto flags = std::make_shared<Flags>();
-   constexpr const char* kAll =
-        "Those that count, whoever made them, instead of this agent's with what is pending";
+   constexpr const char* kAll = "Committed lists of all agents, instead of this agent's with pending changes";
 
    auto* listCommand = command->add_subcommand("list", "Lists");
    listCommand->add_flag("--all", flags->all, kAll);
@@ -203,12 +202,12 @@ void addAclCommand(CLI::App& app, Context& context) {
    delCommand->add_option("seqs", flags->sequences, "Sequence numbers")->type_name("SEQ");
    onChosen(context, *delCommand, [&context, flags] { return del(context, *flags); });
 
-   auto* applyCommand = addKeyed(*command, "apply", "Apply a list to an interface, or take it off", *flags);
+   auto* applyCommand = addKeyed(*command, "apply", "Apply a list to an interface, or remove it", *flags);
    applyCommand->add_option("intf", flags->intf, "Interface")->required()->type_name("INTF");
    applyCommand->add_option("side", flags->side, "Packets that enter or leave")
         ->required()
         ->type_name("in|out");
-   applyCommand->add_flag("--remove", flags->remove, "Take it off");
+   applyCommand->add_flag("--remove", flags->remove, "Remove it");
    onChosen(context, *applyCommand, [&context, flags] { return apply(context, *flags); });
 
    auto* countersCommand =
@@ -229,11 +228,11 @@ void addAclCommand(CLI::App& app, Context& context) {
                                                          request);
    });
 
-   auto* commitCommand = command->add_subcommand("commit", "Make what is pending count");
+   auto* commitCommand = command->add_subcommand("commit", "Commit pending changes");
    commitCommand->add_flag(
         "--wait", flags->wait,
-        "Wait until hardware has it; 1 and the switch's words about the first list that it does "
-        "not take. The switch does not tell whose commit it was");
+        "Wait until hardware has it; on failure, exit with 1 and print the switch's error for the first "
+        "rejected list. The switch does not report whose commit it was");
    onChosen(context, *commitCommand, [&context, flags] { return commit(context, *flags); });
 }
 

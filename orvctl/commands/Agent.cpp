@@ -76,7 +76,7 @@ int ping(Context& context, const std::string& payload, uint64_t count) {
       const double roundTrip =
            std::chrono::duration<double, std::micro>(std::chrono::steady_clock::now() - start).count();
       const double mainLoop = static_cast<double>(reply.responded() - reply.received()) / 1e3;
-      if (reply.payload() != payload) throw CallError("ping: the server answered another payload");
+      if (reply.payload() != payload) throw CallError("ping: the server returned a different payload");
       if (context.json) {
          context.out << nlohmann::ordered_json{{"payload", reply.payload()},
                                                {"received_ns", reply.received()},
@@ -130,7 +130,7 @@ void addLifeCommands(CLI::App& command, Context& context) {
    auto* pingCommand =
         command.add_subcommand("ping", "How long work waits for the switch's main loop, which answers");
    pingCommand->add_option("--payload", *payload, "Comes back as it is")->type_name("TEXT");
-   addNumber(*pingCommand, "-n,--count", *count, 1, UINT64_MAX, "So many, one after the other [1]");
+   addNumber(*pingCommand, "-n,--count", *count, 1, UINT64_MAX, "Number of pings, one after another [1]");
    onChosen(context, *pingCommand, [&context, payload, count] { return ping(context, *payload, *count); });
 
    onChosen(context, *command.add_subcommand("uptime", "Seconds since the agent started"), [&context] {
@@ -151,7 +151,7 @@ void addLifeCommands(CLI::App& command, Context& context) {
                return kOk;
             });
    auto name = std::make_shared<std::string>();
-   auto* id = command.add_subcommand("id", "The number of an agent; 0 where there is none of the name");
+   auto* id = command.add_subcommand("id", "The number of an agent; 0 if no agent has this name");
    id->add_option("name", *name, "Agent")->required()->type_name("NAME");
    onChosen(context, *id, [&context, name] {
       rpc::AgentIdRequest request;

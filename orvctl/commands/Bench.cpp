@@ -151,7 +151,7 @@ int bench(Context& context, const Flags& flags) {
 void addBenchCommand(CLI::App& app, Context& context) {
    auto* command = app.add_subcommand("bench", "Load the server and print rates");
    command->footer(
-        "read asks for no note at all and changes nothing. route and bulk program host routes from --first "
+        "read requests no key and changes nothing. route and bulk program host routes from --first "
         "on (the "
         "default range is set aside for benchmarks, RFC 2544) and delete them again; they need an init "
         "first.");

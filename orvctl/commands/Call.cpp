@@ -24,7 +24,7 @@ std::string slurp(std::istream& source) {
 
 std::string requestText(Context& context, const std::string& data, const std::string& dataFile) {
    if (!data.empty() && !dataFile.empty())
-      throw UsageError("--data-file stands beside JSON, expected one or the other");
+      throw UsageError("--data-file is given with JSON, expected one or the other");
    if (data == "-" || dataFile == "-") return slurp(context.in);
    if (dataFile.empty()) return data.empty() ? "{}" : data;
    std::ifstream file(dataFile);

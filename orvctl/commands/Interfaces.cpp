@@ -187,9 +187,9 @@ void addInterfaceCommand(CLI::App& app, Context& context) {
    auto flags = std::make_shared<SetFlags>();
    auto* setCommand = command->add_subcommand("set", "Enable or shut down an interface, or describe it");
    setCommand->add_option("name", flags->name, "Interface")->required()->type_name("NAME");
-   setCommand->add_option("--admin", flags->admin, "Whether it shall work")->type_name("up|down");
+   setCommand->add_option("--admin", flags->admin, "Administrative state")->type_name("up|down");
    const auto* description =
-        setCommand->add_option("--description", flags->description, "The operator's words; '' for none")
+        setCommand->add_option("--description", flags->description, "Description; '' for none")
              ->type_name("TEXT");
    onChosen(context, *setCommand,
             [&context, flags, description] { return set(context, *flags, description->count() != 0); });

@@ -69,7 +69,7 @@ void addListCommand(CLI::App& app, Context& context) {
         "something "
         "that cannot change anything (a request that is refused for its content, or that asks for nothing), "
         "and "
-        "one that answers so is marked \"not available in this build\". Some servers tell only after an "
+        "one that answers so is marked \"not available in this build\". Some servers report it only after an "
         "init. rpc_server_init and rpc_server_resync are "
         "not asked: every request of them has an effect. --json says true, false, or null where not known.");
    auto noProbe = std::make_shared<bool>(false);
@@ -79,7 +79,7 @@ void addListCommand(CLI::App& app, Context& context) {
       Catalog catalog = readCatalog(connection);
       if (!*noProbe) probe(connection, catalog);
       if (!context.json && anyNotKnownBeforeInit(catalog)) {
-         context.err << "orvctl: this server tells some of it only after 'orvctl init'\n";
+         context.err << "orvctl: this server reports some availability only after 'orvctl init'\n";
       }
       if (!catalog.fromServer) {
          context.err << "orvctl: the server has no reflection; these are the RPCs that this orvctl knows\n";

@@ -47,7 +47,7 @@ int set(Context& context, const Flags& flags) {
    const int ways = !flags.nexthop.empty() + !flags.group.empty() + !flags.vrf.empty();
    if (!flags.file.empty()) {
       if (!flags.labels.empty() || ways > 0)
-         throw UsageError("--file stands beside LABEL or its forwarding, expected one or the other");
+         throw UsageError("--file is given with LABEL or its forwarding, expected one or the other");
       Plan plan(flags.batch);
       forEachLine(context, "--file", flags.file, [&](std::string_view line, size_t number) {
          pb::mpls_route_msg route;
@@ -61,7 +61,7 @@ int set(Context& context, const Flags& flags) {
    if (ways != 1)
       throw UsageError(fmt::format("{} of --nexthop, --nhg and --vrf are given, expected one", ways));
    if (!flags.operation.empty() && flags.group.empty())
-      throw UsageError("--op stands without --nhg, expected both or neither");
+      throw UsageError("--op is given without --nhg, expected both or neither");
    pb::mpls_route_msg route;
    route.set_label(parseLabel("LABEL", flags.labels.front()));
    if (!flags.nexthop.empty()) {
@@ -117,7 +117,7 @@ void addMplsCommand(CLI::App& app, Context& context) {
    addNumber(*setCommand, "--batch", flags->batch, 1, 100000, "Labels per request with --file [1000]");
    onChosen(context, *setCommand, [&context, flags] { return set(context, *flags); });
 
-   auto* delCommand = command->add_subcommand("del", "Take labels away");
+   auto* delCommand = command->add_subcommand("del", "Delete labels");
    delCommand->add_option("labels", flags->labels, "Labels")->type_name("LABEL");
    delCommand->add_option("-f,--file", flags->file, "Many: one label or JSON per line; - for stdin")
         ->type_name("FILE");

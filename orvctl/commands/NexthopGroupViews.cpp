@@ -116,7 +116,7 @@ int show(Context& context, const std::vector<std::string>& names) {
 
 int counters(Context& context, const std::string& name, const std::string& regex) {
    if (!name.empty() && !regex.empty())
-      throw UsageError("--regex stands beside NAME, expected one or the other");
+      throw UsageError("--regex is given with NAME, expected one or the other");
    rpc::NexthopGroupCountersRequest request;
    if (!name.empty()) {
       request.set_name(name);

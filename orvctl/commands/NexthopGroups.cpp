@@ -35,7 +35,7 @@ int sendAll(Context& context, const Plan& plan) {
 int set(Context& context, const Flags& flags) {
    if (!flags.file.empty()) {
       if (!flags.names.empty() || !flags.nexthops.empty() || !flags.backups.empty()) {
-         throw UsageError("--file stands beside NAME or --nexthop, expected one or the other");
+         throw UsageError("--file is given with NAME or --nexthop, expected one or the other");
       }
       Plan plan(flags.batch);
       forEachLine(context, "--file", flags.file, [&](std::string_view line, size_t number) {

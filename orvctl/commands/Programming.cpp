@@ -7,7 +7,7 @@ void forEachDeleted(Context& context, std::string_view command, std::string_view
                     const std::function<void(const std::string&, std::string_view, size_t)>& add) {
    if (!file.empty()) {
       if (!arguments.empty())
-         throw UsageError(fmt::format("--file stands beside {}, expected one or the other", what));
+         throw UsageError(fmt::format("--file is given with {}, expected one or the other", what));
       forEachLine(context, "--file", file, [&](std::string_view line, size_t number) {
          add(fmt::format("{} line {}", file, number), line, number);
       });

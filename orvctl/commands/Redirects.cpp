@@ -48,7 +48,7 @@ Redirect between(const Flags& flags, std::string_view usage) {
 
 int fromFile(Context& context, const Flags& flags, bool deletes) {
    if (!flags.groups.empty() || !flags.ipv4.empty() || !flags.ipv6.empty())
-      throw UsageError("--file stands beside MATCH, REDIRECT or DSCPs, expected one or the other");
+      throw UsageError("--file is given with MATCH, REDIRECT or DSCPs, expected one or the other");
    Plan plan(flags.batch);
    forEachLine(context, "--file", flags.file, [&](std::string_view line, size_t number) {
       Redirect redirect;
@@ -103,7 +103,7 @@ void addRedirectCommand(CLI::App& app, Context& context) {
    addNumber(*setCommand, "--batch", flags->batch, 1, 100000, "Redirects per request with --file [1000]");
    onChosen(context, *setCommand, [&context, flags] { return set(context, *flags); });
 
-   auto* delCommand = command->add_subcommand("del", "Take a redirect away, a second later");
+   auto* delCommand = command->add_subcommand("del", "Delete a redirect; takes effect a second later");
    delCommand->add_option("groups", flags->groups, "The two nexthop groups")
         ->expected(0, 2)
         ->type_name("MATCH REDIRECT");

@@ -107,7 +107,7 @@ void addRouteCommand(CLI::App& app, Context& context) {
       return sendOne(context, route);
    });
 
-   auto* delCommand = command->add_subcommand("del", "Take prefixes away");
+   auto* delCommand = command->add_subcommand("del", "Delete prefixes");
    delCommand->add_option("prefixes", flags->prefixes, "Prefixes")->type_name("PREFIX");
    delCommand->add_option("-f,--file", flags->file, "Many prefixes: the first word of each line; - for stdin")
         ->type_name("FILE");

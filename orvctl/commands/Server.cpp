@@ -92,8 +92,7 @@ int getState(Context& context, const std::vector<std::string>& keys) {
 }  // namespace
 
 void addInitCommand(CLI::App& app, Context& context) {
-   auto* command =
-        app.add_subcommand("init", "Tell the server how to work with its controller; learn what exists");
+   auto* command = app.add_subcommand("init", "Configure the server for its controller; report what exists");
    auto request = std::make_shared<pb::rpc_server_config_msg>();
    auto tag = std::make_shared<uint32_t>(0);
    auto policyMap = std::make_shared<std::string>();
@@ -108,7 +107,7 @@ void addInitCommand(CLI::App& app, Context& context) {
 }
 
 void addResyncCommand(CLI::App& app, Context& context) {
-   auto* command = app.add_subcommand("resync", "Frame a full replay: what is not replayed goes at the end");
+   auto* command = app.add_subcommand("resync", "Frame a full replay: its end removes what was not replayed");
    command->require_subcommand(1);
    onChosen(context, *command->add_subcommand("start", "Begin the replay"), [&context] {
       return resync(context, pb::rpc_server_resync_msg::RESYNC_START, "resync started");

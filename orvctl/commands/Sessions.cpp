@@ -40,7 +40,7 @@ int sendAll(Context& context, const Plan& plan) {
 int send(Context& context, const Flags& flags, bool deletes) {
    if (!flags.file.empty()) {
       if (!flags.nexthops.empty())
-         throw UsageError("--file stands beside NEXTHOP, expected one or the other");
+         throw UsageError("--file is given with NEXTHOP, expected one or the other");
       Plan plan(flags.batch);
       forEachLine(context, "--file", flags.file, [&](std::string_view line, size_t number) {
          pb::sbfd_echo_session_msg session;
@@ -55,7 +55,7 @@ int send(Context& context, const Flags& flags, bool deletes) {
            fmt::format("NEXTHOP is missing, expected 'sbfd {0} NEXTHOP …' or 'sbfd {0} --file FILE'",
                        deletes ? "del" : "set"));
    if ((flags.minTx == 0) != (flags.multiplier == 0))
-      throw UsageError("--min-tx or --multiplier stands alone, expected both or neither");
+      throw UsageError("--min-tx or --multiplier is given alone, expected both or neither");
    pb::sbfd_echo_session_msg session;
    auto& key = *session.mutable_key();
    *key.mutable_nexthop() = parseAddress("NEXTHOP", flags.nexthops.front());

@@ -34,7 +34,7 @@ int sendAll(Context& context, const Plan& plan) {
 int set(Context& context, const Flags& flags) {
    if (!flags.file.empty()) {
       if (!flags.prefixes.empty() || !flags.group.empty())
-         throw UsageError("--file stands beside PREFIX or --nhg, expected one or the other");
+         throw UsageError("--file is given with PREFIX or --nhg, expected one or the other");
       Plan plan(flags.batch);
       forEachLine(context, "--file", flags.file, [&](std::string_view line, size_t number) {
          const std::string where = fmt::format("{} line {}", flags.file, number);
@@ -97,7 +97,7 @@ void addTunnelCommand(CLI::App& app, Context& context) {
    addNumber(*setCommand, "--batch", flags->batch, 1, 100000, "Tunnels per request with --file [1000]");
    onChosen(context, *setCommand, [&context, flags] { return set(context, *flags); });
 
-   auto* delCommand = command->add_subcommand("del", "Take endpoints away");
+   auto* delCommand = command->add_subcommand("del", "Delete endpoints");
    delCommand->add_option("prefixes", flags->prefixes, "Endpoints")->type_name("PREFIX");
    delCommand->add_option("-f,--file", flags->file, "Many: one prefix or JSON per line; - for stdin")
         ->type_name("FILE");

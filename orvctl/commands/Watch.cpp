@@ -20,10 +20,10 @@ using google::protobuf::MessageFactory;
 
 std::string footer(const WatchRpc& rpc) {
    return fmt::format(
-        "One line per event. A line that begins with # is none: it tells that the watch stands (--ack){}.\n"
+        "One line per event. Lines that begin with # are comments: the watch is active (--ack){}.\n"
         "Ends with 0 on SIGINT or SIGTERM, after --count events, and when --timeout is over; with 1 when the "
         "server refuses the watch, 3 when it goes away, 4 when this reader was too slow: watch again then.",
-        rpc.field ? ", or that all that was there has been shown and changes follow (--fields)" : "");
+        rpc.field ? ", or the dump is complete and changes follow (--fields)" : "");
 }
 
 struct Flags {
@@ -70,7 +70,7 @@ const char* selector(const WatchRpc& rpc) {
 // entry of the selected object may therefore wait for its next event.
 void tellThatADumpMayWait(Context& context, const WatchRpc& rpc, const std::string& name) {
    context.err << fmt::format(
-        "orvctl: watch {0}: what is there of {1} may come only with its next event; "
+        "orvctl: watch {0}: the current state of {1} may come only with its next event; "
         "'orvctl {0} show {1}' shows it at once\n",
         rpc.word, name);
 }
@@ -114,7 +114,7 @@ int watch(Context& context, const WatchRpc& rpc, const Flags& flags) {
 void checkSelection(const WatchRpc& rpc, const Flags& flags) {
    const int chosen = flags.all + !flags.choice.name.empty() + !flags.choice.intf.empty();
    if (chosen <= 1) return;
-   throw UsageError(fmt::format("--all stands beside --{}, expected one or the other", selector(rpc)));
+   throw UsageError(fmt::format("--all is given with --{}, expected one or the other", selector(rpc)));
 }
 
 // Adds the option that selects one object. No event has an empty name, so an empty name is refused.
@@ -134,8 +134,9 @@ void addSelector(CLI::App& command, const WatchRpc& rpc, std::string& name) {
 
 std::string fieldsHelp(const WatchRpc& rpc) {
    return fmt::format(
-        "Show these of what is there first, several with commas; numbers are taken too, unknown ones count "
-        "as none. Beside --{} it may come only with the next event: 'orvctl {} show NAME' shows it at once",
+        "Dump these fields first; separate several with commas. Numbers are accepted, unknown ones are "
+        "ignored. With --{} the dump may come only with the next event: 'orvctl {} show NAME' shows it at "
+        "once",
         selector(rpc), rpc.word);
 }
 
@@ -148,7 +149,7 @@ void addWatchOf(CLI::App& parent, Context& context, const WatchRpc& rpc, const s
    auto flags = std::make_shared<Flags>();
    if (rpc.all) {
       command->add_flag("--all", flags->all,
-                        fmt::format("Every {}; so it is without --{}", rpc.kind, selector(rpc)));
+                        fmt::format("Every {}; the default without --{}", rpc.kind, selector(rpc)));
    }
    if (rpc.name || rpc.intf) addSelector(*command, rpc, rpc.name ? flags->choice.name : flags->choice.intf);
    if (rpc.regex) {
@@ -163,9 +164,8 @@ void addWatchOf(CLI::App& parent, Context& context, const WatchRpc& rpc, const s
            ->take_all()
            ->type_name(enumWords(*rpc.field));
    }
-   if (rpc.ack)
-      command->add_flag("--ack", flags->choice.ack, "Tell when nothing will be missed from then on");
-   addNumber(*command, "-n,--count", flags->count, 1, UINT64_MAX, "End after so many events");
+   if (rpc.ack) command->add_flag("--ack", flags->choice.ack, "Report when the watch is active");
+   addNumber(*command, "-n,--count", flags->count, 1, UINT64_MAX, "End after this many events");
    onChosen(context, *command, [&context, &rpc, flags] {
       checkSelection(rpc, *flags);
       return watch(context, rpc, *flags);
@@ -175,7 +175,7 @@ void addWatchOf(CLI::App& parent, Context& context, const WatchRpc& rpc, const s
 void addWatchCommand(CLI::App& app, Context& context) {
    auto* command = app.add_subcommand("watch", "Follow what happens on the switch, one line per event");
    command->require_subcommand(1);
-   command->footer("'orvctl watch SERVICE --help' tells what each can select.");
+   command->footer("'orvctl watch SERVICE --help' shows what each can select.");
    for (const WatchRpc& rpc : watchRpcs())
       addWatchOf(*command, context, rpc, rpc.word);
 }

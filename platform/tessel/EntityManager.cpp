@@ -29,7 +29,7 @@ void Mount::unmount() {
 
 void Mount::entityIs(Pavo::Ptr<Pavo::RefCounted> entity) const {
    if (!manager_ || mode_ != MountMode::write) {
-      throw std::logic_error(fmt::format("mount '{}': an entity was set without a mount for writing", path_));
+      throw std::logic_error(fmt::format("mount '{}': entity set on a mount that is not for writing", path_));
    }
    manager_->entities_->entityIs(path_, std::move(entity));
 }

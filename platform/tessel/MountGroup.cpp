@@ -10,7 +10,7 @@ void MountGroup::refuseType(const std::string& path, std::string_view type) {
 }
 
 void MountGroup::refuseArguments(const std::string& path, std::string_view type) {
-   throw std::logic_error(fmt::format("mount path '{}': no arguments to make a {} from", path, type));
+   throw std::logic_error(fmt::format("mount path '{}': no arguments to construct a {}", path, type));
 }
 
 }  // namespace Tessel

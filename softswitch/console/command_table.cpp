@@ -9,8 +9,8 @@ namespace {
 
 constexpr Command helpCommand{.name = "help",
                               .usage = "[WORDS…]",
-                              .help = "all commands, or those that begin with some words",
-                              .details = "With words everything that is known of each command.",
+                              .help = "all commands, or those that begin with the given words",
+                              .details = "With words, all details of each command.",
                               .run = help,
                               .hasJson = true};
 

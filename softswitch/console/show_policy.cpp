@@ -50,7 +50,7 @@ std::string ruleText(const AclRule& rule) {
 
 // What the next commit does to a row: nothing, removes it, or adds it.
 const char* stateText(bool alike, bool committed) {
-   return alike ? "committed" : committed ? "going" : "pending";
+   return alike ? "committed" : committed ? "deleting" : "pending";
 }
 
 void aclLists(Document& document, const AclMgr::Lists& lists, const AclMgr::Lists& others, bool committed) {

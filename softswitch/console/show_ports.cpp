@@ -94,7 +94,7 @@ void showWriters(SoftSwitch& target, Args& args, Document& document) {
    document.listing("writers", {{"Writer", "name", 20},
                                 {"State", "state", 5},
                                 {"Rows", "rows", 6},
-                                {"Damaged rows met", "damaged_rows_met"}});
+                                {"Damaged rows found", "damaged_rows_met"}});
    for (const auto& writer : locked([&] { return writers.writers(); })) {
       document.row({{"name", writer.name},
                     {"state", writer.up ? "up" : "down"},

@@ -103,7 +103,7 @@ private:
                 least == most ? fmt::format("{}", least) : fmt::format("{} to {}", least, most));
       }
       if (spec.oper() == acl_range_operator_t::range && numbers[0] > numbers[1]) {
-         refuse("{} ranges from {} to {}, expected a rising range", what, numbers[0], numbers[1]);
+         refuse("{} ranges from {} to {}, expected an ascending range", what, numbers[0], numbers[1]);
       }
    }
 

@@ -91,7 +91,7 @@ void EthPhyIntfMgr::linkSpeedIs(const orv::intf_id_t& intf, orv::eth_link_speed_
    auto changed = port(intf);
    if (orv::bits_per_second(speed) == 0) {
       throw orv::invalid_argument_error(
-           fmt::format("speed {} of interface {}, expected one that a link has", speed, intf));
+           fmt::format("speed {} of interface {}, expected a link speed", speed, intf));
    }
    changed.speed = speed;
    portIs(intf, changed);
@@ -118,7 +118,7 @@ EthPhyIntfMgr::Port EthPhyIntfMgr::port(const orv::intf_id_t& intf) const {
    const auto& facts = intfs_.facts(intf);
    if (!isPort(facts.type)) {
       throw orv::invalid_argument_error(
-           fmt::format("interface {} is of type {} and is no port", intf, to_string(facts.type)));
+           fmt::format("interface {} is of type {}, not a port", intf, to_string(facts.type)));
    }
    const auto it = changed_.find(intf);
    Port result = it != changed_.end() ? it->second : Port{.speed = linkSpeed(facts.speedBps)};

@@ -169,14 +169,14 @@ void IntfMgr::linkIs(const orv::intf_id_t& intf, bool up) {
 
 TopologyIntf IntfMgr::factsOfNew(const orv::intf_id_t& intf) const {
    if (intfs_.contains(intf)) {
-      throw orv::invalid_argument_error(fmt::format("interface {} is there already", intf));
+      throw orv::invalid_argument_error(fmt::format("interface {} exists already", intf));
    }
    // An interface of the topology returns with its facts.
    const auto* known = topology_.find(intf.name());
    const auto facts = known != nullptr ? std::optional(*known) : topology_.fromName(intf.name());
    if (!facts) {
       throw orv::invalid_argument_error(fmt::format(
-           "interface name '{}' tells no type, expected Ethernet, Management, Loopback, Lag, Vlan or "
+           "interface name '{}' does not imply a type, expected Ethernet, Management, Loopback, Lag, Vlan or "
            "Vxlan with a number",
            intf.name()));
    }
@@ -193,7 +193,7 @@ void IntfMgr::intfAdd(const orv::intf_id_t& intf) {
    const auto facts = factsOfNew(intf);
    if (isPort(facts.type)) {
       throw orv::invalid_argument_error(fmt::format(
-           "interface {} is a port and comes with its hardware, expected a loopback, LAG, VLAN or VXLAN",
+           "interface {} is a port and is added with its hardware, expected a loopback, LAG, VLAN or VXLAN",
            intf));
    }
    setPresence(intf, true);
@@ -205,7 +205,7 @@ void IntfMgr::intfDel(const orv::intf_id_t& intf) {
    orv::sdk_lock_check();
    if (isPort(find(intf).facts.type)) {
       throw orv::invalid_argument_error(fmt::format(
-           "interface {} is a port and goes with its hardware, expected a loopback, LAG, VLAN or VXLAN",
+           "interface {} is a port and is removed with its hardware, expected a loopback, LAG, VLAN or VXLAN",
            intf));
    }
    setPresence(intf, false);

@@ -329,7 +329,7 @@ void IpRouteMgr::setHop(RouteRow& row, const orv::ip_route_via_t& via) {
    }
    if (row.hops() >= viasMax_ && !table_.hasHop(row, via)) {
       throw orv::invalid_argument_error(
-           fmt::format("via of ip route {}: the route has {} vias, more do not fit", prefix, viasMax_));
+           fmt::format("via of ip route {}: the route already has {} vias, the maximum", prefix, viasMax_));
    }
    if (table_.setHop(row, via)) changed(row);
 }

@@ -140,7 +140,7 @@ public:
          if (event == json::parse_event_t::object_start) keys.emplace_back();
          if (event == json::parse_event_t::object_end) keys.pop_back();
          if (event == json::parse_event_t::key && !keys.back().insert(value.get<std::string>()).second) {
-            refuse("key {} stands twice, expected once per object", shown(value));
+            refuse("key {} is given twice, expected once per object", shown(value));
          }
          return true;
       };
@@ -189,7 +189,7 @@ public:
       for (const auto& t : typeTable) {
          if (name.starts_with(t.namePrefix)) return t.type;
       }
-      refuse("{}: type is missing, expected {} where the name does not tell", where, typeNames());
+      refuse("{}: type is missing, expected {} if the name does not imply it", where, typeNames());
    }
 
    std::uint64_t speed(const json& entry, std::string_view where, IntfType type) const {
@@ -289,14 +289,14 @@ public:
       std::unordered_set<std::string> names, kernelNames, macs;
       for (const auto& intf : interfaces) {
          if (!names.insert(intf.name).second) {
-            refuse("interface {} stands twice, expected unique names", intf.name);
+            refuse("interface {} is given twice, expected unique names", intf.name);
          }
          if (!kernelNames.insert(intf.kernelName).second) {
-            refuse("kernel_name {} of {} stands twice, expected unique kernel names", intf.kernelName,
+            refuse("kernel_name {} of {} is given twice, expected unique kernel names", intf.kernelName,
                    intf.name);
          }
          if (!macs.insert(to_string(intf.mac)).second) {
-            refuse("mac {} of {} stands twice, expected unique addresses", to_string(intf.mac), intf.name);
+            refuse("mac {} of {} is given twice, expected unique addresses", to_string(intf.mac), intf.name);
          }
       }
    }

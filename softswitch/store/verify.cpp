@@ -156,7 +156,7 @@ private:
          file_.damaged("it has only {} bytes", file_.bytes());
       pageBytes_ = read<Meta>(file_.data() + sizeof(PageHead)).free.pad;
       if (pageBytes_ < 512 || pageBytes_ > 65536 || !std::has_single_bit(pageBytes_))
-         file_.damaged("its first page tells a page size of {}", pageBytes_);
+         file_.damaged("its first page gives a page size of {}", pageBytes_);
       if (file_.bytes() < 2 * std::uint64_t{pageBytes_}) file_.damaged("it has only {} bytes", file_.bytes());
       Meta newest{};
       for (Pgno page = 0; page < 2; ++page) {
@@ -183,7 +183,8 @@ private:
          used_[p] = true;
       }
       const auto* at = file_.data() + number * pageBytes_;
-      if (read<PageHead>(at).number != number) file_.damaged("page {} has another's number", number);
+      if (read<PageHead>(at).number != number)
+         file_.damaged("page {} has the number of another page", number);
       return at;
    }
 
@@ -197,7 +198,7 @@ private:
       tree(head.root, 1, walk);
       if (walk.entries != head.entries || walk.branches != head.branchPages ||
           walk.leaves != head.leafPages || walk.overflows != head.overflowPages) {
-         file_.damaged("a table's head does not tell what is in it");
+         file_.damaged("a table's head does not match its contents");
       }
    }
 

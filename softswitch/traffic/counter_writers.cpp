@@ -83,13 +83,14 @@ void CounterWriters::writerUpIs(const std::string& name, bool up) {
 void CounterWriters::writerIntfsAre(const std::string& name, const std::vector<orv::intf_id_t>& intfs) {
    orv::sdk_lock_check();
    if (name == fixedName) {
-      throw orv::invalid_argument_error(
-           fmt::format("counter writer {} has the ports that no other claims, and takes no list", name));
+      throw orv::invalid_argument_error(fmt::format(
+           "counter writer {} counts the ports that no other writer claims; it cannot be given a list",
+           name));
    }
    for (const auto& intf : intfs) {
       if (const auto type = intfs_.facts(intf).type; !isPort(type)) {
          throw orv::invalid_argument_error(fmt::format(
-              "counter writer {}: interface {} is of type {} and is no port", name, intf, to_string(type)));
+              "counter writer {}: interface {} is of type {}, not a port", name, intf, to_string(type)));
       }
       for (const auto& [other, itsWriter] : writers_) {
          if (other != name &&

@@ -77,7 +77,7 @@ TEST(JsonText, refusalsNameTheValueAndWhatWasExpected) {
    EXPECT_EQ(refusal<pb::ip_route_msg>("{"), "JSON is '{', expected JSON of ip_route_msg: error at byte 2");
    EXPECT_EQ(refusal<pb::ip_route_msg>("[]"), "JSON is '[]', expected a JSON object of ip_route_msg");
    EXPECT_EQ(refusal<pb::ip_route_msg>(R"({"prefix":"10.0.0.1/8"})"),
-             "prefix is '10.0.0.1/8', expected a prefix without bits behind its length of 8");
+             "prefix is '10.0.0.1/8', expected a prefix whose bits beyond length 8 are zero");
    EXPECT_NE(refusal<pb::ip_route_msg>(R"({"prefx":"10.0.0.0/8"})").find("prefx"), std::string::npos);
    EXPECT_NE(refusal<pb::ip_route_msg>(R"({"tag":-1})").find("tag"), std::string::npos);
    EXPECT_NE(refusal<pb::ip_route_msg>(R"({"tag":4294967296})").find("tag"), std::string::npos);

@@ -83,7 +83,7 @@ TEST(Values, prefixesThatAreNone) {
            std::string("PREFIX is '") + text + "', expected a prefix such as 10.0.0.0/8 or 2001:db8::/32");
    }
    EXPECT_EQ(refusal([] { parsePrefix("PREFIX", "10.0.0.1/8"); }),
-             "PREFIX is '10.0.0.1/8', expected a prefix without bits behind its length of 8");
+             "PREFIX is '10.0.0.1/8', expected a prefix whose bits beyond length 8 are zero");
    EXPECT_NE(refusal([] { parsePrefix("PREFIX", "192.0.2.1/31"); }), "");
    EXPECT_NE(refusal([] { parsePrefix("PREFIX", "2001:db8::1/127"); }), "");
 }

@@ -173,7 +173,7 @@ TEST_F(SettingsTest, everyBadValueIsNamed) {
    EXPECT_THAT(with([](Flags& f) { f.listen.clear(); }), StartsWith("--listen is '', expected "));
    EXPECT_THAT(with([](Flags& f) { f.listen = {"nonsense"}; }),
                StartsWith("--listen is 'nonsense', expected "));
-   EXPECT_THAT(with([&](Flags& f) { f.listen = {"unix:" + file}; }), HasSubstr("something else"));
+   EXPECT_THAT(with([&](Flags& f) { f.listen = {"unix:" + file}; }), HasSubstr("another kind of file"));
    EXPECT_THAT(with([](Flags& f) { f.listen = {"unix:/nonexistent/x"}; }), HasSubstr("'/nonexistent'"));
    EXPECT_THAT(with([](Flags& f) { f.listen = {""}; }), StartsWith("--listen is '', expected "));
    EXPECT_THAT(with([&](Flags& f) { f.listen.push_back("unix:" + directory_.path() + "/two.sock"); }),

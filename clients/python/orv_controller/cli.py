@@ -14,10 +14,10 @@ from .report import Report
 
 _EPILOG = """\
 modes:
-  run    keep the switch as the file says until TERM or INT; HUP reads the file again
-  once   bring the switch to what the file says, and end
+  run    keep the switch in the state of the file until TERM or INT; HUP reads the file again
+  once   bring the switch to the state of the file, and end
   diff   show what once would change; changes nothing
-  check  look at the file alone
+  check  check only the file
 
 exit codes:
   0  in sync (check: the file is good; diff: nothing to change)
@@ -38,7 +38,7 @@ def _seconds(text: str) -> float:
 
 def _parser() -> argparse.ArgumentParser:
     parser = argparse.ArgumentParser(prog="orv-controller", epilog=_EPILOG, allow_abbrev=False,
-                                     description="Keeps a switch as a file says.",
+                                     description="Keeps a switch in the state that a file describes.",
                                      formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("--version", action="version", version=f"%(prog)s {__version__}")
     parser.add_argument("mode", choices=("run", "once", "diff", "check"))
@@ -53,7 +53,7 @@ def _parser() -> argparse.ArgumentParser:
     parser.add_argument("--always-resync", action="store_true", help="replay everything at each connection")
     parser.add_argument("--rtt", action="store_true", help="run: print round-trip times of sBFD sessions")
     parser.add_argument("--show", type=int, default=50, metavar="N", help="changes shown of a kind [%(default)s]")
-    parser.add_argument("--quiet", action="store_true", help="only what is wrong")
+    parser.add_argument("--quiet", action="store_true", help="print only errors")
     return parser
 
 

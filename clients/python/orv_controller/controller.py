@@ -103,7 +103,7 @@ class Controller:
             return ExitCode.IN_SYNC
         before = record.read(self._settings.record_file, noted)
         if before is None:
-            self._report.say("what the switch holds is not on record; everything would be sent:")
+            self._report.say("the switch's state is not recorded; everything would be sent:")
         elif before.config != desired.config:
             self._report.say(f"~ config: {before.config} => {desired.config}")
         self._report.changes(difference(before, desired) if before else replay(desired))
@@ -120,7 +120,7 @@ class Controller:
                 if self._stopping:
                     break
                 delay = self._back_off.delay()
-                self._report.problem(f"{lost}; again in {delay:.1f} s")
+                self._report.problem(f"{lost}; retrying in {delay:.1f} s")
                 desired = self._wait(delay, desired)
         return code
 
@@ -188,7 +188,7 @@ class Controller:
         except statefile.BadState as bad:
             for problem in bad.problems:
                 self._report.problem(problem)
-            self._report.problem("the state stays as it was")
+            self._report.problem("keeping the previous state")
             return desired
         self._report.say(f"read again: {state.summary()}")
         return state

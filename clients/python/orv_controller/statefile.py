@@ -39,7 +39,7 @@ def _no_duplicates(pairs: list[tuple[str, Any]]) -> dict[str, Any]:
     members: dict[str, Any] = {}
     for name, value in pairs:
         if name in members:
-            raise ValueError(f"member '{name}' stands twice in one object")
+            raise ValueError(f"member '{name}' appears twice in one object")
         members[name] = value
     return members
 
@@ -125,7 +125,7 @@ class _Members:
                 raise ValueError("an IPv4 or IPv6 prefix such as 192.0.2.0/24")
             network = ipaddress.ip_network(value, strict=False)
             if str(network.network_address) != str(ipaddress.ip_address(value.split("/")[0])):
-                raise ValueError(f"no bits behind the prefix length, as in {network}")
+                raise ValueError(f"no bits beyond the prefix length, as in {network}")
             return str(network)
         except ValueError as error:
             expected = str(error) if str(error).startswith(("an ", "no ")) else "an IPv4 or IPv6 prefix"
@@ -272,7 +272,7 @@ def parse(document: Any) -> State:
                 item = _READERS[kind](members, config)
                 members.finish()
                 if item.key in table:
-                    raise _Bad(f"{kind}[{i}]: {key_text(item.key)} stands in {kind}[{places[item.key]}] already")
+                    raise _Bad(f"{kind}[{i}]: {key_text(item.key)} is already in {kind}[{places[item.key]}]")
                 table[item.key], places[item.key] = item, i
             except _Bad as bad:
                 problems.append(str(bad))

@@ -89,7 +89,7 @@ class Sync:
         # A difference would not program the unchanged redirects in the new map, and the old map would keep redirecting.
         if known and known != desired.config.policy_map:
             raise Refused(f"config.policy_map: the running server works with '{known}', not with "
-                          f"'{desired.config.policy_map}'; only a restarted server takes another")
+                          f"'{desired.config.policy_map}'; restart the server to change it")
 
     def _recorded(self, note: str, desired: State, digest: str) -> State | None:
         noted = noted_digest(note)

@@ -110,7 +110,7 @@ class ControllerTest(unittest.TestCase):
         self.document["config"]["policy_map"] = "other"
         self.write()
         self.assertEqual(ExitCode.REFUSED, self.controller().once())
-        self.assertIn("only a restarted server takes another", self.err.getvalue())
+        self.assertIn("restart the server to change it", self.err.getvalue())
         self.switch.restart()
         self.assertEqual(ExitCode.IN_SYNC, self.controller().once())
 
@@ -131,7 +131,7 @@ class ControllerTest(unittest.TestCase):
         self.assertTrue(self.switch.wait(lambda: self.switch.resyncs == 1 and self.complete()))
         self.assertNotIn("stale", self.switch.tables["route"])
         self.assertEqual(ExitCode.IN_SYNC, finish())
-        self.assertIn("again in", self.err.getvalue())
+        self.assertIn("retrying in", self.err.getvalue())
         self.assertIn("sbfd 10.1.0.2%Ethernet1 labels 100: up", self.out.getvalue())
 
     def test_run_programs_the_difference_on_reload_and_keeps_its_state_on_a_bad_file(self):
@@ -141,7 +141,7 @@ class ControllerTest(unittest.TestCase):
         controller.reload()
         self.document["routes"].pop()
         self.switch.bulks.clear()
-        while "the state stays as it was" not in self.err.getvalue():
+        while "keeping the previous state" not in self.err.getvalue():
             threading.Event().wait(0.01)
         self.assertEqual([], self.switch.bulks)
         self.write()

@@ -36,7 +36,7 @@ class InstallTest(unittest.TestCase):
 
         code, said, _ = run("--help")
         self.assertEqual(0, code)
-        self.assertIn("keep the switch as the file says", said)
+        self.assertIn("keep the switch in the state of the file", said)
         self.assertEqual((0, f"orv-controller {orv_controller.__version__}\n", ""), run("--version"))
         # The generated stubs and the marker for type checkers are installed.
         self.assertTrue((target / "orv_controller/pb/orvsdk_pb2.py").is_file())

@@ -215,7 +215,7 @@ class RestartTest(RealSwitch):
     def test_the_server_is_killed(self):
         controller = self.running_with(1)
         self.kill(self.daemon)
-        self.read_to(controller, "again in")
+        self.read_to(controller, "retrying in")
         # The desired state changes while there is no server.
         self.want(2)
         controller.send_signal(signal.SIGHUP)

@@ -48,7 +48,7 @@ class StateFile(unittest.TestCase):
         self.document["routes"][0]["prefix"] = "192.0.2.1/24"
         self.document["groups"][0]["nexthops"][0]["labels"] = [1 << 20]
         self.refuse("groups[0].nexthops[0].labels[0]: 1048576, expected a whole number from 0 to 1048575",
-                    'routes[0].prefix: "192.0.2.1/24", expected no bits behind the prefix length, as in 192.0.2.0/24')
+                    'routes[0].prefix: "192.0.2.1/24", expected no bits beyond the prefix length, as in 192.0.2.0/24')
 
     def test_unknown_members(self):
         self.document["groups"][1]["weight"] = 2
@@ -57,7 +57,7 @@ class StateFile(unittest.TestCase):
 
     def test_the_same_prefix_twice(self):
         self.document["routes"].append({"prefix": "2001:db8:0::/32", "group": "core"})
-        self.refuse("routes[2]: 2001:db8::/32 stands in routes[1] already")
+        self.refuse("routes[2]: 2001:db8::/32 is already in routes[1]")
 
     def test_labels_need_one_forwarding_and_the_right_number_of_labels(self):
         self.document["labels"][0]["nexthop"]["labels"] = [1, 2]
@@ -90,7 +90,7 @@ class StateFile(unittest.TestCase):
     def test_files_that_cannot_be_read(self):
         with tempfile.TemporaryDirectory() as folder:
             path = Path(folder) / "state.json"
-            for text, words in (('{"routes": [}', "not JSON"), ('{"routes": [], "routes": []}', "stands twice"),
+            for text, words in (('{"routes": [}', "not JSON"), ('{"routes": [], "routes": []}', "appears twice"),
                                 ("[]", "expected an object")):
                 path.write_text(text)
                 with self.assertRaisesRegex(statefile.BadState, words):

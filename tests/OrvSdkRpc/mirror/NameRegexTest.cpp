@@ -80,7 +80,7 @@ TEST(NameRegex, refusesWhatOnlyASearchCanMatch) {
       EXPECT_EQ(refusal(expression), "regular expression with a back-reference") << expression;
    for (const char* expression :
         {"(?=.*(?!.*b)).*", "(?:(?!a*!)a*){70}!", "x(?=y).*", "^x(?!y).*", "(?=a)(?=b)."}) {
-      EXPECT_EQ(refusal(expression), "regular expression with a look-ahead behind its beginning")
+      EXPECT_EQ(refusal(expression), "regular expression with a look-ahead after its beginning")
            << expression;
    }
 }
@@ -118,7 +118,7 @@ TEST(NameRegex, takesALongListOfNames) {
 
 TEST(NameRegex, refusesWhatIsTooLarge) {
    const std::string written =
-        "regular expression of more than 8192 characters with its repetitions written out";
+        "regular expression of more than 8192 characters with its repetitions expanded";
    for (const char* expression :
         {"(?:\\w*){24000}!", "((.?){0,100}){0,100}z", "(){30000}b", "((a*)*){5000}b", "a{4294967297}"})
       EXPECT_EQ(refusal(expression), written) << expression;
@@ -128,7 +128,7 @@ TEST(NameRegex, refusesWhatIsTooLarge) {
    EXPECT_EQ(refusal("(x{40}){30}"), "regular expression that repeats something more than 1000 times");
    EXPECT_EQ(refusal(repeated("(", 200) + "a" + repeated(")", 200)), "");
    EXPECT_EQ(refusal(repeated("(", 201) + "a" + repeated(")", 201)),
-             "regular expression of 201 groups in one another, expected at most 200");
+             "regular expression of 201 nested groups, expected at most 200");
    EXPECT_EQ(refusal(repeated("\\w", 256)), "");
    EXPECT_EQ(refusal(repeated("\\w", 257)), "regular expression of 257 classes, expected at most 256");
    const std::string longest = "[" + repeated("ab", NameRegex::bytesMax / 2 - 1) + "]";

@@ -89,7 +89,7 @@ struct UnnamedSubscribe : WatchOf<&Rpc::Requestwatch, &OneWatch<UnnamedSubscribe
 };
 static_assert(made<StreamingAdapterHandler, UnnamedSubscribe>);
 
-// error: a watch without a dump has no end of one
+// error: a watch without a dump has no endOfDump hook
 struct EndWithoutDump : WatchOf<&Rpc::Requestwatch, &OneWatch<EndWithoutDump>::subscriptions> {
    void endOfDump(Service& service);
    static constexpr Hooks<EndWithoutDump> hooks = {.filter = everyEvent,
@@ -97,7 +97,7 @@ struct EndWithoutDump : WatchOf<&Rpc::Requestwatch, &OneWatch<EndWithoutDump>::s
 };
 static_assert(made<StreamingAdapterHandler, EndWithoutDump>);
 
-// error: the controller that a watch names is a SubscriptionController of this very watch
+// error: the controller that a watch names is a SubscriptionController of this watch
 struct ForeignController : WatchOf<&Rpc::Requestwatch, &OneWatch<ForeignController>::foreign> {
    static constexpr Hooks<ForeignController> hooks = {.filter = everyEvent};
 };

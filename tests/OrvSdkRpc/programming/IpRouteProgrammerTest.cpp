@@ -197,7 +197,7 @@ TEST_F(IpRouteProgrammerTest, anErrorInTakingBackDoesNotHideTheRefusal) {
    EXPECT_CALL(mgr_, ip_route_via_set(_)).WillOnce(Throw(orv::invalid_argument_error("name too long")));
    EXPECT_CALL(mgr_, ip_route_del(_)).WillOnce(Throw(orv::error("worse")));
    EXPECT_TRUE(process(ipRoute(1, "g")).debug_string().ends_with("exception name too long"));
-   EXPECT_EQ(traces.count("Error: ip route 10.0.1.0/24 cannot be taken back, exception worse"), 1U);
+   EXPECT_EQ(traces.count("Error: ip route 10.0.1.0/24 cannot be restored, exception worse"), 1U);
 }
 
 TEST_F(IpRouteProgrammerTest, aBadPrefixIsAnErrorOfTheRequest) {

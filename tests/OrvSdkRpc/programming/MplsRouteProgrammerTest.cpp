@@ -321,7 +321,7 @@ TEST_F(InitializedMplsRouteProgrammerTest, aLabelWhoseOldViaIsRefusedTooIsNotLef
    EXPECT_CALL(routes_, mpls_route_via_set(old)).WillOnce(Throw(orv::invalid_argument_error("second")));
    EXPECT_CALL(routes_, mpls_route_del(key));
    EXPECT_TRUE(process(withGroup(0)).debug_string().ends_with(" exception first"));
-   EXPECT_EQ(traces.count("Error: MPLS route 100 cannot be taken back, exception second"), 1U);
+   EXPECT_EQ(traces.count("Error: MPLS route 100 cannot be restored, exception second"), 1U);
 }
 
 TEST_F(InitializedMplsRouteProgrammerTest, aNewLabelWhoseViaIsRefusedIsTakenBackAndThatMayFailToo) {
@@ -332,7 +332,7 @@ TEST_F(InitializedMplsRouteProgrammerTest, aNewLabelWhoseViaIsRefusedIsTakenBack
    EXPECT_CALL(routes_, mpls_route_del(key)).WillOnce(Throw(orv::error("second")));
    EXPECT_TRUE(process(withGroup(0)).debug_string().ends_with(" exception first"));
    ASSERT_EQ(traces.texts().size(), 2U);
-   EXPECT_TRUE(traces.texts()[0].ends_with(" cannot be taken back, exception second"));
+   EXPECT_TRUE(traces.texts()[0].ends_with(" cannot be restored, exception second"));
 }
 
 TEST_F(InitializedMplsRouteProgrammerTest, theLockSpansOneLabel) {

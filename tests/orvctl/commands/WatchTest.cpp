@@ -91,7 +91,7 @@ TEST_F(OrvctlWatch, aDumpOfOneNameMayWaitAndThatIsTold) {
    group.set_name("g1");
    server_.mirror.answer("NexthopGroupMgrService/watch", group).held = true;
    const std::string told =
-        "orvctl: watch intf: what is there of Ethernet1 may come only with its next event; "
+        "orvctl: watch intf: the current state of Ethernet1 may come only with its next event; "
         "'orvctl intf show Ethernet1' shows it at once\n";
    EXPECT_EQ(orvctl({"watch", "intf", "--intf", "Ethernet1", "--fields", "all", "-n", "1"}).err, told);
    EXPECT_EQ(orvctl({"--json", "watch", "intf", "--intf", "Ethernet1", "--fields", "1", "-n", "1"}).err,
@@ -281,7 +281,7 @@ TEST(OrvctlWatchHelp, speaksOfWhatThisWatchHas) {
    EXPECT_THAT(runWith({"watch", "intf", "--help"}).out, HasSubstr(fields));
    const std::string nhg = runWith({"watch", "nhg", "--help"}).out;
    EXPECT_THAT(nhg, HasSubstr(fields));
-   EXPECT_THAT(nhg, HasSubstr("Every next-hop group; so it is without --name"));
+   EXPECT_THAT(nhg, HasSubstr("Every next-hop group; the default without --name"));
    EXPECT_THAT(nhg, HasSubstr("One next-hop group alone"));
    EXPECT_THAT(runWith({"watch", "phy", "--help"}).out, HasSubstr("Every physical interface"));
 }

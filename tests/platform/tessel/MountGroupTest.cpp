@@ -71,7 +71,7 @@ TEST_F(MountGroupTest, aWriterOfAnotherTypeIsRefusedInWords) {
 
 TEST_F(MountGroupTest, aWriterCannotMakeSomethingFromNothing) {
    EXPECT_THAT([&] { group()->mount<Config>("te/config", MountMode::write); },
-               ThrowsMessage<std::logic_error>(HasSubstr("no arguments to make a Test::Config")));
+               ThrowsMessage<std::logic_error>(HasSubstr("no arguments to construct a Test::Config")));
    EXPECT_NO_THROW(group()->mount<Config>("te/config", MountMode::write, "later", 1U))
         << "the path is free again";
 }

@@ -65,11 +65,11 @@ TEST_F(ConfigureTest, interfacesThatAreNoPortsAreMadeAndRemoved) {
    EXPECT_EQ(refusal("show interfaces Loopback3"), "unknown interface Loopback3");
    run("configure no interface Loopback99");
    EXPECT_EQ(refusal("configure no interface Loopback99"), "unknown interface Loopback99");
-   EXPECT_EQ(refusal("configure interface Loopback1 create"), "interface Loopback1 is there already");
+   EXPECT_EQ(refusal("configure interface Loopback1 create"), "interface Loopback1 exists already");
    EXPECT_THAT(refusal("configure interface Ethernet65 create"),
-               HasSubstr("is a port and comes with its hardware"));
+               HasSubstr("is a port and is added with its hardware"));
    EXPECT_THAT(refusal("configure no interface Ethernet1"),
-               HasSubstr("is a port and goes with its hardware"));
+               HasSubstr("is a port and is removed with its hardware"));
    EXPECT_EQ(refusal("configure interface Loopback98 create now"),
              "'now' after 'configure interface Loopback98 create', expected the end of the line");
    EXPECT_EQ(refusal("configure no interface"),

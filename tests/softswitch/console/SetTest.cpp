@@ -104,13 +104,13 @@ TEST_F(SetTest, portRefusals) {
              "'9g' after 'set speed Ethernet1', expected a speed: 10M, 100M, 1G, 2.5G, 5G, 10G, 25G, 40G, "
              "50G, 100G, "
              "200G, 400G, 800G or 1.6T");
-   EXPECT_EQ(refusal("set speed Loopback0 10g"), "interface Loopback0 is of type loopback and is no port");
+   EXPECT_EQ(refusal("set speed Loopback0 10g"), "interface Loopback0 is of type loopback, not a port");
    EXPECT_EQ(refusal("set transceiver Ethernet1 gone"),
              "'gone' after 'set transceiver Ethernet1', expected present or absent");
    EXPECT_EQ(refusal("set hardware Ethernet1 gone"),
              "'gone' after 'set hardware Ethernet1', expected present, absent, inserted or removed");
-   EXPECT_EQ(refusal("set hardware Ethernet1 inserted"), "interface Ethernet1 is there already");
-   EXPECT_EQ(refusal("show ports Loopback0"), "interface Loopback0 is of type loopback and is no port");
+   EXPECT_EQ(refusal("set hardware Ethernet1 inserted"), "interface Ethernet1 exists already");
+   EXPECT_EQ(refusal("show ports Loopback0"), "interface Loopback0 is of type loopback, not a port");
 }
 
 TEST_F(SetTest, trafficFlows) {

@@ -218,10 +218,10 @@ TEST_F(ShowTest, policyChain) {
    const auto acl = json("show acl");
    EXPECT_EQ(acl["acls"].size(), 2u);
    EXPECT_EQ(acl["acls"][0]["name"], "old");
-   EXPECT_EQ(acl["acls"][0]["state"], "going");
+   EXPECT_EQ(acl["acls"][0]["state"], "deleting");
    EXPECT_EQ(acl["acls"][1]["state"], "committed");
    ASSERT_EQ(acl["acl_rules"].size(), 3u);
-   EXPECT_EQ(acl["acl_rules"][0]["state"], "going");
+   EXPECT_EQ(acl["acl_rules"][0]["state"], "deleting");
    EXPECT_EQ(acl["acl_rules"][1]["state"], "committed");
    EXPECT_EQ(acl["acl_rules"][2]["state"], "pending");
    EXPECT_EQ(acl["acl_rules"][2]["seq"], 2);

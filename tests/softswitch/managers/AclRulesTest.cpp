@@ -124,7 +124,7 @@ TEST(AclRules, refusePortsThatDoNotFitTheirOperator) {
    EXPECT_EQ(ports(acl_range_operator_t::range, {1}),
              "source port has 1 numbers for operator range, expected 2");
    EXPECT_EQ(ports(acl_range_operator_t::range, {2, 1}),
-             "source port ranges from 2 to 1, expected a rising range");
+             "source port ranges from 2 to 1, expected an ascending range");
    EXPECT_EQ(ports(acl_range_operator_t::any, {1}), "source port has 1 numbers for operator any, expected 0");
    EXPECT_EQ(changed(v4,
                      [](auto& r) {

@@ -194,14 +194,14 @@ TEST_F(EthPhyIntfMgrTest, aWalkSurvivesPortsThatGo) {
 TEST_F(EthPhyIntfMgrTest, refusals) {
    EXPECT_EQ(refusal([&] { mgr_->link_speed(absent_); }), "unknown interface Ethernet99");
    EXPECT_EQ(refusal([&] { mgr_->hardware_present(loopback_); }),
-             "interface Loopback0 is of type loopback and is no port");
+             "interface Loopback0 is of type loopback, not a port");
    EXPECT_EQ(refusal([&] { mgr_->burned_in_eth_addr(absent_); }), "unknown interface Ethernet99");
    EXPECT_EQ(refusal([&] { mgr_->transceiver_present(intf_id_t()); }), "unknown interface (none)");
    EXPECT_EQ(refusal([&] { mgr_->linkSpeedIs(ethernet1_, eth_link_speed_t::unknown); }),
-             "speed unknown of interface Ethernet1, expected one that a link has");
+             "speed unknown of interface Ethernet1, expected a link speed");
    EXPECT_EQ(refusal([&] { mgr_->transceiverPresentIs(loopback_, false); }),
-             "interface Loopback0 is of type loopback and is no port");
-   EXPECT_EQ(refusal([&] { mgr_->portAdd(ethernet1_); }), "interface Ethernet1 is there already");
+             "interface Loopback0 is of type loopback, not a port");
+   EXPECT_EQ(refusal([&] { mgr_->portAdd(ethernet1_); }), "interface Ethernet1 exists already");
    EXPECT_EQ(refusal([&] { mgr_->portAdd(intf_id_t("Loopback9")); }),
              "interface Loopback9 is of type loopback, expected a port");
    EXPECT_EQ(refusal([&] { mgr_->portDel(loopback_); }),

@@ -258,19 +258,20 @@ TEST_F(IntfMgrTest, aWalkSurvivesInterfacesThatComeAndGo) {
 }
 
 TEST_F(IntfMgrTest, refusesInterfacesThatCannotBeMadeOrRemoved) {
-   EXPECT_EQ(refusal([&] { mgr_->intfAdd(intf_id_t("Loopback0")); }), "interface Loopback0 is there already");
-   EXPECT_EQ(refusal([&] { mgr_->intfAdd(absent_); }),
-             "interface Ethernet99 is a port and comes with its hardware, expected a loopback, LAG, VLAN or "
-             "VXLAN");
+   EXPECT_EQ(refusal([&] { mgr_->intfAdd(intf_id_t("Loopback0")); }), "interface Loopback0 exists already");
    EXPECT_EQ(
-        refusal([&] { mgr_->intfDel(ethernet1_); }),
-        "interface Ethernet1 is a port and goes with its hardware, expected a loopback, LAG, VLAN or VXLAN");
+        refusal([&] { mgr_->intfAdd(absent_); }),
+        "interface Ethernet99 is a port and is added with its hardware, expected a loopback, LAG, VLAN or "
+        "VXLAN");
+   EXPECT_EQ(refusal([&] { mgr_->intfDel(ethernet1_); }),
+             "interface Ethernet1 is a port and is removed with its hardware, expected a loopback, LAG, VLAN "
+             "or VXLAN");
    EXPECT_EQ(refusal([&] { mgr_->intfDel(absent_); }), "unknown interface Ethernet99");
    for (const char* name : {"Tunnel1", "Loopback", "Loopback12345678901234", "Loopback:1"}) {
-      EXPECT_EQ(
-           refusal([&] { mgr_->intfAdd(intf_id_t(name)); }),
-           std::string("interface name '") + name +
-                "' tells no type, expected Ethernet, Management, Loopback, Lag, Vlan or Vxlan with a number");
+      EXPECT_EQ(refusal([&] { mgr_->intfAdd(intf_id_t(name)); }),
+                std::string("interface name '") + name +
+                     "' does not imply a type, expected Ethernet, Management, Loopback, Lag, Vlan or Vxlan "
+                     "with a number");
    }
    mgr_->intfAdd(intf_id_t("Vlan3/1"));
    EXPECT_EQ(refusal([&] { mgr_->intfAdd(intf_id_t("Vlan3_1")); }),

@@ -319,7 +319,7 @@ TEST_F(PolicyMapMgrTest, refusesARawRuleThatNoListCouldHave) {
    EXPECT_EQ(raw([&](auto& r) {
                 r.destination_port_is({acl_range_operator_t::range, {9, 3}});
              }),
-             "destination port ranges from 9 to 3, expected a rising range");
+             "destination port ranges from 9 to 3, expected an ascending range");
    EXPECT_EQ(raw([&](auto& r) { r.vlan_is(4096); }), "vlan 4096 is out of range, expected 0 to 4095");
    EXPECT_EQ(raw([&](auto& r) {
                 r.ttl_is({acl_range_operator_t::range, 1});

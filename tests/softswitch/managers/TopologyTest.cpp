@@ -114,7 +114,7 @@ INSTANTIATE_TEST_SUITE_P(
           BadTopology{"unknownTopKey", R"({"interface": []})",
                       "top level: unknown key \"interface\", expected one of system_mac, interfaces"},
           BadTopology{"repeatedKey", R"({"interfaces": [], "interfaces": []})",
-                      "key \"interfaces\" stands twice, expected once per object"},
+                      "key \"interfaces\" is given twice, expected once per object"},
           BadTopology{"missing", "{}", "interfaces is missing, expected an array of objects"},
           BadTopology{"notArray", R"({"interfaces": {}})",
                       "interfaces is {}, expected an array of at least one object"},
@@ -177,13 +177,13 @@ INSTANTIATE_TEST_SUITE_P(
                       entry(R"({"name": "Ethernet1", "count": 2, "kernel_name": "up"})"),
                       "interfaces[0] (Ethernet1): kernel_name is \"up\", expected a number at its end"},
           BadTopology{"sameName", entry(R"({"name": "Ethernet1", "count": 4}, {"name": "Ethernet3"})"),
-                      "interface Ethernet3 stands twice, expected unique names"},
+                      "interface Ethernet3 is given twice, expected unique names"},
           BadTopology{"sameKernelName",
                       entry(R"({"name": "Ethernet1"}, {"name": "Ethernet2", "kernel_name": "eth1"})"),
-                      "kernel_name eth1 of Ethernet2 stands twice, expected unique kernel names"},
+                      "kernel_name eth1 of Ethernet2 is given twice, expected unique kernel names"},
           BadTopology{"sameMac",
                       entry(R"({"name": "Ethernet1"}, {"name": "Ethernet2", "mac": "02:00:00:00:00:01"})"),
-                      "mac 02:00:00:00:00:01 of Ethernet2 stands twice, expected unique addresses"}),
+                      "mac 02:00:00:00:00:01 of Ethernet2 is given twice, expected unique addresses"}),
      [](const auto& tested) { return tested.param.name; });
 
 class TopologyFile : public Test {

@@ -262,9 +262,9 @@ TEST_F(CounterWritersTest, refusals) {
    EXPECT_EQ(refusal([&] { writers_->writerIntfsAre("w", ids({"Ethernet99"})); }),
              "unknown interface Ethernet99");
    EXPECT_EQ(refusal([&] { writers_->writerIntfsAre("w", ids({"Loopback0"})); }),
-             "counter writer w: interface Loopback0 is of type loopback and is no port");
+             "counter writer w: interface Loopback0 is of type loopback, not a port");
    EXPECT_EQ(refusal([&] { writers_->writerIntfsAre("Fixed", {}); }),
-             "counter writer Fixed has the ports that no other claims, and takes no list");
+             "counter writer Fixed counts the ports that no other writer claims; it cannot be given a list");
    EXPECT_EQ(refusal([&] { writers_->writerDel("Fixed"); }), "counter writer Fixed cannot be removed");
    writers_->writerIntfsAre("first", ids({"Ethernet1"}));
    EXPECT_EQ(refusal([&] {
