@@ -111,8 +111,8 @@ private:
    bool accountingEnabled_ = false;
    std::unique_ptr<GrpcServer> server_;
    std::thread serverThread_;
-   // Destroyed before the server and its services, which hold pointers to both: a service's destructor must not
-   // use them. The watcher is for IntfCounterService; null if the rates stream is disabled.
+   // Destroyed before the server and its services, which hold pointers to both: a service's destructor must
+   // not use them. The watcher is for IntfCounterService; null if the rates stream is disabled.
    std::unique_ptr<IntfTrafficRatesWatcher> trafficRatesWatcher_;
    std::unique_ptr<CbfNhgMgr> cbfNhgMgr_;
    std::string unixLockPath_;

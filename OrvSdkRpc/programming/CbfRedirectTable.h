@@ -96,8 +96,8 @@ public:
    // Adds a new redirect with the next sequence. `lists` is the state of its ACLs.
    // REQUIRES: the key is unknown.
    Redirect& enter(const Key& key, std::uint8_t epoch, DscpValues ipv4, DscpValues ipv6, Layer lists);
-   // Sets the wanted DSCPs of a known redirect. If its ACLs are then unsure and its rule refers to others, so is
-   // the rule.
+   // Sets the wanted DSCPs of a known redirect. If its ACLs are then unsure and its rule refers to others, so
+   // is the rule.
    void change(Redirect& redirect, DscpValues ipv4, DscpValues ipv6);
 
    void listsWritten(Redirect& redirect) { written(redirect, &SeqAndDscpValues::lists); }

@@ -2,8 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include "orvctl/ExitCode.h"
 #include "OrvSdkRpcProtos/services.h"
+#include "orvctl/ExitCode.h"
 
 namespace orvctl {
 namespace {

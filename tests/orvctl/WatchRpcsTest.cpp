@@ -2,10 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include "OrvSdkRpcProtos/services.h"
 #include "orvctl/Descriptors.h"
 #include "orvctl/ExitCode.h"
 #include "orvctl/JsonText.h"
-#include "OrvSdkRpcProtos/services.h"
 
 namespace orvctl {
 namespace {

@@ -300,8 +300,8 @@ TEST_F(ClientInitTest, aResyncBeforeInitDoesNotLetProgrammingThrough) {
    EXPECT_EQ(response.status(), pb::RPC_STATUS_NOT_INITIALIZED);
 }
 
-// Off the main thread every manager call holds the SDK's lock in a scope of its own, so the main loop gets its
-// turn between two calls.
+// Off the main thread every manager call holds the SDK's lock in a scope of its own, so the main loop gets
+// its turn between two calls.
 TEST_F(ClientInitTest, everyManagerCallHoldsTheLockAloneAndBriefly) {
    orvtest::WatchedLock lock;
    std::vector<int> seen;
