@@ -342,10 +342,15 @@ TEST_F(InitializedMplsRouteProgrammerTest, theLockSpansOneLabel) {
    const auto see = [&](const auto&...) { seen.push_back(orv::sdk_call_allowed() ? lock.taken() : 0); };
    ON_CALL(routes_, mpls_route_set(_)).WillByDefault(see);
    ON_CALL(routes_, mpls_route_via_set(_)).WillByDefault(see);
-   ON_CALL(routes_, exists(Matcher<const orv::mpls_route_key_t&>(_))).WillByDefault([&](const auto& k) {
-      see(k);
-      return false;
-   });
+   bool stands = false;
+   const auto look = [&](const auto&) {
+      see();
+      return stands;
+   };
+   ON_CALL(routes_, exists(Matcher<const orv::mpls_route_key_t&>(_))).WillByDefault(look);
+   ON_CALL(routes_, exists(Matcher<const orv::mpls_route_via_t&>(_))).WillByDefault(look);
+   ON_CALL(routes_, mpls_route_del(_)).WillByDefault(see);
+   ON_CALL(routes_, mpls_route_via_del(_)).WillByDefault(see);
    ON_CALL(labels_, mpls_vrf_label_set(_)).WillByDefault(see);
    ON_CALL(labels_, mpls_vrf_label(_)).WillByDefault([&](const auto& label) {
       see(label);
@@ -356,11 +361,19 @@ TEST_F(InitializedMplsRouteProgrammerTest, theLockSpansOneLabel) {
            {withGroup(0), withNexthop(pb::MPLS_OPERATION_POP, {}), intoVrf("red"), deletion()}) {
          process(request);
       }
+      pb::mpls_route_bulk_msg bulk;
+      *bulk.add_bulk() = intoVrf("red");
+      *bulk.add_bulk() = deletion();
+      pb::rpc_status_bulk_msg response;
+      mpls_.processMPLSRouteBulkRequest(bulk, response);
+      stands = true;
+      process(deletion());
    });
    pump.join();
-   // Exists, set, via and label of the first two; set and exists of the third; both looks of the delete.
-   EXPECT_EQ(seen, (std::vector{1, 1, 1, 1, 2, 2, 2, 2, 3, 3, 4, 4}));
-   EXPECT_EQ(lock.released(), 4);
+   // Exists, set, via and label of the first two; set and exists of the third; both looks of the delete. The
+   // last two again in a bulk. Looks and deletes of a route that stands and of its via.
+   EXPECT_EQ(seen, (std::vector{1, 1, 1, 1, 2, 2, 2, 2, 3, 3, 4, 4, 5, 5, 6, 6, 7, 7, 7, 7}));
+   EXPECT_EQ(lock.released(), 7);
 }
 
 TEST(MplsRouteProgrammerDeathTest, anUnknownOperationOfAGroupEndsTheProcess) {
