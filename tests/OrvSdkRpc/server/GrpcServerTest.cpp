@@ -79,6 +79,8 @@ TEST(GrpcServer, servesOneCallAtATimeAndTheNextOneWaits) {
    EXPECT_EQ(stub->later(&context, test::ProbeRequest(), &response).error_code(),
              grpc::StatusCode::DEADLINE_EXCEEDED);
    EXPECT_TRUE(probe.waiting().empty()) << "somebody else pumps";
+   for (auto* const handler : probe.waiting())
+      handler->answer("");
    leave.count_down();
    first.join();
    second.join();
