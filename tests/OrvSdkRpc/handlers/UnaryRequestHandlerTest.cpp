@@ -127,7 +127,6 @@ TEST(UnaryRequestHandler, theAnswerIsSentWithoutTheLock) {
    EXPECT_EQ(lock.released(), 1);
 }
 
-// The other side, a peer that is rejected, stands in BulkRequestHandlerTest.
 TEST(UnaryRequestHandler, aLocalPeerOfAnInsecureServerIsServed) {
    RunningServer running{
         std::make_unique<ProbeService>(),
