@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <map>
-#include <mutex>
 #include <string>
 #include <vector>
 
@@ -11,6 +10,7 @@
 #include "orv/lock.h"
 #include "testing/server/Contract.h"
 #include "testing/server/TraceCapture.h"
+#include "testing/server/WatchedLock.h"
 
 namespace OrvSdkRpc {
 namespace {
@@ -148,33 +148,16 @@ TEST_F(OpaqueProgrammerTest, aGetEndsInFrontOfThePairThatIsTooMuch) {
         << traces.texts()[0];
 }
 
-// The SDK's lock, which counts how often it was taken.
-class CountedLock final : public orv::host::lock_backend {
-public:
-   CountedLock() { orv::host::lock_backend_is(this); }
-   ~CountedLock() override { orv::host::lock_backend_is(nullptr); }
-   void acquire() override {
-      mutex_.lock();
-      ++taken;
-   }
-   void release() noexcept override { mutex_.unlock(); }
-
-   int taken = 0;
-
-private:
-   std::mutex mutex_;
-};
-
 // So that a kill finds all of a request in the switch or nothing of it.
 TEST_F(OpaqueProgrammerTest, oneLockSpansARequest) {
    contract_.init();
-   CountedLock lock;
+   orvtest::WatchedLock lock;
    pb::rpc_server_state_config_msg request;
    add(request, "a", "1");
    add(request, "b", "2");
    request.add_deletes()->set_key("c");
    std::vector<int> seen;
-   const auto see = [&] { seen.push_back(orv::detail::this_thread_lock.depth == 1 ? lock.taken : -1); };
+   const auto see = [&] { seen.push_back(orv::detail::this_thread_lock.depth == 1 ? lock.taken() : -1); };
    ON_CALL(mgr_, status_set(_, _)).WillByDefault([&](const auto&, const auto&) { see(); });
    ON_CALL(mgr_, status_del(_)).WillByDefault([&](const auto&) { see(); });
    ON_CALL(mgr_, status(_)).WillByDefault([&](const auto&) {
