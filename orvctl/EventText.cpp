@@ -116,7 +116,7 @@ void appendRecord(std::string& line, const FieldDescriptor& of, const Message& r
    }
 }
 
-// RETURNS: the field that holds the events of a batch; null if there is none.
+// RETURNS: the field that holds the events of a batch; null if a message of this type holds one event.
 const FieldDescriptor* batchField(const Descriptor& type) {
    for (const char* name : {"data", "bulk"}) {
       const FieldDescriptor* field = type.FindFieldByName(name);

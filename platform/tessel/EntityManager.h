@@ -32,7 +32,7 @@ public:
    const std::string& path() const { return path_; }
    MountMode mode() const { return mode_; }
 
-   // RETURNS: the entity at the path; null if there is none yet or it is of another type.
+   // RETURNS: the entity at the path; null if the path has no entity or one of another type.
    template <typename T>
    Pavo::Ptr<T> entity() const;
    // Sets the entity at the path; null removes it.
@@ -57,7 +57,7 @@ public:
    // component; std::runtime_error if the path already has a writer. Both texts name the path.
    Mount mount(const std::string& path, MountMode mode, std::function<void()> onChange = {});
 
-   // RETURNS: the entity at the path, mounted or not; null if there is none or it is of another type.
+   // RETURNS: the entity at the path, mounted or not; null if the path has no entity or one of another type.
    template <typename T>
    Pavo::Ptr<T> entity(std::string_view path) const {
       return entities_->entityAs<T>(path);

@@ -69,9 +69,9 @@ public:
    [[nodiscard]] virtual bool exists(const mpls_route_key_t& key) const = 0;
    // True if the route has a via that equals this one in all fields. A bare via matches any via of its route.
    [[nodiscard]] virtual bool exists(const mpls_route_via_t& via) const = 0;
-   // Smallest metric among the routes with these labels; 0 if there is none.
+   // Smallest metric among the routes with these labels; 0 if no route has these labels.
    [[nodiscard]] virtual std::uint8_t metric(const mpls_route_key_t& key) const = 0;
-   // FEC of the route in hardware; 0 if there is none.
+   // FEC of the route in hardware; 0 if hardware does not have the route.
    [[nodiscard]] virtual mpls_fec_id_t fec_id(const mpls_route_key_t& key) const = 0;
 
    // Creates or changes the route; its vias stay.

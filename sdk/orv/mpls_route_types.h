@@ -61,7 +61,7 @@ public:
    mpls_route_key_t(std::span<const mpls_label_t> labels, std::uint8_t metric);
 
    [[nodiscard]] std::span<const mpls_label_t> labels() const noexcept { return {labels_.data(), size_}; }
-   // The outermost label; null if there is none.
+   // The outermost label; a null label if the stack is empty.
    [[nodiscard]] mpls_label_t top_label() const noexcept { return labels_[0]; }
    [[nodiscard]] std::uint8_t metric() const noexcept { return metric_; }
    void metric_is(std::uint8_t v) { metric_ = v; }

@@ -9,7 +9,8 @@ bool isBlank(char c) {
    return c == ' ' || c == '\t';
 }
 
-// Length of the well-formed UTF-8 sequence at the start of `text`, 0 if there is none.
+// RETURNS: the bytes of the UTF-8 character that `text` starts with; 0 if its first bytes are not valid
+// UTF-8.
 std::size_t utf8Length(std::string_view text) {
    const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
    const unsigned char lead = byte(0);

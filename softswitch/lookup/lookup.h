@@ -62,10 +62,10 @@ struct WayOut {
    bool taken = false;
    orv::ip_addr_t nexthop;
    orv::intf_id_t intf;
-   std::string action;                 // "push", "swap" …; empty if there is none
+   std::string action;                 // "push", "swap" …; empty without a label action
    std::vector<std::uint32_t> labels;  // the outermost first
    std::string childGroup;             // the group that the entry leads into
-   std::string tunnel;                 // VXLAN or VRF, as text; empty if there is none
+   std::string tunnel;                 // VXLAN or VRF, as text; empty without a tunnel
 };
 
 struct Lookup {

@@ -46,7 +46,7 @@ public:
    // Sends a probe now. Must not allocate per probe in steady state.
    virtual void send(SbfdSlot slot, std::int64_t now) = 0;
    // Takes the earliest answer that has arrived by `now`.
-   // RETURNS: false if there is none.
+   // RETURNS: false if no answer has arrived.
    virtual bool receive(std::int64_t now, SbfdAnswer& answer) = 0;
    // RETURNS: when to poll again: at the next arrival, or sbfdNever if no answer is under way. A path that
    // cannot know returns the time of its next poll.
