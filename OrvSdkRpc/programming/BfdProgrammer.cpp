@@ -20,7 +20,7 @@ using OperStatus = pb::sbfd_echo_session_oper_status_msg;
 constexpr Gorm::Priority aliveTaskPriority = 1;
 constexpr Gorm::Priority rttTaskPriority = 3;
 constexpr int aliveBulkReserve = 100;
-constexpr std::uint32_t maxDscp = 255;
+constexpr std::uint32_t sessionDscpMax = 255;
 constexpr std::uint32_t maxMplsExp = 7;
 
 OperStatus::oper_status_enum convertStatus(orv::bfd_session_status_t status) {
@@ -33,15 +33,6 @@ void addStatus(Message& bulk, const orv::sbfd_echo_session_key_t& key, orv::bfd_
    Message& item = *bulk.add_bulk();
    convertKey(key, *item.mutable_key());
    item.mutable_oper_status()->set_status(convertStatus(status));
-}
-
-// Formats and traces the error text.
-// RETURNS: RPC_STATUS_ERROR.
-template <class... Args>
-int refuse(std::string& errorText, fmt::format_string<Args...> format, Args&&... args) {
-   errorText = fmt::format(format, std::forward<Args>(args)...);
-   orv::fmttrace(programmingTracer(), 0, "{}", errorText);
-   return pb::RPC_STATUS_ERROR;
 }
 
 }  // namespace
@@ -97,7 +88,7 @@ void BfdProgrammer::processSbfdEchoSessionBulkRequest(const pb::sbfd_echo_sessio
 
 int BfdProgrammer::work(const pb::sbfd_echo_session_msg& request, std::string& errorText) {
    orv::fmttrace(programmingTracer(), 1, "Process sBFD request: {}", pb::Lazy{request});
-   if (request.key().dscp() > maxDscp) {
+   if (request.key().dscp() > sessionDscpMax) {
       return refuse(errorText, "Error: invalid DSCP value {} request {}", request.key().dscp(),
                     pb::toString(request));
    }

@@ -25,21 +25,12 @@ const std::string statusName = "OrvSdkRpc-cbfNexthopGroupRedirectPolicyMapName";
 
 constexpr Gorm::Priority removePriority = 4;
 constexpr std::int64_t removeDelayNanos = 1'000'000'000;
-constexpr std::uint32_t maxDscp = 63;
-
-// Formats and traces the error text.
-// RETURNS: RPC_STATUS_ERROR.
-template <class... Args>
-int refuse(std::string& errorText, fmt::format_string<Args...> format, Args&&... args) {
-   errorText = fmt::format(format, std::forward<Args>(args)...);
-   orv::fmttrace(programmingTracer(), 0, "{}", errorText);
-   return pb::RPC_STATUS_ERROR;
-}
+constexpr std::uint32_t dscpMax = 63;
 
 // RETURNS: the first invalid DSCP, or null.
 template <class Values>
 const std::uint32_t* invalidDscp(const Values& values) {
-   const auto found = std::find_if(values.begin(), values.end(), [](std::uint32_t v) { return v > maxDscp; });
+   const auto found = std::find_if(values.begin(), values.end(), [](std::uint32_t v) { return v > dscpMax; });
    return found == values.end() ? nullptr : &*found;
 }
 

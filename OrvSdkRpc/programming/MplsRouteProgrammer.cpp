@@ -28,15 +28,6 @@ orv::mpls_action_t convert(GroupMsg::mpls_operation_enum operation) {
                                                           : orv::mpls_action_t::forward;
 }
 
-// Formats and traces the error text.
-// RETURNS: RPC_STATUS_ERROR.
-template <class... Args>
-int refuse(std::string& errorText, fmt::format_string<Args...> format, Args&&... args) {
-   errorText = fmt::format(format, std::forward<Args>(args)...);
-   orv::fmttrace(programmingTracer(), 0, "{}", errorText);
-   return pb::RPC_STATUS_ERROR;
-}
-
 }  // namespace
 
 void MplsRouteProgrammer::processMPLSRouteRequest(const pb::mpls_route_msg& request,

@@ -43,6 +43,15 @@ const std::string& setReplyStatusWithDebugString(pb::rpc_status_msg& response,
    return response.debug_string();
 }
 
+// Formats and traces the error text of a request that is refused.
+// RETURNS: RPC_STATUS_ERROR.
+template <class... Args>
+int refuse(std::string& errorText, fmt::format_string<Args...> format, Args&&... args) {
+   errorText = fmt::format(format, std::forward<Args>(args)...);
+   orv::fmttrace(programmingTracer(), 0, "{}", errorText);
+   return pb::RPC_STATUS_ERROR;
+}
+
 namespace detail {
 
 void refuseNotInitialized(const google::protobuf::Message& request, pb::rpc_status_msg& response);
