@@ -30,6 +30,8 @@ namespace orvtest {
 
 namespace probe = OrvSdkRpc::test;
 
+inline constexpr int allFields = probe::WATCH_FIELD_ALL;
+
 class StreamProbe;
 
 struct Watch;

@@ -16,7 +16,7 @@ namespace {
 
 using Values = std::vector<std::pair<int, int>>;
 
-struct Record {
+struct Bursts {
    std::vector<Values>* bursts;
 
    void operator()(std::span<const std::pair<int, int>> values) const {
@@ -26,7 +26,7 @@ struct Record {
 
 class BulkBacklogTest : public testing::Test {
 protected:
-   using Backlog = BulkBacklog<int, int, Record>;
+   using Backlog = BulkBacklog<int, int, Bursts>;
 
    void run() {
       const Zelt::ActivityLockAnchor lock(scheduler_->lock());
@@ -43,7 +43,7 @@ protected:
 
    Pavo::Ptr<Gorm::TaskScheduler> scheduler_ = Pavo::makePtr<Gorm::TaskScheduler>("test");
    std::vector<Values> bursts_;
-   Backlog backlog_{"backlog", scheduler_, Record{&bursts_}};
+   Backlog backlog_{"backlog", scheduler_, Bursts{&bursts_}};
 };
 
 TEST_F(BulkBacklogTest, whatCameBeforeTheTaskRunsGoesOnInOneBurstInItsOrder) {

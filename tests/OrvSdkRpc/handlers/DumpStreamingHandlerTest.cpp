@@ -1,5 +1,6 @@
 #include "OrvSdkRpc/handlers/DumpStreamingHandler.h"
 
+#include <absl/cleanup/cleanup.h>
 #include <gtest/gtest.h>
 #include <malloc.h>
 
@@ -8,6 +9,7 @@
 #include <set>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "orv/error.h"
@@ -19,11 +21,11 @@
 namespace OrvSdkRpc {
 namespace {
 
+using orvtest::allFields;
 using orvtest::eventually;
 using orvtest::PumpHold;
 using orvtest::tracesWith;
 
-constexpr int allFields = test::WATCH_FIELD_ALL;
 constexpr int number = test::WATCH_FIELD_NUMBER;
 constexpr int payload = test::WATCH_FIELD_PAYLOAD;
 
@@ -285,10 +287,15 @@ TEST_F(DumpStreamingHandlerTest, aClientThatLeavesDuringTheDumpEndsIt) {
    constexpr int rows = 100'000;
    std::atomic<int> elements{0};
    std::atomic<int> elementsAtItsLeave{-1};
+   // Written to until the guard turns traces off, which is before the counters end.
    orv::trace_sink_is([&](std::string_view, int, std::string_view text) {
       if (text.starts_with("Cancelled handler ")) elementsAtItsLeave = elements.load();
    });
    orv::trace_setting_is("stream-probe/9");
+   absl::Cleanup untraced = [] {
+      orv::trace_setting_is("");
+      orv::trace_sink_is({});
+   };
    change([&] {
       for (int i = 0; i < rows; ++i)
          service_->table["key" + std::to_string(i)] = 1;
@@ -302,8 +309,7 @@ TEST_F(DumpStreamingHandlerTest, aClientThatLeavesDuringTheDumpEndsIt) {
       client->cancel();
    }
    expectAllFreed("WatchTable");
-   orv::trace_setting_is("");
-   orv::trace_sink_is({});
+   std::move(untraced).Invoke();
    EXPECT_EQ(elements, elementsAtItsLeave);
    EXPECT_LT(elements, rows);
    EXPECT_FALSE(service_->tableStreams().watching);

@@ -25,7 +25,7 @@ namespace {
 
 using Handled = std::vector<std::pair<int, test::WatchResponse>>;
 
-struct Record {
+struct Handle {
    Handled* handled;
    std::function<void(int)>* onHandle;
 
@@ -99,8 +99,8 @@ protected:
         Pavo::makePtr<Gorm::Task>(scheduler_, "urgent", Gorm::priorityUrgent, [] {});
    Handled handled_;
    std::function<void(int)> onHandle_;
-   GenericBacklog<int, test::WatchResponse, Record> backlog_{"backlog", scheduler_,
-                                                             Record{&handled_, &onHandle_}};
+   GenericBacklog<int, test::WatchResponse, Handle> backlog_{"backlog", scheduler_,
+                                                             Handle{&handled_, &onHandle_}};
 };
 
 TEST_F(GenericBacklogTest, eventsOfOneKeyBecomeOneMessageWithTheLastValues) {
@@ -170,8 +170,8 @@ TEST_F(GenericBacklogTest, theTaskTellsWhatItDidAndWhatIsLeft) {
 TEST_F(GenericBacklogTest, whatIsPendingGoesWithTheBacklog) {
    {
       Zelt::ActivityLockAnchor lock(scheduler_->lock());
-      GenericBacklog<int, test::WatchResponse, Record> other("other", scheduler_,
-                                                             Record{&handled_, &onHandle_});
+      GenericBacklog<int, test::WatchResponse, Handle> other("other", scheduler_,
+                                                             Handle{&handled_, &onHandle_});
       other.get(1);
    }
    run();

@@ -43,12 +43,12 @@ TYPED_TEST(PendingTableModelTest, behavesAsATreeOverHashAndKey) {
 }
 
 // The hash keeps the order of the keys.
-struct Ascending {
+struct InKeyOrder {
    std::uint64_t operator()(int key) const { return static_cast<std::uint64_t>(key) << 48; }
 };
 
 TEST(PendingTableModel, entriesThatAVisitMakesGoWithTheVisitedOnesOrStay) {
-   PendingTable<int, int, Ascending> table;
+   PendingTable<int, int, InKeyOrder> table;
    for (const int key : {10, 20, 30})
       table.emplace(key, key);
    std::vector<int> visited;

@@ -11,7 +11,7 @@
 namespace OrvSdkRpc {
 namespace {
 
-using Keys = std::vector<int>;
+using IntKeys = std::vector<int>;
 
 // The order of the table is that of the keys.
 struct Ascending {
@@ -25,8 +25,8 @@ protected:
          table_.emplace(key);
    }
    // A pass over `most` entries.
-   Keys pass(std::size_t most) {
-      Keys keys;
+   IntKeys pass(std::size_t most) {
+      IntKeys keys;
       const std::size_t visited = table_.pass([&](int key, int&) {
          if (keys.size() == most) return false;
          keys.push_back(key);
@@ -52,14 +52,14 @@ TEST_F(PendingTableTest, aKeyHasOneEntry) {
 
 TEST_F(PendingTableTest, aPassFromTheBeginningThatEndsRemovesEverything) {
    add({5, 1, 3});
-   EXPECT_EQ(pass(10), (Keys{1, 3, 5}));
+   EXPECT_EQ(pass(10), (IntKeys{1, 3, 5}));
    EXPECT_TRUE(table_.empty());
    EXPECT_FALSE(table_.resumeKey());
 }
 
 TEST_F(PendingTableTest, aPassFromTheBeginningThatStopsRemovesWhatItVisited) {
    add({1, 3, 5});
-   EXPECT_EQ(pass(2), (Keys{1, 3}));
+   EXPECT_EQ(pass(2), (IntKeys{1, 3}));
    EXPECT_EQ(table_.resumeKey(), 5);
    EXPECT_EQ(table_.size(), 1U);
 }
@@ -68,10 +68,10 @@ TEST_F(PendingTableTest, aResumedPassThatEndsRemovesFromTheResumeKeyOn) {
    add({1, 3, 5});
    pass(1);
    add({2, 4});
-   EXPECT_EQ(pass(10), (Keys{3, 4, 5}));
+   EXPECT_EQ(pass(10), (IntKeys{3, 4, 5}));
    EXPECT_FALSE(table_.resumeKey());
    // A key in front of the resume key waits for the next pass.
-   EXPECT_EQ(pass(10), Keys{2});
+   EXPECT_EQ(pass(10), IntKeys{2});
    EXPECT_TRUE(table_.empty());
 }
 
@@ -79,22 +79,22 @@ TEST_F(PendingTableTest, aResumedPassThatStopsRemovesUpToWhereItStands) {
    add({1, 3, 5, 7});
    pass(1);
    add({2});
-   EXPECT_EQ(pass(2), (Keys{3, 5}));
+   EXPECT_EQ(pass(2), (IntKeys{3, 5}));
    EXPECT_EQ(table_.resumeKey(), 7);
-   EXPECT_EQ(pass(10), Keys{7});
-   EXPECT_EQ(pass(10), Keys{2});
+   EXPECT_EQ(pass(10), IntKeys{7});
+   EXPECT_EQ(pass(10), IntKeys{2});
 }
 
 TEST_F(PendingTableTest, aPassThatStopsAtOnceChangesNothing) {
    add({1, 3});
-   EXPECT_EQ(pass(0), Keys{});
+   EXPECT_EQ(pass(0), IntKeys{});
    EXPECT_EQ(table_.resumeKey(), 1);
    EXPECT_EQ(table_.size(), 2U);
-   EXPECT_EQ(pass(10), (Keys{1, 3}));
+   EXPECT_EQ(pass(10), (IntKeys{1, 3}));
 }
 
 TEST_F(PendingTableTest, aPassOverAnEmptyTableVisitsNothing) {
-   EXPECT_EQ(pass(10), Keys{});
+   EXPECT_EQ(pass(10), IntKeys{});
    EXPECT_FALSE(table_.resumeKey());
 }
 
@@ -107,7 +107,7 @@ TEST_F(PendingTableTest, anErasedResumeKeyHandsOverToTheNext) {
    EXPECT_FALSE(table_.resumeKey());
    table_.erase(5);
    add({2});
-   EXPECT_EQ(pass(10), Keys{2});
+   EXPECT_EQ(pass(10), IntKeys{2});
 }
 
 }  // namespace

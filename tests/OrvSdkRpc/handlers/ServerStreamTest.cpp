@@ -11,7 +11,7 @@
 namespace OrvSdkRpc {
 namespace {
 
-constexpr int allFields = test::WATCH_FIELD_ALL;
+using orvtest::allFields;
 
 // An insecure server on two addresses. A peer that connects to 127.0.0.1 is not local to the other address, a
 // unix socket; a peer on the unix socket is local to both.

@@ -17,13 +17,12 @@
 namespace OrvSdkRpc {
 namespace {
 
+using orvtest::allFields;
 using orvtest::eventually;
 using orvtest::liveHandlers;
 using orvtest::PumpHold;
 using RatesClient = orvtest::StreamClient<test::RatesResponse>;
 using CountersClient = orvtest::StreamClient<test::CountersResponse>;
-
-constexpr int allFields = test::WATCH_FIELD_ALL;
 
 class StreamLifetimeTest : public orvtest::StreamFixture {
 protected:

@@ -43,12 +43,12 @@ auto named(const std::string& name) {
    return Property(&orv::nexthop_group_t::name, name);
 }
 template <class Rq>
-Rq of(const std::string& name) {
+Rq ofGroup(const std::string& name) {
    Rq request;
    request.set_name(name);
    return request;
 }
-remote::NexthopGroupSetRequest set(const std::string& name, std::optional<std::uint32_t> version = {}) {
+remote::NexthopGroupSetRequest groupSet(const std::string& name, std::optional<std::uint32_t> version = {}) {
    remote::NexthopGroupSetRequest request;
    request.mutable_nexthop_group()->set_name(name);
    request.mutable_nexthop_group()->set_type(remote::NEXTHOP_GROUP_ENCAP_TYPES_MPLS);
@@ -93,7 +93,7 @@ protected:
       return withFields(request, fields);
    }
    static remote::WatchNexthopGroupRequest one(const std::string& name, const std::vector<int>& fields = {}) {
-      return withFields(of<remote::WatchNexthopGroupRequest>(name), fields);
+      return withFields(ofGroup<remote::WatchNexthopGroupRequest>(name), fields);
    }
    void activeIs(const std::string& name, bool active) {
       callBack([&](auto& handler) { handler.on_nexthop_group_active(name, active); });
@@ -152,17 +152,17 @@ TEST_F(NexthopGroupServiceTest, whatAGroupIsReadsAsTheSwitchSaysIt) {
       EXPECT_TRUE(locked());
       return true;
    });
-   EXPECT_TRUE(ok(&Stub::active, of<remote::NexthopGroupActiveRequest>("g")).active());
+   EXPECT_TRUE(ok(&Stub::active, ofGroup<remote::NexthopGroupActiveRequest>("g")).active());
    EXPECT_CALL(mgr_, exists("g")).WillOnce(Return(true)).WillOnce(Return(false));
-   EXPECT_TRUE(ok(&Stub::exists, of<remote::NexthopGroupExistsRequest>("g")).exists());
-   EXPECT_FALSE(ok(&Stub::exists, of<remote::NexthopGroupExistsRequest>("g")).exists());
+   EXPECT_TRUE(ok(&Stub::exists, ofGroup<remote::NexthopGroupExistsRequest>("g")).exists());
+   EXPECT_FALSE(ok(&Stub::exists, ofGroup<remote::NexthopGroupExistsRequest>("g")).exists());
    EXPECT_CALL(mgr_, nexthop_group("g")).WillOnce(Return(group("g", 5)));
-   const auto configured = ok(&Stub::nexthop_group, of<remote::NexthopGroupRequest>("g"));
+   const auto configured = ok(&Stub::nexthop_group, ofGroup<remote::NexthopGroupRequest>("g"));
    EXPECT_EQ(configured.nexthop_group().name(), "g");
    EXPECT_EQ(configured.nexthop_group().version_id(), 5U);
    EXPECT_EQ(configured.nexthop_group().nexthops().count(3), 1U);
    EXPECT_CALL(mgr_, programmed_nexthop_group("g")).WillOnce(Return(group("g", 4)));
-   EXPECT_EQ(ok(&Stub::programmed_nexthop_group, of<remote::ProgrammedNexthopGroupRequest>("g"))
+   EXPECT_EQ(ok(&Stub::programmed_nexthop_group, ofGroup<remote::ProgrammedNexthopGroupRequest>("g"))
                   .nexthop_group()
                   .version_id(),
              4U);
@@ -176,12 +176,12 @@ TEST_F(NexthopGroupServiceTest, theSwitchChoosesAVersionWhereNoneIsNamed) {
            version = 65535;
         })
         .WillOnce(Return());
-   EXPECT_EQ(ok(&Stub::nexthop_group_set, set("g")).version_id(), 65535U);
-   EXPECT_EQ(ok(&Stub::nexthop_group_set, set("g")).version_id(), 0U);
+   EXPECT_EQ(ok(&Stub::nexthop_group_set, groupSet("g")).version_id(), 65535U);
+   EXPECT_EQ(ok(&Stub::nexthop_group_set, groupSet("g")).version_id(), 0U);
 }
 
 TEST_F(NexthopGroupServiceTest, backupsReachTheSwitchAndAreNotReadBack) {
-   auto request = set("g");
+   auto request = groupSet("g");
    auto& wire = *request.mutable_nexthop_group();
    (*wire.mutable_nexthops())[3].set_child_nexthop_group("first");
    (*wire.mutable_backup_nexthops())[3].set_child_nexthop_group("second");
@@ -191,7 +191,7 @@ TEST_F(NexthopGroupServiceTest, backupsReachTheSwitchAndAreNotReadBack) {
    ok(&Stub::nexthop_group_set, request);
    ASSERT_EQ(kept.backup_nexthops().size(), 1U);
    EXPECT_CALL(mgr_, nexthop_group("g")).WillOnce(Return(kept));
-   const auto read = ok(&Stub::nexthop_group, of<remote::NexthopGroupRequest>("g")).nexthop_group();
+   const auto read = ok(&Stub::nexthop_group, ofGroup<remote::NexthopGroupRequest>("g")).nexthop_group();
    EXPECT_EQ(read.nexthops_size(), 1);
    EXPECT_EQ(read.backup_nexthops_size(), 0);
 }
@@ -199,8 +199,8 @@ TEST_F(NexthopGroupServiceTest, backupsReachTheSwitchAndAreNotReadBack) {
 TEST_F(NexthopGroupServiceTest, aNamedVersionGoesWithTheGroupAndIsNotAnswered) {
    EXPECT_CALL(mgr_, nexthop_group_set_with_version_id(named("g"), 1));
    EXPECT_CALL(mgr_, nexthop_group_set_with_version_id(named("g"), 65535));
-   EXPECT_EQ(ok(&Stub::nexthop_group_set, set("g", 1)).version_id(), 0U);
-   EXPECT_EQ(ok(&Stub::nexthop_group_set, set("g", 65535)).version_id(), 0U);
+   EXPECT_EQ(ok(&Stub::nexthop_group_set, groupSet("g", 1)).version_id(), 0U);
+   EXPECT_EQ(ok(&Stub::nexthop_group_set, groupSet("g", 65535)).version_id(), 0U);
 }
 
 TEST_F(NexthopGroupServiceTest, aVersionOutOfRangeIsReportedAsAPanicBeforeAnythingChanges) {
@@ -208,16 +208,16 @@ TEST_F(NexthopGroupServiceTest, aVersionOutOfRangeIsReportedAsAPanicBeforeAnythi
    const std::string words = "version_id is out of range, expected 1 to 65535";
    const PanicCapture panics;
    for (const std::uint32_t version : {0U, 65536U, 4294967295U})
-      fails(&Stub::nexthop_group_set, set("g", version), grpc::StatusCode::OUT_OF_RANGE, words);
+      fails(&Stub::nexthop_group_set, groupSet("g", version), grpc::StatusCode::OUT_OF_RANGE, words);
    // The group is not even checked.
-   auto request = set("g", 0);
+   auto request = groupSet("g", 0);
    request.mutable_nexthop_group()->set_source_ip("123");
    fails(&Stub::nexthop_group_set, request, grpc::StatusCode::OUT_OF_RANGE, words);
    EXPECT_EQ(panics.words, Names(4, words));
 }
 
 TEST_F(NexthopGroupServiceTest, aBadGroupNeverReachesTheSwitch) {
-   auto request = set("g");
+   auto request = groupSet("g");
    request.mutable_nexthop_group()->set_source_ip("123");
    fails(&Stub::nexthop_group_set, request, grpc::StatusCode::INVALID_ARGUMENT,
          "bytes length 3 does not match IPv4(4) or IPv6(16)");
@@ -231,10 +231,10 @@ TEST_F(NexthopGroupServiceTest, aBulkSetDoesWhatTheUnaryFormDoesUpToTheFirstFail
    EXPECT_CALL(mgr_, nexthop_group_set(named("one"), An<std::uint16_t&>()));
    EXPECT_CALL(mgr_, nexthop_group_set_with_version_id(named("two"), 9));
    remote::BulkNexthopGroupSetRequest bulk;
-   *bulk.add_requests() = set("one");
-   *bulk.add_requests() = set("two", 9);
-   *bulk.add_requests() = set("three", 65536);
-   *bulk.add_requests() = set("four");
+   *bulk.add_requests() = groupSet("one");
+   *bulk.add_requests() = groupSet("two", 9);
+   *bulk.add_requests() = groupSet("three", 65536);
+   *bulk.add_requests() = groupSet("four");
    const auto response = ok(&Stub::bulk_nexthop_group_set, bulk);
    EXPECT_EQ(response.count(), 2U);
    EXPECT_EQ(response.status().code(), remote::RPC_RESPONSE_STATUS_CODE_INVALID_RANGE);
@@ -244,7 +244,7 @@ TEST_F(NexthopGroupServiceTest, aBulkSetDoesWhatTheUnaryFormDoesUpToTheFirstFail
 TEST_F(NexthopGroupServiceTest, groupsAreDeletedOneOrMany) {
    const InSequence order;
    EXPECT_CALL(mgr_, nexthop_group_del("g"));
-   ok(&Stub::nexthop_group_del, of<remote::NexthopGroupDelRequest>("g"));
+   ok(&Stub::nexthop_group_del, ofGroup<remote::NexthopGroupDelRequest>("g"));
    EXPECT_CALL(mgr_, nexthop_group_del("one"));
    EXPECT_CALL(mgr_, nexthop_group_del("two")).WillOnce(Throw(orv::error("in use")));
    remote::BulkNexthopGroupDelRequest bulk;
@@ -257,7 +257,7 @@ TEST_F(NexthopGroupServiceTest, groupsAreDeletedOneOrMany) {
 
 TEST_F(NexthopGroupServiceTest, aCounterIsAskedForByTheLowHalfOfTheEntryAndDoesNotNameIt) {
    EXPECT_CALL(mgr_, counter("g", 5)).WillOnce(Return(orv::nexthop_group_entry_counter_t(10, 20, true)));
-   auto request = of<remote::CounterRequest>("g");
+   auto request = ofGroup<remote::CounterRequest>("g");
    request.set_entry(0x10005);
    const auto counter = ok(&Stub::counter, request).counter();
    EXPECT_EQ(counter.packets(), 10U);
@@ -380,7 +380,7 @@ TEST_F(SearchTest, aSearchLeavesThePumpToOthers) {
    const auto client = search();
    EXPECT_CALL(mgr_, exists("g")).Times(20).WillRepeatedly(Return(true));
    for (int i = 0; i < 20; ++i)
-      EXPECT_TRUE(ok(&Stub::exists, of<remote::NexthopGroupExistsRequest>("g")).exists());
+      EXPECT_TRUE(ok(&Stub::exists, ofGroup<remote::NexthopGroupExistsRequest>("g")).exists());
    EXPECT_FALSE(over());
 }
 
@@ -586,6 +586,25 @@ TEST_F(NexthopGroupServiceTest, aGroupThatGoesWhileItIsShownComesWithoutAName) {
    EXPECT_EQ(shown(client->next()), " active=0 programmed group 0 hw=0/0");
    EXPECT_EQ(shown(client->next()), "b active=1 programmed version=7 group 1 hw=1/2");
    EXPECT_EQ(shown(client->next()), "ack");
+}
+
+TEST_F(NexthopGroupServiceTest, aFieldThatTheWireDoesNotKnowIsLeftOutOfTheDump) {
+   hardwareHas({"a"});
+   EXPECT_CALL(mgr_, get_nexthop_group_programmed_hw_state("a")).WillOnce(Return(static_cast<HwState>(7)));
+   EXPECT_CALL(mgr_, programmed_nexthop_group("a")).WillOnce([] {
+      orv::nexthop_group_t unknown("a", static_cast<orv::nexthop_group_encap_t>(99));
+      unknown.version_id_is(7);
+      return unknown;
+   });
+   const orvtest::TraceCapture traces("nexthop_group/0");
+   const auto client = open(all({remote::NEXTHOP_GROUP_FIELD_ALL}));
+   EXPECT_EQ(shown(client->next()), "a active=1 programmed version=7");
+   EXPECT_EQ(shown(client->next()), "ack");
+   EXPECT_EQ(traces.texts(),
+             (std::vector<std::string>{"nexthop_group is not told: Unknown value for "
+                                       "nexthop_group_encap_t: 99",
+                                       "on_nexthop_group_programmed is not told: Unknown value for "
+                                       "nexthop_group_programmed_hw_state_t: 7"}));
 }
 
 TEST_F(NexthopGroupServiceTest, theSwitchIsWatchedWhileSomebodyListens) {
