@@ -61,9 +61,9 @@ Availability judge(const pb::rpc_server_state_status_msg&) {
 }
 
 template <typename Request, typename Reply>
-Availability ask(Connection& connection, const char* name,
-                 grpc::Status (Stub::*method)(grpc::ClientContext*, const Request&, Reply*),
-                 const Request& request) {
+Availability probe(Connection& connection, const char* name,
+                   grpc::Status (Stub::*method)(grpc::ClientContext*, const Request&, Reply*),
+                   const Request& request) {
    grpc::ClientContext context;
    connection.prepare(context);
    Reply reply;
@@ -89,50 +89,50 @@ constexpr std::string_view kService = "OrvSdkRpc.pb.orvsdk_service";
 
 Availability probeRpc(Connection& connection, const std::string& name) {
    // Groups and labels: an empty message is refused for its missing name or forwarding.
-   if (name == "nexthop_group") return ask(connection, "nexthop_group", &Stub::nexthop_group, {});
+   if (name == "nexthop_group") return probe(connection, "nexthop_group", &Stub::nexthop_group, {});
    if (name == "nexthop_group_bulk") {
-      return ask(connection, "nexthop_group_bulk", &Stub::nexthop_group_bulk,
-                 bulkOf<pb::nexthop_group_bulk_msg>(pb::nexthop_group_msg()));
+      return probe(connection, "nexthop_group_bulk", &Stub::nexthop_group_bulk,
+                   bulkOf<pb::nexthop_group_bulk_msg>(pb::nexthop_group_msg()));
    }
-   if (name == "ip_route") return ask(connection, "ip_route", &Stub::ip_route, refusedRoute());
+   if (name == "ip_route") return probe(connection, "ip_route", &Stub::ip_route, refusedRoute());
    if (name == "ip_route_bulk") {
-      return ask(connection, "ip_route_bulk", &Stub::ip_route_bulk,
-                 bulkOf<pb::ip_route_bulk_msg>(refusedRoute()));
+      return probe(connection, "ip_route_bulk", &Stub::ip_route_bulk,
+                   bulkOf<pb::ip_route_bulk_msg>(refusedRoute()));
    }
    if (name == "nexthop_group_tunnel") {
-      return ask(connection, "nexthop_group_tunnel", &Stub::nexthop_group_tunnel, refusedTunnel());
+      return probe(connection, "nexthop_group_tunnel", &Stub::nexthop_group_tunnel, refusedTunnel());
    }
    if (name == "nexthop_group_tunnel_bulk") {
-      return ask(connection, "nexthop_group_tunnel_bulk", &Stub::nexthop_group_tunnel_bulk,
-                 bulkOf<pb::nexthop_group_tunnel_bulk_msg>(refusedTunnel()));
+      return probe(connection, "nexthop_group_tunnel_bulk", &Stub::nexthop_group_tunnel_bulk,
+                   bulkOf<pb::nexthop_group_tunnel_bulk_msg>(refusedTunnel()));
    }
-   if (name == "mpls_route") return ask(connection, "mpls_route", &Stub::mpls_route, {});
+   if (name == "mpls_route") return probe(connection, "mpls_route", &Stub::mpls_route, {});
    if (name == "mpls_route_bulk") {
-      return ask(connection, "mpls_route_bulk", &Stub::mpls_route_bulk,
-                 bulkOf<pb::mpls_route_bulk_msg>(pb::mpls_route_msg()));
+      return probe(connection, "mpls_route_bulk", &Stub::mpls_route_bulk,
+                   bulkOf<pb::mpls_route_bulk_msg>(pb::mpls_route_msg()));
    }
    if (name == "cbf_nexthop_group_redirect") {
-      return ask(connection, "cbf_nexthop_group_redirect", &Stub::cbf_nexthop_group_redirect, {});
+      return probe(connection, "cbf_nexthop_group_redirect", &Stub::cbf_nexthop_group_redirect, {});
    }
    if (name == "cbf_nexthop_group_redirect_bulk") {
       // Any bulk of redirects commits, so it is probed only if the single form is missing too.
       const auto single =
-           ask(connection, "cbf_nexthop_group_redirect", &Stub::cbf_nexthop_group_redirect, {});
+           probe(connection, "cbf_nexthop_group_redirect", &Stub::cbf_nexthop_group_redirect, {});
       if (single != Availability::notInThisBuild) return single;
-      return ask(connection, "cbf_nexthop_group_redirect_bulk", &Stub::cbf_nexthop_group_redirect_bulk,
-                 bulkOf<pb::cbf_nexthop_group_redirect_bulk_msg>(pb::cbf_nexthop_group_redirect_msg()));
+      return probe(connection, "cbf_nexthop_group_redirect_bulk", &Stub::cbf_nexthop_group_redirect_bulk,
+                   bulkOf<pb::cbf_nexthop_group_redirect_bulk_msg>(pb::cbf_nexthop_group_redirect_msg()));
    }
    if (name == "sbfd_echo_session") {
-      return ask(connection, "sbfd_echo_session", &Stub::sbfd_echo_session, refusedSession());
+      return probe(connection, "sbfd_echo_session", &Stub::sbfd_echo_session, refusedSession());
    }
    if (name == "sbfd_echo_session_bulk") {
-      return ask(connection, "sbfd_echo_session_bulk", &Stub::sbfd_echo_session_bulk,
-                 bulkOf<pb::sbfd_echo_session_bulk_msg>(refusedSession()));
+      return probe(connection, "sbfd_echo_session_bulk", &Stub::sbfd_echo_session_bulk,
+                   bulkOf<pb::sbfd_echo_session_bulk_msg>(refusedSession()));
    }
    // Controller state: an empty message sets or reads nothing.
-   if (name == "rpc_server_state") return ask(connection, "rpc_server_state", &Stub::rpc_server_state, {});
+   if (name == "rpc_server_state") return probe(connection, "rpc_server_state", &Stub::rpc_server_state, {});
    if (name == "get_rpc_server_state") {
-      return ask(connection, "get_rpc_server_state", &Stub::get_rpc_server_state, {});
+      return probe(connection, "get_rpc_server_state", &Stub::get_rpc_server_state, {});
    }
    if (name == "watch_rpc_server_alive") {
       return askWatch(connection, "/OrvSdkRpc.pb.orvsdk_service/watch_rpc_server_alive",

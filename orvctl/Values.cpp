@@ -14,7 +14,7 @@ namespace orvctl {
 namespace pb = OrvSdkRpc::pb;
 namespace {
 
-[[noreturn]] void refuse(std::string_view what, std::string_view text, std::string_view expected) {
+[[noreturn]] void refuseValue(std::string_view what, std::string_view text, std::string_view expected) {
    throw UsageError(fmt::format("{} is '{}', expected {}", what, text, expected));
 }
 
@@ -24,7 +24,7 @@ pb::mpls_operation_enum parseOperation(std::string_view what, std::string_view t
    if (text == "pop") return pb::MPLS_OPERATION_POP;
    if (text == "swap") return pb::MPLS_OPERATION_SWAP;
    if (text == "forward") return pb::MPLS_OPERATION_FORWARD;
-   refuse(what, text, "none, push, pop, swap or forward");
+   refuseValue(what, text, "none, push, pop, swap or forward");
 }
 
 bool hostBitsAreZero(std::string_view bytes, unsigned length) {
@@ -54,7 +54,7 @@ uint64_t parseNumber(std::string_view what, std::string_view text, uint64_t low,
    auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
    if (text.empty() || error != std::errc() || end != text.data() + text.size() || number < low ||
        number > high) {
-      refuse(what, text, fmt::format("a number from {} to {}", low, high));
+      refuseValue(what, text, fmt::format("a number from {} to {}", low, high));
    }
    return number;
 }
@@ -66,7 +66,7 @@ double parseSeconds(std::string_view what, std::string_view text) {
         std::from_chars(text.data(), text.data() + text.size(), seconds, std::chars_format::fixed);
    if (text.empty() || error != std::errc() || end != text.data() + text.size() || !(seconds > 0) ||
        seconds > kDay) {
-      refuse(what, text, "seconds above 0, at most 86400");
+      refuseValue(what, text, "seconds above 0, at most 86400");
    }
    return seconds;
 }
@@ -77,7 +77,7 @@ std::string parseAddressBytes(std::string_view what, std::string_view text) {
    std::array<char, sizeof(in6_addr)> bytes{};
    if (inet_pton(AF_INET, terminated.c_str(), bytes.data()) == 1) return {bytes.data(), sizeof(in_addr)};
    if (inet_pton(AF_INET6, terminated.c_str(), bytes.data()) == 1) return {bytes.data(), sizeof(in6_addr)};
-   refuse(what, text, "an IPv4 or IPv6 address");
+   refuseValue(what, text, "an IPv4 or IPv6 address");
 }
 
 pb::ip_address_msg parseAddress(std::string_view what, std::string_view text) {
@@ -89,17 +89,17 @@ pb::ip_address_msg parseAddress(std::string_view what, std::string_view text) {
 pb::ip_prefix_msg parsePrefix(std::string_view what, std::string_view text) {
    const size_t slash = text.find('/');
    if (slash == std::string_view::npos || slash == 0)
-      refuse(what, text, "a prefix such as 10.0.0.0/8 or 2001:db8::/32");
+      refuseValue(what, text, "a prefix such as 10.0.0.0/8 or 2001:db8::/32");
    std::string bytes;
    uint64_t length = 0;
    try {
       bytes = parseAddressBytes(what, text.substr(0, slash));
       length = parseNumber(what, text.substr(slash + 1), 0, bytes.size() * 8);
    } catch (const UsageError&) {
-      refuse(what, text, "a prefix such as 10.0.0.0/8 or 2001:db8::/32");
+      refuseValue(what, text, "a prefix such as 10.0.0.0/8 or 2001:db8::/32");
    }
    if (!hostBitsAreZero(bytes, static_cast<unsigned>(length))) {
-      refuse(what, text, fmt::format("a prefix whose bits beyond length {} are zero", length));
+      refuseValue(what, text, fmt::format("a prefix whose bits beyond length {} are zero", length));
    }
    pb::ip_prefix_msg prefix;
    prefix.mutable_network()->set_address(std::move(bytes));
@@ -158,10 +158,10 @@ pb::nexthop_msg parseNexthop(std::string_view what, std::string_view text) {
         "comma-separated intf=NAME, address=IP, labels=L/L…, op=OPERATION, weight=N";
    pb::nexthop_msg nexthop;
    nexthop.set_weight(1);
-   if (text.empty()) refuse(what, text, kKeys);
+   if (text.empty()) refuseValue(what, text, kKeys);
    split(text, ',', [&](std::string_view part) {
       const size_t equals = part.find('=');
-      if (equals == std::string_view::npos) refuse(what, text, kKeys);
+      if (equals == std::string_view::npos) refuseValue(what, text, kKeys);
       const std::string_view key = part.substr(0, equals);
       const std::string_view value = part.substr(equals + 1);
       const std::string field = fmt::format("{} {}", what, key);
@@ -179,7 +179,7 @@ pb::nexthop_msg parseNexthop(std::string_view what, std::string_view text) {
       } else if (key == "weight") {
          nexthop.set_weight(static_cast<uint32_t>(parseNumber(field, value, 0, 0xffff)));
       } else {
-         refuse(what, text, kKeys);
+         refuseValue(what, text, kKeys);
       }
    });
    return nexthop;
@@ -196,7 +196,7 @@ std::string decimalText(double value) {
 
 std::pair<std::string, std::string> parseKeyValue(std::string_view what, std::string_view text) {
    const size_t equals = text.find('=');
-   if (equals == std::string_view::npos || equals == 0) refuse(what, text, "KEY=VALUE");
+   if (equals == std::string_view::npos || equals == 0) refuseValue(what, text, "KEY=VALUE");
    return {std::string(text.substr(0, equals)), std::string(text.substr(equals + 1))};
 }
 

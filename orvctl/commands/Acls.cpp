@@ -12,7 +12,7 @@
 namespace orvctl {
 namespace rpc = orv::remote;
 
-namespace {
+namespace AclCommands {
 
 struct Flags {
    std::string name, type = "ipv4", rule, intf, side, state;
@@ -166,9 +166,10 @@ CLI::App* addKeyed(CLI::App& command, const std::string& name, const std::string
    return sub;
 }
 
-}  // namespace
+}  // namespace AclCommands
 
 void addAclCommand(CLI::App& app, Context& context) {
+   using namespace AclCommands;
    auto* command = app.add_subcommand("acl", "Access control lists");
    command->require_subcommand(1);
    command->footer(

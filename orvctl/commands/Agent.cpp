@@ -11,7 +11,7 @@
 namespace orvctl {
 namespace rpc = orv::remote;
 
-namespace {
+namespace AgentCommands {
 
 // Prints names and their values: the given ones, or all that the list RPC returns.
 template <typename ListReply, typename ListRequest, typename Reply, typename Request>
@@ -164,9 +164,10 @@ void addLifeCommands(CLI::App& command, Context& context) {
    });
 }
 
-}  // namespace
+}  // namespace AgentCommands
 
 void addAgentCommand(CLI::App& app, Context& context) {
+   using namespace AgentCommands;
    auto* command = app.add_subcommand("agent", "The agent: its options, its status entries and its life");
    command->require_subcommand(1);
    addValueCommands(*command, context);

@@ -7,7 +7,7 @@
 #include "orvctl/commands/Commands.h"
 
 namespace orvctl {
-namespace {
+namespace AliveCommands {
 
 void print(Context& context, std::string_view event, std::string_view words) {
    if (context.json) {
@@ -40,9 +40,10 @@ int alive(Context& context, double seconds) {
    return kUnreachable;
 }
 
-}  // namespace
+}  // namespace AliveCommands
 
 void addAliveCommand(CLI::App& app, Context& context) {
+   using namespace AliveCommands;
    auto* command = app.add_subcommand("alive", "Hold the alive watch open until the server goes away");
    command->footer(
         "Prints \"open\" when the server holds the watch and \"gone\" when it breaks; then exits with 3.");

@@ -10,7 +10,7 @@
 namespace orvctl {
 namespace pb = OrvSdkRpc::pb;
 
-namespace {
+namespace BenchCommands {
 
 struct Flags {
    std::string what = "read";
@@ -146,9 +146,10 @@ int bench(Context& context, const Flags& flags) {
    return added.failedItems || deleted.failedItems ? kRefused : kOk;
 }
 
-}  // namespace
+}  // namespace BenchCommands
 
 void addBenchCommand(CLI::App& app, Context& context) {
+   using namespace BenchCommands;
    auto* command = app.add_subcommand("bench", "Load the server and print rates");
    command->footer(
         "read requests no key and changes nothing. route and bulk program host routes from --first "

@@ -11,7 +11,7 @@
 #include "orvctl/commands/Commands.h"
 
 namespace orvctl {
-namespace {
+namespace CallCommands {
 
 using google::protobuf::Message;
 using google::protobuf::MessageFactory;
@@ -62,9 +62,10 @@ int call(Context& context, const std::string& name, const std::string& json) {
    return failed ? kRefused : kOk;
 }
 
-}  // namespace
+}  // namespace CallCommands
 
 void addCallCommand(CLI::App& app, Context& context) {
+   using namespace CallCommands;
    auto* command =
         app.add_subcommand("call", "Call any RPC with a JSON request; a stream prints one JSON per line");
    struct Flags {

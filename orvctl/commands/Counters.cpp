@@ -11,7 +11,7 @@
 namespace orvctl {
 namespace rpc = orv::remote;
 
-namespace {
+namespace CounterCommands {
 
 std::vector<std::string> allNames(Context& context, Connection& connection) {
    std::vector<std::string> names;
@@ -63,9 +63,10 @@ int showRates(Context& context, const std::vector<std::string>& names) {
                });
 }
 
-}  // namespace
+}  // namespace CounterCommands
 
 void addCountersCommand(CLI::App& app, Context& context) {
+   using namespace CounterCommands;
    auto* command = app.add_subcommand("counters", "Traffic of interfaces");
    command->require_subcommand(1);
    auto names = std::make_shared<std::vector<std::string>>();

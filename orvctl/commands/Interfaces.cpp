@@ -14,7 +14,7 @@
 namespace orvctl {
 namespace rpc = orv::remote;
 
-namespace {
+namespace InterfaceCommands {
 
 const char* adminWord(bool enabled) {
    return enabled ? "up" : "down";
@@ -170,9 +170,10 @@ int showPhysical(Context& context, std::vector<std::string> names) {
    return kOk;
 }
 
-}  // namespace
+}  // namespace InterfaceCommands
 
 void addInterfaceCommand(CLI::App& app, Context& context) {
+   using namespace InterfaceCommands;
    auto* command = app.add_subcommand("intf", "Interfaces of every kind");
    command->require_subcommand(1);
    onChosen(context, *command->add_subcommand("list", "Names of all interfaces"),
@@ -196,6 +197,7 @@ void addInterfaceCommand(CLI::App& app, Context& context) {
 }
 
 void addPhyCommand(CLI::App& app, Context& context) {
+   using namespace InterfaceCommands;
    auto* command = app.add_subcommand("phy", "Physical Ethernet interfaces");
    command->require_subcommand(1);
    onChosen(context, *command->add_subcommand("list", "Names of all physical interfaces"),

@@ -7,7 +7,7 @@
 #include "orvctl/commands/Commands.h"
 
 namespace orvctl {
-namespace {
+namespace ListCommands {
 
 bool anyNotKnownBeforeInit(const Catalog& catalog) {
    for (const auto& service : catalog.services) {
@@ -60,9 +60,10 @@ void printText(Context& context, const Catalog& catalog) {
    }
 }
 
-}  // namespace
+}  // namespace ListCommands
 
 void addListCommand(CLI::App& app, Context& context) {
+   using namespace ListCommands;
    auto* command = app.add_subcommand("list", "List the services and RPCs of the server");
    command->footer(
         "The list is the server's own, by reflection. Each RPC of the programming service is then asked "

@@ -7,7 +7,7 @@ namespace orvctl {
 namespace pb = OrvSdkRpc::pb;
 using Stub = Connection::Programming::StubInterface;
 
-namespace {
+namespace MplsCommands {
 
 constexpr uint64_t kMaxLabel = 0xfffff;
 
@@ -92,9 +92,10 @@ int del(Context& context, const Flags& flags) {
                                                  : sendAll(context, plan);
 }
 
-}  // namespace
+}  // namespace MplsCommands
 
 void addMplsCommand(CLI::App& app, Context& context) {
+   using namespace MplsCommands;
    auto* command = app.add_subcommand("mpls", "Incoming MPLS labels");
    command->require_subcommand(1);
    auto flags = std::make_shared<Flags>();

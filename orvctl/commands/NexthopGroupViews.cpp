@@ -13,7 +13,7 @@
 namespace orvctl {
 namespace rpc = orv::remote;
 
-namespace {
+namespace NexthopGroupViews {
 
 int list(Context& context) {
    auto connection = context.connect();
@@ -147,9 +147,10 @@ int counters(Context& context, const std::string& name, const std::string& regex
    return kOk;
 }
 
-}  // namespace
+}  // namespace NexthopGroupViews
 
 void addNexthopGroupViews(CLI::App& command, Context& context) {
+   using namespace NexthopGroupViews;
    auto programmed = std::make_shared<bool>(false);
    auto* listCommand = command.add_subcommand("list", "All groups of the switch, whoever made them");
    listCommand->add_flag("--programmed", *programmed, "Names of the groups that hardware has");

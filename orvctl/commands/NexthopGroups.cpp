@@ -9,7 +9,7 @@ namespace orvctl {
 namespace pb = OrvSdkRpc::pb;
 using Stub = Connection::Programming::StubInterface;
 
-namespace {
+namespace NexthopGroupCommands {
 
 struct Flags {
    std::vector<std::string> names;
@@ -76,9 +76,10 @@ int del(Context& context, const Flags& flags) {
                                                  : sendAll(context, plan);
 }
 
-}  // namespace
+}  // namespace NexthopGroupCommands
 
 void addNexthopGroupCommand(CLI::App& app, Context& context) {
+   using namespace NexthopGroupCommands;
    auto* command = app.add_subcommand("nhg", "Nexthop groups");
    command->require_subcommand(1);
    auto flags = std::make_shared<Flags>();

@@ -7,7 +7,7 @@ namespace orvctl {
 namespace pb = OrvSdkRpc::pb;
 using Stub = Connection::Programming::StubInterface;
 
-namespace {
+namespace RedirectCommands {
 
 constexpr uint64_t kMaxDscp = 63;
 
@@ -78,9 +78,10 @@ int del(Context& context, const Flags& flags) {
    return sendOne(context, redirect);
 }
 
-}  // namespace
+}  // namespace RedirectCommands
 
 void addRedirectCommand(CLI::App& app, Context& context) {
+   using namespace RedirectCommands;
    auto* command = app.add_subcommand("redirect", "Redirects of a nexthop group's traffic by DSCP");
    command->require_subcommand(1);
    auto flags = std::make_shared<Flags>();

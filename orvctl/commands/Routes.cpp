@@ -9,7 +9,7 @@ namespace orvctl {
 namespace pb = OrvSdkRpc::pb;
 using Stub = Connection::Programming::StubInterface;
 
-namespace {
+namespace RouteCommands {
 
 struct Flags {
    std::vector<std::string> prefixes;
@@ -84,9 +84,10 @@ int del(Context& context, const Flags& flags) {
                                                  : sendAll(context, plan);
 }
 
-}  // namespace
+}  // namespace RouteCommands
 
 void addRouteCommand(CLI::App& app, Context& context) {
+   using namespace RouteCommands;
    auto* command = app.add_subcommand("route", "IP routes over nexthop groups");
    command->require_subcommand(1);
    auto flags = std::make_shared<Flags>();

@@ -12,7 +12,7 @@ namespace orvctl {
 namespace pb = OrvSdkRpc::pb;
 using Stub = Connection::Programming::StubInterface;
 
-namespace {
+namespace ServerCommands {
 
 int report(Context& context, const pb::rpc_status_msg& status, std::string_view done) {
    if (context.json) {
@@ -89,9 +89,10 @@ int getState(Context& context, const std::vector<std::string>& keys) {
    return kOk;
 }
 
-}  // namespace
+}  // namespace ServerCommands
 
 void addInitCommand(CLI::App& app, Context& context) {
+   using namespace ServerCommands;
    auto* command = app.add_subcommand("init", "Configure the server for its controller; report what exists");
    auto request = std::make_shared<pb::rpc_server_config_msg>();
    auto tag = std::make_shared<uint32_t>(0);
@@ -107,6 +108,7 @@ void addInitCommand(CLI::App& app, Context& context) {
 }
 
 void addResyncCommand(CLI::App& app, Context& context) {
+   using namespace ServerCommands;
    auto* command = app.add_subcommand("resync", "Frame a full replay: its end removes what was not replayed");
    command->require_subcommand(1);
    onChosen(context, *command->add_subcommand("start", "Begin the replay"), [&context] {
@@ -117,6 +119,7 @@ void addResyncCommand(CLI::App& app, Context& context) {
 }
 
 void addStateCommand(CLI::App& app, Context& context) {
+   using namespace ServerCommands;
    auto* command = app.add_subcommand("state", "The controller's notes that the server keeps");
    command->require_subcommand(1);
    auto words = std::make_shared<std::vector<std::string>>();

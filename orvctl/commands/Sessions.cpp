@@ -7,7 +7,7 @@ namespace orvctl {
 namespace pb = OrvSdkRpc::pb;
 using Stub = Connection::Programming::StubInterface;
 
-namespace {
+namespace SessionCommands {
 
 constexpr uint64_t kMaxLabel = 0xfffff;
 
@@ -87,9 +87,10 @@ void addKey(CLI::App& command, Flags& flags) {
    addNumber(command, "--batch", flags.batch, 1, 100000, "Sessions per request with --file [1000]");
 }
 
-}  // namespace
+}  // namespace SessionCommands
 
 void addSessionCommand(CLI::App& app, Context& context) {
+   using namespace SessionCommands;
    auto* command = app.add_subcommand("sbfd", "Seamless-BFD echo sessions; 'watch sbfd' follows them");
    command->require_subcommand(1);
    auto flags = std::make_shared<Flags>();

@@ -7,7 +7,7 @@ namespace orvctl {
 namespace pb = OrvSdkRpc::pb;
 using Stub = Connection::Programming::StubInterface;
 
-namespace {
+namespace TunnelCommands {
 
 struct Flags {
    std::vector<std::string> prefixes;
@@ -77,9 +77,10 @@ int del(Context& context, const Flags& flags) {
                                                  : sendAll(context, plan);
 }
 
-}  // namespace
+}  // namespace TunnelCommands
 
 void addTunnelCommand(CLI::App& app, Context& context) {
+   using namespace TunnelCommands;
    auto* command = app.add_subcommand("tunnel", "Tunnel endpoints that resolve over nexthop groups");
    command->require_subcommand(1);
    auto flags = std::make_shared<Flags>();

@@ -13,7 +13,7 @@
 #include "orvctl/commands/Commands.h"
 
 namespace orvctl {
-namespace {
+namespace WatchCommands {
 
 using google::protobuf::Message;
 using google::protobuf::MessageFactory;
@@ -140,9 +140,10 @@ std::string fieldsHelp(const WatchRpc& rpc) {
         selector(rpc), rpc.word);
 }
 
-}  // namespace
+}  // namespace WatchCommands
 
 void addWatchOf(CLI::App& parent, Context& context, const WatchRpc& rpc, const std::string& name) {
+   using namespace WatchCommands;
    auto* command =
         parent.add_subcommand(name, fmt::format("{}/{}", rpc.method->service()->name(), rpc.method->name()));
    command->footer(footer(rpc));
@@ -173,6 +174,7 @@ void addWatchOf(CLI::App& parent, Context& context, const WatchRpc& rpc, const s
 }
 
 void addWatchCommand(CLI::App& app, Context& context) {
+   using namespace WatchCommands;
    auto* command = app.add_subcommand("watch", "Follow what happens on the switch, one line per event");
    command->require_subcommand(1);
    command->footer("'orvctl watch SERVICE --help' shows what each can select.");

@@ -293,7 +293,7 @@ void configureNoAgentOption(Call& call) {
    call.target.agent().agentOptionIs(name, "");
 }
 
-constexpr std::array commands{
+constexpr std::array configureTable{
      Command{.name = "configure interface",
              .usage = "NAME [no] shutdown | description TEXT… | no description | create",
              .help = "administrative state and description; create a loopback, LAG, VLAN or VXLAN",
@@ -341,7 +341,7 @@ constexpr std::array commands{
 }  // namespace
 
 std::span<const Command> configureCommands() {
-   return commands;
+   return configureTable;
 }
 
 }  // namespace softswitch::console

@@ -186,7 +186,7 @@ void unsetAgentOption(Call& call) {
    call.target.agent().agentOptionIs(name, "");
 }
 
-constexpr std::array commands{
+constexpr std::array setTable{
      Command{.name = "set link",
              .usage = "NAME up|down",
              .help = "plug or unplug an interface's cable",
@@ -255,7 +255,7 @@ constexpr std::array commands{
 }  // namespace
 
 std::span<const Command> setCommands() {
-   return commands;
+   return setTable;
 }
 
 }  // namespace softswitch::console

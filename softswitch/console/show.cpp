@@ -34,7 +34,7 @@ constexpr Command command(std::string_view name, std::string_view usage, std::st
    return {.name = name, .usage = usage, .help = help, .details = details, .run = run, .hasJson = true};
 }
 
-constexpr std::array commands{
+constexpr std::array showTable{
      command("show version", "", "program, revision, state directory and uptime", run<showVersion>),
      command("show interfaces", "[NAME]", "type, state, link, speed, addresses and names of interfaces",
              run<showInterfaces>),
@@ -71,7 +71,7 @@ constexpr std::array commands{
 }  // namespace
 
 std::span<const Command> showCommands() {
-   return commands;
+   return showTable;
 }
 
 }  // namespace softswitch::console

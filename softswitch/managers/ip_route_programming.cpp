@@ -9,7 +9,7 @@ namespace {
 using Action = orv::ip_route_action_t;
 
 constexpr std::size_t rowsPerStep = 128;
-constexpr std::size_t sweptPerStep = 1024;
+constexpr std::size_t routesSweptPerStep = 1024;
 
 }  // namespace
 
@@ -108,7 +108,7 @@ void IpRouteMgr::sweep() {
 }
 
 void IpRouteMgr::sweepStep(ForwardingPlane& plane) {
-   const RouteIndex end = std::min<RouteIndex>(table_.bound(), sweepAt_ + sweptPerStep);
+   const RouteIndex end = std::min<RouteIndex>(table_.bound(), sweepAt_ + routesSweptPerStep);
    while (sweepAt_ < end && batch_.size() < rowsPerStep) {
       auto& row = table_.at(sweepAt_++);
       if (!row.alive() || row.queued || row.sent) continue;

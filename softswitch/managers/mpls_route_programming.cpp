@@ -6,7 +6,7 @@ namespace softswitch {
 namespace {
 
 constexpr std::size_t routesPerStep = 64;
-constexpr int sweptPerStep = 256;
+constexpr int labelsSweptPerStep = 256;
 
 }  // namespace
 
@@ -124,7 +124,7 @@ void MplsRouteMgr::sweep() {
 }
 
 void MplsRouteMgr::sweepStep() {
-   for (int done = 0; done < sweptPerStep; ++done) {
+   for (int done = 0; done < labelsSweptPerStep; ++done) {
       const auto* row = sweepAt_->next();
       if (row == nullptr) {
          sweepAt_.reset();

@@ -17,7 +17,7 @@ using HwState = orv::nexthop_group_programmed_hw_state_t;
 
 constexpr std::uint16_t versionMax = 65535;
 constexpr std::size_t groupsPerStep = 16;
-constexpr int sweptPerStep = 256;
+constexpr int groupsSweptPerStep = 256;
 
 enum EntryBits : std::uint8_t { hasChild = 1, hasSession = 2, hasAction = 4 };
 
@@ -490,7 +490,7 @@ void NexthopGroupMgr::startSweep() {
 }
 
 void NexthopGroupMgr::sweepStep() {
-   for (int done = 0; done < sweptPerStep && sweepAt_ < states_.size(); ++done) {
+   for (int done = 0; done < groupsSweptPerStep && sweepAt_ < states_.size(); ++done) {
       if (auto* const s = states_[sweepAt_++].get(); s != nullptr && s->programmed) sweep(*s);
    }
    if (sweepAt_ == states_.size()) nextSweep();

@@ -21,7 +21,7 @@ Message read(std::string_view json) {
 }
 
 template <typename Message>
-std::string refusal(std::string_view json) {
+std::string refusalOf(std::string_view json) {
    try {
       read<Message>(json);
    } catch (const UsageError& error) {
@@ -74,14 +74,14 @@ TEST(JsonText, aStatusShowsItsDefaults) {
 }
 
 TEST(JsonText, refusalsNameTheValueAndWhatWasExpected) {
-   EXPECT_EQ(refusal<pb::ip_route_msg>("{"), "JSON is '{', expected JSON of ip_route_msg: error at byte 2");
-   EXPECT_EQ(refusal<pb::ip_route_msg>("[]"), "JSON is '[]', expected a JSON object of ip_route_msg");
-   EXPECT_EQ(refusal<pb::ip_route_msg>(R"({"prefix":"10.0.0.1/8"})"),
+   EXPECT_EQ(refusalOf<pb::ip_route_msg>("{"), "JSON is '{', expected JSON of ip_route_msg: error at byte 2");
+   EXPECT_EQ(refusalOf<pb::ip_route_msg>("[]"), "JSON is '[]', expected a JSON object of ip_route_msg");
+   EXPECT_EQ(refusalOf<pb::ip_route_msg>(R"({"prefix":"10.0.0.1/8"})"),
              "prefix is '10.0.0.1/8', expected a prefix whose bits beyond length 8 are zero");
-   EXPECT_NE(refusal<pb::ip_route_msg>(R"({"prefx":"10.0.0.0/8"})").find("prefx"), std::string::npos);
-   EXPECT_NE(refusal<pb::ip_route_msg>(R"({"tag":-1})").find("tag"), std::string::npos);
-   EXPECT_NE(refusal<pb::ip_route_msg>(R"({"tag":4294967296})").find("tag"), std::string::npos);
-   EXPECT_NE(refusal<pb::nexthop_group_msg>(R"({"nexthops":[{"mpls_operation":"EAT"}]})").find("EAT"),
+   EXPECT_NE(refusalOf<pb::ip_route_msg>(R"({"prefx":"10.0.0.0/8"})").find("prefx"), std::string::npos);
+   EXPECT_NE(refusalOf<pb::ip_route_msg>(R"({"tag":-1})").find("tag"), std::string::npos);
+   EXPECT_NE(refusalOf<pb::ip_route_msg>(R"({"tag":4294967296})").find("tag"), std::string::npos);
+   EXPECT_NE(refusalOf<pb::nexthop_group_msg>(R"({"nexthops":[{"mpls_operation":"EAT"}]})").find("EAT"),
              std::string::npos);
 }
 

@@ -41,11 +41,11 @@ private:
    void serve(bool stay) {
       const int fd = accept(listener_, nullptr, nullptr);
       char c = 0;
-      while (read(fd, &c, 1) == 1 && c != '\n')
+      while (::read(fd, &c, 1) == 1 && c != '\n')
          line_ += c;
       EXPECT_EQ(send(fd, answer_.data(), answer_.size(), MSG_NOSIGNAL), static_cast<ssize_t>(answer_.size()));
       // Waits until the client closes.
-      while (stay && read(fd, &c, 1) == 1) {
+      while (stay && ::read(fd, &c, 1) == 1) {
       }
       close(fd);
    }

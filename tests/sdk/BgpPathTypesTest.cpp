@@ -14,16 +14,17 @@ using orv::bgp_receive_route_stage_t;
 using orv::ip_addr_t;
 using orv::ip_prefix_t;
 
-const bgp_path_key_t kKey(ip_addr_t("10.0.0.1"), "red", ip_prefix_t("10.0.0.0/8"));
+const bgp_path_key_t kPathKey(ip_addr_t("10.0.0.1"), "red", ip_prefix_t("10.0.0.0/8"));
 
 TEST(BgpPathTypesTest, keys) {
    sdk_test::expectEveryFieldCounts<bgp_path_key_t>(
-        kKey, {[](auto& k) { k.peer_addr_is(ip_addr_t("10.0.0.2")); }, [](auto& k) { k.vrf_name_is("r"); },
-               [](auto& k) { k.prefix_is(ip_prefix_t("10.0.0.0/9")); }});
-   sdk_test::expectRising<bgp_path_key_t>({bgp_path_key_t(), kKey,
-                                           bgp_path_key_t(kKey.peer_addr(), "red", ip_prefix_t("10.0.0.0/9")),
-                                           bgp_path_key_t(kKey.peer_addr(), "ref", kKey.prefix()),
-                                           bgp_path_key_t(ip_addr_t("10.0.0.2"), "a", ip_prefix_t())});
+        kPathKey,
+        {[](auto& k) { k.peer_addr_is(ip_addr_t("10.0.0.2")); }, [](auto& k) { k.vrf_name_is("r"); },
+         [](auto& k) { k.prefix_is(ip_prefix_t("10.0.0.0/9")); }});
+   sdk_test::expectRising<bgp_path_key_t>(
+        {bgp_path_key_t(), kPathKey, bgp_path_key_t(kPathKey.peer_addr(), "red", ip_prefix_t("10.0.0.0/9")),
+         bgp_path_key_t(kPathKey.peer_addr(), "ref", kPathKey.prefix()),
+         bgp_path_key_t(ip_addr_t("10.0.0.2"), "a", ip_prefix_t())});
 }
 
 TEST(BgpPathTypesTest, optionsKeepAStageThatHasNoName) {
@@ -54,7 +55,7 @@ TEST(BgpPathTypesTest, pathsAndAttributes) {
                   a.community_list_is({2, 1});
                }});
    attr.med_is(5);
-   const bgp_path_t path(kKey, attr);
+   const bgp_path_t path(kPathKey, attr);
    sdk_test::expectEveryFieldCounts<bgp_path_t>(
         path, {[](auto& p) { p.path_key_is(bgp_path_key_t()); }, [](auto& p) { p.path_attr_is({}); }});
    sdk_test::expectText(path,

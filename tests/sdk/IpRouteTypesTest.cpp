@@ -11,25 +11,26 @@ using orv::ip_route_key_t;
 using orv::ip_route_t;
 using orv::ip_route_via_t;
 
-const ip_route_key_t kKey(ip_prefix_t("10.0.0.0/8"));
+const ip_route_key_t kRouteKey(ip_prefix_t("10.0.0.0/8"));
 
 TEST(IpRouteTypesTest, aKeyIsPrefixAndPreference) {
-   EXPECT_EQ(kKey.preference(), 1);
+   EXPECT_EQ(kRouteKey.preference(), 1);
    EXPECT_EQ(ip_route_key_t().preference(), 1);
-   EXPECT_EQ(kKey, ip_route_key_t(ip_prefix_t("10.0.0.0/8"), 1));
-   sdk_test::expectText(kKey, "10.0.0.0/8");
+   EXPECT_EQ(kRouteKey, ip_route_key_t(ip_prefix_t("10.0.0.0/8"), 1));
+   sdk_test::expectText(kRouteKey, "10.0.0.0/8");
    sdk_test::expectText(ip_route_key_t(ip_prefix_t("10.0.0.0/8"), 5), "10.0.0.0/8 preference 5");
-   sdk_test::expectRising<ip_route_key_t>({ip_route_key_t(), kKey,
+   sdk_test::expectRising<ip_route_key_t>({ip_route_key_t(), kRouteKey,
                                            ip_route_key_t(ip_prefix_t("10.0.0.0/8"), 255),
                                            ip_route_key_t(ip_prefix_t("10.0.0.0/9"), 0)});
    sdk_test::expectEveryFieldCounts<ip_route_key_t>(
-        kKey, {[](auto& k) { k.prefix_is(ip_prefix_t("10.0.0.0/9")); }, [](auto& k) { k.preference_is(2); }});
+        kRouteKey,
+        {[](auto& k) { k.prefix_is(ip_prefix_t("10.0.0.0/9")); }, [](auto& k) { k.preference_is(2); }});
    EXPECT_TRUE(std::is_trivially_copyable_v<ip_route_key_t>);
    EXPECT_LE(sizeof(ip_route_key_t), 20U);
 }
 
 TEST(IpRouteTypesTest, aRoute) {
-   const ip_route_t route(kKey);
+   const ip_route_t route(kRouteKey);
    EXPECT_EQ(route.tag(), 0U);
    EXPECT_FALSE(route.rib_bypass());
    sdk_test::expectText(route, "ip_route_t(key=10.0.0.0/8, tag=0, rib_bypass=false, command_tag='')");
@@ -40,7 +41,7 @@ TEST(IpRouteTypesTest, aRoute) {
 }
 
 TEST(IpRouteTypesTest, aVia) {
-   const ip_route_via_t via(kKey);
+   const ip_route_via_t via(kRouteKey);
    EXPECT_TRUE(!via.hop());
    EXPECT_TRUE(!via.intf());
    EXPECT_TRUE(!via.mpls_label());

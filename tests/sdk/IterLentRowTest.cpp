@@ -9,12 +9,12 @@
 
 namespace {
 
-struct test_iter_impl : orv::iter_impl<std::string> {};
-using test_iter = orv::iter_base<std::string, test_iter_impl>;
+struct lending_iter_impl : orv::iter_impl<std::string> {};
+using lending_iter = orv::iter_base<std::string, lending_iter_impl>;
 using Rows = std::vector<std::shared_ptr<const std::string>>;
 
 // Lends every row, or every other one.
-class LendingIter final : public test_iter_impl {
+class LendingIter final : public lending_iter_impl {
 public:
    LendingIter(const Rows& rows, std::size_t lent) : rows_(rows), lent_(lent) {}
 
@@ -48,10 +48,10 @@ Rows rows() {
       rows.push_back(std::make_shared<const std::string>(text));
    return rows;
 }
-test_iter walk(const Rows& rows, std::size_t lent = 1) {
-   return test_iter(std::make_unique<LendingIter>(rows, lent));
+lending_iter lend(const Rows& rows, std::size_t lent = 1) {
+   return lending_iter(std::make_unique<LendingIter>(rows, lent));
 }
-std::vector<std::string> rest(test_iter it) {
+std::vector<std::string> restOf(lending_iter it) {
    std::vector<std::string> out;
    for (; it; ++it)
       out.push_back(*it);
@@ -60,7 +60,7 @@ std::vector<std::string> rest(test_iter it) {
 
 TEST(IterLentRowTest, aRowThatIsLentIsNotCopied) {
    const Rows table = rows();
-   test_iter it = walk(table);
+   lending_iter it = lend(table);
    for (const auto& row : table) {
       ASSERT_TRUE(it);
       EXPECT_EQ(&*it, row.get());
@@ -74,12 +74,12 @@ TEST(IterLentRowTest, aRowThatIsLentIsNotCopied) {
 
 TEST(IterLentRowTest, lentRowsAndCopiesMayAlternate) {
    const Rows table = rows();
-   EXPECT_EQ(rest(walk(table, 2)), (std::vector<std::string>{"a", "b", "c", "d"}));
+   EXPECT_EQ(restOf(lend(table, 2)), (std::vector<std::string>{"a", "b", "c", "d"}));
 }
 
 TEST(IterLentRowTest, theRowStaysWhenItsTableLosesIt) {
    Rows table = rows();
-   const test_iter it = walk(table);
+   const lending_iter it = lend(table);
    const std::weak_ptr<const std::string> row = table[0];
    table[0] = std::make_shared<const std::string>("changed");
    EXPECT_FALSE(row.expired());
@@ -89,15 +89,15 @@ TEST(IterLentRowTest, theRowStaysWhenItsTableLosesIt) {
 TEST(IterLentRowTest, copiesAndMovesStandOnTheirOwnRow) {
    for (const std::size_t lent : {1U, 2U}) {
       Rows table = rows();
-      test_iter first = walk(table, lent);
+      lending_iter first = lend(table, lent);
       for (const char* here : {"a", "b", "c"}) {
-         test_iter copy = first;
-         test_iter assigned;
+         lending_iter copy = first;
+         lending_iter assigned;
          assigned = first;
          ++first;
          EXPECT_EQ(*copy, here);
          EXPECT_EQ(*assigned, here);
-         const test_iter moved = std::move(copy);
+         const lending_iter moved = std::move(copy);
          EXPECT_EQ(*moved, here);
          ++assigned;
          EXPECT_EQ(*assigned, *first);

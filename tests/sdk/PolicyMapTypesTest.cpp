@@ -16,21 +16,21 @@ using orv::policy_map_action_t;
 using orv::policy_map_key_t;
 using orv::policy_map_rule_t;
 
-const policy_map_key_t kKey("p", policy_feature_t::pbr);
+const policy_map_key_t kMapKey("p", policy_feature_t::pbr);
 
 TEST(PolicyMapTypesTest, keys) {
-   sdk_test::expectText(kKey, "p (pbr)");
-   sdk_test::expectRising<policy_map_key_t>({policy_map_key_t(), kKey,
+   sdk_test::expectText(kMapKey, "p (pbr)");
+   sdk_test::expectRising<policy_map_key_t>({policy_map_key_t(), kMapKey,
                                              policy_map_key_t("p", policy_feature_t::qos),
                                              policy_map_key_t("q", policy_feature_t::none)});
    sdk_test::expectEveryFieldCounts<policy_map_key_t>(
-        kKey, {[](auto& k) { k.name_is("q"); }, [](auto& k) { k.feature_is(policy_feature_t::qos); }});
+        kMapKey, {[](auto& k) { k.name_is("q"); }, [](auto& k) { k.feature_is(policy_feature_t::qos); }});
 }
 
 TEST(PolicyMapTypesTest, classMaps) {
    const orv::class_map_rule_t first(acl_key_t("a", acl_type_t::ipv4));
    const orv::class_map_rule_t second(acl_key_t("a", acl_type_t::ipv6));
-   orv::class_map_t map(kKey);
+   orv::class_map_t map(kMapKey);
    map.rule_set(2, second);
    map.rule_set(1, second);
    map.rule_set(1, first);
@@ -85,7 +85,7 @@ TEST(PolicyMapTypesTest, theOrderOfItsNexthopsDoesNotMakeAnotherAction) {
 }
 
 TEST(PolicyMapTypesTest, equalActionsOfARuleFoldIntoOne) {
-   policy_map_rule_t rule(kKey);
+   policy_map_rule_t rule(kMapKey);
    EXPECT_EQ(rule.policy_map_rule_type(), orv::policy_map_rule_type_t::class_map);
    rule.action_set(policy_map_action_t(policy_action_type_t::drop));
    rule.action_set(policy_map_action_t(policy_action_type_t::drop));
@@ -102,12 +102,12 @@ TEST(PolicyMapTypesTest, equalActionsOfARuleFoldIntoOne) {
 }
 
 TEST(PolicyMapTypesTest, policyMaps) {
-   orv::policy_map_t map(kKey);
-   map.rule_set(5, policy_map_rule_t(kKey));
+   orv::policy_map_t map(kMapKey);
+   map.rule_set(5, policy_map_rule_t(kMapKey));
    sdk_test::expectEveryFieldCounts<orv::policy_map_t>(
         map, {[](auto& m) { m.key_is(policy_map_key_t()); }, [](auto& m) { m.rule_del(5); },
               [](auto& m) { m.rule_set(5, policy_map_rule_t()); },
-              [](auto& m) { m.rule_set(4, policy_map_rule_t(kKey)); }});
+              [](auto& m) { m.rule_set(4, policy_map_rule_t(kMapKey)); }});
 }
 
 TEST(PolicyMapTypesTest, hardwareStatuses) {
@@ -116,7 +116,7 @@ TEST(PolicyMapTypesTest, hardwareStatuses) {
    const orv::policy_map_hw_status_key_t later(orv::intf_id_t("Ethernet10"), orv::acl_direction_t::none);
    sdk_test::expectRising<orv::policy_map_hw_status_key_t>({in, out, later});
    sdk_test::expectEveryFieldCounts<orv::policy_map_hw_statuses_t>(
-        orv::policy_map_hw_statuses_t(kKey),
+        orv::policy_map_hw_statuses_t(kMapKey),
         {[](auto& s) { s.key_is(policy_map_key_t()); },
          [&](auto& s) {
             s.intf_statuses_is({{in, orv::policy_map_status_t::success}});

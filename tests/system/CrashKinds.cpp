@@ -74,10 +74,6 @@ auto sender(grpc::Status (Stub::*method)(grpc::ClientContext*, const Bulk&, pb::
    };
 }
 
-json listing(Console& console, const std::string& command, const char* name) {
-   return json::parse(console.run(command + " | json")).at(name);
-}
-
 std::string groupName(std::uint64_t index) {
    return index < baseGroups ? "base-" + std::to_string(index) : "loose-" + std::to_string(index);
 }
@@ -159,7 +155,7 @@ CrashKind tunnels() {
 
 // Odd versions lead into a group, even ones are popped and looked up in a VRF: a change between the two moves
 // the object from one table to another.
-CrashKind labels() {
+CrashKind mplsLabels() {
    return {.name = "MPLS label",
            .count = 400,
            .itemsMax = 100,
@@ -198,6 +194,10 @@ CrashKind labels() {
 
 }  // namespace
 
+json listing(Console& console, const std::string& command, const char* name) {
+   return json::parse(console.run(command + " | json")).at(name);
+}
+
 Rpcs::Rpcs(const std::string& address)
      : channel_([&] {
           grpc::ChannelArguments arguments;
@@ -211,7 +211,7 @@ Rpcs::Rpcs(const std::string& address)
        groups(orv::remote::NexthopGroupMgrService::NewStub(channel_)) {}
 
 std::vector<CrashKind> programmingKinds() {
-   return {groups(), routes(), tunnels(), labels()};
+   return {groups(), routes(), tunnels(), mplsLabels()};
 }
 
 std::vector<CrashKind> crashKinds() {

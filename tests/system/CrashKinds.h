@@ -7,6 +7,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <nlohmann/json_fwd.hpp>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -76,6 +77,9 @@ struct CrashKind {
    std::function<void(Rpcs& rpcs, const std::vector<CrashItem>& items)> send;
    std::function<Objects(Console& console)> read;
 };
+
+// The rows that a `show` command lists under a name.
+nlohmann::json listing(Console& console, const std::string& command, const char* name);
 
 // Kinds that others refer to come first.
 std::vector<CrashKind> crashKinds();

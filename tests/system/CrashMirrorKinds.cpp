@@ -12,10 +12,6 @@ namespace {
 using namespace orv::remote;
 using nlohmann::json;
 
-json listing(Console& console, const std::string& command, const char* name) {
-   return json::parse(console.run(command + " | json")).at(name);
-}
-
 void requireDone(const RpcResponseStatus& status, std::uint64_t count, std::size_t items) {
    if (status.code() != RPC_RESPONSE_STATUS_CODE_SUCCESS || count != items) {
       throw std::runtime_error(std::to_string(count) + " of " + std::to_string(items) +

@@ -19,7 +19,7 @@ namespace {
 namespace pb = OrvSdkRpc::pb;
 
 constexpr std::uint32_t firstLabel = 100;
-constexpr std::uint32_t labels = 100;
+constexpr std::uint32_t labelCount = 100;
 
 struct Managers {
    explicit Managers(const softswitch::Context& context)
@@ -44,7 +44,7 @@ protected:
       ManagerFixture::SetUp();
       contract_.init();
       make();
-      for (std::uint32_t label = firstLabel; label < firstLabel + labels; ++label) {
+      for (std::uint32_t label = firstLabel; label < firstLabel + labelCount; ++label) {
          ASSERT_EQ(send(toGroup(label, "g")), "");
          context().store.commit();
       }
@@ -95,10 +95,10 @@ protected:
 
 // A label is written by a removal and a set, and of the two a full disk refuses the set alone.
 TEST_F(FullDisk, leavesALabelThatIsReplayedOrRefusedWhereItLeads) {
-   EXPECT_THAT(sendAlone(toGroup(firstLabel + labels, "g")), testing::HasSubstr("no space left"));
+   EXPECT_THAT(sendAlone(toGroup(firstLabel + labelCount, "g")), testing::HasSubstr("no space left"));
    EXPECT_THAT(sendAlone(toGroup(firstLabel, "longer")), testing::HasSubstr("no space left"));
    EXPECT_EQ(groupOf(firstLabel), "g");
-   for (std::uint32_t label = firstLabel; label < firstLabel + labels; ++label) {
+   for (std::uint32_t label = firstLabel; label < firstLabel + labelCount; ++label) {
       EXPECT_EQ(sendAlone(toGroup(label, "g")), "");
       EXPECT_EQ(groupOf(label), "g");
    }
@@ -106,19 +106,19 @@ TEST_F(FullDisk, leavesALabelThatIsReplayedOrRefusedWhereItLeads) {
    restart([&] { forget(); });
    make();
    EXPECT_EQ(groupOf(firstLabel), "h");
-   for (std::uint32_t label = firstLabel + 1; label < firstLabel + labels; ++label)
+   for (std::uint32_t label = firstLabel + 1; label < firstLabel + labelCount; ++label)
       EXPECT_EQ(groupOf(label), "g");
-   EXPECT_EQ(groupOf(firstLabel + labels), "");
+   EXPECT_EQ(groupOf(firstLabel + labelCount), "");
 }
 
 TEST_F(FullDisk, refusesALabelWholeOnceItsSpanHasNoRoomForARemovalEither) {
    std::uint32_t refused = 0;
-   for (std::uint32_t label = firstLabel; label < firstLabel + labels; ++label) {
+   for (std::uint32_t label = firstLabel; label < firstLabel + labelCount; ++label) {
       refused += send(toGroup(label, "g")).empty() ? 0 : 1;
       EXPECT_EQ(groupOf(label), "g");
    }
    EXPECT_GT(refused, 0U);
-   EXPECT_LT(refused, labels);
+   EXPECT_LT(refused, labelCount);
    EXPECT_NE(send(toGroup(firstLabel, "longer")), "");
    EXPECT_EQ(groupOf(firstLabel), "g");
 }

@@ -25,7 +25,7 @@ using testing::Return;
 using testing::Throw;
 using Words = orv::invalid_argument_error;
 
-const orv::acl_key_t key("web", orv::acl_type_t::ipv4);
+const orv::acl_key_t webKey("web", orv::acl_type_t::ipv4);
 const orv::acl_key_t noKey;
 constexpr char refused[] = "no such thing";
 
@@ -97,11 +97,11 @@ protected:
 };
 
 TEST_F(AclServiceTest, existsAsksForTheKeyUnderTheLock) {
-   EXPECT_CALL(mgr_, acl_exists(key)).WillOnce([](const orv::acl_key_t&) {
+   EXPECT_CALL(mgr_, acl_exists(webKey)).WillOnce([](const orv::acl_key_t&) {
       EXPECT_TRUE(locked());
       return true;
    });
-   EXPECT_CALL(mgr_, acl_all_exists(key))
+   EXPECT_CALL(mgr_, acl_all_exists(webKey))
         .WillOnce([](const orv::acl_key_t&) {
            EXPECT_TRUE(locked());
            return true;
@@ -129,7 +129,7 @@ TEST_F(AclServiceTest, aBadKeyNeverReachesTheSwitch) {
 
 TEST_F(AclServiceTest, listsComeInTheSwitchesOrder) {
    EXPECT_CALL(mgr_, acl_iter())
-        .WillOnce(Return(iterOver<orv::acl_iter_t>({key, {"ssh", orv::acl_type_t::eth}})));
+        .WillOnce(Return(iterOver<orv::acl_iter_t>({webKey, {"ssh", orv::acl_type_t::eth}})));
    const auto own = list(&Stub::acls, remote::AclsRequest());
    ASSERT_EQ(own.size(), 2U);
    EXPECT_EQ(own[0].key().acl_name(), "web");
@@ -137,7 +137,7 @@ TEST_F(AclServiceTest, listsComeInTheSwitchesOrder) {
    EXPECT_EQ(own[1].key().acl_name(), "ssh");
    EXPECT_EQ(own[1].key().acl_type(), remote::ACL_TYPE_ETH);
 
-   EXPECT_CALL(mgr_, acl_all_iter()).WillOnce(Return(iterOver<orv::acl_iter_t>({key})));
+   EXPECT_CALL(mgr_, acl_all_iter()).WillOnce(Return(iterOver<orv::acl_iter_t>({webKey})));
    const auto all = list(&Stub::acls_all, remote::AclsAllRequest());
    ASSERT_EQ(all.size(), 1U);
    EXPECT_EQ(all[0].key().acl_name(), "web");
@@ -151,7 +151,7 @@ TEST_F(AclServiceTest, ipRulesComeWithTheirSequenceNumbers) {
    tcp.ip_protocol_is(6);
    orv::acl_rule_ip_t udp;
    udp.ip_protocol_is(17);
-   EXPECT_CALL(mgr_, acl_rule_ip_iter(key))
+   EXPECT_CALL(mgr_, acl_rule_ip_iter(webKey))
         .WillOnce(Return(iterOver<orv::acl_rule_ip_iter_t>({{10, tcp}, {20, udp}})));
    const auto own = list(&Stub::acl_rule_ips, withKey<remote::AclRuleIpsRequest>());
    ASSERT_EQ(own.size(), 2U);
@@ -160,7 +160,7 @@ TEST_F(AclServiceTest, ipRulesComeWithTheirSequenceNumbers) {
    EXPECT_EQ(own[1].entry().seq(), 20U);
    EXPECT_EQ(own[1].entry().rule().ip_protocol(), 17U);
 
-   EXPECT_CALL(mgr_, acl_all_rule_ip_iter(key))
+   EXPECT_CALL(mgr_, acl_all_rule_ip_iter(webKey))
         .WillOnce(Return(iterOver<orv::acl_rule_ip_iter_t>({{30, udp}})));
    const auto all = list(&Stub::acl_all_rule_ips, withKey<remote::AclAllRuleIpsRequest>());
    ASSERT_EQ(all.size(), 1U);
@@ -171,9 +171,9 @@ TEST_F(AclServiceTest, ipRulesComeWithTheirSequenceNumbers) {
 TEST_F(AclServiceTest, ethRulesComeWithTheirSequenceNumbers) {
    orv::acl_rule_eth_t rule;
    rule.vlan_is(100);
-   EXPECT_CALL(mgr_, acl_rule_eth_iter(key))
+   EXPECT_CALL(mgr_, acl_rule_eth_iter(webKey))
         .WillOnce(Return(iterOver<orv::acl_rule_eth_iter_t>({{10, rule}})));
-   EXPECT_CALL(mgr_, acl_all_rule_eth_iter(key))
+   EXPECT_CALL(mgr_, acl_all_rule_eth_iter(webKey))
         .WillOnce(Return(iterOver<orv::acl_rule_eth_iter_t>({{20, rule}})));
    const auto own = list(&Stub::acl_rule_eths, withKey<remote::AclRuleEthsRequest>());
    const auto all = list(&Stub::acl_all_rule_eths, withKey<remote::AclAllRuleEthsRequest>());
@@ -186,10 +186,10 @@ TEST_F(AclServiceTest, ethRulesComeWithTheirSequenceNumbers) {
 }
 
 TEST_F(AclServiceTest, aRuleIsSetByItsKind) {
-   EXPECT_CALL(mgr_, acl_rule_set(key, 10, testing::Matcher<const orv::acl_rule_ip_t&>(withProtocol(6))));
+   EXPECT_CALL(mgr_, acl_rule_set(webKey, 10, testing::Matcher<const orv::acl_rule_ip_t&>(withProtocol(6))));
    ok(&Stub::acl_rule_set, ipRule("web", 10, 6));
 
-   EXPECT_CALL(mgr_, acl_rule_set(key, 20, testing::Matcher<const orv::acl_rule_eth_t&>(withVlan(100))));
+   EXPECT_CALL(mgr_, acl_rule_set(webKey, 20, testing::Matcher<const orv::acl_rule_eth_t&>(withVlan(100))));
    auto request = withKey<remote::AclRuleSetRequest>();
    request.set_seq(20);
    request.mutable_eth_rule()->set_vlan(100);
@@ -221,7 +221,7 @@ TEST_F(AclServiceTest, aRuleWithABadPortIsNotSet) {
 }
 
 TEST_F(AclServiceTest, theSwitchesErrorsBecomeTheStatusOfTheCall) {
-   EXPECT_CALL(mgr_, acl_rule_set(key, 10, An<const orv::acl_rule_ip_t&>()))
+   EXPECT_CALL(mgr_, acl_rule_set(webKey, 10, An<const orv::acl_rule_ip_t&>()))
         .WillOnce(Throw(orv::invalid_range_error("too many")))
         .WillOnce(Throw(orv::unsupported_error("not this rule")))
         .WillOnce(Throw(orv::error("table full")));
@@ -232,28 +232,28 @@ TEST_F(AclServiceTest, theSwitchesErrorsBecomeTheStatusOfTheCall) {
 }
 
 TEST_F(AclServiceTest, editsReachTheSwitchAsTheyAre) {
-   EXPECT_CALL(mgr_, acl_rule_del(key, 10));
+   EXPECT_CALL(mgr_, acl_rule_del(webKey, 10));
    auto ruleDel = withKey<remote::AclRuleDelRequest>();
    ruleDel.set_seq(10);
    ok(&Stub::acl_rule_del, ruleDel);
 
-   EXPECT_CALL(mgr_, acl_del(key));
+   EXPECT_CALL(mgr_, acl_del(webKey));
    ok(&Stub::acl_del, withKey<remote::AclDelRequest>());
 
    const orv::intf_id_t intf("Ethernet1");
-   EXPECT_CALL(mgr_, acl_apply(key, intf, orv::acl_direction_t::out, true));
+   EXPECT_CALL(mgr_, acl_apply(webKey, intf, orv::acl_direction_t::out, true));
    auto apply = withKey<remote::AclApplyRequest>();
    apply.mutable_intf()->set_name("Ethernet1");
    apply.set_direction(remote::ACL_DIRECTION_OUT);
    apply.set_apply(true);
    ok(&Stub::acl_apply, apply);
 
-   EXPECT_CALL(mgr_, acl_counters_enabled_set(key, true));
+   EXPECT_CALL(mgr_, acl_counters_enabled_set(webKey, true));
    auto counters = withKey<remote::AclCountersEnabledSetRequest>();
    counters.set_enabled(true);
    ok(&Stub::acl_counters_enabled_set, counters);
 
-   EXPECT_CALL(mgr_, acl_fragments_enabled_set(key, true));
+   EXPECT_CALL(mgr_, acl_fragments_enabled_set(webKey, true));
    auto fragments = withKey<remote::AclFragmentsEnabledSetRequest>();
    fragments.set_enabled(true);
    ok(&Stub::acl_fragments_enabled_set, fragments);
@@ -266,12 +266,12 @@ TEST_F(AclServiceTest, aBulkOfRulesIsSetInOrderUnderOneLockUpToTheFirstFailure) 
    const LockReleases releases;
    std::size_t before = 0;
    const InSequence order;
-   EXPECT_CALL(mgr_, acl_rule_set(key, 1, testing::Matcher<const orv::acl_rule_ip_t&>(withProtocol(6))))
+   EXPECT_CALL(mgr_, acl_rule_set(webKey, 1, testing::Matcher<const orv::acl_rule_ip_t&>(withProtocol(6))))
         .WillOnce([&](const orv::acl_key_t&, unsigned, const orv::acl_rule_ip_t&) {
            EXPECT_TRUE(locked());
            before = releases.count();
         });
-   EXPECT_CALL(mgr_, acl_rule_set(key, 2, An<const orv::acl_rule_ip_t&>()))
+   EXPECT_CALL(mgr_, acl_rule_set(webKey, 2, An<const orv::acl_rule_ip_t&>()))
         .WillOnce([&](const orv::acl_key_t&, unsigned, const orv::acl_rule_ip_t&) {
            EXPECT_TRUE(locked());
            EXPECT_EQ(releases.count(), before) << "the lock was free between two items";

@@ -10,6 +10,7 @@
 #include "testing/base/Eventually.h"
 #include "testing/mock/MockEthPhyIntfMgr.h"
 #include "testing/sdk/Iterators.h"
+#include "testing/server/IntfRequests.h"
 #include "testing/server/MainLoop.h"
 #include "testing/server/MirrorFixture.h"
 
@@ -18,19 +19,12 @@ namespace {
 
 namespace remote = orv::remote;
 using orv::eth_link_speed_t;
+using orvtest::ethernet1;
+using orvtest::ethernet2;
 using orvtest::iterOver;
+using orvtest::ofIntf;
 using testing::Return;
 using testing::Throw;
-
-const orv::intf_id_t ethernet1("Ethernet1");
-const orv::intf_id_t ethernet2("Ethernet2");
-
-template <class Rq>
-Rq of(const std::string& intf) {
-   Rq request;
-   request.mutable_intf_id()->set_name(intf);
-   return request;
-}
 
 class EthPhyIntfServiceTest : public MainLoop,
                               public orvtest::MirrorFixture<EthPhyIntfService, remote::EthPhyIntfMgrService,
@@ -62,22 +56,23 @@ TEST_F(EthPhyIntfServiceTest, whatAPortIsReadsAsTheSwitchSaysIt) {
       EXPECT_TRUE(locked());
       return true;
    });
-   EXPECT_TRUE(ok(&Stub::exists, of<remote::EthPhyIntfExistsRequest>("Ethernet1")).exists());
+   EXPECT_TRUE(ok(&Stub::exists, ofIntf<remote::EthPhyIntfExistsRequest>("Ethernet1")).exists());
    EXPECT_CALL(mgr_, exists(orv::intf_id_t())).WillOnce(Return(false));
    EXPECT_FALSE(ok(&Stub::exists, remote::EthPhyIntfExistsRequest()).exists());
 
    EXPECT_CALL(mgr_, hardware_present(ethernet1)).WillOnce(Return(true)).WillOnce(Return(false));
-   const auto hardware = of<remote::EthPhyIntfHardwarePresentRequest>("Ethernet1");
+   const auto hardware = ofIntf<remote::EthPhyIntfHardwarePresentRequest>("Ethernet1");
    EXPECT_TRUE(ok(&Stub::hardware_present, hardware).hardware_present());
    EXPECT_FALSE(ok(&Stub::hardware_present, hardware).hardware_present());
 
    EXPECT_CALL(mgr_, link_speed(ethernet1)).WillOnce(Return(eth_link_speed_t::speed_100gb));
-   EXPECT_EQ(ok(&Stub::link_speed, of<remote::EthPhyIntfLinkSpeedRequest>("Ethernet1")).link_speed(),
+   EXPECT_EQ(ok(&Stub::link_speed, ofIntf<remote::EthPhyIntfLinkSpeedRequest>("Ethernet1")).link_speed(),
              static_cast<int>(eth_link_speed_t::speed_100gb));
 
    EXPECT_CALL(mgr_, transceiver_present(ethernet1)).WillOnce(Return(true));
-   EXPECT_TRUE(ok(&Stub::transceiver_present, of<remote::EthPhyIntfTransceiverPresentRequest>("Ethernet1"))
-                    .transceiver_present());
+   EXPECT_TRUE(
+        ok(&Stub::transceiver_present, ofIntf<remote::EthPhyIntfTransceiverPresentRequest>("Ethernet1"))
+             .transceiver_present());
 }
 
 TEST_F(EthPhyIntfServiceTest, theBurnedInAddressIsSixBytesInTransmissionOrder) {
@@ -85,7 +80,7 @@ TEST_F(EthPhyIntfServiceTest, theBurnedInAddressIsSixBytesInTransmissionOrder) {
    EXPECT_CALL(mgr_, burned_in_eth_addr(ethernet1))
         .WillOnce(Return(orv::eth_addr_t(reinterpret_cast<const std::uint8_t*>(mac.data()))))
         .WillOnce(Return(orv::eth_addr_t()));
-   const auto request = of<remote::EthPhyIntfBurnedInEthAddrRequest>("Ethernet1");
+   const auto request = ofIntf<remote::EthPhyIntfBurnedInEthAddrRequest>("Ethernet1");
    EXPECT_EQ(ok(&Stub::burned_in_eth_addr, request).burned_in_eth_addr(), mac);
    EXPECT_EQ(ok(&Stub::burned_in_eth_addr, request).burned_in_eth_addr(), std::string(6, '\0'));
 }
@@ -103,14 +98,15 @@ TEST_F(EthPhyIntfServiceTest, portsAreListedInTheSwitchesOrder) {
 
 TEST_F(EthPhyIntfServiceTest, theSwitchesErrorsBecomeTheStatusOfTheCall) {
    EXPECT_CALL(mgr_, link_speed(ethernet1)).WillOnce(Throw(orv::invalid_argument_error("no such port")));
-   fails(&Stub::link_speed, of<remote::EthPhyIntfLinkSpeedRequest>("Ethernet1"),
+   fails(&Stub::link_speed, ofIntf<remote::EthPhyIntfLinkSpeedRequest>("Ethernet1"),
          grpc::StatusCode::INVALID_ARGUMENT, "no such port");
    EXPECT_CALL(mgr_, eth_phy_intf_iter()).WillOnce(Throw(orv::error("not now")));
    listFails(&Stub::eth_phy_intfs, remote::EthPhyIntfsRequest(), grpc::StatusCode::INTERNAL, "not now");
    // This request never reaches the switch.
    remote::EthPhyIntfExistsResponse response;
-   EXPECT_EQ(call(&Stub::exists, of<remote::EthPhyIntfExistsRequest>("not a name"), response).error_code(),
-             grpc::StatusCode::INVALID_ARGUMENT);
+   EXPECT_EQ(
+        call(&Stub::exists, ofIntf<remote::EthPhyIntfExistsRequest>("not a name"), response).error_code(),
+        grpc::StatusCode::INVALID_ARGUMENT);
 }
 
 TEST_F(EthPhyIntfServiceTest, twoSpeedsOfOnePortBetweenTwoTurnsAreOneMessageWithTheLast) {

@@ -17,7 +17,7 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::Return;
 
-orv::nexthop_group_t group(const std::string& name, std::initializer_list<std::uint16_t> slots) {
+orv::nexthop_group_t groupWith(const std::string& name, std::initializer_list<std::uint16_t> slots) {
    orv::nexthop_group_t made(name, orv::nexthop_group_encap_t::mpls);
    for (const std::uint16_t slot : slots)
       made.nexthop_set(slot, {});
@@ -28,7 +28,7 @@ class GroupCountersIteratorTest : public testing::Test {
 protected:
    void programmedAre(std::vector<std::string> names) {
       for (const std::string& name : names) {
-         ON_CALL(mgr_, programmed_nexthop_group(name)).WillByDefault(Return(group(name, {})));
+         ON_CALL(mgr_, programmed_nexthop_group(name)).WillByDefault(Return(groupWith(name, {})));
       }
       EXPECT_CALL(mgr_, programmed_nexthop_group_iter())
            .WillOnce(Return(iterOver<orv::programmed_nexthop_group_iter_t>(std::move(names))));
@@ -81,7 +81,7 @@ TEST_F(GroupCountersIteratorTest, aLongSearchIsLeftAndTakenUpAgain) {
    std::vector<std::string> names(200'000, "a");
    names.emplace_back("b");
    programmedAre({});
-   ON_CALL(mgr_, programmed_nexthop_group("b")).WillByDefault(Return(group("b", {})));
+   ON_CALL(mgr_, programmed_nexthop_group("b")).WillByDefault(Return(groupWith("b", {})));
    EXPECT_FALSE(GroupCountersIterator(mgr_, NameRegex("b")));
    EXPECT_CALL(mgr_, programmed_nexthop_group_iter())
         .WillOnce(Return(iterOver<orv::programmed_nexthop_group_iter_t>(std::move(names))));
@@ -98,7 +98,7 @@ TEST_F(GroupCountersIteratorTest, aLongSearchIsLeftAndTakenUpAgain) {
 }
 
 TEST_F(GroupCountersIteratorTest, yieldsTheValidCountersBySlot) {
-   ON_CALL(mgr_, programmed_nexthop_group("g")).WillByDefault(Return(group("g", {7, 2, 900, 5})));
+   ON_CALL(mgr_, programmed_nexthop_group("g")).WillByDefault(Return(groupWith("g", {7, 2, 900, 5})));
    const testing::InSequence order;
    EXPECT_CALL(mgr_, counter("g", 2)).WillOnce(Return(orv::nexthop_group_entry_counter_t(1, 10, true)));
    EXPECT_CALL(mgr_, counter("g", 5)).WillOnce(Return(orv::nexthop_group_entry_counter_t(2, 20, false)));

@@ -22,6 +22,7 @@
 #include "testing/base/TempDir.h"
 #include "testing/mock/MockIntfCounterMgr.h"
 #include "testing/server/CounterTables.h"
+#include "testing/server/IntfRequests.h"
 #include "testing/server/LiveHandlers.h"
 #include "testing/server/MainLoop.h"
 #include "testing/server/MirrorFixture.h"
@@ -30,17 +31,10 @@ namespace OrvSdkRpc {
 namespace {
 
 namespace remote = orv::remote;
+using orvtest::ethernet1;
+using orvtest::ofIntf;
 using testing::Return;
 using testing::Throw;
-
-const orv::intf_id_t ethernet1("Ethernet1");
-
-template <class Rq>
-Rq of(const std::string& intf) {
-   Rq request;
-   request.mutable_intf_id()->set_name(intf);
-   return request;
-}
 
 // The service alone, with or without a watcher.
 class CounterServer : public orvtest::MirrorFixture<IntfCounterService, remote::IntfCounterMgrService,
@@ -91,7 +85,7 @@ public:
          return orv::intf_counters_t();
       });
       const auto pending = std::async(std::launch::async, [&] {
-         ok(&Stub::intf_counters, of<remote::IntfCountersRequest>("Ethernet1"));
+         ok(&Stub::intf_counters, ofIntf<remote::IntfCountersRequest>("Ethernet1"));
       });
       busy.get_future().wait();
       call();
@@ -157,7 +151,7 @@ TEST_F(IntfCounterServiceTest, countersAndRatesReadAsTheSwitchSaysThem) {
       return counters;
    });
    const auto read =
-        server_.ok(&Stub::intf_counters, of<remote::IntfCountersRequest>("Ethernet1")).counters();
+        server_.ok(&Stub::intf_counters, ofIntf<remote::IntfCountersRequest>("Ethernet1")).counters();
    EXPECT_EQ(read.in_octets(), 5U);
    EXPECT_EQ(read.sample_time(), 1.5);
 
@@ -166,7 +160,7 @@ TEST_F(IntfCounterServiceTest, countersAndRatesReadAsTheSwitchSaysThem) {
       return orv::intf_traffic_rates_t(1, 2, 3, 4, 5);
    });
    const auto rates =
-        server_.ok(&Stub::intf_traffic_rates, of<remote::IntfTrafficRatesRequest>("Ethernet1")).rates();
+        server_.ok(&Stub::intf_traffic_rates, ofIntf<remote::IntfTrafficRatesRequest>("Ethernet1")).rates();
    EXPECT_EQ(rates.out_pkts_rate(), 1);
    EXPECT_EQ(rates.in_pkts_rate(), 2);
    EXPECT_EQ(rates.out_bits_rate(), 3);
@@ -176,7 +170,7 @@ TEST_F(IntfCounterServiceTest, countersAndRatesReadAsTheSwitchSaysThem) {
 
 TEST_F(IntfCounterServiceTest, theSwitchesErrorsBecomeTheStatusOfTheCall) {
    EXPECT_CALL(server_.mgr(), counters(ethernet1)).WillOnce(Throw(orv::invalid_argument_error("no such")));
-   server_.fails(&Stub::intf_counters, of<remote::IntfCountersRequest>("Ethernet1"),
+   server_.fails(&Stub::intf_counters, ofIntf<remote::IntfCountersRequest>("Ethernet1"),
                  grpc::StatusCode::INVALID_ARGUMENT, "no such");
    EXPECT_CALL(server_.mgr(), traffic_rates(orv::intf_id_t())).WillOnce(Throw(orv::error("not now")));
    server_.fails(&Stub::intf_traffic_rates, remote::IntfTrafficRatesRequest(), grpc::StatusCode::INTERNAL,
@@ -481,7 +475,7 @@ int withTheToggleOff() {
       }
       EXPECT_EQ(server.watchers(), 0U);
       EXPECT_CALL(server.mgr(), counters(ethernet1)).WillOnce(Return(orv::intf_counters_t()));
-      server.ok(&CounterServer::Stub::intf_counters, of<remote::IntfCountersRequest>("Ethernet1"));
+      server.ok(&CounterServer::Stub::intf_counters, ofIntf<remote::IntfCountersRequest>("Ethernet1"));
    }
    return testing::Test::HasFailure() ? 1 : 0;
 }

@@ -12,6 +12,7 @@
 #include "testing/base/Eventually.h"
 #include "testing/mock/MockIntfMgr.h"
 #include "testing/sdk/Iterators.h"
+#include "testing/server/IntfRequests.h"
 #include "testing/server/MainLoop.h"
 #include "testing/server/MirrorFixture.h"
 
@@ -20,22 +21,15 @@ namespace {
 
 namespace remote = orv::remote;
 using orv::oper_status_t;
+using orvtest::ethernet1;
+using orvtest::ethernet2;
+using orvtest::ethernet3;
 using orvtest::iterOver;
+using orvtest::ofIntf;
 using testing::InSequence;
 using testing::Return;
 using testing::Throw;
 using Words = orv::invalid_argument_error;
-
-const orv::intf_id_t ethernet1("Ethernet1");
-const orv::intf_id_t ethernet2("Ethernet2");
-const orv::intf_id_t ethernet3("Ethernet3");
-
-template <class Rq>
-Rq of(const std::string& intf) {
-   Rq request;
-   request.mutable_intf_id()->set_name(intf);
-   return request;
-}
 
 class IntfServiceTest
      : public MainLoop,
@@ -94,15 +88,16 @@ TEST_F(IntfServiceTest, whatAnInterfaceIsReadsAsTheSwitchSaysIt) {
       EXPECT_TRUE(locked());
       return true;
    });
-   EXPECT_TRUE(ok(&Stub::exists, of<remote::IntfExistsRequest>("Ethernet1")).exists());
+   EXPECT_TRUE(ok(&Stub::exists, ofIntf<remote::IntfExistsRequest>("Ethernet1")).exists());
    EXPECT_CALL(mgr_, admin_enabled(ethernet1)).WillOnce(Return(true)).WillOnce(Return(false));
-   const auto admin = of<remote::IntfAdminEnabledRequest>("Ethernet1");
+   const auto admin = ofIntf<remote::IntfAdminEnabledRequest>("Ethernet1");
    EXPECT_TRUE(ok(&Stub::admin_enabled, admin).admin_enabled());
    EXPECT_FALSE(ok(&Stub::admin_enabled, admin).admin_enabled());
    EXPECT_CALL(mgr_, description(ethernet1)).WillOnce(Return("uplink"));
-   EXPECT_EQ(ok(&Stub::description, of<remote::IntfDescriptionRequest>("Ethernet1")).description(), "uplink");
+   EXPECT_EQ(ok(&Stub::description, ofIntf<remote::IntfDescriptionRequest>("Ethernet1")).description(),
+             "uplink");
    EXPECT_CALL(mgr_, oper_status(ethernet1)).WillOnce(Return(oper_status_t::down));
-   EXPECT_EQ(ok(&Stub::oper_status, of<remote::IntfOperStatusRequest>("Ethernet1")).oper_status(),
+   EXPECT_EQ(ok(&Stub::oper_status, ofIntf<remote::IntfOperStatusRequest>("Ethernet1")).oper_status(),
              static_cast<int>(oper_status_t::down));
 }
 
@@ -113,8 +108,9 @@ TEST_F(IntfServiceTest, namesGoBothWays) {
    EXPECT_EQ(ok(&Stub::orv_intf_name, request).intf_id().name(), "Ethernet1");
    fails(&Stub::orv_intf_name, request, grpc::StatusCode::INVALID_ARGUMENT, "no such name");
    EXPECT_CALL(mgr_, kernel_intf_name(ethernet1)).WillOnce(Return("et1"));
-   EXPECT_EQ(ok(&Stub::kernel_intf_name, of<remote::KernelIntfNameRequest>("Ethernet1")).kernel_intf_name(),
-             "et1");
+   EXPECT_EQ(
+        ok(&Stub::kernel_intf_name, ofIntf<remote::KernelIntfNameRequest>("Ethernet1")).kernel_intf_name(),
+        "et1");
 }
 
 TEST_F(IntfServiceTest, interfacesAreListedInTheSwitchesOrder) {
@@ -132,13 +128,13 @@ TEST_F(IntfServiceTest, editsReachTheSwitch) {
    EXPECT_CALL(mgr_, admin_enabled_is(ethernet1, true)).WillOnce([](const orv::intf_id_t&, bool) {
       EXPECT_TRUE(locked());
    });
-   auto admin = of<remote::IntfAdminEnabledIsRequest>("Ethernet1");
+   auto admin = ofIntf<remote::IntfAdminEnabledIsRequest>("Ethernet1");
    admin.set_admin_enabled(true);
    ok(&Stub::admin_enabled_is, admin);
    EXPECT_CALL(mgr_, description_is(ethernet1, "uplink"))
         .WillOnce(Return())
         .WillOnce(Throw(Words("too long")));
-   auto description = of<remote::IntfDescriptionIsRequest>("Ethernet1");
+   auto description = ofIntf<remote::IntfDescriptionIsRequest>("Ethernet1");
    description.set_description("uplink");
    ok(&Stub::description_is, description);
    fails(&Stub::description_is, description, grpc::StatusCode::INVALID_ARGUMENT, "too long");
@@ -151,7 +147,7 @@ TEST_F(IntfServiceTest, bulksAreCarriedOutInOrderUpToTheFirstFailure) {
    remote::BulkIntfAdminEnabledIsRequest admins;
    for (const char* name : {"Ethernet1", "Ethernet2", "Ethernet3"}) {
       auto& item = *admins.add_requests();
-      item = of<remote::IntfAdminEnabledIsRequest>(name);
+      item = ofIntf<remote::IntfAdminEnabledIsRequest>(name);
       item.set_admin_enabled(item.intf_id().name() == "Ethernet1");
    }
    const auto adminResponse = ok(&Stub::bulk_admin_enabled_is, admins);
@@ -164,7 +160,7 @@ TEST_F(IntfServiceTest, bulksAreCarriedOutInOrderUpToTheFirstFailure) {
    remote::BulkIntfDescriptionIsRequest descriptions;
    for (const auto& [name, text] : {std::pair("Ethernet1", "a"), std::pair("Ethernet2", "b")}) {
       auto& item = *descriptions.add_requests();
-      item = of<remote::IntfDescriptionIsRequest>(name);
+      item = ofIntf<remote::IntfDescriptionIsRequest>(name);
       item.set_description(text);
    }
    const auto descriptionResponse = ok(&Stub::bulk_description_is, descriptions);

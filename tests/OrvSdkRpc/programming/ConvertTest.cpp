@@ -46,7 +46,7 @@ TEST(Convert, aPrefixIsWhatTheSdkAccepts) {
    EXPECT_THROW(ipPrefixToPrefix(message), orv::error);
 }
 
-pb::sbfd_echo_session_key_msg session() {
+pb::sbfd_echo_session_key_msg sessionKeyMessage() {
    pb::sbfd_echo_session_key_msg message;
    message.mutable_nexthop()->set_address(orvtest::ipv4({192, 0, 2, 1}));
    message.set_nexthop_intf("Ethernet1");
@@ -58,7 +58,7 @@ pb::sbfd_echo_session_key_msg session() {
 }
 
 TEST(Convert, aSessionKeyGoesBothWays) {
-   const orv::sbfd_echo_session_key_t key = convertMsg(session());
+   const orv::sbfd_echo_session_key_t key = convertMsg(sessionKeyMessage());
    EXPECT_EQ(key.nexthop(), orv::ip_addr_t("192.0.2.1"));
    EXPECT_EQ(key.nexthop_intf(), orv::intf_id_t("Ethernet1"));
    EXPECT_EQ(key.label_stack(), (std::vector{orv::mpls_label_t(100), orv::mpls_label_t(200)}));
@@ -67,7 +67,7 @@ TEST(Convert, aSessionKeyGoesBothWays) {
    pb::sbfd_echo_session_key_msg back;
    back.add_label_stack(9);
    convertKey(key, back);
-   EXPECT_EQ(back.SerializeAsString(), session().SerializeAsString());
+   EXPECT_EQ(back.SerializeAsString(), sessionKeyMessage().SerializeAsString());
    EXPECT_EQ(convertMsg(back), key);
 }
 
@@ -76,15 +76,15 @@ TEST(Convert, anAbsentSessionIsTheDefaultKey) {
 }
 
 TEST(Convert, aSessionsNumbersAreNotNarrowedSilently) {
-   auto message = session();
+   auto message = sessionKeyMessage();
    message.set_dscp(256);
    EXPECT_NE(wordsOf<orv::invalid_range_error>([&] { convertMsg(message); }).find("dscp 256"),
              std::string::npos);
-   message = session();
+   message = sessionKeyMessage();
    message.set_mpls_exp(8);
    EXPECT_NE(wordsOf<orv::invalid_range_error>([&] { convertMsg(message); }).find("mpls_exp 8"),
              std::string::npos);
-   message = session();
+   message = sessionKeyMessage();
    message.add_label_stack(4294967295U);
    EXPECT_THROW(convertMsg(message), orv::error);
 }

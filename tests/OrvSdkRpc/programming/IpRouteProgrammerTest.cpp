@@ -24,7 +24,7 @@ using testing::Matcher;
 using testing::Return;
 using testing::Throw;
 
-orv::ip_route_key_t keyOf(int third) {
+orv::ip_route_key_t routeKeyOf(int third) {
    return orv::ip_route_key_t(orv::ip_prefix_t("10.0." + std::to_string(third) + ".0/24"));
 }
 
@@ -57,9 +57,9 @@ TEST_F(IpRouteProgrammerTest, beforeInitNothingIsProgrammed) {
 
 TEST_F(IpRouteProgrammerTest, aRouteAndItsViaAreWrittenTogether) {
    contract_.init();
-   orv::ip_route_t route(keyOf(1));
+   orv::ip_route_t route(routeKeyOf(1));
    route.tag_is(5);
-   orv::ip_route_via_t via(keyOf(1));
+   orv::ip_route_via_t via(routeKeyOf(1));
    via.nexthop_group_is("g");
    InSequence order;
    EXPECT_CALL(mgr_, ip_route_set(route, orv::ip_route_action_t::nexthop_group));
@@ -78,9 +78,9 @@ TEST_F(IpRouteProgrammerTest, withoutAGroupNameOrWithAnEmptyOneTheRouteIsDeleted
    named.set_nexthop_group_name("");
    for (const auto& request : {ipRoute(1, ""), named}) {
       InSequence order;
-      EXPECT_CALL(mgr_, exists(Matcher<const orv::ip_route_key_t&>(keyOf(1)))).WillOnce(Return(true));
-      EXPECT_CALL(mgr_, ip_route_via_del(orv::ip_route_via_t(keyOf(1))));
-      EXPECT_CALL(mgr_, ip_route_del(keyOf(1)));
+      EXPECT_CALL(mgr_, exists(Matcher<const orv::ip_route_key_t&>(routeKeyOf(1)))).WillOnce(Return(true));
+      EXPECT_CALL(mgr_, ip_route_via_del(orv::ip_route_via_t(routeKeyOf(1))));
+      EXPECT_CALL(mgr_, ip_route_del(routeKeyOf(1)));
       EXPECT_EQ(process(request).status(), pb::RPC_STATUS_OK);
    }
 }
@@ -118,7 +118,7 @@ TEST_F(IpRouteProgrammerTest, initsTagIsAcceptedAndADeleteIsNotTagChecked) {
    contract_.init(7);
    EXPECT_EQ(process(ipRoute(1, "g", 7)).status(), pb::RPC_STATUS_OK);
    EXPECT_CALL(mgr_, exists(Matcher<const orv::ip_route_key_t&>(_))).WillOnce(Return(true));
-   EXPECT_CALL(mgr_, ip_route_del(keyOf(1)));
+   EXPECT_CALL(mgr_, ip_route_del(routeKeyOf(1)));
    EXPECT_EQ(process(ipRoute(1, "", 8)).status(), pb::RPC_STATUS_OK);
 }
 
@@ -151,26 +151,26 @@ TEST_F(IpRouteProgrammerTest, anErrorOfTheSdkBecomesWords) {
 TEST_F(IpRouteProgrammerTest, aNewRouteWhoseViaIsRefusedIsTakenBack) {
    contract_.init();
    InSequence order;
-   EXPECT_CALL(mgr_, exists(Matcher<const orv::ip_route_key_t&>(keyOf(1)))).WillOnce(Return(false));
+   EXPECT_CALL(mgr_, exists(Matcher<const orv::ip_route_key_t&>(routeKeyOf(1)))).WillOnce(Return(false));
    EXPECT_CALL(mgr_, ip_route_set(_, Matcher<orv::ip_route_action_t>(_)));
    EXPECT_CALL(mgr_, ip_route_via_set(_)).WillOnce(Throw(orv::invalid_argument_error("name too long")));
-   EXPECT_CALL(mgr_, ip_route_del(keyOf(1)));
+   EXPECT_CALL(mgr_, ip_route_del(routeKeyOf(1)));
    EXPECT_TRUE(process(ipRoute(1, "g")).debug_string().ends_with("exception name too long"));
 }
 
 TEST_F(IpRouteProgrammerTest, aRouteThatStoodIsAsItWasWhenTheViaIsRefused) {
    contract_.init();
-   orv::ip_route_t before(keyOf(1));
+   orv::ip_route_t before(routeKeyOf(1));
    before.tag_is(5);
-   orv::ip_route_via_t old(keyOf(1));
+   orv::ip_route_via_t old(routeKeyOf(1));
    old.nexthop_group_is("old");
-   ON_CALL(mgr_, action(keyOf(1))).WillByDefault(Return(orv::ip_route_action_t::nexthop_group));
-   ON_CALL(mgr_, ip_route_via_iter(keyOf(1))).WillByDefault([&](const auto&) {
+   ON_CALL(mgr_, action(routeKeyOf(1))).WillByDefault(Return(orv::ip_route_action_t::nexthop_group));
+   ON_CALL(mgr_, ip_route_via_iter(routeKeyOf(1))).WillByDefault([&](const auto&) {
       return orvtest::iterOver<orv::ip_route_via_iter_t>({old});
    });
    InSequence order;
-   EXPECT_CALL(mgr_, exists(Matcher<const orv::ip_route_key_t&>(keyOf(1)))).WillOnce(Return(true));
-   EXPECT_CALL(mgr_, ip_route(keyOf(1))).WillOnce(Return(before));
+   EXPECT_CALL(mgr_, exists(Matcher<const orv::ip_route_key_t&>(routeKeyOf(1)))).WillOnce(Return(true));
+   EXPECT_CALL(mgr_, ip_route(routeKeyOf(1))).WillOnce(Return(before));
    EXPECT_CALL(mgr_, ip_route_set(_, Matcher<orv::ip_route_action_t>(_)));
    EXPECT_CALL(mgr_, ip_route_via_set(_)).WillOnce(Throw(orv::invalid_argument_error("name too long")));
    EXPECT_CALL(mgr_, ip_route_set(before, Matcher<orv::ip_route_action_t>(_)));
@@ -182,12 +182,12 @@ TEST_F(IpRouteProgrammerTest, aRouteThatStoodIsAsItWasWhenTheViaIsRefused) {
 TEST_F(IpRouteProgrammerTest, aRouteWithoutViasGetsItsActionBack) {
    contract_.init();
    ON_CALL(mgr_, exists(Matcher<const orv::ip_route_key_t&>(_))).WillByDefault(Return(true));
-   ON_CALL(mgr_, ip_route(keyOf(1))).WillByDefault(Return(orv::ip_route_t(keyOf(1))));
-   ON_CALL(mgr_, action(keyOf(1))).WillByDefault(Return(orv::ip_route_action_t::drop));
+   ON_CALL(mgr_, ip_route(routeKeyOf(1))).WillByDefault(Return(orv::ip_route_t(routeKeyOf(1))));
+   ON_CALL(mgr_, action(routeKeyOf(1))).WillByDefault(Return(orv::ip_route_action_t::drop));
    InSequence order;
    EXPECT_CALL(mgr_, ip_route_set(_, orv::ip_route_action_t::nexthop_group));
    EXPECT_CALL(mgr_, ip_route_via_set(_)).WillOnce(Throw(orv::invalid_argument_error("name too long")));
-   EXPECT_CALL(mgr_, ip_route_set(orv::ip_route_t(keyOf(1)), orv::ip_route_action_t::drop));
+   EXPECT_CALL(mgr_, ip_route_set(orv::ip_route_t(routeKeyOf(1)), orv::ip_route_action_t::drop));
    EXPECT_EQ(process(ipRoute(1, "g")).status(), pb::RPC_STATUS_ERROR);
 }
 

@@ -30,11 +30,10 @@ using orvtest::liveHandlers;
 using Message = pb::watch_sbfd_echo_session_status_msg;
 using Status = orv::bfd_session_status_t;
 
-constexpr const char* handlerType = "SbfdEchoUpdatesHandler";
 constexpr std::uint32_t sessionCount = 10'000;
 constexpr std::uint32_t firstLabel = 100'000;
 
-orv::sbfd_echo_session_key_t keyOf(std::uint32_t i) {
+orv::sbfd_echo_session_key_t sessionKey(std::uint32_t i) {
    const std::uint8_t address[] = {10, 0, static_cast<std::uint8_t>(i >> 8), static_cast<std::uint8_t>(i)};
    return {orv::ip_addr_t(orv::af_ipv4, address),
            orv::intf_id_t("Ethernet" + std::to_string(i % 64 + 1)),
@@ -170,7 +169,7 @@ protected:
    const std::vector<orv::sbfd_echo_session_key_t> keys_ = [] {
       std::vector<orv::sbfd_echo_session_key_t> keys;
       for (std::uint32_t i = 0; i < sessionCount; ++i)
-         keys.push_back(keyOf(i));
+         keys.push_back(sessionKey(i));
       return keys;
    }();
    orvtest::AgentHost host_;
@@ -251,7 +250,7 @@ TEST_F(SbfdStormTest, whatAReaderThatNeverReadsCosts) {
    EXPECT_GT(perUpdate, 100);
    EXPECT_LT(perUpdate, 800);
    // The stream's memory is freed with it.
-   ASSERT_TRUE(eventually([] { return liveHandlers(handlerType) == 1; }));
+   ASSERT_TRUE(eventually([] { return liveHandlers("SbfdEchoUpdatesHandler") == 1; }));
    EXPECT_LT(used(), unwatched + held / 10);
 }
 

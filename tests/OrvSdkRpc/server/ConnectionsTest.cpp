@@ -24,10 +24,10 @@ namespace OrvSdkRpc {
 namespace {
 
 // A listening socket, and one connection to it.
-class Listener {
+class TcpListener {
 public:
    // `name` as the kernel takes it: a path, or a zero byte and a name.
-   explicit Listener(const std::string& name) : Listener(AF_UNIX) {
+   explicit TcpListener(const std::string& name) : TcpListener(AF_UNIX) {
       sockaddr_un address{};
       address.sun_family = AF_UNIX;
       std::memcpy(address.sun_path, name.data(), name.size());
@@ -35,20 +35,20 @@ public:
       begin(reinterpret_cast<const sockaddr*>(&address), length);
    }
    // A port of 127.0.0.1, or another host of the loopback network, that the system chooses.
-   Listener() : Listener(INADDR_LOOPBACK, 0) {}
-   Listener(in_addr_t host, int port) : Listener(AF_INET) {
+   TcpListener() : TcpListener(INADDR_LOOPBACK, 0) {}
+   TcpListener(in_addr_t host, int port) : TcpListener(AF_INET) {
       sockaddr_in address{};
       address.sin_family = AF_INET;
       address.sin_addr.s_addr = htonl(host);
       address.sin_port = htons(static_cast<std::uint16_t>(port));
       begin(reinterpret_cast<const sockaddr*>(&address), sizeof(address));
    }
-   ~Listener() {
+   ~TcpListener() {
       for (const int socket : {listening_, client_, accepted_})
          close(socket);
    }
-   Listener(const Listener&) = delete;
-   Listener& operator=(const Listener&) = delete;
+   TcpListener(const TcpListener&) = delete;
+   TcpListener& operator=(const TcpListener&) = delete;
 
    [[nodiscard]] int port() const {
       sockaddr_in address{};
@@ -68,7 +68,7 @@ public:
    }
 
 private:
-   explicit Listener(int family)
+   explicit TcpListener(int family)
         : listening_(socket(family, SOCK_STREAM | SOCK_CLOEXEC, 0)),
           client_(socket(family, SOCK_STREAM | SOCK_CLOEXEC, 0)) {}
    void begin(const sockaddr* address, socklen_t length) {
@@ -89,8 +89,8 @@ private:
 
 TEST(Connections, thoseOfTheAddressAreShutDownAndNoOthers) {
    const orvtest::TempDir dir;
-   const Listener mine(dir / "mine");
-   const Listener other(dir / "other");
+   const TcpListener mine(dir / "mine");
+   const TcpListener other(dir / "other");
    ASSERT_TRUE(mine.connected());
    shutDownConnections({"unix:" + dir / "mine"});
    EXPECT_FALSE(mine.connected());
@@ -102,16 +102,16 @@ TEST(Connections, thoseOfTheAddressAreShutDownAndNoOthers) {
 
 TEST(Connections, abstractNamesAreTold) {
    const std::string name = "orv-connections-" + std::to_string(getpid());
-   const Listener mine(std::string(1, '\0') + name);
-   const Listener other(std::string(1, '\0') + name + "x");
+   const TcpListener mine(std::string(1, '\0') + name);
+   const TcpListener other(std::string(1, '\0') + name + "x");
    shutDownConnections({"unix-abstract:" + name});
    EXPECT_FALSE(mine.connected());
    EXPECT_TRUE(other.connected());
 }
 
 TEST(Connections, portsAreTold) {
-   const Listener mine;
-   const Listener other;
+   const TcpListener mine;
+   const TcpListener other;
    shutDownConnections({"0.0.0.0:" + std::to_string(mine.port())});
    EXPECT_FALSE(mine.connected());
    EXPECT_TRUE(mine.listens());
@@ -121,8 +121,8 @@ TEST(Connections, portsAreTold) {
 }
 
 TEST(Connections, ofOnePortTheHostDecides) {
-   const Listener mine;
-   const Listener other(INADDR_LOOPBACK + 1, mine.port());
+   const TcpListener mine;
+   const TcpListener other(INADDR_LOOPBACK + 1, mine.port());
    const std::string port = std::to_string(mine.port());
    shutDownConnections({"127.0.0.1:" + port});
    EXPECT_FALSE(mine.connected());
@@ -190,7 +190,7 @@ private:
 
 TEST(Connections, nothingElseOfTheProcessIsTouched) {
    const orvtest::TempDir dir;
-   const Listener mine(dir / "mine");
+   const TcpListener mine(dir / "mine");
    const LockedFile file(dir / "file");
    const Pair pair;
    ASSERT_TRUE(file.locked());
@@ -210,7 +210,7 @@ TEST(Connections, aSocketThatTakesTheNumberOfAConnectionStaysConnected) {
    });
    for (int round = 0; round < 2000; ++round) {
       unlink((dir / "mine").c_str());
-      { const Listener mine(dir / "mine"); }
+      { const TcpListener mine(dir / "mine"); }
       const Pair first;
       const Pair second;
       ASSERT_TRUE(first.connected());
@@ -224,7 +224,7 @@ TEST(Connections, aServerThatHangsUpAtItsEndLeavesTheRestOfTheProcess) {
    const orvtest::TempDir dir;
    const LockedFile file(dir / "file");
    const Pair pair;
-   const Listener other(dir / "other");
+   const TcpListener other(dir / "other");
    {
       auto service = std::make_unique<orvtest::ProbeService>();
       orvtest::ProbeService& probe = *service;
@@ -242,7 +242,7 @@ TEST(Connections, aServerThatHangsUpAtItsEndLeavesTheRestOfTheProcess) {
 }
 
 TEST(Connections, anAddressWithoutAPlaceIsPassedOver) {
-   const Listener listener;
+   const TcpListener listener;
    shutDownConnections({"localhost:0", "", "unix:", "somewhere"});
    EXPECT_TRUE(listener.connected());
 }

@@ -10,10 +10,6 @@ using namespace OrvSdkRpc::types;
 using namespace std::string_literals;
 namespace remote = orv::remote;
 
-const auto kConvert = [](const auto& value) { return convert(value); };
-
-const Refusal kFiveBytes = invalidArgument("bytes length 5 does not match IPv4(4) or IPv6(16)");
-
 Refusal badMac(std::size_t length) {
    return invalidArgument(fmt::format("bytes length {} do not match MAC(6)", length));
 }
@@ -162,7 +158,7 @@ TEST(AclTest, anIpRuleIsRefusedInTheOrderOfItsFields) {
          {[](auto& m) { m.set_ip_protocol(256); }, invalidArgument("IP protocol 256 is out of range")},
          {[&](auto& m) { m.mutable_ttl()->set_oper(oper); }, badOper},
          {[](auto& m) { m.mutable_ttl()->set_ttl(257); }, invalidArgument("ttl 257 is out of range")},
-         {[](auto& m) { m.mutable_source_addr()->set_addr("12345"); }, kFiveBytes},
+         {[](auto& m) { m.mutable_source_addr()->set_addr("12345"); }, badAddress(5)},
          {[](auto& m) { m.mutable_destination_addr()->set_addr("123456"); },
           invalidArgument("bytes length 6 does not match IPv4(4) or IPv6(16)")},
          {[](auto& m) { m.mutable_source_port()->set_oper(static_cast<remote::AclRangeOperator>(8)); },

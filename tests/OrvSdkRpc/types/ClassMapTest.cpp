@@ -6,11 +6,8 @@
 namespace {
 
 using namespace types_test;
-using OrvSdkRpc::types::convert;
+using namespace OrvSdkRpc::types;
 namespace remote = orv::remote;
-
-const auto toSdk = [](const auto& message) { return convert(message); };
-const auto toWire = [](const auto& value) { return convert(value); };
 
 TEST(ClassMapTest, fieldsGoWhereTheyBelong) {
    const auto message = parsed<remote::ClassMap>(R"(
@@ -37,7 +34,7 @@ TEST(ClassMapTest, theFirstBadFieldIsTold) {
       };
    };
    expectFirstIsTold<remote::ClassMap>(
-        good, toSdk,
+        good, kConvert,
         {{[](auto& m) { m.mutable_key()->set_feature(static_cast<remote::PolicyFeature>(5)); },
           invalidArgument("Unknown value for policy feature: 5")},
          {badRule(1, 5), invalidArgument("Unknown value for Acl type: 5")},
@@ -46,8 +43,8 @@ TEST(ClassMapTest, theFirstBadFieldIsTold) {
 }
 
 TEST(ClassMapTest, roundTrips) {
-   expectRoundTrips<orv::class_map_t>(toWire, toSdk);
-   expectRoundTrips<orv::class_map_rule_t>(toWire, toSdk);
+   expectRoundTrips<orv::class_map_t>(kConvert, kConvert);
+   expectRoundTrips<orv::class_map_rule_t>(kConvert, kConvert);
 }
 
 }  // namespace

@@ -14,6 +14,7 @@
 #include <unordered_set>
 #include <vector>
 
+#include "OrvSdkRpc/types/Converted.h"
 #include "orv/error.h"
 #include "testing/values/Generate.h"
 
@@ -37,6 +38,14 @@ inline Refusal invalidArgument(std::string words) {
 inline Refusal unsupported(std::string words) {
    return {typeid(orv::unsupported_error), std::move(words)};
 }
+
+// What an address of so many bytes is refused with.
+inline Refusal badAddress(std::size_t length) {
+   return invalidArgument(fmt::format("bytes length {} does not match IPv4(4) or IPv6(16)", length));
+}
+
+// The conversion of any record, in either direction, as an argument.
+inline constexpr auto kConvert = [](const auto& value) { return OrvSdkRpc::types::converted(value); };
 
 // RETURNS: nothing when `call` does not throw.
 template <typename Call>

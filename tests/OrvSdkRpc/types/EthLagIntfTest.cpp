@@ -6,7 +6,7 @@
 namespace {
 
 using namespace types_test;
-using OrvSdkRpc::types::convert;
+using namespace OrvSdkRpc::types;
 namespace remote = orv::remote;
 
 TEST(EthLagIntfTest, everyFieldOfALagArrives) {

@@ -9,8 +9,6 @@ using namespace types_test;
 using namespace OrvSdkRpc::types;
 namespace remote = orv::remote;
 
-const auto kConvert = [](const auto& value) { return convert(value); };
-
 const char* const kRoute = R"(
    route_key { prefix { network: "\x0a\x00\x00\x00" prefix_length: 8 } } preference: 3 metric: 4294967295
    route_type: FIB_ROUTE_TYPE_BGP_EXTERNAL fec_id: 18446744073709551615)";

@@ -10,10 +10,6 @@ using namespace OrvSdkRpc::types;
 using namespace std::string_literals;
 namespace remote = orv::remote;
 
-const auto kConvert = [](const auto& value) { return convert(value); };
-
-const Refusal kFiveBytes = invalidArgument("bytes length 5 does not match IPv4(4) or IPv6(16)");
-
 TEST(IdentifiersTest, whatWasLeftOutReadsAsEmpty) {
    EXPECT_EQ(convert(remote::IntfId()), orv::intf_id_t());
    EXPECT_EQ(convert(remote::MplsFecId()), orv::mpls_fec_id_t());
@@ -79,7 +75,7 @@ TEST(IdentifiersTest, addressesWithAMask) {
    const auto message = parsed<remote::IpAddrMask>(R"(addr: "\x0a\0\0\x01" mask_length: 8)");
    EXPECT_EQ(convert(message), addrMask);
    EXPECT_TRUE(same(convert(addrMask), message));
-   EXPECT_EQ(refusalOf([] { convert(parsed<remote::IpAddrMask>("addr: '12345'")); }), kFiveBytes);
+   EXPECT_EQ(refusalOf([] { convert(parsed<remote::IpAddrMask>("addr: '12345'")); }), badAddress(5));
    const orv::ip_addr_mask_t unknown(orv::ip_addr_t(7, ""), 8);
    EXPECT_EQ(refusalOf([&] { convert(unknown); }),
              unsupported("Unknown address family on conversion from SDK"));
@@ -111,7 +107,7 @@ TEST(IdentifiersTest, prefixes) {
    EXPECT_EQ(convert(convert(orv::ip_prefix_t("2001:db8::/32"))), orv::ip_prefix_t("2001:db8::/32"));
    EXPECT_TRUE(same(convert(orv::ip_prefix_t()), remote::Prefix()));
    EXPECT_EQ(refusalOf([] { convert(parsed<remote::Prefix>("network: '12345' prefix_length: 300")); }),
-             kFiveBytes);
+             badAddress(5));
 }
 
 TEST(IdentifiersTest, ranges) {
@@ -162,10 +158,10 @@ TEST(IdentifiersTest, bgpKeys) {
    EXPECT_EQ(convert(path), pathKey);
    EXPECT_TRUE(same(convert(pathKey), path));
 
-   EXPECT_EQ(refusalOf([] { convert(parsed<remote::BgpPeerKey>("peer_addr: '12345'")); }), kFiveBytes);
+   EXPECT_EQ(refusalOf([] { convert(parsed<remote::BgpPeerKey>("peer_addr: '12345'")); }), badAddress(5));
    expectFirstIsTold<remote::BgpPathKey>(
         path, kConvert,
-        {{[](auto& m) { m.set_peer_addr("12345"); }, kFiveBytes},
+        {{[](auto& m) { m.set_peer_addr("12345"); }, badAddress(5)},
          {[](auto& m) { m.mutable_prefix()->set_network("123456"); },
           invalidArgument("bytes length 6 does not match IPv4(4) or IPv6(16)")}});
    // Peers use the message for addresses that are written whole.

@@ -9,12 +9,6 @@ using namespace types_test;
 using namespace OrvSdkRpc::types;
 namespace remote = orv::remote;
 
-const auto kConvert = [](const auto& value) { return convert(value); };
-
-Refusal badLength(std::size_t length) {
-   return invalidArgument(fmt::format("bytes length {} does not match IPv4(4) or IPv6(16)", length));
-}
-
 const char* const kKey = R"({ prefix { network: "\x0a\x00\x00\x00" prefix_length: 8 } preference: 3 })";
 
 orv::ip_route_key_t key() {
@@ -107,11 +101,11 @@ TEST(IpRouteTest, aViaIsRefusedInTheOrderOfItsFields) {
    ASSERT_TRUE(intf && vxlanIntf && label);
    expectFirstIsTold<remote::IpRouteVia>(
         viaMessage(), kConvert,
-        {{[](auto& m) { m.mutable_route_key()->mutable_prefix()->set_network("1"); }, badLength(1)},
-         {[](auto& m) { m.set_hop("12"); }, badLength(2)},
+        {{[](auto& m) { m.mutable_route_key()->mutable_prefix()->set_network("1"); }, badAddress(1)},
+         {[](auto& m) { m.set_hop("12"); }, badAddress(2)},
          {[](auto& m) { m.mutable_intf()->set_name("not a name"); }, *intf},
          {[](auto& m) { m.set_mpls_label(1048577); }, *label},
-         {[](auto& m) { m.set_vtep_addr("123"); }, badLength(3)},
+         {[](auto& m) { m.set_vtep_addr("123"); }, badAddress(3)},
          {[](auto& m) { m.set_router_mac("12345"); }, invalidArgument("bytes length 5 do not match MAC(6)")},
          {[](auto& m) { m.mutable_vxlan_intf()->set_name("nor this"); }, *vxlanIntf}});
 }

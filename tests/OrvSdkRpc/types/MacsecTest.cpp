@@ -6,11 +6,8 @@
 namespace {
 
 using namespace types_test;
-using OrvSdkRpc::types::convert;
+using namespace OrvSdkRpc::types;
 namespace remote = orv::remote;
-
-const auto toSdk = [](const auto& message) { return convert(message); };
-const auto toWire = [](const auto& value) { return convert(value); };
 
 TEST(MacsecTest, fieldsGoWhereTheyBelong) {
    const auto message = parsed<remote::MacsecProfile>(R"(
@@ -55,7 +52,7 @@ TEST(MacsecTest, groupsAreSetAlwaysOnTheWayOut) {
 
 TEST(MacsecTest, theKeyServerPriorityIsJudgedBeforeAllElse) {
    expectFirstIsTold<remote::MacsecProfile>(
-        {}, toSdk,
+        {}, kConvert,
         {{[](auto& m) { m.set_key_server_priority(256); },
           invalidArgument("Invalid key server priority 256")},
          {[](auto& m) { m.set_cipher(static_cast<remote::MacsecCipherSuite>(5)); },
@@ -87,11 +84,11 @@ TEST(MacsecTest, reportsBypassAndInterfaces) {
 }
 
 TEST(MacsecTest, roundTripsButForTheInterfaces) {
-   expectRoundTrips<orv::macsec_profile_t>(toWire, toSdk, [](orv::macsec_profile_t profile) {
+   expectRoundTrips<orv::macsec_profile_t>(kConvert, kConvert, [](orv::macsec_profile_t profile) {
       profile.intfs_is({});
       return profile;
    });
-   expectRoundTrips<orv::macsec_key_t>(toWire, toSdk);
+   expectRoundTrips<orv::macsec_key_t>(kConvert, kConvert);
 }
 
 TEST(MacsecTest, status) {

@@ -9,19 +9,17 @@ using namespace types_test;
 using namespace OrvSdkRpc::types;
 namespace remote = orv::remote;
 
-const auto kConvert = [](const auto& value) { return convert(value); };
-
 const Refusal kMustBeEmpty =
      invalidArgument("Pushswap label must be empty when Label action is POP or FORWARD");
 const Refusal kMustNotBeEmpty =
      invalidArgument("Pushswap label must not be empty when Label action is PUSH or SWAP");
 
-const char* const kVia = R"(
+const char* const kMplsVia = R"(
    label_action: MPLS_ACTIONS_SWAP route_key { labels { label: 100 } metric: 5 } hop: "\x0a\x00\x00\x01"
    intf { name: "Ethernet1" } pushswap_label { label: 200 } ttl_mode: MPLS_TTL_MODE_UNIFORM
    payload_type: MPLS_PAYLOAD_TYPE_IPV6 skip_egress_acl: true nexthop_group: "g")";
 
-orv::mpls_route_via_t via() {
+orv::mpls_route_via_t mplsVia() {
    orv::mpls_route_via_t value(orv::mpls_route_key_t(orv::mpls_label_t(100), 5), orv::mpls_action_t::swap);
    value.hop_is(orv::ip_addr_t("10.0.0.1"));
    value.intf_is(orv::intf_id_t("Ethernet1"));
@@ -68,9 +66,9 @@ TEST(MplsRouteTest, theVersionIsJudgedBeforeTheKey) {
 }
 
 TEST(MplsRouteTest, everyFieldOfAVia) {
-   EXPECT_TRUE(setsEveryField(parsed<remote::MplsRouteVia>(kVia)));
-   EXPECT_EQ(convert(parsed<remote::MplsRouteVia>(kVia)), via());
-   EXPECT_TRUE(same(convert(via()), parsed<remote::MplsRouteVia>(kVia)));
+   EXPECT_TRUE(setsEveryField(parsed<remote::MplsRouteVia>(kMplsVia)));
+   EXPECT_EQ(convert(parsed<remote::MplsRouteVia>(kMplsVia)), mplsVia());
+   EXPECT_TRUE(same(convert(mplsVia()), parsed<remote::MplsRouteVia>(kMplsVia)));
 }
 
 TEST(MplsRouteTest, whatWasLeftOutIsTheSdksDefault) {
@@ -140,15 +138,15 @@ TEST(MplsRouteTest, aViaIsRefusedInTheOrderOfItsFields) {
    auto spoiled = behindTheAction;
    spoiled.insert(spoiled.begin(), {[](auto& m) { m.set_label_action(static_cast<remote::MplsActions>(5)); },
                                     invalidArgument("Unknown value for mpls action: 5")});
-   expectFirstIsTold<remote::MplsRouteVia>(parsed<remote::MplsRouteVia>(kVia), kConvert, spoiled);
+   expectFirstIsTold<remote::MplsRouteVia>(parsed<remote::MplsRouteVia>(kMplsVia), kConvert, spoiled);
    spoiled = behindTheAction;
    spoiled.insert(spoiled.begin(),
                   {[](auto& m) { m.set_label_action(remote::MPLS_ACTIONS_FORWARD); }, kMustBeEmpty});
-   expectFirstIsTold<remote::MplsRouteVia>(parsed<remote::MplsRouteVia>(kVia), kConvert, spoiled);
+   expectFirstIsTold<remote::MplsRouteVia>(parsed<remote::MplsRouteVia>(kMplsVia), kConvert, spoiled);
 }
 
 TEST(MplsRouteTest, noRuleIsAppliedOnTheWayOut) {
-   auto value = via();
+   auto value = mplsVia();
    value.label_action_is(orv::mpls_action_t::pop);
    EXPECT_EQ(convert(value).label_action(), remote::MPLS_ACTIONS_POP);
    EXPECT_EQ(convert(value).pushswap_label().label(), 200U);

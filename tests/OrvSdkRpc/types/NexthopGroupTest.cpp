@@ -9,12 +9,6 @@ using namespace types_test;
 using namespace OrvSdkRpc::types;
 namespace remote = orv::remote;
 
-const auto kConvert = [](const auto& value) { return convert(value); };
-
-Refusal badLength(std::size_t length) {
-   return invalidArgument(fmt::format("bytes length {} does not match IPv4(4) or IPv6(16)", length));
-}
-
 // A distinct value for every field; fields that are not read back are separate.
 const char* const kGroup = R"(
    gre_key_type: NEXTHOP_GROUP_GRE_KEY_TYPES_INGRESS_INTF type: NEXTHOP_GROUP_ENCAP_TYPES_MPLS name: "g" ttl: 3
@@ -110,7 +104,7 @@ TEST(NexthopGroupTest, anEntryThatDoesNotStayIsJudgedAllTheSame) {
                 convert(parsed<remote::NexthopGroup>(
                      "nexthops { key: 1 value { } } nexthops { key: 65537 value { nexthop: '12345' } }"));
              }),
-             badLength(5));
+             badAddress(5));
 }
 
 TEST(NexthopGroupTest, aGroupIsRefusedInTheOrderOfItsFields) {
@@ -124,9 +118,9 @@ TEST(NexthopGroupTest, aGroupIsRefusedInTheOrderOfItsFields) {
           invalidArgument("Unknown value for nexthop_group_gre_key_t 2")},
          {[](auto& m) { m.set_type(static_cast<remote::NexthopGroupEncapTypes>(6)); },
           invalidArgument("Unknown value for nexthop_group_encap_t: 6")},
-         {[](auto& m) { m.set_source_ip("1"); }, badLength(1)},
+         {[](auto& m) { m.set_source_ip("1"); }, badAddress(1)},
          {[](auto& m) { m.mutable_source_intf()->set_name("not a name"); }, *intf},
-         {[&](auto& m) { entry(*m.mutable_nexthops()).set_nexthop("12"); }, badLength(2)},
+         {[&](auto& m) { entry(*m.mutable_nexthops()).set_nexthop("12"); }, badAddress(2)},
          {[&](auto& m) {
              entry(*m.mutable_nexthops())
                   .mutable_mpls_action()
@@ -136,8 +130,8 @@ TEST(NexthopGroupTest, aGroupIsRefusedInTheOrderOfItsFields) {
          {[&](auto& m) { entry(*m.mutable_nexthops()).mutable_mpls_action()->add_label_stack(1048577); },
           *label},
          {[&](auto& m) { entry(*m.mutable_nexthops()).mutable_intf()->set_name("not a name"); }, *intf},
-         {[&](auto& m) { entry(*m.mutable_backup_nexthops()).set_nexthop("123"); }, badLength(3)},
-         {[](auto& m) { (*m.mutable_destination_ips())[1] = "12345"; }, badLength(5)}});
+         {[&](auto& m) { entry(*m.mutable_backup_nexthops()).set_nexthop("123"); }, badAddress(3)},
+         {[](auto& m) { (*m.mutable_destination_ips())[1] = "12345"; }, badAddress(5)}});
 }
 
 TEST(NexthopGroupTest, entriesAreJudgedInTheOrderOfTheirKeys) {
@@ -146,11 +140,11 @@ TEST(NexthopGroupTest, entriesAreJudgedInTheOrderOfTheirKeys) {
       (*message.mutable_nexthops())[key].set_nexthop(std::string(16 + key, 'a'));
    // A smaller slot, but a larger key.
    (*message.mutable_nexthops())[65536].set_nexthop("12");
-   EXPECT_EQ(refusalOf([&] { convert(message); }), badLength(17));
+   EXPECT_EQ(refusalOf([&] { convert(message); }), badAddress(17));
    remote::NexthopGroup destinations;
    (*destinations.mutable_destination_ips())[65536] = "12";
    (*destinations.mutable_destination_ips())[5] = "123";
-   EXPECT_EQ(refusalOf([&] { convert(destinations); }), badLength(3));
+   EXPECT_EQ(refusalOf([&] { convert(destinations); }), badAddress(3));
 }
 
 // The label stack is plain numbers, in the order of the forward list.

@@ -7,11 +7,8 @@
 namespace {
 
 using namespace types_test;
-using OrvSdkRpc::types::convert;
+using namespace OrvSdkRpc::types;
 namespace remote = orv::remote;
-
-const auto toSdk = [](const auto& message) { return convert(message); };
-const auto toWire = [](const auto& value) { return convert(value); };
 
 TEST(PolicyMapTest, fieldsGoWhereTheyBelong) {
    const auto message = parsed<remote::PolicyMap>(R"(
@@ -72,7 +69,7 @@ TEST(PolicyMapTest, aRuleTypeLeftOutIsTheSdksDefaultButZeroIsRefused) {
 
 TEST(PolicyMapTest, theFirstBadFieldIsTold) {
    expectFirstIsTold<remote::PolicyMapAction>(
-        {}, toSdk,
+        {}, kConvert,
         {{[](auto& m) { m.set_action_type(static_cast<remote::PolicyActionType>(7)); },
           invalidArgument("Unknown value for policy action type: 7")},
          {[](auto& m) { m.add_nexthops("12345"); },
@@ -80,7 +77,7 @@ TEST(PolicyMapTest, theFirstBadFieldIsTold) {
          {[](auto& m) { m.set_dscp(256); }, invalidArgument("dscp 256 is out of range")},
          {[](auto& m) { m.set_traffic_class(256); }, invalidArgument("traffic_class 256 is out of range")}});
    expectFirstIsTold<remote::PolicyMapRule>(
-        {}, toSdk,
+        {}, kConvert,
         {{[](auto& m) { m.mutable_class_map_key()->set_feature(static_cast<remote::PolicyFeature>(5)); },
           invalidArgument("Unknown value for policy feature: 5")},
          {[](auto& m) { m.set_policy_map_rule_type(static_cast<remote::PolicyMapRuleType>(4)); },
@@ -94,7 +91,7 @@ TEST(PolicyMapTest, theFirstBadFieldIsTold) {
       };
    };
    expectFirstIsTold<remote::PolicyMap>(
-        {}, toSdk,
+        {}, kConvert,
         {{[](auto& m) { m.mutable_key()->set_feature(static_cast<remote::PolicyFeature>(5)); },
           invalidArgument("Unknown value for policy feature: 5")},
          {badRule(1, 65536), invalidArgument("vlan 65536 is out of range")},
@@ -172,9 +169,9 @@ TEST(PolicyMapTest, aHardwareStatusThatTheWireDoesNotKnowIsRefused) {
 }
 
 TEST(PolicyMapTest, roundTrips) {
-   expectRoundTrips<orv::policy_map_t>(toWire, toSdk);
-   expectRoundTrips<orv::policy_map_rule_t>(toWire, toSdk);
-   expectRoundTrips<orv::policy_map_action_t>(toWire, toSdk);
+   expectRoundTrips<orv::policy_map_t>(kConvert, kConvert);
+   expectRoundTrips<orv::policy_map_rule_t>(kConvert, kConvert);
+   expectRoundTrips<orv::policy_map_action_t>(kConvert, kConvert);
 }
 
 }  // namespace

@@ -33,7 +33,7 @@
 namespace {
 
 using namespace types_test;
-using OrvSdkRpc::types::convert;
+using namespace OrvSdkRpc::types;
 namespace remote = orv::remote;
 namespace pb = OrvSdkRpc::pb;
 
@@ -70,8 +70,6 @@ MessagePtr generatedOut(std::uint64_t seed) {
    orvtest::ValueSource source(seed);
    return std::make_unique<Wire>(convert(orvtest::generate<Sdk>(source)));
 }
-
-const auto kConvert = [](const auto& value) { return convert(value); };
 
 template <typename Wire, typename Sdk>
 Record both() {

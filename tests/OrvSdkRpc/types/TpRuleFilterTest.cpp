@@ -6,11 +6,8 @@
 namespace {
 
 using namespace types_test;
-using OrvSdkRpc::types::convert;
+using namespace OrvSdkRpc::types;
 namespace remote = orv::remote;
-
-const auto toSdk = [](const auto& message) { return convert(message); };
-const auto toWire = [](const auto& value) { return convert(value); };
 
 TEST(TpRuleFilterTest, fieldsGoWhereTheyBelong) {
    const auto message = parsed<remote::TpRuleFilter>(R"(
@@ -77,7 +74,7 @@ TEST(TpRuleFilterTest, ofTwoEntriesForOneRangeOfProtocolsTheFirstStays) {
 
 TEST(TpRuleFilterTest, theFirstBadFieldIsTold) {
    expectFirstIsTold<remote::TpRuleFilter>(
-        {}, toSdk,
+        {}, kConvert,
         {{[](auto& m) { m.set_filter_type(static_cast<remote::TrafficPolicyRuleType>(3)); },
           invalidArgument("Unknown value for traffic policy rule type: 3")},
          {[](auto& m) { m.add_src_addrs()->set_addr("12345"); },
@@ -97,9 +94,9 @@ TEST(TpRuleFilterTest, anAddressOfAnUnknownFamilyDoesNotGoOut) {
 }
 
 TEST(TpRuleFilterTest, roundTrips) {
-   expectRoundTrips<orv::tp_rule_filter_t>(toWire, toSdk);
-   expectRoundTrips<orv::protocol_field_t>(toWire, toSdk);
-   expectRoundTrips<orv::port_field_t>(toWire, toSdk);
+   expectRoundTrips<orv::tp_rule_filter_t>(kConvert, kConvert);
+   expectRoundTrips<orv::protocol_field_t>(kConvert, kConvert);
+   expectRoundTrips<orv::port_field_t>(kConvert, kConvert);
 }
 
 }  // namespace

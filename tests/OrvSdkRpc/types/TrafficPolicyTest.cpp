@@ -7,11 +7,8 @@
 namespace {
 
 using namespace types_test;
-using OrvSdkRpc::types::convert;
+using namespace OrvSdkRpc::types;
 namespace remote = orv::remote;
-
-const auto toSdk = [](const auto& message) { return convert(message); };
-const auto toWire = [](const auto& value) { return convert(value); };
 
 remote::TrafficPolicyAction drop() {
    return parsed<remote::TrafficPolicyAction>("action_type: TRAFFIC_POLICY_ACTION_TYPE_DROP");
@@ -85,7 +82,7 @@ TEST(TrafficPolicyTest, equalActionsFoldIntoOne) {
 
 TEST(TrafficPolicyTest, theFirstBadFieldIsTold) {
    expectFirstIsTold<remote::TrafficPolicyAction>(
-        drop(), toSdk,
+        drop(), kConvert,
         {{[](auto& m) { m.set_action_type(static_cast<remote::TrafficPolicyActionType>(15)); },
           invalidArgument("Unknown value for traffic policy action type: 15")},
          {[](auto& m) { m.set_dscp(256); }, invalidArgument("dscp 256 is out of range")},
@@ -97,7 +94,7 @@ TEST(TrafficPolicyTest, theFirstBadFieldIsTold) {
          {[](auto& m) { m.add_nexthops("12345"); },
           invalidArgument("bytes length 5 does not match IPv4(4) or IPv6(16)")}});
    expectFirstIsTold<remote::TrafficPolicyRule>(
-        {}, toSdk,
+        {}, kConvert,
         {{[](auto& m) { m.set_traffic_policy_rule_type(static_cast<remote::TrafficPolicyRuleType>(3)); },
           invalidArgument("Unknown value for traffic policy rule type: 3")},
          {[](auto& m) {
@@ -113,7 +110,7 @@ TEST(TrafficPolicyTest, theFirstBadFieldIsTold) {
       };
    };
    expectFirstIsTold<remote::TrafficPolicy>(
-        {}, toSdk,
+        {}, kConvert,
         {{badRule(1, 3), invalidArgument("Unknown value for traffic policy rule type: 3")},
          {badRule(10, 4), invalidArgument("Unknown value for traffic policy rule type: 4")},
          {badRule(4294967295U, 5), invalidArgument("Unknown value for traffic policy rule type: 5")}});
@@ -149,9 +146,9 @@ TEST(TrafficPolicyTest, whatTheWireDoesNotKnowIsRefused) {
 }
 
 TEST(TrafficPolicyTest, roundTrips) {
-   expectRoundTrips<orv::traffic_policy_t>(toWire, toSdk);
-   expectRoundTrips<orv::traffic_policy_rule_t>(toWire, toSdk);
-   expectRoundTrips<orv::traffic_policy_action_t>(toWire, toSdk);
+   expectRoundTrips<orv::traffic_policy_t>(kConvert, kConvert);
+   expectRoundTrips<orv::traffic_policy_rule_t>(kConvert, kConvert);
+   expectRoundTrips<orv::traffic_policy_action_t>(kConvert, kConvert);
 }
 
 }  // namespace

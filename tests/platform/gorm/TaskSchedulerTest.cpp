@@ -14,15 +14,16 @@
 #include <vector>
 
 #include "platform/zelt/Clock.h"
+#include "testing/base/Nanos.h"
 #include "testing/platform/Loop.h"
 #include "testing/platform/SpinningThreads.h"
 
 namespace Gorm {
 namespace {
 
-using ::testing::ElementsAre;
+using orvtest::anHour;
 
-constexpr std::int64_t anHour = 3600 * Zelt::nanosPerSecond;
+using ::testing::ElementsAre;
 
 TEST(TaskScheduler, runsTheMostUrgentFirstAndEqualsInTurn) {
    orvtest::Loop loop;

@@ -9,12 +9,13 @@
 #include <thread>
 
 #include "platform/zelt/Clock.h"
+#include "testing/base/Nanos.h"
 #include "testing/platform/Loop.h"
 
 namespace Gorm {
 namespace {
 
-constexpr std::int64_t anHour = 3600 * Zelt::nanosPerSecond;
+using orvtest::anHour;
 
 TEST(Task, runsOnceHoweverOftenItIsScheduled) {
    orvtest::Loop loop;

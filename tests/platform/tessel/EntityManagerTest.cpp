@@ -13,7 +13,7 @@ using ::testing::HasSubstr;
 using ::testing::ThrowsMessage;
 
 struct Status : Pavo::RefCounted {};
-struct Other : Pavo::RefCounted {};
+struct Unrelated : Pavo::RefCounted {};
 
 class EntityManagerTest : public ::testing::Test {
 protected:
@@ -27,7 +27,7 @@ TEST_F(EntityManagerTest, readersSeeWhatTheWriterPuts) {
    const auto status = Pavo::makePtr<Status>();
    writer.entityIs(status);
    EXPECT_EQ(reader.entity<Status>(), status);
-   EXPECT_FALSE(reader.entity<Other>()) << "another type";
+   EXPECT_FALSE(reader.entity<Unrelated>()) << "another type";
    EXPECT_THAT(manager->paths(), ElementsAre("hardware/status"));
    writer.entityIs(nullptr);
    EXPECT_FALSE(reader.entity<Status>());

@@ -20,8 +20,8 @@ struct Config : Pavo::RefCounted {
    std::string name;
    std::size_t size;
 };
-struct Other : Pavo::RefCounted {
-   static constexpr std::string_view entityType = "Test::Other";
+struct OtherEntity : Pavo::RefCounted {
+   static constexpr std::string_view entityType = "Test::OtherEntity";
 };
 
 class MountGroupTest : public ::testing::Test {
@@ -36,7 +36,7 @@ TEST_F(MountGroupTest, aWriterMakesWhatIsNotThere) {
    ASSERT_TRUE(manager->entity<Config>("te/config"));
    EXPECT_EQ(manager->entity<Config>("te/config")->name, "override");
    EXPECT_EQ(manager->entity<Config>("te/config")->size, 1024U);
-   EXPECT_FALSE(manager->entity<Other>("te/config")) << "another type";
+   EXPECT_FALSE(manager->entity<OtherEntity>("te/config")) << "another type";
    EXPECT_FALSE(manager->entity<Config>("te")) << "nothing is there";
    EXPECT_EQ(writer->size(), 1U);
 }
@@ -57,16 +57,16 @@ TEST_F(MountGroupTest, aReaderFindsWhatIsThereByItsType) {
    reader->mount<Config>("te/config", MountMode::read);
    EXPECT_FALSE(manager->entity<Config>("te/config"));
    const auto writer = group();
-   writer->mount<Other>("te/config", MountMode::write);
+   writer->mount<OtherEntity>("te/config", MountMode::write);
    reader->mount<Config>("te/config", MountMode::read);
    EXPECT_FALSE(manager->entity<Config>("te/config"));
 }
 
 TEST_F(MountGroupTest, aWriterOfAnotherTypeIsRefusedInWords) {
-   group()->mount<Other>("te/config", MountMode::write);
+   group()->mount<OtherEntity>("te/config", MountMode::write);
    EXPECT_THAT([&] { group()->mount<Config>("te/config", MountMode::write, "x", 1U); },
                ThrowsMessage<std::runtime_error>(HasSubstr("of another type, expected Test::Config")));
-   EXPECT_NO_THROW(group()->mount<Other>("te/config", MountMode::write));
+   EXPECT_NO_THROW(group()->mount<OtherEntity>("te/config", MountMode::write));
 }
 
 TEST_F(MountGroupTest, aWriterCannotMakeSomethingFromNothing) {

@@ -8,11 +8,11 @@ namespace {
 
 using ::testing::ElementsAre;
 
-struct Number : Pavo::RefCounted {
-   explicit Number(int v) : value(v) {}
+struct Entry : Pavo::RefCounted {
+   explicit Entry(int v) : value(v) {}
    int value;
 };
-struct Other : Pavo::RefCounted {};
+struct OtherEntry : Pavo::RefCounted {};
 
 class DirTest : public ::testing::Test {
 protected:
@@ -25,26 +25,26 @@ protected:
 };
 
 TEST_F(DirTest, givesBackWhatWasPutUnderItsType) {
-   dir->entityIs("one", Pavo::makePtr<Number>(1));
-   ASSERT_TRUE(dir->entityAs<Number>("one"));
-   EXPECT_EQ(dir->entityAs<Number>("one")->value, 1);
-   EXPECT_FALSE(dir->entityAs<Other>("one")) << "another type";
+   dir->entityIs("one", Pavo::makePtr<Entry>(1));
+   ASSERT_TRUE(dir->entityAs<Entry>("one"));
+   EXPECT_EQ(dir->entityAs<Entry>("one")->value, 1);
+   EXPECT_FALSE(dir->entityAs<OtherEntry>("one")) << "another type";
    EXPECT_FALSE(dir->entity("two")) << "missing";
 }
 
 TEST_F(DirTest, namesAreInOrder) {
-   dir->entityIs("b", Pavo::makePtr<Other>());
-   dir->entityIs("a", Pavo::makePtr<Other>());
+   dir->entityIs("b", Pavo::makePtr<OtherEntry>());
+   dir->entityIs("a", Pavo::makePtr<OtherEntry>());
    EXPECT_THAT(dir->names(), ElementsAre("a", "b"));
    EXPECT_EQ(dir->size(), 2U);
 }
 
 TEST_F(DirTest, tellsOfEveryChangeAndOnlyOfChanges) {
    const Dir::Reaction reaction = dir->reactorIs(recorder());
-   const auto number = Pavo::makePtr<Number>(1);
+   const auto number = Pavo::makePtr<Entry>(1);
    dir->entityIs("a", number);
    dir->entityIs("a", number);
-   dir->entityIs("a", Pavo::makePtr<Number>(2));
+   dir->entityIs("a", Pavo::makePtr<Entry>(2));
    dir->entityDel("a");
    dir->entityDel("a");
    dir->entityIs("b", nullptr);
@@ -55,9 +55,9 @@ TEST_F(DirTest, tellsOfEveryChangeAndOnlyOfChanges) {
 TEST_F(DirTest, aDroppedReactionIsNotCalled) {
    {
       const Dir::Reaction reaction = dir->reactorIs(recorder());
-      dir->entityIs("a", Pavo::makePtr<Other>());
+      dir->entityIs("a", Pavo::makePtr<OtherEntry>());
    }
-   dir->entityIs("b", Pavo::makePtr<Other>());
+   dir->entityIs("b", Pavo::makePtr<OtherEntry>());
    EXPECT_THAT(changes, ElementsAre("a"));
 }
 
@@ -69,8 +69,8 @@ TEST_F(DirTest, aReactorMayDropAnotherAndItself) {
       first = {};
    });
    second = dir->reactorIs(recorder());
-   dir->entityIs("a", Pavo::makePtr<Other>());
-   dir->entityIs("b", Pavo::makePtr<Other>());
+   dir->entityIs("a", Pavo::makePtr<OtherEntry>());
+   dir->entityIs("b", Pavo::makePtr<OtherEntry>());
    EXPECT_THAT(changes, ElementsAre("first a"));
 }
 
@@ -78,9 +78,9 @@ TEST_F(DirTest, aReactorMayChangeTheDirectory) {
    const Dir::Reaction reaction = dir->reactorIs([&](const std::string& name) {
       changes.push_back(name);
       if (name == "a") dir->entityDel("a");
-      if (changes.size() == 2) dir->entityIs("b", Pavo::makePtr<Other>());
+      if (changes.size() == 2) dir->entityIs("b", Pavo::makePtr<OtherEntry>());
    });
-   dir->entityIs("a", Pavo::makePtr<Other>());
+   dir->entityIs("a", Pavo::makePtr<OtherEntry>());
    EXPECT_THAT(changes, ElementsAre("a", "a", "b"));
    EXPECT_THAT(dir->names(), ElementsAre("b"));
 }

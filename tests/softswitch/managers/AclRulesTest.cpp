@@ -18,7 +18,7 @@ const acl_key_t v4{"edge", acl_type_t::ipv4};
 const acl_key_t v6{"edge", acl_type_t::ipv6};
 const acl_key_t eth{"edge", acl_type_t::eth};
 
-std::string refusal(const acl_key_t& key, const AclRule& rule) {
+std::string refusalOfRule(const acl_key_t& key, const AclRule& rule) {
    try {
       checkAclRule(key, 7, rule);
    } catch (const orv::error& e) {
@@ -33,25 +33,28 @@ template <typename Change>
 std::string changed(const acl_key_t& key, Change change) {
    acl_rule_ip_t rule;
    change(rule);
-   return refusal(key, rule);
+   return refusalOfRule(key, rule);
 }
 
 TEST(AclRules, defaultRulesFitTheirLists) {
-   EXPECT_EQ(refusal(v4, acl_rule_ip_t()), "");
-   EXPECT_EQ(refusal(v6, acl_rule_ip_t()), "");
-   EXPECT_EQ(refusal(eth, acl_rule_eth_t()), "");
+   EXPECT_EQ(refusalOfRule(v4, acl_rule_ip_t()), "");
+   EXPECT_EQ(refusalOfRule(v6, acl_rule_ip_t()), "");
+   EXPECT_EQ(refusalOfRule(eth, acl_rule_eth_t()), "");
 }
 
 TEST(AclRules, refuseKeysThatNameNoList) {
-   EXPECT_EQ(refusal({"", acl_type_t::ipv4}, acl_rule_ip_t()), "ACL name is empty, expected a name");
-   EXPECT_NE(refusal({"edge", acl_type_t::none}, acl_rule_ip_t()).find("has type none"), std::string::npos);
+   EXPECT_EQ(refusalOfRule({"", acl_type_t::ipv4}, acl_rule_ip_t()), "ACL name is empty, expected a name");
+   EXPECT_NE(refusalOfRule({"edge", acl_type_t::none}, acl_rule_ip_t()).find("has type none"),
+             std::string::npos);
 }
 
 TEST(AclRules, refuseTheWrongKindForTheList) {
-   EXPECT_EQ(refusal(eth, acl_rule_ip_t()), "an IP rule in a list of type eth, expected type ipv4 or ipv6");
-   EXPECT_EQ(refusal({"edge", acl_type_t::mpls}, acl_rule_ip_t()),
+   EXPECT_EQ(refusalOfRule(eth, acl_rule_ip_t()),
+             "an IP rule in a list of type eth, expected type ipv4 or ipv6");
+   EXPECT_EQ(refusalOfRule({"edge", acl_type_t::mpls}, acl_rule_ip_t()),
              "an IP rule in a list of type mpls, expected type ipv4 or ipv6");
-   EXPECT_EQ(refusal(v4, acl_rule_eth_t()), "an Ethernet rule in a list of type ipv4, expected type eth");
+   EXPECT_EQ(refusalOfRule(v4, acl_rule_eth_t()),
+             "an Ethernet rule in a list of type ipv4, expected type eth");
 }
 
 TEST(AclRules, refuseAGroupNameThatNoGroupCanHave) {
@@ -80,7 +83,7 @@ TEST(AclRules, refuseNumbersOutOfRange) {
              "icmp code 65534 is out of range, expected 0 to 255, or 65535 for any");
    acl_rule_eth_t ethRule;
    ethRule.eth_protocol_is(65537);
-   EXPECT_EQ(refusal(eth, ethRule), "eth protocol 65537 is out of range, expected 0 to 65536");
+   EXPECT_EQ(refusalOfRule(eth, ethRule), "eth protocol 65537 is out of range, expected 0 to 65536");
 }
 
 TEST(AclRules, refuseAddressesThatDoNotFit) {

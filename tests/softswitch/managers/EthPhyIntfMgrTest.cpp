@@ -14,9 +14,9 @@ using orv::oper_status_t;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-class Listener final : public orv::eth_phy_intf_handler {
+class PortListener final : public orv::eth_phy_intf_handler {
 public:
-   explicit Listener(orv::eth_phy_intf_mgr* mgr) : orv::eth_phy_intf_handler(mgr) {
+   explicit PortListener(orv::eth_phy_intf_mgr* mgr) : orv::eth_phy_intf_handler(mgr) {
       watch_all_eth_phy_intfs(true);
    }
    void on_eth_phy_intf_create(const intf_id_t& intf) override {
@@ -86,7 +86,7 @@ TEST_F(EthPhyIntfMgrTest, showsThePortsOfTheTopologyInOrder) {
 }
 
 TEST_F(EthPhyIntfMgrTest, changesAreToldFromTheLoopAndRepeatsAreNot) {
-   Listener listener(mgr_.get());
+   PortListener listener(mgr_.get());
    mgr_->linkSpeedIs(ethernet1_, eth_link_speed_t::speed_40gb);
    mgr_->linkSpeedIs(ethernet1_, eth_link_speed_t::speed_40gb);
    mgr_->transceiverPresentIs(ethernet1_, false);
@@ -100,7 +100,7 @@ TEST_F(EthPhyIntfMgrTest, changesAreToldFromTheLoopAndRepeatsAreNot) {
 }
 
 TEST_F(EthPhyIntfMgrTest, withoutHardwareThereIsNoTransceiverAndNoSpeed) {
-   Listener listener(mgr_.get());
+   PortListener listener(mgr_.get());
    mgr_->hardwarePresentIs(ethernet1_, false);
    EXPECT_FALSE(mgr_->hardware_present(ethernet1_));
    EXPECT_FALSE(mgr_->transceiver_present(ethernet1_));
@@ -116,7 +116,7 @@ TEST_F(EthPhyIntfMgrTest, withoutHardwareThereIsNoTransceiverAndNoSpeed) {
 }
 
 TEST_F(EthPhyIntfMgrTest, withoutALinkThereIsNoSpeed) {
-   Listener listener(mgr_.get());
+   PortListener listener(mgr_.get());
    intfs_->linkIs(ethernet1_, false);
    EXPECT_EQ(mgr_->link_speed(ethernet1_), eth_link_speed_t::unknown);
    intfs_->linkIs(ethernet1_, false);
@@ -151,7 +151,7 @@ TEST_F(EthPhyIntfMgrTest, aPortIsUpWithCableTransceiverAndHardware) {
 }
 
 TEST_F(EthPhyIntfMgrTest, portsComeAndGo) {
-   Listener listener(mgr_.get());
+   PortListener listener(mgr_.get());
    const intf_id_t added("Ethernet65");
    mgr_->portAdd(added);
    mgr_->portDel(ethernet1_);

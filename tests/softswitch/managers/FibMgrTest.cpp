@@ -12,7 +12,7 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using Action = orv::ip_route_action_t;
 
-class Listener final : public orv::fib_handler {
+class FibListener final : public orv::fib_handler {
 public:
    using orv::fib_handler::fib_handler;
    void on_route_set(const orv::fib_route_t& route) override {
@@ -97,7 +97,7 @@ TEST_F(FibMgrTest, aRouteIsThereBecauseItAndItsGroupWereProgrammedAndVanishesWit
 }
 
 TEST_F(FibMgrTest, eventsComeInAnOrderThatCanBeFollowed) {
-   Listener listener(&fib());
+   FibListener listener(&fib());
    setGroup("g");
    setRoute("10.0.0.0/8", "g");
    EXPECT_THAT(listener.heard, IsEmpty());
@@ -127,7 +127,7 @@ TEST_F(FibMgrTest, eventsComeInAnOrderThatCanBeFollowed) {
 TEST_F(FibMgrTest, aManagerOnDemandHasNoEvents) {
    auto* manager = sw().get_fib_mgr(orv::mgr_mode_type_t::on_demand);
    EXPECT_FALSE(manager->events_enabled());
-   Listener listener(manager);
+   FibListener listener(manager);
    setGroup("g");
    setRoute("10.0.0.0/8", "g");
    settle();
@@ -137,7 +137,7 @@ TEST_F(FibMgrTest, aManagerOnDemandHasNoEvents) {
 }
 
 TEST_F(FibMgrTest, aRouteWithHopsHasAFecOfItsOwnAndFollowsTheLink) {
-   Listener listener(&fib());
+   FibListener listener(&fib());
    setHops("10.0.0.0/8", "Ethernet1");
    settle();
    EXPECT_THAT(listener.take(), ElementsAre("fec set", "set 10.0.0.0/8"));
@@ -181,7 +181,7 @@ TEST_F(FibMgrTest, aRouteWithoutViasIsNotInTheFib) {
 }
 
 TEST_F(FibMgrTest, theSmallestPreferenceThatForwardsWins) {
-   Listener listener(&fib());
+   FibListener listener(&fib());
    setGroup("g");
    setHops("10.0.0.0/8", "Ethernet1", 5);
    settle();
@@ -220,7 +220,7 @@ TEST_F(FibMgrTest, onlyTheDefaultVrfIsInTheFib) {
    const orv::ip_route_t route(key("10.0.0.0/8"));
    sw().ipRoutes().ip_route_set(route, "red");
    sw().ipRoutes().ip_route_via_set(groupVia("10.0.0.0/8", "g"), "red");
-   Listener listener(&fib());
+   FibListener listener(&fib());
    settle();
    EXPECT_EQ(sw().ipRoutes().programmed(), 1u);
    EXPECT_FALSE(inFib("10.0.0.0/8"));
@@ -244,7 +244,7 @@ TEST_F(FibMgrTest, aGroupThatComesAndGoesTakesItsManyRoutesAlong) {
       setRoute(fmt::format("10.{}.{}.0/24", i / 256, i % 256), i % 2 != 0 ? "odd" : "even");
    setGroup("even");
    settle();
-   Listener listener(&fib());
+   FibListener listener(&fib());
    EXPECT_EQ(fibRoutes().size(), 2500u);
    setGroup("odd");
    settle();

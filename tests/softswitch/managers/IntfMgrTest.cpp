@@ -14,7 +14,7 @@ using orv::oper_status_t;
 using testing::ElementsAre;
 
 // Records its events.
-class Listener final : public orv::intf_handler {
+class IntfListener final : public orv::intf_handler {
 public:
    using orv::intf_handler::intf_handler;
    void on_intf_create(const intf_id_t& intf) override { heard.push_back(intf.to_string() + " created"); }
@@ -88,8 +88,8 @@ TEST_F(IntfMgrTest, kernelNamesGoBothWays) {
 }
 
 TEST_F(IntfMgrTest, linkEventsReachHandlersFromTheLoopOnly) {
-   Listener watching(mgr_.get());
-   Listener deaf(mgr_.get());
+   IntfListener watching(mgr_.get());
+   IntfListener deaf(mgr_.get());
    watching.watch_all_intfs(true);
    mgr_->linkIs(ethernet1_, false);
    mgr_->linkIs(ethernet1_, false);
@@ -101,7 +101,7 @@ TEST_F(IntfMgrTest, linkEventsReachHandlersFromTheLoopOnly) {
 }
 
 TEST_F(IntfMgrTest, adminAndDescriptionEventsComeInOrder) {
-   Listener listener(mgr_.get());
+   IntfListener listener(mgr_.get());
    listener.watch_all_intfs(true);
    mgr_->admin_enabled_is(ethernet1_, false);
    mgr_->admin_enabled_is(ethernet1_, false);
@@ -113,7 +113,7 @@ TEST_F(IntfMgrTest, adminAndDescriptionEventsComeInOrder) {
 }
 
 TEST_F(IntfMgrTest, watchingOneInterfaceHearsOfThatOne) {
-   Listener listener(mgr_.get());
+   IntfListener listener(mgr_.get());
    listener.watch_intf(ethernet2_, true);
    mgr_->linkIs(ethernet1_, false);
    mgr_->linkIs(ethernet2_, false);
@@ -138,7 +138,7 @@ TEST_F(IntfMgrTest, configurationSurvivesARestartAndTheLinkDoesNot) {
 }
 
 TEST_F(IntfMgrTest, interfacesAreMadeAndRemoved) {
-   Listener listener(mgr_.get());
+   IntfListener listener(mgr_.get());
    listener.watch_all_intfs(true);
    const intf_id_t made("Loopback7"), lag("Lag1");
    mgr_->intfAdd(made);
@@ -160,7 +160,7 @@ TEST_F(IntfMgrTest, aPortThatComesTellsAllOfItself) {
    mgr_->admin_enabled_is(ethernet1_, false);
    mgr_->portDel(ethernet1_);
    runLoop();
-   Listener listener(mgr_.get());
+   IntfListener listener(mgr_.get());
    listener.watch_all_intfs(true);
    mgr_->portAdd(ethernet1_);
    mgr_->portAdd(absent_);
@@ -172,7 +172,7 @@ TEST_F(IntfMgrTest, aPortThatComesTellsAllOfItself) {
 }
 
 TEST_F(IntfMgrTest, whatChangesAfterAnInterfaceCameIsToldBehindHowItCame) {
-   Listener listener(mgr_.get());
+   IntfListener listener(mgr_.get());
    listener.watch_all_intfs(true);
    const intf_id_t made("Loopback7");
    mgr_->intfAdd(made);
@@ -197,7 +197,7 @@ public:
 };
 
 TEST_F(IntfMgrTest, ofAnInterfaceThatIsGoneAgainOnlyComingAndGoingAreTold) {
-   Listener listener(mgr_.get());
+   IntfListener listener(mgr_.get());
    Reader reader(mgr_.get());
    listener.watch_all_intfs(true);
    reader.watch_all_intfs(true);

@@ -19,7 +19,7 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
-class Listener final : public orv::mpls_route_handler {
+class MplsListener final : public orv::mpls_route_handler {
 public:
    using orv::mpls_route_handler::mpls_route_handler;
    void on_mpls_route_set(const mpls_route_key_t& key, orv::mpls_fec_id_t) override {
@@ -114,7 +114,7 @@ TEST_F(MplsRouteMgrTest, viasByIdentityAndBare) {
 }
 
 TEST_F(MplsRouteMgrTest, hardwareFollowsLater) {
-   Listener listener(&mgr());
+   MplsListener listener(&mgr());
    listener.watch_all_mpls_routes(true);
    set(pop(label(100), "192.0.2.1"), 5);
    EXPECT_EQ(mgr().fec_id(label(100)).id(), 0u);
@@ -141,7 +141,7 @@ TEST_F(MplsRouteMgrTest, hardwareFollowsLater) {
 }
 
 TEST_F(MplsRouteMgrTest, aRouteWaitsForItsGroup) {
-   Listener listener(&mgr());
+   MplsListener listener(&mgr());
    listener.watch_all_mpls_routes(true);
    set(over(label(100), "g"));
    set(over(label(200), "g"));
@@ -163,7 +163,7 @@ TEST_F(MplsRouteMgrTest, aRouteWaitsForItsGroup) {
 }
 
 TEST_F(MplsRouteMgrTest, onlyWatchedRoutesAreTold) {
-   Listener listener(&mgr());
+   MplsListener listener(&mgr());
    listener.watch_mpls_route(label(100), true);
    set(pop(label(100), "192.0.2.1"));
    set(pop(label(200), "192.0.2.1"));

@@ -15,7 +15,7 @@ using testing::UnorderedElementsAre;
 using HwState = orv::nexthop_group_programmed_hw_state_t;
 using CounterState = orv::nexthop_group_counter_state_t;
 
-class Listener final : public orv::nexthop_group_handler_v3 {
+class GroupListener final : public orv::nexthop_group_handler_v3 {
 public:
    using orv::nexthop_group_handler_v3::nexthop_group_handler_v3;
    void on_nexthop_group_active(const std::string& name, bool active) override {
@@ -116,7 +116,7 @@ TEST_F(NexthopGroupMgrTest, versionsRiseAndSkipZero) {
 }
 
 TEST_F(NexthopGroupMgrTest, hardwareFollowsLater) {
-   Listener listener(&mgr());
+   GroupListener listener(&mgr());
    listener.watch_all_nexthop_groups(true);
    setGroup("g");
    EXPECT_TRUE(mgr().exists("g"));
@@ -145,7 +145,7 @@ TEST_F(NexthopGroupMgrTest, hardwareFollowsLater) {
 }
 
 TEST_F(NexthopGroupMgrTest, severalSetsBeforeTheStageAreOne) {
-   Listener listener(&mgr());
+   GroupListener listener(&mgr());
    listener.watch_nexthop_group("g", true);
    setGroup("g");
    setGroup("g");
@@ -165,7 +165,7 @@ TEST_F(NexthopGroupMgrTest, everyDeletionIsTold) {
    mgr().nexthop_group_set(group("stale", "Ethernet2"));
    linkIs("Ethernet2", false);
    EXPECT_FALSE(mgr().active("idle"));
-   Listener listener(&mgr());
+   GroupListener listener(&mgr());
    listener.watch_all_nexthop_groups(true);
    mgr().nexthop_group_del("idle");
    mgr().nexthop_group_del("forwards");
@@ -258,7 +258,7 @@ TEST_F(NexthopGroupMgrTest, activityFollowsTheLink) {
    g.nexthop_set(1, entry("192.0.2.2", "Ethernet2"));
    mgr().nexthop_group_set(g);
    settle();
-   Listener listener(&mgr());
+   GroupListener listener(&mgr());
    listener.watch_all_nexthop_groups(true);
    linkIs("Ethernet1", false);
    EXPECT_TRUE(mgr().active("g"));
@@ -274,7 +274,7 @@ TEST_F(NexthopGroupMgrTest, activityFollowsPortsThatGoAndTransceiversThatArePull
    const orv::intf_id_t ethernet1("Ethernet1");
    setGroup("g");
    settle();
-   Listener listener(&mgr());
+   GroupListener listener(&mgr());
    listener.watch_all_nexthop_groups(true);
    sw().ethPhyIntfs().transceiverPresentIs(ethernet1, false);
    settle();
@@ -344,7 +344,7 @@ TEST_F(NexthopGroupMgrTest, groupsThatLeadIntoEachOtherDoNotHoldEachOtherUp) {
    parent("a", "b", {entry("", "Ethernet1")});
    settle();
    all(true);
-   Listener listener(&mgr());
+   GroupListener listener(&mgr());
    listener.watch_all_nexthop_groups(true);
    linkIs("Ethernet1", false);
    all(false);

@@ -26,7 +26,7 @@ using orv::policy_map_t;
 using testing::ElementsAre;
 using testing::Pair;
 
-class Listener final : public orv::policy_map_handler {
+class PolicyListener final : public orv::policy_map_handler {
 public:
    using orv::policy_map_handler::policy_map_handler;
    void on_policy_map_sync(const policy_map_key_t& key) override { heard.push_back("sync " + key.name()); }
@@ -135,7 +135,7 @@ TEST_F(PolicyMapMgrTest, everythingSurvivesARestart) {
 }
 
 TEST_F(PolicyMapMgrTest, hardwareAnswersFromTheLoop) {
-   Listener listener(mgr_.get());
+   PolicyListener listener(mgr_.get());
    listener.watch_all_policy_maps(true);
    classMaps_->class_map_is(class_map_t(class_));
    mgr_->policy_map_is(mapOf(a_));
@@ -155,7 +155,7 @@ TEST_F(PolicyMapMgrTest, hardwareAnswersFromTheLoop) {
 }
 
 TEST_F(PolicyMapMgrTest, anAppliedPolicyMapFollowsItsClassMap) {
-   Listener listener(mgr_.get());
+   PolicyListener listener(mgr_.get());
    listener.watch_policy_map(a_, true);
    mgr_->policy_map_is(mapOf(a_));
    mgr_->policy_map_is(mapOf(b_));

@@ -8,6 +8,7 @@
 
 #include "softswitch/managers/intf_mgr.h"
 #include "softswitch/sbfd/sbfd_model.h"
+#include "testing/base/Nanos.h"
 #include "testing/softswitch/ManagerFixture.h"
 
 namespace softswitch {
@@ -19,11 +20,10 @@ using orv::ip_addr_t;
 using orv::mpls_label_t;
 using orv::sbfd_echo_session_key_t;
 using orv::sbfd_interval_t;
+using orvtest::ms;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::Pair;
-
-constexpr std::int64_t ms = 1'000'000;
 
 class Listener final : public orv::bfd_session_handler {
 public:

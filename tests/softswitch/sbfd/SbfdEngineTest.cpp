@@ -3,17 +3,17 @@
 #include <gmock/gmock.h>
 
 #include "softswitch/sbfd/sbfd_model.h"
+#include "testing/base/Nanos.h"
 
 namespace softswitch {
 namespace {
 
 using Status = orv::bfd_session_status_t;
 using orv::sbfd_interval_t;
+using orvtest::ms;
+using orvtest::us;
 using testing::ElementsAre;
 using testing::IsEmpty;
-
-constexpr std::int64_t us = 1000;
-constexpr std::int64_t ms = 1000 * us;
 
 class SbfdEngineTest : public testing::Test {
 protected:

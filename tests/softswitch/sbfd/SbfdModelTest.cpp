@@ -3,13 +3,14 @@
 #include <gmock/gmock.h>
 
 #include "orv/error.h"
+#include "testing/base/Nanos.h"
 #include "testing/sdk/Refusal.h"
 
 namespace softswitch {
 namespace {
 
-constexpr std::int64_t us = 1000;
-constexpr std::int64_t ms = 1000 * us;
+using orvtest::ms;
+using orvtest::us;
 
 const SbfdFarEndPlace place{.nexthop = orv::ip_addr_t("10.0.0.1"), .intf = {}};
 

@@ -6,15 +6,16 @@
 #include <random>
 
 #include "softswitch/sbfd/sbfd_path.h"
+#include "testing/base/Nanos.h"
 
 namespace softswitch {
 namespace {
 
+using orvtest::ms;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::UnorderedElementsAre;
 
-constexpr std::int64_t ms = 1'000'000;
 constexpr std::int64_t turn = static_cast<std::int64_t>(SbfdWheel::slots) * SbfdWheel::tickNanos;
 
 std::vector<SbfdWheel::Node> expired(SbfdWheel& wheel, std::int64_t now) {

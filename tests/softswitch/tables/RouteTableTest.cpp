@@ -61,9 +61,9 @@ struct Kind {
    }
 };
 
-class Numbers : public RouteTable<Kind> {
+class NumberedRoutes : public RouteTable<Kind> {
 public:
-   Numbers(store::Store& store, Names& groups)
+   NumberedRoutes(store::Store& store, Names& groups)
         : RouteTable(store, groups, 2, unwritten_),
           unwritten_(
                store, [](Row&) {}, [](const Row&) { return std::size_t{0}; }) {}
@@ -102,7 +102,7 @@ protected:
    orvtest::TempDir directory_;
    store::Store store_{store::StoreOptions{.directory = directory_ / "state", .bootId = "boot", .log = {}}};
    Names groups_;
-   Numbers table_{store_, groups_};
+   NumberedRoutes table_{store_, groups_};
    Row& row_ = table_.insert(1);
 };
 
@@ -172,15 +172,15 @@ TEST_F(RouteTableTest, aViaIsErasedByAllItsFieldsOrBare) {
 }
 
 TEST_F(RouteTableTest, twoFormsOfAViaAreToldByHopOrByBeingTheGroups) {
-   EXPECT_TRUE(Numbers::sameVia(hop(1), hop(1, 5)));
-   EXPECT_FALSE(Numbers::sameVia(hop(1), hop(2)));
-   EXPECT_TRUE(Numbers::sameVia(over("g"), over("h")));
-   EXPECT_FALSE(Numbers::sameVia(over("g"), Via{}));
+   EXPECT_TRUE(NumberedRoutes::sameVia(hop(1), hop(1, 5)));
+   EXPECT_FALSE(NumberedRoutes::sameVia(hop(1), hop(2)));
+   EXPECT_TRUE(NumberedRoutes::sameVia(over("g"), over("h")));
+   EXPECT_FALSE(NumberedRoutes::sameVia(over("g"), Via{}));
 }
 
 // The routes that a resync erased, and those that lost vias in it.
 struct Completed {
-   explicit Completed(Numbers& table) {
+   explicit Completed(NumberedRoutes& table) {
       completeResync(
            table,
            [&](Row& row) {
