@@ -2,7 +2,7 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <forward_list>
+#include <iterator>
 #include <utility>
 
 #include "OrvSdkRpc/programming/Convert.h"
@@ -30,10 +30,12 @@ orv::nexthop_group_mpls_action_t convertAction(const pb::nexthop_msg& nexthop) {
       // Implicit null requests no operation in the forwarding plane.
       action.action_type_is(orv::mpls_action_t::none);
    } else if (!labels.empty()) {
-      std::forward_list<orv::mpls_label_t> stack;
+      // The message has the innermost label first.
+      orv::mpls_label_stack_t inwards;
       for (const std::uint32_t label : labels)
-         stack.emplace_front(label);
-      action.label_stack_is(std::move(stack));
+         inwards.push_back(orv::mpls_label_t(label));
+      action.label_stack_is(
+           {std::make_reverse_iterator(inwards.end()), std::make_reverse_iterator(inwards.begin())});
    }
    return action;
 }

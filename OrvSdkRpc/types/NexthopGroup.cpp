@@ -152,10 +152,9 @@ void convert(const orv::nexthop_group_entry_t& entry, remote::NexthopGroupEntry&
 
 orv::nexthop_group_mpls_action_t convert(const remote::NexthopGroupMplsAction& message) {
    const auto actionType = convert(message.action_type());
-   std::forward_list<orv::mpls_label_t> labels;
-   auto last = labels.before_begin();
+   orv::mpls_label_stack_t labels;
    for (const std::uint32_t label : message.label_stack())
-      last = labels.emplace_after(last, label);
+      labels.push_back(orv::mpls_label_t(label));
    return {actionType, std::move(labels)};
 }
 

@@ -56,24 +56,6 @@ std::string_view enum_text(nexthop_group_counter_state_t v) noexcept {
    return {};
 }
 
-const std::forward_list<mpls_label_t>& nexthop_group_mpls_action_t::label_stack() const noexcept {
-   static const std::forward_list<mpls_label_t> none;
-   return label_stack_ ? *label_stack_ : none;
-}
-
-void nexthop_group_mpls_action_t::label_stack_is(std::forward_list<mpls_label_t> v) {
-   if (v.empty()) {
-      label_stack_.reset();
-   } else {
-      label_stack_ = std::make_shared<const std::forward_list<mpls_label_t>>(std::move(v));
-   }
-}
-
-bool nexthop_group_mpls_action_t::operator==(const nexthop_group_mpls_action_t& other) const noexcept {
-   return action_type_ == other.action_type_ &&
-          (label_stack_ == other.label_stack_ || label_stack() == other.label_stack());
-}
-
 std::size_t nexthop_group_mpls_action_t::hash() const {
    return detail::hash_of(action_type_, label_stack());
 }

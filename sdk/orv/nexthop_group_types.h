@@ -3,7 +3,6 @@
 // Thread-safety: plain values.
 #pragma once
 
-#include <forward_list>
 #include <memory>
 #include <string>
 #include <utility>
@@ -11,6 +10,7 @@
 #include "orv/intf_id.h"
 #include "orv/ip_addr.h"
 #include "orv/mpls_label.h"
+#include "orv/mpls_label_stack.h"
 #include "orv/mpls_route_types.h"
 #include "orv/sbfd_types.h"
 #include "orv/slot_map.h"
@@ -57,25 +57,22 @@ public:
    using sdk_value = nexthop_group_mpls_action_t;
 
    nexthop_group_mpls_action_t() = default;
-   nexthop_group_mpls_action_t(mpls_action_t action_type, std::forward_list<mpls_label_t> label_stack)
-        : action_type_(action_type) {
-      label_stack_is(std::move(label_stack));
-   }
+   nexthop_group_mpls_action_t(mpls_action_t action_type, mpls_label_stack_t label_stack)
+        : action_type_(action_type), label_stack_(std::move(label_stack)) {}
 
    [[nodiscard]] mpls_action_t action_type() const noexcept { return action_type_; }
    void action_type_is(mpls_action_t v) { action_type_ = v; }
    // Labels to impose, outermost first.
-   [[nodiscard]] const std::forward_list<mpls_label_t>& label_stack() const noexcept;
-   void label_stack_is(std::forward_list<mpls_label_t> v);
+   [[nodiscard]] const mpls_label_stack_t& label_stack() const noexcept { return label_stack_; }
+   void label_stack_is(mpls_label_stack_t v) { label_stack_ = std::move(v); }
 
-   bool operator==(const nexthop_group_mpls_action_t& other) const noexcept;
+   bool operator==(const nexthop_group_mpls_action_t&) const noexcept = default;
    [[nodiscard]] std::size_t hash() const;
    [[nodiscard]] std::string to_string() const;
 
 private:
    mpls_action_t action_type_ = mpls_action_t::none;
-   // Null for the empty stack. Shared by copies, never changed: one nexthop may fill thousands of slots.
-   std::shared_ptr<const std::forward_list<mpls_label_t>> label_stack_;
+   mpls_label_stack_t label_stack_;
 };
 
 // One entry of a group.

@@ -2,7 +2,6 @@
 
 #include <array>
 #include <cstdint>
-#include <forward_list>
 #include <optional>
 #include <string>
 #include <utility>
@@ -240,11 +239,10 @@ void configureNexthopGroup(Call& call) {
    orv::nexthop_group_entry_t entry(readAddress(args));
    if (args.take("interface")) entry.intf_is(readIntf(args));
    if (args.take("push")) {
-      std::forward_list<orv::mpls_label_t> labels;
-      auto last = labels.before_begin();
+      orv::mpls_label_stack_t labels;
       do {
-         last = labels.insert_after(last, orv::mpls_label_t(static_cast<std::uint32_t>(
-                                               args.number("a label", 0, orv::mpls_label_t::max))));
+         labels.push_back(orv::mpls_label_t(
+              static_cast<std::uint32_t>(args.number("a label", 0, orv::mpls_label_t::max))));
       } while (!args.atEnd());
       entry.mpls_action_is({orv::mpls_action_t::push, std::move(labels)});
    }

@@ -3,7 +3,6 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <forward_list>
 #include <numeric>
 #include <set>
 #include <span>
@@ -51,7 +50,7 @@ private:
    std::uint64_t value_ = 0xcbf29ce484222325ULL;
 };
 
-std::vector<std::uint32_t> numbers(const std::forward_list<orv::mpls_label_t>& labels) {
+std::vector<std::uint32_t> numbers(const orv::mpls_label_stack_t& labels) {
    std::vector<std::uint32_t> result;
    for (const auto label : labels)
       result.push_back(label.label());

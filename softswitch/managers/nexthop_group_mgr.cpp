@@ -45,7 +45,7 @@ orv::nexthop_group_entry_t readEntry(store::Reader& in) {
    entry.intf_is(readIntfId(in));
    if ((bits & hasAction) != 0) {
       const auto type = readEnum(in, orv::mpls_action_t::forward);
-      entry.mpls_action_is({type, readLabelList(in)});
+      entry.mpls_action_is({type, readLabelStack(in)});
    }
    if ((bits & hasChild) != 0) entry.child_nexthop_group_is(std::string(in.text()));
    if ((bits & hasSession) != 0) entry.sbfd_session_key_is(readSbfdKey(in));
@@ -330,10 +330,8 @@ void NexthopGroupMgr::validateEntries(const orv::nexthop_group_t& group,
       }
       const auto& labels = entry.mpls_action().label_stack();
       if (labels.empty()) continue;
-      if (const auto depth = std::distance(labels.begin(), labels.end());
-          static_cast<std::size_t>(depth) > labelsMax) {
-         refuseEntry(fmt::format("stack of {} labels, expected at most {}", depth, labelsMax));
-      }
+      if (labels.size() > labelsMax)
+         refuseEntry(fmt::format("stack of {} labels, expected at most {}", labels.size(), labelsMax));
       for (const auto label : labels) {
          if (!label) refuseEntry(fmt::format("label {} is above {}", label.label(), orv::mpls_label_t::max));
       }

@@ -95,17 +95,16 @@ orv::mpls_route_key_t readMplsRouteKey(store::Reader& in) {
    return orv::mpls_route_key_t(std::span(labels.data(), count), metric);
 }
 
-void write(store::Writer& out, const std::forward_list<orv::mpls_label_t>& v) {
-   out.varint(static_cast<std::uint64_t>(std::distance(v.begin(), v.end())));
+void write(store::Writer& out, const orv::mpls_label_stack_t& v) {
+   out.varint(v.size());
    for (const auto label : v)
       write(out, label);
 }
 
-std::forward_list<orv::mpls_label_t> readLabelList(store::Reader& in) {
-   std::forward_list<orv::mpls_label_t> labels;
-   auto last = labels.before_begin();
+orv::mpls_label_stack_t readLabelStack(store::Reader& in) {
+   orv::mpls_label_stack_t labels;
    for (auto count = in.varint(); count != 0; --count)
-      last = labels.insert_after(last, readMplsLabel(in));
+      labels.push_back(readMplsLabel(in));
    return labels;
 }
 

@@ -6,13 +6,12 @@
 // Thread-safety: functions without state.
 #pragma once
 
-#include <forward_list>
-
 #include "orv/error.h"
 #include "orv/eth_addr.h"
 #include "orv/intf_id.h"
 #include "orv/ip_prefix.h"
 #include "orv/mpls_label.h"
+#include "orv/mpls_label_stack.h"
 #include "orv/mpls_route_types.h"
 #include "orv/sbfd_types.h"
 #include "softswitch/store/codec.h"
@@ -62,8 +61,8 @@ orv::mpls_label_t readMplsLabel(store::Reader& in);
 void write(store::Writer& out, const orv::mpls_route_key_t& v);
 orv::mpls_route_key_t readMplsRouteKey(store::Reader& in);
 
-void write(store::Writer& out, const std::forward_list<orv::mpls_label_t>& v);
-std::forward_list<orv::mpls_label_t> readLabelList(store::Reader& in);
+void write(store::Writer& out, const orv::mpls_label_stack_t& v);
+orv::mpls_label_stack_t readLabelStack(store::Reader& in);
 
 void write(store::Writer& out, const orv::sbfd_echo_session_key_t& v);
 orv::sbfd_echo_session_key_t readSbfdKey(store::Reader& in);

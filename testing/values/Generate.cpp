@@ -218,9 +218,9 @@ orv::acl_port_spec_t generate(ValueSource& source) {
 template <>
 orv::nexthop_group_mpls_action_t generate(ValueSource& source) {
    const auto action = source.member<orv::mpls_action_t>(4);
-   std::forward_list<orv::mpls_label_t> labels;
+   orv::mpls_label_stack_t labels;
    for (std::uint32_t i = source.below(7); i > 0; --i)
-      labels.push_front(generate<orv::mpls_label_t>(source));
+      labels.push_back(generate<orv::mpls_label_t>(source));
    return {action, std::move(labels)};
 }
 

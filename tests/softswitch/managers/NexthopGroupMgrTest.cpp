@@ -413,7 +413,7 @@ TEST_F(NexthopGroupMgrTest, refusals) {
    g = group("g");
    g.source_intf_is(orv::intf_id_t("Loopback99"));
    EXPECT_THAT(refused(g), HasSubstr("unknown source interface Loopback99"));
-   const auto labelled = [&](std::forward_list<orv::mpls_label_t> labels) {
+   const auto labelled = [&](orv::mpls_label_stack_t labels) {
       auto e = entry("192.0.2.1");
       e.mpls_action_is({orv::mpls_action_t::push, std::move(labels)});
       auto with = group("g");
@@ -422,8 +422,10 @@ TEST_F(NexthopGroupMgrTest, refusals) {
    };
    EXPECT_THAT(refused(labelled({orv::mpls_label_t()})),
                HasSubstr("entry 2: label 1048576 is above 1048575"));
-   EXPECT_THAT(refused(labelled(std::forward_list<orv::mpls_label_t>(15, orv::mpls_label_t(16)))),
-               HasSubstr("stack of 15 labels"));
+   orv::mpls_label_stack_t deep;
+   for (int i = 0; i < 15; ++i)
+      deep.push_back(orv::mpls_label_t(16));
+   EXPECT_THAT(refused(labelled(deep)), HasSubstr("stack of 15 labels"));
    orv::nexthop_group_entry_t self;
    self.child_nexthop_group_is("g");
    g = group("g");

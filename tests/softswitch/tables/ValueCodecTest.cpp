@@ -36,7 +36,9 @@ TEST(ValueCodec, valuesComeBack) {
    const std::array labels{orv::mpls_label_t(100), orv::mpls_label_t(), orv::mpls_label_t(3)};
    comesBack(orv::mpls_route_key_t(labels, 5), readMplsRouteKey);
    comesBack(orv::mpls_route_key_t(), readMplsRouteKey);
-   comesBack(std::forward_list(labels.begin(), labels.end()), readLabelList);
+   comesBack(orv::mpls_label_stack_t{labels[0], labels[1], labels[2]}, readLabelStack);
+   comesBack(orv::mpls_label_stack_t{labels[0], labels[1], labels[2], labels[0], labels[2]}, readLabelStack);
+   comesBack(orv::mpls_label_stack_t(), readLabelStack);
    comesBack(orv::sbfd_echo_session_key_t(orv::ip_addr_t("192.0.2.1"), orv::intf_id_t("Ethernet1"),
                                           {labels.begin(), labels.end()}, 46, 7),
              readSbfdKey);
