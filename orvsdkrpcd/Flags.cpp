@@ -29,7 +29,7 @@ void addFlags(CLI::App& app, Flags& flags) {
    app.add_option("--state-dir", flags.stateDir, "Directory of the switch's state; created if missing")
         ->type_name("DIR");
    app.add_flag("--bfd", flags.bfd, "Serve the programming API, which needs the BFD manager");
-   app.add_flag("--fib", flags.fib, "Fetch the FIB manager for the FIB API (this build has no RPC for it)");
+   app.add_flag("--fib", flags.fib, "Serve the FIB: its routes, its FECs and their changes");
    app.add_option("--console", flags.console, "Address of the console: unix:PATH or HOST:PORT [no console]")
         ->type_name("ADDRESS");
    app.add_option("--toggles", flags.toggles,

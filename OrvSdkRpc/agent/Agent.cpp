@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "OrvSdkRpc/hardware/IntfTrafficRatesWatcher.h"
+#include "OrvSdkRpc/mirror/FibService.h"
 #include "OrvSdkRpc/programming/CbfNhgMgr.h"
 #include "OrvSdkRpc/programming/OrvSdkRpcService.h"
 #include "OrvSdkRpc/server/AgentTrace.h"
@@ -106,7 +107,7 @@ void Agent::on_initialized() {
               .cbfNhg = cbfNhgMgr_.get(),
          });
       }
-      // This build has no FIB service: fibMgr_ is unused, and gRPC answers UNIMPLEMENTED to its RPCs.
+      if (fibMgr_ != nullptr) add<FibService>(fibMgr_);
       credentials_ = grpc::InsecureServerCredentials();
    } else {
       if (!credentialsAreGood()) return;

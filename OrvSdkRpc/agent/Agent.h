@@ -52,8 +52,8 @@ public:
    Agent(orv::sdk& sdk, const std::vector<Server::Services>& services);
 
    // The address form: serves every mirror service, and with `bfd` the programming service, on `address`,
-   // with insecure credentials and to every peer. Starts no server if the address is in use. `fib` fetches
-   // the FIB's manager; this build has no FIB service.
+   // with insecure credentials and to every peer. Starts no server if the address is in use. `fib` serves
+   // the FIB, which makes the switch call back for each change of it.
    Agent(orv::sdk& sdk, const std::string_view& address, bool bfd, bool fib);
 
    ~Agent() override;

@@ -3,9 +3,11 @@
 #include "OrvSdkRpc/hardware/IntfTrafficRatesWatcher.h"
 #include "OrvSdkRpc/mirror/AclService.h"
 #include "OrvSdkRpc/mirror/AgentService.h"
+#include "OrvSdkRpc/mirror/ClassMapService.h"
 #include "OrvSdkRpc/mirror/EthPhyIntfService.h"
 #include "OrvSdkRpc/mirror/IntfCounterService.h"
 #include "OrvSdkRpc/mirror/IntfService.h"
+#include "OrvSdkRpc/mirror/MplsVrfLabelService.h"
 #include "OrvSdkRpc/mirror/NexthopGroupService.h"
 #include "platform/process/Toggles.h"
 
@@ -48,7 +50,7 @@ void Agent::enableServices(orv::sdk& sdk, const Server::Services& service) {
       case Services::Bgp:
          return absent(sdk.get_bgp_mgr());
       case Services::ClassMap:
-         if (classMapEnabled()) absent(sdk.get_class_map_mgr());
+         if (classMapEnabled()) add<ClassMapService>(sdk.get_class_map_mgr());
          return;
       case Services::Cmdapi:
          return absent(sdk.get_cmdapi_mgr());
@@ -81,7 +83,7 @@ void Agent::enableServices(orv::sdk& sdk, const Server::Services& service) {
          return absent(sdk.get_mpls_route_mgr(), mountMgr, nexthopGroupMgr);
       }
       case Services::MplsVrfLabel:
-         return absent(sdk.get_mpls_vrf_label_mgr());
+         return add<MplsVrfLabelService>(sdk.get_mpls_vrf_label_mgr());
       case Services::NexthopGroup:
          return add<NexthopGroupService>(sdk.get_nexthop_group_mgr());
       case Services::PolicyMap:

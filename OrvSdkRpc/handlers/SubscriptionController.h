@@ -54,6 +54,9 @@ public:
    // which may call stopWatching again.
    void cancel(OpaqueId tag) ZELT_EXCLUDES(mutex_);
 
+   // Whether any stream is subscribed. Lets a callback skip the work for an event that nobody would get.
+   [[nodiscard]] bool watched() const ZELT_EXCLUDES(mutex_);
+
    // The subscribed handlers that are still alive.
    [[nodiscard]] std::vector<std::shared_ptr<RequestHandler>> getHandlers() const ZELT_EXCLUDES(mutex_);
 
@@ -72,8 +75,6 @@ protected:
                        bool ack);
 
 private:
-   [[nodiscard]] bool watched() const ZELT_EXCLUDES(mutex_);
-
    const GrpcService& owner_;
    mutable Mutex mutex_;
    std::unordered_set<OpaqueId> tags_ ZELT_GUARDED_BY(mutex_);
