@@ -37,8 +37,9 @@ TEST(Descriptors, theMirrorServicesAreLinked) {
    for (const auto* service : OrvSdkRpc::pb::services())
       names.push_back(service->name());
    EXPECT_EQ(names, (std::vector<std::string>{"orvsdk_service", "AclMgrService", "AgentService",
-                                              "EthPhyIntfMgrService", "IntfMgrService",
-                                              "IntfCounterMgrService", "NexthopGroupMgrService"}));
+                                              "ClassMapMgrService", "EthPhyIntfMgrService", "FibMgrService",
+                                              "IntfMgrService", "IntfCounterMgrService",
+                                              "MplsVrfLabelMgrService", "NexthopGroupMgrService"}));
 }
 
 TEST(Descriptors, theProgrammingServiceHasEighteenRpcs) {

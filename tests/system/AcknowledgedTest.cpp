@@ -94,6 +94,13 @@ std::string group(const std::string& method) {
    return "orv.remote.NexthopGroupMgrService/" + method;
 }
 
+std::string classMap(const std::string& method) {
+   return "orv.remote.ClassMapMgrService/" + method;
+}
+std::string vrfLabel(const std::string& method) {
+   return "orv.remote.MplsVrfLabelMgrService/" + method;
+}
+
 std::string requests(const std::string& first, const std::string& second) {
    return R"({"requests":[)" + first + "," + second + "]}";
 }
@@ -130,6 +137,20 @@ std::string named(const std::string& name) {
    return R"({"name":")" + name + R"("})";
 }
 const Request twoMirrorGroups{group("bulk_nexthop_group_set"), requests(groupSet("p"), groupSet("q"))};
+
+const std::string mapX = R"({"key":{"name":"x","feature":"POLICY_FEATURE_PBR"}})";
+const std::string mapY = R"({"key":{"name":"y","feature":"POLICY_FEATURE_PBR"}})";
+std::string mapSet(const std::string& key) {
+   return R"({"class_map":)" +
+          with(R"("rules":{"10":{"acl_key":{"acl_name":"web","acl_type":"ACL_TYPE_IPV4"}}})", key) + "}";
+}
+const Request twoMaps{classMap("bulk_class_map_is"), requests(mapSet(mapX), mapSet(mapY))};
+
+const std::string popX = R"({"mpls_vrf_label":{"label":{"label":100},"vrf_name":"red"}})";
+const std::string popY = R"({"mpls_vrf_label":{"label":{"label":200},"vrf_name":"blue"}})";
+const std::string ofPopX = R"({"label":{"label":100}})";
+const std::string ofPopY = R"({"label":{"label":200}})";
+const Request twoPops{vrfLabel("bulk_mpls_vrf_label_set"), requests(popX, popY)};
 
 const std::vector<Row> rows{
      // The programming service.
@@ -188,6 +209,18 @@ const std::vector<Row> rows{
      {{group("nexthop_group_del"), named("p")}, {twoMirrorGroups}},
      {{group("bulk_nexthop_group_del"), requests(named("p"), named("q"))}, {twoMirrorGroups}},
      {{group("resync_complete"), "{}"}, {twoMirrorGroups, {group("resync_init"), "{}"}}},
+     // Class maps.
+     {{classMap("class_map_is"), mapSet(mapX)}},
+     {twoMaps},
+     {{classMap("class_map_del"), mapX}, {twoMaps}},
+     {{classMap("bulk_class_map_del"), requests(mapX, mapY)}, {twoMaps}},
+     {{classMap("resync_complete"), "{}"}, {twoMaps, {classMap("resync_init"), "{}"}}},
+     // Labels that lead into a VRF.
+     {{vrfLabel("mpls_vrf_label_set"), popX}},
+     {twoPops},
+     {{vrfLabel("mpls_vrf_label_del"), ofPopX}, {twoPops}},
+     {{vrfLabel("bulk_mpls_vrf_label_del"), requests(ofPopX, ofPopY)}, {twoPops}},
+     {{vrfLabel("resync_complete"), "{}"}, {twoPops, {vrfLabel("resync_init"), "{}"}}},
 };
 
 void PrintTo(const Row& row, std::ostream* out) {
@@ -209,11 +242,17 @@ const std::set<std::string> readers{
      "orv.remote.AgentService.agent_uptime",
      "orv.remote.AgentService.agent_id",
      "orv.remote.AgentService.ping",
+     "orv.remote.ClassMapMgrService.exists",
+     "orv.remote.ClassMapMgrService.class_map",
      "orv.remote.EthPhyIntfMgrService.exists",
      "orv.remote.EthPhyIntfMgrService.hardware_present",
      "orv.remote.EthPhyIntfMgrService.burned_in_eth_addr",
      "orv.remote.EthPhyIntfMgrService.link_speed",
      "orv.remote.EthPhyIntfMgrService.transceiver_present",
+     "orv.remote.FibMgrService.fib_route",
+     "orv.remote.FibMgrService.fib_route_exists",
+     "orv.remote.FibMgrService.fib_fec",
+     "orv.remote.FibMgrService.fib_fec_exists",
      "orv.remote.IntfMgrService.exists",
      "orv.remote.IntfMgrService.admin_enabled",
      "orv.remote.IntfMgrService.description",
@@ -222,12 +261,15 @@ const std::set<std::string> readers{
      "orv.remote.IntfMgrService.kernel_intf_name",
      "orv.remote.IntfCounterMgrService.intf_counters",
      "orv.remote.IntfCounterMgrService.intf_traffic_rates",
+     "orv.remote.MplsVrfLabelMgrService.mpls_vrf_label",
      "orv.remote.NexthopGroupMgrService.active",
      "orv.remote.NexthopGroupMgrService.exists",
      "orv.remote.NexthopGroupMgrService.nexthop_group",
      "orv.remote.NexthopGroupMgrService.programmed_nexthop_group",
      "orv.remote.NexthopGroupMgrService.counter",
      // Resync marks are in memory only.
+     "orv.remote.ClassMapMgrService.resync_init",
+     "orv.remote.MplsVrfLabelMgrService.resync_init",
      "orv.remote.NexthopGroupMgrService.resync_init",
 };
 

@@ -61,6 +61,12 @@ protected:
       });
       return watch(remote::FibWatchRequest());
    }
+   // The SDK calls FIB handlers whether or not they watch.
+   template <class Call>
+   void callBack(Call&& call) {
+      const orv::sdk_scoped_lock lock;
+      mgr_.handlers().notify_every(call);
+   }
 };
 
 TEST_F(FibServiceTest, routesAndFecsReadAsTheSwitchSaysThem) {
