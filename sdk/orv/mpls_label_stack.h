@@ -33,31 +33,33 @@ public:
 
    // Adds the innermost label.
    void push_back(mpls_label_t label) {
-      if (size_ < few_labels) {
-         few_[size_] = label;
-      } else {
-         if (!many_ || many_.use_count() > 1)
-            many_ = std::make_shared<std::vector<mpls_label_t>>(begin(), end());
-         many_->push_back(label);
+      if (!many_ && few_size_ < few_labels) {
+         few_[few_size_++] = label;
+         return;
       }
-      ++size_;
+      if (!many_ || many_.use_count() > 1)
+         many_ = std::make_shared<std::vector<mpls_label_t>>(begin(), end());
+      few_size_ = 0;
+      many_->push_back(label);
    }
 
-   [[nodiscard]] bool empty() const noexcept { return size_ == 0; }
-   [[nodiscard]] std::size_t size() const noexcept { return size_; }
+   [[nodiscard]] bool empty() const noexcept { return size() == 0; }
+   [[nodiscard]] std::size_t size() const noexcept { return many_ ? many_->size() : few_size_; }
    // REQUIRES: the stack is not empty.
    [[nodiscard]] mpls_label_t front() const noexcept { return *begin(); }
    [[nodiscard]] const_iterator begin() const noexcept { return many_ ? many_->data() : few_.data(); }
-   [[nodiscard]] const_iterator end() const noexcept { return begin() + size_; }
+   [[nodiscard]] const_iterator end() const noexcept { return begin() + size(); }
 
    bool operator==(const mpls_label_stack_t& other) const noexcept {
-      return size_ == other.size_ && (begin() == other.begin() || std::equal(begin(), end(), other.begin()));
+      return size() == other.size() &&
+             (begin() == other.begin() || std::equal(begin(), end(), other.begin()));
    }
 
 private:
    static constexpr std::size_t few_labels = 3;
 
-   std::uint32_t size_ = 0;
+   // 0 while many_ has the labels, so that a stack that was moved from is a valid one.
+   std::uint32_t few_size_ = 0;
    std::array<mpls_label_t, few_labels> few_;
    // All labels of a stack of more than few_labels; null for a shorter one. Never changed while shared.
    std::shared_ptr<std::vector<mpls_label_t>> many_;

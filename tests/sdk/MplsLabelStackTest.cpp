@@ -3,6 +3,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <iterator>
+#include <utility>
+
 namespace {
 
 using orv::mpls_label_stack_t;
@@ -54,6 +57,22 @@ TEST(MplsLabelStackTest, copiesShareALongStackUntilOneGrows) {
    shortCopy.push_back(mpls_label_t(4));
    EXPECT_EQ(kept, stackOf(3));
    EXPECT_EQ(shortCopy, stackOf(4));
+}
+
+// Its labels may be gone, but it does not say that it has more of them than it has.
+TEST(MplsLabelStackTest, aStackThatWasMovedFromIsAValidStack) {
+   for (const std::uint32_t depth : {2U, 5U}) {
+      auto from = stackOf(depth);
+      const auto to = std::move(from);
+      EXPECT_EQ(to, stackOf(depth));
+      // NOLINTNEXTLINE(bugprone-use-after-move): that is the test.
+      EXPECT_EQ(static_cast<std::size_t>(std::distance(from.begin(), from.end())), from.size());
+      EXPECT_LE(from.size(), 3U);
+      from.push_back(mpls_label_t(9));
+      EXPECT_EQ(*(from.end() - 1), mpls_label_t(9));
+      from = stackOf(4);
+      EXPECT_EQ(from, stackOf(4));
+   }
 }
 
 }  // namespace
