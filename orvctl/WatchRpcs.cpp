@@ -32,6 +32,7 @@ Words wordsOf(const MethodDescriptor& method) {
         {"orv.remote.AclMgrService.watch", {"acl", ""}},
         {"orv.remote.AgentService.watch", {"agent", ""}},
         {"orv.remote.EthPhyIntfMgrService.watch", {"phy", "physical interface"}},
+        {"orv.remote.FibMgrService.watch", {"fib", ""}},
         {"orv.remote.IntfMgrService.watch", {"intf", "interface"}},
         {"orv.remote.IntfCounterMgrService.intf_traffic_rates_stream", {"counters", ""}},
         {"orv.remote.NexthopGroupMgrService.watch", {"nhg", "next-hop group"}},

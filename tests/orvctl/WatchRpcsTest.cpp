@@ -18,7 +18,8 @@ TEST(WatchRpcs, everyWatchThatDeliversSomething) {
    std::vector<std::string> words;
    for (const auto& watch : watchRpcs())
       words.push_back(watch.word);
-   EXPECT_EQ(words, (std::vector<std::string>{"sbfd", "acl", "agent", "phy", "intf", "counters", "nhg"}));
+   EXPECT_EQ(words,
+             (std::vector<std::string>{"sbfd", "acl", "agent", "phy", "fib", "intf", "counters", "nhg"}));
 }
 
 TEST(WatchRpcs, noServerStreamWithWatchInItsNameIsMissing) {
@@ -43,6 +44,7 @@ TEST(WatchRpcs, whatCanBeSelected) {
    EXPECT_FALSE(watchRpc("phy").field);
    EXPECT_TRUE(watchRpc("counters").regex);
    EXPECT_FALSE(watchRpc("acl").all || watchRpc("acl").name || watchRpc("acl").field);
+   EXPECT_FALSE(watchRpc("fib").all || watchRpc("fib").name || watchRpc("fib").field);
    for (const auto& watch : watchRpcs())
       EXPECT_TRUE(watch.ack) << watch.word;
 }
