@@ -24,4 +24,6 @@ void policy_map_handler::on_policy_map_sync_fail(const policy_map_key_t&, const 
 
 void policy_map_handler::on_policy_map_config_set(const policy_map_key_t&) {}
 
+void policy_map_handler::on_traffic_policy_config_set(const policy_map_key_t&) {}
+
 }  // namespace orv

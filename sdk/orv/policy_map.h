@@ -1,4 +1,4 @@
-// Policy maps.
+// Policy maps and traffic policies.
 //
 // Thread-safety: every operation is a call of the SDK and needs the main thread or
 // sdk_scoped_lock (lock.h). Callbacks come from the main loop.
@@ -6,6 +6,7 @@
 
 #include "orv/iter.h"
 #include "orv/policy_map_types.h"
+#include "orv/traffic_policy_types.h"
 #include "orv/watch_list.h"
 
 namespace orv {
@@ -21,7 +22,7 @@ public:
    policy_map_handler(const policy_map_handler&) = delete;
    policy_map_handler& operator=(const policy_map_handler&) = delete;
 
-   // No callback comes for a policy map that is not watched.
+   // No callback comes for a policy map or traffic policy that is not watched.
    void watch_all_policy_maps(bool interest);
    void watch_policy_map(const policy_map_key_t& key, bool interest);
 
@@ -31,6 +32,9 @@ public:
    virtual void on_policy_map_sync_fail(const policy_map_key_t& key, const std::string& message);
    // The configuration of the policy map was set.
    virtual void on_policy_map_config_set(const policy_map_key_t& key);
+   // The configuration of the traffic policy was set. A traffic policy belongs to no feature: its key is its
+   // name and policy_feature_t::none, here and in watch_policy_map.
+   virtual void on_traffic_policy_config_set(const policy_map_key_t& key);
 
    [[nodiscard]] policy_map_mgr* get_policy_map_mgr() const noexcept { return mgr_; }
 
@@ -40,9 +44,12 @@ private:
 
 struct policy_map_iter_impl : iter_impl<policy_map_key_t> {};
 struct policy_map_hw_status_iter_impl : iter_impl<policy_map_key_t> {};
-// Keys, in order: of the configured policy maps, and of those with a hardware status.
+struct traffic_policy_iter_impl : iter_impl<policy_map_key_t> {};
+// Keys, in order: of the configured policy maps, of those with a hardware status, and of the traffic
+// policies, whose feature is none.
 using policy_map_iter_t = iter_base<policy_map_key_t, policy_map_iter_impl>;
 using policy_map_hw_status_iter_t = iter_base<policy_map_key_t, policy_map_hw_status_iter_impl>;
+using traffic_policy_iter_t = iter_base<policy_map_key_t, traffic_policy_iter_impl>;
 
 // THROWS: one of the errors of error.h, naming the value, if the switch refuses a value. Nothing changes
 // then.
@@ -50,8 +57,8 @@ class policy_map_mgr {
 public:
    virtual ~policy_map_mgr() = default;
 
-   // resync_init marks every entry stale; setting an entry again clears its mark. resync_complete removes the
-   // entries that are still stale. A second resync_init marks every entry again.
+   // resync_init marks every policy map and traffic policy stale; setting one again clears its mark.
+   // resync_complete removes those that are still stale. A second resync_init marks all of them again.
    virtual void resync_init() = 0;
    virtual void resync_complete() = 0;
 
@@ -72,6 +79,19 @@ public:
         policy_feature_t feature) const = 0;
    // Without statuses if the policy map is not applied anywhere.
    [[nodiscard]] virtual policy_map_hw_statuses_t hw_status(const policy_map_key_t& key) const = 0;
+
+   [[nodiscard]] virtual bool traffic_policy_exists(const std::string& name) const = 0;
+   // A default traffic policy if the traffic policy does not exist.
+   [[nodiscard]] virtual traffic_policy_t traffic_policy(const std::string& name) const = 0;
+   [[nodiscard]] virtual traffic_policy_iter_t traffic_policy_iter() const = 0;
+   // Replaces the whole traffic policy.
+   virtual void traffic_policy_is(const traffic_policy_t& policy) = 0;
+   // A no-op if the traffic policy does not exist.
+   virtual void traffic_policy_del(const std::string& name) = 0;
+   // Applies the traffic policy to an interface, or removes it. An interface has at most one traffic policy
+   // per direction; a second one replaces the first.
+   virtual void traffic_policy_apply(const std::string& name, const intf_id_t& intf,
+                                     traffic_policy_direction_t direction, bool apply) = 0;
 
    // For handlers and for implementations of the manager.
    [[nodiscard]] watch_list<policy_map_handler, policy_map_key_t>& handlers() noexcept { return handlers_; }

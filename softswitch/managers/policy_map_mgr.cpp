@@ -111,7 +111,8 @@ PolicyMapMgr::PolicyMapMgr(const Context& context, const IntfMgr& intfs, ClassMa
        intfs_(intfs),
        classMaps_(classMaps),
        maps_(context.store, "policy map", context.limits.policyMaps),
-       places_(context.store, "policy map place", 16 * Topology::maxInterfaces) {
+       places_(context.store, "policy map place", 16 * Topology::maxInterfaces),
+       trafficPolicies_(context, intfs) {
    classMaps.onChange([this] { programApplied(); });
    // Hardware starts empty.
    maps_.forEach([this](const orv::policy_map_key_t& key, const auto&) { program(key); });
@@ -120,11 +121,13 @@ PolicyMapMgr::PolicyMapMgr(const Context& context, const IntfMgr& intfs, ClassMa
 void PolicyMapMgr::resync_init() {
    orv::sdk_lock_check();
    maps_.resyncInit();
+   trafficPolicies_.resyncInit();
 }
 
 void PolicyMapMgr::resync_complete() {
    orv::sdk_lock_check();
    maps_.resyncComplete([this](const orv::policy_map_key_t& key, const auto&) { takeOff(key); });
+   trafficPolicies_.resyncComplete();
 }
 
 bool PolicyMapMgr::exists(const orv::policy_map_key_t& key) const {
@@ -213,6 +216,44 @@ orv::policy_map_hw_statuses_t PolicyMapMgr::hw_status(const orv::policy_map_key_
    orv::policy_map_hw_statuses_t result(key);
    result.intf_statuses_is(std::move(statuses));
    return result;
+}
+
+bool PolicyMapMgr::traffic_policy_exists(const std::string& name) const {
+   orv::sdk_lock_check();
+   return trafficPolicies_.policies().contains(name);
+}
+
+orv::traffic_policy_t PolicyMapMgr::traffic_policy(const std::string& name) const {
+   orv::sdk_lock_check();
+   return trafficPolicies_.policy(name);
+}
+
+orv::traffic_policy_iter_t PolicyMapMgr::traffic_policy_iter() const {
+   orv::sdk_lock_check();
+   return makeTableIter<orv::traffic_policy_iter_t>(
+        trafficPolicies_.policies(), [](const TrafficPolicies::Policies::Item& item) {
+           return std::optional(orv::policy_map_key_t(*item.key, orv::policy_feature_t::none));
+        });
+}
+
+void PolicyMapMgr::traffic_policy_is(const orv::traffic_policy_t& policy) {
+   orv::sdk_lock_check();
+   trafficPolicies_.set(policy);
+   callbacks_.post([this, key = orv::policy_map_key_t(policy.key(), orv::policy_feature_t::none)] {
+      handlers().notify(key,
+                        [&](orv::policy_map_handler& handler) { handler.on_traffic_policy_config_set(key); });
+   });
+}
+
+void PolicyMapMgr::traffic_policy_del(const std::string& name) {
+   orv::sdk_lock_check();
+   trafficPolicies_.del(name);
+}
+
+void PolicyMapMgr::traffic_policy_apply(const std::string& name, const orv::intf_id_t& intf,
+                                        orv::traffic_policy_direction_t direction, bool apply) {
+   orv::sdk_lock_check();
+   trafficPolicies_.apply(name, intf, direction, apply);
 }
 
 std::vector<PolicyPlace> PolicyMapMgr::placesOf(const orv::policy_map_key_t& key) const {

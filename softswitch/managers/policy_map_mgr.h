@@ -1,10 +1,11 @@
-// Policy maps, where they are applied, and their status in hardware.
+// Policy maps, where they are applied, and their status in hardware; traffic policies (traffic_policies.h).
 //
 // Hardware is a second stage. The main loop hands over each policy map that was set or applied and, after a
 // change of a class map, every applied one. This succeeds if each rule's class map exists. Until the answer
 // the status of an applied policy map is in_progress. Handlers then receive on_policy_map_sync or
 // on_policy_map_sync_fail; after each policy_map_is they first receive on_policy_map_config_set. Deleting a
-// policy map, even by a resync, removes it from its interfaces.
+// policy map, even by a resync, removes it from its interfaces. A traffic policy has no status in hardware:
+// after each traffic_policy_is handlers receive on_traffic_policy_config_set.
 //
 // Refusals (orv::invalid_argument_error unless noted otherwise, naming the value; nothing has changed then):
 //    a key without a name or a feature, in every operation that writes; in policy_map_is also a name of more
@@ -16,6 +17,7 @@
 //    a DSCP above 63, a traffic class above 7
 //    applying a policy map, or to an interface, that does not exist; a direction other than in and out
 //    more policy maps than the table holds, or a full disk (orv::error)
+//    for traffic policies see traffic_policies.h
 //
 // Thread-safety: guarded by the SDK's lock; callbacks come from the main loop.
 #pragma once
@@ -27,6 +29,7 @@
 
 #include "orv/policy_map.h"
 #include "softswitch/managers/context.h"
+#include "softswitch/managers/traffic_policies.h"
 #include "softswitch/tables/policy_codecs.h"
 #include "softswitch/tables/table.h"
 
@@ -70,10 +73,18 @@ public:
                          orv::acl_direction_t direction, bool apply) override;
    orv::policy_map_hw_status_iter_t policy_map_hw_status_iter(orv::policy_feature_t feature) const override;
    orv::policy_map_hw_statuses_t hw_status(const orv::policy_map_key_t& key) const override;
+   bool traffic_policy_exists(const std::string& name) const override;
+   orv::traffic_policy_t traffic_policy(const std::string& name) const override;
+   orv::traffic_policy_iter_t traffic_policy_iter() const override;
+   void traffic_policy_is(const orv::traffic_policy_t& policy) override;
+   void traffic_policy_del(const std::string& name) override;
+   void traffic_policy_apply(const std::string& name, const orv::intf_id_t& intf,
+                             orv::traffic_policy_direction_t direction, bool apply) override;
 
    // The maps in the rows have empty keys; the table has the keys.
    const Maps& maps() const { return maps_; }
    const Places& places() const { return places_; }
+   const TrafficPolicies& trafficPolicies() const { return trafficPolicies_; }
 
 private:
    std::vector<PolicyPlace> placesOf(const orv::policy_map_key_t& key) const;
@@ -88,6 +99,7 @@ private:
    const ClassMapMgr& classMaps_;
    Maps maps_;
    Places places_;
+   TrafficPolicies trafficPolicies_;
    std::set<orv::policy_map_key_t> toProgram_;
    bool allAppliedToProgram_ = false;
    // Hardware's answers for policy maps that have not changed since.

@@ -20,6 +20,7 @@ struct Limits {
    std::size_t acls = 16'384;
    std::size_t classMaps = 16'384;
    std::size_t policyMaps = 16'384;
+   std::size_t trafficPolicies = 16'384;
    std::size_t bfdSessions = 16'384;
 };
 

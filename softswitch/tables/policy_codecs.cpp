@@ -7,16 +7,6 @@
 namespace softswitch {
 namespace {
 
-void writeMask(store::Writer& out, const orv::ip_addr_mask_t& v) {
-   write(out, v.address());
-   out.u8(v.mask_length());
-}
-
-orv::ip_addr_mask_t readIpAddrMask(store::Reader& in) {
-   const auto address = readIpAddr(in);
-   return {address, in.u8()};
-}
-
 void writePorts(store::Writer& out, const orv::acl_port_spec_t& v) {
    writeEnum(out, v.oper());
    out.varint(v.ports().size());
@@ -112,8 +102,8 @@ void write(store::Writer& out, const orv::acl_rule_ip_t& v) {
    out.u8(v.ip_protocol());
    writeEnum(out, v.ttl().oper());
    out.u8(v.ttl().ttl());
-   writeMask(out, v.source_addr());
-   writeMask(out, v.destination_addr());
+   write(out, v.source_addr());
+   write(out, v.destination_addr());
    writePorts(out, v.source_port());
    writePorts(out, v.destination_port());
    out.text(v.nexthop_group());

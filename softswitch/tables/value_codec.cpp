@@ -52,6 +52,16 @@ orv::ip_prefix_t readIpPrefix(store::Reader& in) {
    return decoded([&] { return orv::ip_prefix_t(network, length); });
 }
 
+void write(store::Writer& out, const orv::ip_addr_mask_t& v) {
+   write(out, v.address());
+   out.u8(v.mask_length());
+}
+
+orv::ip_addr_mask_t readIpAddrMask(store::Reader& in) {
+   const auto address = readIpAddr(in);
+   return {address, in.u8()};
+}
+
 void write(store::Writer& out, const orv::eth_addr_t& v) {
    out.raw(view(v.bytes(), orv::eth_addr_t::size));
 }

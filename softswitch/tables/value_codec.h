@@ -48,6 +48,9 @@ orv::ip_addr_t readIpAddr(store::Reader& in);
 void write(store::Writer& out, const orv::ip_prefix_t& v);
 orv::ip_prefix_t readIpPrefix(store::Reader& in);
 
+void write(store::Writer& out, const orv::ip_addr_mask_t& v);
+orv::ip_addr_mask_t readIpAddrMask(store::Reader& in);
+
 void write(store::Writer& out, const orv::eth_addr_t& v);
 orv::eth_addr_t readEthAddr(store::Reader& in);
 

@@ -23,6 +23,14 @@ public:
    MOCK_METHOD(orv::policy_map_hw_status_iter_t, policy_map_hw_status_iter, (orv::policy_feature_t),
                (const, override));
    MOCK_METHOD(orv::policy_map_hw_statuses_t, hw_status, (const orv::policy_map_key_t&), (const, override));
+   MOCK_METHOD(bool, traffic_policy_exists, (const std::string&), (const, override));
+   MOCK_METHOD(orv::traffic_policy_t, traffic_policy, (const std::string&), (const, override));
+   MOCK_METHOD(orv::traffic_policy_iter_t, traffic_policy_iter, (), (const, override));
+   MOCK_METHOD(void, traffic_policy_is, (const orv::traffic_policy_t&), (override));
+   MOCK_METHOD(void, traffic_policy_del, (const std::string&), (override));
+   MOCK_METHOD(void, traffic_policy_apply,
+               (const std::string&, const orv::intf_id_t&, orv::traffic_policy_direction_t, bool),
+               (override));
 };
 
 }  // namespace orvtest

@@ -1,0 +1,94 @@
+#include "softswitch/managers/traffic_policies.h"
+
+#include <utility>
+#include <vector>
+
+#include "orv/error.h"
+#include "softswitch/managers/intf_mgr.h"
+#include "softswitch/managers/topology.h"
+#include "softswitch/tables/name_check.h"
+
+namespace softswitch {
+namespace {
+
+void checkTrafficPolicyName(const std::string& name) {
+   if (name.empty()) throw orv::invalid_argument_error("traffic policy name is empty, expected a name");
+}
+
+}  // namespace
+
+void TrafficPolicyPlaceCodec::encodeKey(const TrafficPolicyPlace& key, store::Writer& out) {
+   write(out, key.intf);
+   writeEnum(out, key.direction);
+}
+
+TrafficPolicyPlace TrafficPolicyPlaceCodec::decodeKey(store::Reader& in) {
+   auto intf = readIntfId(in);
+   return {.intf = std::move(intf), .direction = readEnum(in, orv::traffic_policy_direction_t::out)};
+}
+
+TrafficPolicies::TrafficPolicies(const Context& context, const IntfMgr& intfs)
+     : intfs_(intfs),
+       policies_(context.store, "traffic policy", context.limits.trafficPolicies),
+       places_(context.store, "traffic policy place", 2 * Topology::maxInterfaces) {}
+
+void TrafficPolicies::resyncComplete() {
+   policies_.resyncComplete([this](const std::string& name, const auto&) { takeOff(name); });
+}
+
+orv::traffic_policy_t TrafficPolicies::policy(const std::string& name) const {
+   const auto* row = policies_.find(name);
+   if (row == nullptr) return {};
+   auto policy = *row;
+   policy.key_is(name);
+   return policy;
+}
+
+void TrafficPolicies::set(const orv::traffic_policy_t& policy) {
+   checkTrafficPolicyName(policy.key());
+   checkText("traffic policy name", policy.key(), policyNameBytesMax);
+   auto row = policy;
+   row.key_is({});
+   policies_.set(policy.key(), std::move(row));
+}
+
+void TrafficPolicies::del(const std::string& name) {
+   checkTrafficPolicyName(name);
+   if (policies_.erase(name)) takeOff(name);
+}
+
+void TrafficPolicies::apply(const std::string& name, const orv::intf_id_t& intf,
+                            orv::traffic_policy_direction_t direction, bool apply) {
+   checkTrafficPolicyName(name);
+   if (direction != orv::traffic_policy_direction_t::in &&
+       direction != orv::traffic_policy_direction_t::out) {
+      throw orv::invalid_argument_error(
+           fmt::format("direction {}, expected in or out", orv::to_string(direction)));
+   }
+   const TrafficPolicyPlace place{.intf = intf, .direction = direction};
+   const auto* applied = places_.find(place);
+   // Works even if a new topology has left the interface out.
+   if (!apply && applied != nullptr && *applied == name) {
+      places_.erase(place);
+      return;
+   }
+   intfs_.require(intf);
+   if (!apply) return;
+   if (!policies_.contains(name)) {
+      throw orv::invalid_argument_error(
+           fmt::format("traffic policy '{}' cannot be applied to interface {}, it does not exist",
+                       orv::detail::quotable(name), intf));
+   }
+   places_.set(place, name);
+}
+
+void TrafficPolicies::takeOff(const std::string& name) {
+   std::vector<TrafficPolicyPlace> found;
+   places_.forEach([&](const TrafficPolicyPlace& place, const std::string& applied) {
+      if (applied == name) found.push_back(place);
+   });
+   for (const auto& place : found)
+      places_.erase(place);
+}
+
+}  // namespace softswitch
