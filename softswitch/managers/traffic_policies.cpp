@@ -6,7 +6,7 @@
 #include "orv/error.h"
 #include "softswitch/managers/intf_mgr.h"
 #include "softswitch/managers/topology.h"
-#include "softswitch/tables/name_check.h"
+#include "softswitch/managers/traffic_policy_rules.h"
 
 namespace softswitch {
 namespace {
@@ -45,8 +45,7 @@ orv::traffic_policy_t TrafficPolicies::policy(const std::string& name) const {
 }
 
 void TrafficPolicies::set(const orv::traffic_policy_t& policy) {
-   checkTrafficPolicyName(policy.key());
-   checkText("traffic policy name", policy.key(), policyNameBytesMax);
+   checkTrafficPolicy(policy);
    auto row = policy;
    row.key_is({});
    policies_.set(policy.key(), std::move(row));

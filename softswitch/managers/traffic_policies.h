@@ -4,8 +4,8 @@
 // even by a resync, removes it from its interfaces.
 //
 // Refusals (orv::invalid_argument_error unless noted otherwise, naming the value; nothing has changed then):
-//    an empty name, in every operation that writes; in set() also a name of more than 400 bytes, or not in
-//    UTF-8
+//    an empty name, in every operation that writes
+//    in set() a policy that no switch could have (traffic_policy_rules.h)
 //    applying a policy, or to an interface, that does not exist; a direction other than in and out
 //    more policies than the table holds, or a full disk (orv::error)
 //
