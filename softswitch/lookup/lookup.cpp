@@ -5,10 +5,11 @@
 #include <algorithm>
 #include <numeric>
 #include <set>
-#include <span>
 #include <string_view>
+#include <unordered_set>
 #include <utility>
 
+#include "softswitch/lookup/flow_hash.h"
 #include "softswitch/lookup/network_of.h"
 #include "softswitch/managers/acl_mgr.h"
 #include "softswitch/managers/class_map_mgr.h"
@@ -20,6 +21,7 @@
 #include "softswitch/managers/mpls_vrf_label_mgr.h"
 #include "softswitch/managers/nexthop_group_mgr.h"
 #include "softswitch/managers/policy_map_mgr.h"
+#include "softswitch/managers/traffic_policies.h"
 #include "softswitch/managers/vrf_mgr.h"
 #include "softswitch/soft_switch.h"
 
@@ -27,28 +29,6 @@ namespace softswitch {
 namespace {
 
 constexpr unsigned metricMax = 255;
-
-// FNV-1a, whose value is the same in every build and process, and a final mix: its low bits depend too
-// closely on the low bits of the input bytes.
-class FlowHash {
-public:
-   void add(std::span<const std::uint8_t> bytes) {
-      for (const auto byte : bytes)
-         value_ = (value_ ^ byte) * 0x100000001b3ULL;
-   }
-   void add(std::string_view text) {
-      for (const char c : text)
-         value_ = (value_ ^ static_cast<unsigned char>(c)) * 0x100000001b3ULL;
-   }
-   void add(std::uint32_t number) { add(fmt::format("/{}/", number)); }
-   std::uint64_t value() const {
-      const auto mixed = (value_ ^ value_ >> 32) * 0x9e3779b97f4a7c15ULL;
-      return mixed ^ mixed >> 29;
-   }
-
-private:
-   std::uint64_t value_ = 0xcbf29ce484222325ULL;
-};
 
 std::vector<std::uint32_t> numbers(const orv::mpls_label_stack_t& labels) {
    std::vector<std::uint32_t> result;
@@ -100,14 +80,16 @@ std::vector<WayOut> waysOut(const orv::nexthop_group_t& group, const NexthopGrou
 
 class Walk {
 public:
-   Walk(const LookupTables& tables, const LookupPacket& packet) : tables_(tables), packet_(packet) {}
+   Walk(const LookupTables& tables, const LookupPacket& packet)
+        : tables_(tables), packet_(packet), dscp_(packet.dscp) {}
 
    Lookup run() && {
-      if (!packet_.label) {
-         byAddress(packet_.vrf);
-      } else {
+      if (!!packet_.label) {
          byLabel();
+      } else if (!packet_.ingress || !byTrafficPolicy()) {
+         byAddress(packet_.vrf);
       }
+      nameEgressPolicy();
       return std::move(result_);
    }
 
@@ -123,6 +105,11 @@ private:
       result_.steps.push_back(result_.reason);
    }
 
+   bool byTrafficPolicy();
+   bool byDecision(const orv::traffic_policy_action_t& decision);
+   bool toOneGroup(const std::unordered_set<std::string>& names);
+   void toNexthop(const orv::traffic_policy_action_t& action);
+   void nameEgressPolicy();
    void byLabel();
    void byAddress(const std::string& vrf);
    void byRoute(const RouteRow& row, const std::string& vrf);
@@ -131,13 +118,125 @@ private:
    void toGroup(const std::string& name);
    void throughGroup(std::string name);
    std::string whyPassedOver(const RouteRow& row) const;
+   std::uint64_t flow(std::string_view choice) const;
    const WayOut* take(std::vector<WayOut> ways);
 
    const LookupTables& tables_;
    const LookupPacket& packet_;
+   std::uint8_t dscp_;
    Lookup result_;
    std::set<std::string> vrfsSeen_;
 };
+
+// RETURNS: false if the packet is to be routed.
+bool Walk::byTrafficPolicy() {
+   const auto& policies = tables_.trafficPolicies;
+   const auto* const name =
+        policies.places().find({.intf = packet_.ingress, .direction = orv::traffic_policy_direction_t::in});
+   const auto* const policy = name == nullptr ? nullptr : policies.policies().find(*name);
+   if (policy == nullptr) {
+      step("no traffic policy is applied inbound to {}", packet_.ingress);
+      return false;
+   }
+   auto outcome = walkPolicy(*name, *policy,
+                             {.source = packet_.source,
+                              .destination = packet_.destination,
+                              .protocol = packet_.protocol,
+                              .sourcePort = packet_.sourcePort,
+                              .destinationPort = packet_.destinationPort});
+   for (const auto& each : outcome.steps)
+      step("{}: {}", packet_.ingress, each);
+   result_.policyRule = std::move(outcome.rule);
+   result_.dscpSet = outcome.dscp;
+   if (outcome.dscp) dscp_ = *outcome.dscp;
+   if (!outcome.unknown.empty()) {
+      end(LookupResult::unknown, "{}", outcome.unknown);
+      return true;
+   }
+   return outcome.decision != nullptr && byDecision(*outcome.decision);
+}
+
+// RETURNS: false if the packet is to be routed.
+bool Walk::byDecision(const orv::traffic_policy_action_t& decision) {
+   using Type = orv::traffic_policy_action_type_t;
+   switch (decision.action_type()) {
+      case Type::drop:
+         end(LookupResult::drop, "{} drops", result_.policyRule->to_string());
+         return true;
+      case Type::punt:
+         end(LookupResult::controlPlane, "{} leads to the control plane", result_.policyRule->to_string());
+         return true;
+      case Type::vrf:
+         byAddress(decision.vrf());
+         return true;
+      case Type::nexthop_group:
+         return toOneGroup(decision.nexthop_groups());
+      case Type::nexthop:
+         toNexthop(decision);
+         return true;
+      case Type::none:
+      case Type::count:
+      case Type::log:
+      case Type::goto_class:
+      case Type::dscp:
+      case Type::traffic_class:
+      case Type::mirror:
+      case Type::police:
+      case Type::permit:
+         break;
+   }
+   return false;
+}
+
+// RETURNS: false if none of the groups is active.
+bool Walk::toOneGroup(const std::unordered_set<std::string>& names) {
+   std::vector<std::string> active;
+   for (const auto& name : std::set<std::string>(names.begin(), names.end())) {
+      if (tables_.groups.active(name)) {
+         active.push_back(name);
+      } else {
+         step("nexthop group {} is passed over, it is not active", name);
+      }
+   }
+   if (active.empty()) return false;
+   throughGroup(active[flow("group") % active.size()]);
+   return true;
+}
+
+void Walk::toNexthop(const orv::traffic_policy_action_t& action) {
+   if (!action.vrf().empty() && !tables_.vrfs.exists(action.vrf())) {
+      end(LookupResult::drop, "VRF {} does not exist", action.vrf());
+      return;
+   }
+   std::vector<WayOut> ways;
+   for (const auto& nexthop : std::set<orv::ip_addr_t>(action.nexthops().begin(), action.nexthops().end())) {
+      // As for the entry of a group: without a neighbour table, every nexthop is reachable.
+      ways.push_back({.group = {},
+                      .entry = static_cast<std::uint32_t>(ways.size()),
+                      .weight = 1,
+                      .resolves = true,
+                      .nexthop = nexthop,
+                      .intf = {},
+                      .action = {},
+                      .labels = {},
+                      .childGroup = {},
+                      .tunnel = action.vrf().empty() ? std::string() : fmt::format("vrf {}", action.vrf())});
+   }
+   const auto* const way = take(std::move(ways));
+   step("nexthop {} is taken", way->nexthop);
+}
+
+// The traffic policy where the packet leaves may still drop it or change it.
+void Walk::nameEgressPolicy() {
+   if (result_.result != LookupResult::forward) return;
+   const auto way = std::find_if(result_.waysOut.rbegin(), result_.waysOut.rend(),
+                                 [](const WayOut& each) { return each.taken; });
+   if (way == result_.waysOut.rend() || !way->intf) return;
+   const auto* const name = tables_.trafficPolicies.places().find(
+        {.intf = way->intf, .direction = orv::traffic_policy_direction_t::out});
+   if (name != nullptr)
+      step("traffic policy {} is applied outbound to {}; this view does not follow it", *name, way->intf);
+}
 
 void Walk::byLabel() {
    const auto label = packet_.label;
@@ -241,6 +340,16 @@ void Walk::byRoute(const RouteRow& row, const std::string& vrf) {
    }
 }
 
+// Each choice has a hash of its own: packets that agree in one still spread in the next.
+std::uint64_t Walk::flow(std::string_view choice) const {
+   FlowHash hash;
+   hash.add(choice);
+   hash.add(result_.vrf);
+   hash.add(packet_.label.label());
+   hash.add(packet_.destination.bytes());
+   return hash.value();
+}
+
 // Appends `ways` to the result. Marks and returns the one that the packet takes, or null if none resolves.
 const WayOut* Walk::take(std::vector<WayOut> ways) {
    const auto first = static_cast<std::ptrdiff_t>(result_.waysOut.size());
@@ -251,11 +360,7 @@ const WayOut* Walk::take(std::vector<WayOut> ways) {
         std::accumulate(begin, result_.waysOut.end(), std::uint64_t{0},
                         [](auto sum, const WayOut& way) { return sum + (way.resolves ? way.weight : 0U); });
    if (total == 0) return nullptr;
-   FlowHash hash;
-   hash.add(result_.vrf);
-   hash.add(packet_.label.label());
-   hash.add(packet_.destination.bytes());
-   auto at = hash.value() % total;
+   auto at = flow("") % total;
    for (auto way = begin; way != result_.waysOut.end(); ++way) {
       if (!way->resolves) continue;
       if (at >= way->weight) {
@@ -323,11 +428,11 @@ void Walk::byHops(const std::vector<orv::mpls_route_via_t>& vias) {
 
 void Walk::toGroup(const std::string& name) {
    result_.groupOfRoute = name;
-   result_.redirect = tables_.redirects.find(name, packet_.dscp, packet_.destination);
+   result_.redirect = tables_.redirects.find(name, dscp_, packet_.destination);
    if (result_.redirect) {
       const auto& [to, by] = *result_.redirect;
       result_.redirectInForce = tables_.groups.active(to);
-      step("DSCP {}: redirected from {} to {} by {}{}", packet_.dscp, name, to, by,
+      step("DSCP {}: redirected from {} to {} by {}{}", dscp_, name, to, by,
            result_.redirectInForce ? "" : fmt::format("; not in force, nexthop group {} is not active", to));
    }
    throughGroup(result_.redirectInForce ? result_.redirect->group : name);
@@ -393,6 +498,7 @@ Lookup lookUp(SoftSwitch& sw, const LookupPacket& packet) {
         .mplsVrfLabels = sw.mplsVrfLabels(),
         .vrfs = sw.vrfs(),
         .intfs = sw.intfs(),
+        .trafficPolicies = sw.policyMaps().trafficPolicies(),
         .redirects = Redirects(sw.policyMaps(), sw.classMaps(), sw.acls(),
                                sw.mounts().state()->entity<Overrides>(Overrides::mountPath))};
    return lookUp(tables, packet);

@@ -5,6 +5,11 @@
 // redirect the group of the route or label (redirects.h), but only once: redirected traffic is not redirected
 // again. A redirect to an inactive group is not in force.
 //
+// A packet without a label that enters at an interface first meets the traffic policy that is applied inbound
+// there (traffic_policy_walk.h). The rule that takes it may drop it, punt it, set its DSCP, look it up in
+// another VRF, or send it to a nexthop or a nexthop group. Such a group is not redirected again; if none of
+// the rule's groups is active, the packet is routed. Outbound traffic policies are named, but not followed.
+//
 // Among several ways out that resolve, a hash over VRF, label and destination chooses one in proportion to
 // their weights. The choice is repeatable and ignores the DSCP: two packets that differ only in DSCP and end
 // up in one group leave through the same entry.
@@ -26,6 +31,7 @@
 #include "orv/mpls_label.h"
 #include "orv/vrf.h"
 #include "softswitch/lookup/redirects.h"
+#include "softswitch/lookup/traffic_policy_walk.h"
 
 namespace softswitch {
 
@@ -35,6 +41,7 @@ class MplsRouteMgr;
 class MplsVrfLabelMgr;
 class NexthopGroupMgr;
 class SoftSwitch;
+class TrafficPolicies;
 class VrfMgr;
 
 struct LookupPacket {
@@ -42,6 +49,13 @@ struct LookupPacket {
    std::string vrf;             // of a packet without a label
    orv::ip_addr_t destination;  // null: unknown, which only a packet with a label may have
    std::uint8_t dscp = 0;       // at most 63
+   // Only for a packet without a label: where it enters, and what rules of traffic policies match beyond the
+   // destination. Empty: not known.
+   orv::intf_id_t ingress{};
+   orv::ip_addr_t source{};  // of the destination's family
+   std::optional<std::uint8_t> protocol{};
+   std::optional<std::uint16_t> sourcePort{};
+   std::optional<std::uint16_t> destinationPort{};
 };
 
 enum class LookupResult : std::uint8_t {
@@ -49,7 +63,7 @@ enum class LookupResult : std::uint8_t {
    drop,
    noRoute,
    controlPlane,
-   unknown,  // it depends on the packet's unknown address
+   unknown,  // it depends on a field of the packet that is not known
 };
 std::string_view to_string(LookupResult result);
 
@@ -70,8 +84,10 @@ struct WayOut {
 
 struct Lookup {
    LookupResult result = LookupResult::noRoute;
-   std::string reason;        // why the packet is not forwarded, as text
-   std::string vrf;           // of the last look-up by address; empty if there was none
+   std::string reason;                    // why the packet is not forwarded, as text
+   std::optional<PolicyRule> policyRule;  // of the traffic policy at the ingress that took the packet
+   std::optional<std::uint8_t> dscpSet;   // by that traffic policy
+   std::string vrf;                       // of the last look-up by address; empty if there was none
    std::string route;         // the last one found: a prefix with its preference, or a label with its metric
    std::string groupOfRoute;  // the group that the route or label leads to; empty for hops
    std::optional<Redirect> redirect;
@@ -91,6 +107,7 @@ struct LookupTables {
    const MplsVrfLabelMgr& mplsVrfLabels;
    const VrfMgr& vrfs;
    const orv::intf_mgr& intfs;
+   const TrafficPolicies& trafficPolicies;
    Redirects redirects;
 };
 
