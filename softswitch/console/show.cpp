@@ -14,10 +14,11 @@ void run(Call& call) {
    document.finish();
 }
 
-constexpr std::array<Show*, 19> everything{
-     showVersion,  showInterfaces,   showPorts,     showTraffic,   showWriters, showVrf,      showAgentStatus,
-     showCounters, showNexthopGroup, showIpRoute,   showMplsRoute, showTunnel,  showFibRoute, showFibFec,
-     showAcl,      showClassMap,     showPolicyMap, showSbfd,      showMainLoop};
+constexpr std::array<Show*, 20> everything{
+     showVersion,   showInterfaces,  showPorts,         showTraffic,      showWriters,
+     showVrf,       showAgentStatus, showCounters,      showNexthopGroup, showIpRoute,
+     showMplsRoute, showTunnel,      showFibRoute,      showFibFec,       showAcl,
+     showClassMap,  showPolicyMap,   showTrafficPolicy, showSbfd,         showMainLoop};
 
 void showTech(Call& call) {
    call.args.end();
@@ -57,15 +58,22 @@ constexpr std::array showTable{
      command("show acl", "", "access lists and their rules, committed or pending", run<showAcl>),
      command("show class-map", "", "class maps", run<showClassMap>),
      command("show policy-map", "", "policy maps, where applied, hardware status", run<showPolicyMap>),
+     command("show traffic-policy", "", "traffic policies, their rules, where applied",
+             run<showTrafficPolicy>),
      command("show sbfd", "", "sBFD echo sessions and the far ends that answer them", run<showSbfd>,
              "Round-trip times are in microseconds."),
      command("show counters", "", "rows and capacity of every table, bytes of the store", run<showCounters>),
      command("show main-loop", "", "tasks, how late the loop was, how threads waited for its lock",
              run<showMainLoop>),
      command("show tech", "", "everything above, one after the other", showTech),
-     command("show forwarding lookup", "[ADDRESS] [label N] [dscp N] [vrf NAME]",
-             "which way a packet takes: route, group, redirect, entry", run<showForwardingLookup>,
-             "The packet has an address, a label or both."),
+     command(
+          "show forwarding lookup",
+          "[ADDRESS] [label N] [dscp N] [vrf NAME] [interface NAME] [source ADDRESS] [protocol N] "
+          "[source-port N] [port N]",
+          "which way a packet takes: traffic policy, route, group, redirect, entry",
+          run<showForwardingLookup>,
+          "The packet has an address, a label or both. Without a label it meets the traffic policy that is "
+          "applied inbound to interface; source, protocol and ports are what its rules may match."),
 };
 
 }  // namespace

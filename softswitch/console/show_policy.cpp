@@ -1,10 +1,12 @@
 #include <optional>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "softswitch/console/rows.h"
 #include "softswitch/console/show.h"
+#include "softswitch/lookup/traffic_policy_walk.h"
 #include "softswitch/managers/acl_mgr.h"
 #include "softswitch/managers/class_map_mgr.h"
 #include "softswitch/managers/policy_map_mgr.h"
@@ -174,6 +176,43 @@ void showPolicyMap(SoftSwitch& target, Args& args, Document& document) {
                     }
                  });
    }
+}
+
+void showTrafficPolicy(SoftSwitch& target, Args& args, Document& document) {
+   args.end();
+   const auto& policies = target.policyMaps().trafficPolicies();
+   document.listing("traffic_policies", {{"Traffic policy", "name", 24}, {"Counters", "counters"}});
+   forEachTableRow(policies.policies(), [&](const std::string& name, const orv::traffic_policy_t& policy) {
+      const std::set<std::string> counters(policy.named_counters().begin(), policy.named_counters().end());
+      document.row({{"name", name}, {"counters", counters}});
+   });
+   document.listing("traffic_policy_rules", {{"Traffic policy", "name", 24},
+                                             {"Seq", "seq", 6},
+                                             {"Rule", "rule", 16},
+                                             {"Type", "type", 5},
+                                             {"Match", "match", 32},
+                                             {"Actions", "actions"}});
+   forEachTableRow(policies.policies(), [&](const std::string& name, const orv::traffic_policy_t& policy) {
+      for (const auto& [sequence, rule] : policy.rules()) {
+         Json actions = Json::array();
+         for (const auto& action : rule.actions())
+            actions.push_back(actionText(action));
+         document.row({{"name", name},
+                       {"seq", sequence},
+                       {"rule", rule.match_rule_name()},
+                       {"type", orv::to_string(rule.traffic_policy_rule_type())},
+                       {"match", matchText(rule.raw_rule())},
+                       {"actions", std::move(actions)}});
+      }
+   });
+   document.listing(
+        "traffic_policy_applied",
+        {{"Interface", "interface", 12}, {"Direction", "direction", 9}, {"Traffic policy", "name"}});
+   forEachTableRow(policies.places(), [&](const TrafficPolicyPlace& place, const std::string& name) {
+      document.row({{"interface", place.intf.to_string()},
+                    {"direction", orv::to_string(place.direction)},
+                    {"name", name}});
+   });
 }
 
 }  // namespace softswitch::console

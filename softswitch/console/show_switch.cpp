@@ -146,6 +146,7 @@ void showCounters(SoftSwitch& target, Args& args, Document& document) {
                                 of("acl rules", target.acls().rules()),
                                 of("class maps", target.classMaps().maps()),
                                 of("policy maps", target.policyMaps().maps()),
+                                of("traffic policies", target.policyMaps().trafficPolicies().policies()),
                                 of("sbfd sessions", target.bfdSessions().sessions()),
                                 of("agent statuses", target.agent()),
                                 {"interfaces", target.intfs().size(), Topology::maxInterfaces}};

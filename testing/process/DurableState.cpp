@@ -30,6 +30,10 @@ const std::array listings{
      Listing{"show acl", "acl_applied", {"interface", "direction", "type", "acl"}},
      Listing{"show class-map", "class_maps", {"name", "feature", "acls"}},
      Listing{"show policy-map", "policy_map_rules", {"name", "feature", "seq", "class_map", "actions"}},
+     Listing{"show traffic-policy", "traffic_policies", {"name", "counters"}},
+     Listing{
+          "show traffic-policy", "traffic_policy_rules", {"name", "seq", "rule", "type", "match", "actions"}},
+     Listing{"show traffic-policy", "traffic_policy_applied", {"interface", "direction", "name"}},
      Listing{"show sbfd",
              "sbfd_sessions",
              {"nexthop", "interface", "labels", "dscp", "exp", "min_tx_ms", "multiplier", "rtt_enabled"}},

@@ -27,8 +27,8 @@ TEST_F(CommandsFixture, unknownWordsAreNamedWithWhatWasExpected) {
              "unknown command 'shwo', expected one of configure, help, set, show, unset");
    EXPECT_EQ(refusal("show"),
              "missing word after 'show', expected one of acl, agent, class-map, counters, fib, "
-             "forwarding, interfaces, ip, main-loop, "
-             "mpls, nexthop-group, policy-map, ports, sbfd, tech, traffic, tunnel, version, vrf, writers");
+             "forwarding, interfaces, ip, main-loop, mpls, nexthop-group, policy-map, ports, sbfd, tech, "
+             "traffic, traffic-policy, tunnel, version, vrf, writers");
    EXPECT_THAT(refusal("show rooms"), HasSubstr("'rooms' after 'show', expected one of acl, agent"));
    EXPECT_EQ(refusal("show ip"), "missing word after 'show ip', expected route");
    EXPECT_EQ(refusal("show fib rout"), "'rout' after 'show fib', expected one of fec, route");
@@ -54,12 +54,13 @@ TEST_F(CommandsFixture, everyShowCommandRefusesAWordTooManyAndPrintsBothForms) {
 
 TEST_F(CommandsFixture, techHoldsEverything) {
    const auto tech = json("show tech");
-   for (const auto* section :
-        {"version",     "interfaces",    "vrfs",           "agent",     "status",      "options",
-         "tables",      "store",         "nexthop_groups", "ip_routes", "mpls_routes", "mpls_vrf_labels",
-         "tunnels",     "fib_routes",    "fib_fecs",       "acls",      "acl_rules",   "class_maps",
-         "policy_maps", "sbfd_sessions", "sbfd_far_ends",  "ports",     "traffic",     "writers",
-         "main_loop",   "activity_lock", "tasks"}) {
+   for (const auto* section : {"version",        "interfaces",    "vrfs",        "agent",
+                               "status",         "options",       "tables",      "store",
+                               "nexthop_groups", "ip_routes",     "mpls_routes", "mpls_vrf_labels",
+                               "tunnels",        "fib_routes",    "fib_fecs",    "acls",
+                               "acl_rules",      "class_maps",    "policy_maps", "sbfd_sessions",
+                               "sbfd_far_ends",  "ports",         "traffic",     "writers",
+                               "main_loop",      "activity_lock", "tasks",       "traffic_policies"}) {
       EXPECT_TRUE(tech.contains(section)) << section;
       EXPECT_THAT(run("show tech"), HasSubstr(std::string("---- ") + section + " ----\n"));
    }

@@ -135,27 +135,29 @@ TEST_F(ShowLookupTest, aVrfIsLookedAt) {
 TEST_F(ShowLookupTest, everyBadWordIsNamedWithWhatWasExpected) {
    const std::string command = "show forwarding lookup";
    const std::string ip = "an IP address as in 10.0.0.1 or 2001:db8::1";
-   EXPECT_EQ(refusal(command),
-             "missing word after 'show forwarding lookup', expected " + ip + ", label, vrf or dscp");
-   EXPECT_EQ(refusal(command + " dscp 46"),
-             "missing word after 'show forwarding lookup dscp 46', expected " + ip + ", label or vrf");
+   const std::string fields = "interface, source, protocol, source-port";
+   EXPECT_EQ(refusal(command), "missing word after 'show forwarding lookup', expected " + ip +
+                                    ", label, vrf, dscp, " + fields + " or port");
+   EXPECT_EQ(refusal(command + " dscp 46"), "missing word after 'show forwarding lookup dscp 46', expected " +
+                                                 ip + ", label, vrf, " + fields + " or port");
    EXPECT_EQ(refusal(command + " vrf default"),
-             "missing word after 'show forwarding lookup vrf default', expected " + ip + " or dscp");
+             "missing word after 'show forwarding lookup vrf default', expected " + ip + ", dscp, " + fields +
+                  " or port");
    for (const std::string bad : {"10.1.2", "10.1.2.0/24", "gold", "\"\""}) {
       EXPECT_EQ(refusal(command + " " + bad), "'" + (bad == "\"\"" ? "" : bad) +
                                                    "' after 'show forwarding lookup', expected " + ip +
-                                                   ", label, vrf or dscp");
+                                                   ", label, vrf, dscp, " + fields + " or port");
    }
    EXPECT_EQ(refusal(command + " 10.1.2.3 10.1.2.4"),
-             "'10.1.2.4' after 'show forwarding lookup 10.1.2.3', expected label, vrf, dscp or the end of "
-             "the line");
+             "'10.1.2.4' after 'show forwarding lookup 10.1.2.3', expected label, vrf, dscp, " + fields +
+                  ", port or the end of the line");
    EXPECT_EQ(refusal(command + " 10.1.2.3 dscp 64"),
              "'64' after 'show forwarding lookup 10.1.2.3 dscp', expected a DSCP (0 to 63)");
    EXPECT_EQ(refusal(command + " 10.1.2.3 dscp"),
              "missing word after 'show forwarding lookup 10.1.2.3 dscp', expected a DSCP (0 to 63)");
    EXPECT_EQ(refusal(command + " 10.1.2.3 dscp 1 dscp 2"),
-             "'dscp' after 'show forwarding lookup 10.1.2.3 dscp 1', expected label, vrf or the end of the "
-             "line");
+             "'dscp' after 'show forwarding lookup 10.1.2.3 dscp 1', expected label, vrf, " + fields +
+                  ", port or the end of the line");
    EXPECT_EQ(refusal(command + " label 1048576"),
              "'1048576' after 'show forwarding lookup label', expected a label (0 to 1048575)");
    EXPECT_EQ(refusal(command + " label -1"),
@@ -163,13 +165,96 @@ TEST_F(ShowLookupTest, everyBadWordIsNamedWithWhatWasExpected) {
    EXPECT_EQ(
         refusal(command + " label 5 vrf red"),
         "'vrf' after 'show forwarding lookup label 5', expected " + ip + ", dscp or the end of the line");
-   EXPECT_EQ(refusal(command + " vrf red label 5"),
-             "'label' after 'show forwarding lookup vrf red', expected " + ip + " or dscp");
+   EXPECT_EQ(
+        refusal(command + " vrf red label 5"),
+        "'label' after 'show forwarding lookup vrf red', expected " + ip + ", dscp, " + fields + " or port");
    EXPECT_EQ(refusal(command + " 10.1.2.3 vrf"),
              "missing word after 'show forwarding lookup 10.1.2.3 vrf', expected a VRF's name");
    EXPECT_EQ(refusal(command + " 10.1.2.3 dscp 1 vrf default more"),
-             "'more' after 'show forwarding lookup 10.1.2.3 dscp 1 vrf default', expected the end of the "
+             "'more' after 'show forwarding lookup 10.1.2.3 dscp 1 vrf default', expected " + fields +
+                  ", port or the end of the line");
+   EXPECT_EQ(refusal(command + " 10.1.2.3 label 5 interface Ethernet1"),
+             "'interface' after 'show forwarding lookup 10.1.2.3 label 5', expected dscp or the end of the "
              "line");
+   for (const std::string word :
+        {"interface Ethernet1", "source 10.0.0.1", "protocol 6", "source-port 1", "port 0"}) {
+      EXPECT_THAT(refusal(command + " " + word + " label 5"), HasSubstr("'label' after")) << word;
+      const auto name = word.substr(0, word.find(' '));
+      EXPECT_THAT(refusal(command + " " + word + " " + word), HasSubstr("'" + name + "' after")) << word;
+   }
+   EXPECT_EQ(refusal(command + " 10.1.2.3 interface"),
+             "missing word after 'show forwarding lookup 10.1.2.3 interface', expected an interface's name "
+             "as in Ethernet1");
+   EXPECT_EQ(refusal(command + " 10.1.2.3 interface Ethernet99"), "unknown interface Ethernet99");
+   EXPECT_EQ(refusal(command + " 10.1.2.3 source web"),
+             "'web' after 'show forwarding lookup 10.1.2.3 source', expected " + ip);
+   EXPECT_EQ(refusal(command + " 10.1.2.3 source 2001:db8::1"),
+             "source 2001:db8::1 and destination 10.1.2.3, expected two addresses of one family");
+   EXPECT_EQ(refusal(command + " 10.1.2.3 protocol 256"),
+             "'256' after 'show forwarding lookup 10.1.2.3 protocol', expected a protocol (0 to 255)");
+   EXPECT_EQ(refusal(command + " 10.1.2.3 source-port 65536"),
+             "'65536' after 'show forwarding lookup 10.1.2.3 source-port', expected a port (0 to 65535)");
+   EXPECT_EQ(refusal(command + " 10.1.2.3 port x"),
+             "'x' after 'show forwarding lookup 10.1.2.3 port', expected a port (0 to 65535)");
+}
+
+TEST_F(ShowLookupTest, aTrafficPolicyIsObeyedAtTheInterfaceWhereThePacketEnters) {
+   {
+      const orv::sdk_scoped_lock lock;
+      orv::port_field_t ports;
+      ports.src_ports_is({{1024, 65535}});
+      ports.dst_ports_is({{80, 80}, {443, 443}});
+      orv::tp_rule_filter_t web;
+      web.src_addrs_is({{orv::ip_addr_t("192.0.2.0"), 24}});
+      web.protocols_is({{{6, 6}, orv::protocol_field_t({{1, ports}})}});
+      orv::traffic_policy_action_t toLow(orv::traffic_policy_action_type_t::nexthop_group),
+           dscp(orv::traffic_policy_action_type_t::dscp);
+      toLow.nexthop_groups_is({"low"});
+      dscp.dscp_is(46);
+      orv::traffic_policy_rule_t rule(orv::traffic_policy_rule_type_t::ipv4, "web");
+      rule.raw_rule_is(web);
+      rule.actions_is({toLow, dscp});
+      orv::traffic_policy_rule_t rest(orv::traffic_policy_rule_type_t::ipv4, "rest");
+      rest.action_set(orv::traffic_policy_action_t(orv::traffic_policy_action_type_t::drop));
+      orv::traffic_policy_t policy("edge");
+      policy.rule_set(10, rule);
+      policy.rule_set(20, rest);
+      target().policyMaps().traffic_policy_is(policy);
+      target().policyMaps().traffic_policy_apply("edge", orv::intf_id_t("Ethernet5"),
+                                                 orv::traffic_policy_direction_t::in, true);
+   }
+   const std::string web =
+        "show forwarding lookup 10.1.2.3 interface Ethernet5 source 192.0.2.7 protocol 6 source-port 5000";
+   EXPECT_EQ(json(web + " port 443")["lookup"], Json({{"destination", "10.1.2.3"},
+                                                      {"dscp", 0},
+                                                      {"ingress", "Ethernet5"},
+                                                      {"source", "192.0.2.7"},
+                                                      {"protocol", 6},
+                                                      {"source_port", 5000},
+                                                      {"port", 443},
+                                                      {"result", "forward"},
+                                                      {"traffic_policy", "edge"},
+                                                      {"traffic_policy_seq", 10},
+                                                      {"traffic_policy_rule", "web"},
+                                                      {"dscp_set", 46},
+                                                      {"nexthop_group", "low"},
+                                                      {"version", 1},
+                                                      {"entry", 0},
+                                                      {"nexthop", "10.0.0.2"},
+                                                      {"interface", "Ethernet2"}}));
+   EXPECT_THAT(run(web + " port 443"), HasSubstr("traffic_policy_seq: 10\ntraffic_policy_rule: web\n"));
+   const auto dropped = json(web + " port 22")["lookup"];
+   EXPECT_EQ(dropped["result"], "drop");
+   EXPECT_EQ(dropped["reason"], "rule 20 (rest) of traffic policy edge drops");
+   EXPECT_EQ(dropped["traffic_policy_seq"], 20);
+   const auto untold = json(web)["lookup"];
+   EXPECT_EQ(untold["result"], "unknown");
+   EXPECT_EQ(
+        untold["reason"],
+        "rule 10 (web) of traffic policy edge depends on the packet's destination port, which is not given");
+   // Without an interface the packet does not enter anywhere.
+   EXPECT_EQ(json("show forwarding lookup 10.1.2.3")["lookup"]["nexthop_group"], "gold");
+   EXPECT_EQ(json("show forwarding lookup 10.1.2.3 interface Ethernet6")["lookup"]["nexthop_group"], "gold");
 }
 
 }  // namespace

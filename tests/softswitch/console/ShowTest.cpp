@@ -243,6 +243,59 @@ TEST_F(ShowTest, policyChain) {
    EXPECT_THAT(run("show policy-map"), ContainsRegex("p +pbr +Ethernet1 +in"));
 }
 
+TEST_F(ShowTest, trafficPoliciesWithTheirRulesAndWhereTheyAreApplied) {
+   {
+      const orv::sdk_scoped_lock lock;
+      auto& policies = target().policyMaps();
+      orv::tp_rule_filter_t match(orv::traffic_policy_rule_type_t::ipv6);
+      match.src_addrs_is({{orv::ip_addr_t("2001:db8::"), 32}});
+      match.protocols_is({{{1, 17}, {}}});
+      orv::traffic_policy_action_t count(orv::traffic_policy_action_type_t::count);
+      count.counter_name_is("hits");
+      orv::traffic_policy_rule_t rule(orv::traffic_policy_rule_type_t::ipv6, "lab");
+      rule.raw_rule_is(match);
+      rule.action_set(count);
+      rule.action_set(orv::traffic_policy_action_t(orv::traffic_policy_action_type_t::drop));
+      orv::traffic_policy_t edge("edge");
+      edge.named_counters_is({"misses", "hits"});
+      edge.rule_set(10, rule);
+      edge.rule_set(20, orv::traffic_policy_rule_t(orv::traffic_policy_rule_type_t::ipv4, "all"));
+      policies.traffic_policy_is(edge);
+      policies.traffic_policy_is(orv::traffic_policy_t("idle"));
+      policies.traffic_policy_apply("edge", orv::intf_id_t("Ethernet1"), orv::traffic_policy_direction_t::in,
+                                    true);
+      policies.traffic_policy_apply("edge", orv::intf_id_t("Ethernet2"), orv::traffic_policy_direction_t::out,
+                                    true);
+   }
+   EXPECT_EQ(json("show traffic-policy"),
+             Json({{"traffic_policies",
+                    {{{"name", "edge"}, {"counters", {"hits", "misses"}}},
+                     {{"name", "idle"}, {"counters", Json::array()}}}},
+                   {"traffic_policy_rules",
+                    {{{"name", "edge"},
+                      {"seq", 10},
+                      {"rule", "lab"},
+                      {"type", "ipv6"},
+                      {"match", "source 2001:db8::/32 protocol 1-17"},
+                      {"actions", {"drop", "count hits"}}},
+                     {{"name", "edge"},
+                      {"seq", 20},
+                      {"rule", "all"},
+                      {"type", "ipv4"},
+                      {"match", "any"},
+                      {"actions", Json::array()}}}},
+                   {"traffic_policy_applied",
+                    {{{"interface", "Ethernet1"}, {"direction", "in"}, {"name", "edge"}},
+                     {{"interface", "Ethernet2"}, {"direction", "out"}, {"name", "edge"}}}}}));
+   const auto text = run("show traffic-policy");
+   EXPECT_THAT(text, ContainsRegex("edge +hits, misses\n"));
+   EXPECT_THAT(text, ContainsRegex("edge +10 +lab +ipv6 +source 2001:db8::/32 protocol 1-17 +drop, count"));
+   EXPECT_THAT(text, ContainsRegex("Ethernet2 +out +edge\n"));
+   const auto tables = json("show counters")["tables"];
+   EXPECT_THAT(tables,
+               testing::Contains(Json({{"table", "traffic policies"}, {"rows", 2}, {"capacity", 16'384}})));
+}
+
 TEST_F(ShowTest, countersCountRows) {
    run("configure vrf red");
    run("configure ip route 10.3.0.0/16 drop");
