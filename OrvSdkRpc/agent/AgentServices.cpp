@@ -9,6 +9,7 @@
 #include "OrvSdkRpc/mirror/IntfService.h"
 #include "OrvSdkRpc/mirror/MplsVrfLabelService.h"
 #include "OrvSdkRpc/mirror/NexthopGroupService.h"
+#include "OrvSdkRpc/mirror/PolicyMapService.h"
 #include "platform/process/Toggles.h"
 
 namespace OrvSdkRpc {
@@ -87,7 +88,7 @@ void Agent::enableServices(orv::sdk& sdk, const Server::Services& service) {
       case Services::NexthopGroup:
          return add<NexthopGroupService>(sdk.get_nexthop_group_mgr());
       case Services::PolicyMap:
-         return absent(sdk.get_policy_map_mgr());
+         return add<PolicyMapService>(sdk.get_policy_map_mgr());
       case Services::PolicyMapCounters:
          if (pbrCountersStreamEnabled()) {
             auto* const policyMapMgr = sdk.get_policy_map_mgr();
