@@ -1,17 +1,10 @@
 #include "OrvSdkRpc/mirror/GroupCountersIterator.h"
 
-#include <chrono>
-#include <cstddef>
 #include <utility>
 
+#include "OrvSdkRpc/mirror/SearchSlice.h"
+
 namespace OrvSdkRpc {
-namespace {
-
-// How long a search holds the SDK's lock, and how many names it checks between two readings of the clock.
-constexpr std::chrono::milliseconds slice{1};
-constexpr std::size_t atOnce = 4;
-
-}  // namespace
 
 GroupCounters::GroupCounters(GroupCounters&& other) noexcept = default;
 GroupCounters& GroupCounters::operator=(GroupCounters&& other) noexcept = default;
@@ -64,10 +57,10 @@ void GroupCountersIterator::search() {
    searching_ = false;
    if (!regex_) return;
    Programmed& groups = std::get<Programmed>(at_);
-   const auto end = std::chrono::steady_clock::now() + slice;
-   for (std::size_t looked = 1; groups && !regex_->matches(*groups); ++looked) {
+   SearchSlice slice;
+   while (groups && !regex_->matches(*groups)) {
       ++groups;
-      if (looked % atOnce == 0 && std::chrono::steady_clock::now() >= end) {
+      if (slice.over()) {
          searching_ = true;
          return;
       }
