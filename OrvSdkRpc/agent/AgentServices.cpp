@@ -7,6 +7,7 @@
 #include "OrvSdkRpc/mirror/EthPhyIntfService.h"
 #include "OrvSdkRpc/mirror/IntfCounterService.h"
 #include "OrvSdkRpc/mirror/IntfService.h"
+#include "OrvSdkRpc/mirror/IpRouteService.h"
 #include "OrvSdkRpc/mirror/MplsVrfLabelService.h"
 #include "OrvSdkRpc/mirror/NexthopGroupService.h"
 #include "OrvSdkRpc/mirror/PolicyMapService.h"
@@ -72,7 +73,7 @@ void Agent::enableServices(orv::sdk& sdk, const Server::Services& service) {
          return add<IntfCounterService>(sdk.get_intf_counter_mgr(), trafficRatesWatcher_.get());
       case Services::IpRoute: {
          auto* const vrfMgr = sdk.get_vrf_mgr();
-         return absent(sdk.get_ip_route_mgr(), vrfMgr);
+         return add<IpRouteService>(sdk.get_ip_route_mgr(), vrfMgr);
       }
       case Services::IpIntf:
          return absent(sdk.get_ip_intf_mgr());

@@ -38,8 +38,9 @@ TEST(Descriptors, theMirrorServicesAreLinked) {
       names.push_back(service->name());
    EXPECT_EQ(names, (std::vector<std::string>{"orvsdk_service", "AclMgrService", "AgentService",
                                               "ClassMapMgrService", "EthPhyIntfMgrService", "FibMgrService",
-                                              "IntfMgrService", "IntfCounterMgrService",
-                                              "MplsVrfLabelMgrService", "NexthopGroupMgrService"}));
+                                              "IntfMgrService", "IntfCounterMgrService", "IpRouteMgrService",
+                                              "MplsVrfLabelMgrService", "NexthopGroupMgrService",
+                                              "PolicyMapMgrService"}));
 }
 
 TEST(Descriptors, theProgrammingServiceHasEighteenRpcs) {

@@ -93,6 +93,9 @@ std::string intf(const std::string& method) {
 std::string group(const std::string& method) {
    return "orv.remote.NexthopGroupMgrService/" + method;
 }
+std::string route(const std::string& method) {
+   return "orv.remote.IpRouteMgrService/" + method;
+}
 
 std::string classMap(const std::string& method) {
    return "orv.remote.ClassMapMgrService/" + method;
@@ -151,6 +154,21 @@ const std::string popY = R"({"mpls_vrf_label":{"label":{"label":200},"vrf_name":
 const std::string ofPopX = R"({"label":{"label":100}})";
 const std::string ofPopY = R"({"label":{"label":200}})";
 const Request twoPops{vrfLabel("bulk_mpls_vrf_label_set"), requests(popX, popY)};
+const std::string keyP = R"({"prefix":{"network":"10.4.0.0","prefix_length":16}})";
+const std::string keyQ = R"({"prefix":{"network":"2001:db8::","prefix_length":32}})";
+// A request that names a route, and one with a via of a route.
+std::string key(const std::string& route) {
+   return R"({"key":)" + route + "}";
+}
+std::string via(const std::string& route, const std::string& hop) {
+   return R"({"via":{"route_key":)" + route + R"(,"hop":")" + hop + R"("}})";
+}
+std::string routeSet(const std::string& key, const std::string& hop) {
+   return R"({"ip_route":{"key":)" + key + R"(,"tag":7},"vias":[{"route_key":)" + key + R"(,"hop":")" + hop +
+          R"("}]})";
+}
+const Request twoMirrorRoutes{route("bulk_ip_route_set"),
+                              requests(routeSet(keyP, "10.0.1.2"), routeSet(keyQ, "2001:db8::1"))};
 
 const std::vector<Row> rows{
      // The programming service.
@@ -221,6 +239,19 @@ const std::vector<Row> rows{
      {{vrfLabel("mpls_vrf_label_del"), ofPopX}, {twoPops}},
      {{vrfLabel("bulk_mpls_vrf_label_del"), requests(ofPopX, ofPopY)}, {twoPops}},
      {{vrfLabel("resync_complete"), "{}"}, {twoPops, {vrfLabel("resync_init"), "{}"}}},
+     // IP routes.
+     {{route("ip_route_set"), routeSet(keyP, "10.0.1.2")}},
+     {twoMirrorRoutes},
+     {{route("ip_route_set"), with(R"("vias_action":1)", routeSet(keyP, "10.0.1.3"))}, {twoMirrorRoutes}},
+     {{route("ip_route_del"), key(keyP)}, {twoMirrorRoutes}},
+     {{route("bulk_ip_route_del"), requests(key(keyP), key(keyQ))}, {twoMirrorRoutes}},
+     {{route("ip_route_via_set"), via(keyP, "10.0.1.3")}, {twoMirrorRoutes}},
+     {{route("bulk_ip_route_via_set"), requests(via(keyP, "10.0.1.3"), via(keyQ, "2001:db8::2"))},
+      {twoMirrorRoutes}},
+     {{route("ip_route_via_del"), via(keyP, "10.0.1.2")}, {twoMirrorRoutes}},
+     {{route("bulk_ip_route_via_del"), requests(via(keyP, "10.0.1.2"), via(keyQ, "2001:db8::1"))},
+      {twoMirrorRoutes}},
+     {{route("resync_complete"), "{}"}, {twoMirrorRoutes, {route("resync_init"), "{}"}}},
 };
 
 void PrintTo(const Row& row, std::ostream* out) {
@@ -262,6 +293,13 @@ const std::set<std::string> readers{
      "orv.remote.IntfCounterMgrService.intf_counters",
      "orv.remote.IntfCounterMgrService.intf_traffic_rates",
      "orv.remote.MplsVrfLabelMgrService.mpls_vrf_label",
+     "orv.remote.IpRouteMgrService.ip_route_exists",
+     "orv.remote.IpRouteMgrService.ip_route_via_exists",
+     "orv.remote.IpRouteMgrService.ip_route",
+     // The tag and resync marks are in memory only.
+     "orv.remote.IpRouteMgrService.tag",
+     "orv.remote.IpRouteMgrService.tag_is",
+     "orv.remote.IpRouteMgrService.resync_init",
      "orv.remote.NexthopGroupMgrService.active",
      "orv.remote.NexthopGroupMgrService.exists",
      "orv.remote.NexthopGroupMgrService.nexthop_group",

@@ -12,6 +12,7 @@
 #include <string>
 #include <vector>
 
+#include "PanicCapture.h"
 #include "orv/error.h"
 #include "testing/base/Eventually.h"
 #include "testing/mock/MockNexthopGroupMgr.h"
@@ -55,20 +56,6 @@ remote::NexthopGroupSetRequest groupSet(const std::string& name, std::optional<s
    if (version) request.set_version_id(*version);
    return request;
 }
-
-// Replaces the process's exception handler while it exists.
-class PanicCapture {
-public:
-   PanicCapture() {
-      orv::exception_handler_is([this](const orv::error& e) {
-         words.emplace_back(e.what());
-         e.raise();
-      });
-   }
-   ~PanicCapture() { orv::exception_handler_is(nullptr); }
-
-   std::vector<std::string> words;
-};
 
 class NexthopGroupServiceTest
      : public MainLoop,
