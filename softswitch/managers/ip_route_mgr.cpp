@@ -89,7 +89,8 @@ orv::ip_route_via_iter_t IpRouteMgr::ip_route_via_iter(const orv::ip_route_key_t
            const auto* row = table_.find(wanted);
            return row == nullptr ? std::vector<orv::ip_route_via_t>() : table_.viasOf(*row);
         },
-        IpRouteTable::sameVia);
+        IpRouteTable::sameVia,
+        [this, changes = table_.viaChanges()] { return table_.viaChanges() == changes; });
 }
 
 bool IpRouteMgr::exists(const orv::ip_route_key_t& key) const {

@@ -120,6 +120,8 @@ public:
                                           [&](const auto& each) { return Kind::sameHop(each.via, via); });
    }
    const std::string& group(const Row& row) const { return groups_.text(row.group); }
+   // Counts the changes of vias, so that a reader can tell whether any route has other vias than before.
+   std::uint64_t viaChanges() const { return viaChanges_; }
 
    // After a change by the functions below, call the derived table's changed(). Those that return bool,
    // except keepGroup(), return whether they changed the row. Setting a via marks the via and its route as
@@ -181,6 +183,7 @@ private:
    DeferredRow<Row>& unwritten_;
    const std::size_t capacity_;
    std::size_t rowsWithHops_ = 0;
+   std::uint64_t viaChanges_ = 0;
 };
 
 // Ends a resync; a no-op if none is running. Calls `erase(row)` for each route that was not set again, and
@@ -240,6 +243,7 @@ void RouteTable<Kind>::setGroup(Row& row, const Via& via) {
    const auto id = groups_.hold(via.nexthop_group());
    clearVias(row);
    row.group = id;
+   ++viaChanges_;
    row.mark = row.groupMark = marks_.epoch();
    Kind::keep(row, via);
    if (Kind::plain(via)) return;
@@ -271,6 +275,7 @@ bool RouteTable<Kind>::setHop(Row& row, const Via& via) {
       if (hop == nullptr) hop = &addHop(row);
       hop->via = via;
       hop->via.route_key_is({});
+      ++viaChanges_;
    }
    row.mark = hop->mark = marks_.epoch();
    return changes;
@@ -280,6 +285,7 @@ template <class Kind>
 bool RouteTable<Kind>::eraseVias(Row& row, const Via& via) {
    if (!hasVia(row, via)) return false;
    prepare(&row, bytesOfVias(row), true);
+   ++viaChanges_;
    if (row.hops() > 1 && !Kind::bare(via)) {
       std::erase_if(*row.vias, [&](const auto& each) { return Kind::sameFields(each.via, via); });
    } else {
@@ -299,6 +305,7 @@ bool RouteTable<Kind>::dropStaleVias(Row& row) {
    const auto stale = [this](const auto& each) { return marks_.stale(each.mark); };
    if (row.vias == nullptr || std::none_of(row.vias->begin(), row.vias->end(), stale)) return false;
    prepare(&row, bytesOfVias(row), true);
+   ++viaChanges_;
    std::erase_if(*row.vias, stale);
    if (row.vias->empty()) clearVias(row);
    return true;
@@ -307,6 +314,7 @@ bool RouteTable<Kind>::dropStaleVias(Row& row) {
 template <class Kind>
 void RouteTable<Kind>::clearVias(Row& row) {
    if (row.hasHops()) --rowsWithHops_;
+   ++viaChanges_;
    groups_.drop(row.group);
    row.group = Names::none;
    Kind::keepNothing(row);

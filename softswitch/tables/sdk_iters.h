@@ -42,19 +42,30 @@ Iter makeCursorIter(Cursor cursor, Make make) {
    return Iter(std::make_unique<CursorIter<Iter, Cursor, Make>>(std::move(cursor), std::move(make)));
 }
 
+// For lists without a record of their changes.
+struct PerhapsChanged {
+   bool operator()() const { return false; }
+};
+
 // Iterates over a short list as it was at the beginning. An element that has been removed since is skipped;
 // an element that has changed is returned as it is now. `Now` returns the current list; `same(a, b)` compares
-// the identity of two elements.
-template <class Iter, class Now, class Same>
+// the identity of two elements; `unchanged()` says that the list is as it was at the beginning, which spares
+// a step from reading it again.
+template <class Iter, class Now, class Same, class Unchanged>
 class SnapshotIter final : public Iter::impl_type {
 public:
    using Value = typename Iter::value_type;
 
-   SnapshotIter(Now now, Same same) : now_(std::move(now)), same_(std::move(same)), values_(now_()) {}
+   SnapshotIter(Now now, Same same, Unchanged unchanged)
+        : now_(std::move(now)), same_(std::move(same)), unchanged_(std::move(unchanged)), values_(now_()) {}
 
    bool next(Value& value) override {
       while (at_ < values_.size()) {
          const auto& candidate = values_[at_++];
+         if (unchanged_()) {
+            value = candidate;
+            return true;
+         }
          auto values = now_();
          const auto it = std::find_if(values.begin(), values.end(),
                                       [&](const Value& each) { return same_(each, candidate); });
@@ -71,13 +82,15 @@ public:
 private:
    Now now_;
    Same same_;
+   Unchanged unchanged_;
    std::vector<Value> values_;
    std::size_t at_ = 0;
 };
 
-template <class Iter, class Now, class Same>
-Iter makeSnapshotIter(Now now, Same same) {
-   return Iter(std::make_unique<SnapshotIter<Iter, Now, Same>>(std::move(now), std::move(same)));
+template <class Iter, class Now, class Same, class Unchanged = PerhapsChanged>
+Iter makeSnapshotIter(Now now, Same same, Unchanged unchanged = {}) {
+   return Iter(std::make_unique<SnapshotIter<Iter, Now, Same, Unchanged>>(std::move(now), std::move(same),
+                                                                          std::move(unchanged)));
 }
 
 }  // namespace softswitch

@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 
+#include <functional>
 #include <random>
 #include <set>
 
@@ -14,6 +15,7 @@ namespace {
 using testing::AllOf;
 using testing::ElementsAre;
 using testing::HasSubstr;
+using testing::IsEmpty;
 using Action = orv::ip_route_action_t;
 
 class IpRouteMgrTest : public SwitchFixture {
@@ -360,6 +362,47 @@ TEST_F(IpRouteMgrTest, walksSurviveChanges) {
    mgr().ip_route_del(key("10.0.0.0/8"));
    ++via;
    EXPECT_FALSE(via);
+}
+
+TEST_F(IpRouteMgrTest, aWalkOfViasSeesEachKindOfChange) {
+   const auto heavy = [&](std::string_view hop, std::uint32_t weight) {
+      auto via = hopVia("10.0.0.0/8", hop);
+      via.weight_is(weight);
+      return via;
+   };
+   // A walk that stands at the first of three hops; what it yields after the change.
+   const auto rest = [&](const std::function<void()>& change) {
+      mgr().ip_route_del(key("10.0.0.0/8"));
+      set("10.0.0.0/8");
+      for (const char* hop : {"192.0.2.1", "192.0.2.2", "192.0.2.3"})
+         mgr().ip_route_via_set(heavy(hop, 0));
+      auto it = mgr().ip_route_via_iter(key("10.0.0.0/8"));
+      change();
+      ++it;
+      return listOf(it);
+   };
+   const auto second = heavy("192.0.2.2", 0);
+   const auto third = heavy("192.0.2.3", 0);
+   EXPECT_THAT(rest([] {}), ElementsAre(second, third));
+   EXPECT_THAT(rest([&] { mgr().ip_route_via_set(heavy("192.0.2.2", 5)); }),
+               ElementsAre(heavy("192.0.2.2", 5), third));
+   EXPECT_THAT(rest([&] { mgr().ip_route_via_set(heavy("192.0.2.4", 0)); }), ElementsAre(second, third));
+   EXPECT_THAT(rest([&] { mgr().ip_route_via_del(second); }), ElementsAre(third));
+   EXPECT_THAT(rest([&] { mgr().ip_route_via_del(orv::ip_route_via_t(key("10.0.0.0/8"))); }), IsEmpty());
+   EXPECT_THAT(rest([&] { mgr().ip_route_del(key("10.0.0.0/8")); }), IsEmpty());
+   EXPECT_THAT(rest([&] {
+                  mgr().resync_init();
+                  set("10.0.0.0/8");
+                  mgr().ip_route_via_set(third);
+                  mgr().resync_complete();
+               }),
+               ElementsAre(third));
+   EXPECT_THAT(rest([&] {
+                  mgr().ip_route_del(key("10.0.0.0/8"));
+                  set("10.0.0.0/8");
+                  mgr().ip_route_via_set(groupVia("10.0.0.0/8", "g"));
+               }),
+               IsEmpty());
 }
 
 TEST_F(IpRouteMgrTest, aLongRandomLifeAgreesWithAModel) {

@@ -63,6 +63,26 @@ TEST_F(SnapshotIterTest, anElementComesOnceAsItIsWhenItsTurnComes) {
    EXPECT_THAT(gathered(it), ElementsAre(Pair{1, 1}, Pair{3, 30}));
 }
 
+TEST_F(SnapshotIterTest, aListThatHasNotChangedIsReadOnce) {
+   int reads = 0;
+   bool changed = false;
+   const auto now = [&] {
+      ++reads;
+      return std::vector<Pair>(now_.begin(), now_.end());
+   };
+   const auto same = [](const Pair& a, const Pair& b) { return a.first == b.first; };
+   auto it = makeSnapshotIter<PairIter>(now, same, [&] { return !changed; });
+   EXPECT_EQ(*it, (Pair{1, 1}));
+   ++it;
+   EXPECT_EQ(*it, (Pair{2, 2}));
+   EXPECT_EQ(reads, 1);
+   now_[3] = 30;
+   changed = true;
+   ++it;
+   EXPECT_EQ(*it, (Pair{3, 30}));
+   EXPECT_EQ(reads, 2);
+}
+
 TEST_F(SnapshotIterTest, aCopyGoesOnFromTheSamePlace) {
    auto it = iter();
    ++it;
