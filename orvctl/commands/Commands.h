@@ -17,6 +17,8 @@ void addNexthopGroupCommand(CLI::App& app, Context& context);
 // Adds `nhg list`, `nhg show` and `nhg counters` to the `nhg` command.
 void addNexthopGroupViews(CLI::App& command, Context& context);
 void addRouteCommand(CLI::App& app, Context& context);
+// Adds `route list`, `route get` and `route vias` to the `route` command.
+void addRouteViews(CLI::App& command, Context& context);
 void addTunnelCommand(CLI::App& app, Context& context);
 void addMplsCommand(CLI::App& app, Context& context);
 void addRedirectCommand(CLI::App& app, Context& context);

@@ -122,6 +122,8 @@ void addRouteCommand(CLI::App& app, Context& context) {
    addNumber(*loadCommand, "--tag", flags->tag, 0, UINT32_MAX, "Tag of routes whose line has none [0]");
    addNumber(*loadCommand, "--batch", flags->batch, 1, 100000, "Routes per request [1000]");
    onChosen(context, *loadCommand, [&context, flags] { return load(context, *flags); });
+
+   addRouteViews(*command, context);
 }
 
 }  // namespace orvctl
