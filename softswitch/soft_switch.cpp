@@ -108,7 +108,7 @@ struct SoftSwitch::Parts {
           bfdSessions(context, intfs, sbfdModel, options.sbfdSnapshotNanos),
           nexthopGroups(context, hardware, groupNames, intfs),
           nexthopGroupTunnels(context),
-          mplsRoutes(context, hardware, groupNames, nexthopGroups, intfs),
+          mplsRoutes(context, hardware, groupNames, nexthopGroups, intfs, mounts),
           mplsVrfLabels(context),
           ipRoutes(context, hardware, groupNames, intfs, vrfs),
           fib(ipRoutes, nexthopGroups, groupNames, intfs),

@@ -3,9 +3,15 @@
 // Keys of the MPLS tables of the hardware state.
 // Thread-safety: plain values.
 
+#include <fmt/format.h>
+
 #include <array>
 #include <compare>
+#include <cstddef>
 #include <cstdint>
+#include <functional>
+#include <string>
+#include <string_view>
 
 #include "platform/state/Mpls.h"
 
@@ -14,6 +20,8 @@ namespace Mpls {
 // The label stack that a route matches, with the bottom of the stack at index 0.
 class RouteKey {
 public:
+   static constexpr std::size_t labelsMax = Lumic::MplsStackEntryIndex::nullValue + 1;
+
    RouteKey() = default;
 
    // The number of labels. A table may hold a number beyond the largest index; reading such a stack throws.
@@ -27,10 +35,13 @@ public:
    }
 
    auto operator<=>(const RouteKey&) const = default;
+   [[nodiscard]] std::size_t hash() const noexcept;
+   // "100,200", the outermost label first
+   [[nodiscard]] std::string to_string() const;
 
 private:
    std::uint8_t stackSize_ = 0;
-   std::array<Lumic::MplsLabel, Lumic::MplsStackEntryIndex::nullValue + 1> labelStack_{};
+   std::array<Lumic::MplsLabel, labelsMax> labelStack_{};
 };
 
 // A route key, and the metric that distinguishes routes with the same stack.
@@ -49,3 +60,16 @@ private:
 };
 
 }  // namespace Mpls
+
+template <>
+struct std::hash<Mpls::RouteKey> {
+   std::size_t operator()(const Mpls::RouteKey& key) const noexcept { return key.hash(); }
+};
+
+template <>
+struct fmt::formatter<Mpls::RouteKey> : fmt::formatter<std::string_view> {
+   template <typename Context>
+   auto format(const Mpls::RouteKey& key, Context& context) const {
+      return fmt::formatter<std::string_view>::format(key.to_string(), context);
+   }
+};

@@ -8,6 +8,14 @@
 #include "orv/nexthop_group_types.h"
 #include "orv/watch_list.h"
 
+namespace Pavo {
+template <typename T>
+class Ptr;
+}
+namespace NexthopGroup {
+class NexthopGroupMap;
+}
+
 namespace orv {
 
 class nexthop_group_mgr;
@@ -97,6 +105,9 @@ public:
    virtual void nexthop_group_set_with_version_id(const nexthop_group_t& group, std::uint16_t version) = 0;
    [[nodiscard]] virtual nexthop_group_programmed_hw_state_t get_nexthop_group_programmed_hw_state(
         const std::string& name) const = 0;
+   // The names of the groups in hardware, by the switch's numbers for them. Notifies of changes. Null if the
+   // switch has no such table.
+   [[nodiscard]] virtual Pavo::Ptr<const NexthopGroup::NexthopGroupMap> nexthop_group_map() const = 0;
 };
 
 }  // namespace orv

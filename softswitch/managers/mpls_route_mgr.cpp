@@ -29,13 +29,14 @@ void validateKey(const orv::mpls_route_key_t& key) {
 }  // namespace
 
 MplsRouteMgr::MplsRouteMgr(const Context& context, Hardware& hardware, Names& groupNames,
-                           NexthopGroupMgr& groups, const orv::intf_mgr& intfs)
+                           NexthopGroupMgr& groups, const orv::intf_mgr& intfs, const MountMgr& mounts)
      : GroupSweep(groupNames),
        hardware_(hardware),
        groupNames_(groupNames),
        groups_(groups),
        intfs_(intfs),
-       table_(context.store, groupNames, context.limits.mplsRoutes) {
+       table_(context.store, groupNames, context.limits.mplsRoutes),
+       status_(mounts) {
    groups.observe(*this);
    table_.visitAll([this](MplsRow& row) { queue(row); });
 }

@@ -1,7 +1,9 @@
 // MPLS routes and their vias.
 //
 // Hardware has a route once it has a way out: hops, or a nexthop group that is in hardware. Its FEC is the
-// group's, or its own if it has hops.
+// group's, or its own if it has hops. A mounted table tells others what hardware has (mpls_hw_status.h): a
+// row comes with the plane's answer, has the versions of route and group in hardware, and goes with the last
+// route of its labels.
 //
 // Refusals (orv::invalid_argument_error unless noted otherwise, naming the value), before anything is
 // written:
@@ -27,6 +29,7 @@
 #include "softswitch/forwarding/hardware.h"
 #include "softswitch/managers/context.h"
 #include "softswitch/managers/group_sweep.h"
+#include "softswitch/managers/mpls_hw_status.h"
 #include "softswitch/managers/nexthop_group_mgr.h"
 #include "softswitch/tables/mpls_route_table.h"
 #include "softswitch/tables/work_list.h"
@@ -39,7 +42,7 @@ class MplsRouteMgr final : public orv::MplsRouteMgrImpl,
                            public GroupSweep {
 public:
    MplsRouteMgr(const Context& context, Hardware& hardware, Names& groupNames, NexthopGroupMgr& groups,
-                const orv::intf_mgr& intfs);
+                const orv::intf_mgr& intfs, const MountMgr& mounts);
 
    void resync_init() override;
    void resync_complete() override;
@@ -62,11 +65,18 @@ public:
    std::size_t size() const { return table_.size(); }
    std::size_t capacity() const { return table_.capacity(); }
 
-   bool hardwareIdle() const override { return pending_.empty() && !sweepAt_; }
+   bool hardwareIdle() const override { return pending_.empty() && !sweepAt_ && !toldTo_; }
    void hardwareStep(ForwardingPlane& plane) override;
    void mplsRouteAnswer(const orv::mpls_route_key_t& key, std::uint16_t version, bool programmed) override;
+   void groupProgrammed(NameId id, bool fresh) override;
 
 private:
+   // How many routes use a FEC, and the version of its group that the table tells, or will after a pass.
+   struct FecUse {
+      std::size_t routes;
+      std::uint16_t groupVersion;
+   };
+
    const MplsRow* inHardware(const orv::mpls_route_key_t& key) const;
    void validateVia(const orv::mpls_route_via_t& via) const;
    void erase(MplsRow& row);
@@ -77,23 +87,36 @@ private:
    void unprogram(ForwardingPlane& plane, MplsRow& row);
    void releaseIfDone(MplsRow& row);
    std::uint64_t fecFor(MplsRow& row);
-   void useFec(std::uint64_t fec);
+   void useFec(std::uint64_t fec, std::uint16_t groupVersion);
    void leaveFec(std::uint64_t fec);
    void sweep() override;
    void sweepStep();
+   // Brings the row of the key's labels in line with hardware.
+   void tellStatus(const orv::mpls_route_key_t& key);
+   void tellRefusal(const MplsRow& row, std::uint16_t version);
+   // RETURNS: the version of the group in hardware; 0 if hardware does not have it.
+   std::uint16_t groupVersion(NameId id) const;
+   void startTelling();
+   void tellStep();
 
    Hardware& hardware_;
    Names& groupNames_;
    const NexthopGroupMgr& groups_;
    const orv::intf_mgr& intfs_;
    MplsRouteTable table_;
-   absl::flat_hash_map<std::uint64_t, std::size_t> fecUsers_;
+   MplsHwStatus status_;
+   absl::flat_hash_map<std::uint64_t, FecUse> fecUsers_;
    std::uint64_t nextFec_ = 1;
    WorkList<MplsRow*> pending_;
    // Reused for the plane: a via that names only a group and an action.
    orv::mpls_route_via_t plainVia_;
    // A pass over the routes whose group has come or gone; empty if none is running.
    std::optional<MplsRouteTable::Cursor> sweepAt_;
+   // A pass over the routes whose group has another version in hardware; empty if none is running. By number:
+   // the groups of this pass, and those of the next one.
+   std::optional<MplsRouteTable::Cursor> toldTo_;
+   std::vector<bool> tellsOf_;
+   std::vector<bool> newVersions_;
 };
 
 }  // namespace softswitch

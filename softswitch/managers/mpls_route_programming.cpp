@@ -17,10 +17,16 @@ void MplsRouteMgr::hardwareStep(ForwardingPlane& plane) {
          program(plane, *row);
       } else {
          unprogram(plane, *row);
+         tellStatus(row->key());
          releaseIfDone(*row);
       }
    });
-   if (pending_.empty() && sweepAt_) sweepStep();
+   if (!pending_.empty()) return;
+   if (sweepAt_) {
+      sweepStep();
+   } else if (toldTo_) {
+      tellStep();
+   }
 }
 
 bool MplsRouteMgr::hasWayOut(const MplsRow& row) const {
@@ -59,7 +65,10 @@ void MplsRouteMgr::mplsRouteAnswer(const orv::mpls_route_key_t& key, std::uint16
       releaseIfDone(*row);
       return;
    }
-   if (!programmed) return;
+   if (!programmed) {
+      tellRefusal(*row, version);
+      return;
+   }
    if (row->hardware != nullptr) row->hardware->programmed = row->hardware->sent;
    table_.nameIs(row->programmedGroup, row->sentGroup);
    row->programmedAction = row->sentAction;
@@ -67,7 +76,8 @@ void MplsRouteMgr::mplsRouteAnswer(const orv::mpls_route_key_t& key, std::uint16
    const auto before = row->fec;
    const auto fec = fecFor(*row);
    row->fec = fec;
-   if (before != fec) useFec(fec);
+   tellStatus(key);
+   if (before != fec) useFec(fec, groupVersion(row->programmedGroup));
    handlers().notify(key, [&](auto& h) { h.on_mpls_route_set(key, orv::mpls_fec_id_t(fec)); });
    if (before != 0 && before != fec) leaveFec(before);
 }
@@ -102,14 +112,16 @@ std::uint64_t MplsRouteMgr::fecFor(MplsRow& row) {
    return row.hardware->ownFec;
 }
 
-void MplsRouteMgr::useFec(std::uint64_t fec) {
-   if (fecUsers_[fec]++ != 0) return;
+void MplsRouteMgr::useFec(std::uint64_t fec, std::uint16_t groupVersion) {
+   const auto [use, fresh] = fecUsers_.try_emplace(fec, FecUse{.routes = 0, .groupVersion = groupVersion});
+   ++use->second.routes;
+   if (!fresh) return;
    handlers().notify_all([&](auto& h) { h.on_mpls_fec_set(orv::mpls_fec_id_t(fec)); });
 }
 
 void MplsRouteMgr::leaveFec(std::uint64_t fec) {
    const auto it = fecUsers_.find(fec);
-   if (--it->second != 0) return;
+   if (--it->second.routes != 0) return;
    fecUsers_.erase(it);
    handlers().notify_all([&](auto& h) { h.on_mpls_fec_del(orv::mpls_fec_id_t(fec)); });
 }

@@ -395,6 +395,7 @@ void NexthopGroupMgr::hardwareStep(ForwardingPlane& plane) {
       plane.groupDel(id);
       setParent(s, false);
       states_[id].reset();
+      map_->rowDel(id);
       if (wasThere) {
          groupChanged();
          for (auto* observer : observers_)
@@ -418,6 +419,7 @@ void NexthopGroupMgr::groupAnswer(NameId id, std::uint16_t version, GroupAnswer 
       // Deleted between groupSet() and its answer.
       if (s.queued && !wasThere && !groups_.contains(names_.text(id))) leaving_.insert(names_.text(id));
       s.programmed = s.sent;
+      map_->rowIs(id, names_.text(id));
       setParent(s, leadsIntoGroups(*s.programmed));
    }
    s.sent.reset();

@@ -35,6 +35,7 @@
 
 #include "orv/intf.h"
 #include "orv/nexthop_group.h"
+#include "platform/state/NexthopGroupMap.h"
 #include "softswitch/forwarding/hardware.h"
 #include "softswitch/managers/context.h"
 #include "softswitch/tables/names.h"
@@ -91,6 +92,7 @@ public:
    void nexthop_group_set_with_version_id(const orv::nexthop_group_t& group, std::uint16_t version) override;
    orv::nexthop_group_programmed_hw_state_t get_nexthop_group_programmed_hw_state(
         const std::string& name) const override;
+   Pavo::Ptr<const NexthopGroup::NexthopGroupMap> nexthop_group_map() const override { return map_; }
 
    // REQUIRES: the observer exists as long as the main loop runs.
    void observe(GroupObserver& observer) { observers_.push_back(&observer); }
@@ -169,6 +171,9 @@ private:
    // programmed group is here or in groups_; in both if it was set again.
    absl::btree_set<std::string> leaving_;
    std::vector<std::unique_ptr<State>> states_;  // by number of the name
+   // The programmed groups, for readers outside the switch.
+   const Pavo::Ptr<NexthopGroup::NexthopGroupMap> map_ =
+        Pavo::makePtr<NexthopGroup::NexthopGroupMap>("nexthop groups");
    WorkList<NameId> pending_;
    std::vector<GroupObserver*> observers_;
    std::size_t parents_ = 0;

@@ -114,6 +114,26 @@ const MplsRow* MplsRouteTable::atOrAfter(const orv::mpls_route_key_t& key) const
                   routeFrom(others_.lower_bound(key), others_.end()));
 }
 
+template <class Such>
+const MplsRow* MplsRouteTable::firstOf(const orv::mpls_route_key_t& key, Such such) const {
+   const orv::mpls_route_key_t smallest(key.labels(), 0);
+   if (const auto* row = isPlain(smallest) ? find(smallest) : nullptr; row != nullptr && such(*row))
+      return row;
+   for (auto it = others_.lower_bound(smallest);
+        it != others_.end() && std::ranges::equal(it->first.labels(), key.labels()); ++it) {
+      if (such(*it->second)) return it->second.get();
+   }
+   return nullptr;
+}
+
+const MplsRow* MplsRouteTable::inHardware(const orv::mpls_route_key_t& key) const {
+   return firstOf(key, [](const MplsRow& row) { return row.fec != 0; });
+}
+
+bool MplsRouteTable::hasRoute(const orv::mpls_route_key_t& key) const {
+   return firstOf(key, [](const MplsRow& row) { return row.configured; }) != nullptr;
+}
+
 const MplsRow* MplsRouteTable::Cursor::next() {
    if (ended_) return nullptr;
    const auto& others = table_->others_;

@@ -103,6 +103,11 @@ public:
    const MplsRow* findRoute(const orv::mpls_route_key_t& key) const;
    // RETURNS: the first route at or after `key`, or null.
    const MplsRow* atOrAfter(const orv::mpls_route_key_t& key) const;
+   // RETURNS: among the rows with the labels of `key`, the one with the smallest metric that hardware has, or
+   // null.
+   const MplsRow* inHardware(const orv::mpls_route_key_t& key) const;
+   // RETURNS: whether a route with the labels of `key` exists.
+   bool hasRoute(const orv::mpls_route_key_t& key) const;
 
    // THROWS: orv::error if the table is full.
    void checkCapacity() const { RouteTable::checkCapacity(size_); }
@@ -152,6 +157,9 @@ private:
    // The first route with one label and metric 0 at or after `label`.
    const MplsRow* plainFrom(std::uint32_t label) const;
    static const MplsRow* routeFrom(Others::const_iterator at, Others::const_iterator end);
+   // The first row with the labels of `key` that is `such`, by metric.
+   template <class Such>
+   const MplsRow* firstOf(const orv::mpls_route_key_t& key, Such such) const;
    static const MplsRow* earlier(const MplsRow* plain, const MplsRow* other);
    MplsRow& make(const orv::mpls_route_key_t& key);
    void load(std::string_view key, std::string_view row);

@@ -6,6 +6,7 @@
 #include <gmock/gmock.h>
 
 #include "orv/nexthop_group.h"
+#include "platform/state/NexthopGroupMap.h"
 
 namespace orvtest {
 
@@ -29,6 +30,7 @@ public:
                (override));
    MOCK_METHOD(orv::nexthop_group_programmed_hw_state_t, get_nexthop_group_programmed_hw_state,
                (const std::string&), (const, override));
+   MOCK_METHOD(Pavo::Ptr<const NexthopGroup::NexthopGroupMap>, nexthop_group_map, (), (const, override));
 };
 
 }  // namespace orvtest

@@ -7,6 +7,7 @@
 #include "OrvSdkRpc/programming/MplsRouteProgrammer.h"
 #include "softswitch/forwarding/hardware.h"
 #include "softswitch/forwarding/memory_plane.h"
+#include "softswitch/managers/mount_mgr.h"
 #include "softswitch/managers/mpls_route_mgr.h"
 #include "softswitch/managers/mpls_vrf_label_mgr.h"
 #include "testing/server/Contract.h"
@@ -25,13 +26,15 @@ struct Managers {
    explicit Managers(const softswitch::Context& context)
         : hardware(context.scheduler, std::make_unique<softswitch::MemoryPlane>()),
           intfs(context, softswitch::Topology::builtIn()),
+          mounts(context),
           groups(context, hardware, names, intfs),
-          routes(context, hardware, names, groups, intfs),
+          routes(context, hardware, names, groups, intfs, mounts),
           vrfLabels(context) {}
 
    softswitch::Names names;
    softswitch::Hardware hardware;
    softswitch::IntfMgr intfs;
+   softswitch::MountMgr mounts;
    softswitch::NexthopGroupMgr groups;
    softswitch::MplsRouteMgr routes;
    softswitch::MplsVrfLabelMgr vrfLabels;
