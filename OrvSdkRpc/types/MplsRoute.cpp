@@ -79,4 +79,12 @@ remote::MplsRouteVia convert(const orv::mpls_route_via_t& via) {
    return message;
 }
 
+remote::MplsRouteStatus convert(const orv::mpls_route_status_t& status) {
+   remote::MplsRouteStatus message;
+   *message.mutable_key() = convert(status.key());
+   *message.mutable_fec_id() = convert(status.fec_id());
+   message.set_hw_version_id(status.hw_version_id());
+   return message;
+}
+
 }  // namespace OrvSdkRpc::types

@@ -1,4 +1,4 @@
-// MPLS routes and their vias.
+// MPLS routes, their vias, and their state in hardware.
 //
 // Thread-safety: pure functions.
 #pragma once
@@ -18,5 +18,7 @@ orv::remote::MplsRoute convert(const orv::mpls_route_t& route);
 // label, or POP or FORWARD has one. 1048576 counts as no label.
 orv::mpls_route_via_t convert(const orv::remote::MplsRouteVia& message);
 orv::remote::MplsRouteVia convert(const orv::mpls_route_via_t& via);
+
+orv::remote::MplsRouteStatus convert(const orv::mpls_route_status_t& status);
 
 }  // namespace OrvSdkRpc::types

@@ -306,6 +306,14 @@ orv::mpls_route_via_t generate(ValueSource& source) {
 }
 
 template <>
+orv::mpls_route_status_t generate(ValueSource& source) {
+   orv::mpls_route_status_t status(generate<orv::mpls_route_key_t>(source));
+   status.fec_id_is(generate<orv::mpls_fec_id_t>(source));
+   status.hw_version_id_is(source.number<std::uint16_t>());
+   return status;
+}
+
+template <>
 orv::fib_route_t generate(ValueSource& source) {
    orv::fib_route_t route(generate<orv::fib_route_key_t>(source));
    route.preference_is(source.number<std::uint8_t>());

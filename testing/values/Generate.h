@@ -52,6 +52,7 @@ template <> orv::ip_route_via_t generate(ValueSource&);
 template <> orv::mpls_route_t generate(ValueSource&);
 // Keeps the rule that PUSH and SWAP have a label and POP and FORWARD do not, unless the source is wild.
 template <> orv::mpls_route_via_t generate(ValueSource&);
+template <> orv::mpls_route_status_t generate(ValueSource&);
 template <> orv::fib_route_t generate(ValueSource&);
 template <> orv::fib_via_t generate(ValueSource&);
 template <> orv::fib_fec_t generate(ValueSource&);

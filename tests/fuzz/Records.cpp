@@ -226,6 +226,7 @@ constexpr Record kRecords[] = {
      outputOnly<remote::EthPhyIntfBinCounters, orv::eth_phy_intf_bin_counters_t>(),
      outputOnly<remote::NexthopGroupCounter, orv::nexthop_group_entry_counter_t>(),
      outputOnly<remote::CmdapiResponse, orv::cmdapi_response_t>(),
+     outputOnly<remote::MplsRouteStatus, orv::mpls_route_status_t>(),
 };
 
 int run(std::span<const std::uint8_t> bytes, void (*Record::*direction)(std::span<const std::uint8_t>)) {

@@ -1,5 +1,7 @@
 #include "OrvSdkRpc/types/MplsRoute.h"
 
+#include <array>
+
 #include "Conversions.h"
 #include "EveryField.h"
 
@@ -143,6 +145,23 @@ TEST(MplsRouteTest, aViaIsRefusedInTheOrderOfItsFields) {
    spoiled.insert(spoiled.begin(),
                   {[](auto& m) { m.set_label_action(remote::MPLS_ACTIONS_FORWARD); }, kMustBeEmpty});
    expectFirstIsTold<remote::MplsRouteVia>(parsed<remote::MplsRouteVia>(kMplsVia), kConvert, spoiled);
+}
+
+TEST(MplsRouteTest, everyFieldOfAStatus) {
+   const auto message = parsed<remote::MplsRouteStatus>(
+        "key { labels { label: 100 } labels { label: 200 } metric: 5 } fec_id { id: 7 } hw_version_id: "
+        "65535");
+   EXPECT_TRUE(setsEveryField(message));
+   const std::array labels{orv::mpls_label_t(100), orv::mpls_label_t(200)};
+   orv::mpls_route_status_t status(orv::mpls_route_key_t(labels, 5));
+   status.fec_id_is(orv::mpls_fec_id_t(7));
+   status.hw_version_id_is(65535);
+   EXPECT_TRUE(same(convert(status), message));
+   // What hardware does not have is there all the same, with zeros.
+   const auto empty = convert(orv::mpls_route_status_t());
+   EXPECT_TRUE(empty.has_key());
+   EXPECT_TRUE(empty.has_fec_id());
+   EXPECT_EQ(empty.hw_version_id(), 0U);
 }
 
 TEST(MplsRouteTest, noRuleIsAppliedOnTheWayOut) {

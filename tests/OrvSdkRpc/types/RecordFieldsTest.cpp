@@ -127,6 +127,7 @@ const std::vector<Record>& records() {
         both<remote::IpRouteVia, orv::ip_route_via_t>(),
         both<remote::MplsRoute, orv::mpls_route_t>(),
         both<remote::MplsRouteVia, orv::mpls_route_via_t>(),
+        out<remote::MplsRouteStatus, orv::mpls_route_status_t>(),
         both<remote::FibRoute, orv::fib_route_t>(),
         both<remote::FibFec, orv::fib_fec_t>(),
         both<remote::FibFecVia, orv::fib_via_t>(),
