@@ -4,8 +4,10 @@
 #include <stdexcept>
 
 #include "OrvSdkRpcProtos/services.h"
+#include "OrvSdkRpcProtos/types.pb.h"
 #include "orvctl/Descriptors.h"
 #include "orvctl/EnumWords.h"
+#include "orvctl/Values.h"
 
 namespace orvctl {
 namespace {
@@ -35,6 +37,8 @@ Words wordsOf(const MethodDescriptor& method) {
         {"orv.remote.FibMgrService.watch", {"fib", ""}},
         {"orv.remote.IntfMgrService.watch", {"intf", "interface"}},
         {"orv.remote.IntfCounterMgrService.intf_traffic_rates_stream", {"counters", ""}},
+        {"orv.remote.MplsRouteMgrService.watch", {"mpls", "label"}},
+        {"orv.remote.MplsRouteMgrService.watch_mpls_integrated", {"mpls-acks", ""}},
         {"orv.remote.NexthopGroupMgrService.watch", {"nhg", "next-hop group"}},
         {"OrvSdkRpc.pb.orvsdk_service.watch_sbfd_echo_session_status_msgs", {"sbfd", ""}},
    };
@@ -60,9 +64,12 @@ WatchRpc describe(const MethodDescriptor& method) {
                   .all = fieldOf(request, {"all"}),
                   .name = fieldOf(request, {"name"}),
                   .intf = fieldOf(request, {"intf"}),
+                  .label = fieldOf(request, {"route_key"}),
                   .regex = fieldOf(request, {"intf_name_regex"}),
                   .fieldsControl = fieldOf(request, {"fields_control"}),
                   .ack = fieldOf(request, {"ack", "first_message", "send_initial_message"})};
+   if (watch.label && watch.label->message_type() != orv::remote::MplsRouteKey::descriptor())
+      watch.label = nullptr;
    if (watch.fieldsControl) {
       watch.field = watch.fieldsControl->message_type()->FindFieldByName("fields")->enum_type();
    }
@@ -112,6 +119,12 @@ std::unique_ptr<Message> watchRequest(const WatchRpc& watch, const WatchChoice& 
    } else if (watch.intf && !choice.intf.empty()) {
       Message* intf = reflection.MutableMessage(request.get(), watch.intf);
       intf->GetReflection()->SetString(intf, intf->GetDescriptor()->FindFieldByName("name"), choice.intf);
+   } else if (watch.label && !choice.label.empty()) {
+      constexpr std::uint64_t labelMax = 0xfffff;
+      orv::remote::MplsRouteKey key;
+      key.add_labels()->set_label(
+           static_cast<std::uint32_t>(parseNumber("--label", choice.label, 0, labelMax)));
+      reflection.MutableMessage(request.get(), watch.label)->CopyFrom(key);
    } else if (watch.all) {
       reflection.SetBool(request.get(), watch.all, true);
    }

@@ -22,6 +22,8 @@ struct WatchRpc {
    const google::protobuf::FieldDescriptor* all = nullptr;
    const google::protobuf::FieldDescriptor* name = nullptr;
    const google::protobuf::FieldDescriptor* intf = nullptr;
+   // The key of an MPLS route.
+   const google::protobuf::FieldDescriptor* label = nullptr;
    const google::protobuf::FieldDescriptor* regex = nullptr;
    // The message that holds `fields`, and the enumeration of its values.
    const google::protobuf::FieldDescriptor* fieldsControl = nullptr;
@@ -35,10 +37,12 @@ const std::vector<WatchRpc>& watchRpcs();
 // REQUIRES: it exists.
 const WatchRpc& watchRpc(const std::string& word);
 
-// The user's choice. Without `name` and `intf`, the watch covers all.
+// The user's choice. Without `name`, `intf` and `label`, the watch covers all.
 struct WatchChoice {
    std::string name = {};
    std::string intf = {};
+   // A number, for the route with this label alone and metric 0.
+   std::string label = {};
    std::string regex = {};
    // Words, names or numbers; one element may hold several, separated by commas.
    std::vector<std::string> fields = {};
@@ -46,7 +50,7 @@ struct WatchChoice {
 };
 
 // RETURNS: the request for the choice.
-// THROWS: UsageError for an unknown field.
+// THROWS: UsageError for an unknown field, and for a label above 1048575.
 std::unique_ptr<google::protobuf::Message> watchRequest(const WatchRpc& watch, const WatchChoice& choice);
 
 // RETURNS: whether the server will first dump the current state for this request of `watch`, and then report

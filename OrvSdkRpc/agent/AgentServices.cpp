@@ -8,6 +8,7 @@
 #include "OrvSdkRpc/mirror/IntfCounterService.h"
 #include "OrvSdkRpc/mirror/IntfService.h"
 #include "OrvSdkRpc/mirror/IpRouteService.h"
+#include "OrvSdkRpc/mirror/MplsRouteService.h"
 #include "OrvSdkRpc/mirror/MplsVrfLabelService.h"
 #include "OrvSdkRpc/mirror/NexthopGroupService.h"
 #include "OrvSdkRpc/mirror/PolicyMapService.h"
@@ -82,7 +83,7 @@ void Agent::enableServices(orv::sdk& sdk, const Server::Services& service) {
       case Services::MplsRoute: {
          auto* const nexthopGroupMgr = sdk.get_nexthop_group_mgr();
          auto* const mountMgr = sdk.get_mount_mgr();
-         return absent(sdk.get_mpls_route_mgr(), mountMgr, nexthopGroupMgr);
+         return add<MplsRouteService>(sdk.get_mpls_route_mgr(), mountMgr, nexthopGroupMgr);
       }
       case Services::MplsVrfLabel:
          return add<MplsVrfLabelService>(sdk.get_mpls_vrf_label_mgr());

@@ -63,16 +63,26 @@ private:
 
 // RETURNS: the name of the option that selects one object.
 const char* selector(const WatchRpc& rpc) {
-   return rpc.name ? "name" : "intf";
+   return rpc.name ? "name" : rpc.label ? "label" : "intf";
+}
+
+std::string& selected(const WatchRpc& rpc, WatchChoice& choice) {
+   return rpc.name ? choice.name : rpc.label ? choice.label : choice.intf;
+}
+
+// RETURNS: the command that reads the state of one object.
+std::string reading(const WatchRpc& rpc, const std::string& name) {
+   if (rpc.label) return fmt::format("orvctl call {}/mpls_routes", rpc.method->service()->name());
+   return fmt::format("orvctl {} show {}", rpc.word, name);
 }
 
 // The server continues a dump only after a write, and writes nothing for objects that are not selected. The
 // entry of the selected object may therefore wait for its next event.
 void tellThatADumpMayWait(Context& context, const WatchRpc& rpc, const std::string& name) {
    context.err << fmt::format(
-        "orvctl: watch {0}: the current state of {1} may come only with its next event; "
-        "'orvctl {0} show {1}' shows it at once\n",
-        rpc.word, name);
+        "orvctl: watch {}: the current state of {} may come only with its next event; "
+        "'{}' shows it at once\n",
+        rpc.word, name, reading(rpc, name));
 }
 
 int watch(Context& context, const WatchRpc& rpc, const Flags& flags) {
@@ -81,7 +91,8 @@ int watch(Context& context, const WatchRpc& rpc, const Flags& flags) {
         MessageFactory::generated_factory()->GetPrototype(rpc.method->output_type())->New());
    auto connection = context.connect();
    const bool dumps = asksForDump(rpc, *request);
-   const std::string& one = rpc.name ? flags.choice.name : flags.choice.intf;
+   WatchChoice choice = flags.choice;
+   const std::string one = selected(rpc, choice);
    if (dumps && !one.empty()) tellThatADumpMayWait(context, rpc, one);
    grpc::ClientContext call;
    if (context.timeoutGiven) connection.prepare(call);
@@ -112,7 +123,8 @@ int watch(Context& context, const WatchRpc& rpc, const Flags& flags) {
 }
 
 void checkSelection(const WatchRpc& rpc, const Flags& flags) {
-   const int chosen = flags.all + !flags.choice.name.empty() + !flags.choice.intf.empty();
+   const int chosen =
+        flags.all + !flags.choice.name.empty() + !flags.choice.intf.empty() + !flags.choice.label.empty();
    if (chosen <= 1) return;
    throw UsageError(fmt::format("--all is given with --{}, expected one or the other", selector(rpc)));
 }
@@ -135,9 +147,8 @@ void addSelector(CLI::App& command, const WatchRpc& rpc, std::string& name) {
 std::string fieldsHelp(const WatchRpc& rpc) {
    return fmt::format(
         "Dump these fields first; separate several with commas. Numbers are accepted, unknown ones are "
-        "ignored. With --{} the dump may come only with the next event: 'orvctl {} show NAME' shows it at "
-        "once",
-        selector(rpc), rpc.word);
+        "ignored. With --{} the dump may come only with the next event: '{}' shows it at once",
+        selector(rpc), reading(rpc, "NAME"));
 }
 
 }  // namespace WatchCommands
@@ -152,7 +163,7 @@ void addWatchOf(CLI::App& parent, Context& context, const WatchRpc& rpc, const s
       command->add_flag("--all", flags->all,
                         fmt::format("Every {}; the default without --{}", rpc.kind, selector(rpc)));
    }
-   if (rpc.name || rpc.intf) addSelector(*command, rpc, rpc.name ? flags->choice.name : flags->choice.intf);
+   if (rpc.name || rpc.intf || rpc.label) addSelector(*command, rpc, selected(rpc, flags->choice));
    if (rpc.regex) {
       command
            ->add_option("--regex", flags->choice.regex,

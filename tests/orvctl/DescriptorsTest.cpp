@@ -39,8 +39,8 @@ TEST(Descriptors, theMirrorServicesAreLinked) {
    EXPECT_EQ(names, (std::vector<std::string>{"orvsdk_service", "AclMgrService", "AgentService",
                                               "ClassMapMgrService", "EthPhyIntfMgrService", "FibMgrService",
                                               "IntfMgrService", "IntfCounterMgrService", "IpRouteMgrService",
-                                              "MplsVrfLabelMgrService", "NexthopGroupMgrService",
-                                              "PolicyMapMgrService"}));
+                                              "MplsRouteMgrService", "MplsVrfLabelMgrService",
+                                              "NexthopGroupMgrService", "PolicyMapMgrService"}));
 }
 
 TEST(Descriptors, theProgrammingServiceHasEighteenRpcs) {

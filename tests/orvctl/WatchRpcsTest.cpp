@@ -18,8 +18,8 @@ TEST(WatchRpcs, everyWatchThatDeliversSomething) {
    std::vector<std::string> words;
    for (const auto& watch : watchRpcs())
       words.push_back(watch.word);
-   EXPECT_EQ(words,
-             (std::vector<std::string>{"sbfd", "acl", "agent", "phy", "fib", "intf", "counters", "nhg"}));
+   EXPECT_EQ(words, (std::vector<std::string>{"sbfd", "acl", "agent", "phy", "fib", "intf", "counters",
+                                              "mpls", "mpls-acks", "nhg"}));
 }
 
 TEST(WatchRpcs, noServerStreamWithWatchInItsNameIsMissing) {
@@ -43,6 +43,8 @@ TEST(WatchRpcs, whatCanBeSelected) {
    EXPECT_TRUE(watchRpc("phy").all && watchRpc("phy").intf);
    EXPECT_FALSE(watchRpc("phy").field);
    EXPECT_TRUE(watchRpc("counters").regex);
+   EXPECT_TRUE(watchRpc("mpls").all && watchRpc("mpls").label && watchRpc("mpls").field);
+   EXPECT_FALSE(watchRpc("mpls-acks").all || watchRpc("mpls-acks").label);
    EXPECT_FALSE(watchRpc("acl").all || watchRpc("acl").name || watchRpc("acl").field);
    EXPECT_FALSE(watchRpc("fib").all || watchRpc("fib").name || watchRpc("fib").field);
    for (const auto& watch : watchRpcs())
@@ -54,8 +56,9 @@ TEST(WatchRpcs, whatCanBeSelectedHasAWordOfItsKind) {
    EXPECT_EQ(watchRpc("phy").kind, "physical interface");
    EXPECT_EQ(watchRpc("nhg").kind, "next-hop group");
    for (const auto& watch : watchRpcs()) {
-      EXPECT_EQ(watch.kind.empty(), !watch.name && !watch.intf) << watch.word;
-      EXPECT_EQ(watch.all != nullptr, watch.name || watch.intf) << watch.word;
+      const bool one = watch.name || watch.intf || watch.label;
+      EXPECT_EQ(watch.kind.empty(), !one) << watch.word;
+      EXPECT_EQ(watch.all != nullptr, one) << watch.word;
    }
 }
 
@@ -86,6 +89,11 @@ TEST(WatchRpcs, theChoiceIsInTheRequest) {
    EXPECT_EQ(requestJson("nhg", {.name = "g1", .ack = true}), R"({"ack":true,"name":"g1"})");
    EXPECT_EQ(requestJson("nhg", {.fields = {"77"}}),
              R"({"fields_control":{"fields":[77]},"ack":false,"all":true})");
+   EXPECT_EQ(requestJson("mpls", {.label = "1048575", .fields = {"vias"}}),
+             R"({"route_key":{"labels":[{"label":1048575}],"metric":0},)"
+             R"("fields_control":{"fields":["MPLS_ROUTE_FIELD_VIAS"]},"ack":false})");
+   EXPECT_EQ(requestJson("mpls", {}), R"({"ack":false,"all":true})");
+   EXPECT_EQ(requestJson("mpls-acks", {.ack = true}), R"({"ack":true})");
    EXPECT_EQ(requestJson("counters", {.regex = "Ethernet.*", .ack = true}),
              R"({"intf_name_regex":"Ethernet.*","first_message":true})");
    EXPECT_EQ(requestJson("sbfd", {.ack = true}),
@@ -95,6 +103,8 @@ TEST(WatchRpcs, theChoiceIsInTheRequest) {
 TEST(WatchRpcs, aFieldThatIsNoneIsRefused) {
    EXPECT_THROW(watchRequest(watchRpc("intf"), {.fields = {"speed"}}), UsageError);
    EXPECT_THROW(watchRequest(watchRpc("intf"), {.fields = {"all,"}}), UsageError);
+   for (const char* label : {"1048576", "-1", "x"})
+      EXPECT_THROW(watchRequest(watchRpc("mpls"), {.label = label}), UsageError) << label;
 }
 
 }  // namespace

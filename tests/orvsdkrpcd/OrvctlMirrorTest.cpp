@@ -247,7 +247,7 @@ TEST_F(OrvctlMirror, aSlowReaderIsToldAndMayWatchAgain) {
 TEST_F(OrvctlMirror, theServicesAreInTheList) {
    const std::string services = expect(0, {"list", "--no-probe"});
    for (const char* name : {"AclMgrService", "AgentService", "EthPhyIntfMgrService", "IntfMgrService",
-                            "IntfCounterMgrService", "NexthopGroupMgrService"}) {
+                            "IntfCounterMgrService", "MplsRouteMgrService", "NexthopGroupMgrService"}) {
       EXPECT_THAT(services, HasSubstr(std::string("orv.remote.") + name + "\n"));
    }
    EXPECT_EQ(expect(0, {"call", "IntfMgrService/exists", R"({"intf_id":{"name":"Ethernet1"}})"}),

@@ -104,6 +104,10 @@ std::string vrfLabel(const std::string& method) {
    return "orv.remote.MplsVrfLabelMgrService/" + method;
 }
 
+std::string mpls(const std::string& method) {
+   return "orv.remote.MplsRouteMgrService/" + method;
+}
+
 std::string requests(const std::string& first, const std::string& second) {
    return R"({"requests":[)" + first + "," + second + "]}";
 }
@@ -139,6 +143,22 @@ std::string groupSet(const std::string& name) {
 std::string named(const std::string& name) {
    return R"({"name":")" + name + R"("})";
 }
+
+const std::string mplsKeyX = R"("route_key":{"labels":[{"label":100}]})";
+const std::string mplsKeyY = R"("route_key":{"labels":[{"label":101}],"metric":7})";
+std::string mplsVia(const std::string& key, const std::string& hop) {
+   return R"({"label_action":"MPLS_ACTIONS_POP","hop":")" + hop + R"(",)" + key + "}";
+}
+std::string viaOnly(const std::string& key, const std::string& hop) {
+   return R"({"via":)" + mplsVia(key, hop) + "}";
+}
+std::string mplsSet(const std::string& key, const std::string& hop, const std::string& action = "ADD") {
+   // A route names its key "key", a via "route_key".
+   return R"({"route":{")" + key.substr(std::string(R"("route_)").size()) + R"(,"version_id":5},"vias":[)" +
+          mplsVia(key, hop) + R"(],"vias_action":"MPLS_ROUTE_VIAS_ACTION_)" + action + R"("})";
+}
+const Request twoMplsRoutes{mpls("bulk_mpls_route_set"),
+                            requests(mplsSet(mplsKeyX, "10.0.1.2"), mplsSet(mplsKeyY, "10.0.2.2"))};
 const Request twoMirrorGroups{group("bulk_nexthop_group_set"), requests(groupSet("p"), groupSet("q"))};
 
 const std::string mapX = R"({"key":{"name":"x","feature":"POLICY_FEATURE_PBR"}})";
@@ -252,6 +272,21 @@ const std::vector<Row> rows{
      {{route("bulk_ip_route_via_del"), requests(via(keyP, "10.0.1.2"), via(keyQ, "2001:db8::1"))},
       {twoMirrorRoutes}},
      {{route("resync_complete"), "{}"}, {twoMirrorRoutes, {route("resync_init"), "{}"}}},
+     // MPLS routes.
+     {{mpls("mpls_route_set"), mplsSet(mplsKeyX, "10.0.1.2")}},
+     {{mpls("mpls_route_set"), mplsSet(mplsKeyX, "10.0.1.3", "REPLACE")}, {twoMplsRoutes}},
+     {twoMplsRoutes},
+     {{mpls("mpls_route_del"), "{" + mplsKeyX + "}"}, {twoMplsRoutes}},
+     {{mpls("bulk_mpls_route_del"), requests("{" + mplsKeyX + "}", "{" + mplsKeyY + "}")}, {twoMplsRoutes}},
+     {{mpls("mpls_route_via_set"), viaOnly(mplsKeyX, "10.0.1.3")}, {twoMplsRoutes}},
+     {{mpls("bulk_mpls_route_via_set"),
+       requests(viaOnly(mplsKeyX, "10.0.1.3"), viaOnly(mplsKeyY, "10.0.2.3"))},
+      {twoMplsRoutes}},
+     {{mpls("mpls_route_via_del"), viaOnly(mplsKeyX, "10.0.1.2")}, {twoMplsRoutes}},
+     {{mpls("bulk_mpls_route_via_del"),
+       requests(viaOnly(mplsKeyX, "10.0.1.2"), viaOnly(mplsKeyY, "10.0.2.2"))},
+      {twoMplsRoutes}},
+     {{mpls("resync_complete"), "{}"}, {twoMplsRoutes, {mpls("resync_init"), "{}"}}},
 };
 
 void PrintTo(const Row& row, std::ostream* out) {
@@ -305,9 +340,13 @@ const std::set<std::string> readers{
      "orv.remote.NexthopGroupMgrService.nexthop_group",
      "orv.remote.NexthopGroupMgrService.programmed_nexthop_group",
      "orv.remote.NexthopGroupMgrService.counter",
+     "orv.remote.MplsRouteMgrService.exists",
+     "orv.remote.MplsRouteMgrService.metric",
+     "orv.remote.MplsRouteMgrService.fec_id",
      // Resync marks are in memory only.
      "orv.remote.ClassMapMgrService.resync_init",
      "orv.remote.MplsVrfLabelMgrService.resync_init",
+     "orv.remote.MplsRouteMgrService.resync_init",
      "orv.remote.NexthopGroupMgrService.resync_init",
 };
 
