@@ -60,11 +60,11 @@ protected:
            [this](const auto& response) { told_.push_back(acknowledgement(response)); });
       settle();
    }
-   void start() {
+   void watch() {
       const orv::sdk_scoped_lock lock;
       watcher_->startWatching();
    }
-   void stop() {
+   void unwatch() {
       const orv::sdk_scoped_lock lock;
       watcher_->stopWatching();
    }
@@ -87,7 +87,7 @@ protected:
 };
 
 TEST_F(MplsSwitchTest, aRouteIsAcknowledgedOnceBothAreInHardware) {
-   start();
+   watch();
    setRoute(100, "g", 5);
    EXPECT_THAT(take(), IsEmpty());
    setGroup("g", 7);
@@ -103,7 +103,7 @@ TEST_F(MplsSwitchTest, aRouteIsAcknowledgedOnceBothAreInHardware) {
 }
 
 TEST_F(MplsSwitchTest, eachNewVersionIsAcknowledgedAndNothingElse) {
-   start();
+   watch();
    setGroup("g", 7);
    setRoute(100, "g", 5);
    EXPECT_EQ(take().size(), 1U);
@@ -124,14 +124,14 @@ TEST_F(MplsSwitchTest, eachNewVersionIsAcknowledgedAndNothingElse) {
 }
 
 TEST_F(MplsSwitchTest, theSwitchChoosesVersionsOfGroups) {
-   start();
+   watch();
    sw().nexthopGroups().nexthop_group_set(groupNamed("g"));
    setRoute(100, "g", 5);
    EXPECT_THAT(take(), ElementsAre("100 version 5 over g version 1 state 2"));
 }
 
 TEST_F(MplsSwitchTest, routesWithoutAVersionOrAGroupAreNotAcknowledged) {
-   start();
+   watch();
    setGroup("g", 7);
    setRoute(100, "g", 0);
    const mpls_route_key_t key{mpls_label_t(200)};
@@ -147,7 +147,7 @@ TEST_F(MplsSwitchTest, routesWithoutAVersionOrAGroupAreNotAcknowledged) {
 }
 
 TEST_F(MplsSwitchTest, aGroupThatGoesAndComesBackAcknowledgesItsRoutesAgain) {
-   start();
+   watch();
    setGroup("g", 7);
    setRoute(100, "g", 5);
    EXPECT_EQ(take().size(), 1U);
@@ -162,12 +162,12 @@ TEST_F(MplsSwitchTest, aWatchThatIsOpenedLateHearsOfWhatIsThere) {
    setRoute(100, "g", 5);
    setRoute(200, "missing", 5);
    settle();
-   start();
+   watch();
    EXPECT_THAT(take(), ElementsAre("100 version 5 over g version 7 state 2"));
-   stop();
+   unwatch();
    setRoute(100, "g", 6);
    EXPECT_THAT(take(), IsEmpty());
-   start();
+   watch();
    EXPECT_THAT(take(), ElementsAre("100 version 6 over g version 7 state 2"));
 }
 
@@ -178,12 +178,12 @@ TEST_F(MplsSwitchTest, whatARestartBringsBackIsAcknowledgedAgain) {
    watcher_.reset();
    restart();
    attach();
-   start();
+   watch();
    EXPECT_THAT(take(), ElementsAre("100 version 5 over g version 7 state 2"));
 }
 
 TEST_F(MplsSwitchTest, aHundredThousandLabels) {
-   constexpr std::uint32_t labels = 100'000;
+   static constexpr std::uint32_t labels = 100'000;
    const auto expectAll = [](const Texts& told, const std::string& rest) {
       ASSERT_EQ(told.size(), labels);
       std::vector<bool> seen(labels);
@@ -203,7 +203,7 @@ TEST_F(MplsSwitchTest, aHundredThousandLabels) {
    }
    settle();
    // Late, and once for each.
-   start();
+   watch();
    expectAll(take(), "version 5 over g version 1 state 2");
    // One new version of the group is one of every route.
    setGroup("g", 2);

@@ -42,11 +42,20 @@ TEST(MplsRouteKeyTest, keysThatDifferHaveHashesThatDiffer) {
    EXPECT_EQ(RouteKeyAndMetric(stack({1}), 5).hash(), stack({1}).hash());
 }
 
+Hardware::Route withVias(std::uint32_t vias) {
+   Hardware::Route route;
+   route.vias = vias;
+   return route;
+}
+
 TEST(MplsHardwareStatusTest, aRowPrintsWhatItHas) {
-   Hardware::Route route{.key = RouteKeyAndMetric(stack({100}), 5)};
+   Hardware::Route route;
+   route.key = RouteKeyAndMetric(stack({100}), 5);
    EXPECT_EQ(fmt::format("{}", route), "100 metric 5, vias 0");
-   route.ackInfo = {.fecId = Rillo::Fib::FecId(7), .routeVersion = 3, .fecVersion = 4};
-   route.ackInfo->hwState = Routing::Hardware::FecHwProgrammingState::success;
+   route.ackInfo = {.fecId = Rillo::Fib::FecId(7),
+                    .routeVersion = 3,
+                    .fecVersion = 4,
+                    .hwState = Routing::Hardware::FecHwProgrammingState::success};
    route.unprogrammed = true;
    route.vias = 2;
    EXPECT_EQ(route.to_string(), "100 metric 5, FEC 7, version 3 over 4, state 1, unprogrammed, vias 2");
@@ -63,10 +72,10 @@ TEST(MplsHardwareStatusTest, aReaderGetsTheOldRowWithTheChange) {
                                       now ? std::to_string(now->vias) : "none"));
         },
         loop.scheduler);
-   table->rowIs(stack({100}), {.vias = 1});
+   table->rowIs(stack({100}), withVias(1));
    loop.drain();
-   table->rowIs(stack({100}), {.vias = 2});
-   table->rowIs(stack({100}), {.vias = 3});
+   table->rowIs(stack({100}), withVias(2));
+   table->rowIs(stack({100}), withVias(3));
    loop.drain();
    table->rowDel(stack({100}));
    loop.drain();
