@@ -168,9 +168,10 @@ TEST_F(Storm, theLastStateOfEachPortArrivesAndThePingStaysQuick) {
    }
    const std::int64_t bound = 10 * Zelt::nanosPerMilli * orvtest::slowdown();
    EXPECT_LT(percentile(answers.wall, 50), bound);
-   // A second of storm has only one or two hundred pings, so a higher percentile is one or two of them.
-   EXPECT_LT(percentile(answers.least, 95), bound);
-   EXPECT_LT(percentile(answers.least, 100), 5 * bound);
+   // A main loop that starves answers after the storm. A busy host that pauses the machine delays single
+   // answers by tens of milliseconds in both clocks.
+   EXPECT_LT(percentile(answers.least, 95), 2 * bound);
+   EXPECT_LT(percentile(answers.least, 99), 5 * bound);
 }
 
 }  // namespace
