@@ -207,20 +207,25 @@ void FibMgr::routeChanged(RouteRow& row) {
    if (row.key.vrf() != Names::none) return;
    const bool now = inFib(row);
    if (now) {
-      if (routes_.table().rowsOfOtherPreference() != 0) {
-         // Clears the mark of the route that this one replaces.
-         for (auto key = row.key; key.preference != 255;) {
-            ++key.preference;
-            const auto* next = routes_.table().atOrAfter(key);
-            if (next == nullptr || !next->key.samePrefix(row.key)) break;
-            routes_.table().at(next->index).forwarded = false;
-            key = next->key;
-         }
-      }
       announce(row);
+      if (routes_.table().rowsOfOtherPreference() != 0) replaceOthers(row);
    } else if (row.forwarded) {
       row.forwarded = false;
       withdraw(row.key);
+      withdrawFec(row);
+   }
+}
+
+// Clears the marks of the route that `row` replaces in the FIB.
+void FibMgr::replaceOthers(const RouteRow& row) {
+   for (auto key = row.key; key.preference != 255;) {
+      ++key.preference;
+      const auto* next = routes_.table().atOrAfter(key);
+      if (next == nullptr || !next->key.samePrefix(row.key)) return;
+      auto& other = routes_.table().at(next->index);
+      other.forwarded = false;
+      withdrawFec(other);
+      key = next->key;
    }
 }
 
@@ -235,23 +240,37 @@ void FibMgr::wayOutChanged(RouteRow& row) {
 }
 
 void FibMgr::routeGone(const GoneRoute& route) {
-   if (!route.forwarded) return;
-   withdraw(route.key);
-   if (route.hops && events_ && !handlers().empty()) {
-      const orv::fib_fec_key_t key(fecId(FecKind::hops, std::uint64_t{route.index} + 1));
-      handlers().notify_every([&](auto& h) { h.on_fec_del(key); });
-   }
+   if (route.forwarded) withdraw(route.key);
+   if (route.ownFec) withdrawFec(route.index);
 }
 
 void FibMgr::announce(RouteRow& row) {
    row.forwarded = true;
-   if (!events_ || handlers().empty()) return;
+   const bool told = events_ && !handlers().empty();
    if (row.hasHops()) {
-      const auto fec = hopsFec(row);
-      handlers().notify_every([&](auto& h) { h.on_fec_set(fec); });
+      row.ownFec = true;
+      if (told) {
+         const auto fec = hopsFec(row);
+         handlers().notify_every([&](auto& h) { h.on_fec_set(fec); });
+      }
    }
-   const auto route = toFibRoute(row);
-   handlers().notify_every([&](auto& h) { h.on_route_set(route); });
+   if (told) {
+      const auto route = toFibRoute(row);
+      handlers().notify_every([&](auto& h) { h.on_route_set(route); });
+   }
+   if (!row.hasHops()) withdrawFec(row);
+}
+
+void FibMgr::withdrawFec(RouteRow& row) {
+   if (!row.ownFec) return;
+   row.ownFec = false;
+   withdrawFec(row.index);
+}
+
+void FibMgr::withdrawFec(RouteIndex index) {
+   if (!events_ || handlers().empty()) return;
+   const orv::fib_fec_key_t key(fecId(FecKind::hops, std::uint64_t{index} + 1));
+   handlers().notify_every([&](auto& h) { h.on_fec_del(key); });
 }
 
 // The prefix lost its route: announces its next best route, or the removal.

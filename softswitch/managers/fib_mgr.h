@@ -4,6 +4,9 @@
 // hops resolves, or it drops or punts), and no route of the same prefix with a smaller preference qualifies.
 // Its FEC is the group's, or its own if it has hops; a route that drops or punts has no FEC.
 //
+// A FEC is announced before the first route that uses it. A route's own FEC is withdrawn after the route, or
+// after the route was announced with another FEC.
+//
 // Thread-safety: guarded by the SDK's lock.
 #pragma once
 
@@ -49,7 +52,10 @@ private:
    bool best(const RouteRow& row) const;
    const RouteRow* bestOf(const RouteKey& key) const;
    void announce(RouteRow& row);
+   void replaceOthers(const RouteRow& row);
    void withdraw(const RouteKey& key);
+   void withdrawFec(RouteIndex index);
+   void withdrawFec(RouteRow& row);
 
    IpRouteMgr& routes_;
    NexthopGroupMgr& groups_;

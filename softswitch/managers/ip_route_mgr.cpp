@@ -250,8 +250,7 @@ void IpRouteMgr::set(const orv::ip_route_t& route, const Action* action, NameId 
 }
 
 void IpRouteMgr::del(RouteRow& row) {
-   const GoneRoute gone{
-        .key = row.key, .index = row.index, .forwarded = row.forwarded, .hops = row.hasHops()};
+   const GoneRoute gone{.key = row.key, .index = row.index, .forwarded = row.forwarded, .ownFec = row.ownFec};
    const bool programmed = row.programmed;
    const bool known = row.programmed || row.sent;
    table_.erase(row);

@@ -42,7 +42,7 @@ struct GoneRoute {
    RouteKey key;
    RouteIndex index;
    bool forwarded;  // as RouteRow::forwarded
-   bool hops;       // it had a FEC of its own
+   bool ownFec;     // as RouteRow::ownFec
 };
 
 // The main loop notifies it of changes to routes in hardware.

@@ -64,8 +64,8 @@ void IpRouteMgr::unprogram(ForwardingPlane& plane, RouteRow& row) {
    row.programmed = false;
    --programmed_;
    plane.routeDel(row.key);
-   const GoneRoute gone{.key = row.key, .index = row.index, .forwarded = row.forwarded, .hops = true};
-   row.forwarded = false;
+   const GoneRoute gone{.key = row.key, .index = row.index, .forwarded = row.forwarded, .ownFec = row.ownFec};
+   row.forwarded = row.ownFec = false;
    if (observer_ != nullptr) observer_->routeGone(gone);
 }
 

@@ -69,6 +69,7 @@ struct RouteRow : RowVias<orv::ip_route_via_t> {
    bool again : 1 = false;       // changed since it was sent; queued again at the answer
    bool programmed : 1 = false;  // the forwarding plane has it
    bool forwarded : 1 = false;   // announced as a route of the FIB
+   bool ownFec : 1 = false;      // announced with a FEC of its own
 
    bool alive() const { return key.vrfAndFamily != 0 && !dead; }
 };

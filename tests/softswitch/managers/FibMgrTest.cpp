@@ -2,6 +2,10 @@
 
 #include <gmock/gmock.h>
 
+#include <array>
+#include <map>
+#include <random>
+
 #include "softswitch/managers/vrf_mgr.h"
 #include "testing/softswitch/SwitchFixture.h"
 
@@ -27,6 +31,26 @@ public:
    void on_fec_del(const orv::fib_fec_key_t&) override { heard.push_back("fec del"); }
    std::vector<std::string> take() { return std::exchange(heard, {}); }
    std::vector<std::string> heard;
+};
+
+// What a client knows that only listens.
+class FibFollower final : public orv::fib_handler {
+public:
+   using orv::fib_handler::fib_handler;
+   void on_route_set(const orv::fib_route_t& route) override {
+      // A FEC is there before the route that uses it.
+      EXPECT_TRUE(route.fec_id() == 0 || fecs.contains(route.fec_id())) << route.route_key().prefix();
+      routes[route.route_key().prefix().to_string()] = route;
+   }
+   void on_route_del(const orv::fib_route_key_t& key) override {
+      EXPECT_EQ(routes.erase(key.prefix().to_string()), 1U) << key.prefix();
+   }
+   void on_fec_set(const orv::fib_fec_t& fec) override { fecs[fec.fec_key().fec_id()] = fec; }
+   void on_fec_del(const orv::fib_fec_key_t& key) override {
+      EXPECT_EQ(fecs.erase(key.fec_id()), 1U) << key.fec_id();
+   }
+   std::map<std::string, orv::fib_route_t> routes;
+   std::map<std::uint64_t, orv::fib_fec_t> fecs;
 };
 
 class FibMgrTest : public SwitchFixture {
@@ -148,7 +172,7 @@ TEST_F(FibMgrTest, aRouteWithHopsHasAFecOfItsOwnAndFollowsTheLink) {
    EXPECT_EQ(fib().fib_fec(fecKey).fec_type(), orv::fib_fec_type_t::forward);
    EXPECT_EQ(listOf(fib().fib_fec_iter()).size(), 1u);
    linkIs("Ethernet1", false);
-   EXPECT_THAT(listener.take(), ElementsAre("del 10.0.0.0/8"));
+   EXPECT_THAT(listener.take(), ElementsAre("del 10.0.0.0/8", "fec del"));
    EXPECT_FALSE(inFib("10.0.0.0/8"));
    EXPECT_FALSE(fib().fib_fec_exists(fecKey));
    linkIs("Ethernet1", true);
@@ -156,14 +180,96 @@ TEST_F(FibMgrTest, aRouteWithHopsHasAFecOfItsOwnAndFollowsTheLink) {
    // A port is removed while its link is up.
    sw().intfs().portDel(orv::intf_id_t("Ethernet1"));
    settle();
-   EXPECT_THAT(listener.take(), ElementsAre("del 10.0.0.0/8"));
+   EXPECT_THAT(listener.take(), ElementsAre("del 10.0.0.0/8", "fec del"));
    sw().intfs().portAdd(orv::intf_id_t("Ethernet1"));
    settle();
    EXPECT_THAT(listener.take(), ElementsAre("fec set", "set 10.0.0.0/8"));
    sw().ipRoutes().ip_route_via_del(orv::ip_route_via_t(key("10.0.0.0/8")));
    settle();
    EXPECT_FALSE(inFib("10.0.0.0/8"));
-   EXPECT_EQ(listener.take().front(), "del 10.0.0.0/8");
+   EXPECT_THAT(listener.take(), ElementsAre("del 10.0.0.0/8", "fec del"));
+}
+
+TEST_F(FibMgrTest, aRouteWithoutAFecOfItsOwnTakesNoFecAlong) {
+   FibListener listener(&fib());
+   setGroup("g");
+   setRoute("10.0.0.0/8", "g");
+   settle();
+   listener.take();
+   sw().ipRoutes().ip_route_via_del(groupVia("10.0.0.0/8", "g"));
+   settle();
+   EXPECT_THAT(listener.take(), ElementsAre("del 10.0.0.0/8"));
+}
+
+TEST_F(FibMgrTest, aFecOfHopsGoesWhenTheRouteTakesAGroupInOneStep) {
+   FibListener listener(&fib());
+   setGroup("g");
+   setHops("10.0.0.0/8", "Ethernet1");
+   settle();
+   listener.take();
+   sw().ipRoutes().ip_route_via_del(orv::ip_route_via_t(key("10.0.0.0/8")));
+   setRoute("10.0.0.0/8", "g");
+   settle();
+   EXPECT_THAT(listener.take(), ElementsAre("set 10.0.0.0/8", "fec del"));
+}
+
+// Random changes of routes, groups and links: a client that only listens knows what the lists say.
+TEST_F(FibMgrTest, whoListensKnowsWhatTheListsSay) {
+   FibFollower follower(&fib());
+   std::mt19937 random(1);  // NOLINT(cert-msc51-cpp): the same changes each time.
+   const auto below = [&random](unsigned n) { return static_cast<unsigned>(random() % n); };
+   const std::array<const char*, 3> prefixes{"10.0.0.0/8", "11.0.0.0/8", "2001:db8::/32"};
+   const std::array<const char*, 2> groups{"g", "h"};
+   const std::array<const char*, 2> intfs{"Ethernet1", "Ethernet2"};
+   std::array<bool, 2> up{true, true};
+   for (int step = 0; step < 1500; ++step) {
+      const char* const route = prefixes[below(3)];
+      const auto preference = static_cast<std::uint8_t>(1 + 2 * below(3));
+      const char* const name = groups[below(2)];
+      const unsigned intf = below(2);
+      try {
+         switch (below(8)) {
+            case 0:
+            case 1:
+               setHops(route, intfs[intf], preference);
+               break;
+            case 2:
+               setRoute(route, name);
+               break;
+            case 3:
+               sw().ipRoutes().ip_route_via_del(orv::ip_route_via_t(key(route, preference)));
+               break;
+            case 4:
+               sw().ipRoutes().ip_route_del(key(route, preference));
+               break;
+            case 5:
+               sw().ipRoutes().ip_route_set(orv::ip_route_t(key(route, preference)), Action::drop);
+               break;
+            case 6:
+               if (sw().nexthopGroups().exists(name)) {
+                  sw().nexthopGroups().nexthop_group_del(name);
+               } else {
+                  setGroup(name);
+               }
+               break;
+            default:
+               sw().intfs().linkIs(orv::intf_id_t(intfs[intf]), up[intf] = !up[intf]);
+               break;
+         }
+      } catch (const orv::invalid_argument_error&) {
+         // A route with hops takes no group, and the reverse.
+      }
+      if (below(3) != 0) continue;
+      settle();
+      std::map<std::string, orv::fib_route_t> routes;
+      for (const auto& each : listOf(fib().fib_route_iter()))
+         routes[each.route_key().prefix().to_string()] = each;
+      std::map<std::uint64_t, orv::fib_fec_t> fecs;
+      for (const auto& each : listOf(fib().fib_fec_iter()))
+         fecs[each.fec_key().fec_id()] = each;
+      ASSERT_EQ(follower.routes, routes) << "step " << step;
+      ASSERT_EQ(follower.fecs, fecs) << "step " << step;
+   }
 }
 
 TEST_F(FibMgrTest, aRouteThatDropsHasNoFec) {
@@ -191,7 +297,7 @@ TEST_F(FibMgrTest, theSmallestPreferenceThatForwardsWins) {
    settle();
    EXPECT_EQ(fibRoute("10.0.0.0/8").preference(), 3);
    EXPECT_THAT(fibRoutes(), ElementsAre("10.0.0.0/8"));
-   EXPECT_THAT(listener.take(), ElementsAre("fec set", "set 10.0.0.0/8"));
+   EXPECT_THAT(listener.take(), ElementsAre("fec set", "set 10.0.0.0/8", "fec del"));
    // A third route that loses causes no event.
    setHops("10.0.0.0/8", "Ethernet3", 200);
    settle();
