@@ -81,12 +81,15 @@ struct TrafficPolicyExists
 struct TrafficPolicyConfigured
      : Toggled<Getter<&Rpc::Requesttraffic_policy, &orv::policy_map_mgr::traffic_policy,
                       &TrafficPolicyResponse::mutable_traffic_policy, &TrafficPolicyRequest::name>> {};
-// The toggle matters once there is an element: without one the list ends normally.
+// The toggle matters once there is an element: without one the list ends normally. It is looked at where a
+// refusal ends the stream: at the list's first step.
 struct TrafficPolicies : Lister<&Rpc::Requesttraffic_policies, &orv::policy_map_mgr::traffic_policy_iter,
                                 &TrafficPoliciesResponse::mutable_key> {
-   static Response convert(const orv::policy_map_key_t& key) {
-      requireTrafficPolicies();
-      return Lister::convert(key);
+   template <class Svc>
+   static auto iterator(const Request& request, Svc& service) {
+      auto policies = Lister::iterator(request, service);
+      if (policies) requireTrafficPolicies();
+      return policies;
    }
 };
 struct TrafficPolicySet

@@ -353,6 +353,13 @@ public:
       const auto set = ok(&Stub::bulk_traffic_policy_is, sets);
       EXPECT_EQ(set.count(), 0U);
       EXPECT_EQ(set.status().message(), disabled);
+      EXPECT_NE(set.status().code(), 0);
+      remote::BulkTrafficPolicyDelRequest deletes;
+      deletes.add_requests();
+      EXPECT_EQ(ok(&Stub::bulk_traffic_policy_del, deletes).status().message(), disabled);
+      remote::BulkTrafficPolicyApplyRequest applies;
+      applies.add_requests();
+      EXPECT_EQ(ok(&Stub::bulk_traffic_policy_apply, applies).status().message(), disabled);
 
       EXPECT_CALL(mgr_, traffic_policy_iter())
            .WillOnce(Return(iterOver<orv::traffic_policy_iter_t>({gold})))
