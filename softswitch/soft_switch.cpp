@@ -118,6 +118,7 @@ struct SoftSwitch::Parts {
       hardware.add(nexthopGroups);
       hardware.add(mplsRoutes);
       hardware.add(ipRoutes);
+      hardware.add(mplsRoutes.teller());
       vrfs.usageIs([this](const std::string& name) {
          const auto count = ipRoutes.routesIn(name);
          return count == 0 ? std::string{} : fmt::format("{} IP route{}", count, count == 1 ? "" : "s");

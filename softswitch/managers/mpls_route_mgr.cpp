@@ -35,6 +35,7 @@ MplsRouteMgr::MplsRouteMgr(const Context& context, Hardware& hardware, Names& gr
        groupNames_(groupNames),
        groups_(groups),
        intfs_(intfs),
+       viasMax_(context.limits.viasPerRoute),
        table_(context.store, groupNames, context.limits.mplsRoutes),
        status_(mounts) {
    groups.observe(*this);
@@ -68,7 +69,8 @@ orv::mpls_route_via_iter_t MplsRouteMgr::mpls_route_via_iter(const orv::mpls_rou
            const auto* row = table_.findRoute(key);
            return row == nullptr ? std::vector<orv::mpls_route_via_t>() : table_.viasOf(*row);
         },
-        MplsRouteTable::sameVia);
+        MplsRouteTable::sameVia,
+        [this, changes = table_.viaChanges()] { return table_.viaChanges() == changes; });
 }
 
 orv::mpls_route_status_iter_t MplsRouteMgr::mpls_route_status_iter() const {
@@ -209,6 +211,10 @@ void MplsRouteMgr::mpls_route_via_set(const orv::mpls_route_via_t& via) {
    if (row->hasHops() && group) refuseMix(via.route_key(), "hops", "a nexthop group");
    if (row->group != Names::none && !group) refuseMix(via.route_key(), "a nexthop group", "a hop");
    if (!group) {
+      if (row->hops() >= viasMax_ && !table_.hasHop(*row, via)) {
+         throw orv::invalid_argument_error(fmt::format(
+              "via of mpls route {}: the route already has {} vias, the maximum", via.route_key(), viasMax_));
+      }
       if (table_.setHop(*row, via)) changed(*row);
       return;
    }

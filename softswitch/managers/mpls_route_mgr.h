@@ -15,6 +15,7 @@
 //    an interface that does not exist
 //    a via without a label action; push or swap without a label; pop or forward with one
 //    a group name of more than 255 bytes, or not in UTF-8
+//    more vias than a route takes
 //    more routes than the table holds, or a full disk (orv::error)
 //
 // Thread-safety: guarded by the SDK's lock.
@@ -65,12 +66,26 @@ public:
    std::size_t size() const { return table_.size(); }
    std::size_t capacity() const { return table_.capacity(); }
 
-   bool hardwareIdle() const override { return pending_.empty() && !sweepAt_ && !toldTo_; }
+   // Writes the versions of groups into the mounted table. A client of its own, for the end of the list: each
+   // pass reads every route, and a controller may change groups without a pause.
+   HardwareClient& teller() { return teller_; }
+
+   bool hardwareIdle() const override { return pending_.empty() && !sweepAt_; }
    void hardwareStep(ForwardingPlane& plane) override;
    void mplsRouteAnswer(const orv::mpls_route_key_t& key, std::uint16_t version, bool programmed) override;
    void groupProgrammed(NameId id, bool fresh) override;
 
 private:
+   class Teller final : public HardwareClient {
+   public:
+      explicit Teller(MplsRouteMgr& mgr) : mgr_(mgr) {}
+      bool hardwareIdle() const override { return !mgr_.toldTo_; }
+      void hardwareStep(ForwardingPlane&) override { mgr_.tellStep(); }
+
+   private:
+      MplsRouteMgr& mgr_;
+   };
+
    // How many routes use a FEC, and the version of its group that the table tells, or will after a pass.
    struct FecUse {
       std::size_t routes;
@@ -103,6 +118,7 @@ private:
    Names& groupNames_;
    const NexthopGroupMgr& groups_;
    const orv::intf_mgr& intfs_;
+   const std::size_t viasMax_;
    MplsRouteTable table_;
    MplsHwStatus status_;
    absl::flat_hash_map<std::uint64_t, FecUse> fecUsers_;
@@ -117,6 +133,7 @@ private:
    std::optional<MplsRouteTable::Cursor> toldTo_;
    std::vector<bool> tellsOf_;
    std::vector<bool> newVersions_;
+   Teller teller_{*this};
 };
 
 }  // namespace softswitch

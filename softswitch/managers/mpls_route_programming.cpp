@@ -21,12 +21,7 @@ void MplsRouteMgr::hardwareStep(ForwardingPlane& plane) {
          releaseIfDone(*row);
       }
    });
-   if (!pending_.empty()) return;
-   if (sweepAt_) {
-      sweepStep();
-   } else if (toldTo_) {
-      tellStep();
-   }
+   if (pending_.empty() && sweepAt_) sweepStep();
 }
 
 bool MplsRouteMgr::hasWayOut(const MplsRow& row) const {

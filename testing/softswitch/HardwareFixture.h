@@ -84,6 +84,7 @@ protected:
       hardware_->add(groups());
       hardware_->add(*mplsRoutes_);
       hardware_->add(routes());
+      hardware_->add(mplsRoutes_->teller());
    }
    void TearDown() override { hardware_->unscheduleTask(); }
 

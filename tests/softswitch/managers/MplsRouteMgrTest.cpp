@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 
 #include <array>
+#include <functional>
 
 #include "testing/softswitch/SwitchFixture.h"
 
@@ -61,6 +62,75 @@ protected:
       return refusal([&] { mgr().mpls_route_via_set(via); });
    }
 };
+
+TEST_F(MplsRouteMgrTest, aRouteTakesSoManyViasAndNoMore) {
+   switch_.reset();
+   options_.limits.viasPerRoute = 2;
+   start();
+   const auto key = label(100);
+   set(pop(key, "192.0.2.1"));
+   EXPECT_EQ(refused(pop(key, "192.0.2.2")), "");
+   EXPECT_THAT(refused(pop(key, "192.0.2.3")), HasSubstr("already has 2 vias, the maximum"));
+   EXPECT_EQ(refused(pop(key, "192.0.2.2")), "") << "it is there already";
+   EXPECT_THAT(vias(key), ElementsAre(pop(key, "192.0.2.1"), pop(key, "192.0.2.2")));
+}
+
+TEST_F(MplsRouteMgrTest, aWalkOfViasSeesEachKindOfChange) {
+   const auto key = label(100);
+   // A walk that stands at the first of three hops; what it yields after the change.
+   const auto rest = [&](const std::function<void()>& change) {
+      mgr().mpls_route_del(key);
+      for (const char* hop : {"192.0.2.1", "192.0.2.2", "192.0.2.3"})
+         set(pop(key, hop));
+      auto it = mgr().mpls_route_via_iter(key);
+      change();
+      ++it;
+      return listOf(it);
+   };
+   const auto second = pop(key, "192.0.2.2");
+   const auto third = pop(key, "192.0.2.3");
+   EXPECT_THAT(rest([] {}), ElementsAre(second, third));
+   EXPECT_THAT(rest([&] { mgr().mpls_route_via_set(pop(key, "192.0.2.4")); }), ElementsAre(second, third));
+   EXPECT_THAT(rest([&] { mgr().mpls_route_via_del(second); }), ElementsAre(third));
+   EXPECT_THAT(rest([&] { mgr().mpls_route_del(key); }), IsEmpty());
+   EXPECT_THAT(rest([&] {
+                  mgr().resync_init();
+                  set(third);
+                  mgr().resync_complete();
+               }),
+               ElementsAre(third));
+}
+
+// Each version of a group is told with a pass over all labels, and these versions do not pause.
+TEST_F(MplsRouteMgrTest, newVersionsOfAGroupDoNotKeepRoutesFromHardware) {
+   setGroup("g");
+   for (std::uint32_t number = 100; number < 20'100;) {
+      const orv::sdk_scoped_lock lock;
+      for (int i = 0; i < 1000; ++i, ++number)
+         set(over(label(number), "g"), 1);
+   }
+   settle();
+   const auto scheduler = Gorm::TaskSchedulerRoot::findOrCreateScheduler();
+   const auto inFib = [&] {
+      const orv::sdk_scoped_lock lock;
+      return sw()
+           .get_fib_mgr(orv::mgr_mode_type_t::resident)
+           ->fib_route_exists(orv::fib_route_key_t(prefix("10.0.0.0/8")));
+   };
+   std::uint16_t version = 1;
+   int turns = 0;
+   for (; turns < 200 && !inFib(); ++turns) {
+      {
+         const orv::sdk_scoped_lock lock;
+         sw().nexthopGroups().nexthop_group_set_with_version_id(group("g"), ++version);
+         if (turns == 0) setRoute("10.0.0.0/8", "g");
+      }
+      scheduler->waitForWork();
+      const Zelt::ActivityLockAnchor lock;
+      scheduler->runReady();
+   }
+   EXPECT_LT(turns, 200);
+}
 
 TEST_F(MplsRouteMgrTest, everyFieldSurvivesARestart) {
    const std::array labels{mpls_label_t(100), mpls_label_t(200)};
