@@ -17,9 +17,10 @@ namespace softswitch::console {
 inline constexpr std::size_t rowsPerSpan = 1000;
 
 // Under the lock, creates an iterator with `begin()` and copies each row with `take(*iterator)`. Passes the
-// copies to `show` without the lock, so `show` may wait for a reader.
+// copies to `show` without the lock, so `show` may wait for a reader. `perSpan` rows are read under one lock
+// span: fewer for rows that are long to copy.
 template <typename Begin, typename Take, typename Show>
-void forEachRow(Begin begin, Take take, Show show) {
+void forEachRow(Begin begin, Take take, Show show, std::size_t perSpan = rowsPerSpan) {
    using Iter = decltype(begin());
    using Row = decltype(take(*std::declval<const Iter&>()));
 
@@ -33,13 +34,13 @@ void forEachRow(Begin begin, Take take, Show show) {
    } walk;
 
    std::vector<Row> rows;
-   rows.reserve(rowsPerSpan);
+   rows.reserve(perSpan);
    for (bool more = true; more;) {
       rows.clear();
       {
          const orv::sdk_scoped_lock lock;
          if (!walk.iter) walk.iter.emplace(begin());
-         for (; *walk.iter && rows.size() < rowsPerSpan; ++*walk.iter)
+         for (; *walk.iter && rows.size() < perSpan; ++*walk.iter)
             rows.push_back(take(**walk.iter));
          more = static_cast<bool>(*walk.iter);
       }

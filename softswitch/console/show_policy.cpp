@@ -40,11 +40,14 @@ private:
 };
 
 template <typename TableType, typename Show>
-void forEachTableRow(const TableType& table, Show show) {
+void forEachTableRow(const TableType& table, Show show, std::size_t perSpan = rowsPerSpan) {
    using Pair = typename TableWalk<TableType>::Pair;
    forEachRow([&] { return TableWalk(table); }, [](const Pair& pair) { return pair; },
-              [&](const Pair& pair) { show(pair.first, pair.second); });
+              [&](const Pair& pair) { show(pair.first, pair.second); }, perSpan);
 }
+
+// A policy may have a thousand rules.
+constexpr std::size_t policiesPerSpan = 1;
 
 std::string ruleText(const AclRule& rule) {
    return std::visit([](const auto& r) { return r.to_string(); }, rule);
@@ -144,18 +147,21 @@ void showPolicyMap(SoftSwitch& target, Args& args, Document& document) {
                                          {"Seq", "seq", 6},
                                          {"Class map", "class_map", 24},
                                          {"Actions", "actions"}});
-   forEachTableRow(policies.maps(), [&](const orv::policy_map_key_t& key, const orv::policy_map_t& map) {
-      for (const auto& [sequence, rule] : map.rules()) {
-         Json actions = Json::array();
-         for (const auto& action : rule.actions())
-            actions.push_back(action.to_string());
-         document.row({{"name", key.name()},
-                       {"feature", orv::to_string(key.feature())},
-                       {"seq", sequence},
-                       {"class_map", rule.class_map_key().name()},
-                       {"actions", std::move(actions)}});
-      }
-   });
+   forEachTableRow(
+        policies.maps(),
+        [&](const orv::policy_map_key_t& key, const orv::policy_map_t& map) {
+           for (const auto& [sequence, rule] : map.rules()) {
+              Json actions = Json::array();
+              for (const auto& action : rule.actions())
+                 actions.push_back(action.to_string());
+              document.row({{"name", key.name()},
+                            {"feature", orv::to_string(key.feature())},
+                            {"seq", sequence},
+                            {"class_map", rule.class_map_key().name()},
+                            {"actions", std::move(actions)}});
+           }
+        },
+        policiesPerSpan);
    document.listing("policy_maps", {{"Policy map", "name", 24},
                                     {"Feature", "feature", 15},
                                     {"Interface", "interface", 12},
@@ -182,29 +188,38 @@ void showTrafficPolicy(SoftSwitch& target, Args& args, Document& document) {
    args.end();
    const auto& policies = target.policyMaps().trafficPolicies();
    document.listing("traffic_policies", {{"Traffic policy", "name", 24}, {"Counters", "counters"}});
-   forEachTableRow(policies.policies(), [&](const std::string& name, const orv::traffic_policy_t& policy) {
-      const std::set<std::string> counters(policy.named_counters().begin(), policy.named_counters().end());
-      document.row({{"name", name}, {"counters", counters}});
-   });
+   forEachRow([&] { return target.policyMaps().traffic_policy_iter(); },
+              [&](const orv::policy_map_key_t& key) {
+                 std::set<std::string> counters;
+                 if (const auto* policy = policies.policies().find(key.name()))
+                    counters.insert(policy->named_counters().begin(), policy->named_counters().end());
+                 return std::pair(key.name(), std::move(counters));
+              },
+              [&](const auto& policy) {
+                 document.row({{"name", policy.first}, {"counters", policy.second}});
+              });
    document.listing("traffic_policy_rules", {{"Traffic policy", "name", 24},
                                              {"Seq", "seq", 6},
                                              {"Rule", "rule", 16},
                                              {"Type", "type", 5},
                                              {"Match", "match", 32},
                                              {"Actions", "actions"}});
-   forEachTableRow(policies.policies(), [&](const std::string& name, const orv::traffic_policy_t& policy) {
-      for (const auto& [sequence, rule] : policy.rules()) {
-         Json actions = Json::array();
-         for (const auto& action : rule.actions())
-            actions.push_back(actionText(action));
-         document.row({{"name", name},
-                       {"seq", sequence},
-                       {"rule", rule.match_rule_name()},
-                       {"type", orv::to_string(rule.traffic_policy_rule_type())},
-                       {"match", matchText(rule.raw_rule())},
-                       {"actions", std::move(actions)}});
-      }
-   });
+   forEachTableRow(
+        policies.policies(),
+        [&](const std::string& name, const orv::traffic_policy_t& policy) {
+           for (const auto& [sequence, rule] : policy.rules()) {
+              Json actions = Json::array();
+              for (const auto& action : rule.actions())
+                 actions.push_back(actionText(action));
+              document.row({{"name", name},
+                            {"seq", sequence},
+                            {"rule", rule.match_rule_name()},
+                            {"type", orv::to_string(rule.traffic_policy_rule_type())},
+                            {"match", matchText(rule.raw_rule())},
+                            {"actions", std::move(actions)}});
+           }
+        },
+        policiesPerSpan);
    document.listing(
         "traffic_policy_applied",
         {{"Interface", "interface", 12}, {"Direction", "direction", 9}, {"Traffic policy", "name"}});

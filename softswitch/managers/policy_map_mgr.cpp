@@ -1,6 +1,8 @@
 #include "softswitch/managers/policy_map_mgr.h"
 
 #include <algorithm>
+#include <functional>
+#include <set>
 #include <string_view>
 #include <utility>
 
@@ -11,6 +13,7 @@
 #include "softswitch/managers/mpls_vrf_label_mgr.h"
 #include "softswitch/managers/nexthop_group_mgr.h"
 #include "softswitch/tables/name_check.h"
+#include "softswitch/tables/sdk_iters.h"
 
 namespace softswitch {
 namespace {
@@ -126,7 +129,8 @@ void PolicyMapMgr::resync_init() {
 
 void PolicyMapMgr::resync_complete() {
    orv::sdk_lock_check();
-   maps_.resyncComplete([this](const orv::policy_map_key_t& key, const auto&) { takeOff(key); });
+   maps_.resyncComplete(
+        [this](const orv::policy_map_key_t& key, const auto&) { takeOff(key, placesOf(key)); });
    trafficPolicies_.resyncComplete();
 }
 
@@ -167,7 +171,11 @@ void PolicyMapMgr::policy_map_is(const orv::policy_map_t& map) {
 void PolicyMapMgr::policy_map_del(const orv::policy_map_key_t& key) {
    orv::sdk_lock_check();
    checkPolicyMapKey("policy map", key);
-   if (maps_.erase(key)) takeOff(key);
+   if (!maps_.contains(key)) return;
+   const auto places = placesOf(key);
+   maps_.requireRoomToErase(1 + places.size());
+   maps_.erase(key);
+   takeOff(key, places);
 }
 
 void PolicyMapMgr::policy_map_apply(const orv::policy_map_key_t& key, const orv::intf_id_t& intf,
@@ -199,10 +207,19 @@ void PolicyMapMgr::policy_map_apply(const orv::policy_map_key_t& key, const orv:
 orv::policy_map_hw_status_iter_t PolicyMapMgr::policy_map_hw_status_iter(
      orv::policy_feature_t feature) const {
    orv::sdk_lock_check();
-   return makeTableIter<orv::policy_map_hw_status_iter_t>(maps_, [this, feature](const Maps::Item& item) {
-      return item.key->feature() == feature && !placesOf(*item.key).empty() ? std::optional(*item.key)
-                                                                            : std::nullopt;
-   });
+   // The places are few; the maps may be many.
+   return makeSnapshotIter<orv::policy_map_hw_status_iter_t>(
+        [this, feature] {
+           std::set<std::string> applied;
+           places_.forEach([&](const PolicyPlace& place, const std::string& name) {
+              if (place.feature == feature) applied.insert(name);
+           });
+           std::vector<orv::policy_map_key_t> keys;
+           for (const auto& name : applied)
+              keys.emplace_back(name, feature);
+           return keys;
+        },
+        std::equal_to<>());
 }
 
 orv::policy_map_hw_statuses_t PolicyMapMgr::hw_status(const orv::policy_map_key_t& key) const {
@@ -264,8 +281,8 @@ std::vector<PolicyPlace> PolicyMapMgr::placesOf(const orv::policy_map_key_t& key
    return found;
 }
 
-void PolicyMapMgr::takeOff(const orv::policy_map_key_t& key) {
-   for (const auto& place : placesOf(key))
+void PolicyMapMgr::takeOff(const orv::policy_map_key_t& key, const std::vector<PolicyPlace>& places) {
+   for (const auto& place : places)
       places_.erase(place);
    toProgram_.erase(key);
    answers_.erase(key);

@@ -88,7 +88,7 @@ public:
 
 private:
    std::vector<PolicyPlace> placesOf(const orv::policy_map_key_t& key) const;
-   void takeOff(const orv::policy_map_key_t& key);
+   void takeOff(const orv::policy_map_key_t& key, const std::vector<PolicyPlace>& places);
    void program(const orv::policy_map_key_t& key);
    void programApplied();
    void programPending();

@@ -33,7 +33,7 @@ TrafficPolicies::TrafficPolicies(const Context& context, const IntfMgr& intfs)
        places_(context.store, "traffic policy place", 2 * Topology::maxInterfaces) {}
 
 void TrafficPolicies::resyncComplete() {
-   policies_.resyncComplete([this](const std::string& name, const auto&) { takeOff(name); });
+   policies_.resyncComplete([this](const std::string& name, const auto&) { takeOff(placesOf(name)); });
 }
 
 orv::traffic_policy_t TrafficPolicies::policy(const std::string& name) const {
@@ -53,7 +53,11 @@ void TrafficPolicies::set(const orv::traffic_policy_t& policy) {
 
 void TrafficPolicies::del(const std::string& name) {
    checkTrafficPolicyName(name);
-   if (policies_.erase(name)) takeOff(name);
+   if (!policies_.contains(name)) return;
+   const auto places = placesOf(name);
+   policies_.requireRoomToErase(1 + places.size());
+   policies_.erase(name);
+   takeOff(places);
 }
 
 void TrafficPolicies::apply(const std::string& name, const orv::intf_id_t& intf,
@@ -81,12 +85,16 @@ void TrafficPolicies::apply(const std::string& name, const orv::intf_id_t& intf,
    places_.set(place, name);
 }
 
-void TrafficPolicies::takeOff(const std::string& name) {
+std::vector<TrafficPolicyPlace> TrafficPolicies::placesOf(const std::string& name) const {
    std::vector<TrafficPolicyPlace> found;
    places_.forEach([&](const TrafficPolicyPlace& place, const std::string& applied) {
       if (applied == name) found.push_back(place);
    });
-   for (const auto& place : found)
+   return found;
+}
+
+void TrafficPolicies::takeOff(const std::vector<TrafficPolicyPlace>& places) {
+   for (const auto& place : places)
       places_.erase(place);
 }
 

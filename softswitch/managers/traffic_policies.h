@@ -13,6 +13,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "orv/policy_map.h"
 #include "softswitch/managers/context.h"
@@ -61,7 +62,8 @@ public:
    const Places& places() const { return places_; }
 
 private:
-   void takeOff(const std::string& name);
+   std::vector<TrafficPolicyPlace> placesOf(const std::string& name) const;
+   void takeOff(const std::vector<TrafficPolicyPlace>& places);
 
    const IntfMgr& intfs_;
    Policies policies_;

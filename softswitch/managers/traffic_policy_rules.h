@@ -22,10 +22,12 @@ namespace softswitch {
 //    two actions of one type, or two that decide where the packet goes (decides())
 //    an action count without one of the policy's counters, goto-class without exactly one target or to a rule
 //    that does not follow, vrf without a VRF, mirror without a session, nexthop-group without a group,
-//    nexthop without a nexthop, or with a null one a counter, rule or mirror session name in an action of
-//    more than 400 bytes, a VRF's or group's of more than 255, or one not in UTF-8 a DSCP above 63, a traffic
-//    class above 7 an action police with a rate of 0, or above 10^15 bits or 10^12 packets per second, or
-//    with a burst above 10^9 bytes; a burst of 0 leaves the size to the switch
+//    nexthop without a nexthop or with a null one
+//    a counter's, rule's or mirror session's name of more than 400 bytes in an action, a VRF's or group's of
+//    more than 255, or one not in UTF-8
+//    a DSCP above 63, a traffic class above 7
+//    an action police with a rate of 0, or above 10^15 bits or 10^12 packets per second, or with a burst
+//    above 10^9 bytes; a burst of 0 leaves the size to the switch
 void checkTrafficPolicy(const orv::traffic_policy_t& policy);
 
 // RETURNS: whether the action decides where the packet goes, rather than what else is done with it. A rule

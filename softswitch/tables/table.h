@@ -117,6 +117,17 @@ public:
       return true;
    }
 
+   // For an operation that erases several rows, of this table or of others in the store, as a whole or not at
+   // all.
+   // THROWS: orv::error if the disk is too full for `rows` removals.
+   void requireRoomToErase(std::size_t rows) {
+      try {
+         store_.requireRoom(rows, 0, true);
+      } catch (const store::StoreError& e) {
+         refuse(e);
+      }
+   }
+
    // Removes all rows in one transaction.
    void clear() {
       try {
