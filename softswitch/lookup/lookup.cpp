@@ -223,6 +223,10 @@ void Walk::toNexthop(const orv::traffic_policy_action_t& action) {
                       .tunnel = action.vrf().empty() ? std::string() : fmt::format("vrf {}", action.vrf())});
    }
    const auto* const way = take(std::move(ways));
+   if (way == nullptr) {
+      end(LookupResult::drop, "the action has no nexthop");
+      return;
+   }
    step("nexthop {} is taken", way->nexthop);
 }
 

@@ -34,7 +34,7 @@ RuleFit addressFit(const std::set<orv::ip_addr_mask_t>& masks, const orv::ip_add
    if (masks.empty()) return answer(true);
    if (!address) return {.answer = Answer::open, .unknown = "source address"};
    return answer(std::any_of(masks.begin(), masks.end(), [&](const orv::ip_addr_mask_t& mask) {
-      return mask.af() == address.af() &&
+      return mask.af() == address.af() && mask.mask_length() <= address.width() &&
              networkOf(mask.address(), mask.mask_length()) == networkOf(address, mask.mask_length());
    }));
 }

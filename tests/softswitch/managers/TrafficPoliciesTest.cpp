@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <memory>
 #include <string>
 #include <vector>
@@ -10,7 +11,9 @@
 #include "softswitch/managers/class_map_mgr.h"
 #include "softswitch/managers/intf_mgr.h"
 #include "softswitch/managers/policy_map_mgr.h"
+#include "testing/sdk/Refusal.h"
 #include "testing/softswitch/ManagerFixture.h"
+#include "testing/softswitch/SwitchFixture.h"
 
 namespace softswitch {
 namespace {
@@ -258,6 +261,36 @@ TEST_F(TrafficPoliciesTest, aFullTableRefusesANewOneAndReplacesAnOldOne) {
    mgr_->traffic_policy_del("b");
    mgr_->traffic_policy_is(dropping("c"));
    EXPECT_THAT(listOf(mgr_->traffic_policy_iter()), ElementsAre(keyOf("a"), keyOf("c")));
+}
+
+// All removals are one transaction, until it has no room for another.
+TEST_F(TrafficPoliciesTest, aDeleteThatAFullDiskRefusesLeavesThePolicyWhereItIsApplied) {
+   constexpr int policies = 64;
+   const auto name = [](int n) { return fmt::format("p{:02}", n); };
+   const auto intf = [](int n) { return intf_id_t(fmt::format("Ethernet{}", n)); };
+   for (int n = 1; n <= policies; ++n) {
+      mgr_->traffic_policy_is(dropping(name(n)));
+      apply(name(n), intf(n), traffic_policy_direction_t::in);
+      apply(name(n), intf(n), traffic_policy_direction_t::out);
+   }
+   context().store.commit();
+   fillDisk(context().store);
+   int refused = 0;
+   std::vector<std::string> expected;
+   for (int n = 1; n <= policies; ++n) {
+      const bool stays = !refusal([&] { mgr_->traffic_policy_del(name(n)); }).empty();
+      refused += stays ? 1 : 0;
+      EXPECT_EQ(mgr_->traffic_policy_exists(name(n)), stays) << name(n);
+      if (!stays) continue;
+      for (const char* direction : {"in", "out"})
+         expected.push_back(fmt::format("{} {} {}", intf(n), direction, name(n)));
+   }
+   EXPECT_GT(refused, 0);
+   EXPECT_LT(refused, policies);
+   auto stand = places();
+   std::sort(stand.begin(), stand.end());
+   std::sort(expected.begin(), expected.end());
+   EXPECT_EQ(stand, expected);
 }
 
 }  // namespace

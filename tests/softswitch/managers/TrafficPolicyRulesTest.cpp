@@ -1,5 +1,6 @@
 #include "softswitch/managers/traffic_policy_rules.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <string>
@@ -292,6 +293,15 @@ TEST(TrafficPolicyRules, gotoLeadsToALaterRule) {
              "action goto-class: rule 'other' does not exist, expected a rule of the policy");
    EXPECT_EQ(words("web", false),
              "action goto-class: rule 'web' has sequence number 10, expected a rule that follows");
+   traffic_policy_action_t back(traffic_policy_action_type_t::goto_class);
+   back.goto_class_name_is("web");
+   traffic_policy_rule_t last(traffic_policy_rule_type_t::ipv4, "last");
+   last.action_set(back);
+   traffic_policy_t policy("p");
+   policy.rule_set(10, traffic_policy_rule_t(traffic_policy_rule_type_t::ipv4, "web"));
+   policy.rule_set(20, last);
+   EXPECT_THAT(wordsOf(policy),
+               testing::HasSubstr("rule 'web' has sequence number 10, expected a rule that follows"));
 }
 
 TEST(TrafficPolicyRules, aPoliceRateIsWithinWhatHardwareMeasures) {
