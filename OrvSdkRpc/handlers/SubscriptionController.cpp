@@ -4,29 +4,27 @@
 
 namespace OrvSdkRpc {
 
-// The set may change between the decision and taking the SDK's lock: the last stream may leave on the SDK's
-// thread while the next one subscribes on the pump thread. So both check the set again under the lock, and
-// the last call made agrees with the set.
+// The SDK's lock comes first: no callback may find the stream before startWatching has prepared the service
+// for it. The last stream may still leave, on another thread, once the stream is in the set: what it does is
+// decided under the lock, after startWatching, so the last call made agrees with the set.
 void Subscriptions::subscribe(OpaqueId tag) {
+   orv::sdk_scoped_lock sdk;
    {
       MutexLock lock(mutex_);
       tags_.insert(tag);
       if (tags_.size() != 1) return;
    }
-   orv::sdk_scoped_lock sdk;
-   if (!watched()) return;
    try {
       startWatching();
    } catch (...) {
-      // The call fails, and the next stream must count as the first again. The notification may be on:
-      // startWatching may have failed halfway, or a stream that left meanwhile saw this one and did not stop
-      // it.
+      // The call fails, and the next stream must count as the first again. startWatching may have failed
+      // halfway.
       {
          MutexLock lock(mutex_);
          tags_.erase(tag);
       }
       try {
-         if (!watched()) stopWatching();
+         stopWatching();
       } catch (...) {
          // The call fails with the exception of startWatching.
       }

@@ -45,7 +45,7 @@ public:
    Subscriptions(const Subscriptions&) = delete;
    Subscriptions& operator=(const Subscriptions&) = delete;
 
-   // Adds the stream; if it is the only one, calls startWatching under the SDK's lock.
+   // Under the SDK's lock: adds the stream; if it is the only one, calls startWatching.
    // THROWS: what startWatching throws. The stream is not subscribed then; if no other stream is,
    // stopWatching is called.
    void subscribe(OpaqueId tag) ZELT_EXCLUDES(mutex_);

@@ -157,8 +157,8 @@ TEST_F(SubscriptionControllerTest, aStreamThatLeavesDoesNotStopTheNextOne) {
    EXPECT_FALSE(controller_.watching);
 }
 
-// The same, but the start of the next stream fails. The leaving stream relied on that start.
-TEST_F(SubscriptionControllerTest, aFailedStartStopsWhatTheStreamThatLeavesDidNot) {
+// The same, but the start of the next stream fails.
+TEST_F(SubscriptionControllerTest, aFailedStartBehindAStreamThatLeavesLeavesNothingOn) {
    QueuedLock sdk;
    controller_.subscribe(id(1));
    controller_.onStart = [] { throw orv::configuration_error("no events"); };
@@ -174,8 +174,25 @@ TEST_F(SubscriptionControllerTest, aFailedStartStopsWhatTheStreamThatLeavesDidNo
    leaving.join();
    next.join();
    EXPECT_EQ(controller_.started, 2);
-   EXPECT_EQ(controller_.stopped, 1);
+   EXPECT_EQ(controller_.stopped, 2);
    EXPECT_FALSE(controller_.watching);
+}
+
+// A callback that runs meanwhile would send the stream what is older than its watch.
+TEST_F(SubscriptionControllerTest, aStreamIsNotInTheSetBeforeTheServiceMayBeTold) {
+   QueuedLock sdk;
+   std::thread subscribing;
+   {
+      orv::sdk_scoped_lock lock;
+      subscribing = std::thread([&] { controller_.subscribe(id(1)); });
+      sdk.waited(1);
+      EXPECT_FALSE(controller_.watched());
+      EXPECT_EQ(controller_.started, 0);
+   }
+   subscribing.join();
+   EXPECT_TRUE(controller_.watched());
+   EXPECT_EQ(controller_.started, 1);
+   controller_.cancel(id(1));
 }
 
 TEST_F(SubscriptionControllerTest, whereNoServerIsAMessageIsConsumedAndReachesNobody) {
