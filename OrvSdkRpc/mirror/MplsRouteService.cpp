@@ -165,8 +165,14 @@ struct Watch : WatchOf<&Rpc::Requestwatch, &MplsRouteService::subscriptions> {
    void encodeDump(MplsRouteService& service, const orv::mpls_route_t& route, Response& message) const {
       const orv::MplsRouteMgrImpl& mgr = service.managerImpl();
       OnMplsRouteDump& dump = *message.mutable_dump();
-      OnMplsRouteSet& event = *message.mutable_on_mpls_route_set();
       const orv::mpls_fec_id_t fec = mgr.fec_id(route.key());
+      if (fec.id() == 0 && !mgr.exists(route.key())) {
+         // Deleted since the iterator's last step. Its event may be out already, and none would correct a
+         // set.
+         *message.mutable_on_mpls_route_del()->mutable_route_key() = convert(route.key());
+         return;
+      }
+      OnMplsRouteSet& event = *message.mutable_on_mpls_route_set();
       *event.mutable_route_key() = convert(route.key());
       event.set_hw_version_id(mgr.hw_version_id(route.key()));
       if (routes_) {

@@ -36,8 +36,10 @@ protected:
       std::vector<std::unique_ptr<OrvSdkRpc::GrpcService>> services;
       {
          const orv::sdk_scoped_lock lock;
-         services.push_back(std::make_unique<OrvSdkRpc::MplsRouteService>(
-              switch_->get_mpls_route_mgr(), switch_->get_mount_mgr(), switch_->get_nexthop_group_mgr()));
+         auto mpls = std::make_unique<OrvSdkRpc::MplsRouteService>(
+              switch_->get_mpls_route_mgr(), switch_->get_mount_mgr(), switch_->get_nexthop_group_mgr());
+         service_ = mpls.get();
+         services.push_back(std::move(mpls));
          services.push_back(
               std::make_unique<OrvSdkRpc::NexthopGroupService>(switch_->get_nexthop_group_mgr()));
       }
@@ -170,6 +172,8 @@ protected:
 
    const TempDir directory_;
    RunningSwitch switch_{options(directory_)};
+   // Owned by the server.
+   OrvSdkRpc::MplsRouteService* service_ = nullptr;
    std::optional<RunningServer> running_;
    std::unique_ptr<Stub> routes_;
    std::unique_ptr<remote::NexthopGroupMgrService::Stub> groups_;
@@ -185,7 +189,9 @@ TEST_F(MplsRoutes, aViaThatCannotBeAddedTakesTheRouteOutWhereverItStands) {
          for (std::size_t position = 0; position < 4; ++position) {
             SCOPED_TRACE(testing::Message()
                          << position << (before ? " before" : "") << (bulk ? " bulk" : ""));
-            if (before) ASSERT_EQ(set(setting({8, 9}, addVias)), "");
+            if (before) {
+               ASSERT_EQ(set(setting({8, 9}, addVias)), "");
+            }
             std::vector<char> asked{1, 2, 3};
             asked.insert(asked.begin() + static_cast<std::ptrdiff_t>(position), char{0});
             EXPECT_EQ(set(setting(asked, addVias), bulk), refusal);
@@ -257,6 +263,7 @@ TEST_F(MplsRoutes, aRouteIsAcknowledgedOnceItAndItsGroupAreInHardware) {
    // Whoever comes late hears of it too, alone.
    acks->cancel();
    acks->rest();
+   ASSERT_TRUE(eventually([&] { return !service_->integratedSubscriptions().watched(); }));
    const auto late = watchAcks();
    EXPECT_EQ(report(*late), "100 version 6 over g version 8 state 2");
 }

@@ -136,6 +136,7 @@ protected:
          EXPECT_TRUE(locked());
          return orv::mpls_fec_id_t(key == routeKey(100) ? 9 : 0);
       });
+      EXPECT_CALL(mgr_, exists(An<const orv::mpls_route_key_t&>())).WillRepeatedly(Return(true));
       EXPECT_CALL(mgr_, hw_version_id(_)).WillRepeatedly([](const orv::mpls_route_key_t& key) {
          return static_cast<std::uint16_t>(key == routeKey(100) ? 7 : 0);
       });
@@ -548,6 +549,16 @@ TEST_F(MplsRouteServiceTest, theTableComesFirstThenTheAcknowledgementThenEvents)
    del(routeKey(100));
    runLoop();
    EXPECT_EQ(shown(client->next()), "del 100");
+}
+
+TEST_F(MplsRouteServiceTest, aRouteThatIsDeletedWhileItIsBeingDumpedIsReportedAsDeleted) {
+   switchHas({100, 200});
+   routeHasVias({});
+   EXPECT_CALL(mgr_, exists(routeKey(200))).WillOnce(Return(false));
+   const auto client = open(all({remote::MPLS_ROUTE_FIELD_ALL}));
+   EXPECT_EQ(shown(client->next()), "set 100 fec=9 version=7 dump route 100/7");
+   EXPECT_EQ(shown(client->next()), "del 200 dump");
+   EXPECT_EQ(shown(client->next()), "ack");
 }
 
 TEST_F(MplsRouteServiceTest, fieldsSelectWhatIsShownAndNothingElse) {
