@@ -14,6 +14,8 @@ struct Listing {
    const char* command;
    const char* name;
    std::vector<const char*> columns;
+   // Columns that a row may lack.
+   std::vector<const char*> optional = {};
 };
 
 // Every table that survives a restart has a line here.
@@ -30,6 +32,7 @@ const std::array listings{
      Listing{"show acl", "acl_applied", {"interface", "direction", "type", "acl"}},
      Listing{"show class-map", "class_maps", {"name", "feature", "acls"}},
      Listing{"show policy-map", "policy_map_rules", {"name", "feature", "seq", "class_map", "actions"}},
+     Listing{"show policy-map", "policy_maps", {"name", "feature"}, {"interface", "direction"}},
      Listing{"show traffic-policy", "traffic_policies", {"name", "counters"}},
      Listing{
           "show traffic-policy", "traffic_policy_rules", {"name", "seq", "rule", "type", "match", "actions"}},
@@ -67,6 +70,8 @@ std::string durableState(Console& console) {
          text += listing.name;
          for (const char* column : listing.columns)
             text += " " + row.at(column).dump();
+         for (const char* column : listing.optional)
+            text += " " + row.value(column, json()).dump();
          text += "\n";
       }
    }

@@ -108,6 +108,10 @@ std::string mpls(const std::string& method) {
    return "orv.remote.MplsRouteMgrService/" + method;
 }
 
+std::string policy(const std::string& method) {
+   return "orv.remote.PolicyMapMgrService/" + method;
+}
+
 std::string requests(const std::string& first, const std::string& second) {
    return R"({"requests":[)" + first + "," + second + "]}";
 }
@@ -190,6 +194,38 @@ std::string routeSet(const std::string& key, const std::string& hop) {
 const Request twoMirrorRoutes{route("bulk_ip_route_set"),
                               requests(routeSet(keyP, "10.0.1.2"), routeSet(keyQ, "2001:db8::1"))};
 
+std::string policySet(const std::string& key) {
+   return R"({"policy_map":)" +
+          with(R"("rules":{"10":{"policy_map_rule_type":"POLICY_MAP_RULE_TYPE_CLASS_DEFAULT",)"
+               R"("actions":[{"action_type":"POLICY_ACTION_TYPE_DROP"}]}})",
+               key) +
+          "}";
+}
+std::string policyApplied(const std::string& key, const std::string& intf, bool apply) {
+   return with(R"("intf_id":{"name":")" + intf + R"("},"direction":"ACL_DIRECTION_IN","apply":)" +
+                    (apply ? "true" : "false"),
+               key);
+}
+const Request twoPolicies{policy("bulk_policy_map_is"), requests(policySet(mapX), policySet(mapY))};
+const Request twoPoliciesApplied{
+     policy("bulk_policy_map_apply"),
+     requests(policyApplied(mapX, "Ethernet1", true), policyApplied(mapY, "Ethernet2", true))};
+std::string trafficPolicySet(const std::string& name) {
+   return R"({"traffic_policy":{"key":")" + name +
+          R"(","named_counters":["all"],"rules":{"10":{"match_rule_name":"rest",)"
+          R"("traffic_policy_rule_type":"TRAFFIC_POLICY_RULE_TYPE_IPV4",)"
+          R"("actions":[{"action_type":"TRAFFIC_POLICY_ACTION_TYPE_COUNT","counter_name":"all"}]}}}})";
+}
+std::string trafficPolicyApplied(const std::string& name, const std::string& intf, bool apply) {
+   return R"({"name":")" + name + R"(","intf_id":{"name":")" + intf + R"("},"apply":)" +
+          (apply ? "true" : "false") + "}";
+}
+const Request twoTrafficPolicies{policy("bulk_traffic_policy_is"),
+                                 requests(trafficPolicySet("p"), trafficPolicySet("q"))};
+const Request twoTrafficPoliciesApplied{
+     policy("bulk_traffic_policy_apply"),
+     requests(trafficPolicyApplied("p", "Ethernet1", true), trafficPolicyApplied("q", "Ethernet2", true))};
+
 const std::vector<Row> rows{
      // The programming service.
      {{"nexthop_group", groupA}, {plainInit}},
@@ -259,6 +295,25 @@ const std::vector<Row> rows{
      {{vrfLabel("mpls_vrf_label_del"), ofPopX}, {twoPops}},
      {{vrfLabel("bulk_mpls_vrf_label_del"), requests(ofPopX, ofPopY)}, {twoPops}},
      {{vrfLabel("resync_complete"), "{}"}, {twoPops, {vrfLabel("resync_init"), "{}"}}},
+     // Policy maps and traffic policies.
+     {{policy("policy_map_is"), policySet(mapX)}},
+     {twoPolicies},
+     {{policy("policy_map_del"), mapX}, {twoPolicies, twoPoliciesApplied}},
+     {{policy("bulk_policy_map_del"), requests(mapX, mapY)}, {twoPolicies, twoPoliciesApplied}},
+     {{policy("policy_map_apply"), policyApplied(mapX, "Ethernet1", true)}, {twoPolicies}},
+     {twoPoliciesApplied, {twoPolicies}},
+     {{policy("policy_map_apply"), policyApplied(mapX, "Ethernet1", false)},
+      {twoPolicies, twoPoliciesApplied}},
+     {{policy("traffic_policy_is"), trafficPolicySet("p")}},
+     {twoTrafficPolicies},
+     {{policy("traffic_policy_del"), named("p")}, {twoTrafficPolicies, twoTrafficPoliciesApplied}},
+     {{policy("bulk_traffic_policy_del"), requests(named("p"), named("q"))},
+      {twoTrafficPolicies, twoTrafficPoliciesApplied}},
+     {{policy("traffic_policy_apply"), trafficPolicyApplied("p", "Ethernet1", true)}, {twoTrafficPolicies}},
+     {twoTrafficPoliciesApplied, {twoTrafficPolicies}},
+     {{policy("traffic_policy_apply"), trafficPolicyApplied("p", "Ethernet1", false)},
+      {twoTrafficPolicies, twoTrafficPoliciesApplied}},
+     {{policy("resync_complete"), "{}"}, {twoPolicies, twoTrafficPolicies, {policy("resync_init"), "{}"}}},
      // IP routes.
      {{route("ip_route_set"), routeSet(keyP, "10.0.1.2")}},
      {twoMirrorRoutes},
@@ -343,8 +398,14 @@ const std::set<std::string> readers{
      "orv.remote.MplsRouteMgrService.exists",
      "orv.remote.MplsRouteMgrService.metric",
      "orv.remote.MplsRouteMgrService.fec_id",
+     "orv.remote.PolicyMapMgrService.exists",
+     "orv.remote.PolicyMapMgrService.policy_map",
+     "orv.remote.PolicyMapMgrService.hw_status",
+     "orv.remote.PolicyMapMgrService.traffic_policy_exists",
+     "orv.remote.PolicyMapMgrService.traffic_policy",
      // Resync marks are in memory only.
      "orv.remote.ClassMapMgrService.resync_init",
+     "orv.remote.PolicyMapMgrService.resync_init",
      "orv.remote.MplsVrfLabelMgrService.resync_init",
      "orv.remote.MplsRouteMgrService.resync_init",
      "orv.remote.NexthopGroupMgrService.resync_init",
