@@ -40,6 +40,7 @@ Words wordsOf(const MethodDescriptor& method) {
         {"orv.remote.MplsRouteMgrService.watch", {"mpls", "label"}},
         {"orv.remote.MplsRouteMgrService.watch_mpls_integrated", {"mpls-acks", ""}},
         {"orv.remote.NexthopGroupMgrService.watch", {"nhg", "next-hop group"}},
+        {"orv.remote.PolicyMapMgrService.watch", {"policy-map", ""}},
         {"OrvSdkRpc.pb.orvsdk_service.watch_sbfd_echo_session_status_msgs", {"sbfd", ""}},
    };
    const auto known = words.find(method.full_name());

@@ -19,7 +19,7 @@ TEST(WatchRpcs, everyWatchThatDeliversSomething) {
    for (const auto& watch : watchRpcs())
       words.push_back(watch.word);
    EXPECT_EQ(words, (std::vector<std::string>{"sbfd", "acl", "agent", "phy", "fib", "intf", "counters",
-                                              "mpls", "mpls-acks", "nhg"}));
+                                              "mpls", "mpls-acks", "nhg", "policy-map"}));
 }
 
 TEST(WatchRpcs, noServerStreamWithWatchInItsNameIsMissing) {
