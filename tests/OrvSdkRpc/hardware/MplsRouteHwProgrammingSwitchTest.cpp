@@ -195,11 +195,12 @@ TEST_F(MplsSwitchTest, aHundredThousandLabels) {
          seen[number] = true;
       }
    };
-   {
+   setGroup("g", 1);
+   for (std::uint32_t label = 0; label < labels;) {
+      // One lock is one transaction of the store.
       const orv::sdk_scoped_lock lock;
-      setGroup("g", 1);
-      for (std::uint32_t label = 0; label < labels; ++label)
-         setRoute(label, "g", 5);
+      for (int i = 0; i < 1000; ++i)
+         setRoute(label++, "g", 5);
    }
    settle();
    // Late, and once for each.
