@@ -138,7 +138,7 @@ void messageFromJson(std::string_view what, std::string_view json, google::proto
    }
 }
 
-std::string messageToJson(const google::protobuf::Message& message) {
+Json messageToTree(const google::protobuf::Message& message) {
    google::protobuf::util::JsonPrintOptions options;
    options.preserve_proto_field_names = true;
    options.always_print_primitive_fields = true;
@@ -150,7 +150,11 @@ std::string messageToJson(const google::protobuf::Message& message) {
    }
    Json tree = Json::parse(canonical);
    toFriendly(*message.GetDescriptor(), tree);
-   return tree.dump(-1, ' ', false, Json::error_handler_t::replace);
+   return tree;
+}
+
+std::string messageToJson(const google::protobuf::Message& message) {
+   return messageToTree(message).dump(-1, ' ', false, Json::error_handler_t::replace);
 }
 
 }  // namespace orvctl

@@ -9,6 +9,7 @@
 
 #include <google/protobuf/message.h>
 
+#include <nlohmann/json_fwd.hpp>
 #include <string>
 #include <string_view>
 
@@ -21,5 +22,7 @@ void messageFromJson(std::string_view what, std::string_view json, google::proto
 // RETURNS: one line of JSON, with fields that have default values, but without unset messages and members of
 // a oneof.
 std::string messageToJson(const google::protobuf::Message& message);
+// The same as a tree.
+nlohmann::ordered_json messageToTree(const google::protobuf::Message& message);
 
 }  // namespace orvctl

@@ -56,8 +56,7 @@ int rules(Context& context, const std::string& method, const Flags& flags) {
    auto connection = context.connect();
    Rows rows(context, {"seq", "rule"});
    listMirror<Reply>(context, connection, "AclMgrService/" + method, request, [&](const Reply& reply) {
-      return rows.add({{"seq", reply.entry().seq()},
-                       {"rule", nlohmann::ordered_json::parse(messageToJson(reply.entry().rule()))}});
+      return rows.add({{"seq", reply.entry().seq()}, {"rule", messageToTree(reply.entry().rule())}});
    });
    rows.finish();
    return kOk;

@@ -31,7 +31,7 @@ int show(Context& context, std::vector<std::string> names, std::vector<std::stri
    Rows rows(context, std::move(columns));
    for (const auto& name : names) {
       nlohmann::ordered_json row{{"name", name}};
-      row.update(nlohmann::ordered_json::parse(messageToJson(record(connection, name))));
+      row.update(messageToTree(record(connection, name)));
       if (!rows.add(row)) break;
    }
    rows.finish();

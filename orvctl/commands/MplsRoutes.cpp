@@ -124,6 +124,8 @@ void addMplsCommand(CLI::App& app, Context& context) {
         ->type_name("FILE");
    addNumber(*delCommand, "--batch", flags->batch, 1, 100000, "Labels per request [1000]");
    onChosen(context, *delCommand, [&context, flags] { return del(context, *flags); });
+
+   addMplsRouteViews(*command, context);
 }
 
 }  // namespace orvctl

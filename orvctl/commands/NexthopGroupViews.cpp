@@ -101,8 +101,7 @@ int show(Context& context, const std::vector<std::string>& names) {
          continue;
       }
       const auto tree = [](const rpc::NexthopGroup& of) {
-         return of.name().empty() ? nlohmann::ordered_json()
-                                  : nlohmann::ordered_json::parse(messageToJson(of));
+         return of.name().empty() ? nlohmann::ordered_json() : messageToTree(of);
       };
       context.out << nlohmann::ordered_json{{"name", name},
                                             {"active", active},

@@ -7,15 +7,13 @@
 #include "orvctl/JsonText.h"
 #include "orvctl/Mirror.h"
 #include "orvctl/Rows.h"
+#include "orvctl/Vias.h"
 #include "orvctl/commands/Commands.h"
 
 namespace orvctl {
 namespace rpc = orv::remote;
 
 namespace RouteViews {
-
-// The label of a via without one.
-constexpr uint32_t kNoLabel = 1048576;
 
 struct Flags {
    std::vector<std::string> prefixes;
@@ -42,38 +40,6 @@ rpc::IpRouteKey keyOf(const std::string& prefix, const Flags& flags) {
    return key;
 }
 
-// RETURNS: "10.0.0.1 Ethernet1 weight 2", with what the via has and in the order of its fields.
-std::string viaText(const rpc::IpRouteVia& via) {
-   std::string text;
-   const auto word = [&](std::string_view name, const std::string& value) {
-      if (value.empty()) return;
-      fmt::format_to(std::back_inserter(text), "{}{}{}", text.empty() ? "" : " ", name, value);
-   };
-   const auto number = [&](std::string_view name, uint32_t value) {
-      if (value != 0) word(name, std::to_string(value));
-   };
-   const auto address = [&](std::string_view name, const std::string& bytes) {
-      word(name, wireAddressText(bytes).value_or("(no address)"));
-   };
-   address("", via.hop());
-   word("", via.intf().name());
-   word("group ", via.nexthop_group());
-   if (via.has_mpls_label() && via.mpls_label() != kNoLabel) word("label ", std::to_string(via.mpls_label()));
-   number("vni ", via.vni());
-   address("vtep ", via.vtep_addr());
-   address("router-mac ", via.router_mac());
-   word("egress-vrf ", via.egress_vrf());
-   number("metric ", via.metric());
-   word("vxlan ", via.vxlan_intf().name());
-   if (via.vtep_sip_validation()) word("", "sip-validation");
-   number("weight ", via.weight());
-   return text;
-}
-
-nlohmann::ordered_json tree(const google::protobuf::Message& message) {
-   return nlohmann::ordered_json::parse(messageToJson(message));
-}
-
 nlohmann::ordered_json routeRow(const rpc::IpRoute& route) {
    return {{"prefix", prefixOf(route.key())},
            {"preference", route.key().preference()},
@@ -86,7 +52,7 @@ nlohmann::ordered_json routeRow(const rpc::IpRoute& route) {
 nlohmann::ordered_json viaRow(const Context& context, const rpc::IpRouteVia& via) {
    return {{"prefix", prefixOf(via.route_key())},
            {"preference", via.route_key().preference()},
-           {"via", context.json ? tree(via) : nlohmann::ordered_json(viaText(via))}};
+           {"via", context.json ? messageToTree(via) : nlohmann::ordered_json(viaText(via))}};
 }
 
 int list(Context& context, const Flags& flags) {
@@ -117,7 +83,7 @@ int list(Context& context, const Flags& flags) {
                                         if (flags.vias && context.json) {
                                            row["vias"] = nlohmann::ordered_json::array();
                                            for (const auto& via : reply.vias())
-                                              row["vias"].push_back(tree(via));
+                                              row["vias"].push_back(messageToTree(via));
                                         } else if (flags.vias) {
                                            std::vector<std::string> texts;
                                            for (const auto& via : reply.vias())
@@ -163,7 +129,7 @@ int get(Context& context, const Flags& flags) {
          auto row = routeRow(route);
          row["vias"] = nlohmann::ordered_json::array();
          forEachVia(context, connection, key, flags, [&](const rpc::IpRouteVia& via) {
-            row["vias"].push_back(tree(via));
+            row["vias"].push_back(messageToTree(via));
             return true;
          });
          context.out << row.dump() << '\n';

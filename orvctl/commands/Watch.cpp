@@ -72,7 +72,7 @@ std::string& selected(const WatchRpc& rpc, WatchChoice& choice) {
 
 // RETURNS: the command that reads the state of one object.
 std::string reading(const WatchRpc& rpc, const std::string& name) {
-   if (rpc.label) return fmt::format("orvctl call {}/mpls_routes", rpc.method->service()->name());
+   if (rpc.label) return fmt::format("orvctl {} get {}", rpc.word, name);
    return fmt::format("orvctl {} show {}", rpc.word, name);
 }
 

@@ -37,6 +37,7 @@ TEST(Completion, commandsAndTheirSubcommands) {
    EXPECT_EQ(completions("orvctl res"), "resync");
    EXPECT_EQ(completions("orvctl resync st"), "start");
    EXPECT_EQ(completions("orvctl --target unix:/x nhg d"), "del");
+   EXPECT_EQ(completions("orvctl mpls st"), "status");
 }
 
 TEST(Completion, flagsOfTheCommandAndOfTheTopLevel) {
