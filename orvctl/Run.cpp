@@ -72,6 +72,7 @@ void buildApp(CLI::App& app, Context& context) {
    addRouteCommand(app, context);
    addTunnelCommand(app, context);
    addMplsCommand(app, context);
+   addFibCommand(app, context);
    addRedirectCommand(app, context);
    addSessionCommand(app, context);
    addInterfaceCommand(app, context);

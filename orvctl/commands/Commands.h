@@ -23,6 +23,7 @@ void addTunnelCommand(CLI::App& app, Context& context);
 void addMplsCommand(CLI::App& app, Context& context);
 // Adds `mpls list`, `get`, `vias`, `status`, `watch` and `acks` to the `mpls` command.
 void addMplsRouteViews(CLI::App& command, Context& context);
+void addFibCommand(CLI::App& app, Context& context);
 void addRedirectCommand(CLI::App& app, Context& context);
 void addSessionCommand(CLI::App& app, Context& context);
 void addInterfaceCommand(CLI::App& app, Context& context);

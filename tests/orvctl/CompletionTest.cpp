@@ -38,6 +38,7 @@ TEST(Completion, commandsAndTheirSubcommands) {
    EXPECT_EQ(completions("orvctl resync st"), "start");
    EXPECT_EQ(completions("orvctl --target unix:/x nhg d"), "del");
    EXPECT_EQ(completions("orvctl mpls st"), "status");
+   EXPECT_EQ(completions("orvctl fib r"), "routes");
 }
 
 TEST(Completion, flagsOfTheCommandAndOfTheTopLevel) {
