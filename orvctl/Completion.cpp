@@ -16,6 +16,8 @@ struct Script {
    std::string descents;
    std::string words;
    std::set<std::string> fileFlags{"-f"};
+   // Commands with an argument that is a file.
+   std::set<std::string> filePaths;
    // "case" branches: flags whose values are known words.
    std::string values;
 };
@@ -23,6 +25,8 @@ struct Script {
 void collect(const CLI::App& app, const std::string& path, const std::string& inherited, Script& script) {
    std::string flags;
    for (const CLI::Option* option : app.get_options()) {
+      if (option->get_positional() && option->get_type_name() == "FILE")
+         script.filePaths.insert(fmt::format("\"{}\"", path));
       for (const auto& name : option->get_lnames()) {
          flags += " --" + name;
          const std::string& values = option->get_type_name();
@@ -74,15 +78,17 @@ _{0}() {{
   case "$path $prev" in
 {4}  esac
   mapfile -t COMPREPLY < <(compgen -W "$words" -- "$cur")
-  if [[ $path == "{0} route load" ]]; then
+  case $path in
+  {5})
     compopt -o filenames
     mapfile -t -O "${{#COMPREPLY[@]}}" COMPREPLY < <(compgen -f -- "$cur")
-  fi
+    ;;
+  esac
 }}
 complete -F _{0} {0}
 )",
                       app.get_name(), script.descents, fmt::join(script.fileFlags, "|"), script.words,
-                      script.values);
+                      script.values, fmt::join(script.filePaths, "|"));
 }
 
 }  // namespace orvctl

@@ -115,6 +115,14 @@ void toFriendly(const Descriptor& type, Json& value) {
    }
 }
 
+// RETURNS: what is wrong with the tree; nothing if the message could be filled.
+std::string fillMessage(std::string_view where, Json tree, google::protobuf::Message& message) {
+   toCanonical(where, *message.GetDescriptor(), tree);
+   message.Clear();
+   const auto status = google::protobuf::util::JsonStringToMessage(tree.dump(), &message);
+   return status.ok() ? std::string() : status.message().as_string();
+}
+
 }  // namespace
 
 void messageFromJson(std::string_view what, std::string_view json, google::protobuf::Message& message) {
@@ -129,13 +137,23 @@ void messageFromJson(std::string_view what, std::string_view json, google::proto
    if (!tree.is_object()) {
       throw UsageError(fmt::format("{} is '{}', expected a JSON object of {}", what, json, typeName));
    }
-   toCanonical(what, *message.GetDescriptor(), tree);
-   message.Clear();
-   auto status = google::protobuf::util::JsonStringToMessage(tree.dump(), &message);
-   if (!status.ok()) {
-      throw UsageError(fmt::format("{} is '{}', expected JSON of {}: {}", what, json, typeName,
-                                   status.message().as_string()));
+   const std::string problem = fillMessage(what, std::move(tree), message);
+   if (!problem.empty())
+      throw UsageError(fmt::format("{} is '{}', expected JSON of {}: {}", what, json, typeName, problem));
+}
+
+void messageFromTree(std::string_view where, Json tree, google::protobuf::Message& message) {
+   const std::string& typeName = message.GetDescriptor()->name();
+   if (!tree.is_object()) throw UsageError(fmt::format("{}: expected the fields of {}", where, typeName));
+   std::string problem;
+   try {
+      problem = fillMessage(where, std::move(tree), message);
+   } catch (const UsageError& error) {
+      problem = error.what();
+   } catch (const Json::type_error&) {
+      problem = "a text is not UTF-8";
    }
+   if (!problem.empty()) throw UsageError(fmt::format("{}: expected {}: {}", where, typeName, problem));
 }
 
 Json messageToTree(const google::protobuf::Message& message) {

@@ -18,6 +18,9 @@ namespace orvctl {
 // Fills `message` from JSON. `what` names the source in the error.
 // THROWS: UsageError.
 void messageFromJson(std::string_view what, std::string_view json, google::protobuf::Message& message);
+// The same from a tree. Error texts begin with `where` and do not repeat the tree.
+// THROWS: UsageError.
+void messageFromTree(std::string_view where, nlohmann::ordered_json tree, google::protobuf::Message& message);
 
 // RETURNS: one line of JSON, with fields that have default values, but without unset messages and members of
 // a oneof.

@@ -78,6 +78,9 @@ void buildApp(CLI::App& app, Context& context) {
    addInterfaceCommand(app, context);
    addPhyCommand(app, context);
    addAclCommand(app, context);
+   addClassMapCommand(app, context);
+   addPolicyMapCommand(app, context);
+   addTrafficPolicyCommand(app, context);
    addCountersCommand(app, context);
    addAgentCommand(app, context);
    addWatchCommand(app, context);

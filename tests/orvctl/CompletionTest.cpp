@@ -54,6 +54,15 @@ TEST(Completion, watchesTheirFlagsAndFields) {
    EXPECT_EQ(completions("orvctl intf set Ethernet1 --admin d"), "down");
 }
 
+TEST(Completion, filesOfCommandsThatReadOne) {
+   const orvtest::TempDir directory;
+   const std::string file = directory / "maps.yaml";
+   std::ofstream(file) << "";
+   for (const char* command : {"route load", "class-map set", "policy-map set", "traffic-policy set"})
+      EXPECT_EQ(completions(std::string("orvctl ") + command + " " + directory / "ma"), file) << command;
+   EXPECT_EQ(completions("orvctl class-map list --feature con"), "control_plane");
+}
+
 TEST(Completion, rpcsOfCall) {
    EXPECT_EQ(completions("orvctl call orvsdk_service/rpc_server_i"), "orvsdk_service/rpc_server_init");
 }

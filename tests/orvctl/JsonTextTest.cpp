@@ -3,6 +3,8 @@
 #include <google/protobuf/util/message_differencer.h>
 #include <gtest/gtest.h>
 
+#include <nlohmann/json.hpp>
+
 #include "OrvSdkRpcProtos/orvsdk.pb.h"
 #include "OrvSdkRpcProtos/types.pb.h"
 #include "orvctl/ExitCode.h"
@@ -83,6 +85,27 @@ TEST(JsonText, refusalsNameTheValueAndWhatWasExpected) {
    EXPECT_NE(refusalOf<pb::ip_route_msg>(R"({"tag":4294967296})").find("tag"), std::string::npos);
    EXPECT_NE(refusalOf<pb::nexthop_group_msg>(R"({"nexthops":[{"mpls_operation":"EAT"}]})").find("EAT"),
              std::string::npos);
+}
+
+TEST(JsonText, aTreeIsRefusedByItsPlace) {
+   const auto problem = [](const nlohmann::ordered_json& tree) -> std::string {
+      pb::ip_route_msg route;
+      try {
+         messageFromTree("routes line 7", tree, route);
+      } catch (const UsageError& error) {
+         return error.what();
+      }
+      return route.prefix().prefix_length() == 8 ? "" : "no prefix";
+   };
+   EXPECT_EQ(problem({{"prefix", "10.0.0.0/8"}, {"tag", "7"}}), "");
+   EXPECT_EQ(problem(7), "routes line 7: expected the fields of ip_route_msg");
+   EXPECT_EQ(
+        problem({{"prefix", "10.0.0.1/8"}}),
+        "routes line 7: expected ip_route_msg: prefix is '10.0.0.1/8', expected a prefix whose bits beyond "
+        "length 8 are zero");
+   EXPECT_EQ(problem({{"nexthop_group_name", "\xff"}}),
+             "routes line 7: expected ip_route_msg: a text is not UTF-8");
+   EXPECT_EQ(problem({{"prefx", "10.0.0.0/8"}}).find("routes line 7: expected ip_route_msg: "), 0U);
 }
 
 TEST(JsonText, addressesOfTheMirrorServicesAreText) {
