@@ -20,13 +20,8 @@ namespace FibCommands {
 
 using Keys = std::vector<std::string>;
 
-std::string prefixOf(const rpc::FibRouteKey& key) {
-   return fmt::format("{}/{}", wireAddressText(key.prefix().network()).value_or("(no address)"),
-                      key.prefix().prefix_length());
-}
-
 nlohmann::ordered_json routeRow(const rpc::FibRoute& route) {
-   return {{"prefix", prefixOf(route.route_key())},
+   return {{"prefix", prefixText(route.route_key().prefix())},
            {"preference", route.preference()},
            {"metric", route.metric()},
            {"type", enumWord(route.route_type())},
@@ -60,16 +55,12 @@ int listRoutes(Context& context, Rows& rows) {
 
 int getRoutes(Context& context, Rows& rows, const Keys& prefixes) {
    std::vector<rpc::FibRouteRequest> requests;
-   for (const auto& text : prefixes) {
-      const auto prefix = parsePrefix("PREFIX", text);
-      auto& key = *requests.emplace_back().mutable_key()->mutable_prefix();
-      key.set_network(prefix.network().address());
-      key.set_prefix_length(prefix.prefix_length());
-   }
+   for (const auto& text : prefixes)
+      *requests.emplace_back().mutable_key()->mutable_prefix() = parseWirePrefix("PREFIX", text);
    auto connection = context.connect();
    int code = kOk;
    for (const auto& request : requests) {
-      const std::string prefix = prefixOf(request.key());
+      const std::string prefix = prefixText(request.key().prefix());
       const auto route =
            ask<rpc::FibRouteResponse>(connection, "FibMgrService/fib_route", prefix, request).fib_route();
       if (route.route_key().prefix().network().empty()) {

@@ -1,6 +1,7 @@
 #include <memory>
 
 #include "orvctl/commands/Commands.h"
+#include "orvctl/commands/MirrorRoutes.h"
 #include "orvctl/commands/Programming.h"
 
 namespace orvctl {
@@ -16,6 +17,7 @@ struct Flags {
    std::string nexthop, group, operation, vrf;
    std::string file;
    size_t batch = 1000;
+   MplsEditFlags edit;
 };
 
 using Plan = BulkPlan<pb::mpls_route_bulk_msg>;
@@ -44,6 +46,7 @@ GroupForwarding::mpls_operation_enum parseGroupOperation(const std::string& text
 }
 
 int set(Context& context, const Flags& flags) {
+   if (flags.edit.mirror) return setMplsRoute(context, flags.labels, flags.edit);
    const int ways = !flags.nexthop.empty() + !flags.group.empty() + !flags.vrf.empty();
    if (!flags.file.empty()) {
       if (!flags.labels.empty() || ways > 0)
@@ -76,6 +79,7 @@ int set(Context& context, const Flags& flags) {
 }
 
 int del(Context& context, const Flags& flags) {
+   if (flags.edit.mirror) return deleteMplsRoutes(context, flags.labels, flags.edit);
    Plan plan(flags.batch);
    const auto add = [&](const std::string& what, std::string_view text, size_t number) {
       pb::mpls_route_msg route;
@@ -105,24 +109,32 @@ void addMplsCommand(CLI::App& app, Context& context) {
    setCommand->add_option("label", flags->labels, "Incoming label, 0 to 1048575")
         ->expected(0, 1)
         ->type_name("LABEL");
-   setCommand
-        ->add_option("-n,--nexthop", flags->nexthop,
-                     "One next hop: intf=NAME,address=IP,labels=L,op=push|pop|swap|forward")
-        ->type_name("ENTRY");
-   setCommand->add_option("--nhg", flags->group, "A nexthop group")->type_name("NAME");
-   setCommand->add_option("--op", flags->operation, "What happens to the label with --nhg [pop]")
-        ->type_name("pop|forward");
-   setCommand->add_option("--vrf", flags->vrf, "Pop, then look the packet up in this VRF")->type_name("NAME");
-   setCommand->add_option("-f,--file", flags->file, "Many: one JSON mpls_route_msg per line; - for stdin")
-        ->type_name("FILE");
-   addNumber(*setCommand, "--batch", flags->batch, 1, 100000, "Labels per request with --file [1000]");
+   auto* nexthop = setCommand
+                        ->add_option("-n,--nexthop", flags->nexthop,
+                                     "One next hop: intf=NAME,address=IP,labels=L,op=push|pop|swap|forward")
+                        ->type_name("ENTRY");
+   auto* group = setCommand->add_option("--nhg", flags->group, "A nexthop group")->type_name("NAME");
+   auto* operation =
+        setCommand->add_option("--op", flags->operation, "What happens to the label with --nhg [pop]")
+             ->type_name("pop|forward");
+   auto* vrf = setCommand->add_option("--vrf", flags->vrf, "Pop, then look the packet up in this VRF")
+                    ->type_name("NAME");
+   auto* setFile =
+        setCommand
+             ->add_option("-f,--file", flags->file, "Many: one JSON mpls_route_msg per line; - for stdin")
+             ->type_name("FILE");
+   auto* setBatch =
+        addNumber(*setCommand, "--batch", flags->batch, 1, 100000, "Labels per request with --file [1000]");
+   addMplsSetFlags(*setCommand, flags->edit, {nexthop, group, operation, vrf, setFile, setBatch});
    onChosen(context, *setCommand, [&context, flags] { return set(context, *flags); });
 
    auto* delCommand = command->add_subcommand("del", "Delete labels");
    delCommand->add_option("labels", flags->labels, "Labels")->type_name("LABEL");
-   delCommand->add_option("-f,--file", flags->file, "Many: one label or JSON per line; - for stdin")
-        ->type_name("FILE");
-   addNumber(*delCommand, "--batch", flags->batch, 1, 100000, "Labels per request [1000]");
+   auto* delFile =
+        delCommand->add_option("-f,--file", flags->file, "Many: one label or JSON per line; - for stdin")
+             ->type_name("FILE");
+   auto* delBatch = addNumber(*delCommand, "--batch", flags->batch, 1, 100000, "Labels per request [1000]");
+   addMplsDelFlags(*delCommand, flags->edit, {delFile, delBatch});
    onChosen(context, *delCommand, [&context, flags] { return del(context, *flags); });
 
    addMplsRouteViews(*command, context);

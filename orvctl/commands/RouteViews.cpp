@@ -26,22 +26,15 @@ struct Flags {
    bool viasOnly = false;
 };
 
-std::string prefixOf(const rpc::IpRouteKey& key) {
-   return fmt::format("{}/{}", wireAddressText(key.prefix().network()).value_or("(no address)"),
-                      key.prefix().prefix_length());
-}
-
 rpc::IpRouteKey keyOf(const std::string& prefix, const Flags& flags) {
-   const auto parsed = parsePrefix("PREFIX", prefix);
    rpc::IpRouteKey key;
-   key.mutable_prefix()->set_network(parsed.network().address());
-   key.mutable_prefix()->set_prefix_length(parsed.prefix_length());
+   *key.mutable_prefix() = parseWirePrefix("PREFIX", prefix);
    key.set_preference(flags.preference);
    return key;
 }
 
 nlohmann::ordered_json routeRow(const rpc::IpRoute& route) {
-   return {{"prefix", prefixOf(route.key())},
+   return {{"prefix", prefixText(route.key().prefix())},
            {"preference", route.key().preference()},
            {"tag", route.tag()},
            {"rib_bypass", route.rib_bypass()},
@@ -50,7 +43,7 @@ nlohmann::ordered_json routeRow(const rpc::IpRoute& route) {
 
 // One via of a route: as text in a table, as a message in JSON.
 nlohmann::ordered_json viaRow(const Context& context, const rpc::IpRouteVia& via) {
-   return {{"prefix", prefixOf(via.route_key())},
+   return {{"prefix", prefixText(via.route_key().prefix())},
            {"preference", via.route_key().preference()},
            {"via", context.json ? messageToTree(via) : nlohmann::ordered_json(viaText(via))}};
 }
@@ -114,7 +107,7 @@ int get(Context& context, const Flags& flags) {
    auto connection = context.connect();
    int code = kOk;
    for (const rpc::IpRouteKey& key : keys) {
-      const std::string prefix = prefixOf(key);
+      const std::string prefix = prefixText(key.prefix());
       rpc::IpRouteRequest request;
       request.set_vrf_name(flags.vrf);
       *request.mutable_key() = key;

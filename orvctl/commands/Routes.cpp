@@ -3,6 +3,7 @@
 #include <memory>
 
 #include "orvctl/commands/Commands.h"
+#include "orvctl/commands/MirrorRoutes.h"
 #include "orvctl/commands/Programming.h"
 
 namespace orvctl {
@@ -17,6 +18,7 @@ struct Flags {
    uint32_t tag = 0;
    std::string file;
    size_t batch = 1000;
+   IpRouteDelFlags del;
 };
 
 using Plan = BulkPlan<pb::ip_route_bulk_msg>;
@@ -72,6 +74,7 @@ int load(Context& context, const Flags& flags) {
 }
 
 int del(Context& context, const Flags& flags) {
+   if (flags.del.mirror) return deleteIpRoutes(context, flags.prefixes, flags.del);
    Plan plan(flags.batch);
    const auto add = [&](const std::string& what, std::string_view text, size_t number) {
       pb::ip_route_msg route;
@@ -110,9 +113,12 @@ void addRouteCommand(CLI::App& app, Context& context) {
 
    auto* delCommand = command->add_subcommand("del", "Delete prefixes");
    delCommand->add_option("prefixes", flags->prefixes, "Prefixes")->type_name("PREFIX");
-   delCommand->add_option("-f,--file", flags->file, "Many prefixes: the first word of each line; - for stdin")
-        ->type_name("FILE");
-   addNumber(*delCommand, "--batch", flags->batch, 1, 100000, "Routes per request [1000]");
+   auto* delFile =
+        delCommand
+             ->add_option("-f,--file", flags->file, "Many prefixes: the first word of each line; - for stdin")
+             ->type_name("FILE");
+   auto* delBatch = addNumber(*delCommand, "--batch", flags->batch, 1, 100000, "Routes per request [1000]");
+   addIpRouteDelFlags(*delCommand, flags->del, {delFile, delBatch});
    onChosen(context, *delCommand, [&context, flags] { return del(context, *flags); });
 
    auto* loadCommand = command->add_subcommand("load", "Add many routes from a file");
@@ -123,6 +129,7 @@ void addRouteCommand(CLI::App& app, Context& context) {
    addNumber(*loadCommand, "--batch", flags->batch, 1, 100000, "Routes per request [1000]");
    onChosen(context, *loadCommand, [&context, flags] { return load(context, *flags); });
 
+   addIpRouteSet(*command, context);
    addRouteViews(*command, context);
 }
 

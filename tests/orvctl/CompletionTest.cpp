@@ -39,11 +39,13 @@ TEST(Completion, commandsAndTheirSubcommands) {
    EXPECT_EQ(completions("orvctl --target unix:/x nhg d"), "del");
    EXPECT_EQ(completions("orvctl mpls st"), "status");
    EXPECT_EQ(completions("orvctl fib r"), "routes");
+   EXPECT_EQ(completions("orvctl route s"), "set");
 }
 
 TEST(Completion, flagsOfTheCommandAndOfTheTopLevel) {
    EXPECT_EQ(completions("orvctl nhg set --auto"), "--autosize");
    EXPECT_EQ(completions("orvctl nhg set --time"), "--timeout");
+   EXPECT_EQ(completions("orvctl mpls set --mi"), "--mirror");
 }
 
 TEST(Completion, watchesTheirFlagsAndFields) {

@@ -35,6 +35,51 @@ TEST(Vias, anAddressOfAnImpossibleLengthIsSaid) {
    EXPECT_EQ(viaText(via), "(no address)");
 }
 
+TEST(Vias, anIpViaIsReadAsItIsShown) {
+   const auto via = parseIpRouteVia("--via",
+                                    "address=10.0.0.1,intf=Ethernet1,group=core,label=100,vni=5,vtep=2001:"
+                                    "db8::1,router-mac=02:00:00:00:00:01,"
+                                    "egress-vrf=red,metric=3,vxlan=Vxlan1,sip-validation,weight=2");
+   EXPECT_EQ(viaText(via),
+             "10.0.0.1 Ethernet1 group core label 100 vni 5 vtep 2001:db8::1 router-mac 02:00:00:00:00:01 "
+             "egress-vrf red metric 3 vxlan Vxlan1 sip-validation weight 2");
+   EXPECT_FALSE(parseIpRouteVia("--via", "group=core").has_mpls_label());
+   EXPECT_EQ(parseIpRouteVia("--via", R"({"hop":"10.0.0.1","mpls_label":0})").hop().size(), 4U);
+}
+
+TEST(Vias, anMplsViaIsReadAsItIsShown) {
+   const auto via =
+        parseMplsRouteVia("--via",
+                          "address=10.0.0.1,intf=Ethernet1,op=swap,label=200,ttl=pipe,payload=ipv6,"
+                          "skip-egress-acl");
+   EXPECT_EQ(viaText(via), "10.0.0.1 Ethernet1 swap 200 ttl pipe payload ipv6 skip-egress-acl");
+   EXPECT_EQ(viaText(parseMplsRouteVia("--via", "group=core,op=pop")), "group core pop");
+   EXPECT_EQ(parseMplsRouteVia("--via", R"({"nexthop_group":"core"})").nexthop_group(), "core");
+}
+
+TEST(Vias, whatIsNoViaIsRefused) {
+   for (const char* text :
+        {"", ",", "address", "address=", "address=10.0.0", "10.0.0.1", "group=core,", "label=1048576",
+         "vni=-1", "weight=4294967296", "router-mac=10.0.0.1", "router-mac=02:00", "sip-validation=yes",
+         "skip-egress-acl", "op=pop", "=x", "{", R"({"hopp":"10.0.0.1"})"})
+      EXPECT_THROW(parseIpRouteVia("--via", text), UsageError) << text;
+   for (const char* text : {"", "weight=2", "op", "op=eat", "label=1048576", "ttl=never", "payload=ipv5",
+                            "skip-egress-acl=yes", "sip-validation", "address=x", "{}x"})
+      EXPECT_THROW(parseMplsRouteVia("--via", text), UsageError) << text;
+   try {
+      parseMplsRouteVia("--via", "op=eat");
+   } catch (const UsageError& error) {
+      EXPECT_STREQ(error.what(),
+                   "--via op is 'eat', expected one of none|push|pop|swap|forward, or a number");
+   }
+}
+
+TEST(Vias, aPrefixIsReadAsItIsShown) {
+   EXPECT_EQ(prefixText(parseWirePrefix("PREFIX", "10.0.0.0/8")), "10.0.0.0/8");
+   EXPECT_EQ(prefixText(parseWirePrefix("PREFIX", "2001:db8::/32")), "2001:db8::/32");
+   EXPECT_THROW(parseWirePrefix("PREFIX", "10.0.0.1/8"), UsageError);
+}
+
 TEST(Vias, labelsAreTheOutermostFirst) {
    rpc::MplsRouteKey key = parseLabels("LABEL", "100/0/1048575");
    EXPECT_EQ(key.labels_size(), 3);
