@@ -1,1 +1,1 @@
-"""Generated from OrvSdkRpcProtos/orvsdk.proto by regenerate.sh."""
+"""Generated from OrvSdkRpcProtos by regenerate.sh."""
