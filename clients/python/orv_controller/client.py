@@ -13,24 +13,13 @@ from typing import Any
 
 import grpc
 
+from .channel import open_channel, pieces
 from .pb import orvsdk_pb2 as pb
 from .pb import orvsdk_pb2_grpc
 from .wire import Wire
 
-BULK_ITEMS = 1000
-# A server accepts messages of up to 4 MiB.
-BULK_BYTES = 2 << 20
 # The server processes one bulk while the next is in flight.
 BULKS_IN_FLIGHT = 2
-_OPTIONS = [
-    # BackOff times the attempts. Each attempt needs a new subchannel, without gRPC's own back-off state.
-    ("grpc.use_local_subchannel_pool", 1),
-    # The error texts of a refused bulk repeat the requests.
-    ("grpc.max_receive_message_length", -1),
-    # Detects that a peer's machine is gone. A server closes connections with pings more often than every 5 minutes.
-    ("grpc.keepalive_time_ms", 330_000),
-    ("grpc.enable_http_proxy", 0),
-]
 
 
 class ConnectionLost(Exception):
@@ -54,7 +43,7 @@ class Client:
         self._gone = gone
         self._closed = threading.Event()
         self._watches: list[Any] = []
-        self._channel = grpc.insecure_channel(target, options=_OPTIONS)
+        self._channel = open_channel(target)
         ready = threading.Event()
         self._channel.subscribe(
             lambda state: ready.set() if state is grpc.ChannelConnectivity.READY else None, try_to_connect=True)
@@ -123,10 +112,10 @@ class Client:
         sends no more bulks and ends after those in flight."""
         waiting: deque[tuple[Any, int]] = deque()
         call = getattr(self._stub, wire.rpc)
-        for bulk in _bulks(wire, messages):
+        for piece in pieces(messages):
             if stop():
                 break
-            waiting.append((call.future(bulk, timeout=self._timeout), len(bulk.bulk)))
+            waiting.append((call.future(wire.bulk(bulk=piece), timeout=self._timeout), len(piece)))
             if len(waiting) == BULKS_IN_FLIGHT:
                 yield from self._statuses(*waiting.popleft())
         while waiting:
@@ -176,16 +165,3 @@ class Client:
 
         self._watches.append(call)
         threading.Thread(target=follow, daemon=True).start()
-
-
-def _bulks(wire: Wire, messages: Iterable[Any]) -> Iterator[Any]:
-    bulk, size = wire.bulk(), 0
-    for message in messages:
-        length = message.ByteSize()
-        if bulk.bulk and (len(bulk.bulk) == BULK_ITEMS or size + length > BULK_BYTES):
-            yield bulk
-            bulk, size = wire.bulk(), 0
-        bulk.bulk.append(message)
-        size += length
-    if bulk.bulk:
-        yield bulk
