@@ -19,6 +19,8 @@ PACKAGE = Path(__file__).parent.parent
 class RealSwitch(unittest.TestCase):
     """A switch with its own state directory, and the program."""
 
+    flags = ("--bfd",)
+
     def setUp(self):
         folder = tempfile.TemporaryDirectory()
         self.addCleanup(folder.cleanup)
@@ -35,7 +37,7 @@ class RealSwitch(unittest.TestCase):
     def start(self):
         self.daemon = subprocess.Popen(
             [f"{BIN}/orvsdkrpcd", "--listen", self.target, "--state-dir", f"{self.folder}/state",
-             "--console", f"unix:{self.folder}/c", "--bfd"], stderr=subprocess.DEVNULL)
+             "--console", f"unix:{self.folder}/c", *self.flags], stderr=subprocess.DEVNULL)
         self.addCleanup(self.kill, self.daemon)
 
     @staticmethod
