@@ -40,6 +40,7 @@ class InstallTest(unittest.TestCase):
         self.assertEqual((0, f"orv-controller {orv_controller.__version__}\n", ""), run("--version"))
         # The generated stubs and the marker for type checkers are installed.
         self.assertTrue((target / "orv_controller/pb/orvsdk_pb2.py").is_file())
+        self.assertTrue((target / "orv_controller/mirror/switch.py").is_file())
         self.assertTrue((target / "orv_controller/py.typed").is_file())
         example = PACKAGE / "examples/state.json"
         self.assertEqual(0, run("--state", str(example), "check")[0])

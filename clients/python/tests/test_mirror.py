@@ -69,6 +69,15 @@ class CallsTest(MirrorTest):
         with self.assertRaisesRegex(errors.DeadlineExceeded, "no connection in 0.05 s"):
             self.switch.wait_ready(0.05)
 
+    def test_a_closed_switch_calls_nothing(self):
+        self.switch.agent.uptime()
+        self.switch.close()
+        for call in (self.switch.agent.uptime, self.switch.agent.ping, lambda: next(self.switch.intfs.list()),
+                     lambda: next(self.switch.fib.follow())):
+            with self.assertRaisesRegex(errors.Cancelled, "the switch is closed"):
+                call()
+        self.assertEqual(1, len(self.server.requests))
+
     def test_calls_reach_their_methods(self):
         key, route_key = values.mpls_route_key([100, 200], 7), values.ip_route_key("10.0.0.0/8")
         policy = pb.PolicyMapKey(name="p", feature=pb.POLICY_FEATURE_PBR)

@@ -67,11 +67,17 @@ class Calls:
         self._timeout = timeout
         self._lock = threading.Lock()
         self._callables: dict[Any, Any] = {}
+        self._closed = False
+
+    def close(self) -> None:
+        """Cancels the calls in flight. Later ones raise errors.Cancelled."""
+        self._closed = True
+        self._channel.close()
 
     def call(self, request: Any, timeout: float | None = None) -> Any:
         """The response of a unary method. `timeout` is in seconds, by default that of the switch."""
         try:
-            return self._callable(request)(request, timeout=self._timeout if timeout is None else timeout)
+            return self._begin(request, self._timeout if timeout is None else timeout)
         except grpc.RpcError as error:
             raise errors.of_call(error, request) from None
 
@@ -88,7 +94,7 @@ class Calls:
 
     def open(self, request: Any) -> Any:
         """Begins the call of a streaming method, without a deadline. The caller reads and cancels it."""
-        return self._callable(request)(request)
+        return self._begin(request, None)
 
     def apply(self, requests: Iterable[Any]) -> int:
         """Sends requests of one kind in bulks, in order and one bulk at a time, so that nothing is applied behind an
@@ -106,6 +112,14 @@ class Calls:
             if reply.status.code != status_pb2.RPC_RESPONSE_STATUS_CODE_SUCCESS or reply.count != len(piece):
                 raise errors.of_item(reply.status, piece[reply.count] if reply.count < len(piece) else None, applied)
         return applied
+
+    def _begin(self, request: Any, timeout: float | None) -> Any:
+        try:
+            return self._callable(request)(request, timeout=timeout)
+        except ValueError:
+            if self._closed:
+                raise errors.Cancelled("the switch is closed", request) from None
+            raise
 
     def _callable(self, request: Any) -> Any:
         with self._lock:

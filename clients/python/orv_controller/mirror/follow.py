@@ -66,7 +66,8 @@ class Follow(Generic[M], Iterator[Event[M]]):
         self._dump = dump
         self._back_off = retry.back_off()
         self._closed = threading.Event()
-        self._lock = threading.Lock()
+        # Reentrant: a signal handler may call close().
+        self._lock = threading.RLock()
         self._feed: Feed[M] | None = None
         self._events = self._follow()
 

@@ -59,7 +59,7 @@ class Switch:
         """Ends the watches, cancels the calls in flight and disconnects."""
         for watch in list(self._link.watches):
             watch.close()
-        self._channel.close()
+        self._calls.close()
 
     def wait_ready(self, timeout: float) -> None:
         """Returns once the switch can be reached. Raises errors.DeadlineExceeded after `timeout` seconds."""
