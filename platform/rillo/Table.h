@@ -79,6 +79,15 @@ public:
       return entries_[it->second].row;
    }
 
+   // RETURNS: the row in place, or null. Valid until the table changes.
+   // THROWS: TableCorruption.
+   [[nodiscard]] const Row* find(const Key& key) const {
+      const auto it = slots_.find(key);
+      if (it == slots_.end() || !entries_[it->second].present) return nullptr;
+      verify(it->second);
+      return &entries_[it->second].row;
+   }
+
    // RETURNS: the keys, in no particular order.
    [[nodiscard]] std::vector<Key> keys() const {
       std::vector<Key> result;

@@ -59,6 +59,21 @@ protected:
    std::vector<std::string> told;
 };
 
+TEST_F(TableTest, aRowIsFoundInPlace) {
+   EXPECT_EQ(table->find("a"), nullptr);
+   table->rowIs("a", {1});
+   const Number* const row = table->find("a");
+   ASSERT_NE(row, nullptr);
+   EXPECT_EQ(row->value, 1U);
+   EXPECT_EQ(table->find("a"), row);
+   table->damageRow("a");
+   EXPECT_THROW((void)table->find("a"), TableCorruption);
+   table->rowIs("a", {2});
+   EXPECT_EQ(table->find("a")->value, 2U);
+   table->rowDel("a");
+   EXPECT_EQ(table->find("a"), nullptr);
+}
+
 TEST_F(TableTest, holdsRowsByKey) {
    EXPECT_TRUE(table->rowIs("a", {1}));
    EXPECT_TRUE(table->rowIs("b", {2}));
