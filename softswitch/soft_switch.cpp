@@ -33,6 +33,7 @@
 #include "softswitch/store/store.h"
 #include "softswitch/traffic/counter_writers.h"
 #include "softswitch/traffic/intf_counter_mgr.h"
+#include "softswitch/traffic/policy_counters.h"
 #include "softswitch/traffic/traffic_model.h"
 
 namespace softswitch {
@@ -105,6 +106,7 @@ struct SoftSwitch::Parts {
           acls(context, intfs),
           classMaps(context),
           policyMaps(context, intfs, classMaps),
+          policyCounters(context, mounts, policyMaps),
           bfdSessions(context, intfs, sbfdModel, options.sbfdSnapshotNanos),
           nexthopGroups(context, hardware, groupNames, intfs),
           nexthopGroupTunnels(context),
@@ -144,6 +146,7 @@ struct SoftSwitch::Parts {
    AclMgr acls;
    ClassMapMgr classMaps;
    PolicyMapMgr policyMaps;
+   PolicyCounters policyCounters;
    SbfdModel sbfdModel;
    BfdSessionMgr bfdSessions;
    NexthopGroupMgr nexthopGroups;
@@ -321,6 +324,9 @@ NexthopGroupMgr& SoftSwitch::nexthopGroups() {
 }
 NexthopGroupTunnelMgr& SoftSwitch::nexthopGroupTunnels() {
    return parts_->nexthopGroupTunnels;
+}
+PolicyCounters& SoftSwitch::policyCounters() {
+   return parts_->policyCounters;
 }
 PolicyMapMgr& SoftSwitch::policyMaps() {
    return parts_->policyMaps;

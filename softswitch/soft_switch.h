@@ -45,6 +45,7 @@ class MplsRouteMgr;
 class MplsVrfLabelMgr;
 class NexthopGroupMgr;
 class NexthopGroupTunnelMgr;
+class PolicyCounters;
 class PolicyMapMgr;
 class SbfdModel;
 class TrafficModel;
@@ -123,6 +124,7 @@ public:
    MplsVrfLabelMgr& mplsVrfLabels();
    NexthopGroupMgr& nexthopGroups();
    NexthopGroupTunnelMgr& nexthopGroupTunnels();
+   PolicyCounters& policyCounters();
    PolicyMapMgr& policyMaps();
    SbfdModel& sbfdModel();
    TrafficModel& traffic();

@@ -9,6 +9,14 @@
 #include "orv/traffic_policy_types.h"
 #include "orv/watch_list.h"
 
+namespace Pavo {
+template <typename T>
+class Ptr;
+}
+namespace Pbr {
+class Status;
+}
+
 namespace orv {
 
 class policy_map_mgr;
@@ -98,6 +106,14 @@ public:
 
 private:
    watch_list<policy_map_handler, policy_map_key_t> handlers_;
+};
+
+// The implementation inside the switch, with operations that the abstract manager does not offer.
+class PolicyMapMgrImpl : public policy_map_mgr {
+public:
+   // What hardware does with the packets of each applied policy. Notifies of changes. Null if the switch has
+   // no such table.
+   [[nodiscard]] virtual Pavo::Ptr<const Pbr::Status> pbr_status() const = 0;
 };
 
 }  // namespace orv

@@ -17,6 +17,7 @@
 #include "softswitch/managers/nexthop_group_mgr.h"
 #include "softswitch/soft_switch.h"
 #include "softswitch/traffic/counter_writers.h"
+#include "softswitch/traffic/policy_counters.h"
 #include "softswitch/traffic/traffic_model.h"
 
 namespace softswitch::console {
@@ -107,21 +108,38 @@ void setTraffic(Call& call) {
    model.trafficIs(name, traffic);
 }
 
+// Reads a word and the number behind it.
+std::uint64_t readAmount(Args& args, std::string_view word, std::string_view what, std::uint64_t highest) {
+   const auto expected = fmt::format("{} N", word);
+   if (args.next(expected) != word) args.refuse(expected);
+   return args.number(what, 0, highest);
+}
+
+// The most packets or bytes that are counted at once.
+constexpr std::uint64_t amountMax = 1'000'000'000'000'000;
+
 void setNexthopGroupTraffic(Call& call) {
    auto& args = call.args;
    const auto name = readName(args, "a nexthop group's name");
-   const auto number = [&](std::string_view word, std::string_view what, std::uint64_t highest) {
-      const auto expected = fmt::format("{} N", word);
-      if (args.next(expected) != word) args.refuse(expected);
-      return args.number(what, 0, highest);
-   };
-   constexpr std::uint64_t most = 1'000'000'000'000'000;
-   const auto slot = static_cast<std::uint16_t>(number("entry", "an entry's number", UINT16_MAX));
-   const auto packets = number("packets", "packets", most);
-   const auto bytes = number("bytes", "bytes", most);
+   const auto slot = static_cast<std::uint16_t>(readAmount(args, "entry", "an entry's number", UINT16_MAX));
+   const auto packets = readAmount(args, "packets", "packets", amountMax);
+   const auto bytes = readAmount(args, "bytes", "bytes", amountMax);
    args.end();
    const orv::sdk_scoped_lock lock;
    call.target.nexthopGroups().countTraffic(name, slot, {.packets = packets, .bytes = bytes});
+}
+
+void setTrafficPolicyTraffic(Call& call) {
+   auto& args = call.args;
+   const auto policy = readName(args, "a traffic policy's name");
+   constexpr std::string_view expected = "rule NAME";
+   if (args.next(expected) != "rule") args.refuse(expected);
+   const auto rule = readName(args, "a rule's name");
+   const auto packets = readAmount(args, "packets", "packets", amountMax);
+   const auto bytes = readAmount(args, "bytes", "bytes", amountMax);
+   args.end();
+   const orv::sdk_scoped_lock lock;
+   call.target.policyCounters().count(policy, rule, {.packets = packets, .bytes = bytes});
 }
 
 void setWriter(Call& call) {
@@ -217,6 +235,11 @@ constexpr std::array setTable{
              .help = "count traffic as if it had left through a group's entry",
              .details = "Counted once.",
              .run = setNexthopGroupTraffic},
+     Command{.name = "set traffic-policy-traffic",
+             .usage = "NAME rule NAME packets N bytes N",
+             .help = "count traffic as if it had met a rule of a traffic policy",
+             .details = "Counted once. The policy must be applied to an interface.",
+             .run = setTrafficPolicyTraffic},
      Command{.name = "set writer",
              .usage = "NAME up|down | interfaces NAME…",
              .help = "a counter writer, and the ports that it counts",

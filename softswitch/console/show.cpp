@@ -14,11 +14,27 @@ void run(Call& call) {
    document.finish();
 }
 
-constexpr std::array<Show*, 20> everything{
-     showVersion,   showInterfaces,  showPorts,         showTraffic,      showWriters,
-     showVrf,       showAgentStatus, showCounters,      showNexthopGroup, showIpRoute,
-     showMplsRoute, showTunnel,      showFibRoute,      showFibFec,       showAcl,
-     showClassMap,  showPolicyMap,   showTrafficPolicy, showSbfd,         showMainLoop};
+constexpr std::array<Show*, 21> everything{showVersion,
+                                           showInterfaces,
+                                           showPorts,
+                                           showTraffic,
+                                           showWriters,
+                                           showVrf,
+                                           showAgentStatus,
+                                           showCounters,
+                                           showNexthopGroup,
+                                           showIpRoute,
+                                           showMplsRoute,
+                                           showTunnel,
+                                           showFibRoute,
+                                           showFibFec,
+                                           showAcl,
+                                           showClassMap,
+                                           showPolicyMap,
+                                           showTrafficPolicy,
+                                           showTrafficPolicyCounters,
+                                           showSbfd,
+                                           showMainLoop};
 
 void showTech(Call& call) {
    call.args.end();
@@ -60,6 +76,8 @@ constexpr std::array showTable{
      command("show policy-map", "", "policy maps, where applied, hardware status", run<showPolicyMap>),
      command("show traffic-policy", "", "traffic policies, their rules, where applied",
              run<showTrafficPolicy>),
+     command("show traffic-policy counters", "", "what the rules of applied traffic policies have counted",
+             run<showTrafficPolicyCounters>),
      command("show sbfd", "", "sBFD echo sessions and the far ends that answer them", run<showSbfd>,
              "Round-trip times are in microseconds."),
      command("show counters", "", "rows and capacity of every table, bytes of the store", run<showCounters>),

@@ -21,7 +21,7 @@ Show showVersion, showInterfaces, showVrf, showAgentStatus, showCounters;       
 Show showMainLoop;                                                                        // show_loop.cpp
 Show showPorts, showTraffic, showWriters;                                                 // show_ports.cpp
 Show showNexthopGroup, showIpRoute, showMplsRoute, showTunnel, showFibRoute, showFibFec;  // show_routes.cpp
-Show showAcl, showClassMap, showPolicyMap, showTrafficPolicy;                             // show_policy.cpp
+Show showAcl, showClassMap, showPolicyMap, showTrafficPolicy, showTrafficPolicyCounters;  // show_policy.cpp
 Show showForwardingLookup;                                                                // show_lookup.cpp
 Show showSbfd;                                                                            // sbfd.cpp
 

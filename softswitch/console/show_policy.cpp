@@ -11,6 +11,7 @@
 #include "softswitch/managers/class_map_mgr.h"
 #include "softswitch/managers/policy_map_mgr.h"
 #include "softswitch/soft_switch.h"
+#include "softswitch/traffic/policy_counters.h"
 
 namespace softswitch::console {
 namespace {
@@ -227,6 +228,28 @@ void showTrafficPolicy(SoftSwitch& target, Args& args, Document& document) {
       document.row({{"interface", place.intf.to_string()},
                     {"direction", orv::to_string(place.direction)},
                     {"name", name}});
+   });
+}
+
+void showTrafficPolicyCounters(SoftSwitch& target, Args& args, Document& document) {
+   args.end();
+   document.listing("traffic_policy_counters", {{"Traffic policy", "name", 24},
+                                                {"Seq", "seq", 6},
+                                                {"Rule", "rule", 16},
+                                                {"Packets", "packets", 12},
+                                                {"Bytes", "bytes"}});
+   const auto& policies = target.policyMaps().trafficPolicies().policies();
+   const auto& counters = target.policyCounters();
+   forEachTableRow(policies, [&](const std::string& name, const orv::traffic_policy_t& policy) {
+      for (const auto& [sequence, rule] : policy.rules()) {
+         const auto counted = locked([&] { return counters.counted(name, rule.match_rule_name()); });
+         if (!counted) continue;
+         document.row({{"name", name},
+                       {"seq", sequence},
+                       {"rule", rule.match_rule_name()},
+                       {"packets", counted->packets},
+                       {"bytes", counted->bytes}});
+      }
    });
 }
 

@@ -115,7 +115,8 @@ PolicyMapMgr::PolicyMapMgr(const Context& context, const IntfMgr& intfs, ClassMa
        classMaps_(classMaps),
        maps_(context.store, "policy map", context.limits.policyMaps),
        places_(context.store, "policy map place", 16 * Topology::maxInterfaces),
-       trafficPolicies_(context, intfs) {
+       trafficPolicies_(context, intfs),
+       trafficPolicyStatus_(context, trafficPolicies_) {
    classMaps.onChange([this] { programApplied(); });
    // Hardware starts empty.
    maps_.forEach([this](const orv::policy_map_key_t& key, const auto&) { program(key); });
@@ -271,6 +272,11 @@ void PolicyMapMgr::traffic_policy_apply(const std::string& name, const orv::intf
                                         orv::traffic_policy_direction_t direction, bool apply) {
    orv::sdk_lock_check();
    trafficPolicies_.apply(name, intf, direction, apply);
+}
+
+Pavo::Ptr<const Pbr::Status> PolicyMapMgr::pbr_status() const {
+   orv::sdk_lock_check();
+   return trafficPolicyStatus_.table();
 }
 
 std::vector<PolicyPlace> PolicyMapMgr::placesOf(const orv::policy_map_key_t& key) const {

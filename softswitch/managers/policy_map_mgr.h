@@ -4,8 +4,9 @@
 // change of a class map, every applied one. This succeeds if each rule's class map exists. Until the answer
 // the status of an applied policy map is in_progress. Handlers then receive on_policy_map_sync or
 // on_policy_map_sync_fail; after each policy_map_is they first receive on_policy_map_config_set. Deleting a
-// policy map, even by a resync, removes it from its interfaces. A traffic policy has no status in hardware:
-// after each traffic_policy_is handlers receive on_traffic_policy_config_set.
+// policy map, even by a resync, removes it from its interfaces. A traffic policy is never refused by hardware
+// (traffic_policy_status.h): after each traffic_policy_is handlers receive on_traffic_policy_config_set
+// alone.
 //
 // Refusals (orv::invalid_argument_error unless noted otherwise, naming the value; nothing has changed then):
 //    a key without a name or a feature, in every operation that writes; in policy_map_is also a name of more
@@ -30,6 +31,7 @@
 #include "orv/policy_map.h"
 #include "softswitch/managers/context.h"
 #include "softswitch/managers/traffic_policies.h"
+#include "softswitch/managers/traffic_policy_status.h"
 #include "softswitch/tables/policy_codecs.h"
 #include "softswitch/tables/table.h"
 
@@ -55,7 +57,7 @@ struct PolicyPlaceCodec {
    static std::string decodeRow(store::Reader& in, std::uint8_t) { return std::string(in.text()); }
 };
 
-class PolicyMapMgr final : public orv::policy_map_mgr {
+class PolicyMapMgr final : public orv::PolicyMapMgrImpl {
 public:
    using Maps = Table<orv::policy_map_key_t, orv::policy_map_t, RulesCodec<orv::policy_map_t>>;
    using Places = Table<PolicyPlace, std::string, PolicyPlaceCodec>;
@@ -80,6 +82,7 @@ public:
    void traffic_policy_del(const std::string& name) override;
    void traffic_policy_apply(const std::string& name, const orv::intf_id_t& intf,
                              orv::traffic_policy_direction_t direction, bool apply) override;
+   Pavo::Ptr<const Pbr::Status> pbr_status() const override;
 
    // The maps in the rows have empty keys; the table has the keys.
    const Maps& maps() const { return maps_; }
@@ -100,6 +103,7 @@ private:
    Maps maps_;
    Places places_;
    TrafficPolicies trafficPolicies_;
+   TrafficPolicyStatus trafficPolicyStatus_;
    std::set<orv::policy_map_key_t> toProgram_;
    bool allAppliedToProgram_ = false;
    // Hardware's answers for policy maps that have not changed since.

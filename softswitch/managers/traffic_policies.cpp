@@ -30,10 +30,12 @@ TrafficPolicyPlace TrafficPolicyPlaceCodec::decodeKey(store::Reader& in) {
 TrafficPolicies::TrafficPolicies(const Context& context, const IntfMgr& intfs)
      : intfs_(intfs),
        policies_(context.store, "traffic policy", context.limits.trafficPolicies),
-       places_(context.store, "traffic policy place", 2 * Topology::maxInterfaces) {}
+       places_(context.store, "traffic policy place", 2 * Topology::maxInterfaces) {
+   places_.forEach([this](const TrafficPolicyPlace&, const std::string& name) { ++uses_[name]; });
+}
 
 void TrafficPolicies::resyncComplete() {
-   policies_.resyncComplete([this](const std::string& name, const auto&) { takeOff(placesOf(name)); });
+   policies_.resyncComplete([this](const std::string& name, const auto&) { takeOff(name, placesOf(name)); });
 }
 
 orv::traffic_policy_t TrafficPolicies::policy(const std::string& name) const {
@@ -49,6 +51,7 @@ void TrafficPolicies::set(const orv::traffic_policy_t& policy) {
    auto row = policy;
    row.key_is({});
    policies_.set(policy.key(), std::move(row));
+   changed(policy.key());
 }
 
 void TrafficPolicies::del(const std::string& name) {
@@ -57,7 +60,7 @@ void TrafficPolicies::del(const std::string& name) {
    const auto places = placesOf(name);
    policies_.requireRoomToErase(1 + places.size());
    policies_.erase(name);
-   takeOff(places);
+   takeOff(name, places);
 }
 
 void TrafficPolicies::apply(const std::string& name, const orv::intf_id_t& intf,
@@ -72,7 +75,7 @@ void TrafficPolicies::apply(const std::string& name, const orv::intf_id_t& intf,
    const auto* applied = places_.find(place);
    // Works even if a new topology has left the interface out.
    if (!apply && applied != nullptr && *applied == name) {
-      places_.erase(place);
+      placeDel(place, name);
       return;
    }
    intfs_.require(intf);
@@ -82,7 +85,12 @@ void TrafficPolicies::apply(const std::string& name, const orv::intf_id_t& intf,
            fmt::format("traffic policy '{}' cannot be applied to interface {}, it does not exist",
                        orv::detail::quotable(name), intf));
    }
+   const auto before = applied == nullptr ? std::string() : *applied;
+   if (before == name) return;
    places_.set(place, name);
+   ++uses_[name];
+   changed(name);
+   if (!before.empty()) unused(before);
 }
 
 std::vector<TrafficPolicyPlace> TrafficPolicies::placesOf(const std::string& name) const {
@@ -93,9 +101,22 @@ std::vector<TrafficPolicyPlace> TrafficPolicies::placesOf(const std::string& nam
    return found;
 }
 
-void TrafficPolicies::takeOff(const std::vector<TrafficPolicyPlace>& places) {
+void TrafficPolicies::takeOff(const std::string& name, const std::vector<TrafficPolicyPlace>& places) {
    for (const auto& place : places)
-      places_.erase(place);
+      placeDel(place, name);
+   changed(name);
+}
+
+void TrafficPolicies::placeDel(const TrafficPolicyPlace& place, const std::string& name) {
+   places_.erase(place);
+   unused(name);
+}
+
+// One place less has the policy.
+void TrafficPolicies::unused(const std::string& name) {
+   const auto it = uses_.find(name);
+   if (--it->second == 0) uses_.erase(it);
+   changed(name);
 }
 
 }  // namespace softswitch

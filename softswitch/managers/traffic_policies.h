@@ -12,7 +12,12 @@
 // Thread-safety: guarded by the SDK's lock, which every caller holds.
 #pragma once
 
+#include <absl/container/flat_hash_map.h>
+
+#include <cstddef>
+#include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "orv/policy_map.h"
@@ -56,6 +61,12 @@ public:
    void apply(const std::string& name, const orv::intf_id_t& intf, orv::traffic_policy_direction_t direction,
               bool apply);
 
+   // `changed` is called with the name of each policy that was set or removed, or that was applied somewhere
+   // or removed from somewhere.
+   void onChange(std::function<void(const std::string& name)> changed) { changed_ = std::move(changed); }
+   // Whether the policy is applied to any interface.
+   bool applied(const std::string& name) const { return uses_.contains(name); }
+
    // The policies in the rows have empty keys; the table has the names.
    const Policies& policies() const { return policies_; }
    // The names of the policies that are applied.
@@ -63,11 +74,19 @@ public:
 
 private:
    std::vector<TrafficPolicyPlace> placesOf(const std::string& name) const;
-   void takeOff(const std::vector<TrafficPolicyPlace>& places);
+   void takeOff(const std::string& name, const std::vector<TrafficPolicyPlace>& places);
+   void placeDel(const TrafficPolicyPlace& place, const std::string& name);
+   void unused(const std::string& name);
+   void changed(const std::string& name) const {
+      if (changed_) changed_(name);
+   }
 
    const IntfMgr& intfs_;
    Policies policies_;
    Places places_;
+   // At how many places each applied policy is.
+   absl::flat_hash_map<std::string, std::size_t> uses_;
+   std::function<void(const std::string& name)> changed_;
 };
 
 }  // namespace softswitch

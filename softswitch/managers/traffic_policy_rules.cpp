@@ -24,6 +24,9 @@ using orv::detail::quotable;
 constexpr std::uint64_t policeBitsMax = 1'000'000'000'000'000;
 constexpr std::uint64_t policePacketsMax = 1'000'000'000'000;
 constexpr std::uint64_t policeBurstBytesMax = 1'000'000'000;
+// Nexthops or nexthop groups of an action. The entry of a rule in the stream of counters has them all and
+// must fit in one message of that stream.
+constexpr std::size_t waysMax = 1024;
 
 // The highest police rate in this unit.
 std::uint64_t rateMax(orv::police_rate_unit_t unit) {
@@ -209,6 +212,9 @@ private:
       name("action mirror: session name", action.mirror_session());
       for (const auto& group : action.nexthop_groups())
          name("action nexthop-group: group name", group, NexthopGroupMgr::nameBytesMax);
+      if (const auto many = std::max(action.nexthops().size(), action.nexthop_groups().size());
+          many > waysMax)
+         refuse("action {} has {} ways, expected at most {}", action.action_type(), many, waysMax);
       if (action.dscp() > 63) refuse("dscp {} is out of range, expected 0 to 63", action.dscp());
       if (action.traffic_class() > 7)
          refuse("traffic-class {} is out of range, expected 0 to 7", action.traffic_class());

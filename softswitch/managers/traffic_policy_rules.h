@@ -23,6 +23,7 @@ namespace softswitch {
 //    an action count without one of the policy's counters, goto-class without exactly one target or to a rule
 //    that does not follow, vrf without a VRF, mirror without a session, nexthop-group without a group,
 //    nexthop without a nexthop or with a null one
+//    more than 1024 nexthops or nexthop groups in an action
 //    a counter's, rule's or mirror session's name of more than 400 bytes in an action, a VRF's or group's of
 //    more than 255, or one not in UTF-8
 //    a DSCP above 63, a traffic class above 7

@@ -1,4 +1,4 @@
-// GoogleMock over orv::policy_map_mgr.
+// GoogleMock over orv::PolicyMapMgrImpl.
 //
 // Thread-safety: as GoogleMock's. Unlike a switch's manager, a mock does not check for the SDK's lock.
 #pragma once
@@ -6,10 +6,11 @@
 #include <gmock/gmock.h>
 
 #include "orv/policy_map.h"
+#include "platform/state/PbrStatus.h"
 
 namespace orvtest {
 
-class MockPolicyMapMgr : public orv::policy_map_mgr {
+class MockPolicyMapMgr : public orv::PolicyMapMgrImpl {
 public:
    MOCK_METHOD(void, resync_init, (), (override));
    MOCK_METHOD(void, resync_complete, (), (override));
@@ -31,6 +32,7 @@ public:
    MOCK_METHOD(void, traffic_policy_apply,
                (const std::string&, const orv::intf_id_t&, orv::traffic_policy_direction_t, bool),
                (override));
+   MOCK_METHOD(Pavo::Ptr<const Pbr::Status>, pbr_status, (), (const, override));
 };
 
 }  // namespace orvtest

@@ -9,8 +9,10 @@
 #include "softswitch/managers/eth_phy_intf_mgr.h"
 #include "softswitch/managers/intf_mgr.h"
 #include "softswitch/managers/nexthop_group_mgr.h"
+#include "softswitch/managers/policy_map_mgr.h"
 #include "softswitch/traffic/counter_writers.h"
 #include "softswitch/traffic/traffic_model.h"
+#include "testing/base/Eventually.h"
 
 namespace softswitch::console {
 namespace {
@@ -154,6 +156,35 @@ TEST_F(SetTest, groupsCountWhatIsSentThroughThem) {
              "hardware has no nexthop group 'g' with an entry 4");
    EXPECT_EQ(refusal("set nexthop-group-traffic g slot 4"),
              "'slot' after 'set nexthop-group-traffic g', expected entry N");
+}
+
+TEST_F(SetTest, rulesOfTrafficPoliciesCountWhatMeetsThem) {
+   const std::string line = "set traffic-policy-traffic edge rule web packets 5 bytes 500";
+   const std::string missing = "hardware has no traffic policy 'edge' with a rule 'web'";
+   EXPECT_EQ(refusal(line), missing);
+   {
+      const orv::sdk_scoped_lock lock;
+      orv::traffic_policy_t edge("edge");
+      edge.rule_set(10, orv::traffic_policy_rule_t(orv::traffic_policy_rule_type_t::ipv4, "web"));
+      target().policyMaps().traffic_policy_is(edge);
+   }
+   EXPECT_EQ(refusal(line), missing) << "it is not applied";
+   {
+      const orv::sdk_scoped_lock lock;
+      target().policyMaps().traffic_policy_apply("edge", orv::intf_id_t("Ethernet1"),
+                                                 orv::traffic_policy_direction_t::in, true);
+   }
+   ASSERT_TRUE(orvtest::eventually([&] { return refusal(line).empty(); }));
+   run(line);
+   EXPECT_EQ(
+        json("show traffic-policy counters")["traffic_policy_counters"],
+        Json::array({{{"name", "edge"}, {"seq", 10}, {"rule", "web"}, {"packets", 10}, {"bytes", 1000}}}));
+   EXPECT_EQ(refusal("set traffic-policy-traffic edge rule mail packets 1 bytes 1"),
+             "hardware has no traffic policy 'edge' with a rule 'mail'");
+   EXPECT_EQ(refusal("set traffic-policy-traffic edge seq 10"),
+             "'seq' after 'set traffic-policy-traffic edge', expected rule NAME");
+   EXPECT_EQ(refusal("set traffic-policy-traffic edge rule web bytes 1"),
+             "'bytes' after 'set traffic-policy-traffic edge rule web', expected packets N");
 }
 
 TEST_F(SetTest, writersComeAndGo) {

@@ -1,9 +1,12 @@
 #include "softswitch/managers/traffic_policy_rules.h"
 
+#include <fmt/format.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <string>
+#include <unordered_set>
+#include <utility>
 
 #include "orv/error.h"
 
@@ -238,6 +241,17 @@ TEST(TrafficPolicyRules, actionsNeedWhatTheyActOn) {
              "action nexthop-group has a group without a name, expected a name");
    EXPECT_EQ(actionWords(Type::nexthop_group, [](auto& a) { a.nexthop_groups_is({"gold"}); }), "");
    EXPECT_EQ(actionWords(Type::nexthop), "action nexthop has no nexthops, expected at least one");
+   const auto manyHops = [](std::uint32_t count) {
+      return [count](auto& a) {
+         std::unordered_set<ip_addr_t> hops;
+         for (std::uint32_t i = 1; i <= count; ++i)
+            hops.insert(ip_addr_t(fmt::format("10.0.{}.{}", i >> 8, i & 255)));
+         a.nexthops_is(std::move(hops));
+      };
+   };
+   EXPECT_EQ(actionWords(Type::nexthop, manyHops(1024)), "");
+   EXPECT_EQ(actionWords(Type::nexthop, manyHops(1025)),
+             "action nexthop has 1025 ways, expected at most 1024");
    EXPECT_EQ(actionWords(Type::nexthop, [](auto& a) { a.nexthops_is({ip_addr_t()}); }),
              "action nexthop has a null nexthop, expected IPv4 or IPv6 addresses");
    EXPECT_EQ(actionWords(Type::nexthop,
