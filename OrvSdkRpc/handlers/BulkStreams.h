@@ -129,7 +129,7 @@ struct BulkHooks {
    // Throws if the request is refused.
    void (*check)(const Rq& request) = nullptr;
    // Responses that are sent first, one per write, followed by an empty response; live entries wait
-   // meanwhile. Runs under the SDK's lock.
+   // meanwhile. Runs under the SDK's lock. The stream subscribes before the lock is released.
    std::list<Rp> (*snapshot)(Svc& service) = nullptr;
    // As in WatchDefinition.h.
    void (A::*subscribe)(Svc& service, OpaqueId tag, const Rq& request) = nullptr;
@@ -250,14 +250,18 @@ private:
       }
       if constexpr (hasSnapshot) {
          {
+            // One span of the lock, so that no change falls between the snapshot and the live entries.
             orv::sdk_scoped_lock lock;
             responses_ = A::hooks.snapshot(this->service_);
+            this->beginSnapshot();
+            this->state_ = 1;
+            this->join();
          }
-         this->beginSnapshot();
+         this->dumpNext();
+      } else {
+         this->state_ = 1;
+         this->join();
       }
-      this->state_ = 1;
-      if constexpr (hasSnapshot) this->dumpNext();
-      this->join();
    }
    void subscribe() override { detail::subscribeBy(def_, this->service_, this->tag_, *this->request_); }
    void cancel() override {

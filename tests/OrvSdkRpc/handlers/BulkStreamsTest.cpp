@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <map>
 #include <set>
 #include <string>
@@ -324,6 +325,15 @@ TEST_F(CountersStreamTest, theSnapshotComesWholeAndLiveEntriesWaitForItsEnd) {
    for (const auto& counter : live->data())
       packets[counter.key()] = counter.packets();
    EXPECT_EQ(packets, (std::map<std::uint64_t, std::uint64_t>{{1, 10}, {7, 7}}));
+}
+
+TEST_F(CountersStreamTest, theStreamHasSubscribedWhenItsSnapshotIsWritten) {
+   const orvtest::TraceCapture traces("stream-probe/9");
+   std::atomic<std::size_t> written{1};
+   // The end of the snapshot is traced.
+   change([&] { service_->counterStreams().onStart = [&] { written = tracesWith(traces, "handler 0x"); }; });
+   const auto client = live();
+   EXPECT_EQ(written.load(), 0U);
 }
 
 TEST_F(CountersStreamTest, theDefinitionMergesWhatWaitsAndWhatIsNew) {
