@@ -41,6 +41,7 @@ Words wordsOf(const MethodDescriptor& method) {
         {"orv.remote.MplsRouteMgrService.watch_mpls_integrated", {"mpls-acks", ""}},
         {"orv.remote.NexthopGroupMgrService.watch", {"nhg", "next-hop group"}},
         {"orv.remote.PolicyMapMgrService.watch", {"policy-map", ""}},
+        {"orv.remote.PolicyMapCountersService.watch_policy_map_counters", {"policy-counters", ""}},
         {"OrvSdkRpc.pb.orvsdk_service.watch_sbfd_echo_session_status_msgs", {"sbfd", ""}},
    };
    const auto known = words.find(method.full_name());
@@ -68,7 +69,8 @@ WatchRpc describe(const MethodDescriptor& method) {
                   .label = fieldOf(request, {"route_key"}),
                   .regex = fieldOf(request, {"intf_name_regex"}),
                   .fieldsControl = fieldOf(request, {"fields_control"}),
-                  .ack = fieldOf(request, {"ack", "first_message", "send_initial_message"})};
+                  .ack = fieldOf(request, {"ack", "first_message", "send_initial_message"}),
+                  .snapshot = fieldOf(request, {"compress_keys"}) != nullptr};
    if (watch.label && watch.label->message_type() != orv::remote::MplsRouteKey::descriptor())
       watch.label = nullptr;
    if (watch.fieldsControl) {
@@ -142,6 +144,7 @@ std::unique_ptr<Message> watchRequest(const WatchRpc& watch, const WatchChoice& 
 }
 
 bool asksForDump(const WatchRpc& watch, const Message& request) {
+   if (watch.snapshot) return true;
    if (!watch.fieldsControl) return false;
    const Message& control = request.GetReflection()->GetMessage(request, watch.fieldsControl);
    const FieldDescriptor* fields = control.GetDescriptor()->FindFieldByName("fields");

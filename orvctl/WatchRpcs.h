@@ -29,6 +29,8 @@ struct WatchRpc {
    const google::protobuf::FieldDescriptor* fieldsControl = nullptr;
    const google::protobuf::EnumDescriptor* field = nullptr;
    const google::protobuf::FieldDescriptor* ack = nullptr;
+   // The stream begins with the present state, whatever the request says, and an empty response behind it.
+   bool snapshot = false;
 };
 
 // RETURNS: all watch RPCs except the alive watch, which delivers nothing.
@@ -53,8 +55,8 @@ struct WatchChoice {
 // THROWS: UsageError for an unknown field, and for a label above 1048575.
 std::unique_ptr<google::protobuf::Message> watchRequest(const WatchRpc& watch, const WatchChoice& choice);
 
-// RETURNS: whether the server will first dump the current state for this request of `watch`, and then report
-// that the dump is complete. A number outside the enumeration requests nothing.
+// RETURNS: whether the server will first send the current state for this request of `watch`, and then report
+// that it is complete. A number outside the enumeration requests nothing.
 bool asksForDump(const WatchRpc& watch, const google::protobuf::Message& request);
 
 }  // namespace orvctl

@@ -11,6 +11,7 @@
 #include "OrvSdkRpc/mirror/MplsRouteService.h"
 #include "OrvSdkRpc/mirror/MplsVrfLabelService.h"
 #include "OrvSdkRpc/mirror/NexthopGroupService.h"
+#include "OrvSdkRpc/mirror/PolicyMapCountersService.h"
 #include "OrvSdkRpc/mirror/PolicyMapService.h"
 #include "platform/process/Toggles.h"
 
@@ -94,7 +95,7 @@ void Agent::enableServices(orv::sdk& sdk, const Server::Services& service) {
       case Services::PolicyMapCounters:
          if (pbrCountersStreamEnabled()) {
             auto* const policyMapMgr = sdk.get_policy_map_mgr();
-            absent(sdk.get_mount_mgr(), policyMapMgr);
+            add<PolicyMapCountersService>(policyMapMgr, sdk.get_mount_mgr());
          }
          return;
    }

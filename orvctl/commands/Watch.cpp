@@ -20,10 +20,12 @@ using google::protobuf::MessageFactory;
 
 std::string footer(const WatchRpc& rpc) {
    return fmt::format(
-        "One line per event. Lines that begin with # are comments: the watch is active (--ack){}.\n"
+        "One line per event. Lines that begin with # are comments: {}.\n"
         "Ends with 0 on SIGINT or SIGTERM, after --count events, and when --timeout is over; with 1 when the "
         "server refuses the watch, 3 when it goes away, 4 when this reader was too slow: watch again then.",
-        rpc.field ? ", or the dump is complete and changes follow (--fields)" : "");
+        rpc.snapshot ? "the present state is complete and changes follow"
+        : rpc.field  ? "the watch is active (--ack), or the dump is complete and changes follow (--fields)"
+                     : "the watch is active (--ack)");
 }
 
 struct Flags {
@@ -87,39 +89,12 @@ void tellThatADumpMayWait(Context& context, const WatchRpc& rpc, const std::stri
 
 int watch(Context& context, const WatchRpc& rpc, const Flags& flags) {
    const auto request = watchRequest(rpc, flags.choice);
-   const std::unique_ptr<Message> reply(
-        MessageFactory::generated_factory()->GetPrototype(rpc.method->output_type())->New());
-   auto connection = context.connect();
    const bool dumps = asksForDump(rpc, *request);
    WatchChoice choice = flags.choice;
    const std::string one = selected(rpc, choice);
    if (dumps && !one.empty()) tellThatADumpMayWait(context, rpc, one);
-   grpc::ClientContext call;
-   if (context.timeoutGiven) connection.prepare(call);
-   std::atomic<bool> stopped{false};
-   grpc::Status end;
-   {
-      const StopSignal stop([&] {
-         stopped = true;
-         call.TryCancel();
-      });
-      Printer printer(context, flags, dumps);
-      bool enough = false;
-      end = connection.stream(call, methodPath(*rpc.method), *request, *reply, [&] {
-         enough = !printer.print(*reply);
-         return !enough;
-      });
-      if (enough || stopped) return kOk;
-   }
-   if (context.timeoutGiven && end.error_code() == grpc::StatusCode::DEADLINE_EXCEEDED) return kOk;
-   const std::string what = "watch " + rpc.word;
-   if (end.error_code() == grpc::StatusCode::RESOURCE_EXHAUSTED) {
-      context.err << fmt::format("orvctl: {}: {} closed it: {}\n", what, context.target().text(),
-                                 end.error_message());
-      return kTooSlow;
-   }
-   connection.require(what, end);
-   throw CallError(fmt::format("{}: {} ended it", what, context.target().text()));
+   Printer printer(context, flags, dumps);
+   return runWatch(context, rpc, *request, [&](const Message& reply) { return printer.print(reply); });
 }
 
 void checkSelection(const WatchRpc& rpc, const Flags& flags) {
@@ -152,6 +127,39 @@ std::string fieldsHelp(const WatchRpc& rpc) {
 }
 
 }  // namespace WatchCommands
+
+int runWatch(Context& context, const WatchRpc& rpc, const google::protobuf::Message& request,
+             const std::function<bool(const google::protobuf::Message& reply)>& each) {
+   using namespace WatchCommands;
+   const std::unique_ptr<Message> reply(
+        MessageFactory::generated_factory()->GetPrototype(rpc.method->output_type())->New());
+   auto connection = context.connect();
+   grpc::ClientContext call;
+   if (context.timeoutGiven) connection.prepare(call);
+   std::atomic<bool> stopped{false};
+   grpc::Status end;
+   {
+      const StopSignal stop([&] {
+         stopped = true;
+         call.TryCancel();
+      });
+      bool enough = false;
+      end = connection.stream(call, methodPath(*rpc.method), request, *reply, [&] {
+         enough = !each(*reply);
+         return !enough;
+      });
+      if (enough || stopped) return kOk;
+   }
+   if (context.timeoutGiven && end.error_code() == grpc::StatusCode::DEADLINE_EXCEEDED) return kOk;
+   const std::string what = "watch " + rpc.word;
+   if (end.error_code() == grpc::StatusCode::RESOURCE_EXHAUSTED) {
+      context.err << fmt::format("orvctl: {}: {} closed it: {}\n", what, context.target().text(),
+                                 end.error_message());
+      return kTooSlow;
+   }
+   connection.require(what, end);
+   throw CallError(fmt::format("{}: {} ended it", what, context.target().text()));
+}
 
 void addWatchOf(CLI::App& parent, Context& context, const WatchRpc& rpc, const std::string& name) {
    using namespace WatchCommands;

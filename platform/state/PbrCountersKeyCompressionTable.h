@@ -35,6 +35,7 @@ public:
       return id;
    }
 
+   [[nodiscard]] bool contains(const PbrCountersKey& key) const { return ids_.contains(key); }
    [[nodiscard]] std::size_t size() const { return keys_.size(); }
    // Calls `each(id, key)` in the order in which the keys came.
    template <typename Each>

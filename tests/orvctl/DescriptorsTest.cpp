@@ -36,11 +36,11 @@ TEST(Descriptors, theMirrorServicesAreLinked) {
    std::vector<std::string> names;
    for (const auto* service : OrvSdkRpc::pb::services())
       names.push_back(service->name());
-   EXPECT_EQ(names, (std::vector<std::string>{"orvsdk_service", "AclMgrService", "AgentService",
-                                              "ClassMapMgrService", "EthPhyIntfMgrService", "FibMgrService",
-                                              "IntfMgrService", "IntfCounterMgrService", "IpRouteMgrService",
-                                              "MplsRouteMgrService", "MplsVrfLabelMgrService",
-                                              "NexthopGroupMgrService", "PolicyMapMgrService"}));
+   EXPECT_EQ(names, (std::vector<std::string>{
+                         "orvsdk_service", "AclMgrService", "AgentService", "ClassMapMgrService",
+                         "EthPhyIntfMgrService", "FibMgrService", "IntfMgrService", "IntfCounterMgrService",
+                         "IpRouteMgrService", "MplsRouteMgrService", "MplsVrfLabelMgrService",
+                         "NexthopGroupMgrService", "PolicyMapMgrService", "PolicyMapCountersService"}));
 }
 
 TEST(Descriptors, theProgrammingServiceHasEighteenRpcs) {

@@ -19,7 +19,7 @@ TEST(WatchRpcs, everyWatchThatDeliversSomething) {
    for (const auto& watch : watchRpcs())
       words.push_back(watch.word);
    EXPECT_EQ(words, (std::vector<std::string>{"sbfd", "acl", "agent", "phy", "fib", "intf", "counters",
-                                              "mpls", "mpls-acks", "nhg", "policy-map"}));
+                                              "mpls", "mpls-acks", "nhg", "policy-map", "policy-counters"}));
 }
 
 TEST(WatchRpcs, noServerStreamWithWatchInItsNameIsMissing) {
@@ -47,8 +47,10 @@ TEST(WatchRpcs, whatCanBeSelected) {
    EXPECT_FALSE(watchRpc("mpls-acks").all || watchRpc("mpls-acks").label);
    EXPECT_FALSE(watchRpc("acl").all || watchRpc("acl").name || watchRpc("acl").field);
    EXPECT_FALSE(watchRpc("fib").all || watchRpc("fib").name || watchRpc("fib").field);
+   // A snapshot ends with an empty response, so it needs no acknowledgement.
    for (const auto& watch : watchRpcs())
-      EXPECT_TRUE(watch.ack) << watch.word;
+      EXPECT_EQ(watch.ack == nullptr, watch.snapshot) << watch.word;
+   EXPECT_TRUE(watchRpc("policy-counters").snapshot);
 }
 
 TEST(WatchRpcs, whatCanBeSelectedHasAWordOfItsKind) {
@@ -74,6 +76,7 @@ TEST(WatchRpcs, onlyAKnownFieldAsksForADump) {
    EXPECT_FALSE(asks("nhg", {.fields = {"6"}}));
    EXPECT_FALSE(asks("intf", {.ack = true}));
    EXPECT_FALSE(asks("acl", {.ack = true}));
+   EXPECT_TRUE(asks("policy-counters", {}));
 }
 
 TEST(WatchRpcs, nothingChosenIsEverything) {

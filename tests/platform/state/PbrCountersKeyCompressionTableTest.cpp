@@ -25,6 +25,8 @@ TEST(PbrCountersKeyCompressionTableTest, aKeyKeepsItsNumber) {
    EXPECT_EQ(table.keyIs(ofClass("a")), std::pair(std::uint64_t{2}, true));
    EXPECT_EQ(table.keyIs(ofClass("b")), std::pair(std::uint64_t{1}, false));
    EXPECT_EQ(table.size(), 2U);
+   EXPECT_TRUE(table.contains(ofClass("a")));
+   EXPECT_FALSE(table.contains(ofClass("c")));
    EXPECT_THAT(listed(table), testing::ElementsAre("1 b", "2 a"));
 }
 
