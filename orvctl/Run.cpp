@@ -82,6 +82,7 @@ void buildApp(CLI::App& app, Context& context) {
    addPolicyMapCommand(app, context);
    addTrafficPolicyCommand(app, context);
    addCountersCommand(app, context);
+   addPolicyCountersCommand(app, context);
    addAgentCommand(app, context);
    addWatchCommand(app, context);
    addStateCommand(app, context);

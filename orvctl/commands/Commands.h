@@ -33,6 +33,7 @@ void addClassMapCommand(CLI::App& app, Context& context);
 void addPolicyMapCommand(CLI::App& app, Context& context);
 void addTrafficPolicyCommand(CLI::App& app, Context& context);
 void addCountersCommand(CLI::App& app, Context& context);
+void addPolicyCountersCommand(CLI::App& app, Context& context);
 void addAgentCommand(CLI::App& app, Context& context);
 void addWatchCommand(CLI::App& app, Context& context);
 void addStateCommand(CLI::App& app, Context& context);

@@ -129,6 +129,26 @@ TEST_F(OrvctlMirror, countersAndRates) {
    EXPECT_THAT(expect(1, {"watch", "counters", "--regex", "["}), HasSubstr("intf_name_regex"));
 }
 
+TEST_F(OrvctlMirror, countersOfPolicies) {
+   expect(0, {"call", "PolicyMapMgrService/traffic_policy_is",
+              R"({"traffic_policy":{"key":"edge","rules":{"10":{"traffic_policy_rule_type":1,)"
+              R"("match_rule_name":"web","raw_rule":{"filter_type":1},)"
+              R"("actions":[{"action_type":"TRAFFIC_POLICY_ACTION_TYPE_DROP"}]}}}})"});
+   expect(0, {"call", "PolicyMapMgrService/traffic_policy_apply",
+              R"({"name":"edge","intf_id":{"name":"Ethernet1"},"apply":true})"});
+   Running watch = start("watch", {"policy-counters", "watch"});
+   watch.waitFor("# complete, changes follow\n");
+   watch.waitFor("edge    web    10    0        0      drop\n");
+   console("set traffic-policy-traffic edge rule web packets 7 bytes 700");
+   watch.waitFor("edge    web    10    7        700    drop\n");
+   EXPECT_THAT(expect(0, {"--json", "policy-counters", "watch", "-n", "1"}),
+               HasSubstr(R"("class":"web","rule":"10","packets":7,"bytes":700)"));
+   expect(0, {"call", "PolicyMapMgrService/traffic_policy_del", R"({"name":"edge"})"});
+   watch.waitFor("edge    web    10                    gone\n");
+   watch.child().signal(SIGINT);
+   EXPECT_EQ(watch.child().wait(), Ending{.exitCode = 0}) << watch.child().log();
+}
+
 TEST_F(OrvctlMirror, theAgent) {
    Running watch = start("watch", {"watch", "agent", "--ack"});
    watch.waitFor("# watching\n");
