@@ -6,8 +6,9 @@
 #include <chrono>
 #include <cstdio>
 #include <stdexcept>
-#include <thread>
 
+#include "RouteLoad.h"
+#include "Samples.h"
 #include "Servers.h"
 #include "testing/process/Pings.h"
 
@@ -16,62 +17,6 @@ namespace bench {
 namespace {
 
 using Clock = std::chrono::steady_clock;
-using Arguments = std::vector<std::string>;
-
-// The samples of one server over the rounds of one figure.
-struct Samples {
-   std::vector<double> rates;
-   std::vector<double> p99Us;
-   // CPU use of the server, as a share of one core.
-   std::vector<double> cpu;
-   std::vector<double> clientCpu;
-   nlohmann::json last;
-};
-
-void sample(const Setup& setup, const std::string& address, pid_t server, const Arguments& arguments,
-            Samples& into) {
-   const double before = cpuSecondsOf(server);
-   into.last = runLoad(setup.loadProgram, address, arguments);
-   const double seconds = into.last["seconds"];
-   into.rates.push_back(into.last["items_per_second"]);
-   into.p99Us.push_back(into.last["p99_us"]);
-   into.cpu.push_back((cpuSecondsOf(server) - before) / seconds);
-   into.clientCpu.push_back(into.last["client_cpu_seconds"].get<double>() / seconds);
-}
-
-std::string noteOf(const Samples& ours, const Samples& floor) {
-   char text[160];
-   std::snprintf(text, sizeof text, "p99 %.0f us (floor %.0f), cpu %.1f (floor %.1f), client cpu %.1f",
-                 median(ours.p99Us), median(floor.p99Us), median(ours.cpu), median(floor.cpu),
-                 median(ours.clientCpu));
-   return text;
-}
-
-Figure figureOf(const std::string& key, const std::string& unit, const Samples& ours, const Samples& floor,
-                std::optional<double> target, const std::string& how) {
-   Figure figure{.key = key,
-                 .ours = median(ours.rates),
-                 .floor = median(floor.rates),
-                 .unit = unit,
-                 .target = std::nullopt,
-                 .note = how + "; " + noteOf(ours, floor)};
-   if (target) figure.target = Target{.kind = Target::Kind::ratioAtLeast, .value = *target};
-   return figure;
-}
-
-Arguments bulkArguments(const Setup& setup) {
-   return {"--workload",  "route-bulk",
-           "--total",     std::to_string(setup.routes),
-           "--per-bulk",  std::to_string(setup.perBulk),
-           "--groups",    std::to_string(setup.groups),
-           "--in-flight", std::to_string(setup.bulksInFlight),
-           "--requests",  std::to_string(setup.routes / setup.perBulk)};
-}
-
-Arguments with(Arguments arguments, std::initializer_list<std::string> more) {
-   arguments.insert(arguments.end(), more);
-   return arguments;
-}
 
 // RETURNS: the cost of a bulk into a full table over the cost after the first 10,000 routes. The cost is the
 // median gap between replies, so that interruptions by other work on the machine do not count.
@@ -87,23 +32,6 @@ double flatness(const std::vector<std::uint64_t>& repliesAt) {
       return median(std::move(gaps));
    };
    return cost(repliesAt.size() - window) / cost(early);
-}
-
-// Fills a daemon with the setup's groups and routes.
-void fill(const Setup& setup, const std::string& address) {
-   runLoad(setup.loadProgram, address, with(bulkArguments(setup), {"--program-groups"}));
-}
-
-// Waits until the memory no longer grows, since the forwarding plane is programmed after the replies.
-Resident settledResident(pid_t pid) {
-   Resident resident = residentOf(pid);
-   for (int still = 0; still < 5;) {
-      std::this_thread::sleep_for(std::chrono::milliseconds(200));
-      const Resident now = residentOf(pid);
-      still = now.total > resident.total + 0.5 ? 0 : still + 1;
-      resident = now;
-   }
-   return resident;
 }
 
 }  // namespace
@@ -122,8 +50,8 @@ void measureUnary(const Setup& setup, Report& report, const std::string& key, st
                                    "--seconds",       std::to_string(setup.seconds),
                                    "--first",         std::to_string(round * 2'000'000),
                                    "--program-groups"};
-      sample(setup, daemon.address(), daemon.pid(), arguments, ours);
-      sample(setup, floorServer.address(), floorServer.pid(), arguments, floor);
+      sample(setup.loadProgram, daemon.address(), daemon.pid(), arguments, ours);
+      sample(setup.loadProgram, floorServer.address(), floorServer.pid(), arguments, floor);
    }
    report.add(figureOf(key, "calls/s", ours, floor, target,
                        "distinct sequential /32, " + std::to_string(inFlight) + " in flight"));
@@ -138,14 +66,14 @@ void measureBulkRoutes(const Setup& setup, Report& report) {
       const auto spread = with(bulkArguments(setup), {"--program-groups", "--random"});
       {
          FreshDaemon daemon(setup.daemonProgram);
-         sample(setup, daemon.address(), daemon.pid(), first, ours);
+         sample(setup.loadProgram, daemon.address(), daemon.pid(), first, ours);
          flat.push_back(flatness(ours.last["replies_at_ns"].get<std::vector<std::uint64_t>>()));
-         sample(setup, floorServer.address(), floorServer.pid(), first, floor);
-         sample(setup, daemon.address(), daemon.pid(), bulkArguments(setup), again);
+         sample(setup.loadProgram, floorServer.address(), floorServer.pid(), first, floor);
+         sample(setup.loadProgram, daemon.address(), daemon.pid(), bulkArguments(setup), again);
       }
       FreshDaemon daemon(setup.daemonProgram);
-      sample(setup, daemon.address(), daemon.pid(), spread, random);
-      sample(setup, floorServer.address(), floorServer.pid(), spread, floorRandom);
+      sample(setup.loadProgram, daemon.address(), daemon.pid(), spread, random);
+      sample(setup.loadProgram, floorServer.address(), floorServer.pid(), spread, floorRandom);
    }
    const auto count = std::to_string(setup.routes);
    const auto inFlight = ", " + std::to_string(setup.bulksInFlight) + " bulks in flight";
@@ -176,8 +104,8 @@ void measureBulkGroups(const Setup& setup, Report& report) {
    Samples ours;
    Samples floor;
    for (int round = 0; round < setup.rounds; ++round) {
-      sample(setup, daemon.address(), daemon.pid(), arguments, ours);
-      sample(setup, floorServer.address(), floorServer.pid(), arguments, floor);
+      sample(setup.loadProgram, daemon.address(), daemon.pid(), arguments, ours);
+      sample(setup.loadProgram, floorServer.address(), floorServer.pid(), arguments, floor);
    }
    report.add(figureOf("bulk_nexthop_group_1000", "groups/s", ours, floor, 0.15,
                        std::to_string(total) + " groups of 4 nexthops, changed on every pass, " +
@@ -188,19 +116,13 @@ void measureBulkLabels(const Setup& setup, Report& report) {
    const FloorServer floorServer(setup.floorProgram, setup.floorFlags);
    // There are not many more labels than that.
    const auto labels = std::min<std::uint64_t>(setup.routes, 1'000'000);
-   const Arguments arguments = {"--workload",      "label-bulk",
-                                "--total",         std::to_string(labels),
-                                "--per-bulk",      std::to_string(setup.perBulk),
-                                "--groups",        std::to_string(setup.groups),
-                                "--in-flight",     std::to_string(setup.bulksInFlight),
-                                "--requests",      std::to_string(labels / setup.perBulk),
-                                "--program-groups"};
+   const auto arguments = with(onePass(setup, "label-bulk", labels), {"--program-groups"});
    Samples ours, again, floor;
    for (int round = 0; round < setup.rounds; ++round) {
       FreshDaemon daemon(setup.daemonProgram);
-      sample(setup, daemon.address(), daemon.pid(), arguments, ours);
-      sample(setup, floorServer.address(), floorServer.pid(), arguments, floor);
-      sample(setup, daemon.address(), daemon.pid(), arguments, again);
+      sample(setup.loadProgram, daemon.address(), daemon.pid(), arguments, ours);
+      sample(setup.loadProgram, floorServer.address(), floorServer.pid(), arguments, floor);
+      sample(setup.loadProgram, daemon.address(), daemon.pid(), arguments, again);
    }
    const auto inFlight = ", " + std::to_string(setup.bulksInFlight) + " bulks in flight";
    report.add(
@@ -223,9 +145,9 @@ void measureRedirects(const Setup& setup, Report& report) {
    for (int round = 0; round < setup.rounds; ++round) {
       // New redirects each time: a switch that has them already changes nothing.
       FreshDaemon forBulk(setup.daemonProgram);
-      sample(setup, forBulk.address(), forBulk.pid(), arguments("redirect-bulk", total), bulk);
+      sample(setup.loadProgram, forBulk.address(), forBulk.pid(), arguments("redirect-bulk", total), bulk);
       FreshDaemon forSingle(setup.daemonProgram);
-      sample(setup, forSingle.address(), forSingle.pid(), arguments("redirect", 1), single);
+      sample(setup.loadProgram, forSingle.address(), forSingle.pid(), arguments("redirect", 1), single);
    }
    char note[160];
    std::snprintf(note, sizeof note,

@@ -6,8 +6,6 @@
 #include <atomic>
 #include <chrono>
 #include <cstdio>
-#include <filesystem>
-#include <fstream>
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <stdexcept>
@@ -29,18 +27,6 @@ using OperStatus = pb::sbfd_echo_session_oper_status_msg;
 
 constexpr std::uint32_t intervalMillis = 50;
 constexpr std::uint32_t multiplier = 3;
-
-// RETURNS: the CPU time of a process's current threads, in seconds. The source counts nanoseconds, because
-// the accounting by clock ticks may miss a main loop that wakes for some ten microseconds at a time.
-double runSecondsOf(pid_t pid) {
-   double nanos = 0;
-   for (const auto& thread : std::filesystem::directory_iterator("/proc/" + std::to_string(pid) + "/task")) {
-      double ran = 0;
-      std::ifstream(thread.path() / "schedstat") >> ran;
-      nanos += ran;
-   }
-   return nanos / 1e9;
-}
 
 // A daemon whose echo sessions are all up, and a client of it.
 class Sessions {

@@ -2,9 +2,12 @@
 
 #include <unistd.h>
 
+#include <chrono>
+#include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <stdexcept>
+#include <thread>
 
 #include "Cores.h"
 #include "testing/base/TempDir.h"
@@ -40,10 +43,9 @@ FreshDaemon::~FreshDaemon() {
    daemon_.kill();
 }
 
-nlohmann::json runLoad(const std::string& program, const std::string& address,
-                       std::vector<std::string> arguments) {
+nlohmann::json runLoad(const std::string& program, const std::string& address, Arguments arguments) {
    const orvtest::TempDir directory("orv-bench-load-");
-   std::vector<std::string> argv = {program, "--target", address};
+   Arguments argv = {program, "--target", address};
    argv.insert(argv.end(), arguments.begin(), arguments.end());
    auto child = [&] {
       const OnCoresOf client(Side::client);
@@ -71,6 +73,16 @@ double cpuSecondsOf(pid_t pid) {
    return (user + system) / static_cast<double>(::sysconf(_SC_CLK_TCK));
 }
 
+double runSecondsOf(pid_t pid) {
+   double nanos = 0;
+   for (const auto& thread : std::filesystem::directory_iterator("/proc/" + std::to_string(pid) + "/task")) {
+      double ran = 0;
+      std::ifstream(thread.path() / "schedstat") >> ran;
+      nanos += ran;
+   }
+   return nanos / 1e9;
+}
+
 Resident residentOf(pid_t pid) {
    std::ifstream file("/proc/" + std::to_string(pid) + "/status");
    Resident resident;
@@ -83,6 +95,17 @@ Resident residentOf(pid_t pid) {
       if (name == "RssAnon:") resident.anonymous = kibibytes / 1024;
    }
    if (resident.total == 0) throw std::runtime_error("no VmRSS of process " + std::to_string(pid));
+   return resident;
+}
+
+Resident settledResident(pid_t pid) {
+   Resident resident = residentOf(pid);
+   for (int still = 0; still < 5;) {
+      std::this_thread::sleep_for(200ms);
+      const Resident now = residentOf(pid);
+      still = now.total > resident.total + 0.5 ? 0 : still + 1;
+      resident = now;
+   }
    return resident;
 }
 

@@ -14,6 +14,8 @@
 
 namespace bench {
 
+using Arguments = std::vector<std::string>;
+
 class FloorServer {
 public:
    explicit FloorServer(const std::string& program, const std::vector<std::string>& extra = {});
@@ -46,11 +48,13 @@ private:
 // Runs the load client against `address`.
 // RETURNS: the object that it prints.
 // THROWS: std::runtime_error with its output if it fails.
-nlohmann::json runLoad(const std::string& program, const std::string& address,
-                       std::vector<std::string> arguments);
+nlohmann::json runLoad(const std::string& program, const std::string& address, Arguments arguments);
 
 // RETURNS: the CPU time that a process has used so far, in seconds.
 double cpuSecondsOf(pid_t pid);
+// RETURNS: the CPU time of a process's current threads, in seconds. The source counts nanoseconds, because
+// the accounting by clock ticks may miss a main loop that wakes for some ten microseconds at a time.
+double runSecondsOf(pid_t pid);
 
 // Resident memory in MiB: all of it, and the part that is not backed by a file.
 struct Resident {
@@ -58,5 +62,7 @@ struct Resident {
    double anonymous = 0;
 };
 Resident residentOf(pid_t pid);
+// Waits until the memory no longer grows, since the forwarding plane is programmed after the replies.
+Resident settledResident(pid_t pid);
 
 }  // namespace bench

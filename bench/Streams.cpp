@@ -3,14 +3,13 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
-#include <filesystem>
 #include <fstream>
-#include <optional>
 #include <stdexcept>
-#include <thread>
 
 #include "Cores.h"
+#include "Samples.h"
 #include "Servers.h"
+#include "StreamServers.h"
 #include "testing/base/TempDir.h"
 
 namespace bench {
@@ -18,105 +17,14 @@ namespace bench {
 namespace {
 
 using namespace std::chrono_literals;
-using Arguments = std::vector<std::string>;
-
-// The mirror services with a source of events, in a child process that ends with this object.
-class StreamHost {
-public:
-   StreamHost(const Setup& setup, const Arguments& arguments)
-        : child_([&] {
-             const OnCoresOf server(Side::server);
-             Arguments argv = {setup.streamHostProgram, "--listen", address(), "--state-dir",
-                               directory_ / "state"};
-             argv.insert(argv.end(), arguments.begin(), arguments.end());
-             return orvtest::Child(std::move(argv), directory_ / "host.log");
-          }()) {
-      while (!std::filesystem::exists(directory_ / "rpc.sock")) {
-         if (child_.waitFor(10ms)) throw std::runtime_error("the stream host has ended: " + child_.log());
-      }
-   }
-   std::string address() const { return "unix://" + (directory_ / "rpc.sock"); }
-   pid_t pid() const { return child_.pid(); }
-   orvtest::Child& child() { return child_; }
-
-private:
-   orvtest::TempDir directory_{"orv-bench-streams-"};
-   orvtest::Child child_;
-};
-
-Arguments reading(const std::string& workload, double seconds) {
-   return {"--workload", workload, "--seconds", std::to_string(seconds)};
-}
-
-// A message as the server under test sends it, in a file for the floor.
-class Sample {
-public:
-   Sample(const Setup& setup, const std::string& address, Arguments arguments) {
-      arguments.insert(arguments.end(), {"--sample", path()});
-      runLoad(setup.streamProgram, address, arguments);
-      if (std::filesystem::file_size(path()) == 0) throw std::runtime_error("too few messages for a sample");
-   }
-   std::string path() const { return directory_ / "message"; }
-   std::uintmax_t bytes() const { return std::filesystem::file_size(path()); }
-
-private:
-   orvtest::TempDir directory_{"orv-bench-sample-"};
-};
-
-// The samples of one server over the rounds of one figure.
-struct Samples {
-   std::vector<double> rates;
-   std::vector<double> cpu;
-   std::vector<double> clientCpu;
-   std::vector<double> passSeconds;
-   double elements = 0;
-};
-
-void sample(const Setup& setup, const std::string& address, pid_t server, const Arguments& arguments,
-            Samples& into) {
-   const double before = cpuSecondsOf(server);
-   const auto result = runLoad(setup.streamProgram, address, arguments);
-   const double seconds = result["seconds"];
-   into.rates.push_back(result["items_per_second"]);
-   into.cpu.push_back((cpuSecondsOf(server) - before) / seconds);
-   into.clientCpu.push_back(result["client_cpu_seconds"].get<double>() / seconds);
-   into.elements = result["elements"];
-   if (!result["pass_seconds"].is_null()) {
-      for (const double pass : result["pass_seconds"])
-         into.passSeconds.push_back(pass);
-   }
-}
-
-Figure figureOf(const std::string& key, const std::string& unit, const Samples& ours, const Samples& floor,
-                std::optional<double> target, const std::string& how) {
-   char cpu[96];
-   std::snprintf(cpu, sizeof cpu, "; cpu %.1f (floor %.1f), client cpu %.1f (floor %.1f)", median(ours.cpu),
-                 median(floor.cpu), median(ours.clientCpu), median(floor.clientCpu));
-   Figure figure{.key = key,
-                 .ours = median(ours.rates),
-                 .floor = median(floor.rates),
-                 .unit = unit,
-                 .target = std::nullopt,
-                 .note = how + cpu};
-   if (target) figure.target = Target{.kind = Target::Kind::ratioAtLeast, .value = *target};
-   return figure;
-}
-
-Arguments floorFlags(const Setup& setup, const std::string& stream, const Sample& message,
-                     std::uint64_t count) {
-   Arguments flags = setup.floorFlags;
-   flags.insert(flags.end(),
-                {"--stream", stream, "--message", message.path(), "--count", std::to_string(count)});
-   return flags;
-}
 
 // RETURNS: the seconds per element of a complete list of `groups` groups.
 double listCost(const Setup& setup, std::uint64_t groups, int rounds) {
    const StreamHost host(setup, {"--groups", std::to_string(groups)});
    Samples samples;
    for (int round = 0; round < rounds; ++round)
-      sample(setup, host.address(), host.pid(), reading("list", setup.seconds), samples);
-   return median(samples.passSeconds) / samples.elements;
+      sample(setup.streamProgram, host.address(), host.pid(), reading("list", setup.seconds), samples);
+   return median(samples.passSeconds) / samples.last["elements"].get<double>();
 }
 
 }  // namespace
@@ -126,13 +34,13 @@ void measureLists(const Setup& setup, Report& report) {
    {
       const StreamHost host(setup, {"--groups", std::to_string(groups)});
       const auto arguments = reading("list", setup.seconds);
-      const Sample message(setup, host.address(), reading("list", 0.1));
+      const SampleMessage message(setup, host.address(), reading("list", 0.1));
       const FloorServer floorServer(setup.floorProgram, floorFlags(setup, "list", message, groups));
       Samples ours;
       Samples floor;
       for (int round = 0; round < setup.rounds; ++round) {
-         sample(setup, host.address(), host.pid(), arguments, ours);
-         sample(setup, floorServer.address(), floorServer.pid(), arguments, floor);
+         sample(setup.streamProgram, host.address(), host.pid(), arguments, ours);
+         sample(setup.streamProgram, floorServer.address(), floorServer.pid(), arguments, floor);
       }
       report.add(figureOf("list_nexthop_groups", "groups/s", ours, floor, 0.75,
                           std::to_string(groups) + " groups of 4 nexthops, " +
@@ -157,13 +65,13 @@ void measureFanOut(const Setup& setup, Report& report, std::size_t streams) {
    const StreamHost host(setup, {"--source", "options"});
    auto arguments = reading("watch", setup.seconds);
    arguments.insert(arguments.end(), {"--streams", std::to_string(streams)});
-   const Sample message(setup, host.address(), reading("watch", 0.2));
+   const SampleMessage message(setup, host.address(), reading("watch", 0.2));
    const FloorServer floorServer(setup.floorProgram, floorFlags(setup, "watch", message, 0));
    Samples ours;
    Samples floor;
    for (int round = 0; round < setup.rounds; ++round) {
-      sample(setup, host.address(), host.pid(), arguments, ours);
-      sample(setup, floorServer.address(), floorServer.pid(), arguments, floor);
+      sample(setup.streamProgram, host.address(), host.pid(), arguments, ours);
+      sample(setup.streamProgram, floorServer.address(), floorServer.pid(), arguments, floor);
    }
    report.add(figureOf("watch_fanout_" + std::to_string(streams), "messages/s", ours, floor, 0.70,
                        std::to_string(streams) + " streams, " + std::to_string(message.bytes()) +
@@ -266,13 +174,13 @@ void measureDump(const Setup& setup, Report& report) {
    std::ofstream(topology) << R"({"interfaces": [{"name": "Ethernet1", "count": )" << interfaces << "}]}\n";
    FreshDaemon daemon(setup.daemonProgram, {"--topology", topology});
    const auto arguments = reading("dump", setup.seconds);
-   const Sample message(setup, daemon.address(), reading("dump", 0.1));
+   const SampleMessage message(setup, daemon.address(), reading("dump", 0.1));
    const FloorServer floorServer(setup.floorProgram, floorFlags(setup, "dump", message, interfaces));
    Samples ours;
    Samples floor;
    for (int round = 0; round < setup.rounds; ++round) {
-      sample(setup, daemon.address(), daemon.pid(), arguments, ours);
-      sample(setup, floorServer.address(), floorServer.pid(), arguments, floor);
+      sample(setup.streamProgram, daemon.address(), daemon.pid(), arguments, ours);
+      sample(setup.streamProgram, floorServer.address(), floorServer.pid(), arguments, floor);
    }
    report.add(figureOf(
         "dump_intf_all_fields", "interfaces/s", ours, floor, 0.40,
@@ -283,7 +191,7 @@ void measureBulkStream(const Setup& setup, Report& report) {
    constexpr std::uint64_t interfaces = 10'000;
    const StreamHost host(setup, {"--source", "rates", "--interfaces", std::to_string(interfaces)});
    const auto arguments = reading("rates", setup.seconds);
-   const Sample message(setup, host.address(), reading("rates", 0.5));
+   const SampleMessage message(setup, host.address(), reading("rates", 0.5));
    auto flags = floorFlags(setup, "rates", message, 0);
    const FloorServer floorServer(setup.floorProgram, flags);
    flags.push_back("--fresh");
@@ -292,9 +200,9 @@ void measureBulkStream(const Setup& setup, Report& report) {
    Samples floor;
    Samples fresh;
    for (int round = 0; round < setup.rounds; ++round) {
-      sample(setup, host.address(), host.pid(), arguments, ours);
-      sample(setup, floorServer.address(), floorServer.pid(), arguments, floor);
-      sample(setup, freshFloor.address(), freshFloor.pid(), arguments, fresh);
+      sample(setup.streamProgram, host.address(), host.pid(), arguments, ours);
+      sample(setup.streamProgram, floorServer.address(), floorServer.pid(), arguments, floor);
+      sample(setup.streamProgram, freshFloor.address(), freshFloor.pid(), arguments, fresh);
    }
    const std::string how = std::to_string(interfaces) + " interfaces, batches of up to " +
                            std::to_string(message.bytes()) + " bytes; the floor ";
