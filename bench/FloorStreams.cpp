@@ -7,6 +7,8 @@
 #include "OrvSdkRpcProtos/agent.grpc.pb.h"
 #include "OrvSdkRpcProtos/intf.grpc.pb.h"
 #include "OrvSdkRpcProtos/intf_counter.grpc.pb.h"
+#include "OrvSdkRpcProtos/ip_route.grpc.pb.h"
+#include "OrvSdkRpcProtos/mpls_route.grpc.pb.h"
 #include "OrvSdkRpcProtos/nexthop_group.grpc.pb.h"
 
 namespace bench {
@@ -17,7 +19,7 @@ namespace rpc = orv::remote;
 // What all streams of one RPC have in common.
 template <class Response>
 struct Script {
-   Response message;
+   Response message = {};
    // Follows the messages of a dump; may be null.
    const Response* last = nullptr;
    // 0: no limit.
@@ -116,45 +118,66 @@ Message read(const std::string& path) {
    return message;
 }
 
+// RETURNS: the streams of `method`, an RPC of service `Rpc`; `script` without the message, which is in
+// `file`.
+template <class Rpc, class Base, class Request, class Response>
+std::unique_ptr<FloorStreams> streams(void (Base::*method)(grpc::ServerContext*, Request*,
+                                                           grpc::ServerAsyncWriter<Response>*,
+                                                           grpc::CompletionQueue*,
+                                                           grpc::ServerCompletionQueue*, void*),
+                                      const std::string& file, Script<Response> script) {
+   script.message = read<Response>(file);
+   return std::make_unique<Streams<Rpc, Request, Response>>(method, std::move(script));
+}
+
+const rpc::WatchIntfResponse& dumpEnd() {
+   static const rpc::WatchIntfResponse ack = [] {
+      rpc::WatchIntfResponse message;
+      message.set_ack(true);
+      return message;
+   }();
+   return ack;
+}
+
 }  // namespace
+
+std::vector<std::string> FloorStreams::names() {
+   return {"list", "routes", "dump", "watch", "labels", "acks", "rates"};
+}
 
 std::unique_ptr<FloorStreams> FloorStreams::make(const FloorStreamOptions& options) {
    const auto& file = options.messageFile;
    if (options.rpc == "list") {
       using Rpc = rpc::NexthopGroupMgrService;
-      using Made = Streams<Rpc, rpc::NexthopGroupsRequest, rpc::NexthopGroupsResponse>;
-      return std::make_unique<Made>(
-           &Rpc::AsyncService::Requestnexthop_groups,
-           Script<rpc::NexthopGroupsResponse>{
-                .message = read<rpc::NexthopGroupsResponse>(file), .count = options.count, .buffered = true});
+      return streams<Rpc>(&Rpc::AsyncService::Requestnexthop_groups, file,
+                          {.count = options.count, .buffered = true});
+   }
+   if (options.rpc == "routes") {
+      using Rpc = rpc::IpRouteMgrService;
+      return streams<Rpc>(&Rpc::AsyncService::Requestip_routes, file,
+                          {.count = options.count, .buffered = true});
    }
    if (options.rpc == "dump") {
-      static const rpc::WatchIntfResponse ack = [] {
-         rpc::WatchIntfResponse message;
-         message.set_ack(true);
-         return message;
-      }();
       using Rpc = rpc::IntfMgrService;
-      using Made = Streams<Rpc, rpc::WatchIntfRequest, rpc::WatchIntfResponse>;
-      return std::make_unique<Made>(
-           &Rpc::AsyncService::Requestwatch,
-           Script<rpc::WatchIntfResponse>{
-                .message = read<rpc::WatchIntfResponse>(file), .last = &ack, .count = options.count});
+      return streams<Rpc>(&Rpc::AsyncService::Requestwatch, file,
+                          {.last = &dumpEnd(), .count = options.count});
    }
    if (options.rpc == "watch") {
       using Rpc = rpc::AgentService;
-      using Made = Streams<Rpc, rpc::WatchAgentRequest, rpc::WatchAgentResponse>;
-      return std::make_unique<Made>(
-           &Rpc::AsyncService::Requestwatch,
-           Script<rpc::WatchAgentResponse>{.message = read<rpc::WatchAgentResponse>(file)});
+      return streams<Rpc>(&Rpc::AsyncService::Requestwatch, file, {});
+   }
+   if (options.rpc == "labels") {
+      using Rpc = rpc::MplsRouteMgrService;
+      return streams<Rpc>(&Rpc::AsyncService::Requestwatch, file, {});
+   }
+   if (options.rpc == "acks") {
+      using Rpc = rpc::MplsRouteMgrService;
+      return streams<Rpc>(&Rpc::AsyncService::Requestwatch_mpls_integrated, file, {});
    }
    if (options.rpc == "rates") {
       using Rpc = rpc::IntfCounterMgrService;
-      using Made = Streams<Rpc, rpc::IntfTrafficRatesStreamRequest, rpc::IntfTrafficRatesStreamResponse>;
-      return std::make_unique<Made>(
-           &Rpc::AsyncService::Requestintf_traffic_rates_stream,
-           Script<rpc::IntfTrafficRatesStreamResponse>{
-                .message = read<rpc::IntfTrafficRatesStreamResponse>(file), .fresh = options.fresh});
+      return streams<Rpc>(&Rpc::AsyncService::Requestintf_traffic_rates_stream, file,
+                          {.fresh = options.fresh});
    }
    return nullptr;
 }

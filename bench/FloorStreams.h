@@ -9,13 +9,14 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "FloorHandler.h"
 
 namespace bench {
 
 struct FloorStreamOptions {
-   // list, dump, watch or rates; empty for none.
+   // One of FloorStreams::names(); empty for none.
    std::string rpc = {};
    // A file with the serialised message, as the server under test sends it.
    std::string messageFile = {};
@@ -34,6 +35,9 @@ public:
    // REQUIRES: the server is running.
    virtual void post(grpc::ServerCompletionQueue& queue) = 0;
 
+   // list (of nexthop groups), routes (a list), dump (of interfaces), watch (of the agent), labels and acks
+   // (watches), and rates (in batches).
+   static std::vector<std::string> names();
    // RETURNS: null if `options` names no RPC.
    // THROWS: std::runtime_error if the file does not hold such a message.
    static std::unique_ptr<FloorStreams> make(const FloorStreamOptions& options);

@@ -7,6 +7,7 @@
 #include <cstring>
 #include <stdexcept>
 
+#include "OrvSdkRpcProtos/ip_route.pb.h"
 #include "OrvSdkRpcProtos/orvsdk.grpc.pb.h"
 
 namespace bench {
@@ -58,6 +59,11 @@ std::string complaint(const Workload& workload, const grpc::ByteBuffer& reply) {
    if (workload.itemsPerRequest() == 1) {
       pb::rpc_status_msg status;
       if (status.ParseFromString(bytes)) return status.ShortDebugString();
+   }
+   if (workload.method().starts_with("/orv.remote.")) {
+      // All bulks of the mirror services have the same reply.
+      orv::remote::BulkIpRouteSetResponse applied;
+      if (applied.ParseFromString(bytes)) return applied.ShortDebugString();
    }
    pb::rpc_status_bulk_msg statuses;
    if (statuses.ParseFromString(bytes)) {

@@ -3,11 +3,14 @@
 #include <cstdio>
 #include <stdexcept>
 
+#include "OrvSdkRpcProtos/ip_route.pb.h"
+#include "OrvSdkRpcProtos/mpls_route.pb.h"
 #include "OrvSdkRpcProtos/orvsdk.pb.h"
 
 namespace bench {
 
 namespace pb = OrvSdkRpc::pb;
+namespace rpc = orv::remote;
 
 namespace {
 
@@ -36,16 +39,35 @@ std::string okReply(std::size_t items) {
    return reply.SerializeAsString();
 }
 
+// The reply of a mirror service to a bulk.
+template <class Response>
+std::string appliedReply(std::size_t items) {
+   Response reply;
+   reply.mutable_status();
+   reply.set_count(items);
+   return reply.SerializeAsString();
+}
+
 void requireWholeBulks(std::uint64_t total, std::size_t perBulk) {
    if (perBulk == 0 || total == 0 || total % perBulk != 0) {
       throw std::invalid_argument("the number of items must be a multiple of the bulk size");
    }
 }
 
+// The first 16 labels are reserved.
+constexpr std::uint32_t firstLabel = 16;
+
+void requireLabels(std::uint64_t total) {
+   if (total > (std::uint64_t{1} << 20) - firstLabel) throw std::invalid_argument("too few labels exist");
+}
+
 class Named : public Workload {
 public:
    Named(const char* method, std::size_t items, std::string reply)
-        : method_(std::string(service) + method), items_(items), reply_(std::move(reply)) {}
+        : Named(service, method, items, std::move(reply)) {}
+   // `ofService` is "/package.service/".
+   Named(std::string ofService, const char* method, std::size_t items, std::string reply)
+        : method_(std::move(ofService) + method), items_(items), reply_(std::move(reply)) {}
    const std::string& method() const override { return method_; }
    std::size_t itemsPerRequest() const override { return items_; }
    const std::string& expectedReply() const override { return reply_; }
@@ -153,7 +175,7 @@ public:
    BulkLabels(std::uint64_t total, std::size_t perBulk, std::uint64_t groups)
         : Prebuilt("mpls_route_bulk", perBulk, okReply(perBulk)) {
       requireWholeBulks(total, perBulk);
-      if (total > labelCount) throw std::invalid_argument("too few labels exist");
+      requireLabels(total);
       for (std::uint64_t index = 0; index < total;) {
          pb::mpls_route_bulk_msg bulk;
          for (std::size_t i = 0; i < perBulk; ++i, ++index) {
@@ -167,11 +189,52 @@ public:
          add(bulk);
       }
    }
+};
 
-private:
-   // The first 16 are reserved.
-   static constexpr std::uint32_t firstLabel = 16;
-   static constexpr std::uint64_t labelCount = (std::uint64_t{1} << 20) - firstLabel;
+class BulkMirrorRoutes : public Prebuilt {
+public:
+   BulkMirrorRoutes(std::uint64_t total, std::size_t perBulk, std::uint64_t groups)
+        : Prebuilt("/orv.remote.IpRouteMgrService/", "bulk_ip_route_set", perBulk,
+                   appliedReply<rpc::BulkIpRouteSetResponse>(perBulk)) {
+      requireWholeBulks(total, perBulk);
+      for (std::uint64_t index = 0; index < total;) {
+         rpc::BulkIpRouteSetRequest bulk;
+         for (std::size_t i = 0; i < perBulk; ++i, ++index) {
+            auto& request = *bulk.add_requests();
+            auto& key = *request.mutable_ip_route()->mutable_key();
+            key.mutable_prefix()->set_network(addressBytes(routeAddress(index, Order::sequential)));
+            key.mutable_prefix()->set_prefix_length(32);
+            auto& via = *request.add_vias();
+            *via.mutable_route_key() = key;
+            via.set_nexthop_group(groupName(index % groups));
+         }
+         add(bulk);
+      }
+   }
+};
+
+class BulkMirrorLabels : public Prebuilt {
+public:
+   BulkMirrorLabels(std::uint64_t total, std::size_t perBulk, std::uint64_t groups)
+        : Prebuilt("/orv.remote.MplsRouteMgrService/", "bulk_mpls_route_set", perBulk,
+                   appliedReply<rpc::BulkMplsRouteSetResponse>(perBulk)) {
+      requireWholeBulks(total, perBulk);
+      requireLabels(total);
+      for (std::uint64_t index = 0; index < total;) {
+         rpc::BulkMplsRouteSetRequest bulk;
+         for (std::size_t i = 0; i < perBulk; ++i, ++index) {
+            auto& request = *bulk.add_requests();
+            auto& key = *request.mutable_route()->mutable_key();
+            key.add_labels()->set_label(firstLabel + static_cast<std::uint32_t>(index));
+            request.mutable_route()->set_version_id(1);
+            auto& via = *request.add_vias();
+            via.set_label_action(rpc::MPLS_ACTIONS_FORWARD);
+            *via.mutable_route_key() = key;
+            via.set_nexthop_group(groupName(index % groups));
+         }
+         add(bulk);
+      }
+   }
 };
 
 pb::cbf_nexthop_group_redirect_msg redirect(std::uint64_t index) {
@@ -245,6 +308,14 @@ std::unique_ptr<Workload> bulkGroups(std::uint64_t total, std::size_t perBulk, s
 
 std::unique_ptr<Workload> bulkLabels(std::uint64_t total, std::size_t perBulk, std::uint64_t groups) {
    return std::make_unique<BulkLabels>(total, perBulk, groups);
+}
+
+std::unique_ptr<Workload> bulkMirrorRoutes(std::uint64_t total, std::size_t perBulk, std::uint64_t groups) {
+   return std::make_unique<BulkMirrorRoutes>(total, perBulk, groups);
+}
+
+std::unique_ptr<Workload> bulkMirrorLabels(std::uint64_t total, std::size_t perBulk, std::uint64_t groups) {
+   return std::make_unique<BulkMirrorLabels>(total, perBulk, groups);
 }
 
 std::unique_ptr<Workload> bulkRedirects(std::uint64_t total, std::size_t perBulk) {

@@ -51,6 +51,15 @@ std::unique_ptr<Workload> bulkGroups(std::uint64_t total, std::size_t perBulk, s
 // multiple of `perBulk` and at most 2^20 - 16.
 std::unique_ptr<Workload> bulkLabels(std::uint64_t total, std::size_t perBulk, std::uint64_t groups);
 
+// `bulk_ip_route_set` of the mirror with `perBulk` routes, each with one via to one of `groups` groups;
+// `total` is a multiple of `perBulk`.
+std::unique_ptr<Workload> bulkMirrorRoutes(std::uint64_t total, std::size_t perBulk, std::uint64_t groups);
+
+// `bulk_mpls_route_set` of the mirror with `perBulk` labels from 16 on. Each has version 1, so that it is
+// acknowledged, and is forwarded to one of `groups` groups; `total` is a multiple of `perBulk` and at most
+// 2^20 - 16.
+std::unique_ptr<Workload> bulkMirrorLabels(std::uint64_t total, std::size_t perBulk, std::uint64_t groups);
+
 // `cbf_nexthop_group_redirect_bulk` with `perBulk` redirects of 3 IPv4 and 3 IPv6 DSCPs, each from a group of
 // its own; `total` is a multiple of `perBulk`.
 std::unique_ptr<Workload> bulkRedirects(std::uint64_t total, std::size_t perBulk);

@@ -4,23 +4,29 @@
 // It has one completion queue, one thread that drains it, and one heap-allocated handler per call, which
 // posts its successor before it answers. Messages are members of the handler, as in gRPC's examples. With
 // --arena, the messages of a bulk live on an arena, as in the daemon, which makes freeing them almost free of
-// cost. With --stream, it also serves one RPC with a stream of responses, which repeats one message.
+// cost. With --stream, it also serves one RPC with a stream of responses, which repeats one message. With
+// --mirror-bulks, it also answers the bulks with which the mirror services set routes.
 #include <google/protobuf/arena.h>
 #include <grpcpp/grpcpp.h>
 #include <signal.h>
 
 #include <CLI/CLI.hpp>
+#include <cstdint>
 #include <cstdio>
+#include <optional>
 #include <thread>
 
 #include "FloorHandler.h"
 #include "FloorStreams.h"
+#include "OrvSdkRpcProtos/ip_route.grpc.pb.h"
+#include "OrvSdkRpcProtos/mpls_route.grpc.pb.h"
 #include "OrvSdkRpcProtos/orvsdk.grpc.pb.h"
 
 namespace {
 
 namespace pb = OrvSdkRpc::pb;
-using Service = pb::orvsdk_service::AsyncService;
+namespace rpc = orv::remote;
+using Programming = pb::orvsdk_service::AsyncService;
 
 using bench::FloorHandler;
 
@@ -43,6 +49,21 @@ void answer(const pb::rpc_server_state_status_msg& request, pb::rpc_server_state
    response = request;
 }
 
+// The mirror's reply to a bulk: every item is applied.
+template <class Request, class Response>
+void applied(const Request& request, Response& response) {
+   response.mutable_status();
+   response.set_count(static_cast<std::uint64_t>(request.requests_size()));
+}
+
+void answer(const rpc::BulkIpRouteSetRequest& request, rpc::BulkIpRouteSetResponse& response) {
+   applied(request, response);
+}
+
+void answer(const rpc::BulkMplsRouteSetRequest& request, rpc::BulkMplsRouteSetResponse& response) {
+   applied(request, response);
+}
+
 template <class Request, class Response>
 struct MemberMessages {
    Request request;
@@ -56,7 +77,7 @@ struct ArenaMessages {
    Response& response = *google::protobuf::Arena::CreateMessage<Response>(&arena);
 };
 
-template <class Request, class Response, template <class, class> class Messages>
+template <class Service, class Request, class Response, template <class, class> class Messages>
 class UnaryHandler final : public FloorHandler {
 public:
    using Method = void (Service::*)(grpc::ServerContext*, Request*,
@@ -87,31 +108,49 @@ private:
    bool answered_ = false;
 };
 
-template <template <class, class> class Messages = MemberMessages, class Request, class Response, class Base>
+template <template <class, class> class Messages = MemberMessages, class Service, class Request,
+          class Response, class Base>
 void post(Service& service, grpc::ServerCompletionQueue& queue,
           void (Base::*method)(grpc::ServerContext*, Request*, grpc::ServerAsyncResponseWriter<Response>*,
                                grpc::CompletionQueue*, grpc::ServerCompletionQueue*, void*)) {
-   new UnaryHandler<Request, Response, Messages>(service, queue, method);
+   new UnaryHandler<Service, Request, Response, Messages>(service, queue, method);
 }
 
 template <template <class, class> class BulkMessages>
-void postBulks(Service& service, grpc::ServerCompletionQueue& queue) {
-   post<BulkMessages>(service, queue, &Service::Requestnexthop_group_bulk);
-   post<BulkMessages>(service, queue, &Service::Requestip_route_bulk);
-   post<BulkMessages>(service, queue, &Service::Requestnexthop_group_tunnel_bulk);
-   post<BulkMessages>(service, queue, &Service::Requestmpls_route_bulk);
+void postBulks(Programming& service, grpc::ServerCompletionQueue& queue) {
+   post<BulkMessages>(service, queue, &Programming::Requestnexthop_group_bulk);
+   post<BulkMessages>(service, queue, &Programming::Requestip_route_bulk);
+   post<BulkMessages>(service, queue, &Programming::Requestnexthop_group_tunnel_bulk);
+   post<BulkMessages>(service, queue, &Programming::Requestmpls_route_bulk);
 }
 
-void postSingles(Service& service, grpc::ServerCompletionQueue& queue) {
-   post(service, queue, &Service::Requestrpc_server_init);
-   post(service, queue, &Service::Requestrpc_server_resync);
-   post(service, queue, &Service::Requestrpc_server_state);
-   post(service, queue, &Service::Requestget_rpc_server_state);
-   post(service, queue, &Service::Requestnexthop_group);
-   post(service, queue, &Service::Requestip_route);
-   post(service, queue, &Service::Requestnexthop_group_tunnel);
-   post(service, queue, &Service::Requestmpls_route);
+void postSingles(Programming& service, grpc::ServerCompletionQueue& queue) {
+   post(service, queue, &Programming::Requestrpc_server_init);
+   post(service, queue, &Programming::Requestrpc_server_resync);
+   post(service, queue, &Programming::Requestrpc_server_state);
+   post(service, queue, &Programming::Requestget_rpc_server_state);
+   post(service, queue, &Programming::Requestnexthop_group);
+   post(service, queue, &Programming::Requestip_route);
+   post(service, queue, &Programming::Requestnexthop_group_tunnel);
+   post(service, queue, &Programming::Requestmpls_route);
 }
+
+// The services of the mirror whose bulks the floor answers.
+struct Mirror {
+   rpc::IpRouteMgrService::AsyncService ipRoutes;
+   rpc::MplsRouteMgrService::AsyncService mplsRoutes;
+
+   void registerWith(grpc::ServerBuilder& builder) {
+      builder.RegisterService(&ipRoutes);
+      builder.RegisterService(&mplsRoutes);
+   }
+   template <template <class, class> class BulkMessages>
+   void post(grpc::ServerCompletionQueue& queue) {
+      ::post<BulkMessages>(ipRoutes, queue, &rpc::IpRouteMgrService::AsyncService::Requestbulk_ip_route_set);
+      ::post<BulkMessages>(mplsRoutes, queue,
+                           &rpc::MplsRouteMgrService::AsyncService::Requestbulk_mpls_route_set);
+   }
+};
 
 }  // namespace
 
@@ -123,11 +162,15 @@ int main(int argc, char** argv) {
    app.add_flag("--arena", arena, "Keep the messages of a bulk on an arena");
    bench::FloorStreamOptions stream;
    auto* message = app.add_option("--message", stream.messageFile, "File with the message that is streamed");
-   app.add_option("--stream", stream.rpc, "Serve this stream too")
-        ->check(CLI::IsMember({"list", "dump", "watch", "rates"}))
-        ->needs(message);
+   auto* streamed = app.add_option("--stream", stream.rpc, "Serve this stream too")
+                         ->check(CLI::IsMember(bench::FloorStreams::names()))
+                         ->needs(message);
    app.add_option("--count", stream.count, "Messages in a list or a dump");
    app.add_flag("--fresh", stream.fresh, "Make each batch of rates anew");
+   bool mirrorBulks = false;
+   // A server can have each service only once, and the streams have theirs.
+   app.add_flag("--mirror-bulks", mirrorBulks, "Answer the mirror's bulks of routes and labels too")
+        ->excludes(streamed);
    CLI11_PARSE(app, argc, argv);
 
    sigset_t ends;
@@ -144,11 +187,14 @@ int main(int argc, char** argv) {
       std::fprintf(stderr, "%s\n", error.what());
       return 2;
    }
-   Service service;
+   Programming service;
+   std::optional<Mirror> mirror;
+   if (mirrorBulks) mirror.emplace();
    grpc::ServerBuilder builder;
    builder.AddListeningPort(address, grpc::InsecureServerCredentials());
    builder.RegisterService(&service);
    if (streams) streams->registerWith(builder);
+   if (mirror) mirror->registerWith(builder);
    const auto queue = builder.AddCompletionQueue();
    const auto server = builder.BuildAndStart();
    if (!server) {
@@ -158,8 +204,10 @@ int main(int argc, char** argv) {
    postSingles(service, *queue);
    if (arena) {
       postBulks<ArenaMessages>(service, *queue);
+      if (mirror) mirror->post<ArenaMessages>(*queue);
    } else {
       postBulks<MemberMessages>(service, *queue);
+      if (mirror) mirror->post<MemberMessages>(*queue);
    }
    if (streams) streams->post(*queue);
    bench::FloorPump pump(*queue);

@@ -38,6 +38,12 @@ std::unique_ptr<bench::Workload> workloadOf(const Options& options) {
    if (options.workload == "label-bulk") {
       return bench::bulkLabels(options.total, options.perBulk, options.groups);
    }
+   if (options.workload == "mirror-route-bulk") {
+      return bench::bulkMirrorRoutes(options.total, options.perBulk, options.groups);
+   }
+   if (options.workload == "mirror-label-bulk") {
+      return bench::bulkMirrorLabels(options.total, options.perBulk, options.groups);
+   }
    if (options.workload == "redirect") return bench::singleRedirects(options.total);
    if (options.workload == "redirect-bulk") return bench::bulkRedirects(options.total, options.perBulk);
    return bench::emptyCalls();
@@ -106,8 +112,8 @@ int main(int argc, char** argv) {
    app.add_option("--target", options.target, "Server's address, as gRPC writes it")->required();
    app.add_option("--workload", options.workload, "What to send")
         ->required()
-        ->check(CLI::IsMember(
-             {"route", "route-bulk", "group-bulk", "label-bulk", "redirect", "redirect-bulk", "empty"}));
+        ->check(CLI::IsMember({"route", "route-bulk", "group-bulk", "label-bulk", "mirror-route-bulk",
+                               "mirror-label-bulk", "redirect", "redirect-bulk", "empty"}));
    app.add_option("--in-flight", options.inFlight, "Requests outstanding at any moment")
         ->check(CLI::PositiveNumber);
    auto* seconds =

@@ -10,6 +10,8 @@
 #include "OrvSdkRpcProtos/agent.pb.h"
 #include "OrvSdkRpcProtos/intf.pb.h"
 #include "OrvSdkRpcProtos/intf_counter.pb.h"
+#include "OrvSdkRpcProtos/ip_route.pb.h"
+#include "OrvSdkRpcProtos/mpls_route.pb.h"
 #include "OrvSdkRpcProtos/nexthop_group.pb.h"
 #include "testing/base/TempDir.h"
 
@@ -121,6 +123,33 @@ TEST(StreamClient, aStreamThatIsNotThereIsAnError) {
    EXPECT_THROW(client.readPasses(path, "", "", 0s), std::runtime_error);
    EXPECT_THROW(client.read(path, "", [](const std::string&) { return true; }), std::runtime_error);
    EXPECT_THROW(StreamClient("unix:/nonexistent/socket", 50ms), std::runtime_error);
+}
+
+TEST(FloorStreams, routesLabelsAndAcknowledgementsAreRepeated) {
+   rpc::IpRoutesResponse route;
+   route.mutable_route()->set_tag(7);
+   {
+      const Floor floor("routes", route, 1500);
+      StreamClient client(floor.address());
+      const auto result = client.readPasses("/orv.remote.IpRouteMgrService/ip_routes", "", "", 0s);
+      EXPECT_EQ(result.items, 1500u);
+      EXPECT_EQ(result.sample, route.SerializeAsString());
+   }
+   rpc::MplsRouteWatchResponse label;
+   label.mutable_on_mpls_route_set()->set_hw_version_id(7);
+   {
+      const Floor floor("labels", label, 0);
+      StreamClient client(floor.address());
+      const auto result = client.readFor("/orv.remote.MplsRouteMgrService/watch", "", 1, 50ms, nullptr);
+      EXPECT_EQ(result.bytes, result.items * label.ByteSizeLong());
+   }
+   rpc::MplsIntegratedAckResponse ack;
+   ack.mutable_mpls_route_via_set_version_info()->set_version_id(7);
+   const Floor floor("acks", ack, 0);
+   StreamClient client(floor.address());
+   const auto result =
+        client.readFor("/orv.remote.MplsRouteMgrService/watch_mpls_integrated", "", 1, 50ms, nullptr);
+   EXPECT_EQ(result.bytes, result.items * ack.ByteSizeLong());
 }
 
 TEST(FloorStreams, aMessageOfAnotherKindIsRefused) {

@@ -4,12 +4,15 @@
 
 #include <set>
 
+#include "OrvSdkRpcProtos/ip_route.pb.h"
+#include "OrvSdkRpcProtos/mpls_route.pb.h"
 #include "OrvSdkRpcProtos/orvsdk.pb.h"
 
 namespace bench {
 namespace {
 
 namespace pb = OrvSdkRpc::pb;
+namespace rpc = orv::remote;
 
 template <class Message>
 Message parse(const grpc::ByteBuffer& buffer) {
@@ -89,6 +92,51 @@ TEST(Workload, bulkLabelsNameEachLabelOnceAndTakeTurnsBetweenTheGroups) {
    EXPECT_EQ(seen.size(), 300u);
    // More labels than exist.
    EXPECT_THROW(bulkLabels(std::uint64_t{1} << 20, 1 << 10, 1), std::invalid_argument);
+}
+
+TEST(Workload, bulksOfTheMirrorSetEachRouteWithOneViaOverAGroup) {
+   const auto workload = bulkMirrorRoutes(300, 100, 7);
+   EXPECT_EQ(workload->method(), "/orv.remote.IpRouteMgrService/bulk_ip_route_set");
+   EXPECT_EQ(workload->itemsPerRequest(), 100u);
+   std::set<std::string> seen;
+   for (std::uint64_t bulk = 0; bulk < 3; ++bulk) {
+      const auto message = parse<rpc::BulkIpRouteSetRequest>(workload->next());
+      ASSERT_EQ(message.requests_size(), 100);
+      for (const auto& request : message.requests()) {
+         const auto& key = request.ip_route().key();
+         seen.insert(key.prefix().network());
+         ASSERT_EQ(request.vias_size(), 1);
+         EXPECT_EQ(request.vias(0).route_key().SerializeAsString(), key.SerializeAsString());
+      }
+      EXPECT_EQ(message.requests(0).vias(0).nexthop_group(), groupName(100 * bulk % 7));
+   }
+   EXPECT_EQ(seen.size(), 300u);
+   rpc::BulkIpRouteSetResponse reply;
+   ASSERT_TRUE(reply.ParseFromString(workload->expectedReply()));
+   EXPECT_TRUE(reply.has_status());
+   EXPECT_EQ(reply.count(), 100u);
+   EXPECT_THROW(bulkMirrorRoutes(150, 100, 1), std::invalid_argument);
+}
+
+TEST(Workload, bulksOfTheMirrorSetEachLabelOnceWithAVersion) {
+   const auto workload = bulkMirrorLabels(300, 100, 7);
+   EXPECT_EQ(workload->method(), "/orv.remote.MplsRouteMgrService/bulk_mpls_route_set");
+   std::set<std::uint32_t> seen;
+   for (int bulk = 0; bulk < 3; ++bulk) {
+      const auto message = parse<rpc::BulkMplsRouteSetRequest>(workload->next());
+      ASSERT_EQ(message.requests_size(), 100);
+      for (const auto& request : message.requests()) {
+         const auto& key = request.route().key();
+         ASSERT_EQ(key.labels_size(), 1);
+         EXPECT_GE(key.labels(0).label(), 16u);
+         seen.insert(key.labels(0).label());
+         EXPECT_NE(request.route().version_id(), 0u);
+         ASSERT_EQ(request.vias_size(), 1);
+         EXPECT_EQ(request.vias(0).route_key().SerializeAsString(), key.SerializeAsString());
+      }
+   }
+   EXPECT_EQ(seen.size(), 300u);
+   EXPECT_THROW(bulkMirrorLabels(std::uint64_t{1} << 20, 1 << 10, 1), std::invalid_argument);
 }
 
 TEST(Workload, bulkAndSingleRedirectsAreTheSame) {
