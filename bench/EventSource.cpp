@@ -21,14 +21,6 @@ std::vector<std::shared_ptr<OrvSdkRpc::RequestHandler>> watchersOf(OrvSdkRpc::Ag
    return service.subscriptions().getHandlers();
 }
 
-// The longest queue among the streams.
-std::size_t longestQueue(const std::vector<std::shared_ptr<OrvSdkRpc::RequestHandler>>& streams) {
-   std::size_t longest = 0;
-   for (const auto& stream : streams)
-      longest = std::max(longest, dynamic_cast<OrvSdkRpc::EventStream&>(*stream).queued());
-   return longest;
-}
-
 std::int64_t threadCpuNanos() {
    timespec now{};
    ::clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
@@ -39,6 +31,13 @@ const std::string name = "bench-option";
 const std::string value = "a value of some length";
 
 }  // namespace
+
+std::size_t longestQueue(const std::vector<std::shared_ptr<OrvSdkRpc::RequestHandler>>& streams) {
+   std::size_t longest = 0;
+   for (const auto& stream : streams)
+      longest = std::max(longest, dynamic_cast<OrvSdkRpc::EventStream&>(*stream).queued());
+   return longest;
+}
 
 OptionSource::OptionSource(const Pavo::Ptr<Gorm::TaskScheduler>& scheduler, OrvSdkRpc::AgentService& service)
      : TimerTask(scheduler, "option source"), service_(service) {

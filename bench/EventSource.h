@@ -16,6 +16,9 @@
 
 namespace bench {
 
+// RETURNS: the number of messages in the longest queue among these event streams.
+std::size_t longestQueue(const std::vector<std::shared_ptr<OrvSdkRpc::RequestHandler>>& streams);
+
 // Publishes changes of one option to every watcher, so that streams neither run dry nor overflow.
 class OptionSource final : public Pavo::TimerTask {
 public:

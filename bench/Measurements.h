@@ -22,7 +22,7 @@ struct Setup {
    int rounds = 5;
    // Length of a timed round, in seconds.
    double seconds = 2;
-   // Distinct routes of the bulk, restart and memory figures.
+   // Distinct routes of the bulk, list, watch, restart and memory figures.
    std::uint64_t routes = 1'000'000;
    std::uint64_t groups = 1000;
    std::size_t perBulk = 1000;

@@ -18,6 +18,7 @@ struct Target {
 
 struct Figure {
    std::string key;
+   // Infinite for what never comes.
    double ours = 0;
    std::optional<double> floor;
    std::string unit;
@@ -35,6 +36,7 @@ public:
    // Keeps the figure and prints its line of the table.
    void add(Figure figure);
    // RETURNS: {"key": {"ours", "floor", "ratio", "unit"}, …}; floor and ratio are null without a floor.
+   // An infinite figure is dumped as null.
    nlohmann::json json() const;
    // RETURNS: the keys of the figures that miss their target.
    std::vector<std::string> missed() const;

@@ -8,8 +8,10 @@
 
 #include "Conversions.h"
 #include "Cores.h"
+#include "LabelMeasurements.h"
 #include "Measurements.h"
 #include "Report.h"
+#include "RouteMeasurements.h"
 #include "SbfdMeasurements.h"
 #include "Streams.h"
 #include "testing/process/Daemon.h"
@@ -47,6 +49,15 @@ const std::vector<Measurement>& measurements() {
         {"event_latency_us", bench::measureEventLatency},
         {"dump_intf_all_fields", bench::measureDump},
         {"bulk_stream_entries", bench::measureBulkStream},
+        {"list_ip_routes", bench::measureRouteList},
+        {"list_ip_routes_embedded", bench::measureRouteListEmbedded},
+        {"list_filtered_skip_ns", bench::measureFilteredList},
+        {"bulk_mirror_ip_route_set_1000", bench::measureMirrorRoutes},
+        {"bulk_mirror_mpls_route_set_1000", bench::measureMirrorLabels},
+        {"watch_mpls_routes_fanout_1", bench::measureLabelWatch},
+        {"mpls_ack_latency_ms", bench::measureAckLatency},
+        {"mpls_acks_per_s", bench::measureAckRate},
+        {"fib_watch_1m", bench::measureFibWatch},
         {"sbfd_sessions", bench::measureSbfdSessions},
         {"sbfd_alive_latency_ms", bench::measureSbfdAliveLatency},
    };
@@ -75,11 +86,13 @@ int main(int argc, char** argv) {
    app.add_option("--json", jsonFile, "Write the figures to this file, one JSON object");
    app.add_option("--rounds", setup.rounds, "Rounds per figure and server")->check(CLI::PositiveNumber);
    app.add_option("--seconds", setup.seconds, "Length of a timed round")->check(CLI::PositiveNumber);
-   app.add_option("--routes", setup.routes, "Distinct routes of the bulk, restart and memory figures");
+   app.add_option("--routes", setup.routes,
+                  "Distinct routes of the bulk, list, watch, restart and memory figures");
    app.add_option("--only", only,
                   "Measure these alone (scale_flatness comes with bulk_ip_route_1000, "
                   "rss_1m_routes_mib with restart_1m_routes_s, list_flatness with list_nexthop_groups, "
-                  "queue_bytes_per_message with publish_ns_per_watcher)")
+                  "queue_bytes_per_message with publish_ns_per_watcher, "
+                  "list_filtered_ping_ms with list_filtered_skip_ns)")
         ->check(CLI::IsMember(names()));
    app.add_flag("--quick", quick,
                 "One short round with few routes: shows that everything runs, measures nothing");

@@ -4,11 +4,14 @@
 #include <charconv>
 #include <cstdio>
 #include <exception>
+#include <stdexcept>
 #include <thread>
 
 #include "EventSource.h"
+#include "LabelSource.h"
 #include "OrvSdkRpc/mirror/AgentService.h"
 #include "OrvSdkRpc/mirror/IntfCounterService.h"
+#include "OrvSdkRpc/mirror/MplsRouteService.h"
 #include "OrvSdkRpc/mirror/NexthopGroupService.h"
 #include "OrvSdkRpc/server/GrpcServer.h"
 #include "orv/lock.h"
@@ -27,14 +30,18 @@ struct Options {
    std::size_t groups = 0;
 };
 
+std::string groupName(std::size_t index) {
+   char text[32];
+   std::snprintf(text, sizeof text, "nhg-%07zu", index);
+   return text;
+}
+
 void setGroups(softswitch::SoftSwitch& sdk, std::size_t count) {
    auto* const manager = sdk.get_nexthop_group_mgr();
    for (std::size_t first = 0; first < count; first += 1000) {
       const orv::sdk_scoped_lock lock;
       for (std::size_t index = first; index < std::min(first + 1000, count); ++index) {
-         char text[32];
-         std::snprintf(text, sizeof text, "nhg-%07zu", index);
-         orv::nexthop_group_t group(text, orv::nexthop_group_encap_t::mpls);
+         orv::nexthop_group_t group(groupName(index), orv::nexthop_group_encap_t::mpls);
          for (std::uint16_t slot = 0; slot < 4; ++slot) {
             const auto port = static_cast<std::uint8_t>((index + slot) % 64 + 1);
             const std::uint8_t hop[] = {10, 0, port, 2};
@@ -89,6 +96,10 @@ void run(const Options& options) {
    services.push_back(std::move(agent));
    services.push_back(std::make_unique<OrvSdkRpc::IntfCounterService>(sdk.get_intf_counter_mgr(), &watcher));
    services.push_back(std::make_unique<OrvSdkRpc::NexthopGroupService>(sdk.get_nexthop_group_mgr()));
+   auto labels = std::make_unique<OrvSdkRpc::MplsRouteService>(sdk.get_mpls_route_mgr(), sdk.get_mount_mgr(),
+                                                               sdk.get_nexthop_group_mgr());
+   auto& labelService = *labels;
+   services.push_back(std::move(labels));
    auto properties = std::make_unique<OrvSdkRpc::ServerProperties>();
    properties->addresses = {options.address};
    properties->internalServer = true;
@@ -106,6 +117,12 @@ void run(const Options& options) {
       auto rates = std::make_unique<bench::RatesSource>(scheduler, watcher, options.interfaces);
       countWrites(*rates);
       source = std::move(rates);
+   } else if (options.source == "labels") {
+      std::vector<std::string> groups;
+      for (std::size_t i = 0; i < options.groups; ++i)
+         groups.push_back(groupName(i));
+      if (groups.empty()) throw std::runtime_error("--source labels needs --groups");
+      source = std::make_unique<bench::LabelSource>(scheduler, sdk, labelService, groups);
    } else if (options.source != "none") {
       source = std::make_unique<bench::PublishMeter>(
            scheduler, agentService,
@@ -125,9 +142,10 @@ int main(int argc, char** argv) {
    app.add_option("--listen", options.address, "Address to listen on, as gRPC writes it")->required();
    app.add_option("--state-dir", options.stateDirectory, "State directory")->required();
    app.add_option("--source", options.source,
-                  "none; options, clock: changes of an option; rates; meter: publishes into full queues, "
-                  "meter-idle: into idle ones, and writes what it cost to --result")
-        ->check(CLI::IsMember({"none", "options", "clock", "rates", "meter", "meter-idle"}));
+                  "none; options, clock: changes of an option; rates; labels: sets them over the groups; "
+                  "meter: publishes into full queues, meter-idle: into idle ones, and writes what it cost to "
+                  "--result")
+        ->check(CLI::IsMember({"none", "options", "clock", "rates", "labels", "meter", "meter-idle"}));
    app.add_option("--result", options.resultFile, "File of the meter's result");
    app.add_option("--watchers", options.watchers, "Streams that the meter waits for");
    app.add_option("--interfaces", options.interfaces, "Interfaces whose rates change");

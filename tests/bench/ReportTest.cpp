@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <limits>
+
 namespace bench {
 namespace {
 
@@ -41,6 +43,13 @@ TEST(Report, aRatioMustStayBelowItsTarget) {
 TEST(Report, aLimitMustNotBePassed) {
    EXPECT_TRUE(limitFigure(10, 10).reached());
    EXPECT_FALSE(limitFigure(10.1, 10).reached());
+}
+
+TEST(Report, whatNeverComesMissesItsLimitAndIsNullInJson) {
+   Report report;
+   report.add(limitFigure(std::numeric_limits<double>::infinity(), 10));
+   EXPECT_EQ(report.missed(), std::vector<std::string>{"limit"});
+   EXPECT_TRUE(nlohmann::json::parse(report.json().dump()).at("limit").at("ours").is_null());
 }
 
 TEST(Report, jsonHoldsTheFourFieldsOfEachKey) {
