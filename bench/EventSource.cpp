@@ -72,43 +72,50 @@ void ClockSource::taskExecute() {
    service_.on_agent_option(name, std::to_string(Zelt::Clock::steadyNanos()));
 }
 
+BulkSource::BulkSource(const Pavo::Ptr<Gorm::TaskScheduler>& scheduler, Pavo::String sourceName,
+                       std::size_t keys)
+     : TimerTask(scheduler, std::move(sourceName)), keys_(keys) {
+   scheduleTask();
+}
+
+void BulkSource::taskExecute() {
+   if (!watched()) {
+      watchedBefore_ = false;
+      scheduleTaskLowestDelay(millisecond);
+      return;
+   }
+   if (!watchedBefore_) {
+      watchedBefore_ = true;
+      published_ = written_;
+   }
+   constexpr std::uint64_t burst = 1000;
+   if (published_ - written_ + burst > keys_) {
+      scheduleTaskLowestDelay(50 * microsecond);
+      return;
+   }
+   for (std::uint64_t i = 0; i < burst; ++i, ++published_)
+      publish(published_);
+   scheduleTask();
+}
+
 RatesSource::RatesSource(const Pavo::Ptr<Gorm::TaskScheduler>& scheduler,
                          OrvSdkRpc::IntfTrafficRatesWatcher& watcher, std::size_t interfaces)
-     : TimerTask(scheduler, "rates source"), watcher_(watcher) {
+     : BulkSource(scheduler, "rates source", interfaces), watcher_(watcher) {
    for (std::size_t i = 1; i <= interfaces; ++i) {
       const std::string intf = "Ethernet" + std::to_string(i);
       interfaces_.emplace_back(intf);
       // The switch announces an interface before it publishes rates.
       orv::host::intf_name_known(intf);
    }
-   scheduleTask();
 }
 
-void RatesSource::taskExecute() {
-   if (!watcher_.watching()) {
-      watched_ = false;
-      scheduleTaskLowestDelay(millisecond);
-      return;
-   }
-   if (!watched_) {
-      watched_ = true;
-      published_ = written_;
-   }
-   constexpr std::uint64_t burst = 1000;
-   if (published_ - written_ + burst > interfaces_.size()) {
-      scheduleTaskLowestDelay(50 * microsecond);
-      return;
-   }
-   for (std::uint64_t i = 0; i < burst; ++i, ++published_) {
-      const auto rate = static_cast<double>(published_ + 1);
-      watcher_.onTrafficRatesUpdate(interfaces_[published_ % interfaces_.size()],
-                                    {.outPktsRate = rate,
-                                     .inPktsRate = rate + 0.5,
-                                     .outBitsRate = rate * 4096,
-                                     .inBitsRate = rate * 4096 + 0.5,
-                                     .sampleTime = 1.7e9 + rate});
-   }
-   scheduleTask();
+void RatesSource::publish(std::uint64_t n) {
+   const auto rate = static_cast<double>(n + 1);
+   watcher_.onTrafficRatesUpdate(interfaces_[n % interfaces_.size()], {.outPktsRate = rate,
+                                                                       .inPktsRate = rate + 0.5,
+                                                                       .outBitsRate = rate * 4096,
+                                                                       .inBitsRate = rate * 4096 + 0.5,
+                                                                       .sampleTime = 1.7e9 + rate});
 }
 
 PublishMeter::PublishMeter(const Pavo::Ptr<Gorm::TaskScheduler>& scheduler, OrvSdkRpc::AgentService& service,

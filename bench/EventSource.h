@@ -1,7 +1,7 @@
 // Events without a switch: calls the services' callbacks from the main loop, as the SDK does, as fast as the
 // streams accept them, and measures the cost.
 //
-// Thread-safety: as Pavo::Task; any thread may call RatesSource::written.
+// Thread-safety: as Pavo::Task; any thread may call BulkSource::written.
 #pragma once
 
 #include <atomic>
@@ -13,6 +13,7 @@
 #include "OrvSdkRpc/hardware/IntfTrafficRatesWatcher.h"
 #include "OrvSdkRpc/mirror/AgentService.h"
 #include "platform/gorm/PavoTask.h"
+#include "platform/pavo/String.h"
 
 namespace bench {
 
@@ -42,24 +43,41 @@ private:
    OrvSdkRpc::AgentService& service_;
 };
 
-// Publishes the rates of `interfaces` interfaces in turn, but not of an interface whose last rates are still
-// queued.
-class RatesSource final : public Pavo::TimerTask {
+// Publishes the values of `keys` keys in turn to the bulk streams of a service, but not of a key whose last
+// value is still queued.
+class BulkSource : public Pavo::TimerTask {
+public:
+   // Reports that `entries` more entries were written to the stream.
+   void written(std::uint64_t entries) { written_ += entries; }
+
+protected:
+   BulkSource(const Pavo::Ptr<Gorm::TaskScheduler>& scheduler, Pavo::String name, std::size_t keys);
+
+   [[nodiscard]] virtual bool watched() const = 0;
+   // Publishes value number `n`, counted from 0, which belongs to key n % keys.
+   virtual void publish(std::uint64_t n) = 0;
+
+private:
+   void taskExecute() final;
+
+   const std::size_t keys_;
+   std::atomic<std::uint64_t> written_{0};
+   std::uint64_t published_ = 0;
+   bool watchedBefore_ = false;
+};
+
+// Publishes the rates of `interfaces` interfaces.
+class RatesSource final : public BulkSource {
 public:
    RatesSource(const Pavo::Ptr<Gorm::TaskScheduler>& scheduler, OrvSdkRpc::IntfTrafficRatesWatcher& watcher,
                std::size_t interfaces);
 
-   // Reports that `entries` more entries were written to the stream.
-   void written(std::uint64_t entries) { written_ += entries; }
-
 private:
-   void taskExecute() override;
+   [[nodiscard]] bool watched() const override { return watcher_.watching(); }
+   void publish(std::uint64_t n) override;
 
    OrvSdkRpc::IntfTrafficRatesWatcher& watcher_;
    std::vector<Lumic::IntfId> interfaces_;
-   std::atomic<std::uint64_t> written_{0};
-   std::uint64_t published_ = 0;
-   bool watched_ = false;
 };
 
 // Measures the cost of publish per event and watcher, once `watchers` streams are open. Ends the process.

@@ -10,6 +10,7 @@
 #include "OrvSdkRpcProtos/ip_route.grpc.pb.h"
 #include "OrvSdkRpcProtos/mpls_route.grpc.pb.h"
 #include "OrvSdkRpcProtos/nexthop_group.grpc.pb.h"
+#include "OrvSdkRpcProtos/policy_map_counters.grpc.pb.h"
 
 namespace bench {
 namespace {
@@ -142,7 +143,7 @@ const rpc::WatchIntfResponse& dumpEnd() {
 }  // namespace
 
 std::vector<std::string> FloorStreams::names() {
-   return {"list", "routes", "dump", "watch", "labels", "acks", "rates"};
+   return {"list", "routes", "dump", "watch", "labels", "acks", "rates", "policies"};
 }
 
 std::unique_ptr<FloorStreams> FloorStreams::make(const FloorStreamOptions& options) {
@@ -177,6 +178,11 @@ std::unique_ptr<FloorStreams> FloorStreams::make(const FloorStreamOptions& optio
    if (options.rpc == "rates") {
       using Rpc = rpc::IntfCounterMgrService;
       return streams<Rpc>(&Rpc::AsyncService::Requestintf_traffic_rates_stream, file,
+                          {.fresh = options.fresh});
+   }
+   if (options.rpc == "policies") {
+      using Rpc = rpc::PolicyMapCountersService;
+      return streams<Rpc>(&Rpc::AsyncService::Requestwatch_policy_map_counters, file,
                           {.fresh = options.fresh});
    }
    return nullptr;

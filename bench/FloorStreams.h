@@ -36,7 +36,7 @@ public:
    virtual void post(grpc::ServerCompletionQueue& queue) = 0;
 
    // list (of nexthop groups), routes (a list), dump (of interfaces), watch (of the agent), labels and acks
-   // (watches), and rates (in batches).
+   // (watches), rates and policies (in batches).
    static std::vector<std::string> names();
    // RETURNS: null if `options` names no RPC.
    // THROWS: std::runtime_error if the file does not hold such a message.

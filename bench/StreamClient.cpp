@@ -156,7 +156,8 @@ StreamResult StreamClient::readPasses(const std::string& path, const std::string
 
 StreamResult StreamClient::readFor(const std::string& path, const std::string& request, std::size_t streams,
                                    std::chrono::duration<double> duration,
-                                   const std::function<std::uint64_t(const std::string&)>& itemsOf) {
+                                   const std::function<std::uint64_t(const std::string&)>& itemsOf,
+                                   const std::function<bool(const std::string&)>& begins) {
    grpc::CompletionQueue queue;
    std::vector<std::unique_ptr<Stream>> open;
    for (std::size_t i = 0; i < streams; ++i)
@@ -182,8 +183,13 @@ StreamResult StreamClient::readFor(const std::string& path, const std::string& r
          continue;
       }
       if (silent > 0) {
+         bool first = true;
+         if (begins) {
+            toString(stream.message(), bytes);
+            first = begins(bytes);
+         }
          for (std::size_t i = 0; i < streams; ++i) {
-            if (open[i].get() == &stream && !delivered[i]) {
+            if (first && open[i].get() == &stream && !delivered[i]) {
                delivered[i] = true;
                --silent;
             }

@@ -43,11 +43,13 @@ public:
    StreamResult readPasses(const std::string& path, const std::string& request, const std::string& last,
                            std::chrono::duration<double> duration);
 
-   // Keeps `streams` streams open and reads them for `duration`, which starts when each has delivered its
-   // first message. `itemsOf(message)` counts the items of a message; without it, each message is one item.
+   // Keeps `streams` streams open and reads them for `duration`, which starts when each has delivered a
+   // message; with `begins`, a message for which this is true. `itemsOf(message)` counts the items of a
+   // message; without it, each message is one item.
    StreamResult readFor(const std::string& path, const std::string& request, std::size_t streams,
                         std::chrono::duration<double> duration,
-                        const std::function<std::uint64_t(const std::string&)>& itemsOf);
+                        const std::function<std::uint64_t(const std::string&)>& itemsOf,
+                        const std::function<bool(const std::string&)>& begins = nullptr);
 
    // Calls `each(message)` for the messages of one stream until it returns false.
    void read(const std::string& path, const std::string& request,

@@ -212,4 +212,21 @@ void measureBulkStream(const Setup& setup, Report& report) {
                        how + "makes each batch anew"));
 }
 
+void measurePolicyCounters(const Setup& setup, Report& report) {
+   constexpr std::uint64_t rules = 10'000;
+   const StreamHost host(setup, {"--source", "policies", "--rules", std::to_string(rules)});
+   const auto arguments = reading("policies", setup.seconds);
+   const SampleMessage message(setup, host.address(), reading("policies", 0.5));
+   const FloorServer floorServer(setup.floorProgram, floorFlags(setup, "policies", message, 0));
+   Samples ours;
+   Samples floor;
+   for (int round = 0; round < setup.rounds; ++round) {
+      sample(setup.streamProgram, host.address(), host.pid(), arguments, ours);
+      sample(setup.streamProgram, floorServer.address(), floorServer.pid(), arguments, floor);
+   }
+   report.add(figureOf("policy_counters_entries", "entries/s", ours, floor, 0.40,
+                       std::to_string(rules) + " rules, batches of up to " + std::to_string(message.bytes()) +
+                            " bytes, from the platform's table to the reader"));
+}
+
 }  // namespace bench

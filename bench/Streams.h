@@ -14,5 +14,6 @@ void measurePublish(const Setup& setup, Report& report);
 void measureEventLatency(const Setup& setup, Report& report);
 void measureDump(const Setup& setup, Report& report);
 void measureBulkStream(const Setup& setup, Report& report);
+void measurePolicyCounters(const Setup& setup, Report& report);
 
 }  // namespace bench

@@ -49,6 +49,7 @@ const std::vector<Measurement>& measurements() {
         {"event_latency_us", bench::measureEventLatency},
         {"dump_intf_all_fields", bench::measureDump},
         {"bulk_stream_entries", bench::measureBulkStream},
+        {"policy_counters_entries", bench::measurePolicyCounters},
         {"list_ip_routes", bench::measureRouteList},
         {"list_ip_routes_embedded", bench::measureRouteListEmbedded},
         {"list_filtered_skip_ns", bench::measureFilteredList},

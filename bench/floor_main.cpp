@@ -166,7 +166,7 @@ int main(int argc, char** argv) {
                          ->check(CLI::IsMember(bench::FloorStreams::names()))
                          ->needs(message);
    app.add_option("--count", stream.count, "Messages in a list or a dump");
-   app.add_flag("--fresh", stream.fresh, "Make each batch of rates anew");
+   app.add_flag("--fresh", stream.fresh, "Make each batch anew");
    bool mirrorBulks = false;
    // A server can have each service only once, and the streams have theirs.
    app.add_flag("--mirror-bulks", mirrorBulks, "Answer the mirror's bulks of routes and labels too")

@@ -13,7 +13,9 @@
 #include "OrvSdkRpc/mirror/IntfCounterService.h"
 #include "OrvSdkRpc/mirror/MplsRouteService.h"
 #include "OrvSdkRpc/mirror/NexthopGroupService.h"
+#include "OrvSdkRpc/mirror/PolicyMapCountersService.h"
 #include "OrvSdkRpc/server/GrpcServer.h"
+#include "PolicySource.h"
 #include "orv/lock.h"
 #include "orv/tracer.h"
 #include "softswitch/soft_switch.h"
@@ -28,6 +30,7 @@ struct Options {
    std::size_t watchers = 1;
    std::size_t interfaces = 10'000;
    std::size_t groups = 0;
+   std::size_t rules = 10'000;
 };
 
 std::string groupName(std::size_t index) {
@@ -69,8 +72,8 @@ private:
    OrvSdkRpc::GrpcServer& server_;
 };
 
-// Counts the entries that the service reports in its trace: "Wrote {} entries to handler …".
-void countWrites(bench::RatesSource& source) {
+// Counts the entries that the service with this tracer reports: "Wrote {} entries to handler …".
+void countWrites(bench::BulkSource& source, const std::string& tracer) {
    orv::trace_sink_is([&source](std::string_view, int, std::string_view text) {
       constexpr std::string_view wrote = "Wrote ";
       if (!text.starts_with(wrote)) return;
@@ -78,7 +81,7 @@ void countWrites(bench::RatesSource& source) {
       std::from_chars(text.data() + wrote.size(), text.data() + text.size(), entries);
       source.written(entries);
    });
-   orv::trace_setting_is("intf_counter/8");
+   orv::trace_setting_is(tracer + "/8");
 }
 
 // Runs until it is killed.
@@ -100,6 +103,10 @@ void run(const Options& options) {
                                                                sdk.get_nexthop_group_mgr());
    auto& labelService = *labels;
    services.push_back(std::move(labels));
+   auto policies =
+        std::make_unique<OrvSdkRpc::PolicyMapCountersService>(sdk.get_policy_map_mgr(), sdk.get_mount_mgr());
+   auto& policyService = *policies;
+   services.push_back(std::move(policies));
    auto properties = std::make_unique<OrvSdkRpc::ServerProperties>();
    properties->addresses = {options.address};
    properties->internalServer = true;
@@ -115,7 +122,7 @@ void run(const Options& options) {
       source = std::make_unique<bench::ClockSource>(scheduler, agentService);
    } else if (options.source == "rates") {
       auto rates = std::make_unique<bench::RatesSource>(scheduler, watcher, options.interfaces);
-      countWrites(*rates);
+      countWrites(*rates, "intf_counter");
       source = std::move(rates);
    } else if (options.source == "labels") {
       std::vector<std::string> groups;
@@ -123,6 +130,10 @@ void run(const Options& options) {
          groups.push_back(groupName(i));
       if (groups.empty()) throw std::runtime_error("--source labels needs --groups");
       source = std::make_unique<bench::LabelSource>(scheduler, sdk, labelService, groups);
+   } else if (options.source == "policies") {
+      auto counters = std::make_unique<bench::PolicySource>(scheduler, sdk, policyService, options.rules);
+      countWrites(*counters, "policy_map_counters");
+      source = std::move(counters);
    } else if (options.source != "none") {
       source = std::make_unique<bench::PublishMeter>(
            scheduler, agentService,
@@ -141,14 +152,18 @@ int main(int argc, char** argv) {
    Options options;
    app.add_option("--listen", options.address, "Address to listen on, as gRPC writes it")->required();
    app.add_option("--state-dir", options.stateDirectory, "State directory")->required();
-   app.add_option("--source", options.source,
-                  "none; options, clock: changes of an option; rates; labels: sets them over the groups; "
-                  "meter: publishes into full queues, meter-idle: into idle ones, and writes what it cost to "
-                  "--result")
-        ->check(CLI::IsMember({"none", "options", "clock", "rates", "labels", "meter", "meter-idle"}));
+   app.add_option(
+           "--source", options.source,
+           "none; options, clock: changes of an option; rates; policies: counters of a policy; labels: sets "
+           "them over the groups; "
+           "meter: publishes into full queues, meter-idle: into idle ones, and writes what it cost to "
+           "--result")
+        ->check(CLI::IsMember(
+             {"none", "options", "clock", "rates", "policies", "labels", "meter", "meter-idle"}));
    app.add_option("--result", options.resultFile, "File of the meter's result");
    app.add_option("--watchers", options.watchers, "Streams that the meter waits for");
    app.add_option("--interfaces", options.interfaces, "Interfaces whose rates change");
+   app.add_option("--rules", options.rules, "Rules whose counters change");
    app.add_option("--groups", options.groups, "Nexthop groups that the switch has");
    CLI11_PARSE(app, argc, argv);
    try {

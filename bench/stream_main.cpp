@@ -13,6 +13,7 @@
 #include "OrvSdkRpcProtos/intf_counter.pb.h"
 #include "OrvSdkRpcProtos/ip_route.pb.h"
 #include "OrvSdkRpcProtos/mpls_route.pb.h"
+#include "OrvSdkRpcProtos/policy_map_counters.pb.h"
 #include "StreamClient.h"
 
 namespace {
@@ -123,6 +124,13 @@ nlohmann::json latency(bench::StreamClient& client, const Options& options) {
            {"p99_us", static_cast<double>(microseconds.quantile(0.99)) / 1e3}};
 }
 
+// Whether the batch is no longer of the snapshot, which introduces every counter with its long key.
+bool afterSnapshot(const std::string& bytes) {
+   rpc::PolicyMapCountersWatchResponse batch;
+   if (!batch.ParseFromString(bytes)) throw std::runtime_error("a batch that does not parse");
+   return batch.data_size() != 0 && !batch.data(0).has_key_name();
+}
+
 // Counts events until there are enough or the server ends the stream. An event of the FIB's routes, and an
 // acknowledgement of a label, is a response with field 1.
 nlohmann::json hear(bench::StreamClient& client, const Options& options) {
@@ -177,6 +185,10 @@ nlohmann::json run(const Options& options) {
       result = dump(client, options);
    } else if (options.workload == "watch") {
       result = client.readFor(watch.path, watch.request, options.streams, duration, nullptr);
+   } else if (options.workload == "policies") {
+      result = client.readFor("/orv.remote.PolicyMapCountersService/watch_policy_map_counters",
+                              rpc::PolicyMapCountersWatchRequest().SerializeAsString(), 1, duration,
+                              bench::entriesOf, afterSnapshot);
    } else {
       result = client.readFor("/orv.remote.IntfCounterMgrService/intf_traffic_rates_stream",
                               rpc::IntfTrafficRatesStreamRequest().SerializeAsString(), 1, duration,
@@ -192,12 +204,13 @@ int main(int argc, char** argv) {
    CLI::App app("Reads streams and prints what it saw as JSON");
    Options options;
    app.add_option("--target", options.target, "Server's address, as gRPC writes it")->required();
-   app.add_option(
-           "--workload", options.workload,
-           "What to do: read a list, a dump, a watch or rates; time the events of a watch; open a watch "
-           "and never read it; hear --events of a watch; time the acknowledgements of labels")
+   app.add_option("--workload", options.workload,
+                  "What to do: read a list, a dump, a watch, rates or policies; time the events of a watch; "
+                  "open a watch "
+                  "and never read it; hear --events of a watch; time the acknowledgements of labels")
         ->required()
-        ->check(CLI::IsMember({"list", "dump", "watch", "rates", "latency", "stall", "hear", "ack-latency"}));
+        ->check(CLI::IsMember(
+             {"list", "dump", "watch", "rates", "policies", "latency", "stall", "hear", "ack-latency"}));
    app.add_option("--of", options.of, "What is listed [groups] or watched [agent]")
         ->check(CLI::IsMember(
              {"groups", "routes", "routes-embedded", "routes-skipped", "agent", "labels", "acks", "fib"}));

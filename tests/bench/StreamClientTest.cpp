@@ -13,6 +13,7 @@
 #include "OrvSdkRpcProtos/ip_route.pb.h"
 #include "OrvSdkRpcProtos/mpls_route.pb.h"
 #include "OrvSdkRpcProtos/nexthop_group.pb.h"
+#include "OrvSdkRpcProtos/policy_map_counters.pb.h"
 #include "testing/base/TempDir.h"
 
 namespace bench {
@@ -101,6 +102,22 @@ TEST(StreamClient, entriesOfBatchesAreCounted) {
    EXPECT_GT(result.items, 0u);
    EXPECT_EQ(result.items % 300, 0u);
    EXPECT_EQ(result.sample, message.SerializeAsString());
+}
+
+TEST(StreamClient, theTimeBeginsWithTheMessageThatIsAskedFor) {
+   rpc::PolicyMapCountersWatchResponse message;
+   message.add_data()->set_key(7);
+   const Floor floor("policies", message, 0);
+   StreamClient client(floor.address());
+   int passed = 0;
+   const auto result = client.readFor("/orv.remote.PolicyMapCountersService/watch_policy_map_counters", "", 1,
+                                      50ms, entriesOf, [&](const std::string& bytes) {
+                                         EXPECT_EQ(bytes, message.SerializeAsString());
+                                         return ++passed == 3;
+                                      });
+   EXPECT_EQ(passed, 3);
+   EXPECT_GT(result.items, 0u);
+   EXPECT_EQ(result.bytes, result.items * message.ByteSizeLong());
 }
 
 TEST(StreamClient, oneStreamIsReadForAsLongAsItIsWanted) {

@@ -26,12 +26,26 @@ TEST(Bench, aQuickRunTellsEveryFigure) {
    ASSERT_EQ(bench.wait(), (Ending{.exitCode = 0})) << bench.log();
    const auto figures = nlohmann::json::parse(std::ifstream(directory / "figures"));
 
-   for (const auto* key :
-        {"unary_ip_route_64", "unary_ip_route_1", "bulk_ip_route_1000", "bulk_nexthop_group_1000",
-         "bulk_mpls_route_1000", "bulk_redirect_1000", "resync_1m_routes_s", "list_nexthop_groups",
-         "watch_fanout_1", "watch_fanout_100", "event_latency_us", "dump_intf_all_fields",
-         "bulk_stream_entries", "list_ip_routes", "list_ip_routes_embedded", "bulk_mirror_ip_route_set_1000",
-         "bulk_mirror_mpls_route_set_1000", "watch_mpls_routes_fanout_1", "mpls_acks_per_s"}) {
+   for (const auto* key : {"unary_ip_route_64",
+                           "unary_ip_route_1",
+                           "bulk_ip_route_1000",
+                           "bulk_nexthop_group_1000",
+                           "bulk_mpls_route_1000",
+                           "bulk_redirect_1000",
+                           "resync_1m_routes_s",
+                           "list_nexthop_groups",
+                           "watch_fanout_1",
+                           "watch_fanout_100",
+                           "event_latency_us",
+                           "dump_intf_all_fields",
+                           "bulk_stream_entries",
+                           "list_ip_routes",
+                           "list_ip_routes_embedded",
+                           "bulk_mirror_ip_route_set_1000",
+                           "bulk_mirror_mpls_route_set_1000",
+                           "watch_mpls_routes_fanout_1",
+                           "mpls_acks_per_s",
+                           "policy_counters_entries"}) {
       ASSERT_TRUE(figures.contains(key)) << key;
       const auto& figure = figures.at(key);
       EXPECT_EQ(figure.size(), 4u) << key;
