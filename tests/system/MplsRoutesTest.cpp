@@ -1,8 +1,10 @@
 // MPLS routes on a real switch, as the clients of their mirror service see them: what is left of a request
 // that is refused, and when a route is acknowledged.
+#include <fmt/ranges.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <memory>
 #include <optional>
 #include <string>
@@ -114,15 +116,31 @@ protected:
       EXPECT_TRUE(call(*routes_, &Stub::exists, request, response).ok());
       return response.exists();
    }
+   std::vector<remote::MplsRouteViasResponse> viasOf(const remote::MplsRouteKey& route) {
+      remote::MplsRouteViasRequest request;
+      *request.mutable_route_key() = route;
+      return StreamClient<remote::MplsRouteViasResponse>(*routes_, &Stub::mpls_route_vias, request).rest();
+   }
    // The last bytes of the hops of the route.
    std::vector<int> vias() {
-      remote::MplsRouteViasRequest request;
-      *request.mutable_route_key() = key();
       std::vector<int> found;
-      for (const auto& response :
-           StreamClient<remote::MplsRouteViasResponse>(*routes_, &Stub::mpls_route_vias, request).rest())
+      for (const auto& response : viasOf(key()))
          found.push_back(response.via().hop().back());
       return found;
+   }
+   // Every route with its vias, a row for each.
+   std::vector<std::string> table() {
+      std::vector<std::string> rows;
+      for (const auto& response :
+           StreamClient<remote::MplsRoutesResponse>(*routes_, &Stub::mpls_routes, remote::MplsRoutesRequest())
+                .rest()) {
+         std::vector<std::string> found;
+         for (const auto& via : viasOf(response.route().key()))
+            found.push_back(via.ShortDebugString());
+         std::sort(found.begin(), found.end());
+         rows.push_back(fmt::format("{}: {}", response.route().ShortDebugString(), fmt::join(found, "; ")));
+      }
+      return rows;
    }
    std::size_t inHardware() {
       return StreamClient<remote::MplsRouteStatusesResponse>(*routes_, &Stub::mpls_route_statuses,
@@ -216,6 +234,38 @@ TEST_F(MplsRoutes, aViaThatCannotReplaceAnotherLeavesWhatWasDoneAndEveryOldVia) 
          if (position > 0) expected.push_back(1);
          if (position > 2) expected.push_back(3);
          EXPECT_THAT(vias(), testing::UnorderedElementsAreArray(expected));
+      }
+   }
+}
+
+// Routes that share labels, a metric or hops with the refused one.
+TEST_F(MplsRoutes, aRefusedViaTouchesNoOtherRoute) {
+   const auto addNeighbour = [this](const remote::MplsRouteKey& neighbour) {
+      auto request = setting({1, 2, 9}, addVias);
+      *request.mutable_route()->mutable_key() = neighbour;
+      for (auto& each : *request.mutable_vias())
+         *each.mutable_route_key() = neighbour;
+      ASSERT_EQ(set(request), "");
+   };
+   auto worse = key();
+   worse.set_metric(7);
+   auto stack = key();
+   stack.add_labels()->set_label(100);
+   for (const auto& neighbour : {key(99), key(101), worse, stack})
+      addNeighbour(neighbour);
+   const auto neighbours = table();
+   ASSERT_EQ(neighbours.size(), 4U);
+   for (std::size_t position = 0; position < 4; ++position) {
+      std::vector<char> asked{1, 2, 3};
+      asked.insert(asked.begin() + static_cast<std::ptrdiff_t>(position), char{0});
+      for (const bool bulk : {false, true}) {
+         SCOPED_TRACE(testing::Message() << position << (bulk ? " bulk" : ""));
+         EXPECT_EQ(set(setting(asked, addVias), bulk), refusal);
+         EXPECT_EQ(table(), neighbours);
+         ASSERT_EQ(set(setting({2, 8}, addVias)), "");
+         EXPECT_EQ(set(setting(asked, replaceVias), bulk), refusal);
+         clear();
+         EXPECT_EQ(table(), neighbours);
       }
    }
 }
