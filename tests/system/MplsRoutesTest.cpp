@@ -318,5 +318,36 @@ TEST_F(MplsRoutes, aRouteIsAcknowledgedOnceItAndItsGroupAreInHardware) {
    EXPECT_EQ(report(*late), "100 version 6 over g version 8 state 2");
 }
 
+// Both routes wait for a group that hardware does not have. One of them is led to another group meanwhile.
+TEST_F(MplsRoutes, aRouteThatIsLedAwayFromAMissingGroupIsNotAcknowledgedWithIt) {
+   const auto acks = watchAcks();
+   const auto first = acks->next();
+   ASSERT_TRUE(first && first->ack());
+   setOver(100, "missing", 5);
+   setOver(101, "missing", 5);
+   setGroup("there", 1);
+   setOver(100, "there", 5);
+   EXPECT_EQ(report(*acks), "100 version 5 over there version 1 state 2");
+   setGroup("missing", 2);
+   EXPECT_EQ(report(*acks), "101 version 5 over missing version 2 state 2");
+   setGroup("there", 3);
+   EXPECT_EQ(report(*acks), "100 version 5 over there version 3 state 2");
+   // A group that goes takes its name along; whoever still names it waits again.
+   remote::NexthopGroupDelRequest gone;
+   gone.set_name("missing");
+   remote::NexthopGroupDelResponse deleted;
+   ASSERT_TRUE(call(*groups_, &remote::NexthopGroupMgrService::Stub::nexthop_group_del, gone, deleted).ok());
+   setGroup("renamed", 2);
+   setGroup("there", 4);
+   EXPECT_EQ(report(*acks), "100 version 5 over there version 4 state 2");
+   const auto late = watchAcks();
+   const auto subscribed = late->next();
+   ASSERT_TRUE(subscribed && subscribed->ack());
+   setOver(101, "renamed", 6);
+   EXPECT_EQ(report(*acks), "101 version 6 over renamed version 2 state 2");
+   // The second watch was opened into a running one: it hears of what changes from then on.
+   EXPECT_EQ(report(*late), "101 version 6 over renamed version 2 state 2");
+}
+
 }  // namespace
 }  // namespace orvtest

@@ -278,6 +278,46 @@ TEST_F(MplsLatePlaneTest, theOrderOfRouteGroupAndAnswersDoesNotMatter) {
    EXPECT_EQ(round, 6);
 }
 
+// The same with the opening of the watch among the events, and with a hand-over that may complete before it.
+TEST_F(MplsLatePlaneTest, theWatchMayBeOpenedAtAnyPointOfIt) {
+   Texts events{"answer", "answer", "group", "route", "watch"};
+   std::uint16_t round = 0;
+   do {
+      SCOPED_TRACE(testing::PrintToString(events));
+      ++round;
+      const mpls_route_key_t key{mpls_label_t(100U + round)};
+      const std::string group = fmt::format("g{}", round);
+      watcher_->stopWatching();
+      ASSERT_THAT(take(), IsEmpty());
+      for (const auto& event : events) {
+         if (event == "watch") {
+            watcher_->startWatching();
+         } else if (event == "route") {
+            setOver(*mplsRoutes_, 100U + round, group, round);
+         } else if (event == "group") {
+            groups().nexthop_group_set_with_version_id(groupNamed(group), 7);
+         } else {
+            step();
+            plane_->answerAll();
+         }
+         runLoop();
+      }
+      for (int i = 0; i < 2; ++i) {
+         step();
+         plane_->answerAll();
+         runLoop();
+      }
+      EXPECT_THAT(take(), ElementsAre(fmt::format("{} version {} over {} version 7 state 2", 100 + round,
+                                                  round, group)));
+      // A watch begins with all that hardware has, so this route must not be there in the next round.
+      mplsRoutes_->mpls_route_del(key);
+      step();
+      plane_->answerAll();
+      EXPECT_THAT(take(), IsEmpty());
+   } while (std::next_permutation(events.begin(), events.end()));
+   EXPECT_EQ(round, 60);
+}
+
 TEST_F(MplsLatePlaneTest, aRefusalIsAcknowledgedAsOne) {
    groups().nexthop_group_set_with_version_id(groupNamed("g"), 7);
    step();
