@@ -24,6 +24,8 @@
 #include "OrvSdkRpc/types/TpRuleFilter.h"
 #include "OrvSdkRpc/types/TrafficPolicy.h"
 #include "orv/error.h"
+#include "platform/state/RouteKeyAndMetric.h"
+#include "platform/zelt/RangeException.h"
 #include "testing/values/GeneratePolicy.h"
 #include "testing/values/GenerateStatus.h"
 
@@ -169,6 +171,32 @@ void rangeIn(std::span<const std::uint8_t> bytes) {
    if (OrvSdkRpc::types::protocol_range(convert(protocols)) != protocols) fault("another range of protocols");
 }
 
+// The key of a row of the hardware's table of labels is only sent, turned over. A stack that is too deep is
+// no error of the SDK but a fault of the switch.
+void hardwareKeyOut(std::span<const std::uint8_t> bytes) {
+   orvtest::ValueSource source(bytes);
+   Mpls::RouteKeyAndMetric key;
+   key.stackSizeIs(source.number<std::uint8_t>());
+   key.metricIs(source.number<std::uint8_t>());
+   for (std::uint32_t index = 0; index < Mpls::RouteKey::labelsMax; ++index)
+      key.labelStackIs(Lumic::MplsStackEntryIndex(index), Lumic::MplsLabel(source.number<std::uint32_t>()));
+   const bool tooDeep = key.stackSize() > Mpls::RouteKey::labelsMax;
+   std::optional<remote::MplsRouteKey> message;
+   try {
+      message = convert(key);
+   } catch (const Zelt::RangeException&) {
+      if (!tooDeep) fault("a stack that fits was refused");
+      return;
+   }
+   if (tooDeep) fault("a stack that is too deep was sent");
+   if (message->labels_size() != key.stackSize()) fault("another number of labels");
+   if (message->metric() != key.metric()) fault("another metric");
+   for (int i = 0; i < message->labels_size(); ++i) {
+      const Lumic::MplsStackEntryIndex index(static_cast<std::uint32_t>(key.stackSize() - 1 - i));
+      if (message->labels(i).label() != key.labelStack(index).value()) fault("another label");
+   }
+}
+
 // The corpus refers to records by position: add new ones at the end.
 constexpr Record kRecords[] = {
      both<remote::IntfId, orv::intf_id_t>(),
@@ -227,6 +255,7 @@ constexpr Record kRecords[] = {
      outputOnly<remote::NexthopGroupCounter, orv::nexthop_group_entry_counter_t>(),
      outputOnly<remote::CmdapiResponse, orv::cmdapi_response_t>(),
      outputOnly<remote::MplsRouteStatus, orv::mpls_route_status_t>(),
+     {nullptr, hardwareKeyOut},
 };
 
 int run(std::span<const std::uint8_t> bytes, void (*Record::*direction)(std::span<const std::uint8_t>)) {
