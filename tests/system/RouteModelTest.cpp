@@ -1,19 +1,16 @@
 // Routes and labels that a mirror client, a controller and an operator change at once, in a fixed random
 // order, against a model: lists, reads, what hardware has and the watches agree with it, also after a kill.
-#include <fmt/ranges.h>
+#include <fmt/format.h>
 #include <gmock/gmock.h>
 #include <grpcpp/grpcpp.h>
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <random>
 #include <set>
 #include <string>
-#include <thread>
 #include <utility>
 #include <vector>
 
@@ -22,12 +19,14 @@
 #include "OrvSdkRpcProtos/mpls_route.grpc.pb.h"
 #include "OrvSdkRpcProtos/nexthop_group.grpc.pb.h"
 #include "OrvSdkRpcProtos/orvsdk.grpc.pb.h"
+#include "RouteModel.h"
 #include "testing/base/Eventually.h"
 #include "testing/base/TempDir.h"
 #include "testing/process/Console.h"
 #include "testing/process/Controller.h"
 #include "testing/process/Daemon.h"
 #include "testing/process/DurableState.h"
+#include "testing/server/Follower.h"
 #include "testing/server/Programmed.h"
 #include "testing/server/StreamClient.h"
 
@@ -38,103 +37,6 @@ namespace remote = orv::remote;
 
 using RouteStub = remote::IpRouteMgrService::Stub;
 using LabelStub = remote::MplsRouteMgrService::Stub;
-
-// What the switch must hold. A hop is the last byte of its address.
-struct RouteModel {
-   struct Route {
-      std::uint32_t tag = 0;
-      std::string group;
-      std::map<int, std::uint32_t> hops;  // with their weights
-   };
-   struct Label {
-      std::uint32_t version = 0;
-      std::string group;
-      std::set<int> hops;
-   };
-   // Routes by VRF, then by the third byte of their prefix.
-   std::map<std::string, std::map<int, Route>> routes{{"default", {}}, {"red", {}}};
-   std::map<std::uint32_t, Label> labels;
-   std::set<std::string> groups;
-
-   // "3 tag 1: g0", "3 tag 1: 5/2 6/1".
-   static std::string shown(int third, const Route& route) {
-      std::vector<std::string> hops;
-      for (const auto& [hop, weight] : route.hops)
-         hops.push_back(fmt::format("{}/{}", hop, weight));
-      return fmt::format("{} tag {}: {}{}", third, route.tag, route.group, fmt::join(hops, " "));
-   }
-   // "100 version 2: g0", "100 version 2: 5 6".
-   static std::string shown(std::uint32_t label, const Label& route) {
-      return fmt::format("{} version {}: {}{}", label, route.version, route.group,
-                         fmt::join(route.hops, " "));
-   }
-   std::vector<std::string> rowsOf(const std::string& vrf) const {
-      std::vector<std::string> rows;
-      for (const auto& [third, route] : routes.at(vrf))
-         rows.push_back(shown(third, route));
-      return rows;
-   }
-   std::vector<std::string> labelRows() const {
-      std::vector<std::string> rows;
-      for (const auto& [label, route] : labels)
-         rows.push_back(shown(label, route));
-      return rows;
-   }
-   // The routes of the FIB with their groups; the group of a route with hops has no name.
-   std::map<int, std::string> fib() const {
-      std::map<int, std::string> inFib;
-      for (const auto& [third, route] : routes.at("default")) {
-         if (!route.hops.empty() || groups.contains(route.group)) inFib.emplace(third, route.group);
-      }
-      return inFib;
-   }
-   std::set<std::uint32_t> labelsInHardware() const {
-      std::set<std::uint32_t> inHardware;
-      for (const auto& [label, route] : labels) {
-         if (!route.hops.empty() || groups.contains(route.group)) inHardware.insert(label);
-      }
-      return inHardware;
-   }
-};
-
-// What somebody who follows a watch knows, kept up to date by a thread.
-template <class Rp, class State>
-class Follower {
-public:
-   using Take = std::function<void(State& state, const Rp& response)>;
-
-   // Returns once the watch is acknowledged; what comes before that is taken too.
-   template <class Stub, class Rq>
-   Follower(Stub& stub, std::unique_ptr<grpc::ClientReader<Rp>> (Stub::*rpc)(grpc::ClientContext*, const Rq&),
-            const Rq& request, Take take)
-        : client_(stub, rpc, request), take_(std::move(take)) {
-      for (auto response = client_.next(); response && !response->ack(); response = client_.next())
-         take_(state_, *response);
-      thread_ = std::thread([this] {
-         while (const auto response = client_.next()) {
-            const std::lock_guard guard(mutex_);
-            take_(state_, *response);
-         }
-      });
-   }
-   ~Follower() {
-      client_.cancel();
-      thread_.join();
-   }
-
-   template <class Call>
-   auto with(Call&& call) {
-      const std::lock_guard guard(mutex_);
-      return call(state_);
-   }
-
-private:
-   StreamClient<Rp> client_;
-   const Take take_;
-   std::mutex mutex_;
-   State state_;
-   std::thread thread_;
-};
 
 struct KnownFib {
    std::map<int, std::uint64_t> routes;  // with their FECs
