@@ -160,9 +160,8 @@ TEST_F(PolicyCountersSystem, whatMeetsARuleReachesTheWatcher) {
    apply("edge");
    count("edge rule web packets 5 bytes 500");
    const auto client = watch();
-   follow(*client, [&] {
-      return snapshotEnded_ && packets("edge/web/10") == 5 && picture_.contains("edge/mail/20");
-   });
+   follow(*client,
+          [&] { return snapshotEnded_ && packets("edge/web/10") == 5 && picture_.contains("edge/mail/20"); });
    EXPECT_TRUE(picture_["edge/web/10"].policy_action().drop());
    EXPECT_NEAR(picture_["edge/web/10"].counters().time(), Zelt::Clock::seconds(Zelt::Clock::wallNanos()),
                600);
