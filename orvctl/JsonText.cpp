@@ -123,6 +123,25 @@ std::string fillMessage(std::string_view where, Json tree, google::protobuf::Mes
    return status.ok() ? std::string() : status.message().as_string();
 }
 
+Json printed(const google::protobuf::Message& message, bool defaults) {
+   google::protobuf::util::JsonPrintOptions options;
+   options.preserve_proto_field_names = true;
+   options.always_print_primitive_fields = defaults;
+   std::string canonical;
+   auto status = google::protobuf::util::MessageToJsonString(message, &canonical, options);
+   if (!status.ok()) {
+      throw CallError(
+           fmt::format("cannot print {}: {}", message.GetDescriptor()->name(), status.message().as_string()));
+   }
+   Json tree = Json::parse(canonical);
+   toFriendly(*message.GetDescriptor(), tree);
+   return tree;
+}
+
+std::string oneLine(const Json& tree) {
+   return tree.dump(-1, ' ', false, Json::error_handler_t::replace);
+}
+
 }  // namespace
 
 void messageFromJson(std::string_view what, std::string_view json, google::protobuf::Message& message) {
@@ -157,22 +176,15 @@ void messageFromTree(std::string_view where, Json tree, google::protobuf::Messag
 }
 
 Json messageToTree(const google::protobuf::Message& message) {
-   google::protobuf::util::JsonPrintOptions options;
-   options.preserve_proto_field_names = true;
-   options.always_print_primitive_fields = true;
-   std::string canonical;
-   auto status = google::protobuf::util::MessageToJsonString(message, &canonical, options);
-   if (!status.ok()) {
-      throw CallError(
-           fmt::format("cannot print {}: {}", message.GetDescriptor()->name(), status.message().as_string()));
-   }
-   Json tree = Json::parse(canonical);
-   toFriendly(*message.GetDescriptor(), tree);
-   return tree;
+   return printed(message, true);
 }
 
 std::string messageToJson(const google::protobuf::Message& message) {
-   return messageToTree(message).dump(-1, ' ', false, Json::error_handler_t::replace);
+   return oneLine(printed(message, true));
+}
+
+std::string messageToShortJson(const google::protobuf::Message& message) {
+   return oneLine(printed(message, false));
 }
 
 }  // namespace orvctl

@@ -25,7 +25,9 @@ void messageFromTree(std::string_view where, nlohmann::ordered_json tree, google
 // RETURNS: one line of JSON, with fields that have default values, but without unset messages and members of
 // a oneof.
 std::string messageToJson(const google::protobuf::Message& message);
-// The same as a tree.
+// The same without fields that have default values, for people.
+std::string messageToShortJson(const google::protobuf::Message& message);
+// As messageToJson(), as a tree.
 nlohmann::ordered_json messageToTree(const google::protobuf::Message& message);
 
 }  // namespace orvctl

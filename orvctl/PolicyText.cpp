@@ -97,7 +97,7 @@ std::string actionsText(const Actions& actions) {
 
 std::string matchText(const rpc::PolicyMapRule& rule) {
    if (rule.has_policy_map_rule_type() && rule.policy_map_rule_type() == rpc::POLICY_MAP_RULE_TYPE_RAW)
-      return "raw " + messageToJson(rule.raw_rule());
+      return "raw " + messageToShortJson(rule.raw_rule());
    if (rule.has_policy_map_rule_type() &&
        rule.policy_map_rule_type() == rpc::POLICY_MAP_RULE_TYPE_CLASS_DEFAULT)
       return "class-default";
@@ -118,7 +118,7 @@ std::string ruleText(const rpc::TrafficPolicyRule& rule) {
    WordLine line;
    line.word(rule.match_rule_name());
    line.word(enumWord(rule.traffic_policy_rule_type()));
-   if (rule.raw_rule().ByteSizeLong() != 0) line.word(messageToJson(rule.raw_rule()));
+   if (rule.raw_rule().ByteSizeLong() != 0) line.word(messageToShortJson(rule.raw_rule()));
    return fmt::format("{}: {}", line.text(), actionsText(rule.actions()));
 }
 
