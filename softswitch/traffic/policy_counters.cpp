@@ -26,14 +26,14 @@ PolicyCounters::PolicyCounters(const Context& context, const MountMgr& mounts, c
 void PolicyCounters::count(const std::string& policy, const std::string& rule, Amount amount) {
    orv::sdk_lock_check();
    const auto* const status = status_->classMapStatus(policy, rule);
-   if (status == nullptr) {
+   // The status may be ahead of the rows, and only follow() makes a row: it removes those that it has made.
+   if (status == nullptr || !table_->contains(keyOf(policy, rule, *status))) {
       throw orv::invalid_argument_error(fmt::format("hardware has no traffic policy '{}' with a rule '{}'",
                                                     orv::detail::quotable(policy),
                                                     orv::detail::quotable(rule)));
    }
    const auto key = keyOf(policy, rule, *status);
-   // The rule may have come after the table's last pass.
-   auto counted = table_->row(key).value_or(Pbr::CounterStatus());
+   auto counted = *table_->row(key);
    counted.packets += amount.packets;
    counted.bytes += amount.bytes;
    stamp(key, counted);
@@ -44,8 +44,9 @@ std::optional<PolicyCounters::Amount> PolicyCounters::counted(const std::string&
    orv::sdk_lock_check();
    const auto* const status = status_->classMapStatus(policy, rule);
    if (status == nullptr) return std::nullopt;
-   const auto row = table_->row(keyOf(policy, rule, *status)).value_or(Pbr::CounterStatus());
-   return Amount{.packets = row.packets, .bytes = row.bytes};
+   const auto row = table_->row(keyOf(policy, rule, *status));
+   if (!row) return std::nullopt;
+   return Amount{.packets = row->packets, .bytes = row->bytes};
 }
 
 PbrCountersKey PolicyCounters::keyOf(const std::string& policy, const std::string& rule,

@@ -143,6 +143,34 @@ TEST_F(PolicyCountersTest, theOldRuleCountsUntilHardwareHasTheNewOne) {
    EXPECT_THAT(rows(), ElementsAre("edge web 20: 0 packets 0 bytes at 1"));
 }
 
+// The rows follow the status in a later turn of the main loop.
+TEST_F(PolicyCountersTest, nothingIsCountedForARuleThatHasNoRowYet) {
+   counters_.reset();
+   const auto later = Pavo::makePtr<Gorm::TaskScheduler>("counters");
+   counters_ = std::make_unique<PolicyCounters>(Context{.store = context().store,
+                                                        .callbacks = context().callbacks,
+                                                        .limits = context().limits,
+                                                        .scheduler = later},
+                                                *mounts_, *policies_, [this] { return now_; });
+   set("edge", {{10, "web"}});
+   apply("edge");
+   runLoop();
+   ASSERT_NE(policies_->pbr_status()->classMapStatus("edge", "web"), nullptr);
+   EXPECT_FALSE(counters_->counted("edge", "web"));
+   EXPECT_EQ(refusal([&] { counters_->count("edge", "web", {.packets = 5, .bytes = 500}); }),
+             "hardware has no traffic policy 'edge' with a rule 'web'");
+   apply("edge", false);
+   runLoop();
+   apply("edge");
+   runLoop();
+   {
+      const Zelt::ActivityLockAnchor lock;
+      while (later->hasReady())
+         later->runReady();
+   }
+   EXPECT_THAT(rows(), ElementsAre("edge web 10: 0 packets 0 bytes at 1"));
+}
+
 TEST_F(PolicyCountersTest, refusals) {
    const auto words = [this](const std::string& policy, const std::string& rule) {
       return refusal([&] { counters_->count(policy, rule, {.packets = 1, .bytes = 1}); });
