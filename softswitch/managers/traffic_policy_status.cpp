@@ -3,6 +3,8 @@
 #include <utility>
 #include <vector>
 
+#include "platform/zelt/ActivityLock.h"
+
 namespace softswitch {
 namespace {
 
@@ -63,6 +65,8 @@ void TrafficPolicyStatus::changed(const std::string& name) {
 
 void TrafficPolicyStatus::taskExecute() {
    while (!pending_.empty()) {
+      // Nobody may hear of a policy that can still be lost.
+      Zelt::activityLock().settle();
       program(pending_.extract(pending_.begin()).value());
       taskWorkCountInc(1);
       if (taskShouldYield()) break;
