@@ -252,6 +252,17 @@ TEST(TrafficPolicyRules, actionsNeedWhatTheyActOn) {
    EXPECT_EQ(actionWords(Type::nexthop, manyHops(1024)), "");
    EXPECT_EQ(actionWords(Type::nexthop, manyHops(1025)),
              "action nexthop has 1025 ways, expected at most 1024");
+   const auto manyGroups = [](int count) {
+      return [count](auto& a) {
+         std::unordered_set<std::string> groups;
+         for (int i = 0; i < count; ++i)
+            groups.insert(fmt::format("g{}", i));
+         a.nexthop_groups_is(std::move(groups));
+      };
+   };
+   EXPECT_EQ(actionWords(Type::nexthop_group, manyGroups(1024)), "");
+   EXPECT_EQ(actionWords(Type::nexthop_group, manyGroups(1025)),
+             "action nexthop-group has 1025 ways, expected at most 1024");
    EXPECT_EQ(actionWords(Type::nexthop, [](auto& a) { a.nexthops_is({ip_addr_t()}); }),
              "action nexthop has a null nexthop, expected IPv4 or IPv6 addresses");
    EXPECT_EQ(actionWords(Type::nexthop,
