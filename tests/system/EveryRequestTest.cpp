@@ -180,11 +180,17 @@ protected:
            orvctl::parseTarget("daemon", "unix:" + daemon_.socketPath()), 30);
    }
 
-   // Makes a watch answer at once, so that it need not be waited for.
+   // Makes a watch answer at once, so that it need not be waited for. A dump of one object may come only with
+   // the object's next event.
    static void askForAnswer(Message& request) {
+      const Reflection& reflection = *request.GetReflection();
+      const auto* const all = request.GetDescriptor()->FindFieldByName("all");
+      const auto* const dump = request.GetDescriptor()->FindFieldByName("fields_control");
+      if (all != nullptr && dump != nullptr && !reflection.GetBool(request, all))
+         reflection.ClearField(&request, dump);
       for (const char* name : {"ack", "first_message", "send_initial_message"}) {
          const auto* const field = request.GetDescriptor()->FindFieldByName(name);
-         if (field != nullptr) request.GetReflection()->SetBool(&request, field, true);
+         if (field != nullptr) reflection.SetBool(&request, field, true);
       }
    }
    grpc::Status send(const MethodDescriptor& method, Message& request) {

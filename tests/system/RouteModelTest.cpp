@@ -37,6 +37,7 @@ namespace remote = orv::remote;
 
 using RouteStub = remote::IpRouteMgrService::Stub;
 using LabelStub = remote::MplsRouteMgrService::Stub;
+using FibStub = remote::FibMgrService::Stub;
 
 struct KnownFib {
    std::map<int, std::uint64_t> routes;  // with their FECs
@@ -92,18 +93,16 @@ protected:
    void follow() {
       remote::FibWatchRequest fib;
       fib.set_ack(true);
-      knownFib_.emplace(
-           *fib_, &remote::FibMgrService::Stub::watch, fib, [](KnownFib& known, const auto& event) {
-              if (event.has_on_fec_set()) {
-                 known.fecs[event.on_fec_set().fec_key().fec_id()] = event.on_fec_set().nexthop_group_name();
-              }
-              if (event.has_on_route_set()) {
-                 known.routes[thirdOf(event.on_route_set().route_key().prefix())] =
-                      event.on_route_set().fec_id();
-              }
-              if (event.has_on_route_del()) known.routes.erase(thirdOf(event.on_route_del().prefix()));
-              if (event.has_on_fec_del()) known.fecs.erase(event.on_fec_del().fec_id());
-           });
+      knownFib_.emplace(*fib_, &FibStub::watch, fib, [](KnownFib& known, const auto& event) {
+         if (event.has_on_fec_set()) {
+            known.fecs[event.on_fec_set().fec_key().fec_id()] = event.on_fec_set().nexthop_group_name();
+         }
+         if (event.has_on_route_set()) {
+            known.routes[thirdOf(event.on_route_set().route_key().prefix())] = event.on_route_set().fec_id();
+         }
+         if (event.has_on_route_del()) known.routes.erase(thirdOf(event.on_route_del().prefix()));
+         if (event.has_on_fec_del()) known.fecs.erase(event.on_fec_del().fec_id());
+      });
       // The watch has no dump. Events wait while the list is read, so none is overwritten by an older list.
       knownFib_->with([this](KnownFib& known) { known = listedFib(); });
       remote::MplsRouteWatchRequest labels;
@@ -505,15 +504,15 @@ protected:
       return rows;
    }
    KnownFib listedFib() {
-      using Stub = remote::FibMgrService::Stub;
       KnownFib listed;
       for (const auto& response :
-           StreamClient<remote::FibRoutesResponse>(*fib_, &Stub::fib_routes, remote::FibRoutesRequest())
+           StreamClient<remote::FibRoutesResponse>(*fib_, &FibStub::fib_routes, remote::FibRoutesRequest())
                 .rest()) {
          listed.routes[thirdOf(response.fib_route().route_key().prefix())] = response.fib_route().fec_id();
       }
       for (const auto& response :
-           StreamClient<remote::FibFecsResponse>(*fib_, &Stub::fib_fecs, remote::FibFecsRequest()).rest()) {
+           StreamClient<remote::FibFecsResponse>(*fib_, &FibStub::fib_fecs, remote::FibFecsRequest())
+                .rest()) {
          listed.fecs[response.fib_fec().fec_key().fec_id()] = response.fib_fec().nexthop_group_name();
       }
       return listed;
