@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <deque>
 #include <functional>
 #include <memory>
@@ -81,10 +82,8 @@ protected:
       plane_ = plane.get();
       hardware_ = std::make_unique<Hardware>(scheduler_, std::move(plane));
       hardware_->plane().answersTo({.groups = groups(), .routes = routes(), .mplsRoutes = *mplsRoutes_});
-      hardware_->add(groups());
-      hardware_->add(*mplsRoutes_);
-      hardware_->add(routes());
-      hardware_->add(mplsRoutes_->teller());
+      for (HardwareClient* client : clients())
+         hardware_->add(*client);
    }
    void TearDown() override { hardware_->unscheduleTask(); }
 
@@ -102,11 +101,13 @@ protected:
       groups();
       return *routes_;
    }
+   std::array<HardwareClient*, 4> clients() {
+      groups();
+      return {groups_.get(), mplsRoutes_.get(), routes_.get(), &mplsRoutes_->teller()};
+   }
    void step() {
       while (!hardware_->idle()) {
-         for (HardwareClient* client :
-              {static_cast<HardwareClient*>(groups_.get()), static_cast<HardwareClient*>(mplsRoutes_.get()),
-               static_cast<HardwareClient*>(routes_.get())}) {
+         for (HardwareClient* client : clients()) {
             if (!client->hardwareIdle()) client->hardwareStep(*plane_);
          }
       }
