@@ -9,6 +9,7 @@
 #include "OrvSdkRpcProtos/types.pb.h"
 #include "orvctl/Connection.h"
 #include "orvctl/Context.h"
+#include "orvctl/Progress.h"
 
 namespace orvctl {
 
@@ -26,14 +27,19 @@ Reply ask(Connection& connection, const std::string& rpc, const std::string& abo
 }
 
 // Calls a list RPC, and `each(element)` for every element until it returns false. Without --timeout, the list
-// has no deadline.
+// has no deadline. A person who waits for a long table sees how many elements have come.
 template <typename Reply, typename Request, typename Each>
 void listMirror(Context& context, Connection& connection, const std::string& rpc, const Request& request,
                 Each each) {
    Reply reply;
-   connection.require(
-        rpc, connection.stream(
-                  "/orv.remote." + rpc, request, reply, [&] { return each(reply); }, context.timeoutGiven));
+   Progress progress(context.err, context.interactive && !context.json);
+   size_t come = 0;
+   const auto next = [&] {
+      progress.doneIs(++come);
+      return each(reply);
+   };
+   connection.require(rpc,
+                      connection.stream("/orv.remote." + rpc, request, reply, next, context.timeoutGiven));
 }
 
 // RETURNS: the wire form of an interface.

@@ -4,8 +4,11 @@
 
 namespace orvctl {
 
-Progress::Progress(std::ostream& out, bool enabled, size_t total)
-     : out_(out), enabled_(enabled), total_(total) {}
+Progress::Progress(std::ostream& out, bool enabled, std::optional<size_t> total)
+     : out_(out),
+       enabled_(enabled),
+       total_(total),
+       nextDraw_(total ? start_ : start_ + std::chrono::milliseconds(500)) {}
 
 Progress::~Progress() {
    if (drawn_) out_ << "\r\x1b[K" << std::flush;
@@ -22,11 +25,12 @@ void Progress::doneIs(size_t done) {
    drawn_ = true;
 }
 
-std::string progressLine(size_t done, size_t total, double perSecond, size_t cells) {
-   const size_t filled = total == 0 ? cells : std::min(cells, done * cells / total);
-   const size_t percent = total == 0 ? 100 : std::min<size_t>(100, done * 100 / total);
+std::string progressLine(size_t done, std::optional<size_t> total, double perSecond, size_t cells) {
+   if (!total) return fmt::format("{}  {:.0f}/s", done, perSecond);
+   const size_t filled = *total == 0 ? cells : std::min(cells, done * cells / *total);
+   const size_t percent = *total == 0 ? 100 : std::min<size_t>(100, done * 100 / *total);
    return fmt::format("[{:<{}}] {:>3}%  {}/{}  {:.0f}/s", std::string(filled, '#'), cells, percent, done,
-                      total, perSecond);
+                      *total, perSecond);
 }
 
 }  // namespace orvctl

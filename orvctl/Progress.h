@@ -4,6 +4,7 @@
 
 #include <chrono>
 #include <cstddef>
+#include <optional>
 #include <ostream>
 #include <string>
 
@@ -11,8 +12,9 @@ namespace orvctl {
 
 class Progress {
 public:
-   // Draws on `out` if `enabled`; otherwise every call is a no-op.
-   Progress(std::ostream& out, bool enabled, size_t total);
+   // Draws on `out` if `enabled`; otherwise every call is a no-op. Without a total, draws a count, and only
+   // once half a second has passed.
+   Progress(std::ostream& out, bool enabled, std::optional<size_t> total = std::nullopt);
    // Removes the bar.
    ~Progress();
    Progress(const Progress&) = delete;
@@ -24,13 +26,14 @@ public:
 private:
    std::ostream& out_;
    bool enabled_;
-   size_t total_;
+   std::optional<size_t> total_;
    bool drawn_ = false;
    std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
-   std::chrono::steady_clock::time_point nextDraw_ = start_;
+   std::chrono::steady_clock::time_point nextDraw_;
 };
 
-// RETURNS: "[#####     ]  50%  500/1000  1234/s" with a bar of `cells` characters.
-std::string progressLine(size_t done, size_t total, double perSecond, size_t cells);
+// RETURNS: "[#####     ]  50%  500/1000  1234/s" with a bar of `cells` characters; "500  1234/s" without a
+// total.
+std::string progressLine(size_t done, std::optional<size_t> total, double perSecond, size_t cells);
 
 }  // namespace orvctl

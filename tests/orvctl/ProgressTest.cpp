@@ -2,7 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <optional>
 #include <sstream>
+#include <thread>
 
 namespace orvctl {
 namespace {
@@ -12,6 +15,7 @@ TEST(Progress, theLineShowsHowFarItIs) {
    EXPECT_EQ(progressLine(5, 10, 123.4, 10), "[#####     ]  50%  5/10  123/s");
    EXPECT_EQ(progressLine(10, 10, 5, 10), "[##########] 100%  10/10  5/s");
    EXPECT_EQ(progressLine(0, 0, 0, 4), "[####] 100%  0/0  0/s");
+   EXPECT_EQ(progressLine(500, std::nullopt, 1234.4, 4), "500  1234/s");
 }
 
 TEST(Progress, nothingIsDrawnWhereNobodyWatches) {
@@ -21,6 +25,19 @@ TEST(Progress, nothingIsDrawnWhereNobodyWatches) {
       bar.doneIs(5);
    }
    EXPECT_EQ(out.str(), "");
+}
+
+TEST(Progress, aCountIsDrawnOnlyWhenItTakesLong) {
+   std::ostringstream out;
+   {
+      Progress count(out, true);
+      count.doneIs(1);
+      EXPECT_EQ(out.str(), "");
+      std::this_thread::sleep_for(std::chrono::milliseconds(510));
+      count.doneIs(2);
+      EXPECT_EQ(out.str().find("\r\x1b[K2  "), 0U) << out.str();
+   }
+   EXPECT_TRUE(out.str().ends_with("\r\x1b[K"));
 }
 
 TEST(Progress, theBarIsGoneAtTheEnd) {
