@@ -72,9 +72,8 @@ std::optional<std::pair<CbfRedirectReader::Key, CbfRedirectReader::SeqAndDscpVal
       traceBad("Error: policy-map seq {} missing match NexthopGroup", sequence);
       return std::nullopt;
    }
-   using Layer = CbfRedirectTable::Layer;
-   values.lists = edited ? Layer::unsure : Layer::committed;
-   values.rule = Layer::committed;
+   values.lists = edited ? CbfRedirectTable::Layer::unsure : CbfRedirectTable::Layer::committed;
+   values.rule = CbfRedirectTable::Layer::committed;
    values.foreign = !isNamedByUs(key, classMapKey, classMap);
    return read;
 }
