@@ -18,9 +18,8 @@ struct Definition {
    nlohmann::ordered_json tree;
 };
 
-// Reads a file, or the context's input for "-": one definition, or a list of them. Text that begins with "{"
-// or
-// "[" is JSON; any other is YAML, of which every document holds one definition or a list.
+// Reads a file, or the context's input for "-": one definition, or a list of them. A text that begins with a
+// brace or a bracket is JSON; any other is YAML, of which every document holds one definition or a list.
 // THROWS: UsageError if the file cannot be read, is neither, or holds no definition.
 std::vector<Definition> readDefinitions(Context& context, std::string_view what, const std::string& file);
 
