@@ -280,7 +280,8 @@ const RouteRow* IpRouteTable::Cursor::next() {
    }
    last_ = at_->first;
    generation_ = table_->generation_;
-   return &table_->at(at_->second);
+   // Whoever lists a route often asks for its vias next.
+   return table_->recent_ = &table_->slabs_[at_->second / slabRows][at_->second % slabRows];
 }
 
 }  // namespace softswitch

@@ -175,7 +175,8 @@ private:
    RouteIndex nextIndex_ = 0;
    std::size_t rowsOfOtherPreference_ = 0;
    Tree tree_;
-   RouteRow* recent_ = nullptr;    // the row looked up last: a via follows its route
+   // The row looked up or listed last: a via follows its route.
+   mutable RouteRow* recent_ = nullptr;
    std::uint64_t generation_ = 0;  // counts insertions and removals
    std::string keyBytes_;          // reused buffers
    std::string rowBytes_;

@@ -61,9 +61,10 @@ public:
 
    bool next(Value& value) override {
       while (at_ < values_.size()) {
-         const auto& candidate = values_[at_++];
+         auto& candidate = values_[at_++];
          if (unchanged_()) {
-            value = candidate;
+            // Nobody asks for it again.
+            value = std::move(candidate);
             return true;
          }
          auto values = now_();
