@@ -240,17 +240,21 @@ void showTrafficPolicyCounters(SoftSwitch& target, Args& args, Document& documen
                                                 {"Bytes", "bytes"}});
    const auto& policies = target.policyMaps().trafficPolicies().policies();
    const auto& counters = target.policyCounters();
-   forEachTableRow(policies, [&](const std::string& name, const orv::traffic_policy_t& policy) {
-      for (const auto& [sequence, rule] : policy.rules()) {
-         const auto counted = locked([&] { return counters.counted(name, rule.match_rule_name()); });
-         if (!counted) continue;
-         document.row({{"name", name},
-                       {"seq", sequence},
-                       {"rule", rule.match_rule_name()},
-                       {"packets", counted->packets},
-                       {"bytes", counted->bytes}});
-      }
-   });
+   forEachTableRow(
+        policies,
+        [&](const std::string& name, const orv::traffic_policy_t& policy) {
+           for (const auto& each : policy.rules()) {
+              const std::string& rule = each.second.match_rule_name();
+              const auto counted = locked([&] { return counters.counted(name, rule); });
+              if (!counted) continue;
+              document.row({{"name", name},
+                            {"seq", each.first},
+                            {"rule", rule},
+                            {"packets", counted->packets},
+                            {"bytes", counted->bytes}});
+           }
+        },
+        policiesPerSpan);
 }
 
 }  // namespace softswitch::console
