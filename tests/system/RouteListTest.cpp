@@ -163,7 +163,7 @@ TEST_F(RouteList, thePingStaysQuickWhileAMillionRoutesAreLeftOut) {
    pinging.join();
    EXPECT_TRUE(list.finish().ok());
 
-   ASSERT_GE(wall.size(), 20U);
+   ASSERT_FALSE(wall.empty());
    std::sort(wall.begin(), wall.end());
    std::sort(least.begin(), least.end());
    RecordProperty("pings", std::to_string(wall.size()));
@@ -172,7 +172,10 @@ TEST_F(RouteList, thePingStaysQuickWhileAMillionRoutesAreLeftOut) {
    RecordProperty("ping_max_least_us", std::to_string(least.back() / 1000));
    const std::int64_t bound = 10 * Zelt::nanosPerMilli * orvtest::slowdown();
    EXPECT_LT(wall[wall.size() / 2], bound);
-   EXPECT_LT(least.back(), bound);
+   // A search that held the lock to its end would leave a handful; a busy host that pauses the machine adds
+   // to both clocks of one or two.
+   EXPECT_GE(wall.size(), 20U);
+   EXPECT_LT(least[least.size() * 99 / 100], bound);
 }
 
 }  // namespace
