@@ -14,10 +14,8 @@ Progress::~Progress() {
    if (drawn_) out_ << "\r\x1b[K" << std::flush;
 }
 
-void Progress::doneIs(size_t done) {
-   if (!enabled_) return;
-   const auto now = std::chrono::steady_clock::now();
-   if (now < nextDraw_) return;
+void Progress::doneIs(size_t done, std::chrono::steady_clock::time_point now) {
+   if (!enabled_ || now < nextDraw_) return;
    nextDraw_ = now + std::chrono::milliseconds(100);
    const double seconds = std::chrono::duration<double>(now - start_).count();
    out_ << "\r\x1b[K" << progressLine(done, total_, seconds > 0 ? static_cast<double>(done) / seconds : 0, 30)

@@ -21,7 +21,11 @@ public:
    Progress& operator=(const Progress&) = delete;
 
    // Redraws at most ten times a second.
-   void doneIs(size_t done);
+   void doneIs(size_t done) {
+      if (enabled_) doneIs(done, std::chrono::steady_clock::now());
+   }
+   // The same at a given time.
+   void doneIs(size_t done, std::chrono::steady_clock::time_point now);
 
 private:
    std::ostream& out_;

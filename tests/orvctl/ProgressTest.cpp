@@ -5,7 +5,6 @@
 #include <chrono>
 #include <optional>
 #include <sstream>
-#include <thread>
 
 namespace orvctl {
 namespace {
@@ -29,12 +28,12 @@ TEST(Progress, nothingIsDrawnWhereNobodyWatches) {
 
 TEST(Progress, aCountIsDrawnOnlyWhenItTakesLong) {
    std::ostringstream out;
+   const auto before = std::chrono::steady_clock::now();
    {
       Progress count(out, true);
-      count.doneIs(1);
+      count.doneIs(1, before + std::chrono::milliseconds(499));
       EXPECT_EQ(out.str(), "");
-      std::this_thread::sleep_for(std::chrono::milliseconds(510));
-      count.doneIs(2);
+      count.doneIs(2, std::chrono::steady_clock::now() + std::chrono::milliseconds(500));
       EXPECT_EQ(out.str().find("\r\x1b[K2  "), 0U) << out.str();
    }
    EXPECT_TRUE(out.str().ends_with("\r\x1b[K"));
