@@ -53,8 +53,8 @@ private:
 struct policy_map_iter_impl : iter_impl<policy_map_key_t> {};
 struct policy_map_hw_status_iter_impl : iter_impl<policy_map_key_t> {};
 struct traffic_policy_iter_impl : iter_impl<policy_map_key_t> {};
-// Keys, in order: of the configured policy maps, of those with a hardware status, and of the traffic
-// policies, whose feature is none.
+// Each yields keys in ascending order: of the configured policy maps; of the policy maps with a hardware
+// status; of the traffic policies. The key of a traffic policy has the feature policy_feature_t::none.
 using policy_map_iter_t = iter_base<policy_map_key_t, policy_map_iter_impl>;
 using policy_map_hw_status_iter_t = iter_base<policy_map_key_t, policy_map_hw_status_iter_impl>;
 using traffic_policy_iter_t = iter_base<policy_map_key_t, traffic_policy_iter_impl>;

@@ -40,7 +40,7 @@ protected:
       key.labelStackIs(Lumic::MplsStackEntryIndex(0), Lumic::MplsLabel(number));
       return key;
    }
-   // A row of a route over the group `id`, as it stands once hardware has both.
+   // The row that the table has when hardware has programmed the route and its group `id`.
    static Row routeOver(std::uint32_t number, NexthopGroup::NexthopGroupId id, std::uint32_t version = 1,
                         std::uint32_t groupVersion = 1) {
       return {.key = {label(number), 0},

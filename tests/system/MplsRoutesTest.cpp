@@ -90,7 +90,8 @@ protected:
       request.set_vias_action(action);
       return request;
    }
-   // The error of the request, as a unary call or as a bulk of one; empty if there is none.
+   // Sends the request as a unary call or as the only item of a bulk.
+   // RETURNS: the error text; empty if the request succeeds.
    std::string set(const remote::MplsRouteSetRequest& request, bool bulk = false) {
       if (!bulk) {
          remote::MplsRouteSetResponse response;
@@ -175,7 +176,8 @@ protected:
       request.set_ack(true);
       return std::make_unique<Acks>(*routes_, &Stub::watch_mpls_integrated, request);
    }
-   // The next report that is none of the watch itself: "100 version 1 over g version 2 state 2".
+   // Skips acknowledgements of the watch itself.
+   // RETURNS: the next report about a route: "100 version 1 over g version 2 state 2".
    static std::string report(Acks& acks) {
       for (;;) {
          const auto response = acks.next();

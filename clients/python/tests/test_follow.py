@@ -272,7 +272,7 @@ class MergedDumpTest(FollowTest):
             events = self.take(follow, 5)
         self.assertEqual(["ack", "list"], order)
         self.assertEqual([Resynced(None), option("early", "1"), option("a", "v")], events[:3])
-        # Whether the change arrives before or after the end of the dump, it is told once.
+        # The change may arrive before or after the end of the list. The client sees it once.
         self.assertCountEqual([option("late", "2"), CaughtUp()], events[3:])
 
     def test_a_list_that_breaks_begins_the_watch_again(self):

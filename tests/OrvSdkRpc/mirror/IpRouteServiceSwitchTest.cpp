@@ -75,7 +75,7 @@ protected:
       request.set_vrf_name(vrf);
       return request;
    }
-   // The error of the request; empty if there is none.
+   // RETURNS: the error text of the call; empty if it succeeds.
    std::string set(const SetRequest& request) {
       remote::IpRouteSetResponse response;
       return call(*stub_, &Stub::ip_route_set, request, response).error_message();

@@ -392,7 +392,7 @@ TEST_F(MplsRouteServiceTest, aReplacementThatFailsKeepsWhatWasDoneAndRemovesNoVi
    }
    fails(&Stub::mpls_route_set, routeSet({hop("10.0.0.2"), hop("10.0.0.3"), hop("10.0.0.4")}, replace),
          grpc::StatusCode::INTERNAL, "full");
-   // A via that cannot be read is told before any via is set.
+   // The service reads all vias first. If it cannot read one, it sets none.
    EXPECT_CALL(mgr_, mpls_route_set(_));
    auto request = routeSet({hop("10.0.0.2"), hop("10.0.0.3")}, replace);
    request.mutable_vias(1)->set_hop("123");

@@ -101,7 +101,7 @@ TEST_F(MplsRouteMgrTest, aWalkOfViasSeesEachKindOfChange) {
                ElementsAre(third));
 }
 
-// Each version of a group is told with a pass over all labels, and these versions do not pause.
+// The switch visits all labels for each new version of a group. Here every turn brings a new version.
 TEST_F(MplsRouteMgrTest, newVersionsOfAGroupDoNotKeepRoutesFromHardware) {
    setGroup("g");
    for (std::uint32_t number = 100; number < 20'100;) {
